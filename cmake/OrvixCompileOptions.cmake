@@ -1,0 +1,21 @@
+# One interface target carries what every source is compiled with, so that results are the same
+# bit for bit on every machine: no fast-math, no contraction into fused multiply-adds, and the
+# baseline instruction set (wider ones only behind a run-time check with identical results).
+add_library(orvix_options INTERFACE)
+target_include_directories(orvix_options INTERFACE ${PROJECT_SOURCE_DIR})
+
+if(MSVC)
+  target_compile_options(orvix_options INTERFACE /W4 /utf-8 /permissive- /fp:precise /bigobj)
+  target_compile_definitions(orvix_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE)
+else()
+  target_compile_options(orvix_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -ffp-contract=off)
+  if(ORVIX_WERROR)
+    target_compile_options(orvix_options INTERFACE -Werror)
+  endif()
+  if(ORVIX_SANITIZE)
+    # NDEBUG stays unset in the sanitizer presets: stated preconditions are asserts.
+    add_compile_options(-fsanitize=${ORVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${ORVIX_SANITIZE})
+  endif()
+endif()

@@ -1,0 +1,19 @@
+# orvix_test(NAME room_thing SOURCES a.cpp b.cpp LIBRARIES lib)
+# One executable, one ctest entry: GoogleTest's own filter serves single cases.
+function(orvix_test)
+  cmake_parse_arguments(T "" "NAME;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 300)
+  endif()
+  add_executable(${T_NAME} ${T_SOURCES})
+  target_link_libraries(${T_NAME} PRIVATE orvix_static orvix_test_support ${T_LIBRARIES} GTest::gmock GTest::gtest_main)
+  add_test(NAME ${T_NAME} COMMAND ${T_NAME})
+  set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT})
+endfunction()
+
+# orvix_public_headers(room header.h ...): what a host sees of a room; installed with the library.
+function(orvix_public_headers room)
+  foreach(header IN LISTS ARGN)
+    set_property(GLOBAL APPEND PROPERTY ORVIX_PUBLIC_HEADERS ${room}/${header})
+  endforeach()
+endfunction()

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::importer {
+
+enum class LengthUnit { Metre, Millimetre, Centimetre, Foot, UsSurveyFoot };
+enum class UpAxis { Z, Y };
+enum class SkeletonSize { OneCentimetre, TenCentimetres, OneMetre };
+
+struct ImportOptions {
+    LengthUnit unit = LengthUnit::Metre;  ///< of the coordinates in the inputs
+    UpAxis up = UpAxis::Z;                ///< Y: (x, y, z) of the input becomes (z, x, y)
+    bool dropZeros = false;               ///< reject points at exactly (0, 0, 0) in the input
+    bool dedupe = false;                  ///< keep the first of points at the same local position
+    bool overwrite = false;               ///< replace an existing project
+    SkeletonSize skeleton = SkeletonSize::TenCentimetres;
+    std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;  ///< resident, whole process, about
+    unsigned threads = 0;                 ///< 0: every core
+};
+
+enum class ImportPhase { Scan, Sort, Write, Index, Skeleton, Finish };
+
+/// How far an import is. `fraction` runs from 0 to 1 over the whole import and never falls.
+struct ImportProgress {
+    ImportPhase phase = ImportPhase::Scan;
+    double fraction = 0;
+    std::uint64_t bytes = 0;        ///< handled so far in this phase
+    std::uint64_t points = 0;       ///< likewise
+    double secondsLeft = -1;        ///< estimate; negative while unknown
+};
+
+/// Called on the importing thread at least ten times a second; false cancels the import, which
+/// cleans up and ends with ErrorCode::Cancelled within half a second.
+using ImportCallback = std::function<bool(const ImportProgress&)>;
+
+struct ImportedFile {
+    CString path;
+    std::string format;
+    std::uint64_t points = 0;  ///< read from it, rejected ones included
+};
+
+/// What an import did. read = written + the sum of rejected.
+struct ImportReport {
+    CString project;
+    std::vector<ImportedFile> inputs;
+    std::uint64_t read = 0;
+    std::uint64_t written = 0;
+    /// Reason -> points: "not a number", "out of range", "zero" (dropZeros), "duplicate" (dedupe),
+    /// "malformed".
+    std::map<std::string, std::uint64_t> rejected;
+    std::uint64_t skeletonPoints = 0;
+    std::uint32_t stations = 0;
+    /// Sum modulo 2^64 of RecordHash over the records as decoded (orvix/points/record_hash.h).
+    std::uint64_t checksum = 0;
+    std::array<double, 3> origin{};
+    double seconds = 0;
+    std::uint64_t peakMemoryBytes = 0;
+    std::vector<std::string> warnings;  ///< sentences for the user
+};
+
+/// Turns scan files into a project: the project file and its project-files folder, complete.
+///
+/// Every input is one station, numbered from 0 in the order given. All or nothing: work happens
+/// beside the target and one rename makes the project appear, the project file last; a failed,
+/// cancelled or killed import leaves no project, and an existing one stays whole until then.
+///
+/// Units    `project` and every output in metres; see `LengthUnit` for the inputs.
+/// Order    the same inputs give the same bytes at any thread count and memory limit; points of
+///          one 10 cm cell keep their input order.
+/// Errors   every failure says what, where and what to do.
+/// Threads  call it from one thread; it starts its own.
+/// Cost     two passes over the inputs; memory stays below the limit, disk needs about twice the
+///          project's size when the points do not fit into memory.
+Expected<ImportReport> Import(const std::vector<CString>& inputs, const CString& project,
+                              const ImportOptions& options, const ImportCallback& callback = {});
+
+}  // namespace orvix::importer

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::importer {
+
+/// One point as a scan file tells it, before units, axes, origin and attribute ranges are
+/// applied: coordinates in the file's unit and axes, attributes at the file's own scale.
+struct ScanPoint {
+    double x = 0;
+    double y = 0;
+    double z = 0;
+    float intensity = 0;
+    std::uint16_t red = 0;
+    std::uint16_t green = 0;
+    std::uint16_t blue = 0;
+    std::uint8_t classification = 0;
+};
+
+/// What a file's header tells.
+struct ScanInfo {
+    std::string format;  ///< for people: "LAS 1.4, point format 8"
+    std::optional<std::uint64_t> declaredPoints;  ///< the header's count, if it has one
+    bool hasIntensity = false;
+    bool hasColour = false;
+    bool hasClassification = false;
+    /// Set where the format fixes the colour scale: 8 (0..255) or 16 (0..65535). Unset where
+    /// writers use either (LAS): the largest value met decides.
+    std::optional<int> colourBits;
+};
+
+/// A piece of a file: whole records or lines, cut but not yet understood.
+struct RawPiece {
+    std::uint64_t fileOffset = 0;   ///< where the piece's first byte stands in the file
+    std::uint64_t firstRecord = 0;  ///< number of its first record or line, for messages
+    std::uint64_t records = 0;      ///< whole records in it; 0 where only decoding can tell
+    std::vector<std::uint8_t> bytes;
+};
+
+/// The points of a piece. `malformed` counts the records or lines that could not be understood
+/// (a line whose coordinate is no number); the import reports them as rejected.
+struct DecodedPiece {
+    std::vector<ScanPoint> points;
+    std::uint64_t malformed = 0;
+};
+
+/// Reads one scan file in two steps, so that any format can be decoded on every core: `Next`
+/// cuts the file serially into pieces of about `kPieceBytes`, `Decode` turns a piece into points.
+/// A format is one class in one file under formats/; `OpenScan` tells formats apart by content.
+///
+///     auto reader = OpenScan(path);
+///     RawPiece piece;
+///     while (*(*reader)->Next(piece)) (*reader)->Decode(piece, decoded);
+///
+/// Order    pieces come in file order, points in record order.
+/// Errors   BadInput with file, byte or line, numbers, and what to do; a file that ends before
+///          its declared points do is such an error, not a short read.
+/// Threads  `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
+///          pieces.
+/// Cost     `Next` reads, `Decode` computes; both reuse the caller's buffers.
+class ScanReader {
+public:
+    virtual ~ScanReader() = default;
+    [[nodiscard]] virtual const ScanInfo& Info() const = 0;
+    [[nodiscard]] virtual std::uint64_t FileBytes() const = 0;
+    /// False at the end of the file.
+    virtual Expected<bool> Next(RawPiece& piece) = 0;
+    virtual Expected<void> Decode(const RawPiece& piece, DecodedPiece& decoded) const = 0;
+    /// Starts again at the first piece.
+    virtual Expected<void> Rewind() = 0;
+};
+
+inline constexpr std::uint64_t kPieceBytes = 2u << 20;
+
+/// Opens a scan file by what its first bytes say, whatever its name.
+Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path);
+
+}  // namespace orvix::importer

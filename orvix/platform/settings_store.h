@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "orvix/platform/text.h"
+
+namespace orvix {
+
+/// The two roots under which settings are kept. On Windows they are the registry hives of the
+/// current user and of the local machine, elsewhere one database file each.
+enum class RegistryRoot : std::uint32_t { CurrentUser, LocalMachine };
+
+inline constexpr RegistryRoot kCurrentUser = RegistryRoot::CurrentUser;
+inline constexpr RegistryRoot kLocalMachine = RegistryRoot::LocalMachine;
+
+}  // namespace orvix
+
+namespace orvix::platform {
+
+/// Value types, numbered as the Windows registry numbers them.
+inline constexpr std::uint32_t kSettingText = 1;            // REG_SZ
+inline constexpr std::uint32_t kSettingExpandableText = 2;  // REG_EXPAND_SZ
+inline constexpr std::uint32_t kSettingBinary = 3;          // REG_BINARY
+inline constexpr std::uint32_t kSettingDword = 4;           // REG_DWORD
+
+/// A value exactly as stored: its type and its bytes (text is UTF-16, little-endian).
+struct StoredSetting {
+    std::uint32_t type = 0;
+    std::vector<std::byte> bytes;
+};
+
+struct NamedSetting {
+    CString key;
+    CString name;
+    StoredSetting value;
+};
+
+/// A hierarchical store of typed values that several processes may use at once.
+///
+/// Key paths are joined with "\" on every system, a trailing "\" is dropped, and keys and names
+/// compare without regard to case, as the registry does.
+/// On Linux each root is one SQLite file, `user.db` or `machine.db`, in $ORVIX_SETTINGS_DIR, or
+/// else $XDG_CONFIG_HOME/orvix (~/.config/orvix) and the first $XDG_CONFIG_DIRS/orvix
+/// (/etc/xdg/orvix). A store that cannot be written or is damaged reads as empty and says so
+/// once a process on the error channel; nothing here fails harder.
+///
+/// Threads   any; every call opens and closes the store.
+/// Cost      a fraction of a millisecond a call.
+std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
+                                          const CString& name);
+/// Stores a value, creating the key path; false when the store refuses.
+bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
+                  std::span<const std::byte> bytes);
+/// Creates a key path that holds no value yet.
+bool CreateSettingKey(RegistryRoot root, const CString& key);
+/// Removes one value; true when it existed.
+bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name);
+/// All values at and below a key path, ordered by key, then name (both without case).
+std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix);
+
+}  // namespace orvix::platform
