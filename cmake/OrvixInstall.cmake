@@ -1,1 +1,58 @@
-# install rules
+# cmake --install: the shared library with its public headers, find_package(orvix CONFIG) and
+# pkg-config; the importer as a shared library of its own; the command; the localisation library.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+get_property(public_headers GLOBAL PROPERTY ORVIX_PUBLIC_HEADERS)
+foreach(header IN LISTS public_headers)
+  get_filename_component(room ${header} DIRECTORY)
+  install(FILES ${PROJECT_SOURCE_DIR}/orvix/${header}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix/${room} COMPONENT development)
+endforeach()
+install(FILES ${PROJECT_BINARY_DIR}/generated/orvix/version.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix COMPONENT development)
+
+# The importer for hosts: its own objects, and from the static archive a private copy of what they
+# use of the library; only its public interface is exported.
+add_library(orvix_importer_shared SHARED $<TARGET_OBJECTS:orvix_importer>)
+add_library(orvix::importer ALIAS orvix_importer_shared)
+set_target_properties(orvix_importer_shared PROPERTIES
+  OUTPUT_NAME orvix_importer EXPORT_NAME importer
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+target_include_directories(orvix_importer_shared PUBLIC
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
+target_link_libraries(orvix_importer_shared PUBLIC tl::expected PRIVATE $<BUILD_INTERFACE:orvix_static>)
+if(NOT MSVC)
+  target_link_options(orvix_importer_shared PRIVATE "LINKER:--no-undefined" "LINKER:--exclude-libs,ALL")
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/orvix/platform/error.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix/platform COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)
+
+foreach(library orvix orvix_importer_shared Orvix.Localization)
+  set_target_properties(${library} PROPERTIES INSTALL_RPATH "$ORIGIN")
+endforeach()
+set_target_properties(orvix_cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS orvix orvix_importer_shared EXPORT orvixTargets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS Orvix.Localization orvix_cli
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvix)
+install(EXPORT orvixTargets NAMESPACE orvix:: DESTINATION ${package_dir} COMPONENT development)
+configure_package_config_file(cmake/orvixConfig.cmake.in ${PROJECT_BINARY_DIR}/orvixConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvixConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/orvixConfig.cmake ${PROJECT_BINARY_DIR}/orvixConfigVersion.cmake
+  DESTINATION ${package_dir} COMPONENT development)
+configure_file(cmake/orvix.pc.in ${PROJECT_BINARY_DIR}/orvix.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/orvix.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+install(FILES docs/FORMAT.md docs/BEHAVIOUR.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)

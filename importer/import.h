@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orvix/platform/error.h"
+#include "orvix/platform/export.h"
 #include "orvix/platform/text.h"
 
 namespace orvix::importer {
@@ -81,7 +82,8 @@ struct ImportReport {
 /// Threads  call it from one thread; it starts its own.
 /// Cost     two passes over the inputs; memory stays below the limit, disk needs about twice the
 ///          project's size when the points do not fit into memory.
-Expected<ImportReport> Import(const std::vector<CString>& inputs, const CString& project,
-                              const ImportOptions& options, const ImportCallback& callback = {});
+ORVIX_API Expected<ImportReport> Import(const std::vector<CString>& inputs, const CString& project,
+                                        const ImportOptions& options,
+                                        const ImportCallback& callback = {});
 
 }  // namespace orvix::importer

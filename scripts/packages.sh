@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs what the named parts of the project need on Debian 12: scripts/packages.sh build [test].
+# Run as root, or as a user who may call sudo; installs nothing when everything is there.
+set -euo pipefail
+
+build=(
+    g++ cmake ninja-build
+    libcgal-dev libeigen3-dev libnanoflann-dev libsqlite3-dev
+    libcli11-dev nlohmann-json3-dev libfmt-dev libexpected-dev libxxhash-dev libstb-dev
+)
+test=(libgtest-dev python3 pkg-config)
+
+wanted=()
+for part in "$@"; do
+    case "$part" in
+        build) wanted+=("${build[@]}") ;;
+        test) wanted+=("${test[@]}") ;;
+        *) echo "packages.sh: unknown part '$part' (build, test)" >&2; exit 2 ;;
+    esac
+done
+
+missing=()
+for package in "${wanted[@]}"; do
+    state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "packages.sh: run as root to install: ${missing[*]}" >&2; exit 1; }
+    as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}" >&2
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
