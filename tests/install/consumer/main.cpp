@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A host that has nothing but the installed package: imports three points, opens the project
+// through the library, and reads them back.
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "importer/import.h"
+#include "orvix/points/alive_point_reader.h"
+#include "orvix/project/project_manager.h"
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    const std::string project = argv[1];
+    const std::string scan = project + ".xyz";
+    std::ofstream(scan) << "1 2 3\n4 5 6\n7 8 9\n";
+    const orvix::CString wideProject(project.begin(), project.end());
+    const orvix::CString wideScan(scan.begin(), scan.end());
+
+    const auto report = orvix::importer::Import({wideScan}, wideProject, {});
+    if (!report) return std::fprintf(stderr, "%s\n", report.error().message.c_str()), 1;
+
+    orvix::ProjectManager manager;
+    if (!manager.Open(wideProject)) return 1;
+    double sum = 0;
+    for (std::uint64_t i = 0; i < manager.pointFileSize / orvix::kAlivePointBytes; ++i) {
+        orvix::CCloudPoint<float> point;
+        if (!manager.aliveReader->ReadNextPoint()) return 1;
+        manager.aliveReader->ReadCurrentPoint(point);
+        sum += double(point.x) + point.y + point.z;
+    }
+    std::printf("%llu points, coordinate sum %g\n",
+                static_cast<unsigned long long>(report->written), sum);
+    return report->written == 3 && sum == 45 ? 0 : 1;
+}
