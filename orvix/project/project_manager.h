@@ -19,18 +19,32 @@ class CAlivePointReader;
 ///
 ///     orvix::ProjectManager manager;
 ///     if (!manager.Open(L"scan.prj")) return Report(manager.errorText);
-///     while (... < manager.pointFileSize / orvix::kAlivePointBytes) manager.aliveReader->...
+///     orvix::CCloudPoint<float> point;
+///     for (std::uint64_t i = 0; i < manager.cloudHeader.pointCount; ++i) {
+///         manager.aliveReader->ReadNextPoint();
+///         manager.aliveReader->ReadCurrentPoint(point);
+///     }
 ///     manager.Close();
 ///
-/// Choose `CProjectCore` to reach the three core point files by path, read-write or together;
-/// this class maps the alive points alone.
+/// Choose `CProjectCore` to reach the three core point files by path, together or read-write;
+/// this class maps the alive points alone, read-only.
 ///
+/// Units      metres; paths are wide and joined with the system's separator.
+/// Order      a project passes through: empty, paths set (`Set`), open (`Open`), closed (`Close`).
+///            Members stand in the order in which copies copy them.
+/// Boundaries a project file `a/scan.prj` has the folder `a/scan_Project_Files`; one without an
+///            extension appends to its whole name. A text file Index/network moves every grid and
+///            skeleton file and the stations to the folder that its last line names.
 /// Errors     a false result; `errorText` tells a missing file (text 1370) from a read-only one
-///            (text 1366) and keeps the last failure. Deleting files and creating folders ignore
-///            their failures.
-/// Lifetime   a plain value: copies share the reader and carry the same raw handles, so exactly
-///            one copy may `Close`. The destructor closes what is open.
+///            (text 1366), and keeps the last failure until the next. Deleting files, creating
+///            folders and writing records ignore their failures.
+/// Lifetime   a plain value: copies share the reader and carry the same raw handles, so only one
+///            copy may `Close`; the others' handles are stale from then on. Without a `Close` the
+///            destructor of the last copy closes them, so an open manager may be passed by value.
+///            Readers end before the files are closed.
 /// Threads    one thread at a time.
+/// Cost       `Set` creates up to fourteen folders and reads two small files; `Open` maps
+///            Grid.pts whatever its size and reads none of it.
 class ORVIX_API ProjectManager {
 public:
     ProjectManager();
@@ -38,41 +52,49 @@ public:
     ProjectManager& operator=(const ProjectManager&) = default;
     ~ProjectManager();
 
-    /// Builds every path, creates the folder tree, reads head and settings, and, without
-    /// `create`, checks that the project is complete and writable. An empty path empties every
-    /// path and succeeds.
+    /// Builds every path, creates the folder tree, reads head and settings into the two cached
+    /// records, and, without `create`, checks that nine files exist and can be written; with
+    /// `create` it makes a missing project file (empty) and checks nothing. An empty path empties
+    /// every path and succeeds. The station folder's rtfm.txt is written before that folder is
+    /// made, so the note exists from the second `Set` of a project on.
     bool Set(const CString& path, bool create);
     /// `Set` with the create flag; its result is ignored.
     void Create(CString path);
-    /// `Set` without the create flag, then maps Grid.pts; closes what was open before.
+    /// `Set` without the create flag, then maps Grid.pts, makes `aliveReader` and sets the two
+    /// level flags; closes what was open before. An empty Grid.pts opens with a null mapping.
     bool Open(const CString& path);
-    /// Closes the mapping, then the file.
+    /// Closes the mapping, then the file, and nulls both. `aliveReader` stays, unusable.
     void Close();
-    /// `Set`, and only if that succeeds, the other `Destroy`.
+    /// `Set` without the create flag, and only if that succeeds, the other `Destroy`.
     void Destroy(const CString& path);
-    /// Deletes the project's files, then `EraseDirs`. Station files stay, and their folder.
+    /// Deletes the project's files, then `EraseDirs`. Station files stay, and their folder; so do
+    /// Data, and the Cad and SketchUp folders. A manager without a project file deletes nothing.
     void Destroy();
     /// Removes the project's folders where they are empty; Data stays.
     void EraseDirs();
     /// True when `folder` holds no Index/GridSkelet.pcg; otherwise deletes that file and tells
     /// whether that succeeded.
     bool CanOverwrite(const CString& folder);
-    /// The project-files folder's "Recap".
+    /// The project-files folder's "Recap", which this class neither makes nor removes.
     CString GetRecapFolder() const;
     /// A further reader over the mapped alive points; the caller deletes it, before `Close`.
+    /// Null when memory is short.
     CAlivePointReader* CreateAliveReader();
 
-    /// The head file into `header`: see CLOUD_HEADER for a missing or short file.
+    /// Reads the head file into `header`; CLOUD_HEADER tells what a missing or short file leaves.
     void GetCloudHeader(CLOUD_HEADER* header);
+    /// Replaces the head file; the cached header stays as it was.
     void SetCloudHeader(const CLOUD_HEADER* header);
-    /// The project file into the cache and `settings`; a missing file or an older version yields
-    /// defaults. Always true.
+    /// Reads the project file into the cached settings and copies them to `settings`. Fields that
+    /// an older version lacks take their fixed values; fields that a torn file lacks keep the
+    /// cached ones. Always true.
     bool GetProjectSettings(PROJECT_SETTINGS* settings);
+    /// Caches `settings` and replaces the project file with them, under `settingsVersion`.
     void SetProjectSettings(PROJECT_SETTINGS settings);
     /// 3 for a scale of exactly 1.0, 2 above, 5 otherwise (smaller, or not a number).
     std::int16_t LASScale(const double& scale);
 
-    CString errorText;
+    CString errorText;  ///< the last failure text of `Set`
     CString projectFile;
     CString headFile;
     CString transformFile;
@@ -112,18 +134,21 @@ public:
     CString projectName;
     PROJECT_SETTINGS projectSettings;
     std::shared_ptr<CAlivePointReader> aliveReader;
-    void* pointFile = nullptr;
-    void* pointMapping = nullptr;
-    std::uint64_t pointFileSize = 0;
-    std::int32_t fineLevel = 0;    ///< 1 when LASScale of the header's scale is 5
-    std::int32_t coarseLevel = 0;  ///< 1 when it is 2
+    void* pointFile = nullptr;        ///< Grid.pts; null when closed
+    void* pointMapping = nullptr;     ///< of the whole file, read-only; null when closed
+    std::uint64_t pointFileSize = 0;  ///< bytes, at the last `Open`
+    std::int32_t fineLevel = 0;       ///< 1 when LASScale of the header's scale is 5
+    std::int32_t coarseLevel = 0;     ///< 1 when it is 2
     CString imagesFolder;
     CString indexFolder;
     CString dataFolder;
     CString slicesFolder;
     CString logicViewFolder;
     CString dataViewFolder;
-    std::int32_t settingsVersion = kSettingsVersion;
+    std::int32_t settingsVersion = kSettingsVersion;  ///< what `SetProjectSettings` writes
+private:
+    struct OpenPointFile;
+    std::shared_ptr<OpenPointFile> openPointFile_;  // closes the two handles once, for all copies
 };
 
 }  // namespace orvix

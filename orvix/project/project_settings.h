@@ -6,12 +6,21 @@
 
 namespace orvix {
 
-/// A project's processing settings: 53 fields, kept in the project file (its byte layout, whose
-/// order differs from this one, is in docs/FORMAT.md). The plane search owns the named fields;
+/// A project's processing settings: 53 fields, kept in the project file, whose byte order of
+/// fields differs from this one (docs/FORMAT.md lists it). The plane search owns the named fields;
 /// the `hostField` ones belong to the host's modules, and the library carries their bits unread.
 ///
-/// The initial values are what a field reads as when the project file's version lacks it.
-/// Units   lengths in metres; the Diff fields are largest differences of unit normal components.
+///     orvix::PROJECT_SETTINGS settings;
+///     manager.GetProjectSettings(&settings);
+///     settings.minCellPoints = 20;
+///     manager.SetProjectSettings(settings);
+///
+/// Units      lengths in metres; the Diff fields are largest differences of unit normal components.
+/// Order      fields 1 to 53 as declared; a 64-bit host field may hold a double or an integer.
+/// Boundaries the initial values are what a field reads as when the project file's version lacks
+///            it: fields 35 and 36 came with version 5, 37 with 6, 38 to 41 with 7, 42 and 43
+///            with 8, 44 with 9, 45 with 10, 46 to 49 with 11, 50 with 12, 51 to 53 with 13.
+/// Threads    a plain value.
 struct PROJECT_SETTINGS {
     std::uint32_t hostField1 = 0;
     std::uint32_t hostField2 = 0;
@@ -50,15 +59,15 @@ struct PROJECT_SETTINGS {
     std::uint32_t hostField35 = 0;
     std::uint16_t hostField36 = 0;
     double hostField37 = -1.0;
-    double aliveSplitSize = -1.0;  ///< metres; negative: four times baseStep, filled in by PlaneWormSettings
+    double aliveSplitSize = -1.0;  ///< negative: PlaneWormSettings fills in four times baseStep
     double aliveDiffA = 0.15;
     double aliveDiffB = 0.15;
     double aliveDiffC = 0.15;
     std::uint16_t hostField42 = 0xFFFF;
     std::uint16_t hostField43 = 3;
-    double baseStep = 0.1;  ///< metres; a quarter of the default split size
+    double baseStep = 0.1;  ///< a quarter of the split size that replaces a negative one
     std::int64_t aliveMinPlane = 9;
-    double skeletSplitSize = -1.0;  ///< metres; negative as for the alive set
+    double skeletSplitSize = -1.0;  ///< negative as for the alive set
     double skeletDiffA = 0.15;
     double skeletDiffB = 0.15;
     double skeletDiffC = 0.15;

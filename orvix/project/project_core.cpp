@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/project_core.h"
+
+#include <cmath>
+#include <utility>
+
+#include "orvix/platform/file.h"
+#include "orvix/platform/mapping.h"
+#include "orvix/points/records.h"
+
+namespace orvix {
+namespace {
+
+using platform::FileAccess;
+
+// An invalid handle has no size, whatever an earlier file of that place had.
+std::uint64_t SizeOrZero(void* file) {
+    std::uint64_t size = 0;
+    platform::SizeOf(file, size);
+    return size;
+}
+
+void CloseBoth(void*& mapping, void*& file) {
+    platform::CloseMapping(std::exchange(mapping, nullptr));
+    platform::CloseHandleOf(std::exchange(file, nullptr));
+}
+
+}  // namespace
+
+void CProjectCore::Open(const CString& skeletCoordPath, const CString& skeletDataPath,
+                        const CString& alivePath, const std::int16_t& lasScale,
+                        const CString& index1000Path, const CString& index10Path,
+                        const CString& runs10Path, const CString& index100Path) {
+    skeletCoordPath_ = skeletCoordPath;
+    skeletDataPath_ = skeletDataPath;
+    alivePath_ = alivePath;
+    lasScale_ = lasScale;
+    index1000Path_ = index1000Path;
+    index10Path_ = index10Path;
+    runs10Path_ = runs10Path;
+    index100Path_ = index100Path;
+    has10cm_ = lasScale_ == 5;
+    has10000cm_ = lasScale_ == 2;
+}
+
+void CProjectCore::OpenFiles(FileAccess access) {
+    Close();
+    skeletCoordFile_ = platform::OpenExisting(skeletCoordPath_, access);
+    skeletDataFile_ = platform::OpenExisting(skeletDataPath_, access);
+    aliveFile_ = platform::OpenExisting(alivePath_, access);
+}
+
+void CProjectCore::MapFiles(FileAccess access) {
+    skeletDataSize_ = SizeOrZero(skeletDataFile_);
+    skeletCoordSize_ = SizeOrZero(skeletCoordFile_);
+    aliveSize_ = SizeOrZero(aliveFile_);
+    skeletCoordMapping_ = platform::CreateMapping(skeletCoordFile_, access);
+    skeletDataMapping_ = platform::CreateMapping(skeletDataFile_, access);
+    aliveMapping_ = platform::CreateMapping(aliveFile_, access);
+}
+
+bool CProjectCore::OpenCores() {
+    OpenFiles(FileAccess::Read);
+    // The coordinate file is not tested: a project without its skeleton can still be walked.
+    if (!platform::IsValid(skeletDataFile_) || !platform::IsValid(aliveFile_)) return false;
+    MapFiles(FileAccess::Read);
+    return true;
+}
+
+bool CProjectCore::OpenCores4Write() {
+    OpenFiles(FileAccess::ReadWrite);
+    // A failed open passes this test; its mapping does not exist and so decides the result.
+    if (skeletCoordFile_ == nullptr || skeletDataFile_ == nullptr || aliveFile_ == nullptr) {
+        return false;
+    }
+    MapFiles(FileAccess::ReadWrite);
+    return skeletCoordMapping_ != nullptr && skeletDataMapping_ != nullptr &&
+           aliveMapping_ != nullptr;
+}
+
+void CProjectCore::Close() {
+    CloseBoth(skeletDataMapping_, skeletDataFile_);
+    CloseBoth(skeletCoordMapping_, skeletCoordFile_);
+    CloseBoth(aliveMapping_, aliveFile_);
+}
+
+std::int64_t CProjectCore::AlivePointCount() const {
+    return static_cast<std::int64_t>(aliveSize_ / kAlivePointBytes);
+}
+
+std::int64_t CProjectCore::SkeletPointCount() const {
+    return static_cast<std::int64_t>(skeletCoordSize_ / kSkeletonRecordBytes);
+}
+
+unsigned char* CProjectCore::SkeletCoordPtsMapAddress() const {
+    return platform::MapFileView(skeletCoordMapping_, platform::kViewRead, 0, 0);
+}
+
+unsigned char* CProjectCore::SkeletDataPtsMapAddress() const {
+    return platform::MapFileView(skeletDataMapping_, platform::kViewRead, 0, 0);
+}
+
+std::shared_ptr<CAlivePointReader> CProjectCore::CreateAlivePointReader() const {
+    return aliveMapping_ == nullptr ? nullptr : CreateReader(platform::kViewRead);
+}
+
+std::shared_ptr<CAlivePointReader> CProjectCore::CreateAlivePointReaderWriter() const {
+    return CreateReader(platform::kViewAll);
+}
+
+std::shared_ptr<CAlivePointReader> CProjectCore::CreateReader(std::uint32_t access) const {
+    return std::make_shared<CAlivePointReader>(aliveSize_, skeletDataSize_, skeletCoordSize_,
+                                               skeletDataMapping_, skeletCoordMapping_,
+                                               aliveMapping_, access, access, access);
+}
+
+std::shared_ptr<CIndexReader> CProjectCore::CreateIndexReader() const {
+    return std::make_shared<CIndexReader>(index100Path_, index1000Path_, index10Path_, runs10Path_,
+                                          has10cm_);
+}
+
+ProjectType CProjectCore::ProjectTypeFromSkeletScale(const double& scale) {
+    const double centimetres = std::trunc(scale * 100.0);
+    if (centimetres == 1.0) return ProjectType::OneCentimetre;
+    if (centimetres == 10.0) return ProjectType::TenCentimetres;
+    return centimetres == 100.0 ? ProjectType::OneMetre : ProjectType::Other;
+}
+
+}  // namespace orvix

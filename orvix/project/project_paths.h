@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "orvix/platform/text.h"
+
+namespace orvix {
+class ProjectManager;
+}
+
+namespace orvix::detail {
+
+/// Fills every path member of `manager` from a project file's path and touches nothing on disk;
+/// it reads one file, Index/network, whose last line names the folder that holds the grid files
+/// in place of Index. `ProjectManager::Set` builds its paths here and then makes the folders;
+/// the check and the summary, which must leave a project as it is, build them here alone.
+///
+///     ProjectManager paths;
+///     BuildPaths(paths, L"scan.prj");   // paths.gridPts is scan_Project_Files/Index/Grid.pts
+///
+/// Boundaries a line ends at "\n" or "\r\n", and the last one may lack it. An empty network file,
+///            or one that cannot be read, redirects nothing. Its bytes are UTF-8.
+void BuildPaths(ProjectManager& manager, const CString& projectFile);
+
+/// Empties every path member.
+void ClearPaths(ProjectManager& manager);
+
+}  // namespace orvix::detail
