@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <tl/expected.hpp>
 #include <string>
 #include <system_error>
-#include <tl/expected.hpp>
 #include <utility>
 
 namespace orvix {

@@ -14,12 +14,15 @@ namespace orvix::platform {
 using Handle = void*;
 inline const Handle kInvalidHandle = reinterpret_cast<Handle>(~std::uintptr_t{0});
 
-inline bool IsValid(Handle handle) { return handle != nullptr && handle != kInvalidHandle; }
+inline bool IsValid(Handle handle) {
+    return handle != nullptr && handle != kInvalidHandle;
+}
 
 enum class FileAccess { Read, ReadWrite };
 
-/// Opens an existing file, shared with other readers and writers; kInvalidHandle on failure
-/// (a folder counts as a failure). `LastErrorCode()` of last_error.h tells the cause.
+/// Opens an existing file, shared with other readers and writers; kInvalidHandle on failure.
+/// A folder, and a pipe or device that has no positions, count as failures; no open waits.
+/// `LastErrorCode()` of system.h tells the cause.
 Handle OpenExisting(const CString& path, FileAccess access);
 
 /// Closes a handle of OpenExisting; null and the invalid handle are left alone.
@@ -30,6 +33,13 @@ bool SizeOf(Handle file, std::uint64_t& size);
 
 /// A file of our own: move-only, positioned reads and writes, every failure as an error_code.
 ///
+///     std::error_code error;
+///     File file = File::Create(path, error);
+///     if (!error) file.Append(block.data(), block.size(), error);
+///     if (!error) file.Sync(error);
+///     if (error) return FailSystem(error, "cannot write " + ToUtf8(path));
+///
+/// Errors     each call sets `error`, or clears it when it succeeds; test it after every call.
 /// Boundaries a read past the end returns the bytes there are; a write past the end extends the
 ///            file with zeros (sparse where the file system can).
 /// Threads    positioned reads and writes may run at once on one File; Append may not.
@@ -55,16 +65,16 @@ public:
     /// Reads up to `bytes` at `offset`; returns how many were read (fewer only at the end).
     std::size_t ReadAt(std::uint64_t offset, void* buffer, std::size_t bytes,
                        std::error_code& error) const;
-    void WriteAt(std::uint64_t offset, const void* data, std::size_t bytes,
-                 std::error_code& error);
+    void WriteAt(std::uint64_t offset, const void* data, std::size_t bytes, std::error_code& error);
     /// Writes at the end of what Append wrote so far (from offset 0 on a new File).
     void Append(const void* data, std::size_t bytes, std::error_code& error);
     [[nodiscard]] std::uint64_t AppendOffset() const { return appendOffset_; }
 
     /// Sets the length; a longer file gains zeros without using disk space where the system can.
     void Resize(std::uint64_t bytes, std::error_code& error);
-    /// Reserves disk space for `bytes` from the start, so that later writes cannot meet a full
-    /// disk; where the file system cannot, nothing happens.
+    /// Reserves disk space for `bytes` from the start, so that later writes there cannot meet a
+    /// full disk; the length stays as it is. Where the file system cannot, nothing happens.
+    /// Resize gives back what lies past the new length.
     void Reserve(std::uint64_t bytes, std::error_code& error);
     /// Waits until the file's bytes are on the device.
     void Sync(std::error_code& error);

@@ -3,10 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <system_error>
 #include <utility>
 
-#include "orvix/platform/export.h"
 #include "orvix/platform/file.h"
+#include "orvix/platform/view.h"
 
 namespace orvix::platform {
 
@@ -20,10 +21,18 @@ inline constexpr std::uint32_t kViewAll = 0xF001F;
 /// Maps the whole of an open file, at the size it has now. Null on failure, for an empty file
 /// (which has nothing to map), and for a ReadWrite mapping of a file opened for reading.
 /// The mapping outlives the file handle and is closed with CloseMapping.
+///
+/// Boundaries bytes added to the file later lie outside the mapping; who shortens a mapped file
+///            makes touching the missing pages fatal, so nothing in this library does.
 Handle CreateMapping(Handle file, FileAccess access);
 void CloseMapping(Handle mapping);
 
-/// A view of `bytes` bytes at `offset`; 0 bytes means "to the end of the mapping".
+/// A view of `bytes` bytes at `offset`; 0 bytes means "to the end of the mapping". `access` is
+/// kViewRead or kViewAll (readable and writable; writes reach the file).
+///
+///     std::uint8_t* view = MapFileView(mapping, kViewRead, 5 * kMappingGranularity, 0);
+///     ...
+///     UnmapFileView(view);
 ///
 /// Boundaries null unless `offset` is a multiple of 64 KiB and the range lies inside the mapping
 ///            (checked by subtraction); null for write access to a read-only mapping.
@@ -31,18 +40,6 @@ void CloseMapping(Handle mapping);
 /// Cost       a few system calls, pages are read when touched.
 std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t offset,
                           std::uint64_t bytes);
-
-}  // namespace orvix::platform
-
-namespace orvix {
-
-/// Releases a view, given its base address alone; null is left alone. Hosts call it for the
-/// addresses that `CProjectCore::SkeletCoordPtsMapAddress` and its sibling hand out.
-ORVIX_API void UnmapFileView(const void* base);
-
-}  // namespace orvix
-
-namespace orvix::platform {
 
 /// Owns one whole-file read-only view, for our own layers.
 class MappedFile {

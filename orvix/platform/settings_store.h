@@ -40,27 +40,48 @@ struct NamedSetting {
     StoredSetting value;
 };
 
-/// A hierarchical store of typed values that several processes may use at once.
+/// A hierarchical store of typed values that several processes may use at once. `Cache` is the
+/// host's way to it; this is for what `Cache` does not show: types, bytes, lists, removal.
 ///
-/// Key paths are joined with "\" on every system, a trailing "\" is dropped, and keys and names
-/// compare without regard to case, as the registry does.
+///     if (const auto stored = QuerySetting(kCurrentUser, key, L"Debug")) Use(stored->bytes);
+///
+/// Key paths are joined with "\" on every system; empty parts (a trailing "\" among them) are
+/// dropped. Keys and names compare without regard to case (`FoldCase`) and keep the spelling of
+/// their first use.
 /// On Linux each root is one SQLite file, `user.db` or `machine.db`, in $ORVIX_SETTINGS_DIR, or
 /// else $XDG_CONFIG_HOME/orvix (~/.config/orvix) and the first $XDG_CONFIG_DIRS/orvix
-/// (/etc/xdg/orvix). A store that cannot be written or is damaged reads as empty and says so
-/// once a process on the error channel; nothing here fails harder.
+/// (/etc/xdg/orvix).
 ///
+/// Errors    a missing store reads as empty without a word. A damaged store reads as empty,
+///           refuses writes and says so on the error channel; a store of the current user that
+///           cannot be written says so too; each once a process. That the machine's store cannot
+///           be written is what a plain user expects, and is told by the result alone.
 /// Threads   any; every call opens and closes the store.
-/// Cost      a fraction of a millisecond a call.
+/// Cost      a fraction of a millisecond to read; a change waits until it is on the device, a
+///           value stored again as it is does not.
 std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
                                           const CString& name);
 /// Stores a value, creating the key path; false when the store refuses.
 bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes);
-/// Creates a key path that holds no value yet.
+/// Creates a key path that holds no value yet; false when the store refuses.
 bool CreateSettingKey(RegistryRoot root, const CString& key);
+/// Whether a key path exists, by itself or because one below it does.
+bool SettingKeyExists(RegistryRoot root, const CString& key);
 /// Removes one value; true when it existed.
 bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name);
-/// All values at and below a key path, ordered by key, then name (both without case).
+/// All values at and below a key path, ordered by key, then name (both folded).
 std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix);
+
+/// While one of these lives, the store keeps its troubles to itself, and what it would have said
+/// stays to be said later. The values read while the library is loaded are read so: no host has
+/// had the chance to set its error channel by then.
+class QuietSettings {
+public:
+    QuietSettings();
+    ~QuietSettings();
+    QuietSettings(const QuietSettings&) = delete;
+    QuietSettings& operator=(const QuietSettings&) = delete;
+};
 
 }  // namespace orvix::platform

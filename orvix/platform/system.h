@@ -8,13 +8,15 @@
 
 namespace orvix::platform {
 
-/// The calling thread's last system error, and the system's own sentence for a code (neutral
-/// language, no line break at its end).
+/// The calling thread's last system error, and the system's own sentence for a code, letter for
+/// letter (some systems end theirs with a line break).
 std::uint32_t LastErrorCode();
 CString SystemMessage(std::uint32_t code);
 
 /// Executable names of all running processes, in the order the system's snapshot lists them;
-/// the name alone, without folder ("orvix.exe", on Linux "orvix").
+/// the name alone, without folder ("orvix.exe", on Linux "orvix"). Linux lists by ascending
+/// process id; a process whose executable this user may not see is listed by the name that it
+/// gives itself.
 std::vector<CString> ProcessNames();
 
 /// Loads a shared library by its plain name ("Orvix.Localization"): the system's prefix and

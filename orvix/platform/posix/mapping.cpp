@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/platform/mapping.h"
+
+#include <sys/mman.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <limits>
+
+#include "orvix/platform/posix/native.h"
+
+namespace orvix {
+namespace {
+
+/// A view is preceded by memory of its own that keeps the length of both together: releasing a
+/// view then needs its address alone, and no table that threads would have to share. The size is
+/// a multiple of every page size in use.
+constexpr std::size_t kPrefixBytes = 65'536;
+
+}  // namespace
+
+void UnmapFileView(const void* base) {
+    if (base == nullptr) return;
+    auto* const start =
+        const_cast<std::uint8_t*>(static_cast<const std::uint8_t*>(base)) - kPrefixBytes;
+    munmap(start, *reinterpret_cast<const std::size_t*>(start));
+}
+
+namespace platform {
+namespace {
+
+struct Mapping {
+    int descriptor;
+    FileAccess access;
+    std::uint64_t size;
+};
+
+bool CanWrite(int descriptor) {
+    const int flags = fcntl(descriptor, F_GETFL);
+    return flags != -1 && (flags & O_ACCMODE) == O_RDWR;
+}
+
+}  // namespace
+
+Handle CreateMapping(Handle file, FileAccess access) {
+    std::uint64_t size = 0;
+    if (!SizeOf(file, size) || size == 0) return nullptr;
+    if (access == FileAccess::ReadWrite && !CanWrite(detail::DescriptorOf(file))) return nullptr;
+    const int descriptor = fcntl(detail::DescriptorOf(file), F_DUPFD_CLOEXEC, 0);
+    if (descriptor == -1) return nullptr;
+    return new Mapping{descriptor, access, size};
+}
+
+void CloseMapping(Handle mapping) {
+    if (!IsValid(mapping)) return;
+    auto* const owned = static_cast<Mapping*>(mapping);
+    close(owned->descriptor);
+    delete owned;
+}
+
+std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t offset,
+                          std::uint64_t bytes) {
+    if (!IsValid(mapping) || offset % kMappingGranularity != 0) return nullptr;
+    const Mapping& whole = *static_cast<const Mapping*>(mapping);
+    const bool writable = access == kViewAll;
+    if (writable && whole.access != FileAccess::ReadWrite) return nullptr;
+    if (offset >= whole.size || bytes > whole.size - offset) return nullptr;
+    const std::uint64_t length = bytes != 0 ? bytes : whole.size - offset;
+    if (length > std::numeric_limits<std::size_t>::max() - kPrefixBytes) return nullptr;
+
+    const std::size_t total = kPrefixBytes + static_cast<std::size_t>(length);
+    void* const start = mmap(nullptr, total, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (start == MAP_FAILED) return nullptr;
+    std::uint8_t* const base = static_cast<std::uint8_t*>(start) + kPrefixBytes;
+    const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
+    const bool mapped =
+        mprotect(start, kPrefixBytes, PROT_READ | PROT_WRITE) == 0 &&
+        mmap(base, static_cast<std::size_t>(length), protection, MAP_SHARED | MAP_FIXED,
+             whole.descriptor, static_cast<off_t>(offset)) != MAP_FAILED;
+    if (!mapped) {
+        const int cause = errno;
+        munmap(start, total);
+        errno = cause;
+        return nullptr;
+    }
+    *static_cast<std::size_t*>(start) = total;
+    return base;
+}
+
+MappedFile MappedFile::Open(const CString& path, std::error_code& error) {
+    MappedFile mapped;
+    const File file = File::OpenRead(path, error);
+    if (error) return mapped;
+    mapped.size_ = file.Size();
+    if (mapped.size_ == 0) return mapped;
+    errno = 0;
+    const Handle mapping = CreateMapping(file.Get(), FileAccess::Read);
+    mapped.base_ = MapFileView(mapping, kViewRead, 0, mapped.size_);
+    if (mapped.base_ == nullptr) {
+        error = errno != 0 ? detail::LastError() : std::make_error_code(std::errc::io_error);
+        mapped.size_ = 0;
+    }
+    CloseMapping(mapping);
+    return mapped;
+}
+
+}  // namespace platform
+}  // namespace orvix

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/platform/path.h"
+
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <dirent.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "orvix/platform/posix/native.h"
+
+namespace orvix::platform {
+namespace {
+
+using namespace detail;
+
+constexpr wchar_t kSeparator = L'/';
+
+bool Status(const CString& path, struct stat& status) {
+    return stat(NativePath(path).c_str(), &status) == 0;
+}
+
+bool SameInode(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+}  // namespace
+
+wchar_t PathSeparator() {
+    return kSeparator;
+}
+
+CString JoinPath(const CString& folder, const CString& name) {
+    return folder + kSeparator + name;
+}
+
+CString RemoveExtension(const CString& path) {
+    const std::size_t dot = path.rfind(L'.');
+    const std::size_t separator = path.rfind(kSeparator);
+    const bool inFileName = dot != CString::npos && (separator == CString::npos || separator < dot);
+    return inFileName ? path.substr(0, dot) : path;
+}
+
+CString FileNameOf(const CString& path) {
+    const std::size_t separator = path.rfind(kSeparator);
+    return separator == CString::npos ? path : path.substr(separator + 1);
+}
+
+CString ParentOf(const CString& path) {
+    const std::size_t separator = path.rfind(kSeparator);
+    return separator == CString::npos ? CString() : path.substr(0, separator);
+}
+
+CString AbsolutePath(const CString& path) {
+    if (!path.empty() && path.front() == kSeparator) return path;
+    std::error_code error;
+    const std::filesystem::path current = std::filesystem::current_path(error);
+    if (error) return path;
+    const CString folder = FromUtf8(current.native());
+    if (path.empty()) return folder;
+    return folder == L"/" ? folder + path : JoinPath(folder, path);
+}
+
+bool PathExists(const CString& path) {
+    struct stat status;
+    return Status(path, status);
+}
+
+bool IsFolder(const CString& path) {
+    struct stat status;
+    return Status(path, status) && S_ISDIR(status.st_mode);
+}
+
+bool IsSameFile(const CString& a, const CString& b) {
+    struct stat statusA;
+    struct stat statusB;
+    return Status(a, statusA) && Status(b, statusB) && SameInode(statusA, statusB);
+}
+
+bool QueryFileSize(const CString& path, std::uint64_t& bytes) {
+    struct stat status;
+    if (!Status(path, status)) return false;
+    bytes = S_ISDIR(status.st_mode) ? 0 : static_cast<std::uint64_t>(status.st_size);
+    return true;
+}
+
+void MakeFolder(const CString& path, std::error_code& error) {
+    if (Succeeded(mkdir(NativePath(path).c_str(), 0777), error)) return;
+    if (error == std::errc::file_exists && IsFolder(path)) error.clear();
+}
+
+void RemoveFolder(const CString& path, std::error_code& error) {
+    Succeeded(rmdir(NativePath(path).c_str()), error);
+}
+
+void RemoveFile(const CString& path, std::error_code& error) {
+    Succeeded(unlink(NativePath(path).c_str()), error);
+}
+
+void RemoveTree(const CString& path, std::error_code& error) {
+    std::filesystem::remove_all(NativePath(path), error);
+}
+
+std::vector<CString> ListFolder(const CString& path, std::error_code& error) {
+    std::vector<CString> names;
+    DIR* const folder = opendir(NativePath(path).c_str());
+    if (!Succeeded(folder != nullptr ? 0 : -1, error)) return names;
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = readdir(folder);
+        if (entry == nullptr) break;
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(FromUtf8(name));
+    }
+    if (errno != 0) error = LastError();
+    closedir(folder);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void Rename(const CString& from, const CString& to, std::error_code& error) {
+    // The system's own rename lets a folder replace an empty one.
+    if (IsFolder(from)) {
+        const int result = renameat2(AT_FDCWD, NativePath(from).c_str(), AT_FDCWD,
+                                     NativePath(to).c_str(), RENAME_NOREPLACE);
+        if (Succeeded(result, error) || error != std::errc::invalid_argument) return;
+        if (PathExists(to)) {
+            error = std::make_error_code(std::errc::file_exists);
+            return;
+        }
+    }
+    Succeeded(rename(NativePath(from).c_str(), NativePath(to).c_str()), error);
+}
+
+void ExchangePaths(const CString& a, const CString& b, std::error_code& error) {
+    const int result = renameat2(AT_FDCWD, NativePath(a).c_str(), AT_FDCWD, NativePath(b).c_str(),
+                                 RENAME_EXCHANGE);
+    if (Succeeded(result, error)) return;
+    if (error == std::errc::invalid_argument || error == std::errc::function_not_supported) {
+        error = std::make_error_code(std::errc::operation_not_supported);
+    }
+}
+
+void SyncFolder(const CString& path, std::error_code& error) {
+    const int folder =
+        Retry([&] { return open(NativePath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    if (!Succeeded(folder, error)) return;
+    Succeeded(Retry([&] { return fsync(folder); }), error);
+    // Some network file systems have nothing to wait for and say so in this way.
+    if (error == std::errc::invalid_argument) error.clear();
+    close(folder);
+}
+
+std::uint64_t FreeSpace(const CString& path, std::error_code& error) {
+    struct statvfs status;
+    const std::string native = NativePath(path);
+    if (!Succeeded(Retry([&] { return statvfs(native.c_str(), &status); }), error)) return 0;
+    return static_cast<std::uint64_t>(status.f_bavail) * status.f_frsize;
+}
+
+namespace {
+
+struct HeldLock {
+    int descriptor;
+    std::string path;
+};
+
+/// Whether `path` still names the file behind `descriptor`.
+bool Names(const std::string& path, int descriptor) {
+    struct stat named;
+    struct stat held;
+    return fstat(descriptor, &held) == 0 && stat(path.c_str(), &named) == 0 &&
+           SameInode(named, held);
+}
+
+/// The lock file goes before the lock does, and only while it is this one: whoever locks a file
+/// that is no longer named starts over.
+void Release(void* handle) {
+    if (handle == nullptr) return;
+    auto* const lock = static_cast<HeldLock*>(handle);
+    if (Names(lock->path, lock->descriptor)) unlink(lock->path.c_str());
+    close(lock->descriptor);
+    delete lock;
+}
+
+}  // namespace
+
+PathLock& PathLock::operator=(PathLock&& other) noexcept {
+    PathLock taken(std::move(other));
+    std::swap(handle_, taken.handle_);
+    return *this;
+}
+
+PathLock::~PathLock() {
+    Release(handle_);
+}
+
+PathLock PathLock::TryAcquire(const CString& path, std::error_code& error) {
+    PathLock lock;
+    const std::string native = NativePath(path);
+    for (;;) {
+        const int descriptor =
+            Retry([&] { return open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666); });
+        if (!Succeeded(descriptor, error)) return lock;
+        if (!Succeeded(Retry([&] { return flock(descriptor, LOCK_EX | LOCK_NB); }), error)) {
+            if (error == std::errc::operation_would_block) error.clear();
+            close(descriptor);
+            return lock;
+        }
+        if (Names(native, descriptor)) {
+            lock.handle_ = new HeldLock{descriptor, native};
+            return lock;
+        }
+        close(descriptor);
+    }
+}
+
+}  // namespace orvix::platform

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/platform/settings_store.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <system_error>
+
+#include "orvix/platform/error_channel.h"
+#include "orvix/platform/posix/sqlite.h"
+#include "orvix/platform/system.h"
+
+namespace orvix::platform {
+namespace {
+
+using detail::Database;
+using detail::Statement;
+
+/// user_version 0 is a file that no change has reached yet, 1 the tables below.
+constexpr const char* kCreateTables =
+    "CREATE TABLE IF NOT EXISTS setting_keys("
+    " folded TEXT PRIMARY KEY, path TEXT NOT NULL) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS setting_values("
+    " key TEXT NOT NULL, folded TEXT NOT NULL, name TEXT NOT NULL, type INTEGER NOT NULL,"
+    " bytes BLOB NOT NULL, PRIMARY KEY(key, folded)) WITHOUT ROWID;"
+    "PRAGMA user_version=1;";
+
+constinit std::atomic<int> quietSettings = 0;
+constinit std::atomic<bool> troubleAnnounced[2] = {};
+
+std::string HomeFolder() {
+    const CString home = EnvironmentVariable("HOME");
+    if (!home.empty()) return ToUtf8(home);
+    const passwd* const user = getpwuid(getuid());
+    return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+}
+
+/// The folder that an XDG variable names; those that are not absolute do not count.
+std::string ConfigurationFolder(const char* variable, const std::string& otherwise) {
+    const std::string listed = ToUtf8(EnvironmentVariable(variable));
+    const std::string first = listed.substr(0, listed.find(':'));
+    return (first.starts_with('/') ? first : otherwise) + "/orvix";
+}
+
+std::string StorePath(RegistryRoot root) {
+    const bool user = root == RegistryRoot::CurrentUser;
+    const char* const file = user ? "/user.db" : "/machine.db";
+    const std::string chosen = ToUtf8(EnvironmentVariable("ORVIX_SETTINGS_DIR"));
+    if (!chosen.empty()) return chosen + file;
+    return (user ? ConfigurationFolder("XDG_CONFIG_HOME", HomeFolder() + "/.config")
+                 : ConfigurationFolder("XDG_CONFIG_DIRS", "/etc/xdg")) +
+           file;
+}
+
+/// A key path without empty parts, as spelled and as compared.
+struct KeyPath {
+    explicit KeyPath(const CString& text) {
+        CString joined;
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t end = std::min(text.find(L'\\', at), text.size());
+            if (end > at) {
+                if (!joined.empty()) joined += L'\\';
+                joined.append(text, at, end - at);
+            }
+            at = end + 1;
+        }
+        path = ToUtf8(joined);
+        folded = ToUtf8(FoldCase(joined));
+    }
+    std::string path;
+    std::string folded;
+};
+
+std::string Folded(const CString& name) {
+    return ToUtf8(FoldCase(name));
+}
+
+bool IsDamage(int result) {
+    const int primary = result & 0xFF;
+    return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_FORMAT ||
+           primary == SQLITE_ERROR;
+}
+
+void Announce(RegistryRoot root, const std::string& text) {
+    if (quietSettings != 0) return;
+    if (troubleAnnounced[static_cast<unsigned>(root)].exchange(true)) return;
+    ReportError(FromUtf8(text).c_str());
+}
+
+void AnnounceDamage(RegistryRoot root, const std::string& cause) {
+    Announce(root, "The settings file " + StorePath(root) + " cannot be used (" + cause +
+                       "), default settings apply. Delete the file to start anew.");
+}
+
+void AnnounceRefusal(RegistryRoot root, const std::string& cause) {
+    if (root != RegistryRoot::CurrentUser) return;
+    Announce(root, "Settings cannot be saved in " + StorePath(root) + " (" + cause +
+                       "). Check the permissions of the file and of its folder.");
+}
+
+/// Whether the tables are not there because no change has reached the file yet.
+bool IsFresh(Database& database) {
+    Statement version(database, "PRAGMA user_version");
+    return version.Step() == SQLITE_ROW && version.Number(0) == 0;
+}
+
+/// Runs `onRow` for each result row of a query; a missing or fresh store has none.
+template <class BindAll, class OnRow>
+void Query(RegistryRoot root, std::string_view text, BindAll bindAll, OnRow onRow) {
+    // Opened for writing where possible: a change that a killed process left half done must be
+    // undone before reading.
+    Database database(StorePath(root), SQLITE_OPEN_READWRITE);
+    if (database.OpenResult() != SQLITE_OK) return;
+    Statement statement(database, text);
+    bindAll(statement);
+    int result = SQLITE_ROW;
+    while ((result = statement.Step()) == SQLITE_ROW) onRow(statement);
+    if (!IsDamage(result)) return;
+    const std::string cause = database.Message();
+    if (!IsFresh(database)) AnnounceDamage(root, cause);
+}
+
+/// Makes one change, whole or not at all; false when the store refuses.
+template <class Body>
+bool Change(RegistryRoot root, Body body) {
+    const std::string path = StorePath(root);
+    std::error_code ignored;
+    std::filesystem::create_directories(path.substr(0, path.rfind('/')), ignored);
+    Database database(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    int result = database.OpenResult();
+    if (result == SQLITE_OK) result = database.Execute("BEGIN IMMEDIATE");
+    if (result == SQLITE_OK && IsFresh(database)) result = database.Execute(kCreateTables);
+    if (result == SQLITE_OK) result = body(database);
+    if (result == SQLITE_OK || result == SQLITE_DONE) result = database.Execute("COMMIT");
+    if (result == SQLITE_OK) return true;
+    if (IsDamage(result)) {
+        AnnounceDamage(root, database.Message());
+    } else {
+        AnnounceRefusal(root, database.Message());
+    }
+    return false;
+}
+
+int InsertKey(Database& database, const KeyPath& key) {
+    return Statement(database, "INSERT INTO setting_keys VALUES(?1, ?2) ON CONFLICT DO NOTHING")
+        .Bind(key.folded)
+        .Bind(key.path)
+        .Step();
+}
+
+/// True for the key itself and for those below it ("]" follows "\" in byte order).
+constexpr std::string_view kListQuery =
+    "SELECT path, name, type, bytes FROM setting_keys k JOIN setting_values v ON v.key = k.folded"
+    " WHERE ?1 = '' OR k.folded = ?1 OR (k.folded > ?1 || '\\' AND k.folded < ?1 || ']')"
+    " ORDER BY k.folded, v.folded";
+constexpr std::string_view kKeyQuery =
+    "SELECT 1 FROM setting_keys"
+    " WHERE folded = ?1 OR (folded > ?1 || '\\' AND folded < ?1 || ']') LIMIT 1";
+
+StoredSetting SettingAt(const Statement& row, int column) {
+    return {static_cast<std::uint32_t>(row.Number(column)), row.Bytes(column + 1)};
+}
+
+}  // namespace
+
+std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
+                                          const CString& name) {
+    std::optional<StoredSetting> found;
+    Query(
+        root, "SELECT type, bytes FROM setting_values WHERE key = ?1 AND folded = ?2",
+        [&](Statement& query) { query.Bind(KeyPath(key).folded).Bind(Folded(name)); },
+        [&](const Statement& row) { found = SettingAt(row, 0); });
+    return found;
+}
+
+bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
+                  std::span<const std::byte> bytes) {
+    return Change(root, [&](Database& database) {
+        const KeyPath path(key);
+        const int result = InsertKey(database, path);
+        if (result != SQLITE_DONE) return result;
+        return Statement(database,
+                         "INSERT INTO setting_values VALUES(?1, ?2, ?3, ?4, ?5)"
+                         " ON CONFLICT DO UPDATE SET type = ?4, bytes = ?5"
+                         " WHERE type <> ?4 OR bytes <> ?5")
+            .Bind(path.folded)
+            .Bind(Folded(name))
+            .Bind(ToUtf8(name))
+            .Bind(static_cast<std::int64_t>(type))
+            .Bind(bytes)
+            .Step();
+    });
+}
+
+bool CreateSettingKey(RegistryRoot root, const CString& key) {
+    return Change(root, [&](Database& database) { return InsertKey(database, KeyPath(key)); });
+}
+
+bool SettingKeyExists(RegistryRoot root, const CString& key) {
+    bool exists = false;
+    Query(
+        root, kKeyQuery, [&](Statement& query) { query.Bind(KeyPath(key).folded); },
+        [&](const Statement&) { exists = true; });
+    return exists;
+}
+
+bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name) {
+    if (!QuerySetting(root, key, name)) return false;
+    bool removed = false;
+    const bool done = Change(root, [&](Database& database) {
+        const int result =
+            Statement(database, "DELETE FROM setting_values WHERE key = ?1 AND folded = ?2")
+                .Bind(KeyPath(key).folded)
+                .Bind(Folded(name))
+                .Step();
+        removed = sqlite3_changes(database.Get()) != 0;
+        return result;
+    });
+    return done && removed;
+}
+
+std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix) {
+    std::vector<NamedSetting> settings;
+    Query(
+        root, kListQuery, [&](Statement& query) { query.Bind(KeyPath(keyPrefix).folded); },
+        [&](const Statement& row) {
+            settings.push_back({FromUtf8(row.Text(0)), FromUtf8(row.Text(1)), SettingAt(row, 2)});
+        });
+    return settings;
+}
+
+QuietSettings::QuietSettings() {
+    ++quietSettings;
+}
+QuietSettings::~QuietSettings() {
+    --quietSettings;
+}
+
+}  // namespace orvix::platform

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/platform/terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace orvix::platform {
+
+namespace {
+
+int DescriptorOf(StandardStream stream) {
+    return stream == StandardStream::Output ? STDOUT_FILENO : STDERR_FILENO;
+}
+
+}  // namespace
+
+bool IsTerminal(StandardStream stream) { return ::isatty(DescriptorOf(stream)) == 1; }
+
+int TerminalColumns(StandardStream stream) {
+    winsize size{};
+    const bool told = ::ioctl(DescriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return told ? size.ws_col : 80;
+}
+
+}  // namespace orvix::platform

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+namespace orvix::platform {
+
+enum class StandardStream { Output, Error };
+
+/// Whether a person watches the stream: it is a terminal, not a file or a pipe.
+bool IsTerminal(StandardStream stream);
+
+/// Characters in a line of that terminal; 80 where it does not tell.
+int TerminalColumns(StandardStream stream);
+
+}  // namespace orvix::platform
