@@ -14,7 +14,9 @@ int DescriptorOf(StandardStream stream) {
 
 }  // namespace
 
-bool IsTerminal(StandardStream stream) { return ::isatty(DescriptorOf(stream)) == 1; }
+bool IsTerminal(StandardStream stream) {
+    return ::isatty(DescriptorOf(stream)) == 1;
+}
 
 int TerminalColumns(StandardStream stream) {
     winsize size{};

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+
+#include "orvix/platform/export.h"
+#include "orvix/platform/settings_store.h"
+#include "orvix/platform/text.h"
+
+namespace orvix {
+
+/// Keeps user settings as text values, each with a default that is written back when the value
+/// is missing: every setting that was ever read shows up in the store and can be edited there.
+///
+///     const CString key = L"SOFTWARE\\Orvix\\Shared\\Worm";
+///     double size = Cache::ReadRegistry(kCurrentUser, key, L"SplitSize", 0.1);  // needs a CString
+///     std::int32_t debug = Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\...", L"Debug", 0);
+///     Cache::WriteRegistry(kCurrentUser, key, L"Vertical", 1);                  // text "1"
+///
+/// A stored value is accepted when its type is text or expandable text (which is returned
+/// unexpanded) and its bytes are at most 512, even in number, and end with a zero character, or
+/// none at all: the empty string. Anything else counts as missing, and a default overwrites it.
+/// The text ends at its first zero.
+///
+/// Units      doubles are stored with six digits after the point: what lies beyond 1e-6 is lost.
+///            Numbers always use ".", whatever the program's locale.
+/// Boundaries a text of 255 UTF-16 units is read back, one of 256 is stored but counts as missing.
+///            Numbers are read from the text's start: leading blanks, a sign, digits; "12abc" is
+///            12, "abc" and "" are 0, and what no `long` or double can hold is its limit.
+/// Errors     none are reported here: a failed read yields the default, a failed write nothing
+///            (settings_store.h tells what the user hears).
+/// Threads    any; no state is kept.
+/// Cost       a fraction of a millisecond; a write waits until it is on the device.
+class ORVIX_API Cache {
+public:
+    /// A missing value: `defaultValue` is written and returned.
+    static CString ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+                                const CString& defaultValue);
+    /// A missing value: the empty string is returned, nothing is written.
+    static CString ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name);
+    /// A missing value: `defaultValue` is written and returned. Takes literals, unlike the others.
+    static std::int32_t ReadRegistry(const RegistryRoot& root, const wchar_t* key,
+                                     const wchar_t* name, std::int32_t defaultValue);
+    /// A missing value: `defaultValue` is written, and returned in full precision.
+    static double ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+                               double defaultValue);
+
+    static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+                              const CString& value);
+    static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+                              int value);
+    /// The text that a pointer tells; null writes no value but still creates the key.
+    static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+                              const wchar_t* value);
+};
+
+}  // namespace orvix
