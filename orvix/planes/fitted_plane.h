@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -96,7 +97,9 @@ public:
     void MakeVertical(const SimplePointT<double>& p);
 
     /// Builds the 2D extents and the outline of the points (of `pts`, in the second form). A
-    /// bound that is present stays. See outline_builder.h for how the outline is found.
+    /// bound that is present stays. The outline is their alpha shape: a
+    /// gap that takes in a circle of Outline().radius is outside, and that radius is 2.5 times the
+    /// length that three quarters of the edges of the points' Delaunay triangulation keep to.
     /// Boundaries: fewer than three points, or points on one line, have extents and no outline.
     void Generate2DExt();
     void ReGenerate2DExt(const std::vector<SimplePointT<double>>* pts);
@@ -167,11 +170,11 @@ private:
     };
 
     bool getBestFitPlane();
-    void GetContourBoxInner(const SimplePointT<double>& centre,
-                            const SimplePoint2DT<double>& centre2D, const double& size,
-                            SimplePointT<double>& c1, SimplePointT<double>& c2,
-                            SimplePointT<double>& c3, SimplePointT<double>& c4) const;
-    void SetBoundRing(PlaneRing ring);
+    /// `corners` are c1 to c4.
+    static void GetContourBoxInner(const PlaneFrame& frame, const SimplePoint2DT<double>& centre2D,
+                                   const double& size,
+                                   const std::array<SimplePointT<double>*, 4>& corners);
+    void SetBoundRing(const std::vector<SimplePoint2DT<double>>& ring);
 
     static constexpr double kHighest = std::numeric_limits<double>::max();
 

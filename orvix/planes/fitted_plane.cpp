@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/planes/fitted_plane.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "orvix/planes/plane_shape.h"
+#include "orvix/planes/symmetric_eigen.h"
+#include "orvix/surfaces/outline_builder.h"
+
+namespace orvix {
+namespace {
+
+using Point = SimplePointT<double>;
+using Position = SimplePoint2DT<double>;
+
+// Relative to 1 m or the largest coordinate: a nanometre near the origin, 10 micrometres at 10 km.
+constexpr double kBoundSlack = 1e-9;
+// The cosine within which a plane counts as level when a contour box is laid out.
+constexpr double kLevelCosine = 0.99;
+
+Point Widen(const SimplePointT<float>& p) {
+    return {p.x, p.y, p.z};
+}
+Point Widen(const SimplePointT<float>* p) {
+    return Widen(*p);
+}
+
+Point Cross(const Point& p, const Point& q) {
+    return {p.y * q.z - p.z * q.y, p.z * q.x - p.x * q.z, p.x * q.y - p.y * q.x};
+}
+
+double Dot(const Point& p, const Point& q) {
+    return p.x * q.x + p.y * q.y + p.z * q.z;
+}
+
+Point Normalised(const Point& p) {
+    const double length = std::sqrt(Dot(p, p));
+    return {p.x / length, p.y / length, p.z / length};
+}
+
+void Grow(double coordinate, double& min, double& max) {
+    if (min > coordinate) {
+        min = coordinate;
+    } else if (coordinate > max) {
+        max = coordinate;
+    }
+}
+
+template <class Source>
+void AddAll(FittedPlane& plane, const Source& source, const int* indices, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        plane.AddPoint(Widen(source.at(static_cast<std::size_t>(indices[i]))));
+    }
+}
+
+std::size_t CountOf(int count) {
+    return count < 1 ? 0 : static_cast<std::size_t>(count);
+}
+
+bool IsInBox(const Extends2DT<double>& box, const Position& p) {
+    return p.x >= box.min.x && p.x <= box.max.x && p.y >= box.min.y && p.y <= box.max.y;
+}
+
+struct BoxAxes {
+    Point e;
+    Point f;
+};
+
+BoxAxes ContourBoxAxes(const Point& normal) {
+    const double side = 2 * normal.x + normal.y + 4 * normal.z;
+    const Point m = side >= 0 ? normal : Point{-normal.x, -normal.y, -normal.z};
+    const bool level = m.z > kLevelCosine;
+    const Point e = level ? Normalised({1 - m.x * m.x, -m.x * m.y, -m.x * m.z})
+                          : Normalised(Cross({0, 0, 1}, m));
+    return {e, Cross(m, e)};
+}
+
+}  // namespace
+
+void FittedPlane::AddPoint(const SimplePointT<double>& p) {
+    points_.push_back(p);
+    Grow(p.x, extents_.min.x, extents_.max.x);
+    Grow(p.y, extents_.min.y, extents_.max.y);
+    Grow(p.z, extents_.min.z, extents_.max.z);
+    ++count_;
+}
+
+void FittedPlane::AddPoints(const std::vector<const SimplePointT<float>*>* source, int* indices,
+                            const int& count, bool clear) {
+    if (clear) Clear();
+    AddAll(*this, *source, indices, CountOf(count));
+}
+
+void FittedPlane::AddPoints(const std::vector<const SimplePointT<float>*>* source,
+                            std::vector<int> indices, bool clear) {
+    if (clear) Clear();
+    AddAll(*this, *source, indices.data(), indices.size());
+}
+
+void FittedPlane::AddPoints(const std::vector<SimplePointT<float>>* source, int* indices,
+                            const int& count, bool clear) {
+    if (clear) Clear();
+    AddAll(*this, *source, indices, CountOf(count));
+}
+
+void FittedPlane::AddPoints(const std::vector<SimplePointT<float>>* source,
+                            std::vector<int> indices, bool clear) {
+    if (clear) Clear();
+    AddAll(*this, *source, indices.data(), indices.size());
+}
+
+void FittedPlane::Clear() {
+    points_.clear();
+    count_ = 0;
+    extents_ = {{kHighest, kHighest, kHighest}, {-kHighest, -kHighest, -kHighest}};
+    shape_.reset();
+}
+
+void FittedPlane::Generate(const bool& dropPoints) {
+    getBestFitPlane();
+    if (dropPoints) points_.clear();
+}
+
+bool FittedPlane::getBestFitPlane() {
+    const double share = 1.0 / static_cast<double>(points_.size());
+    Point sum;
+    for (const Point& p : points_) sum = {sum.x + p.x, sum.y + p.y, sum.z + p.z};
+    centroid_ = {sum.x * share, sum.y * share, sum.z * share};
+
+    detail::SymmetricMatrix3 covariance;
+    for (const Point& p : points_) {
+        const Point q{p.x - centroid_.x, p.y - centroid_.y, p.z - centroid_.z};
+        covariance.xx += q.x * q.x;
+        covariance.xy += q.x * q.y;
+        covariance.xz += q.x * q.z;
+        covariance.yy += q.y * q.y;
+        covariance.yz += q.y * q.z;
+        covariance.zz += q.z * q.z;
+    }
+    for (double* entry : {&covariance.xx, &covariance.xy, &covariance.xz, &covariance.yy,
+                          &covariance.yz, &covariance.zz}) {
+        *entry *= share;
+    }
+    const detail::EigenSystem3 eigen = detail::DecomposeSymmetric(covariance);
+    const auto& [a, b, c] = eigen.vectors[2];
+    set(a, b, c, -(a * centroid_.x + b * centroid_.y + c * centroid_.z), centroid_.x, centroid_.y,
+        centroid_.z);
+    shape_.reset();
+    return eigen.converged;
+}
+
+void FittedPlane::set(const double& a, const double& b, const double& c, const double& d,
+                      const double& x, const double& y, const double& z) {
+    fit_ = {a, b, c, d};
+    equation_ = fit_;
+    centroid_ = {x, y, z};
+}
+
+PlaneFrame FittedPlane::Frame() const {
+    return PlaneFrame(equation_.a, equation_.b, equation_.c, equation_.d);
+}
+
+// The in-plane direction is horizontal, so turning upright and staying upright are one step: the
+// vertical and that direction span the new plane however steep the plane is now.
+void FittedPlane::MakeVertical(const SimplePointT<double>& p) {
+    const auto [a, b, c, d] = equation_;
+    const double t = (a * p.x + b * p.y + c * p.z + d) / (a * a + b * b + c * c);
+    const Point onPlane{p.x - t * a, p.y - t * b, p.z - t * c};
+    const Point normal = Cross({0, 0, 1}, Frame().U());
+    set(normal.x, normal.y, normal.z, -Dot(normal, onPlane), centroid_.x, centroid_.y, centroid_.z);
+    shape_.reset();
+}
+
+void FittedPlane::Generate2DExt() {
+    ReGenerate2DExt(&points_);
+}
+
+void FittedPlane::ReGenerate2DExt(const std::vector<SimplePointT<double>>* pts) {
+    auto shape = shape_ ? std::make_shared<detail::PlaneShape>(*shape_)
+                        : std::make_shared<detail::PlaneShape>();
+    shape->frame = Frame();
+    shape->extents = detail::PlaneShape().extents;
+    std::vector<Position> flat;
+    if (pts != nullptr) flat.reserve(pts->size());
+    for (std::size_t i = 0; pts != nullptr && i < pts->size(); ++i) {
+        const Position p = shape->frame.To2D((*pts)[i]);
+        flat.push_back(p);
+        shape->extents.min = {std::min(shape->extents.min.x, p.x),
+                              std::min(shape->extents.min.y, p.y)};
+        shape->extents.max = {std::max(shape->extents.max.x, p.x),
+                              std::max(shape->extents.max.y, p.y)};
+    }
+    shape->outline = detail::BuildOutline(flat, {});
+    shape->contour = detail::PolygonIndex(shape->outline);
+    shape_ = std::move(shape);
+}
+
+void FittedPlane::SetBound(const std::vector<SimplePointT<double>>* poly) {
+    std::vector<Position> ring;
+    for (std::size_t i = 0; poly != nullptr && i < poly->size(); ++i) {
+        ring.push_back({(*poly)[i].x, (*poly)[i].y});
+    }
+    SetBoundRing(ring);
+}
+
+void FittedPlane::SetBound3D(const std::vector<SimplePointT<double>>* poly) {
+    const PlaneFrame frame = Frame();
+    std::vector<Position> ring;
+    for (std::size_t i = 0; poly != nullptr && i < poly->size(); ++i) {
+        ring.push_back(frame.To2D((*poly)[i]));
+    }
+    SetBoundRing(ring);
+}
+
+void FittedPlane::SetBoundRing(const std::vector<SimplePoint2DT<double>>& ring) {
+    auto shape = shape_ ? std::make_shared<detail::PlaneShape>(*shape_)
+                        : std::make_shared<detail::PlaneShape>();
+    shape->boundFrame = Frame();
+    shape->bound = ring.size() < 3 ? detail::PolygonIndex() : detail::PolygonIndex(ring);
+    shape_ = std::move(shape);
+}
+
+bool FittedPlane::IsPointIn3dBound(const SimplePointT<double>& p) const {
+    const auto isWithin = [](double coordinate, double min, double max) {
+        const double slack = kBoundSlack * (1 + std::max(std::abs(min), std::abs(max)));
+        return min <= max && coordinate >= min - slack && coordinate <= max + slack;
+    };
+    return isWithin(p.x, extents_.min.x, extents_.max.x) &&
+           isWithin(p.y, extents_.min.y, extents_.max.y) &&
+           isWithin(p.z, extents_.min.z, extents_.max.z);
+}
+
+bool FittedPlane::IsPointInBound(const SimplePointT<double>& p) const {
+    if (!shape_) return false;
+    if (!shape_->bound.IsEmpty()) return shape_->bound.Contains(shape_->boundFrame.To2D(p));
+    return IsInBox(shape_->extents, shape_->frame.To2D(p));
+}
+
+bool FittedPlane::IsPointInContour(const SimplePointT<double>& p) const {
+    return shape_ && shape_->contour.Contains(shape_->frame.To2D(p));
+}
+
+void FittedPlane::GetContourBox(const SimplePointT<double>& centre, const double& size,
+                                SimplePointT<double>& c1, SimplePointT<double>& c2,
+                                SimplePointT<double>& c3, SimplePointT<double>& c4) const {
+    const PlaneFrame frame = Frame();
+    GetContourBoxInner(frame, frame.To2D(centre), size, {&c1, &c2, &c3, &c4});
+}
+
+void FittedPlane::GetContourBoxInner(const PlaneFrame& frame,
+                                     const SimplePoint2DT<double>& centre2D, const double& size,
+                                     const std::array<SimplePointT<double>*, 4>& corners) {
+    const Point centre = frame.To3D(centre2D);
+    const BoxAxes axes = ContourBoxAxes(frame.Normal());
+    const double half = size / 2;
+    const auto corner = [&](double e, double f) {
+        return Point{centre.x + e * axes.e.x + f * axes.f.x, centre.y + e * axes.e.y + f * axes.f.y,
+                     centre.z + e * axes.e.z + f * axes.f.z};
+    };
+    *corners[0] = corner(-half, -half);
+    *corners[1] = corner(half, half);
+    *corners[2] = corner(-half, half);
+    *corners[3] = corner(half, -half);
+}
+
+const PlaneOutline& FittedPlane::Outline() const {
+    static const PlaneOutline kNone;
+    return shape_ ? shape_->outline : kNone;
+}
+
+Extends2DT<double> FittedPlane::Extends2D() const {
+    return shape_ ? shape_->extents : detail::PlaneShape().extents;
+}
+
+std::vector<SimplePointT<double>> FittedPlane::RingTo3D(const PlaneRing& ring) const {
+    const PlaneFrame frame = shape_ ? shape_->frame : Frame();
+    std::vector<Point> lifted;
+    lifted.reserve(ring.points.size());
+    for (const Position& p : ring.points) lifted.push_back(frame.To3D(p));
+    return lifted;
+}
+
+PlaneResiduals FittedPlane::Residuals(const std::vector<SimplePointT<double>>& pts) const {
+    if (pts.empty()) return {};
+    const PlaneFrame frame = Frame();
+    PlaneResiduals residuals;
+    double sum = 0;
+    for (const Point& p : pts) {
+        const double distance = std::abs(frame.Distance(p));
+        residuals.max = std::max(residuals.max, distance);
+        sum += distance * distance;
+    }
+    residuals.rms = std::sqrt(sum / static_cast<double>(pts.size()));
+    return residuals;
+}
+
+}  // namespace orvix

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <limits>
+
+#include "orvix/points/records.h"
+#include "orvix/surfaces/plane_frame.h"
+#include "orvix/surfaces/plane_outline.h"
+#include "orvix/surfaces/polygon_index.h"
+
+namespace orvix::detail {
+
+/// What FittedPlane derives from its points in 2D, and the bound that a caller gave it.
+///
+/// Never changed once shared: a plane that gets a new outline or bound gets a new shape, so that
+/// copies of a plane may share one. Outline and bound each keep the frame they are in.
+struct PlaneShape {
+    PlaneFrame frame;
+    Extends2DT<double> extents{
+        {std::numeric_limits<double>::max(), std::numeric_limits<double>::max()},
+        {-std::numeric_limits<double>::max(), -std::numeric_limits<double>::max()}};
+    PlaneOutline outline;
+    PolygonIndex contour;  // of the outline
+
+    PlaneFrame boundFrame;
+    PolygonIndex bound;
+};
+
+}  // namespace orvix::detail

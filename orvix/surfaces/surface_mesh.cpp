@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/surfaces/surface_mesh.h"
+
+#include "orvix/surfaces/polygon_index.h"
+
+namespace orvix {
+
+std::vector<SimplePointT<double>> BoundaryOf(const std::vector<SimplePointT<double>>& points,
+                                             const PlaneRing& ring) {
+    std::vector<SimplePointT<double>> boundary;
+    if (ring.indices.empty()) return boundary;
+    boundary.reserve(ring.indices.size() + 1);
+    for (const std::uint32_t index : ring.indices) boundary.push_back(points[index]);
+    boundary.push_back(boundary.front());
+    return boundary;
+}
+
+void LiftPlanarVertices(std::vector<SimplePointT<double>>& points, std::size_t firstAppended,
+                        const PlaneFrame& frame) {
+    for (std::size_t i = firstAppended; i < points.size(); ++i) {
+        points[i] = frame.To3D({points[i].x, points[i].y});
+    }
+}
+
+std::vector<int> FacesInsideOutline(const std::vector<SimplePointT<double>>& points,
+                                    const std::vector<int>& faces, const PlaneFrame& frame,
+                                    const PlaneOutline& outline) {
+    const detail::PolygonIndex index(outline);
+    std::vector<int> kept;
+    for (std::size_t f = 0; f + 3 < faces.size(); f += 4) {
+        const auto corner = [&](std::size_t k) {
+            return frame.To2D(points[static_cast<std::size_t>(faces[f + k])]);
+        };
+        const SimplePoint2DT<double> p = corner(1);
+        const SimplePoint2DT<double> q = corner(2);
+        const SimplePoint2DT<double> r = corner(3);
+        if (!index.Contains({(p.x + q.x + r.x) / 3, (p.y + q.y + r.y) / 3})) continue;
+        kept.insert(kept.end(), {3, faces[f + 1], faces[f + 2], faces[f + 3]});
+    }
+    return kept;
+}
+
+}  // namespace orvix
