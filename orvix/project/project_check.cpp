@@ -7,10 +7,10 @@
 #include <limits>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "orvix/platform/file.h"
-#include "orvix/platform/path.h"
 #include "orvix/project/check_skeleton.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
@@ -121,18 +121,9 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
 }  // namespace
 
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options) {
-    const std::string name = platform::ToUtf8(projectFile);
-    if (projectFile.empty() || !platform::PathExists(projectFile)) {
-        return Fail(ErrorCode::BadInput, name + " does not exist; name a project file");
-    }
-    if (platform::IsFolder(projectFile)) {
-        return Fail(ErrorCode::BadInput, name + " is a folder; name the project file beside it");
-    }
     ProjectManager paths;
-    detail::BuildPaths(paths, projectFile);
-    if (!platform::IsFolder(paths.projectFilesFolder)) {
-        return Fail(ErrorCode::BadInput, name + " is no project: there is no folder " +
-                                             platform::ToUtf8(paths.projectFilesFolder));
+    if (auto found = detail::FindProject(paths, projectFile); !found) {
+        return tl::unexpected(std::move(found.error()));
     }
     CheckLog log(options);
     CheckFiles(log, paths);

@@ -137,4 +137,18 @@ void ClearPaths(ProjectManager& manager) {
     }
 }
 
+Expected<void> FindProject(ProjectManager& manager, const CString& projectFile) {
+    const std::string name = platform::ToUtf8(projectFile);
+    if (!platform::PathExists(projectFile)) {
+        return Fail(ErrorCode::BadInput, name + " does not exist; name a project file");
+    }
+    if (platform::IsFolder(projectFile)) {
+        return Fail(ErrorCode::BadInput, name + " is a folder; name the project file beside it");
+    }
+    BuildPaths(manager, projectFile);
+    if (platform::IsFolder(manager.projectFilesFolder)) return {};
+    return Fail(ErrorCode::BadInput, name + " is no project: there is no folder " +
+                                         platform::ToUtf8(manager.projectFilesFolder));
+}
+
 }  // namespace orvix::detail

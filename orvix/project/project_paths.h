@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
 
 namespace orvix {
@@ -23,5 +24,10 @@ void BuildPaths(ProjectManager& manager, const CString& projectFile);
 
 /// Empties every path member.
 void ClearPaths(ProjectManager& manager);
+
+/// `BuildPaths` for a project that must be there.
+///
+/// Errors     BadInput unless `projectFile` names an existing file with its project-files folder.
+Expected<void> FindProject(ProjectManager& manager, const CString& projectFile);
 
 }  // namespace orvix::detail
