@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/planes/plane_grid.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "orvix/planes/vector_math.h"
+#include "orvix/surfaces/point_cloud_geometrics.h"
+
+namespace orvix {
+namespace {
+
+using detail::Along;
+using detail::Dot;
+using detail::Minus;
+using detail::Unit;
+
+constexpr double kFarthestKey = 1 << 30;
+
+std::int32_t Nearest(double cells) {
+    if (!(cells > -kFarthestKey)) return -(1 << 30);
+    return static_cast<std::int32_t>(std::min(std::floor(cells + 0.5), kFarthestKey));
+}
+
+}  // namespace
+
+PlaneGrid::PlaneGrid(const FittedPlane& plane, const SimplePointT<double>& seed, double splitSize) {
+    SimplePointT<double> c1, c2, c3, c4;
+    plane.GetContourBox(seed, splitSize, c1, c2, c3, c4);
+    SimplePointT<double> plusX, plusY;
+    PointCloudGeometrics::CalcMiddlePoint(&c1, &c2, &origin_);
+    PointCloudGeometrics::CalcMiddlePoint(&c4, &c2, &plusX);
+    PointCloudGeometrics::CalcMiddlePoint(&c3, &c2, &plusY);
+    pitch_ = splitSize * 0.5;
+    x_ = Unit(Minus(plusX, origin_));
+    y_ = Unit(Minus(plusY, origin_));
+}
+
+SimplePointT<double> PlaneGrid::Centre(const CellKey& key) const {
+    return Along(Along(origin_, x_, key.x * pitch_), y_, key.y * pitch_);
+}
+
+CellKey PlaneGrid::KeyOf(const SimplePointT<double>& p) const {
+    const SimplePointT<double> offset = Minus(p, origin_);
+    return {Nearest(Dot(offset, x_) / pitch_), Nearest(Dot(offset, y_) / pitch_)};
+}
+
+void PlaneGrid::Settle(const FittedPlane& plane) {
+    const SimplePointT<double> normal = detail::UnitNormal(plane);
+    origin_ = Along(origin_, normal, -detail::Distance(plane, origin_));
+    x_ = Unit(Along(x_, normal, -Dot(x_, normal)));
+    const SimplePointT<double> level = Along(y_, normal, -Dot(y_, normal));
+    y_ = Unit(Along(level, x_, -Dot(level, x_)));
+}
+
+}  // namespace orvix

@@ -1,0 +1,387 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/planes/plane_worm.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <utility>
+
+#include "orvix/planes/vector_math.h"
+#include "orvix/surfaces/point_cloud_geometrics.h"
+
+namespace orvix {
+namespace {
+
+using detail::Cross;
+using detail::Dot;
+using detail::Length;
+using detail::Minus;
+using detail::Vector;
+
+enum Direction : std::int32_t {
+    kAlongX = 1,
+    kAlongY = 2,
+    kUp = 3,
+    kDown = 4,
+    kLeft = 5,
+    kRight = 6
+};
+
+constexpr std::int32_t kCornerKind = 3;
+constexpr std::int32_t kFarthestKey = 1 << 30;
+
+bool IsSeed(const PlaneWorm::CellSniff& cell) {
+    return cell.direction < kUp;
+}
+
+CellKey Step(const CellKey& key, std::int32_t direction) {
+    switch (direction) {
+        case kUp:
+            return {key.x, key.y + 1};
+        case kDown:
+            return {key.x, key.y - 1};
+        case kLeft:
+            return {key.x - 1, key.y};
+        default:
+            return {key.x + 1, key.y};
+    }
+}
+
+/// Whether points leave the normal of their plane open: none is further than a thousandth of
+/// their extent from the line between the first point and the one farthest from it.
+bool OnOneLine(const std::vector<Vector>& points) {
+    const Vector& first = points.front();
+    Vector axis;
+    for (const Vector& p : points) {
+        if (Length(Minus(p, first)) > Length(axis)) axis = Minus(p, first);
+    }
+    const double limit = 1e-3 * Dot(axis, axis);
+    return std::none_of(points.begin(), points.end(), [&](const Vector& p) {
+        return Length(Cross(Minus(p, first), axis)) > limit;
+    });
+}
+
+Vector MiddlePoint(const Vector& a, const Vector& b) {
+    Vector middle;
+    PointCloudGeometrics::CalcMiddlePoint(&a, &b, &middle);
+    return middle;
+}
+
+}  // namespace
+
+PlaneWorm::PlaneWorm(std::shared_ptr<PlaneWormSettings> settings)
+    : settings_(std::move(settings)) {}
+
+void PlaneWorm::CollectCallback(void* fn) {
+    collect_ = reinterpret_cast<CollectFunction>(fn);
+}
+
+std::shared_ptr<PlaneWormSettings> PlaneWorm::Settings() {
+    return settings_;
+}
+
+void PlaneWorm::SetBase(const FittedPlane& base) {
+    base_ = base;
+}
+
+void PlaneWorm::SetCloud(std::shared_ptr<CNearestNeighbour> index,
+                         std::shared_ptr<const std::vector<SimplePointT<float>>> points) {
+    index_ = std::move(index);
+    points_ = std::move(points);
+}
+
+void PlaneWorm::SetSeed(const SimplePointT<double>& seed) {
+    seed_ = seed;
+}
+
+void PlaneWorm::SetSeedDirection(std::int32_t direction) {
+    seedDirection_ = direction;
+}
+
+void PlaneWorm::SetReach(double metres) {
+    reach_ = metres;
+}
+
+void PlaneWorm::SetStepBudget(std::int64_t cells) {
+    stepBudget_ = cells;
+}
+
+void PlaneWorm::SetOutlineTest(bool fixedOutline, bool bound3d, bool bound) {
+    fixedOutline_ = fixedOutline;
+    bound3d_ = bound3d;
+    bound_ = bound;
+}
+
+void PlaneWorm::SetBasePoints(std::vector<SimplePointT<double>> points) {
+    basePoints_ = std::move(points);
+}
+
+void PlaneWorm::KeepBorderCells(bool keep, std::int32_t kind) {
+    keepBorder_ = keep;
+    borderKind_ = kind;
+}
+
+void PlaneWorm::SetWatch(std::function<bool()> proceed) {
+    watch_ = std::move(proceed);
+}
+
+void PlaneWorm::Clear() {
+    visited_.clear();
+    rejected_.clear();
+    cells_.clear();
+    largestDistance_ = 0;
+    steps_ = 0;
+    differences_ = {};
+    ended_ = Ended::NotLaunched;
+}
+
+void PlaneWorm::Launch(RelationToBase relation) {
+    assert(settings_ && index_ && points_);
+    ended_ = Ended::Exhausted;
+    steps_ = 0;
+    beyondReach_ = beyondOutline_ = false;
+    if (!LayGrid(relation)) return;
+    CellSniff seed;
+    const bool chosen = seedDirection_ >= 0 && seedDirection_ <= kAlongY;
+    seed.direction = chosen ? seedDirection_ : static_cast<std::int32_t>(relation);
+    GrowInWaves(RecursiveNeighbourPlaneSearch(seed));
+    if (relation == RelationToBase::Free && base_.data().size() > fittedPoints_) {
+        base_.Generate(false);
+    }
+}
+
+void PlaneWorm::GrowInWaves(std::vector<CellSniff> wave) {
+    while (!wave.empty()) {
+        std::vector<CellSniff> next;
+        for (CellSniff& cell : wave) {
+            if (!MayGoOn()) return;
+            const std::vector<CellSniff> spawned = RecursiveNeighbourPlaneSearch(cell);
+            next.insert(next.end(), spawned.begin(), spawned.end());
+        }
+        wave = std::move(next);
+    }
+    if (beyondOutline_) ended_ = Ended::Outline;
+    if (beyondReach_) ended_ = Ended::Reach;
+}
+
+bool PlaneWorm::MayGoOn() {
+    if (StopFlag() != 0 || (watch_ && !watch_())) {
+        ended_ = Ended::Stopped;
+        return false;
+    }
+    if (steps_ >= stepBudget_) {
+        ended_ = Ended::Budget;
+        return false;
+    }
+    return true;
+}
+
+bool PlaneWorm::LayGrid(RelationToBase relation) {
+    relation_ = relation;
+    grid_ = PlaneGrid(base_, seed_, settings_->SplitSizeScaled());
+    fittedPoints_ = base_.data().size();
+    basePointAt_.clear();
+    const Vector centre = grid_.Centre({});
+    if (!std::isfinite(Dot(centre, centre)) || !std::isfinite(grid_.Pitch())) return false;
+    if (relation == RelationToBase::Outline && grid_.Pitch() > 0) {
+        for (std::size_t i = 0; i < basePoints_.size(); ++i) {
+            basePointAt_.try_emplace(grid_.KeyOf(basePoints_[i]), static_cast<std::int64_t>(i));
+        }
+    }
+    return true;
+}
+
+std::vector<PlaneWorm::CellSniff> PlaneWorm::RecursiveNeighbourPlaneSearch(CellSniff& cell) {
+    ++steps_;
+    const Vector centre = grid_.Centre(cell.key);
+    if (!Enter(cell, centre)) return {};
+
+    // The index takes a squared radius.
+    const double radius = std::pow(settings_->SplitSizeScaled() * 0.5, 2.0);
+    int count = 0;
+    int* indices = index_->Find(&centre, radius, count);
+    // A cell without a point is rejected whatever the settings ask for: growth ends where points
+    // do.
+    if (count < std::max(settings_->minCellPoints, 1)) {
+        rejected_.push_back({cell.key, Rejection::FewPoints});
+        return {};
+    }
+    Cell found = Fit(cell, centre, indices, count);
+    cell.normal = found.normal;
+    const int cap = settings_->minPlane;
+    if (cap > 2 && cap < count) count = cap;
+    found.indices.assign(indices, indices + count);
+    if (collect_ != nullptr) collect_(indices, count);
+
+    const bool tested = !IsSeed(cell) && relation_ != RelationToBase::Free;
+    if (tested && !NormalFits(cell.normal)) {
+        if (!keepBorder_) {
+            rejected_.push_back({cell.key, Rejection::Normal});
+            return {};
+        }
+        found.centre = BorderCorner(cell, centre);
+        found.border = true;
+        cells_.push_back(std::move(found));
+        return {};
+    }
+    cells_.push_back(std::move(found));
+    if (relation_ == RelationToBase::Free) TakeUp(fit_.data());
+    if (IsSeed(cell)) seed_ = {base_.x(), base_.y(), base_.z()};
+    return Children(cell);
+}
+
+bool PlaneWorm::Enter(const CellSniff& cell, const SimplePointT<double>& centre) {
+    if (relation_ == RelationToBase::Visited) return visited_.try_emplace(cell.key).second;
+    if (relation_ != RelationToBase::Outline) return true;
+    VisitedNode& node = visited_[cell.key];
+    if (node.done) return false;
+    if (!InsideOutline(centre)) {
+        beyondOutline_ = true;
+        return false;
+    }
+    const auto listed = static_cast<std::int64_t>(basePoints_.size());
+    if (listed > 0 && (cell.index < 0 || cell.index >= listed)) {
+        beyondOutline_ = true;
+        return false;
+    }
+    node.done = true;
+    return true;
+}
+
+bool PlaneWorm::InsideOutline(const SimplePointT<double>& centre) const {
+    if (fixedOutline_) return base_.IsPointInBound(centre);
+    if (bound3d_) return base_.IsPointIn3dBound(centre);
+    if (bound_) return base_.IsPointInBound(centre);
+    return base_.IsPointInContour(centre);
+}
+
+PlaneWorm::Cell PlaneWorm::Fit(const CellSniff& cell, const SimplePointT<double>& centre,
+                               int* indices, int count) {
+    const Vector carried =
+        Dot(cell.normal, cell.normal) > 0 ? cell.normal : detail::UnitNormal(base_);
+    fit_.AddPoints(points_.get(), indices, count, true);
+    fit_.Generate(false);
+    Vector normal = OnOneLine(fit_.data()) ? carried : detail::Normal(fit_);
+    if (Dot(normal, carried) < 0) normal = detail::Scaled(normal, -1.0);
+    return {cell.key, {}, centre, normal, {fit_.x(), fit_.y(), fit_.z()}, false};
+}
+
+bool PlaneWorm::NormalFits(const SimplePointT<double>& normal) {
+    const auto difference = [](double ours, double base) {
+        return std::abs(std::abs(ours) - std::abs(base));
+    };
+    differences_ = {difference(normal.x, base_.a()), difference(normal.y, base_.b()),
+                    difference(normal.z, base_.c())};
+    const bool fails = differences_[0] > settings_->diffA || differences_[1] > settings_->diffB ||
+                       differences_[2] > settings_->diffC;
+    return !fails;
+}
+
+SimplePointT<double> PlaneWorm::BorderCorner(const CellSniff& cell,
+                                             const SimplePointT<double>& centre) const {
+    Vector c1, c2, c3, c4;
+    base_.GetContourBox(centre, settings_->SplitSizeScaled(), c1, c2, c3, c4);
+    if (cell.kind == kCornerKind) {
+        const Vector corners[] = {c1, c2, c3, c4};
+        return *std::min_element(std::begin(corners), std::end(corners),
+                                 [&](const Vector& a, const Vector& b) {
+                                     return Length(Minus(a, seed_)) < Length(Minus(b, seed_));
+                                 });
+    }
+    switch (cell.direction) {
+        case kUp:
+            return MiddlePoint(c1, c4);
+        case kDown:
+            return MiddlePoint(c3, c2);
+        case kLeft:
+            return MiddlePoint(c4, c2);
+        default:
+            return MiddlePoint(c1, c3);
+    }
+}
+
+void PlaneWorm::TakeUp(const std::vector<SimplePointT<double>>& points) {
+    for (const Vector& p : points) base_.AddPoint(p);
+    // Fitting anew at every cell would cost the square of the points.
+    const std::size_t held = base_.data().size();
+    if (held - fittedPoints_ < fittedPoints_ / 8) return;
+    base_.Generate(false);
+    fittedPoints_ = held;
+    grid_.Settle(base_);
+}
+
+std::vector<PlaneWorm::CellSniff> PlaneWorm::Children(const CellSniff& cell) {
+    std::vector<CellSniff> children;
+    if (!(grid_.Pitch() > 0)) return children;
+    const std::int32_t from = cell.direction;
+    if (IsSeed(cell)) {
+        if (from != kAlongX) {
+            Emit(cell, kDown, children);
+            Emit(cell, kUp, children);
+        }
+        if (from != kAlongY) {
+            Emit(cell, kLeft, children);
+            Emit(cell, kRight, children);
+        }
+        return children;
+    }
+    if (relation_ == RelationToBase::Free) {
+        Emit(cell, from, children);
+        return children;
+    }
+    if (from != kUp) Emit(cell, kDown, children);
+    if (from != kRight) Emit(cell, kLeft, children);
+    if (from != kDown) Emit(cell, kUp, children);
+    if (from != kLeft) Emit(cell, kRight, children);
+    return children;
+}
+
+void PlaneWorm::Emit(const CellSniff& parent, std::int32_t direction, std::vector<CellSniff>& out) {
+    CellSniff child;
+    child.key = Step(parent.key, direction);
+    child.origin = parent.key;
+    child.normal = parent.normal;
+    child.reach = reach_;
+    child.direction = direction;
+    child.tolerance = differences_;
+    child.kind = borderKind_;
+    const auto basePoint = basePointAt_.find(child.key);
+    child.index = basePoint == basePointAt_.end() ? -1 : basePoint->second;
+
+    Vector centre = grid_.Centre(child.key);
+    Vector c1, c2, c3, c4;
+    base_.GetContourBox(centre, settings_->SplitSizeScaled(), c1, c2, c3, c4);
+    const bool outermost = std::max(std::abs(child.key.x), std::abs(child.key.y)) >= kFarthestKey;
+    if (CheckCellDist(child.distance, &centre, &c1, &c2, &c3, &c4, child) || outermost) {
+        beyondReach_ = true;
+        return;
+    }
+    out.push_back(child);
+}
+
+bool PlaneWorm::CheckCellDist(double& dist, SimplePointT<double>* centre,
+                              const SimplePointT<double>* c1, const SimplePointT<double>* c2,
+                              const SimplePointT<double>* c3, const SimplePointT<double>* c4,
+                              const CellSniff& cell) {
+    dist = Length(Minus(*centre, seed_));
+    if (cell.reach >= dist) {
+        switch (cell.direction) {
+            case kUp:
+                *centre = *c2;
+                break;
+            case kDown:
+                *centre = *c1;
+                break;
+            case kRight:
+                *centre = *c4;
+                break;
+            default:
+                *centre = *c3;
+        }
+        dist = Length(Minus(*centre, seed_));
+    }
+    largestDistance_ = std::max(largestDistance_, dist);
+    return dist > cell.reach;
+}
+
+}  // namespace orvix

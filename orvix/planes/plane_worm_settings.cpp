@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/planes/plane_worm_settings.h"
+
+#include <fmt/format.h>
+
+#include <cassert>
+#include <limits>
+#include <utility>
+
+#include "orvix/platform/cache.h"
+#include "orvix/platform/settings_store.h"
+
+namespace orvix {
+namespace {
+
+constexpr wchar_t kWormKey[] = L"SOFTWARE\\Orvix\\Shared\\Worm";
+constexpr double kDefaultDiff = 0.15;
+constexpr double kOpenDiff = 1.5;
+constexpr double kDefaultAliveSplitSize = 0.1;
+constexpr double kDefaultSkeletSplitSize = 0.4;
+constexpr double kSplitSizeInBaseSteps = 4.0;
+constexpr std::int32_t kLeastCellPoints = 5;
+
+/// Toward zero; what an int32 cannot hold becomes its nearest bound, not-a-number 0.
+std::int32_t Truncated(double value) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (value >= static_cast<double>(Limits::max())) return Limits::max();
+    if (value <= static_cast<double>(Limits::min())) return Limits::min();
+    return value == value ? static_cast<std::int32_t>(value) : 0;
+}
+
+std::int32_t Narrowed(std::int64_t value) {
+    return Truncated(static_cast<double>(value));
+}
+
+CString FamilyName(const wchar_t* name, bool alive) {
+    return alive ? CString(name) : CString(name) + L"_SKELET";
+}
+
+double ReadNumber(const CString& name, double fallback) {
+    return Cache::ReadRegistry(kCurrentUser, CString(kWormKey), name, fallback);
+}
+
+void WriteNumber(const CString& name, double value) {
+    const std::string text = fmt::format("{:f}", value);
+    Cache::WriteRegistry(kCurrentUser, CString(kWormKey), name, CString(text.begin(), text.end()));
+}
+
+/// A copied manager carries the handles of the one it was copied from, whose owner closes them:
+/// the copy lets go, so that its end closes nothing.
+ProjectManager& WithoutHandles(ProjectManager& copy) {
+    copy.pointMapping = nullptr;
+    copy.pointFile = nullptr;
+    return copy;
+}
+
+/// Stores four base steps where a split size is negative.
+void RepairSplitSize(double PROJECT_SETTINGS::*splitSize, ProjectManager& project) {
+    PROJECT_SETTINGS repaired = project.projectSettings;
+    if (!(repaired.*splitSize < 0.0)) return;
+    repaired.*splitSize = kSplitSizeInBaseSteps * repaired.baseStep;
+    project.SetProjectSettings(repaired);
+}
+
+}  // namespace
+
+PlaneWormSettings::PlaneWormSettings(const CString& projectPath, const double& scaleFactor)
+    : project(std::make_shared<ProjectManager>()), scale(scaleFactor) {
+    project->Set(projectPath, false);
+    RepairSplitSize(&PROJECT_SETTINGS::aliveSplitSize, *project);
+    RepairSplitSize(&PROJECT_SETTINGS::skeletSplitSize, *project);
+    const PROJECT_SETTINGS& stored = project->projectSettings;
+    aliveSplitSize = stored.aliveSplitSize;
+    aliveDiffA = stored.aliveDiffA;
+    aliveDiffB = stored.aliveDiffB;
+    aliveDiffC = stored.aliveDiffC;
+    aliveMinPlane = Narrowed(stored.aliveMinPlane);
+    skeletSplitSize = stored.skeletSplitSize;
+    skeletDiffA = stored.skeletDiffA;
+    skeletDiffB = stored.skeletDiffB;
+    skeletDiffC = stored.skeletDiffC;
+    skeletMinPlane = Narrowed(stored.skeletMinPlane);
+    usage = stored.usage;
+    minCellPoints = kLeastCellPoints;
+    ScaleSets();
+    SetUsage();
+    CalculateDefaultSteps(*project);
+}
+
+PlaneWormSettings::PlaneWormSettings(const bool& fromRegistry, const bool& aliveFamily,
+                                     ProjectManager source, double scaleFactor)
+    : usage(1), scale(scaleFactor) {
+    if (fromRegistry) {
+        alive = aliveFamily;
+        ReadStore();
+    } else {
+        aliveSplitSize = kDefaultAliveSplitSize;
+        skeletSplitSize = kDefaultSkeletSplitSize;
+        aliveDiffA = aliveDiffB = aliveDiffC = kDefaultDiff;
+        skeletDiffA = skeletDiffB = skeletDiffC = kDefaultDiff;
+    }
+    minCellPoints = kLeastCellPoints;
+    CalculateDefaultSteps(WithoutHandles(source));
+    ScaleSets();
+    SetUsage();
+}
+
+void PlaneWormSettings::ReadStore() {
+    const auto read = [&](const wchar_t* name, double fallback) {
+        return ReadNumber(FamilyName(name, alive), fallback);
+    };
+    aliveSplitSize = skeletSplitSize =
+        read(L"SplitSize", alive ? kDefaultAliveSplitSize : kDefaultSkeletSplitSize);
+    aliveDiffA = skeletDiffA = read(L"DiffA", kDefaultDiff);
+    aliveDiffB = skeletDiffB = read(L"DiffB", kDefaultDiff);
+    aliveDiffC = skeletDiffC = read(L"DiffC", kDefaultDiff);
+    skeletMinPlane = aliveMinPlane = Truncated(read(L"MinPlane", 0.0));
+    vertical = Truncated(ReadNumber(L"Vertical", 0.0));
+    autoDetect = Truncated(ReadNumber(L"AutoDetect", 0.0));
+}
+
+void PlaneWormSettings::ScaleSets() {
+    SetAliveSplitSize(aliveSplitSize);
+    SetSkeletSplitSize(skeletSplitSize);
+}
+
+void PlaneWormSettings::CalculateDefaultSteps(ProjectManager source) {
+    const double scaled = WithoutHandles(source).cloudHeader.scale * 100.0;
+    // Truncated, not rounded: a grid of 0.0199 m counts as 1 cm, one of 0.0999 m as 9 cm.
+    switch (Truncated(scaled)) {
+        case 1:
+            stepClass = 0, defaultStepA = 0.14, defaultStepB = 0.14;
+            break;
+        case 10:
+            stepClass = 1, defaultStepA = 0.18, defaultStepB = 0.14;
+            break;
+        case 100:
+            stepClass = 2, defaultStepA = 1.6, defaultStepB = 0.8;
+            break;
+        default:
+            stepClass = 3, defaultStepA = 10.0, defaultStepB = 4.0;
+    }
+}
+
+void PlaneWormSettings::Save() {
+    assert(project && "Save() writes to the project that the settings were loaded from");
+    PROJECT_SETTINGS stored = project->projectSettings;
+    stored.aliveSplitSize = aliveSplitSize;
+    stored.aliveDiffA = aliveDiffA;
+    stored.aliveDiffB = aliveDiffB;
+    stored.aliveDiffC = aliveDiffC;
+    stored.aliveMinPlane = aliveMinPlane;
+    stored.skeletSplitSize = skeletSplitSize;
+    stored.skeletDiffA = skeletDiffA;
+    stored.skeletDiffB = skeletDiffB;
+    stored.skeletDiffC = skeletDiffC;
+    stored.skeletMinPlane = skeletMinPlane;
+    stored.minCellPoints = minCellPoints;
+    stored.usage = usage;
+    project->SetProjectSettings(stored);
+}
+
+void PlaneWormSettings::Save(const double& size, const double& diff, const int& verticalSwitch,
+                             const int& autoDetectSwitch) {
+    WriteNumber(FamilyName(L"SplitSize", alive), size);
+    for (const wchar_t* name : {L"DiffA", L"DiffB", L"DiffC"}) {
+        WriteNumber(FamilyName(name, alive), diff);
+    }
+    Cache::WriteRegistry(kCurrentUser, CString(kWormKey), CString(L"Vertical"), verticalSwitch);
+    Cache::WriteRegistry(kCurrentUser, CString(kWormKey), CString(L"AutoDetect"), autoDetectSwitch);
+}
+
+void PlaneWormSettings::Save(const int& metres, const int& decimetres, const int& centimetres,
+                             const double& diff, const int& verticalSwitch,
+                             const int& autoDetectSwitch) {
+    const double size = decimetres * 0.1 + metres + centimetres * 0.01;
+    Save(size, diff, verticalSwitch, autoDetectSwitch);
+}
+
+void PlaneWormSettings::SetAliveSplitSize(const double& v) {
+    aliveSplitSize = v;
+    aliveSplitSizeScaled = v * scale;
+}
+
+void PlaneWormSettings::SetSkeletSplitSize(const double& v) {
+    skeletSplitSize = v;
+    skeletSplitSizeScaled = v * scale;
+}
+
+double PlaneWormSettings::GetAliveSplitSize() const {
+    return aliveSplitSize;
+}
+
+double PlaneWormSettings::GetSkeletSplitSize() const {
+    return skeletSplitSize;
+}
+
+void PlaneWormSettings::ChangeSplitSize(double v) {
+    splitSize = v;
+    splitSizeScaled = v * scale;
+}
+
+double PlaneWormSettings::SplitSizeStored() const {
+    return splitSize;
+}
+
+double PlaneWormSettings::SplitSizeScaled() const {
+    return splitSizeScaled;
+}
+
+void PlaneWormSettings::SetUsage() {
+    const bool aliveSet = usage == 0;
+    splitSize = aliveSet ? aliveSplitSize : skeletSplitSize;
+    splitSizeScaled = aliveSet ? aliveSplitSizeScaled : skeletSplitSizeScaled;
+    diffA = aliveSet ? aliveDiffA : skeletDiffA;
+    diffB = aliveSet ? aliveDiffB : skeletDiffB;
+    diffC = aliveSet ? aliveDiffC : skeletDiffC;
+    minPlane = aliveSet ? aliveMinPlane : skeletMinPlane;
+}
+
+void PlaneWormSettings::SetDiff(const double&) {
+    aliveDiffA = skeletDiffA = aliveDiffB = skeletDiffB = aliveDiffC = skeletDiffC = kOpenDiff;
+    SetUsage();
+}
+
+}  // namespace orvix
