@@ -18,7 +18,7 @@ struct ScanPoint {
     double x = 0;
     double y = 0;
     double z = 0;
-    float intensity = 0;
+    float intensity = 0;  ///< always finite
     std::uint16_t red = 0;
     std::uint16_t green = 0;
     std::uint16_t blue = 0;
@@ -27,7 +27,7 @@ struct ScanPoint {
 
 /// What a file's header tells.
 struct ScanInfo {
-    std::string format;  ///< for people: "LAS 1.4, point format 8"
+    std::string format;                           ///< for people: "LAS 1.4, point format 8"
     std::optional<std::uint64_t> declaredPoints;  ///< the header's count, if it has one
     bool hasIntensity = false;
     bool hasColour = false;
@@ -46,7 +46,8 @@ struct RawPiece {
 };
 
 /// The points of a piece. `malformed` counts the records or lines that could not be understood
-/// (a line whose coordinate is no number); the import reports them as rejected.
+/// (a line whose coordinate is no number); the import reports them as rejected. Coordinates may
+/// be not-a-number or infinite.
 struct DecodedPiece {
     std::vector<ScanPoint> points;
     std::uint64_t malformed = 0;
@@ -61,6 +62,8 @@ struct DecodedPiece {
 ///     while (*(*reader)->Next(piece)) (*reader)->Decode(piece, decoded);
 ///
 /// Order    pieces come in file order, points in record order.
+/// Boundaries a piece may be empty (a stretch of the file without points was skipped, and the
+///            caller gets the chance to stop); `Decode` replaces what `decoded` held.
 /// Errors   BadInput with file, byte or line, numbers, and what to do; a file that ends before
 ///          its declared points do is such an error, not a short read.
 /// Threads  `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
@@ -80,7 +83,11 @@ public:
 
 inline constexpr std::uint64_t kPieceBytes = 2u << 20;
 
-/// Opens a scan file by what its first bytes say, whatever its name.
+/// Opens a scan file by what its first bytes say, whatever its name: LAS and PLY by their magic,
+/// text when nothing else is known to start so.
+///
+/// Errors   BadInput for a missing or empty file, a folder, a format that is known but not read
+///          (told by name), and a file that is no scan; Failure when reading is not permitted.
 Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path);
 
 }  // namespace orvix::importer

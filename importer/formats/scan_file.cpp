@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/formats/scan_file.h"
+
+#include <fmt/format.h>
+
+#include "orvix/platform/path.h"
+
+namespace orvix::importer {
+
+Expected<ScanFile> ScanFile::Open(const CString& path) {
+    ScanFile scan;
+    scan.name_ = platform::ToUtf8(path);
+    if (!platform::PathExists(path)) {
+        return scan.Bad("there is no such file. Check the path and its spelling.");
+    }
+    if (platform::IsFolder(path)) {
+        return scan.Bad("this is a folder, not a scan file. Name the files in it one by one.");
+    }
+    std::error_code error;
+    scan.file_ = platform::File::OpenRead(path, error);
+    if (error == std::errc::permission_denied) {
+        return Fail(ErrorCode::Failure,
+                    scan.name_ +
+                        ": reading is not permitted. Ask for read access to the file, "
+                        "or copy it to a place of your own.");
+    }
+    if (error) return FailSystem(error, scan.name_ + ": the file cannot be opened");
+    scan.size_ = scan.file_.Size();
+    if (scan.size_ == 0) {
+        return scan.Bad("the file is empty (0 bytes). Copy or export it again.");
+    }
+    return scan;
+}
+
+Expected<void> ScanFile::Read(std::uint64_t offset, void* buffer, std::size_t bytes) const {
+    std::error_code error;
+    const std::size_t done =
+        bytes <= BytesFrom(offset) ? file_.ReadAt(offset, buffer, bytes, error) : 0;
+    if (error) {
+        return FailSystem(error, fmt::format("{}: {} bytes at byte {} cannot be read", name_,
+                                             Grouped(bytes), Grouped(offset)));
+    }
+    if (done != bytes) {
+        return Bad(
+            fmt::format("the file ends at byte {}, where {} more bytes were expected. It "
+                        "is cut short or was changed meanwhile: copy it again.",
+                        Grouped(offset + done), Grouped(bytes - done)));
+    }
+    return {};
+}
+
+Expected<void> ScanFile::ReadBlock(std::uint64_t offset, std::size_t bytes,
+                                   std::vector<std::uint8_t>& buffer) const {
+    if (bytes > BytesFrom(offset)) return Read(offset, nullptr, bytes);
+    buffer.resize(bytes);
+    return Read(offset, buffer.data(), bytes);
+}
+
+tl::unexpected<Error> ScanFile::Bad(std::string_view what) const {
+    return Fail(ErrorCode::BadInput, fmt::format("{}: {}", name_, what));
+}
+
+std::string Grouped(std::uint64_t number) {
+    std::string digits = std::to_string(number);
+    for (std::size_t place = digits.size(); place > 3;) {
+        place -= 3;
+        digits.insert(place, 1, ',');
+    }
+    return digits;
+}
+
+tl::unexpected<Error> BadCutShort(const ScanFile& file, const CutShort& cut) {
+    const std::uint64_t present = file.BytesFrom(cut.firstByte);
+    return file.Bad(fmt::format(
+        "the header declares {0} {1} of {2} bytes or more from byte {3} on, but the file ends at "
+        "byte {4}, after {5} bytes of them: {6} {1} at most. The file is cut short; copy, "
+        "download or export it again.",
+        Grouped(cut.declared), cut.noun, cut.recordBytes, Grouped(cut.firstByte),
+        Grouped(file.Size()), Grouped(present), Grouped(present / cut.recordBytes)));
+}
+
+}  // namespace orvix::importer

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "importer/formats/column_roles.h"
+#include "importer/formats/line_blocks.h"
+#include "importer/formats/scan_file.h"
+
+namespace orvix::importer {
+
+/// How the lines of a text scan are to be understood.
+struct TextLayout {
+    char separator = ' ';  ///< ' ': any run of blanks and tabs
+    char decimalPoint = '.';
+    LineBlocks::Start data;  ///< the first data line
+    RoleColumns columns;
+    std::vector<Role> roles;  ///< by column, up to the last that is used
+    double colourScale = 1;
+    bool unitColours = false;  ///< colours run from 0 to 1
+};
+
+/// A line without points: "#", "//" or, where ";" separates nothing, ";" leads a comment.
+bool IsCommentLine(std::string_view line, char separator);
+
+/// The columns of a line, without the blanks around them; quotes are kept. A separator at the end
+/// of the line starts no further column.
+std::vector<std::string_view> SplitColumns(std::string_view line, char separator);
+
+/// Tells a text scan's layout by its first lines (up to 1,000 of the first 2 MiB).
+///
+/// Separator and decimal point: of semicolon, comma, tab and blanks, each with a decimal point
+/// and (but for the comma) a decimal comma, the pair under which most lines hold three coordinates;
+/// the earlier of equal ones. A first line that holds only a whole number is a count, which is
+/// skipped and never trusted. Columns are told by a line of names before the first point, comment
+/// or not; without names by their number:
+///
+///     3  x y z         6  x y z red green blue (no colours where one is negative)
+///     4  x y z i       7  x y z i red green blue (likewise)
+///
+/// and any other number of columns is x y z and columns that are not read. Colours with a
+/// fraction and none above 1 run from 0 to 1.
+/// Errors   BadInput: text in UTF-16, bytes that no text holds, a grid of scan lines (PTX), no
+///          layout under which at least half of the lines hold three numbers.
+Expected<TextLayout> SniffText(const ScanFile& file);
+
+/// For people: "text, comma-separated: x y z intensity".
+std::string DescribeLayout(const TextLayout& layout);
+
+}  // namespace orvix::importer

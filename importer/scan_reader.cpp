@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/scan_reader.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "importer/formats/known_files.h"
+#include "importer/formats/las.h"
+#include "importer/formats/ply.h"
+#include "importer/formats/scan_file.h"
+#include "importer/formats/text.h"
+
+namespace orvix::importer {
+
+Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path) {
+    auto file = ScanFile::Open(path);
+    if (!file) return tl::unexpected(file.error());
+    std::vector<std::uint8_t> start;
+    const auto bytes = static_cast<std::size_t>(std::min<std::uint64_t>(file->Size(), 16));
+    if (auto read = file->ReadBlock(0, bytes, start); !read) return tl::unexpected(read.error());
+    const std::string_view magic(reinterpret_cast<const char*>(start.data()), start.size());
+
+    if (magic.starts_with("LASF")) return OpenLas(std::move(*file));
+    if (magic.starts_with("ply\n") || magic.starts_with("ply\r") || magic.starts_with("ply ")) {
+        return OpenPly(std::move(*file));
+    }
+    if (const auto reason = WhyNotRead(start)) return file->Bad(*reason);
+    return OpenText(std::move(*file));
+}
+
+}  // namespace orvix::importer
