@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "importer/scan_reader.h"
+#include "tests/support/scratch_folder.h"
+
+namespace orvix::test {
+
+/// All that a reader makes of a file.
+struct WholeScan {
+    std::string error;  ///< empty when reading succeeded
+    importer::ScanInfo info;
+    std::vector<importer::ScanPoint> points;
+    std::uint64_t malformed = 0;
+    std::uint64_t pieces = 0;
+};
+
+/// Reads a file to its end, then once more after Rewind; checks that the passes agree, that
+/// pieces come in file order within the file and that record numbers add up.
+WholeScan ReadAll(const CString& path);
+/// The same for bytes, written to a file first.
+WholeScan ReadAll(const std::vector<std::uint8_t>& bytes);
+WholeScan ReadAll(std::string_view text);
+
+/// "1 2 3; 4 5 6": the positions, for short expectations.
+std::string Positions(const WholeScan& scan);
+
+}  // namespace orvix::test
