@@ -98,8 +98,8 @@ public:
 
     /// Builds the 2D extents and the outline of the points (of `pts`, in the second form). A
     /// bound that is present stays. The outline is their alpha shape: a
-    /// gap that takes in a circle of Outline().radius is outside, and that radius is 2.5 times the
-    /// length that three quarters of the edges of the points' Delaunay triangulation keep to.
+    /// gap that takes in a circle of Outline().radius is outside, and that radius is about three
+    /// typical point spacings: a doorway of seven spacings is a gap, a missing point is not.
     /// Boundaries: fewer than three points, or points on one line, have extents and no outline.
     void Generate2DExt();
     void ReGenerate2DExt(const std::vector<SimplePointT<double>>* pts);

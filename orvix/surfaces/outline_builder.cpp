@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <utility>
 
@@ -17,6 +18,10 @@ namespace {
 
 using Position = SimplePoint2DT<double>;
 using Kernel = CGAL::Epick;
+
+constexpr double kRadiusInEdges = 3;
+constexpr double kVotingCells = 4096;
+constexpr std::size_t kMostVotes = 24;
 
 constexpr std::int32_t kOutside = -1;
 constexpr std::int32_t kUnlabelled = -2;
@@ -86,31 +91,46 @@ Extends2DT<double> BoxOf(const std::vector<Position>& positions) {
     return box;
 }
 
+/// A square raster over the sites' box that has about `cells` cells in it.
+class Raster {
+public:
+    Raster(const std::vector<Position>& positions, double cells) : box_(BoxOf(positions)) {
+        const double width = box_.max.x - box_.min.x;
+        const double height = box_.max.y - box_.min.y;
+        // A box thinner than one cell still has no more than `cells` of them.
+        side_ = std::max(std::sqrt(width * height / cells), std::max(width, height) / cells);
+        if (!(side_ > 0) || !std::isfinite(side_)) side_ = std::numeric_limits<double>::max();
+        columns_ = static_cast<std::size_t>(width / side_) + 1;
+        rows_ = static_cast<std::size_t>(height / side_) + 1;
+    }
+
+    std::size_t Size() const { return columns_ * rows_; }
+
+    std::size_t CellOf(const Position& p) const {
+        const auto column = static_cast<std::size_t>((p.x - box_.min.x) / side_);
+        const auto row = static_cast<std::size_t>((p.y - box_.min.y) / side_);
+        return std::min(row, rows_ - 1) * columns_ + std::min(column, columns_ - 1);
+    }
+
+private:
+    Extends2DT<double> box_;
+    double side_ = 0;
+    std::size_t columns_ = 1;
+    std::size_t rows_ = 1;
+};
+
 /// Keeps the leftmost, rightmost, lowest and highest site of each raster cell; of equal ones the
 /// one of the lowest rank.
 void Thin(Sites& sites, std::size_t mostPoints) {
-    const Extends2DT<double> box = BoxOf(sites.positions);
-    const double width = box.max.x - box.min.x;
-    const double height = box.max.y - box.min.y;
-    const double cells = static_cast<double>(std::max<std::size_t>(mostPoints / 4, 1));
-    // A strip thinner than one cell still has no more than `cells` of them.
-    const double side =
-        std::max(std::sqrt(width * height / cells), std::max(width, height) / cells);
-    if (!(side > 0) || !std::isfinite(side)) return;
-    const auto columns = static_cast<std::size_t>(width / side) + 1;
-    const auto rows = static_cast<std::size_t>(height / side) + 1;
-
+    const Raster raster(sites.positions, static_cast<double>(mostPoints) / 4);
     constexpr std::uint32_t kNone = UINT32_MAX;
-    std::vector<std::array<std::uint32_t, 4>> extremes(columns * rows,
-                                                       {kNone, kNone, kNone, kNone});
+    std::vector<std::array<std::uint32_t, 4>> extremes(raster.Size(), {kNone, kNone, kNone, kNone});
     const auto take = [](std::uint32_t& slot, std::uint32_t rank, bool better) {
         if (slot == kNone || better) slot = rank;
     };
     for (std::uint32_t rank = 0; rank < sites.positions.size(); ++rank) {
         const Position& p = sites.positions[rank];
-        const auto column = static_cast<std::size_t>((p.x - box.min.x) / side);
-        const auto row = static_cast<std::size_t>((p.y - box.min.y) / side);
-        auto& cell = extremes[std::min(row, rows - 1) * columns + std::min(column, columns - 1)];
+        auto& cell = extremes[raster.CellOf(p)];
         const auto& at = sites.positions;
         take(cell[0], rank, false);  // ranks rise with x
         take(cell[1], rank, cell[1] != kNone && p.x > at[cell[1]].x);
@@ -162,20 +182,38 @@ double SquaredLength(const Position& p, const Position& q) {
     return (q.x - p.x) * (q.x - p.x) + (q.y - p.y) * (q.y - p.y);
 }
 
-double DeriveRadius(const Sites& sites, const Triangulation& triangulation,
-                    const OutlineOptions& options) {
-    std::vector<double> squared;
-    squared.reserve(3 * sites.positions.size());
+/// The edges that end in one raster cell.
+struct Vote {
+    double length = 0;  // the sum, later the mean
+    std::size_t count = 0;
+};
+
+double DeriveRadius(const Sites& sites, const Triangulation& triangulation) {
+    const Raster raster(sites.positions, kVotingCells);
+    std::vector<Vote> votes(raster.Size());
     for (const auto& [face, i] : triangulation.finite_edges()) {
-        squared.push_back(
-            SquaredLength(sites.positions[face->vertex(Triangulation::ccw(i))->info()],
-                          sites.positions[face->vertex(Triangulation::cw(i))->info()]));
+        const Position& p = sites.positions[face->vertex(Triangulation::ccw(i))->info()];
+        const Position& q = sites.positions[face->vertex(Triangulation::cw(i))->info()];
+        const double length = std::sqrt(SquaredLength(p, q));
+        for (const std::size_t cell : {raster.CellOf(p), raster.CellOf(q)}) {
+            votes[cell].length += length;
+            ++votes[cell].count;
+        }
     }
-    const auto rank =
-        static_cast<std::size_t>(options.edgeQuantile * static_cast<double>(squared.size() - 1));
-    const auto nth = squared.begin() + static_cast<std::ptrdiff_t>(rank);
-    std::nth_element(squared.begin(), nth, squared.end());
-    return options.radiusInEdges * std::sqrt(*nth);
+    std::erase_if(votes, [](const Vote& vote) { return vote.count == 0; });
+    std::size_t all = 0;
+    for (Vote& vote : votes) {
+        vote.length /= static_cast<double>(vote.count);
+        vote.count = std::min(vote.count, kMostVotes);
+        all += vote.count;
+    }
+    std::sort(votes.begin(), votes.end(),
+              [](const Vote& p, const Vote& q) { return p.length < q.length; });
+    std::size_t median = 0;
+    for (std::size_t below = votes[0].count; 2 * below < all; below += votes[median].count) {
+        ++median;
+    }
+    return kRadiusInEdges * votes[median].length;
 }
 
 /// The circumscribed circle's radius is |pq| |qr| |rp| / (2 |pq x pr|).
@@ -349,8 +387,7 @@ PlaneOutline BuildOutline(const std::vector<SimplePoint2DT<double>>& positions,
     if (sites.positions.size() > options.mostPoints) Thin(sites, options.mostPoints);
     Triangulation triangulation;
     if (!Triangulate(sites, triangulation)) return {};
-    const double radius =
-        options.radius > 0 ? options.radius : DeriveRadius(sites, triangulation, options);
+    const double radius = options.radius > 0 ? options.radius : DeriveRadius(sites, triangulation);
     LabelComponents(sites, radius, triangulation);
     return Assemble(sites, RimTracer(sites).Trace(triangulation), radius);
 }
