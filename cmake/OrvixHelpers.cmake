@@ -8,7 +8,9 @@ function(orvix_test)
   add_executable(${T_NAME} ${T_SOURCES})
   target_link_libraries(${T_NAME} PRIVATE orvix_static orvix_test_support ${T_LIBRARIES} GTest::gmock GTest::gtest_main)
   add_test(NAME ${T_NAME} COMMAND ${T_NAME})
-  set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT})
+  # What the library reads and writes back while it is loaded stays away from the user's own settings.
+  set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT}
+    ENVIRONMENT ORVIX_SETTINGS_DIR=${PROJECT_BINARY_DIR}/test-settings/${T_NAME})
 endfunction()
 
 # orvix_public_headers(room header.h ...): what a host sees of a room; installed with the library.

@@ -43,10 +43,18 @@ std::optional<CString> AcceptedText(const platform::StoredSetting& stored) {
     return platform::FromUtf16(units);
 }
 
-std::optional<CString> ReadText(RegistryRoot root, const CString& key, const CString& name) {
-    const auto stored = platform::QuerySetting(root, key, name);
-    return stored ? AcceptedText(*stored) : std::nullopt;
-}
+/// What a read found; `writeBack` tells that the value is known to be missing. A store that
+/// cannot be read just now may hold one, which a default must not overwrite.
+struct ReadText {
+    ReadText(RegistryRoot root, const CString& key, const CString& name) {
+        platform::StoredSetting stored;
+        const platform::Lookup lookup = platform::LookUpSetting(root, key, name, stored);
+        if (lookup == platform::Lookup::Found) text = AcceptedText(stored);
+        writeBack = !text && lookup != platform::Lookup::Unreadable;
+    }
+    std::optional<CString> text;
+    bool writeBack = false;
+};
 
 CString OrEmpty(const wchar_t* text) {
     return text != nullptr ? CString(text) : CString();
@@ -56,29 +64,27 @@ CString OrEmpty(const wchar_t* text) {
 
 CString Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
                             const CString& defaultValue) {
-    if (const auto text = ReadText(root, key, name)) return *text;
-    WriteRegistry(root, key, name, defaultValue);
-    return defaultValue;
+    const ReadText read(root, key, name);
+    if (read.writeBack) WriteRegistry(root, key, name, defaultValue);
+    return read.text.value_or(defaultValue);
 }
 
 CString Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name) {
-    return ReadText(root, key, name).value_or(CString());
+    return ReadText(root, key, name).text.value_or(CString());
 }
 
 std::int32_t Cache::ReadRegistry(const RegistryRoot& root, const wchar_t* key, const wchar_t* name,
                                  std::int32_t defaultValue) {
-    if (const auto text = ReadText(root, OrEmpty(key), OrEmpty(name))) {
-        return platform::LeadingInteger(*text);
-    }
-    WriteRegistry(root, OrEmpty(key), OrEmpty(name), defaultValue);
-    return defaultValue;
+    const ReadText read(root, OrEmpty(key), OrEmpty(name));
+    if (read.writeBack) WriteRegistry(root, OrEmpty(key), OrEmpty(name), defaultValue);
+    return read.text ? platform::LeadingInteger(*read.text) : defaultValue;
 }
 
 double Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
                            double defaultValue) {
-    if (const auto text = ReadText(root, key, name)) return platform::LeadingDouble(*text);
-    WriteRegistry(root, key, name, platform::SixDigits(defaultValue));
-    return defaultValue;
+    const ReadText read(root, key, name);
+    if (read.writeBack) WriteRegistry(root, key, name, platform::SixDigits(defaultValue));
+    return read.text ? platform::LeadingDouble(*read.text) : defaultValue;
 }
 
 void Cache::WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,

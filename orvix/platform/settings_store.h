@@ -54,11 +54,20 @@ struct NamedSetting {
 ///
 /// Errors    a missing store reads as empty without a word. A damaged store reads as empty,
 ///           refuses writes and says so on the error channel; a store of the current user that
-///           cannot be written says so too; each once a process. That the machine's store cannot
-///           be written is what a plain user expects, and is told by the result alone.
+///           cannot be read or written says so too; once a process and root. That the machine's
+///           store cannot be written is what a plain user expects: the result alone tells it.
 /// Threads   any; every call opens and closes the store.
 /// Cost      a fraction of a millisecond to read; a change waits until it is on the device, a
 ///           value stored again as it is does not.
+enum class Lookup {
+    Found,
+    Missing,
+    Unreadable,  ///< damaged, or held by another process for seconds: nobody knows
+};
+/// Sets `value` when it is found.
+Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
+                     StoredSetting& value);
+/// LookUpSetting for callers to whom what cannot be read is as good as missing.
 std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
                                           const CString& name);
 /// Stores a value, creating the key path; false when the store refuses.

@@ -4,9 +4,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <system_error>
 
 #include "orvix/platform/error_channel.h"
@@ -19,7 +20,8 @@ namespace {
 using detail::Database;
 using detail::Statement;
 
-/// user_version 0 is a file that no change has reached yet, 1 the tables below.
+/// The database's user_version: 0 is a file that no change has reached yet, 1 the tables below.
+constexpr std::int64_t kStoreVersion = 1;
 constexpr const char* kCreateTables =
     "CREATE TABLE IF NOT EXISTS setting_keys("
     " folded TEXT PRIMARY KEY, path TEXT NOT NULL) WITHOUT ROWID;"
@@ -45,14 +47,16 @@ std::string ConfigurationFolder(const char* variable, const std::string& otherwi
     return (first.starts_with('/') ? first : otherwise) + "/orvix";
 }
 
-std::string StorePath(RegistryRoot root) {
-    const bool user = root == RegistryRoot::CurrentUser;
-    const char* const file = user ? "/user.db" : "/machine.db";
+std::string StoreFolder(RegistryRoot root) {
     const std::string chosen = ToUtf8(EnvironmentVariable("ORVIX_SETTINGS_DIR"));
-    if (!chosen.empty()) return chosen + file;
-    return (user ? ConfigurationFolder("XDG_CONFIG_HOME", HomeFolder() + "/.config")
-                 : ConfigurationFolder("XDG_CONFIG_DIRS", "/etc/xdg")) +
-           file;
+    if (!chosen.empty()) return chosen;
+    return root == RegistryRoot::CurrentUser
+               ? ConfigurationFolder("XDG_CONFIG_HOME", HomeFolder() + "/.config")
+               : ConfigurationFolder("XDG_CONFIG_DIRS", "/etc/xdg");
+}
+
+std::string StorePath(RegistryRoot root) {
+    return StoreFolder(root) + (root == RegistryRoot::CurrentUser ? "/user.db" : "/machine.db");
 }
 
 /// A key path without empty parts, as spelled and as compared.
@@ -95,51 +99,88 @@ void AnnounceDamage(RegistryRoot root, const std::string& cause) {
                        "), default settings apply. Delete the file to start anew.");
 }
 
-void AnnounceRefusal(RegistryRoot root, const std::string& cause) {
+void AnnounceRefusal(RegistryRoot root, const char* what, const std::string& cause) {
     if (root != RegistryRoot::CurrentUser) return;
-    Announce(root, "Settings cannot be saved in " + StorePath(root) + " (" + cause +
-                       "). Check the permissions of the file and of its folder.");
+    Announce(root, std::string("Settings cannot be ") + what + " " + StorePath(root) + " (" +
+                       cause + "). Check the permissions of the file and of its folder.");
 }
 
-/// Whether the tables are not there because no change has reached the file yet.
-bool IsFresh(Database& database) {
-    Statement version(database, "PRAGMA user_version");
-    return version.Step() == SQLITE_ROW && version.Number(0) == 0;
+/// Whether the file ends where a page does. SQLite takes what a page lacks at its end for zeros.
+bool HasWholePages(RegistryRoot root, Database& database) {
+    Statement query(database, "PRAGMA page_size");
+    if (query.Step() != SQLITE_ROW || query.Number(0) <= 0) return false;
+    std::error_code error;
+    const std::uintmax_t bytes = std::filesystem::file_size(StorePath(root), error);
+    return !error && bytes % static_cast<std::uintmax_t>(query.Number(0)) == 0;
 }
 
-/// Runs `onRow` for each result row of a query; a missing or fresh store has none.
+/// Reads the version, which begins the transaction in earnest; SQLITE_OK, or what stands in the
+/// way of using the file. One of a newer version is as unusable as a damaged one.
+int Examine(RegistryRoot root, Database& database, std::int64_t& version) {
+    Statement query(database, "PRAGMA user_version");
+    const int result = query.Step();
+    if (result != SQLITE_ROW) return result == SQLITE_DONE ? SQLITE_CORRUPT : result;
+    version = query.Number(0);
+    if (version > kStoreVersion) return SQLITE_FORMAT;
+    return HasWholePages(root, database) ? SQLITE_OK : SQLITE_CORRUPT;
+}
+
+std::string Cause(const Database& database, int result) {
+    if (result == SQLITE_FORMAT) return "a newer program wrote it";
+    return result == SQLITE_CORRUPT ? "it is damaged" : database.Message();
+}
+
+/// Tells the user what kept a query from its answer.
+Lookup Unreadable(RegistryRoot root, const Database& database, int result) {
+    if (IsDamage(result)) {
+        AnnounceDamage(root, Cause(database, result));
+    } else {
+        AnnounceRefusal(root, "read from", Cause(database, result));
+    }
+    return Lookup::Unreadable;
+}
+
+/// Runs `onRow` for each result row of a query.
 template <class BindAll, class OnRow>
-void Query(RegistryRoot root, std::string_view text, BindAll bindAll, OnRow onRow) {
+Lookup Query(RegistryRoot root, std::string_view text, BindAll bindAll, OnRow onRow) {
     // Opened for writing where possible: a change that a killed process left half done must be
     // undone before reading.
     Database database(StorePath(root), SQLITE_OPEN_READWRITE);
-    if (database.OpenResult() != SQLITE_OK) return;
+    if (database.OpenResult() == SQLITE_CANTOPEN) return Lookup::Missing;
+    std::int64_t version = 0;
+    int result = database.OpenResult();
+    if (result == SQLITE_OK) result = database.Execute("BEGIN");
+    if (result == SQLITE_OK) result = Examine(root, database, version);
+    if (result != SQLITE_OK) return Unreadable(root, database, result);
+    if (version == 0) return Lookup::Missing;
     Statement statement(database, text);
     bindAll(statement);
-    int result = SQLITE_ROW;
-    while ((result = statement.Step()) == SQLITE_ROW) onRow(statement);
-    if (!IsDamage(result)) return;
-    const std::string cause = database.Message();
-    if (!IsFresh(database)) AnnounceDamage(root, cause);
+    Lookup lookup = Lookup::Missing;
+    while ((result = statement.Step()) == SQLITE_ROW) {
+        onRow(statement);
+        lookup = Lookup::Found;
+    }
+    return result == SQLITE_DONE ? lookup : Unreadable(root, database, result);
 }
 
 /// Makes one change, whole or not at all; false when the store refuses.
 template <class Body>
 bool Change(RegistryRoot root, Body body) {
-    const std::string path = StorePath(root);
     std::error_code ignored;
-    std::filesystem::create_directories(path.substr(0, path.rfind('/')), ignored);
-    Database database(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    std::filesystem::create_directories(StoreFolder(root), ignored);
+    Database database(StorePath(root), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    std::int64_t version = 0;
     int result = database.OpenResult();
     if (result == SQLITE_OK) result = database.Execute("BEGIN IMMEDIATE");
-    if (result == SQLITE_OK && IsFresh(database)) result = database.Execute(kCreateTables);
+    if (result == SQLITE_OK) result = Examine(root, database, version);
+    if (result == SQLITE_OK && version == 0) result = database.Execute(kCreateTables);
     if (result == SQLITE_OK) result = body(database);
-    if (result == SQLITE_OK || result == SQLITE_DONE) result = database.Execute("COMMIT");
+    if (result == SQLITE_DONE) result = database.Execute("COMMIT");
     if (result == SQLITE_OK) return true;
     if (IsDamage(result)) {
-        AnnounceDamage(root, database.Message());
+        AnnounceDamage(root, Cause(database, result));
     } else {
-        AnnounceRefusal(root, database.Message());
+        AnnounceRefusal(root, "saved in", Cause(database, result));
     }
     return false;
 }
@@ -166,14 +207,19 @@ StoredSetting SettingAt(const Statement& row, int column) {
 
 }  // namespace
 
-std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
-                                          const CString& name) {
-    std::optional<StoredSetting> found;
-    Query(
+Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
+                     StoredSetting& value) {
+    return Query(
         root, "SELECT type, bytes FROM setting_values WHERE key = ?1 AND folded = ?2",
         [&](Statement& query) { query.Bind(KeyPath(key).folded).Bind(Folded(name)); },
-        [&](const Statement& row) { found = SettingAt(row, 0); });
-    return found;
+        [&](const Statement& row) { value = SettingAt(row, 0); });
+}
+
+std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
+                                          const CString& name) {
+    StoredSetting value;
+    if (LookUpSetting(root, key, name, value) != Lookup::Found) return std::nullopt;
+    return value;
 }
 
 bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
@@ -200,11 +246,9 @@ bool CreateSettingKey(RegistryRoot root, const CString& key) {
 }
 
 bool SettingKeyExists(RegistryRoot root, const CString& key) {
-    bool exists = false;
-    Query(
-        root, kKeyQuery, [&](Statement& query) { query.Bind(KeyPath(key).folded); },
-        [&](const Statement&) { exists = true; });
-    return exists;
+    return Query(
+               root, kKeyQuery, [&](Statement& query) { query.Bind(KeyPath(key).folded); },
+               [](const Statement&) {}) == Lookup::Found;
 }
 
 bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name) {
