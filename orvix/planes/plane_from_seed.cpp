@@ -26,6 +26,9 @@ constexpr double kPointsPerCircle = 15.0;
 constexpr double kLeastInlierShare = 0.25;
 constexpr double kLeastTolerance = 0.01;
 constexpr double kSigmas = 3.0;
+constexpr int kMostWidenings = 4;
+constexpr double kMostBend = 0.02;
+constexpr double kWorthwhileWidening = 1.05;
 
 struct KeyHash {
     std::size_t operator()(const CellKey& key) const {
@@ -63,10 +66,16 @@ public:
     }
 
     Expected<SeedPlane> Grow() {
-        for (double reach = std::max(kFirstReach, 10 * split_);; reach *= 2) {
+        double reach = std::max(kFirstReach, 10 * split_);
+        for (int widenings = 0;;) {
             const double within = std::min(reach, options_.reach);
             if (auto step = GrowWithin(within); !step) return tl::unexpected(step.error());
-            if (ended_ != PlaneWorm::Ended::Reach || within >= options_.reach) break;
+            const bool further = ended_ == PlaneWorm::Ended::Reach && within < options_.reach;
+            if (further) reach *= 2;
+            // A surface that bends a little goes on once its bend is allowed for.
+            const bool wider = widenings < kMostWidenings && WidenTolerance();
+            if (wider) ++widenings;
+            if (!further && !wider) break;
         }
         return Conclude();
     }
@@ -89,9 +98,20 @@ private:
         tolerance_ = options_.maxDistance > 0
                          ? options_.maxDistance
                          : std::min(std::max(kSigmas * fit_.noise, kLeastTolerance), split_ / 4);
+        seedTolerance_ = tolerance_;
     }
 
-    bool Cancelled() const { return options_.proceed && !options_.proceed(); }
+    /// Follows the spread of the points found, to twice the seed's or 2 cm more, whichever is less;
+    /// true when that is wider than now.
+    bool WidenTolerance() {
+        if (options_.maxDistance > 0) return false;
+        const double spread = kSigmas * detail::NoiseOf(plane_, Inliers());
+        const double limit = std::min({2 * seedTolerance_, seedTolerance_ + kMostBend, split_ / 4});
+        const double wider = std::min(spread, limit);
+        if (!(wider > tolerance_ * kWorthwhileWidening)) return false;
+        tolerance_ = wider;
+        return true;
+    }
 
     Slab SlabWithin(double reach) const {
         return {plane_, std::max(split_ / 2, tolerance_), fit_.seed, reach + split_};
@@ -174,12 +194,19 @@ private:
                covered_.contains(grid_.KeyOf(position));
     }
 
+    std::vector<Vector> Inliers() const {
+        std::vector<Vector> inliers;
+        for (const auto& p : slab_.points) {
+            const Vector position = detail::Widened(p);
+            if (IsInlier(position)) inliers.push_back(position);
+        }
+        return inliers;
+    }
+
     void Refit() {
         for (int round = 0; round < 3; ++round) {
             FittedPlane refitted;
-            for (const auto& p : slab_.points) {
-                if (IsInlier(detail::Widened(p))) refitted.AddPoint(detail::Widened(p));
-            }
+            for (const Vector& p : Inliers()) refitted.AddPoint(p);
             if (refitted.data().size() < 3) return;
             refitted.Generate(true);
             if (!(std::abs(detail::Distance(refitted, fit_.seed)) <= 2 * tolerance_)) return;
@@ -261,6 +288,7 @@ private:
     double split_ = 0;
     bool enlarged_ = false;
     double tolerance_ = 0;
+    double seedTolerance_ = 0;
     double reach_ = 0;
     SlabPoints slab_;
     PlaneGrid grid_;

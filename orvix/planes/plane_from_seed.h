@@ -22,8 +22,10 @@ struct SeedPlaneOptions {
     double diffA = -1;     ///< tolerance on the normal's a; negative: the settings' alive set
     double diffB = -1;     ///< likewise b
     double diffC = -1;     ///< likewise c
-    double maxDistance = 0;  ///< metres, a point's largest distance from the plane; 0: three times
-                             ///< the noise at the seed, at least 0.01 and at most a quarter split
+    /// Metres, a point's largest distance from the plane. 0: three times the noise at the seed, at
+    /// least 0.01 and at most a quarter split; then, where the surface bends, as the spread of its
+    /// points asks, up to twice that and 0.02 more.
+    double maxDistance = 0;
     double snapDistance = 1.0;  ///< metres, from the seed to the nearest point
     /// Metres from the seed; infinite: until points end.
     double reach = std::numeric_limits<double>::infinity();
@@ -38,7 +40,7 @@ struct SeedPlane {
     std::vector<std::uint64_t> records;  ///< of plane.data(), in the same order: alive records
     SimplePointT<double> seed;           ///< the cloud's point that growth started from
     double snapped = 0;                  ///< metres between it and the seed asked for
-    double noise = 0;                    ///< root mean square distance of the points at the seed
+    double noise = 0;                    ///< standard deviation of the points at the seed
     double splitSize = 0;                ///< the one used
     bool splitEnlarged = false;          ///< the settings' cells would have held too few points
     double maxDistanceAllowed = 0;       ///< the largest distance that a point may have

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -21,6 +22,11 @@ constexpr std::size_t kMostNeighbours = 20'000;
 constexpr std::size_t kSmallestBall = 12;
 constexpr double kLeastTolerance = 0.01;
 constexpr double kSigmas = 3.0;
+constexpr double kSeedSigmas = 4.0;
+constexpr int kRefits = 6;
+constexpr std::array kTolerancesOfRadius{0.02, 0.05, 0.1};
+constexpr double kSigmaPerMedian = 1.4826;
+constexpr double kLeastShareOfRms = 0.6;
 
 struct Neighbour {
     double distance = 0;  // from the seed
@@ -126,13 +132,14 @@ private:
     std::uint64_t seen_ = 0;
 };
 
-/// The least-squares plane of the points within `radius` that lie within `tolerance` of `plane`
-/// (of all of them, without one); nothing when they are too few.
+/// A least-squares plane and the noise about it.
 struct Fit {
     FittedPlane plane;
     double noise = 0;
 };
 
+/// The least-squares plane of the points within `radius` that lie within `tolerance` of `plane`
+/// (of all of them, without one); nothing when they are too few.
 std::optional<Fit> FitWithin(const std::vector<Neighbour>& points, double radius,
                              const FittedPlane* plane, double tolerance) {
     Fit fit;
@@ -143,24 +150,29 @@ std::optional<Fit> FitWithin(const std::vector<Neighbour>& points, double radius
     }
     if (fit.plane.data().size() < 5) return std::nullopt;
     fit.plane.Generate(false);
-    fit.noise = fit.plane.Residuals().rms;
+    fit.noise = NoiseOf(fit.plane, fit.plane.data());
     fit.plane.Clear();
     if (!std::isfinite(fit.noise)) return std::nullopt;
     return fit;
 }
 
-/// How well a plane explains the neighbourhood; below 0 when it misses the seed.
-double Score(const Neighbourhood& around, const FittedPlane& plane, double tolerance) {
+/// How well a plane explains the neighbourhood: the points within three sigma, those near the
+/// seed and near the plane weighing more. A plane of four times the noise must explain 2.8 times as
+/// many: otherwise one that cuts across an edge would beat the surface at its side. Below 0 when
+/// the plane misses the seed.
+double Score(const Neighbourhood& around, const Fit& fit) {
     const auto& points = around.Points();
-    if (std::abs(Distance(plane, points.front().position)) > tolerance) return -1;
+    const double tolerance = std::max(kSigmas * fit.noise, kLeastTolerance);
+    const double seedOff = std::abs(Distance(fit.plane, points.front().position));
+    if (seedOff > tolerance * kSeedSigmas / kSigmas) return -1;
     const double reach = 0.4 * around.Radius();
     double score = 0;
     for (const Neighbour& p : points) {
-        const double off = Distance(plane, p.position) / tolerance;
+        const double off = Distance(fit.plane, p.position) / tolerance;
         const double away = p.distance / reach;
         score += std::max(0.0, 1.0 - off * off) * std::exp(-away * away);
     }
-    return score;
+    return score / std::pow(tolerance, 0.75);
 }
 
 double ToleranceOf(double noise, double limit) {
@@ -179,21 +191,24 @@ std::optional<Fit> GrowCandidate(const Neighbourhood& around, double radius, dou
 
 std::optional<Fit> BestFit(const Neighbourhood& around) {
     const auto& points = around.Points();
-    const double limit = std::max(0.03, 0.03 * around.Radius());
     const double smallest = points[std::min(kSmallestBall, points.size()) - 1].distance;
     std::optional<Fit> best;
     double bestScore = -1;
     for (double r = std::max(smallest, 1e-3); r < around.Radius() * 1.4; r *= 1.4) {
-        const auto fit = GrowCandidate(around, std::min(r, around.Radius()), limit);
-        if (!fit) continue;
-        const double score = Score(around, fit->plane, limit);
-        if (score > bestScore) best = fit, bestScore = score;
+        for (const double share : kTolerancesOfRadius) {
+            const auto fit = GrowCandidate(around, std::min(r, around.Radius()),
+                                           std::max(share * around.Radius(), kLeastTolerance));
+            if (!fit) continue;
+            const double score = Score(around, *fit);
+            if (score > bestScore) best = fit, bestScore = score;
+        }
     }
-    // The limit ranks candidates alike; the winner's own noise then decides what belongs to it.
-    for (int round = 0; best && round < 4; ++round) {
-        const double tolerance = round == 0 ? 2 * limit : kSigmas * best->noise;
+    // A tight candidate that won on a noisy surface widens to that noise here; one beside an edge
+    // stays tight, because few points lie where it would widen to.
+    const double limit = kTolerancesOfRadius.back() * around.Radius();
+    for (int round = 0; best && round < kRefits; ++round) {
         const auto refined =
-            FitWithin(points, around.Radius(), &best->plane, std::max(tolerance, kLeastTolerance));
+            FitWithin(points, around.Radius(), &best->plane, ToleranceOf(best->noise, limit));
         if (!refined) break;
         best = refined;
     }
@@ -227,6 +242,16 @@ bool SpansPlane(const Neighbourhood& around) {
 
 }  // namespace
 
+double NoiseOf(const FittedPlane& plane, const std::vector<SimplePointT<double>>& points) {
+    if (points.empty()) return 0;
+    std::vector<double> distances;
+    distances.reserve(points.size());
+    for (const Vector& p : points) distances.push_back(std::abs(Distance(plane, p)));
+    const auto middle = distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2);
+    std::nth_element(distances.begin(), middle, distances.end());
+    return std::max(kSigmaPerMedian * *middle, kLeastShareOfRms * plane.Residuals(points).rms);
+}
+
 Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed,
                             double snapDistance) {
     const auto nearest = FindNearest(cloud, seed);
@@ -245,13 +270,17 @@ Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed
     }
     const auto around = Neighbourhood::Gather(cloud, nearest->position);
     if (!around) return tl::unexpected(around.error());
-    const auto fit = SpansPlane(*around) ? BestFit(*around) : std::nullopt;
+    const char* fault = "do not span a plane";
+    std::optional<Fit> fit;
+    if (SpansPlane(*around)) {
+        fit = BestFit(*around);
+        fault = "lie on no plane that passes through it";
+    }
     if (!fit) {
-        return Fail(
-            ErrorCode::BadInput,
-            fmt::format("the {} points within {:.2f} m of the seed do not span a plane; choose "
-                        "a seed on a surface",
-                        around->Seen(), around->Radius()));
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("the {} points within {:.2f} m of the seed {}; choose a seed on a "
+                                "surface",
+                                around->Seen(), around->Radius(), fault));
     }
     SeedFit result;
     result.plane = fit->plane;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "orvix/planes/cloud_source.h"
 #include "orvix/planes/fitted_plane.h"
 
@@ -11,7 +14,7 @@ struct SeedFit {
     FittedPlane plane;             ///< holds no points
     SimplePointT<double> seed;     ///< the cloud's point nearest to the one asked for
     double snapped = 0;            ///< its distance from that, metres
-    double noise = 0;              ///< root mean square distance of the inliers
+    double noise = 0;              ///< standard deviation of the inliers, see NoiseOf
     double density = 0;            ///< inliers per square metre
     double radius = 0;             ///< of the neighbourhood
     std::uint64_t neighbours = 0;  ///< points looked at
@@ -33,5 +36,10 @@ struct SeedFit {
 ///         uses every k-th.
 Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed,
                             double snapDistance);
+
+/// The standard deviation of the distances from a plane, told from their median, so that a step or
+/// an edge among the points hardly counts; at least 0.6 of their root mean square, because on
+/// coordinates rounded to a coarse step more than half of the distances may be zero.
+double NoiseOf(const FittedPlane& plane, const std::vector<SimplePointT<double>>& points);
 
 }  // namespace orvix::detail
