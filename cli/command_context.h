@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <functional>
+#include <string>
+
+#include "cli/exit_codes.h"
+#include "cli/progress_reporter.h"
+#include "orvix/platform/error.h"
+
+namespace orvix::cli {
+
+using Json = nlohmann::ordered_json;
+
+/// What a verb hands back: the same result twice, for programs and for people.
+struct Outcome {
+    Json json;
+    std::string text;             ///< lines for people, each ended by a line break
+    ExitCode exitCode = kExitOk;  ///< kExitDamaged where the finding itself is the failure
+};
+
+struct CommandContext;
+using VerbRun = std::function<Expected<Outcome>(CommandContext&)>;
+
+/// What every verb shares: the options that all of them take, and the way out for messages.
+struct CommandContext {
+    std::string verb;  ///< as typed: "import", "settings get"
+    bool json = false;
+    ProgressMode progress = ProgressMode::Automatic;
+    VerbRun run;  ///< the chosen verb, set while the command line is parsed
+};
+
+/// Runs the chosen verb and prints: the result on standard output, messages on standard error.
+/// With --json an error too is an object on standard output: {"error": {"code", "message"}}.
+ExitCode RunAndReport(CommandContext& context);
+
+/// Prints an error in the same two ways. `word` is one of the codes in docs/COMMAND.md.
+void ReportFailure(const std::string& verb, bool json, const std::string& word,
+                   const std::string& message);
+
+/// A sentence for the user that is no failure; standard error.
+void PrintNote(const std::string& message);
+
+/// JSON text with two blanks a level; bytes that are no UTF-8 become U+FFFD.
+std::string JsonText(const Json& json);
+
+}  // namespace orvix::cli

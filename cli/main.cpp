@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "cli/command_context.h"
+#include "cli/interrupt.h"
+#include "cli/verbs.h"
+#include "orvix/version.h"
+
+namespace {
+
+using namespace orvix::cli;
+
+constexpr const char* kExitCodes =
+    "Results go to standard output, progress and messages to standard error.\n"
+    "Exit codes: 0 ok, 1 failure, 2 usage, 3 bad input, 4 no space, 5 damaged project, "
+    "130 cancelled.\n"
+    "'orvix VERB --help' shows a verb's options and examples.";
+
+void DescribeCommand(CLI::App& app, CommandContext& context) {
+    app.require_subcommand(1);
+    app.allow_windows_style_options(false);
+    app.set_version_flag("--version", fmt::format("orvix {}", orvix::VersionString()),
+                         "Print the version and exit");
+    app.footer(kExitCodes);
+    AddImportVerb(app, context);
+    AddInfoVerb(app, context);
+    AddCheckVerb(app, context);
+    AddWalkVerb(app, context);
+    AddPlaneVerb(app, context);
+    AddSettingsVerb(app, context);
+    AddDestroyVerb(app, context);
+}
+
+// The names of the verb and its sub-verb that the line got to, for the message and its hint.
+std::string ChosenVerb(const CLI::App& app) {
+    std::string name;
+    const CLI::App* current = &app;
+    for (auto chosen = current->get_subcommands(); !chosen.empty();
+         chosen = current->get_subcommands()) {
+        current = chosen.front();
+        name += (name.empty() ? "" : " ") + current->get_name();
+    }
+    return name;
+}
+
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+    const std::string verb = ChosenVerb(app);
+    const bool json = std::any_of(
+        argv, argv + argc, [](const char* text) { return std::string_view(text) == "--json"; });
+    std::string message = error.what();
+    while (!message.empty() && (message.back() == '\n' || message.back() == '.'))
+        message.pop_back();
+    ReportFailure(
+        verb, json, "usage",
+        fmt::format("{}; see 'orvix{}{} --help'", message, verb.empty() ? "" : " ", verb));
+    return kExitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Point clouds on disk: import scans, inspect projects, grow planes.", "orvix"};
+    CommandContext context;
+    DescribeCommand(app, context);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& asked) {  // --help or --version
+        return app.exit(asked);
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error, argc, argv);
+    }
+    WatchInterrupts();
+    return RunAndReport(context);
+}

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+#include "orvix/points/records.h"
+
+namespace orvix::cli {
+
+struct TriangleMesh {
+    std::vector<SimplePointT<double>> points;
+    std::vector<std::array<std::uint32_t, 3>> triangles;  ///< counter-clockwise from the front
+};
+
+/// Whether the name's ending is one that WriteMesh knows: .ply or .obj, in any case.
+bool IsMeshName(const CString& path);
+
+/// Writes a mesh as one text file, ASCII PLY (doubles) or Wavefront OBJ by the name's ending.
+/// Coordinates are written with as many digits as it takes to read back the same doubles, so a
+/// mesh in world coordinates loses nothing.
+///
+/// Errors   BadInput for another ending; NoSpace or Failure, with the path, when writing fails.
+/// Cost     one pass through a buffer of 1 MiB.
+Expected<void> WriteMesh(const CString& path, const TriangleMesh& mesh);
+
+}  // namespace orvix::cli

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::cli {
+
+/// Turns the path that a user typed into the path of a project file that is there.
+///
+/// Opening a project through ProjectManager makes its folders first and looks for its files
+/// second, as a host that creates projects wants it. The command looks first: a mistyped name ends
+/// in a sentence and leaves nothing behind, and nothing but a project is ever destroyed.
+///
+/// Errors   BadInput for nothing there, a folder, or a file that is no settings record of a known
+///          version; Failure for a file that this user may not read; Damaged for a project file
+///          whose project-files folder is gone.
+Expected<CString> RequireProject(const std::string& argument);
+
+/// A path for messages.
+std::string Shown(const CString& path);
+
+}  // namespace orvix::cli

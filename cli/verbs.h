@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+#include "cli/command_context.h"
+
+namespace CLI {
+class App;
+}
+
+namespace orvix::cli {
+
+/// Adds a verb to the command line: its name, one line for the list of verbs, examples for its
+/// help, and what runs when it is chosen. Every verb gains --json here.
+CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& name,
+                  const std::string& summary, const std::string& examples, VerbRun run);
+
+/// The option --progress, for verbs that take long enough to be watched.
+void AddProgressOption(CLI::App& verb, CommandContext& context);
+
+/// One function a verb, each in the file named after it.
+void AddImportVerb(CLI::App& app, CommandContext& context);
+void AddInfoVerb(CLI::App& app, CommandContext& context);
+void AddCheckVerb(CLI::App& app, CommandContext& context);
+void AddWalkVerb(CLI::App& app, CommandContext& context);
+void AddPlaneVerb(CLI::App& app, CommandContext& context);
+void AddSettingsVerb(CLI::App& app, CommandContext& context);
+void AddDestroyVerb(CLI::App& app, CommandContext& context);
+
+}  // namespace orvix::cli
