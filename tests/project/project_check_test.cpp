@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/project_check.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "orvix/platform/path.h"
+#include "orvix/project/project_manager.h"
+#include "orvix/project/project_summary.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/tiny_project.h"
+
+namespace orvix {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using testing::HasSubstr;
+
+std::string Told(const CheckReport& report) {
+    std::string text;
+    for (const CheckFault& fault : report.faults) text += fault.file + ": " + fault.what + "\n";
+    return text;
+}
+
+class ProjectCheckTest : public testing::Test {
+protected:
+    ProjectCheckTest() { Write(0.1); }
+
+    void Write(double scale, std::size_t count = 60) {
+        project =
+            test::MakeTinyProject(test::RoomPoints(3, count), scale, {690'000, 5'330'000, 500});
+        WriteTinyProject(project, path);
+        manager.Set(path, false);
+    }
+
+    CheckReport Check() {
+        auto report = CheckProject(path);
+        EXPECT_TRUE(report) << report.error().message;
+        return std::move(*report);
+    }
+
+    // Every file that a complete project with its 10 cm level has.
+    std::vector<CString> Files() const {
+        return {manager.projectFile,
+                manager.headFile,
+                manager.transformFile,
+                manager.gridPts,
+                manager.gridIdx,
+                manager.grid1000cmIdx,
+                manager.grid10cmIdx,
+                manager.grid1to10cmIdx,
+                manager.gridSkeletCoordPts,
+                manager.gridSkeletDataPts,
+                manager.viewGridDtv,
+                manager.viewEntriesDtv,
+                manager.viewGridLv,
+                manager.intensitiesHist,
+                manager.intensitiesSliceHist,
+                manager.zHist,
+                manager.zSliceHist};
+    }
+
+    // The report after one change to a file's bytes, which are put back afterwards.
+    CheckReport Spoil(const CString& file, const std::function<void(Bytes&)>& change) {
+        const Bytes whole = test::ReadBytes(file);
+        Bytes spoilt = whole;
+        change(spoilt);
+        test::WriteBytes(file, spoilt.data(), spoilt.size());
+        CheckReport report = Check();
+        test::WriteBytes(file, whole.data(), whole.size());
+        return report;
+    }
+
+    // Replaces `Width` bytes of record `i`.
+    template <class T>
+    std::string SpoilField(const CString& file, std::size_t position, T value) {
+        return Told(Spoil(file, [&](Bytes& bytes) {
+            std::memcpy(bytes.data() + position, &value, sizeof value);
+        }));
+    }
+
+    test::ScratchFolder folder;
+    CString path = folder / L"scan.prj";
+    test::TinyProject project;
+    ProjectManager manager;
+};
+
+TEST_F(ProjectCheckTest, FindsNoFaultInWholeProjectsOfEveryScale) {
+    for (const double scale : {0.01, 0.1, 1.0}) {
+        for (const std::size_t count : {0U, 1U, 10U, 2000U}) {
+            std::error_code ignored;
+            platform::RemoveTree(manager.projectFilesFolder, ignored);
+            Write(scale, count);
+            EXPECT_EQ(Told(Check()), "") << scale << ", " << count;
+        }
+    }
+}
+
+TEST_F(ProjectCheckTest, LeavesTheFolderAsItIs) {
+    std::error_code error;
+    platform::RemoveFolder(manager.panoFolder, error);
+    const auto before = platform::ListFolder(manager.projectFilesFolder, error);
+    Check();
+    EXPECT_EQ(platform::ListFolder(manager.projectFilesFolder, error), before);
+    EXPECT_FALSE(platform::PathExists(manager.panoFolder));
+}
+
+TEST_F(ProjectCheckTest, TellsAPathThatIsNoProject) {
+    EXPECT_EQ(CheckProject(folder / L"absent.prj").error().code, ErrorCode::BadInput);
+    EXPECT_EQ(CheckProject(L"").error().code, ErrorCode::BadInput);
+    EXPECT_EQ(CheckProject(folder.Path()).error().code, ErrorCode::BadInput);
+    test::WriteText(folder / L"other.prj", "text");
+    const auto other = CheckProject(folder / L"other.prj");
+    ASSERT_FALSE(other);
+    EXPECT_THAT(other.error().message, HasSubstr("other_Project_Files"));
+    EXPECT_FALSE(SummariseProject(folder / L"other.prj"));
+}
+
+TEST_F(ProjectCheckTest, NamesEveryMissingFile) {
+    for (const CString& file : Files()) {
+        if (file == manager.transformFile || file == path) continue;
+        const Bytes whole = test::ReadBytes(file);
+        std::error_code error;
+        platform::RemoveFile(file, error);
+        EXPECT_THAT(Told(Check()), HasSubstr(platform::ToUtf8(file) + ": cannot be"))
+            << Told(Check());
+        test::WriteBytes(file, whole.data(), whole.size());
+    }
+}
+
+TEST_F(ProjectCheckTest, NamesEveryTruncatedFileAtEveryLength) {
+    for (const CString& file : Files()) {
+        const std::size_t size = test::ReadBytes(file).size();
+        for (std::size_t length = 0; length < size; ++length) {
+            const CheckReport report = Spoil(file, [&](Bytes& bytes) { bytes.resize(length); });
+            const bool slice = file == manager.intensitiesSliceHist || file == manager.zSliceHist;
+            if (slice && length % 12 == 0) continue;  // a slice counts any part of the points
+            ASSERT_FALSE(report.Ok()) << platform::ToUtf8(file) << " cut to " << length;
+        }
+    }
+}
+
+TEST_F(ProjectCheckTest, NamesEverySpoiltByteOfTheIndexesAndTheViewFiles) {
+    for (const CString& file :
+         {manager.gridIdx, manager.grid1000cmIdx, manager.grid10cmIdx, manager.grid1to10cmIdx,
+          manager.viewGridDtv, manager.viewEntriesDtv, manager.viewGridLv}) {
+        const std::size_t size = test::ReadBytes(file).size();
+        for (std::size_t at = 0; at < size; ++at) {
+            for (const std::uint8_t bits : {0x01, 0x80, 0xFF}) {
+                const CheckReport report = Spoil(file, [&](Bytes& bytes) { bytes[at] ^= bits; });
+                // Of a block of two points either may be the nearest to their centroid.
+                if (file == manager.viewGridLv && at % 48 == 36 && bits == 1) continue;
+                ASSERT_FALSE(report.Ok()) << platform::ToUtf8(file) << " at " << at;
+            }
+        }
+    }
+}
+
+TEST_F(ProjectCheckTest, SurvivesEverySpoiltByteOfEveryOtherFile) {
+    for (const CString& file :
+         {manager.projectFile, manager.headFile, manager.transformFile, manager.gridPts,
+          manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.zHist}) {
+        const std::size_t size = test::ReadBytes(file).size();
+        for (std::size_t at = 0; at < size; ++at) {
+            Spoil(file, [&](Bytes& bytes) { bytes[at] ^= 0xFF; });
+            Spoil(file, [&](Bytes& bytes) { bytes[at] = 0x7F; });
+        }
+    }
+}
+
+TEST_F(ProjectCheckTest, SaysWhatIsWrongAndWhere) {
+    const std::string file = platform::ToUtf8(manager.gridPts);
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_THAT(SpoilField(manager.gridPts, 24, nan),
+                HasSubstr(file + ": point 1 has coordinates"));
+    EXPECT_THAT(SpoilField(manager.gridPts, 48, 500.0F),
+                HasSubstr(file + ": point 2 lies in 100 cm cell [500, "));
+    const float nudged = project.points[0].z + (project.points[0].z > -0.1F ? -0.1F : 0.1F);
+    EXPECT_THAT(SpoilField(manager.gridPts, 8, nudged), HasSubstr("point 0 lies in 10"));
+    EXPECT_THAT(SpoilField(manager.headFile, 0, std::uint64_t{61}),
+                HasSubstr("tells 61 points where 60 are stored"));
+    EXPECT_THAT(SpoilField(manager.headFile, 48, 99.0), HasSubstr("tells bounds"));
+    EXPECT_THAT(SpoilField(manager.headFile, 16, -1.0), HasSubstr("tells a skeleton scale of -1"));
+    EXPECT_THAT(SpoilField(manager.headFile, 80, std::uint32_t{2}),
+                HasSubstr("tells 2 stations where points name station 2"));
+    EXPECT_THAT(SpoilField(path, 0, std::int32_t{14}), HasSubstr("settings of version 14"));
+    EXPECT_THAT(SpoilField(path, 0, std::int32_t{12}), HasSubstr("322 bytes where settings of "
+                                                                 "version 12 take 310"));
+    EXPECT_THAT(SpoilField(manager.gridIdx, 24, std::uint32_t{0}), HasSubstr("entry 0 is empty"));
+    EXPECT_THAT(SpoilField(manager.gridIdx, 16, ~std::uint64_t{0}),
+                HasSubstr("of which there are 60"));
+    EXPECT_THAT(SpoilField(manager.grid10cmIdx, 0, std::int8_t{10}), HasSubstr("not within 0..9"));
+    EXPECT_THAT(SpoilField(manager.zHist, 8, std::int32_t{-5}),
+                HasSubstr("bin 0 counts -5 points"));
+    EXPECT_THAT(SpoilField(manager.transformFile, 0, 0.0), HasSubstr("has no inverse"));
+}
+
+TEST_F(ProjectCheckTest, ListsThreeFaultsOfAKindAndCountsTheRest) {
+    const CheckReport report = Spoil(manager.gridPts, [&](Bytes& bytes) {
+        for (std::size_t at = 3; at < bytes.size(); at += 24) bytes[at] = 0x7F;  // huge x
+    });
+    EXPECT_EQ(report.total, 61U);  // each point, and the bounds
+    ASSERT_EQ(report.faults.size(), 4U);
+    EXPECT_THAT(report.faults[2].what, HasSubstr("(and 57 more like it)"));
+    CheckOptions options;
+    options.maxFaults = 0;
+    test::WriteText(manager.gridIdx, "");
+    EXPECT_TRUE(CheckProject(path, options)->faults.empty());
+    EXPECT_FALSE(CheckProject(path, options)->Ok());
+}
+
+TEST_F(ProjectCheckTest, StopsWhenItsCallerWishes) {
+    CheckOptions options;
+    double last = 0;
+    options.progress = [&](double fraction) {
+        EXPECT_GE(fraction, last);
+        last = fraction;
+        return true;
+    };
+    EXPECT_TRUE(CheckProject(path, options));
+    EXPECT_GT(last, 0);
+    EXPECT_LE(last, 1);
+    options.progress = [](double) { return false; };
+    EXPECT_EQ(CheckProject(path, options).error().code, ErrorCode::Cancelled);
+}
+
+TEST_F(ProjectCheckTest, ASummaryTellsCountsBoundsAndBytes) {
+    const auto summary = SummariseProject(path);
+    ASSERT_TRUE(summary);
+    EXPECT_EQ(summary->points, 60U);
+    EXPECT_EQ(summary->skeletonPoints, project.skeleton.size());
+    EXPECT_EQ(summary->cells1000, project.cells1000.size());
+    EXPECT_EQ(summary->cells100, project.cells100.size());
+    EXPECT_EQ(summary->cells10, project.cells10.size());
+    EXPECT_EQ(summary->stations, 3U);
+    EXPECT_EQ(summary->frame.Origin().y, 5'330'000);
+    EXPECT_EQ(summary->bounds.min.x, 690'000 + project.head.bounds.min.x);
+    std::uint64_t bytes = 0;
+    for (const CString& file : Files()) bytes += test::ReadBytes(file).size();
+    EXPECT_EQ(summary->bytes, bytes);
+    test::WriteText(manager.transformFile, "x");
+    EXPECT_EQ(SummariseProject(path).error().code, ErrorCode::Damaged);
+}
+
+}  // namespace
+}  // namespace orvix
