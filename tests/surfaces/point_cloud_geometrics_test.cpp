@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <numeric>
 #include <random>
 #include <set>
@@ -249,7 +250,7 @@ TEST(PointCloudGeometrics, AngleMultipliesByTheLengthOfItsSecondVector) {
 
 TEST(PointCloudGeometrics, PolarAndMiddlePoint) {
     SimplePoint2DT<double> p;
-    Geometrics::Polar(M_PI / 6, 2, {10, 20}, p);
+    Geometrics::Polar(std::numbers::pi / 6, 2, {10, 20}, p);
     EXPECT_DOUBLE_EQ(p.x, 10 + std::sqrt(3.0));
     EXPECT_DOUBLE_EQ(p.y, 21);
     Point a{1, 2, 3};

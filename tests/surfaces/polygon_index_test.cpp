@@ -2,6 +2,7 @@
 #include "orvix/surfaces/polygon_index.h"
 
 #include <cmath>
+#include <numbers>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -19,7 +20,7 @@ Ring Star(std::mt19937& random, int corners) {
     Ring ring;
     for (int i = 0; i < corners; ++i) {
         SimplePoint2DT<double> p;
-        PointCloudGeometrics::Polar(2 * M_PI * i / corners, radius(random), {0, 0}, p);
+        PointCloudGeometrics::Polar(2 * std::numbers::pi * i / corners, radius(random), {0, 0}, p);
         ring.push_back(p);
     }
     return ring;
