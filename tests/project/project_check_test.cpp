@@ -11,6 +11,7 @@
 #include <system_error>
 #include <vector>
 
+#include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_summary.h"
@@ -33,7 +34,7 @@ class ProjectCheckTest : public testing::Test {
 protected:
     ProjectCheckTest() { Write(0.1); }
 
-    void Write(double scale, std::size_t count = 60) {
+    void Write(double scale, std::size_t count = 12) {
         project =
             test::MakeTinyProject(test::RoomPoints(3, count), scale, {690'000, 5'330'000, 500});
         WriteTinyProject(project, path);
@@ -67,18 +68,27 @@ protected:
                 manager.zSliceHist};
     }
 
+    // In place: emptying a file first makes some file systems wait for the disk.
+    static void Overwrite(const CString& path, const Bytes& bytes) {
+        std::error_code error;
+        auto file = platform::File::OpenReadWrite(path, error);
+        file.WriteAt(0, bytes.data(), bytes.size(), error);
+        file.Resize(bytes.size(), error);
+        ASSERT_FALSE(error);
+    }
+
     // The report after one change to a file's bytes, which are put back afterwards.
     CheckReport Spoil(const CString& file, const std::function<void(Bytes&)>& change) {
         const Bytes whole = test::ReadBytes(file);
         Bytes spoilt = whole;
         change(spoilt);
-        test::WriteBytes(file, spoilt.data(), spoilt.size());
+        Overwrite(file, spoilt);
         CheckReport report = Check();
-        test::WriteBytes(file, whole.data(), whole.size());
+        Overwrite(file, whole);
         return report;
     }
 
-    // Replaces `Width` bytes of record `i`.
+    // What the check tells after one value was written over a file's bytes.
     template <class T>
     std::string SpoilField(const CString& file, std::size_t position, T value) {
         return Told(Spoil(file, [&](Bytes& bytes) {
@@ -153,7 +163,7 @@ TEST_F(ProjectCheckTest, NamesEverySpoiltByteOfTheIndexesAndTheViewFiles) {
           manager.viewGridDtv, manager.viewEntriesDtv, manager.viewGridLv}) {
         const std::size_t size = test::ReadBytes(file).size();
         for (std::size_t at = 0; at < size; ++at) {
-            for (const std::uint8_t bits : {0x01, 0x80, 0xFF}) {
+            for (const std::uint8_t bits : {std::uint8_t{0x01}, std::uint8_t{0xFF}}) {
                 const CheckReport report = Spoil(file, [&](Bytes& bytes) { bytes[at] ^= bits; });
                 // Of a block of two points either may be the nearest to their centroid.
                 if (file == manager.viewGridLv && at % 48 == 36 && bits == 1) continue;
@@ -184,8 +194,8 @@ TEST_F(ProjectCheckTest, SaysWhatIsWrongAndWhere) {
                 HasSubstr(file + ": point 2 lies in 100 cm cell [500, "));
     const float nudged = project.points[0].z + (project.points[0].z > -0.1F ? -0.1F : 0.1F);
     EXPECT_THAT(SpoilField(manager.gridPts, 8, nudged), HasSubstr("point 0 lies in 10"));
-    EXPECT_THAT(SpoilField(manager.headFile, 0, std::uint64_t{61}),
-                HasSubstr("tells 61 points where 60 are stored"));
+    EXPECT_THAT(SpoilField(manager.headFile, 0, std::uint64_t{13}),
+                HasSubstr("tells 13 points where 12 are stored"));
     EXPECT_THAT(SpoilField(manager.headFile, 48, 99.0), HasSubstr("tells bounds"));
     EXPECT_THAT(SpoilField(manager.headFile, 16, -1.0), HasSubstr("tells a skeleton scale of -1"));
     EXPECT_THAT(SpoilField(manager.headFile, 80, std::uint32_t{2}),
@@ -195,7 +205,7 @@ TEST_F(ProjectCheckTest, SaysWhatIsWrongAndWhere) {
                                                                  "version 12 take 310"));
     EXPECT_THAT(SpoilField(manager.gridIdx, 24, std::uint32_t{0}), HasSubstr("entry 0 is empty"));
     EXPECT_THAT(SpoilField(manager.gridIdx, 16, ~std::uint64_t{0}),
-                HasSubstr("of which there are 60"));
+                HasSubstr("of which there are 12"));
     EXPECT_THAT(SpoilField(manager.grid10cmIdx, 0, std::int8_t{10}), HasSubstr("not within 0..9"));
     EXPECT_THAT(SpoilField(manager.zHist, 8, std::int32_t{-5}),
                 HasSubstr("bin 0 counts -5 points"));
@@ -206,9 +216,9 @@ TEST_F(ProjectCheckTest, ListsThreeFaultsOfAKindAndCountsTheRest) {
     const CheckReport report = Spoil(manager.gridPts, [&](Bytes& bytes) {
         for (std::size_t at = 3; at < bytes.size(); at += 24) bytes[at] = 0x7F;  // huge x
     });
-    EXPECT_EQ(report.total, 61U);  // each point, and the bounds
+    EXPECT_EQ(report.total, 13U);  // each point, and the bounds
     ASSERT_EQ(report.faults.size(), 4U);
-    EXPECT_THAT(report.faults[2].what, HasSubstr("(and 57 more like it)"));
+    EXPECT_THAT(report.faults[2].what, HasSubstr("(and 9 more like it)"));
     CheckOptions options;
     options.maxFaults = 0;
     test::WriteText(manager.gridIdx, "");
@@ -234,7 +244,7 @@ TEST_F(ProjectCheckTest, StopsWhenItsCallerWishes) {
 TEST_F(ProjectCheckTest, ASummaryTellsCountsBoundsAndBytes) {
     const auto summary = SummariseProject(path);
     ASSERT_TRUE(summary);
-    EXPECT_EQ(summary->points, 60U);
+    EXPECT_EQ(summary->points, 12U);
     EXPECT_EQ(summary->skeletonPoints, project.skeleton.size());
     EXPECT_EQ(summary->cells1000, project.cells1000.size());
     EXPECT_EQ(summary->cells100, project.cells100.size());
@@ -242,7 +252,8 @@ TEST_F(ProjectCheckTest, ASummaryTellsCountsBoundsAndBytes) {
     EXPECT_EQ(summary->stations, 3U);
     EXPECT_EQ(summary->frame.Origin().y, 5'330'000);
     EXPECT_EQ(summary->bounds.min.x, 690'000 + project.head.bounds.min.x);
-    std::uint64_t bytes = 0;
+    std::uint64_t bytes =
+        test::ReadBytes(platform::JoinPath(manager.scanposFolder, L"rtfm.txt")).size();
     for (const CString& file : Files()) bytes += test::ReadBytes(file).size();
     EXPECT_EQ(summary->bytes, bytes);
     test::WriteText(manager.transformFile, "x");
