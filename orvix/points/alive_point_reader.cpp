@@ -7,6 +7,7 @@
 
 #include "orvix/platform/error_channel.h"
 #include "orvix/platform/mapping.h"
+#include "orvix/points/append_records.h"
 
 namespace orvix {
 namespace {
@@ -18,44 +19,29 @@ std::uint64_t GranuleStart(std::uint64_t position) {
     return position - position % platform::kMappingGranularity;
 }
 
-/// A read-only view of a stretch of alive records, unmapped on every way out: growing the
-/// caller's vector may throw.
-class RecordsView {
-public:
-    RecordsView(void* mapping, std::uint64_t first, std::uint64_t count) {
-        constexpr std::uint64_t kMost =
-            std::numeric_limits<std::uint64_t>::max() / kAlivePointBytes;
-        if (first > kMost || count > kMost - 1 - kGranuleRecords) return;
-        const std::uint64_t position = first * kAlivePointBytes;
-        const std::uint64_t start = GranuleStart(position);
-        const std::uint64_t place = position - start;
-        base_ = platform::MapFileView(mapping, platform::kViewRead, start,
-                                      place + count * kAlivePointBytes);
-        // Positions are multiples of 24 and views start on pages: records are aligned for their
-        // 4-byte fields, and being trivially copyable they exist where their bytes do.
-        if (base_ != nullptr) {
-            records_ = reinterpret_cast<const CCloudPoint<float>*>(base_ + place);
-        }
-    }
-    ~RecordsView() { UnmapFileView(base_); }
-    RecordsView(const RecordsView&) = delete;
-    RecordsView& operator=(const RecordsView&) = delete;
+/// The most records whose bytes, and the granule they begin in, count in 64 bits.
+constexpr std::uint64_t kMostRecords =
+    (std::numeric_limits<std::uint64_t>::max() - platform::kMappingGranularity) / kAlivePointBytes;
 
-    [[nodiscard]] const CCloudPoint<float>* Records() const { return records_; }
+/// Positions are multiples of 24 and views start on pages, so records are aligned for their
+/// 4-byte fields; being trivially copyable, they exist where their bytes do.
+const CCloudPoint<float>* RecordsAt(const std::uint8_t* bytes) {
+    return reinterpret_cast<const CCloudPoint<float>*>(bytes);
+}
+
+/// A view for the length of one batch; released on every way out, as growing the caller's vector
+/// may throw.
+class BatchView {
+public:
+    explicit BatchView(std::uint8_t* base) : base_(base) {}
+    ~BatchView() { UnmapFileView(base_); }
+    BatchView(const BatchView&) = delete;
+    BatchView& operator=(const BatchView&) = delete;
+    [[nodiscard]] const std::uint8_t* Base() const { return base_; }
 
 private:
-    static constexpr std::uint64_t kGranuleRecords =
-        platform::kMappingGranularity / kAlivePointBytes;
-
-    std::uint8_t* base_ = nullptr;
-    const CCloudPoint<float>* records_ = nullptr;
+    std::uint8_t* base_;
 };
-
-/// Room for `count` more, at least doubling, so that many appends stay linear.
-void GrowFor(std::vector<CCloudPoint<float>>& out, std::uint64_t count) {
-    if (out.capacity() - out.size() >= count) return;
-    out.reserve(std::max<std::size_t>(out.size() + count, out.capacity() * 2));
-}
 
 }  // namespace
 
@@ -75,6 +61,7 @@ CAlivePointReader::~CAlivePointReader() {
     UnmapFileView(skeletCoord_.view);
     UnmapFileView(alive_.view);
     UnmapFileView(skeletData_.view);
+    ReleaseRunView();
 }
 
 void CAlivePointReader::Reset() {
@@ -84,6 +71,7 @@ void CAlivePointReader::Reset() {
     nextRun_ = {};
     batchInProgress_ = false;
     for (reader_vars* rv : {&skeletData_, &skeletCoord_, &alive_}) InitRv(*rv);
+    ReleaseRunView();
 }
 
 void CAlivePointReader::InitRv(reader_vars& rv) {
@@ -104,7 +92,7 @@ void CAlivePointReader::MoveView(reader_vars& rv, const point_file& file, std::u
 }
 
 bool CAlivePointReader::NextChunk(reader_vars& rv, const point_file& file,
-                                  std::uint64_t recordBytes) {
+                                  std::uint64_t recordBytes) noexcept {
     UnmapFileView(rv.view);
     rv.view = nullptr;
     if (rv.lastChunk) return false;
@@ -129,7 +117,7 @@ bool CAlivePointReader::NextChunk(reader_vars& rv, const point_file& file,
     return true;
 }
 
-bool CAlivePointReader::NextRunChunk(const CIndexerSmall& run) {
+bool CAlivePointReader::NextRunChunk(const CIndexerSmall& run) noexcept {
     reader_vars& rv = alive_;
     if (rv.runRemaining == kNoRun) {
         rv.runDone = 0;
@@ -161,14 +149,39 @@ void CAlivePointReader::InitView(reader_vars& rv) {
 }
 
 void CAlivePointReader::ReadIndexPoints(std::uint64_t first, std::uint32_t count,
-                                        std::vector<CCloudPoint<float>>& out) const {
-    const RecordsView view(aliveFile_.mapping, first, count);
-    if (view.Records() == nullptr) {
+                                        std::vector<CCloudPoint<float>>& out) {
+    const std::uint64_t position = first * kAlivePointBytes;
+    if (first > kMostRecords || !MapRun(position, count * kAlivePointBytes)) {
         platform::ReportError(L"ReadIndexPoints  ERROR");
         return;
     }
-    GrowFor(out, count);
-    out.insert(out.end(), view.Records(), view.Records() + count);
+    detail::AppendRecords(out, RecordsAt(runView_.base + (position - runView_.offset)), count);
+    if (runView_.bytes > kViewBytes) ReleaseRunView();
+}
+
+bool CAlivePointReader::MapRun(std::uint64_t position, std::uint64_t bytes) {
+    run_view& run = runView_;
+    if (run.base != nullptr && position >= run.offset && run.bytes >= bytes &&
+        position - run.offset <= run.bytes - bytes) {
+        return true;
+    }
+    ReleaseRunView();
+    run.offset = GranuleStart(position);
+    const std::uint64_t needed = position - run.offset + bytes;
+    const std::uint64_t left = aliveFile_.size - std::min(aliveFile_.size, run.offset);
+    const auto map = [&](std::uint64_t length) {
+        run.bytes = length;
+        run.base =
+            platform::MapFileView(aliveFile_.mapping, platform::kViewRead, run.offset, length);
+        return run.base != nullptr;
+    };
+    // Only what the run needs decides whether it can be read; the wider view is for its followers.
+    return map(std::max(needed, std::min(left, kViewBytes))) || map(needed);
+}
+
+void CAlivePointReader::ReleaseRunView() {
+    UnmapFileView(runView_.base);
+    runView_ = run_view{};
 }
 
 bool CAlivePointReader::ReadIndexesPts(std::vector<CIndexerSmall>& runs,
@@ -213,16 +226,27 @@ bool CAlivePointReader::ContinueBatch(std::vector<CIndexerSmall>& runs,
 void CAlivePointReader::ReadIndexesPts(std::vector<CCloudPoint<float>>& out, RunIterator first,
                                        RunIterator last, std::uint64_t span,
                                        std::uint64_t count) const {
-    const RecordsView view(aliveFile_.mapping, first->offset, span);
-    if (view.Records() == nullptr) {
+    const std::uint64_t position = first->offset * kAlivePointBytes;
+    const std::uint64_t place = position % kGranuleBytes;
+    const bool countable = first->offset <= kMostRecords && span <= kMostRecords;
+    const BatchView view(countable ? platform::MapFileView(aliveFile_.mapping, platform::kViewRead,
+                                                           position - place,
+                                                           place + span * kAlivePointBytes)
+                                   : nullptr);
+    if (view.Base() == nullptr) {
         platform::ReportError(L"ReadIndexesPoints  ERROR");
         return;
     }
-    GrowFor(out, count);
-    for (RunIterator run = first; run != last; ++run) {
+    detail::Reserve(out, count);
+    const CCloudPoint<float>* records = RecordsAt(view.Base() + place);
+    for (RunIterator run = first; run != last;) {
         assert(run->offset >= first->offset && "runs ascend in the file");
-        const CCloudPoint<float>* records = view.Records() + (run->offset - first->offset);
-        out.insert(out.end(), records, records + run->count);
+        // Runs that follow one another in the file, as those of neighbouring cells do, are one
+        // copy.
+        const std::uint64_t begin = run->offset;
+        std::uint64_t end = begin;
+        for (; run != last && run->offset == end; ++run) end += run->count;
+        detail::AppendRecords(out, records + (begin - first->offset), end - begin);
     }
 }
 

@@ -130,14 +130,17 @@ public:
     /// the next run. Hand over the same run until the false.
     /// Precondition: the run lies inside the file, and streaming is at its start or its end.
     bool ReadIndexPoints(const CIndexerSmall& run) {
-        if (alive_.indexInChunk == alive_.chunkCount && !NextRunChunk(run)) return false;
+        if (alive_.indexInChunk == alive_.chunkCount) [[unlikely]] {
+            if (!NextRunChunk(run)) return false;
+        }
         HandOut<kAlivePointBytes>(alive_);
         return true;
     }
     /// Appends one run to `out` with a single copy, through a view of its own: streaming and
-    /// iteration stay where they are. "ReadIndexPoints  ERROR" when the run cannot be mapped.
+    /// iteration stay where they are. A view of up to 8 MiB serves the runs that lie in it, one
+    /// after the other. "ReadIndexPoints  ERROR" when the run cannot be mapped.
     void ReadIndexPoints(std::uint64_t first, std::uint32_t count,
-                         std::vector<CCloudPoint<float>>& out) const;
+                         std::vector<CCloudPoint<float>>& out);
     /// Appends many runs, gathered to 64 MiB a view. True when `out` has passed 50,000,000 points
     /// and more is to come: use `out`, then call again with the same runs, which first clears
     /// `out`. False with the last batch. "ReadIndexesPoints  ERROR" when a batch cannot be mapped.
@@ -187,6 +190,13 @@ private:
         std::uint32_t access;
     };
 
+    /// The view that single runs are appended from.
+    struct run_view {
+        std::uint8_t* base = nullptr;
+        std::uint64_t offset = 0;  // where it starts in the file
+        std::uint64_t bytes = 0;
+    };
+
     using RunIterator = std::vector<CIndexerSmall>::iterator;
 
     static std::uint64_t GranuleOf(std::int64_t position) {
@@ -202,7 +212,9 @@ private:
     template <std::uint64_t RecordBytes>
     static bool Advance(reader_vars& rv, const point_file& file) {
         // Equality decides and nothing else: a chunk without a whole record hands one out.
-        if (rv.indexInChunk == rv.chunkCount && !NextChunk(rv, file, RecordBytes)) return false;
+        if (rv.indexInChunk == rv.chunkCount) [[unlikely]] {
+            if (!NextChunk(rv, file, RecordBytes)) return false;
+        }
         HandOut<RecordBytes>(rv);
         return true;
     }
@@ -223,12 +235,17 @@ private:
         std::memcpy(&record, rv.view + place, sizeof record);
     }
 
-    static bool NextChunk(reader_vars& rv, const point_file& file, std::uint64_t recordBytes);
+    // Both are noexcept so that a loop around an inlined advance keeps its running values in
+    // registers: a call that may throw makes the compiler store them at every point.
+    static bool NextChunk(reader_vars& rv, const point_file& file,
+                          std::uint64_t recordBytes) noexcept;
+    bool NextRunChunk(const CIndexerSmall& run) noexcept;
     static void MoveView(reader_vars& rv, const point_file& file, std::uint64_t start);
     static void MapWindow(reader_vars& rv, const point_file& file);
     static void InitRv(reader_vars& rv);
-    bool NextRunChunk(const CIndexerSmall& run);
     void InitView(reader_vars& rv);
+    bool MapRun(std::uint64_t position, std::uint64_t bytes);
+    void ReleaseRunView();
     bool ContinueBatch(std::vector<CIndexerSmall>& runs, std::vector<CCloudPoint<float>>& out);
     void ReadIndexesPts(std::vector<CCloudPoint<float>>& out, RunIterator first, RunIterator last,
                         std::uint64_t span, std::uint64_t count) const;
@@ -236,6 +253,7 @@ private:
     reader_vars skeletData_;
     reader_vars skeletCoord_;
     reader_vars alive_;
+    run_view runView_;
     point_file aliveFile_;
     point_file skeletCoordFile_;
     point_file skeletDataFile_;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 
 #include "orvix/points/records.h"
@@ -29,11 +28,12 @@ inline std::int32_t FloorTenth(std::int32_t value) {
 /// Precondition: `coordinate` is finite and its magnitude is below 2^31.
 inline AxisCell CellOf(float coordinate) {
     const double metres = coordinate;
-    const double floored = std::floor(metres);
+    // Truncation and one step down is floor, without a call into the maths library.
+    const auto truncated = static_cast<std::int32_t>(metres);
     AxisCell cell;
-    cell.cell100 = static_cast<std::int32_t>(floored);
+    cell.cell100 = truncated - static_cast<std::int32_t>(metres < truncated);
     cell.cell1000 = FloorTenth(cell.cell100);
-    cell.cell10 = std::min(static_cast<std::int32_t>((metres - floored) * 10.0), 9);
+    cell.cell10 = std::min(static_cast<std::int32_t>((metres - cell.cell100) * 10.0), 9);
     return cell;
 }
 

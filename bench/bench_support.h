@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvix/platform/text.h"
+
+/// What every bench shares: options, timing, and one way to print a ratio.
+///
+/// A bench states its question and its ceiling, checks that its answer is right, and only then
+/// times candidate and ceiling in turns, so that both meet the same machine.
+///
+///     const auto options = bench::ParseOptions(argc, argv);
+///     bench::Require(Candidate() == Ceiling(), "the sums differ");
+///     bench::Report report("stream_points", options);
+///     report.Compare("every point", points * 24, Ceiling, Candidate);
+namespace orvix::bench {
+
+struct Options {
+    std::uint64_t points = 20'000'000;
+    int repeats = 11;
+    bool json = false;  // one object a line instead of a table
+};
+
+/// --points N, --repeats N, --json; anything else ends the program with the usage.
+inline Options ParseOptions(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view name = argv[i];
+        if (name == "--json") {
+            options.json = true;
+        } else if (name == "--points" && i + 1 < argc) {
+            options.points = std::strtoull(argv[++i], nullptr, 10);
+        } else if (name == "--repeats" && i + 1 < argc) {
+            options.repeats = std::max(1, std::atoi(argv[++i]));
+        } else {
+            fmt::print(stderr, "usage: {} [--points N] [--repeats N] [--json]\n", argv[0]);
+            std::exit(2);
+        }
+    }
+    return options;
+}
+
+/// Ends the program when an answer is wrong: a wrong answer is never timed.
+inline void Require(bool holds, std::string_view otherwise) {
+    if (holds) return;
+    fmt::print(stderr, "wrong answer: {}\n", otherwise);
+    std::exit(1);
+}
+
+/// Makes the compiler believe that the value is used.
+template <class T>
+void Keep(const T& value) {
+    static void (*volatile use)(const void*) = [](const void*) {};
+    use(&value);
+}
+
+template <class Work>
+double Seconds(Work&& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+inline double Median(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Times pairs of ceiling and candidate and prints a line for each.
+class Report {
+public:
+    Report(std::string bench, const Options& options)
+        : bench_(std::move(bench)), options_(options) {}
+
+    /// The ratio is the median, over the repeats, of candidate to ceiling run one after the other;
+    /// the times are medians of their own.
+    template <class Ceiling, class Candidate>
+    double Compare(std::string_view what, std::uint64_t bytes, Ceiling&& ceiling,
+                   Candidate&& candidate) {
+        std::vector<double> ceilings;
+        std::vector<double> candidates;
+        std::vector<double> ratios;
+        for (int i = 0; i < options_.repeats; ++i) {
+            ceilings.push_back(Seconds(ceiling));
+            candidates.push_back(Seconds(candidate));
+            ratios.push_back(candidates.back() / ceilings.back());
+        }
+        Print(what, bytes, Median(ceilings), Median(candidates), Median(ratios));
+        return Median(ratios);
+    }
+
+private:
+    void Print(std::string_view what, std::uint64_t bytes, double ceiling, double candidate,
+               double ratio) const {
+        const double gigabytes = static_cast<double>(bytes) / 1e9;
+        if (options_.json) {
+            fmt::print(R"({{"bench":"{}","what":"{}","bytes":{},"ceiling_seconds":{:.6f},)"
+                       R"("seconds":{:.6f},"ratio":{:.3f}}})"
+                       "\n",
+                       bench_, what, bytes, ceiling, candidate, ratio);
+        } else {
+            fmt::print("{}: {}: ratio {:.2f} (ceiling {:.2f} ms, {:.1f} GB/s; here {:.2f} ms)\n",
+                       bench_, what, ratio, ceiling * 1e3, gigabytes / ceiling, candidate * 1e3);
+        }
+    }
+
+    std::string bench_;
+    Options options_;
+};
+
+/// A file under the system's temporary folder, removed at the end.
+class ScratchFile {
+public:
+    explicit ScratchFile(std::string_view name)
+        : path_(std::filesystem::temp_directory_path() /
+                fmt::format("orvix-bench-{}-{}", name,
+                            std::chrono::steady_clock::now().time_since_epoch().count())) {}
+    ~ScratchFile() {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& Native() const { return path_; }
+    [[nodiscard]] CString Path() const { return path_.wstring(); }
+
+    /// Writes the whole file, which thereby lies in the system's file cache.
+    template <class Record>
+    void Write(const std::vector<Record>& records) const {
+        std::ofstream file(path_, std::ios::binary | std::ios::trunc);
+        file.write(reinterpret_cast<const char*>(records.data()),
+                   static_cast<std::streamsize>(records.size() * sizeof(Record)));
+        Require(static_cast<bool>(file.flush()), "the scratch file cannot be written");
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+}  // namespace orvix::bench
