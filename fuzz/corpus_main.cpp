@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// fuzz_FORMAT FOLDER [CHANGES]
+//
+// Runs a fuzz target without a fuzzer: every file of a corpus folder, every truncation of it, and
+// CHANGES (default 1000) spoilt copies of each, the same ones in every run.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+std::uint64_t NextRandom(std::uint64_t& state) {
+    state = state * 6364136223846793005u + 1442695040888963407u;
+    return state >> 33;
+}
+
+/// Up to four faults: a bit, a byte that is often a limit, a run of one value, a doubled or a
+/// lost stretch.
+Bytes Spoil(Bytes bytes, std::uint64_t& state) {
+    constexpr std::array<std::uint8_t, 8> kTelling = {0, 1, 0x7F, 0x80, 0xFE, 0xFF, '\n', '-'};
+    for (std::uint64_t faults = 1 + NextRandom(state) % 4; faults > 0 && !bytes.empty(); --faults) {
+        const auto at = static_cast<std::ptrdiff_t>(NextRandom(state) % bytes.size());
+        const auto left = static_cast<std::ptrdiff_t>(bytes.size()) - at;
+        const auto run = std::min(static_cast<std::ptrdiff_t>(NextRandom(state) % 9), left);
+        const auto spot = bytes.begin() + at;
+        const std::uint8_t telling = kTelling[NextRandom(state) % kTelling.size()];
+        switch (NextRandom(state) % 5) {
+            case 0:
+                *spot = static_cast<std::uint8_t>(*spot ^ (1u << (NextRandom(state) % 8)));
+                break;
+            case 1:
+                *spot = telling;
+                break;
+            case 2:
+                std::fill(spot, spot + run, telling);
+                break;
+            case 3: {
+                const Bytes copy(spot, spot + run);
+                bytes.insert(spot, copy.begin(), copy.end());
+                break;
+            }
+            default:
+                bytes.erase(spot, spot + run);
+                break;
+        }
+    }
+    return bytes;
+}
+
+void Run(const Bytes& bytes) {
+    LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+    if (count < 2) {
+        std::fputs("fuzz_FORMAT FOLDER [CHANGES]\n", stderr);
+        return 2;
+    }
+    const std::filesystem::path folder(values[1]);
+    const unsigned long changes = count > 2 ? std::strtoul(values[2], nullptr, 10) : 1000;
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        paths.push_back(entry.path());
+    }
+    std::sort(paths.begin(), paths.end());
+    std::uint64_t state = 1;
+    for (const auto& path : paths) {
+        std::ifstream file(path, std::ios::binary);
+        const Bytes bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        for (std::size_t size = 0; size <= bytes.size(); ++size) {
+            Run(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+        }
+        for (unsigned long i = 0; i < changes; ++i) Run(Spoil(bytes, state));
+    }
+    std::printf("%zu files, their truncations and %lu changes of each\n", paths.size(), changes);
+    return paths.empty() ? 1 : 0;
+}
