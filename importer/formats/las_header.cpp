@@ -28,22 +28,78 @@ constexpr std::string_view kCompressed =
     "the points are compressed (LAZ), which is not read. Decompress the file, for example with "
     "\"laszip -i in.laz -o out.las\" or \"pdal translate in.laz out.las\", and import the result.";
 
-/// A compressor that hides itself in the point format still leaves its record of parameters.
-bool HasCompressionRecord(const ScanFile& file, std::uint64_t offset, std::uint32_t records,
-                          std::uint64_t end) {
-    constexpr std::uint32_t kRecordsLookedAt = 1000;
-    constexpr std::uint64_t kRecordHeader = 54;
-    for (std::uint32_t i = 0; i < std::min(records, kRecordsLookedAt); ++i) {
-        std::array<std::uint8_t, kRecordHeader> header{};
-        if (offset > end || end - offset < kRecordHeader) return false;
-        if (!file.Read(offset, header.data(), header.size())) return false;
-        if (std::memcmp(header.data() + 2, "laszip encoded", 14) == 0) return true;
-        offset += kRecordHeader + Load<std::uint16_t>(header.data() + 20);
-    }
-    return false;
+/// The header as stored, with what only the checks need.
+struct StoredHeader : LasHeader {
+    int majorVersion = 0;
+    std::uint16_t headerBytes = 0;
+    std::uint32_t variableRecords = 0;
+};
+
+std::uint64_t DeclaredPoints(const std::vector<std::uint8_t>& bytes, const StoredHeader& header) {
+    const std::uint64_t count32 = Load<std::uint32_t>(bytes.data() + 107);
+    const bool hasCount64 = header.minorVersion >= 4 && header.headerBytes >= kHeaderWithCount64 &&
+                            bytes.size() >= kHeaderWithCount64;
+    const auto count64 = hasCount64 ? Load<std::uint64_t>(bytes.data() + 247) : 0;
+    return count64 != 0 ? count64 : count32;
 }
 
-Expected<void> CheckTransform(const ScanFile& file, const LasHeader& header) {
+StoredHeader LoadHeader(const std::vector<std::uint8_t>& bytes) {
+    StoredHeader header;
+    header.majorVersion = bytes[24];
+    header.minorVersion = bytes[25];
+    header.headerBytes = Load<std::uint16_t>(bytes.data() + 94);
+    header.firstPointByte = Load<std::uint32_t>(bytes.data() + 96);
+    header.variableRecords = Load<std::uint32_t>(bytes.data() + 100);
+    header.pointFormat = bytes[104];
+    header.recordBytes = Load<std::uint16_t>(bytes.data() + 105);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        header.scale[axis] = Load<double>(bytes.data() + 131 + 8 * axis);
+        header.offset[axis] = Load<double>(bytes.data() + 155 + 8 * axis);
+    }
+    header.points = DeclaredPoints(bytes, header);
+    return header;
+}
+
+tl::unexpected<Error> BadHeaderCut(const ScanFile& file, std::uint64_t headerBytes) {
+    return file.Bad(fmt::format(
+        "the file ends at byte {}, inside its LAS header of {} bytes. It is cut short; copy, "
+        "download or export it again.",
+        file.Size(), headerBytes));
+}
+
+Expected<void> CheckKind(const ScanFile& file, const StoredHeader& header) {
+    if (header.majorVersion != 1 || header.minorVersion > 4) {
+        return file.Bad(
+            fmt::format("this is LAS {}.{}; LAS 1.0 to 1.4 are read. Convert it to LAS 1.4.",
+                        header.majorVersion, header.minorVersion));
+    }
+    if ((header.pointFormat & kCompressedBits) != 0) return file.Bad(kCompressed);
+    if (header.pointFormat >= std::size(kPointFormats)) {
+        return file.Bad(fmt::format(
+            "the points have format {}; the formats 0 to 10 are read. Convert the file to LAS 1.4.",
+            header.pointFormat));
+    }
+    return {};
+}
+
+Expected<void> CheckSizes(const ScanFile& file, const StoredHeader& header) {
+    if (file.Size() < header.headerBytes) return BadHeaderCut(file, header.headerBytes);
+    if (header.recordBytes < header.layout.recordBytes) {
+        return file.Bad(fmt::format(
+            "the header declares point records of {} bytes, but point format {} needs {}. The "
+            "header is damaged: copy or export the file again.",
+            header.recordBytes, header.pointFormat, header.layout.recordBytes));
+    }
+    if (header.headerBytes < kShortestHeader || header.firstPointByte < header.headerBytes) {
+        return file.Bad(fmt::format(
+            "the header declares a header of {} bytes and points from byte {} on, which cannot "
+            "both be. The header is damaged: copy or export the file again.",
+            header.headerBytes, header.firstPointByte));
+    }
+    return {};
+}
+
+Expected<void> CheckTransform(const ScanFile& file, const StoredHeader& header) {
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const double scale = header.scale[axis];
         const double offset = header.offset[axis];
@@ -57,20 +113,28 @@ Expected<void> CheckTransform(const ScanFile& file, const LasHeader& header) {
     return {};
 }
 
-std::uint64_t DeclaredPoints(const std::vector<std::uint8_t>& bytes, int minorVersion,
-                             std::uint16_t headerBytes) {
-    const std::uint64_t count32 = Load<std::uint32_t>(bytes.data() + 107);
-    if (minorVersion < 4 || headerBytes < kHeaderWithCount64) return count32;
-    if (bytes.size() < kHeaderWithCount64) return count32;
-    const auto count64 = Load<std::uint64_t>(bytes.data() + 247);
-    return count64 != 0 ? count64 : count32;
+/// A compressor that hides itself in the point format still leaves its record of parameters.
+bool HasCompressionRecord(const ScanFile& file, const StoredHeader& stored) {
+    constexpr std::uint32_t kRecordsLookedAt = 1000;
+    constexpr std::uint64_t kRecordHeader = 54;
+    std::uint64_t offset = stored.headerBytes;
+    for (std::uint32_t i = 0; i < std::min(stored.variableRecords, kRecordsLookedAt); ++i) {
+        std::array<std::uint8_t, kRecordHeader> header{};
+        if (offset > stored.firstPointByte) return false;
+        if (!file.Read(offset, header.data(), header.size())) return false;
+        if (std::memcmp(header.data() + 2, "laszip encoded", 14) == 0) return true;
+        offset += kRecordHeader + Load<std::uint16_t>(header.data() + 20);
+    }
+    return false;
 }
 
-tl::unexpected<Error> BadHeaderCut(const ScanFile& file, std::uint64_t headerBytes) {
-    return file.Bad(fmt::format(
-        "the file ends at byte {}, inside its LAS header of {} bytes. It is cut short; copy, "
-        "download or export it again.",
-        file.Size(), headerBytes));
+Expected<void> CheckPoints(const ScanFile& file, const StoredHeader& header) {
+    if (header.points <= file.BytesFrom(header.firstPointByte) / header.recordBytes) return {};
+    if (HasCompressionRecord(file, header)) return file.Bad(kCompressed);
+    return BadCutShort(file, {.noun = "points",
+                              .declared = header.points,
+                              .recordBytes = header.recordBytes,
+                              .firstByte = header.firstPointByte});
 }
 
 }  // namespace
@@ -82,61 +146,13 @@ Expected<LasHeader> ReadLasHeader(const ScanFile& file) {
     if (auto done = file.ReadBlock(0, static_cast<std::size_t>(read), bytes); !done) {
         return tl::unexpected(done.error());
     }
-    const int major = bytes[24];
-    const auto headerBytes = Load<std::uint16_t>(bytes.data() + 94);
-    const std::uint8_t formatByte = bytes[104];
-
-    LasHeader header;
-    header.minorVersion = bytes[25];
-    header.firstPointByte = Load<std::uint32_t>(bytes.data() + 96);
-    header.pointFormat = formatByte;
-    header.recordBytes = Load<std::uint16_t>(bytes.data() + 105);
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        header.scale[axis] = Load<double>(bytes.data() + 131 + 8 * axis);
-        header.offset[axis] = Load<double>(bytes.data() + 155 + 8 * axis);
+    StoredHeader header = LoadHeader(bytes);
+    if (auto kind = CheckKind(file, header); !kind) return tl::unexpected(kind.error());
+    header.layout = kPointFormats[header.pointFormat];
+    for (const auto check : {CheckSizes, CheckTransform, CheckPoints}) {
+        if (auto checked = check(file, header); !checked) return tl::unexpected(checked.error());
     }
-    header.points = DeclaredPoints(bytes, header.minorVersion, headerBytes);
-
-    if (major != 1 || header.minorVersion > 4) {
-        return file.Bad(
-            fmt::format("this is LAS {}.{}; LAS 1.0 to 1.4 are read. Convert it to LAS 1.4.", major,
-                        header.minorVersion));
-    }
-    if ((formatByte & kCompressedBits) != 0) return file.Bad(kCompressed);
-    if (formatByte >= std::size(kPointFormats)) {
-        return file.Bad(
-            fmt::format("the points have format {}; the formats 0 to 10 are read. "
-                        "Convert the file to LAS 1.4.",
-                        formatByte));
-    }
-    if (file.Size() < headerBytes) return BadHeaderCut(file, headerBytes);
-    header.layout = kPointFormats[formatByte];
-    if (header.recordBytes < header.layout.recordBytes) {
-        return file.Bad(fmt::format(
-            "the header declares point records of {} bytes, but point format {} needs {}. The "
-            "header is damaged: copy or export the file again.",
-            header.recordBytes, formatByte, header.layout.recordBytes));
-    }
-    if (headerBytes < kShortestHeader || header.firstPointByte < headerBytes) {
-        return file.Bad(fmt::format(
-            "the header declares a header of {} bytes and points from byte {} on, which cannot "
-            "both be. The header is damaged: copy or export the file again.",
-            headerBytes, header.firstPointByte));
-    }
-    if (auto checked = CheckTransform(file, header); !checked) {
-        return tl::unexpected(checked.error());
-    }
-    if (header.points > file.BytesFrom(header.firstPointByte) / header.recordBytes) {
-        const auto records = Load<std::uint32_t>(bytes.data() + 100);
-        if (HasCompressionRecord(file, headerBytes, records, header.firstPointByte)) {
-            return file.Bad(kCompressed);
-        }
-        return BadCutShort(file, {.noun = "points",
-                                  .declared = header.points,
-                                  .recordBytes = header.recordBytes,
-                                  .firstByte = header.firstPointByte});
-    }
-    return header;
+    return LasHeader(header);
 }
 
 }  // namespace orvix::importer

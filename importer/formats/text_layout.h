@@ -36,7 +36,7 @@ std::vector<std::string_view> SplitColumns(std::string_view line, char separator
 /// and (but for the comma) a decimal comma, the pair under which most lines hold three coordinates;
 /// the earlier of equal ones. A first line that holds only a whole number is a count, which is
 /// skipped and never trusted. Columns are told by a line of names before the first point, comment
-/// or not; without names by their number:
+/// (one of the last 20) or not; without names by their number:
 ///
 ///     3  x y z         6  x y z red green blue (no colours where one is negative)
 ///     4  x y z i       7  x y z i red green blue (likewise)
