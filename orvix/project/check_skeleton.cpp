@@ -53,6 +53,26 @@ void CheckMembership(CheckLog& log, const RecordFile<SkeletonCellRecord>& cells,
     }
 }
 
+// A skeleton of 10 cm has its points in the order of the 10 cm cells, one in each; one of 1 m has
+// one in each 100 cm cell. Precondition: every point has a cell.
+void CheckVoxels(CheckLog& log, const GridFiles& grid, const Coordinates& points, double scale) {
+    const bool fine = scale == 0.1 && grid.cells10.IsOpen();
+    const bool coarse = scale == 1.0 && grid.cells100.IsOpen();
+    const std::uint64_t voxels = fine ? grid.cells10.Count() : grid.cells100.Count();
+    if ((fine || coarse) && points.Count() != voxels) {
+        log.Add(points.Path(), "holds {} points for {} occupied voxels", points.Count(), voxels);
+    } else if (fine) {
+        for (std::uint64_t i = 0; i < voxels; ++i) {
+            const CellKey cell = Cell10Of(CellsOf(points[i]));
+            if (cell == KeyOf(grid.cells10[i])) continue;
+            log.Add(points.Path(),
+                    "point {} lies in 10 cm cell {} of its 100 cm cell and stands "
+                    "for {}",
+                    i, cell, KeyOf(grid.cells10[i]));
+        }
+    }
+}
+
 struct Block {
     std::uint64_t first = 0;
     std::uint64_t count = 0;
@@ -133,8 +153,7 @@ void CheckCoarse(CheckLog& log, const ViewFiles& view, const Coordinates& points
 }
 
 void CheckView(CheckLog& log, const ViewFiles& view, const GridFiles& grid,
-               const Coordinates& points) {
-    const bool finite = AllHaveCells(log, points);
+               const Coordinates& points, bool finite) {
     const bool open = view.blocks.IsOpen() && view.cells.IsOpen();
     if (!open || log.Cancelled()) return;
     const bool blocks = CheckRuns(log, view.blocks, view.cells.Count(), "100 cm cells");
@@ -163,7 +182,9 @@ void CheckSkeleton(CheckLog& log, const ProjectManager& paths, const GridFiles& 
         log.Add(data.Path(), "holds {} records for {} skeleton points", data.Count(),
                 points.Count());
     }
-    CheckView(log, view, grid, points);
+    const bool finite = AllHaveCells(log, points);
+    if (finite) CheckVoxels(log, grid, points, head.scale);
+    CheckView(log, view, grid, points, finite);
 }
 
 }  // namespace orvix::detail

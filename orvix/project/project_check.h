@@ -43,7 +43,8 @@ struct CheckOptions {
 /// - the runs of every index follow each other without a gap and cover their target, no entry is
 ///   empty, cells ascend strictly (x, then y, then z) and lie inside their parents;
 /// - every alive point is finite and lies in the 100 cm cell and 10 cm cell whose runs hold it;
-/// - skeleton and view files agree with each other and with the grid, cell by cell;
+/// - skeleton and view files agree with each other and with the grid, cell by cell; a skeleton of
+///   10 cm or 1 m has one point for each occupied cell of that size;
 /// - the histograms' bins ascend and their counts sum up to the points.
 ///
 /// Boundaries a project whose scale is 1.0 or more has no 10 cm level, and its files are not asked
@@ -51,8 +52,9 @@ struct CheckOptions {
 /// Errors     BadInput when there is no such project, Cancelled, Failure when the system refuses.
 ///            Damage of any sort is a fault in the report, never an error or a crash.
 /// Threads    any number of checks at once, each on one thread.
-/// Cost       every byte is read once, in file order, through mapped views: about the time that
-///            reading the files takes. A project that changes meanwhile is reported as it was met.
+/// Cost       points are read once, in file order, through mapped views, the small files twice:
+///            about the time that reading them takes. No memory grows with the project. A project
+///            must not be cut short by another process meanwhile.
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options = {});
 
 }  // namespace orvix

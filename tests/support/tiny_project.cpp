@@ -128,6 +128,7 @@ void MakeSkeleton(TinyProject& project, std::size_t voxelAxes) {
         const CCloudPoint<float>& p = project.points[Nearest(project.points, voxel)];
         CPointDataFull data;
         std::copy_n(p.attributes.begin(), data.attributes.size(), data.attributes.begin());
+        std::copy_n(p.attributes.begin() + 6, 2, data.reserved.begin());
         project.skeleton.push_back({p.x, p.y, p.z});
         project.skeletonData.push_back(data);
     }
