@@ -30,8 +30,7 @@ class CAlivePointReader;
 /// this class maps the alive points alone, read-only.
 ///
 /// Units      metres; paths are wide and joined with the system's separator.
-/// Order      a project passes through: empty, paths set (`Set`), open (`Open`), closed (`Close`).
-///            Members stand in the order in which copies copy them.
+/// Order      a manager is empty, has its paths (`Set`), is open (`Open`), is closed (`Close`).
 /// Boundaries a project file `a/scan.prj` has the folder `a/scan_Project_Files`; one without an
 ///            extension appends to its whole name. A text file Index/network moves every grid and
 ///            skeleton file and the stations to the folder that its last line names.
@@ -43,7 +42,7 @@ class CAlivePointReader;
 ///            destructor of the last copy closes them, so an open manager may be passed by value.
 ///            Readers end before the files are closed.
 /// Threads    one thread at a time.
-/// Cost       `Set` creates up to fourteen folders and reads two small files; `Open` maps
+/// Cost       `Set` creates up to twelve folders and reads three small files; `Open` maps
 ///            Grid.pts whatever its size and reads none of it.
 class ORVIX_API ProjectManager {
 public:
