@@ -29,6 +29,9 @@ void UnmapFileView(const void* base) {
 namespace platform {
 namespace {
 
+/// The bit of a view's access that asks for writing; kViewAll holds it.
+constexpr std::uint32_t kViewWriteBit = 2;
+
 struct Mapping {
     int descriptor;
     FileAccess access;
@@ -62,7 +65,7 @@ std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t of
                           std::uint64_t bytes) {
     if (!IsValid(mapping) || offset % kMappingGranularity != 0) return nullptr;
     const Mapping& whole = *static_cast<const Mapping*>(mapping);
-    const bool writable = access == kViewAll;
+    const bool writable = (access & kViewWriteBit) != 0;
     if (writable && whole.access != FileAccess::ReadWrite) return nullptr;
     if (offset >= whole.size || bytes > whole.size - offset) return nullptr;
     const std::uint64_t length = bytes != 0 ? bytes : whole.size - offset;
