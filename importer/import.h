@@ -26,7 +26,7 @@ struct ImportOptions {
     bool overwrite = false;               ///< replace an existing project
     SkeletonSize skeleton = SkeletonSize::TenCentimetres;
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;  ///< resident, whole process, about
-    unsigned threads = 0;                 ///< 0: every core
+    unsigned threads = 0;                                     ///< 0: every core
 };
 
 enum class ImportPhase { Scan, Sort, Write, Index, Skeleton, Finish };
@@ -35,9 +35,9 @@ enum class ImportPhase { Scan, Sort, Write, Index, Skeleton, Finish };
 struct ImportProgress {
     ImportPhase phase = ImportPhase::Scan;
     double fraction = 0;
-    std::uint64_t bytes = 0;        ///< handled so far in this phase
-    std::uint64_t points = 0;       ///< likewise
-    double secondsLeft = -1;        ///< estimate; negative while unknown
+    std::uint64_t bytes = 0;   ///< handled so far in this phase
+    std::uint64_t points = 0;  ///< likewise
+    double secondsLeft = -1;   ///< estimate; negative while unknown
 };
 
 /// Called on the importing thread at least ten times a second; false cancels the import, which

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/histograms.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "importer/synced_file.h"
+
+namespace orvix::importer {
+namespace {
+
+constexpr std::size_t kSliceValues = 256;
+constexpr std::int64_t kFineBins = 1'000'000;   // centimetres: 10 km
+constexpr std::int64_t kFarCentimetres = 1000;  // 10 m
+constexpr std::int64_t kSliceCentimetres = 10;
+constexpr std::uint64_t kLargestCount = std::numeric_limits<std::int32_t>::max();
+
+using Record = std::array<std::uint8_t, 12>;
+
+std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) {
+    return value / divisor - static_cast<std::int64_t>(value % divisor < 0);
+}
+
+Record RecordOf(double value, std::uint64_t count) {
+    const auto stored = static_cast<std::uint32_t>(count);
+    Record record;
+    std::memcpy(record.data(), &value, sizeof value);
+    std::memcpy(record.data() + sizeof value, &stored, sizeof stored);
+    return record;
+}
+
+Expected<void> WriteBins(const CString& path, const std::vector<HistogramBin>& bins) {
+    RecordWriter<Record> writer;
+    Expected<void> done = writer.Create(path);
+    for (const HistogramBin& bin : bins) {
+        for (std::uint64_t left = bin.count; done && left > 0;) {
+            const std::uint64_t count = std::min(left, kLargestCount);
+            done = writer.Add(RecordOf(bin.value, count));
+            left -= count;
+        }
+    }
+    return done ? writer.Finish() : done;
+}
+
+// Joins bins that follow each other and have one value.
+void AddBin(std::vector<HistogramBin>& bins, double value, std::uint64_t count) {
+    if (bins.empty() || bins.back().value != value) bins.push_back({value, 0});
+    bins.back().count += count;
+}
+
+// Heights beyond the fine range have bin numbers that count 10 m, continued from its ends.
+double HeightOf(std::int64_t bin, std::int64_t centimetres) {
+    const bool far = bin < -kFineBins || bin >= kFineBins;
+    if (!far) {
+        const std::int64_t slice = FloorDivide(bin, centimetres);
+        return static_cast<double>((2 * slice + 1) * centimetres) / 200.0;
+    }
+    const std::int64_t tens = bin < 0 ? bin + kFineBins - kFineBins / kFarCentimetres
+                                      : bin - kFineBins + kFineBins / kFarCentimetres;
+    return static_cast<double>((2 * tens + 1) * kFarCentimetres) / 200.0;
+}
+
+}  // namespace
+
+BinCounter::Page& BinCounter::FindPage(std::int64_t number) {
+    std::unique_ptr<Page>& page = pages_[number];
+    if (page == nullptr) page = std::make_unique<Page>();
+    last_ = page.get();
+    lastNumber_ = number;
+    return *last_;
+}
+
+void BinCounter::Take(BinCounter& other) {
+    for (auto& [number, page] : other.pages_) {
+        Page& mine = PageOf(number);
+        for (std::size_t i = 0; i < mine.size(); ++i) mine[i] += std::exchange((*page)[i], 0);
+    }
+}
+
+std::vector<std::pair<std::int64_t, std::uint64_t>> BinCounter::Bins() const {
+    std::vector<std::pair<std::int64_t, std::uint64_t>> bins;
+    for (const auto& [number, page] : pages_) {
+        for (std::size_t i = 0; i < page->size(); ++i) {
+            if ((*page)[i] == 0) continue;
+            bins.emplace_back(number * kPageBins + static_cast<std::int64_t>(i), (*page)[i]);
+        }
+    }
+    return bins;
+}
+
+std::int64_t Histograms::HeightBin(float z) {
+    const double centimetres = static_cast<double>(z) * 100.0;
+    const auto truncated = static_cast<std::int64_t>(centimetres);
+    const std::int64_t bin =
+        truncated - static_cast<std::int64_t>(centimetres < static_cast<double>(truncated));
+    if (bin >= -kFineBins && bin < kFineBins) return bin;
+    const std::int64_t tens = FloorDivide(bin, kFarCentimetres);
+    return tens < 0 ? tens - kFineBins + kFineBins / kFarCentimetres
+                    : tens + kFineBins - kFineBins / kFarCentimetres;
+}
+
+void Histograms::Take(Histograms& other) {
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        intensities_[i] += std::exchange(other.intensities_[i], 0);
+    }
+    heights_.Take(other.heights_);
+}
+
+std::vector<HistogramBin> Histograms::Intensities() const {
+    std::vector<HistogramBin> bins;
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        if (intensities_[i] != 0) AddBin(bins, static_cast<double>(i), intensities_[i]);
+    }
+    return bins;
+}
+
+std::vector<HistogramBin> Histograms::IntensitySlices() const {
+    std::vector<HistogramBin> bins;
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        const auto centre =
+            static_cast<double>(i / kSliceValues * kSliceValues) + (kSliceValues - 1) / 2.0;
+        if (intensities_[i] != 0) AddBin(bins, centre, intensities_[i]);
+    }
+    return bins;
+}
+
+std::vector<HistogramBin> Histograms::Heights() const {
+    std::vector<HistogramBin> bins;
+    for (const auto& [bin, count] : heights_.Bins()) AddBin(bins, HeightOf(bin, 1), count);
+    return bins;
+}
+
+std::vector<HistogramBin> Histograms::HeightSlices() const {
+    std::vector<HistogramBin> bins;
+    for (const auto& [bin, count] : heights_.Bins()) {
+        AddBin(bins, HeightOf(bin, kSliceCentimetres), count);
+    }
+    return bins;
+}
+
+Expected<void> Histograms::Write(const ProjectManager& project) const {
+    Expected<void> done = WriteBins(project.intensitiesHist, Intensities());
+    if (done) done = WriteBins(project.intensitiesSliceHist, IntensitySlices());
+    if (done) done = WriteBins(project.zHist, Heights());
+    if (done) done = WriteBins(project.zSliceHist, HeightSlices());
+    return done;
+}
+
+}  // namespace orvix::importer

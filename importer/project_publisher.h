@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/path.h"
+#include "orvix/platform/text.h"
+#include "orvix/project/project_manager.h"
+
+namespace orvix::importer {
+
+/// Lays a project out beside its target and makes it appear in one step.
+///
+/// For the target scan.prj, work happens in scan.importing.prj and
+/// scan.importing_Project_Files, under the lock scan.importing.lock. Publishing renames the
+/// folder, then the project file; an existing project is exchanged for the new one in the same
+/// way and removed afterwards (where folders cannot be exchanged it steps aside as
+/// scan.importing_Replaced_Files in between). Until then an empty file `importing` in the new
+/// folder tells it from the one that it replaces.
+///
+///     auto publisher = ProjectPublisher::Begin(L"scan.prj", ProjectPublisher::Existing::Keep);
+///     ... write the files of publisher->Working() ...
+///     publisher->Publish();
+///
+/// Boundaries a project is replaced as a whole: whatever a host kept in its folder goes with it.
+/// Errors     the target's folder is missing or refuses to be written, the target is a folder,
+///            exists without leave to replace it, or is being imported by another process; files
+///            that carry the working names and stem from no import are left alone. Publishing
+///            that fails puts the existing project back.
+/// Lifetime   the destructor removes what was not published. What a killed import left is
+///            settled by the next `Begin` for the same target, which tells it by the lock file
+///            left behind: a replaced project that stepped aside comes back, a project half
+///            published and the working files go.
+/// Threads    one.
+class ProjectPublisher {
+public:
+    enum class Existing { Keep, Replace };
+
+    static Expected<ProjectPublisher> Begin(const CString& target, Existing existing);
+    ProjectPublisher(ProjectPublisher&&) = default;
+    ProjectPublisher& operator=(ProjectPublisher&&) = delete;
+    ~ProjectPublisher();
+
+    /// The project under its working name; its folders exist.
+    [[nodiscard]] ProjectManager& Working() { return working_; }
+    /// A folder for temporary files; removed by RemoveScratch at the latest.
+    Expected<CString> ScratchFolder();
+    Expected<void> RemoveScratch();
+
+    /// Brings what is in the folders to the device and makes the project appear.
+    Expected<void> Publish();
+
+private:
+    struct Names {
+        CString project;         // scan.prj
+        CString files;           // scan_Project_Files
+        CString workingProject;  // scan.importing.prj
+        CString workingFiles;    // scan.importing_Project_Files
+        CString aside;           // scan.importing_Replaced_Files
+        CString lock;            // scan.importing.lock
+    };
+
+    ProjectPublisher(Names names, platform::PathLock lock)
+        : names_(std::move(names)), lock_(std::move(lock)) {}
+
+    static Names NamesFor(const CString& target);
+    static Expected<void> CheckTarget(const Names& names, Existing existing);
+    static Expected<void> Recover(const Names& names);
+    static Expected<void> RefuseStrangers(const Names& names);
+    Expected<void> LayOut();
+    Expected<void> SyncAll();
+    Expected<void> SwapFiles();
+    void UndoSwap();
+    void RemoveWorking();
+
+    Names names_;
+    platform::PathLock lock_;
+    ProjectManager working_;
+    bool replaced_ = false;  // the target's folder was there
+    bool laidOut_ = false;
+};
+
+}  // namespace orvix::importer

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/scan_survey.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace orvix::importer {
+namespace {
+
+// Points of a piece that are looked at for its median position.
+constexpr std::size_t kMedianSamples = 2048;
+
+struct Box {
+    SimplePointT<double> min{kLargestWorld, kLargestWorld, kLargestWorld};
+    SimplePointT<double> max{-kLargestWorld, -kLargestWorld, -kLargestWorld};
+
+    void Add(const SimplePointT<double>& p) {
+        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
+        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
+    }
+    void Join(const Box& other) {
+        Add(other.min);
+        Add(other.max);
+    }
+};
+
+/// One piece and what it tells.
+struct SurveyJob {
+    RawPiece piece;
+    DecodedPiece decoded;
+    std::size_t input = 0;
+    std::uint64_t usable = 0;
+    AttributeRange range;
+    Box box;
+    std::uint64_t placed = 0;  // usable points that have a say in where the origin lies
+    SimplePointT<double> median;
+    std::vector<SimplePointT<double>> positions;
+    std::vector<double> axis;
+};
+
+bool IsPlausible(const SimplePointT<double>& world) {
+    const auto fits = [](double v) { return v >= -kLargestWorld && v <= kLargestWorld; };
+    return fits(world.x) && fits(world.y) && fits(world.z);
+}
+
+double MedianAlong(SurveyJob& job, double SimplePointT<double>::*axis) {
+    job.axis.clear();
+    const std::size_t step = job.positions.size() / kMedianSamples + 1;
+    for (std::size_t i = 0; i < job.positions.size(); i += step) {
+        job.axis.push_back(job.positions[i].*axis);
+    }
+    const auto middle = job.axis.begin() + static_cast<std::ptrdiff_t>((job.axis.size() - 1) / 2);
+    std::nth_element(job.axis.begin(), middle, job.axis.end());
+    return *middle;
+}
+
+void Examine(SurveyJob& job, const InputAxes& axes, bool dropZeros) {
+    job.usable = 0;
+    job.range = {};
+    job.box = {};
+    job.positions.clear();
+    for (const ScanPoint& point : job.decoded.points) {
+        if (ReasonToReject(point, dropZeros) != nullptr) continue;
+        ++job.usable;
+        job.range.Add(point);
+        const SimplePointT<double> world = axes.ToWorld(point.x, point.y, point.z);
+        if (!IsPlausible(world)) continue;
+        job.box.Add(world);
+        job.positions.push_back(world);
+    }
+    job.placed = job.positions.size();
+    if (job.placed == 0) return;
+    job.median = {MedianAlong(job, &SimplePointT<double>::x),
+                  MedianAlong(job, &SimplePointT<double>::y),
+                  MedianAlong(job, &SimplePointT<double>::z)};
+}
+
+// The local coordinate of a bound, cut to what can be stored; rounding is monotone, so every
+// point in range lies between the two.
+float LocalBound(double world, double origin) {
+    return ToLocal(std::clamp(world, origin - kLargestLocal, origin + kLargestLocal), origin);
+}
+
+ExtendsT<float> LocalBounds(const Box& box, const SimplePointT<double>& origin) {
+    const auto local = [&](const SimplePointT<double>& p) {
+        return SimplePointT<float>{LocalBound(p.x, origin.x), LocalBound(p.y, origin.y),
+                                   LocalBound(p.z, origin.z)};
+    };
+    return {local(box.min), local(box.max)};
+}
+
+float LargestMagnitude(const ExtendsT<float>& bounds) {
+    return std::max({std::fabs(bounds.min.x), std::fabs(bounds.min.y), std::fabs(bounds.min.z),
+                     std::fabs(bounds.max.x), std::fabs(bounds.max.y), std::fabs(bounds.max.z)});
+}
+
+}  // namespace
+
+const char* ReasonToReject(const ScanPoint& point, bool dropZeros) {
+    if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z)) {
+        return kNotANumber;
+    }
+    const bool zero = point.x == 0 && point.y == 0 && point.z == 0;
+    return zero && dropZeros ? kZero : nullptr;
+}
+
+std::uint64_t Survey::Read() const {
+    return std::accumulate(
+        inputs.begin(), inputs.end(), std::uint64_t{0},
+        [](std::uint64_t sum, const Input& input) { return sum + input.points + input.malformed; });
+}
+
+Expected<void> PieceQueue::Rewind() {
+    current_ = 0;
+    for (const ScanInput& input : inputs_) {
+        if (auto rewound = input.reader->Rewind(); !rewound) return rewound;
+    }
+    return {};
+}
+
+Expected<bool> PieceQueue::Take(RawPiece& piece, std::size_t& input) {
+    for (; current_ < inputs_.size(); ++current_) {
+        Expected<bool> more = inputs_[current_].reader->Next(piece);
+        if (!more) return more;
+        input = current_;
+        if (*more) return true;
+    }
+    return false;
+}
+
+Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
+                             Crew& crew) {
+    Survey survey;
+    survey.inputs.resize(inputs.size());
+    const InputAxes axes(options.unit, options.up);
+    PieceQueue queue(inputs);
+    Box box;
+    std::vector<WeightedPosition> medians;
+    OrderedSteps<SurveyJob> steps;
+    steps.take = [&](SurveyJob& job) { return queue.Take(job.piece, job.input); };
+    steps.work = [&](SurveyJob& job) -> Expected<void> {
+        auto decoded = inputs[job.input].reader->Decode(job.piece, job.decoded);
+        if (decoded) Examine(job, axes, options.dropZeros);
+        return decoded;
+    };
+    steps.commit = [&](SurveyJob& job) -> Expected<void> {
+        Survey::Input& input = survey.inputs[job.input];
+        input.points += job.decoded.points.size();
+        input.malformed += job.decoded.malformed;
+        input.range.Join(job.range);
+        survey.usable += job.usable;
+        if (job.placed != 0) {
+            box.Join(job.box);
+            medians.push_back({job.median, job.placed});
+        }
+        crew.Meter().Add(job.piece.bytes.size(), job.decoded.points.size());
+        return {};
+    };
+    if (auto done = RunInOrder(crew, steps); !done) return tl::unexpected<Error>(done.error());
+    if (medians.empty()) return survey;
+    survey.origin = ChooseOrigin(medians);
+    const ExtendsT<float> bounds = LocalBounds(box, survey.origin);
+    survey.frame = GridFrame(bounds);
+    survey.largestLocal = LargestMagnitude(bounds);
+    return survey;
+}
+
+}  // namespace orvix::importer

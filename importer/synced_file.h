@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::importer {
+
+/// Whether a file's bytes must have reached the device when it is finished.
+enum class Durability { Lasting, Temporary };
+
+/// A file that is written from several threads and brought to the device as it grows, so that no
+/// single wait for the device lasts long and a cancelled import ends soon.
+///
+/// Errors   with the file's name; a full disk is NoSpace.
+/// Threads  `WriteAt` and `ReadAt` from any number; the rest from one.
+/// Cost     one system call a call; every 32 MiB a wait for the device, and one at `Finish`.
+class SyncedFile {
+public:
+    Expected<void> Create(const CString& path, Durability durability);
+    Expected<void> WriteAt(std::uint64_t offset, const void* data, std::size_t bytes);
+    /// Reads exactly `bytes`; fewer there are a failure.
+    Expected<void> ReadAt(std::uint64_t offset, void* data, std::size_t bytes) const;
+    /// Waits for the device; the file stays open for reading.
+    Expected<void> Finish();
+    Expected<void> Close();
+    [[nodiscard]] const CString& Path() const { return path_; }
+
+private:
+    tl::unexpected<Error> Trouble(std::error_code cause, const char* doing) const;
+
+    platform::File file_;
+    CString path_;
+    Durability durability_ = Durability::Lasting;
+    std::mutex syncing_;
+    std::atomic<std::uint64_t> pending_{0};
+};
+
+/// Appends records to a new file, in large blocks.
+///
+///     RecordWriter<GridCellRecord> writer;
+///     if (auto made = writer.Create(path); !made) return made;
+///     ... writer.Add(cell) ... writer.Finish();
+///
+/// Errors   as SyncedFile.
+/// Threads  one at a time.
+template <class Record>
+class RecordWriter {
+public:
+    Expected<void> Create(const CString& path) {
+        buffer_.reserve(kBlock);
+        return file_.Create(path, Durability::Lasting);
+    }
+    Expected<void> Add(const Record& record) {
+        buffer_.push_back(record);
+        ++count_;
+        return buffer_.size() < kBlock ? Expected<void>() : Flush();
+    }
+    Expected<void> Add(std::span<const Record> records) {
+        buffer_.insert(buffer_.end(), records.begin(), records.end());
+        count_ += records.size();
+        return buffer_.size() < kBlock ? Expected<void>() : Flush();
+    }
+    /// Writes what is left and waits for the device; the file can be read from then on.
+    Expected<void> Finish() {
+        Expected<void> flushed = Flush();
+        return flushed ? file_.Finish() : flushed;
+    }
+    /// Replaces finished records from number `first` on.
+    Expected<void> WriteAt(std::uint64_t first, std::span<const Record> records) {
+        return file_.WriteAt(first * sizeof(Record), records.data(), records.size_bytes());
+    }
+    [[nodiscard]] std::uint64_t Count() const { return count_; }
+    [[nodiscard]] const SyncedFile& File() const { return file_; }
+
+private:
+    static constexpr std::size_t kBlock = (std::size_t{1} << 20) / sizeof(Record);
+
+    Expected<void> Flush() {
+        const std::size_t bytes = buffer_.size() * sizeof(Record);
+        Expected<void> written = file_.WriteAt(offset_, buffer_.data(), bytes);
+        offset_ += bytes;
+        buffer_.clear();
+        return written;
+    }
+
+    SyncedFile file_;
+    std::vector<Record> buffer_;
+    std::uint64_t offset_ = 0;
+    std::uint64_t count_ = 0;
+};
+
+/// Reads back, in order, the records that a RecordWriter finished.
+///
+/// Errors   as SyncedFile.
+/// Threads  one at a time.
+template <class Record>
+class RecordScanner {
+public:
+    RecordScanner(const SyncedFile& file, std::uint64_t count) : file_(file), left_(count) {}
+
+    /// The next record, until `Take` steps over it; null at the end.
+    Expected<const Record*> Peek() {
+        if (next_ == buffer_.size()) {
+            const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left_, kBlock));
+            buffer_.resize(count);
+            next_ = 0;
+            if (count == 0) return nullptr;
+            const auto read = file_.ReadAt(offset_, buffer_.data(), count * sizeof(Record));
+            if (!read) return tl::unexpected<Error>(read.error());
+            offset_ += count * sizeof(Record);
+            left_ -= count;
+        }
+        return &buffer_[next_];
+    }
+    void Take() { ++next_; }
+
+private:
+    static constexpr std::size_t kBlock = (std::size_t{1} << 18) / sizeof(Record);
+
+    const SyncedFile& file_;
+    std::vector<Record> buffer_;
+    std::size_t next_ = 0;
+    std::uint64_t offset_ = 0;
+    std::uint64_t left_;
+};
+
+}  // namespace orvix::importer
