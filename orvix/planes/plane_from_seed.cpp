@@ -23,6 +23,7 @@ using Points = std::vector<SimplePointT<float>>;
 
 constexpr double kFirstReach = 5.0;
 constexpr double kPointsPerCircle = 15.0;
+constexpr std::uint32_t kCrawlPointsPerCell = 100;
 constexpr double kLeastInlierShare = 0.25;
 constexpr double kLeastTolerance = 0.01;
 constexpr double kSigmas = 3.0;
@@ -39,10 +40,11 @@ struct KeyHash {
 };
 using KeySet = std::unordered_set<CellKey, KeyHash>;
 
-/// Points of a cell of the plane's grid: those close to the plane, and all in the slab.
+/// Points of a cell of the plane's grid.
 struct Share {
-    std::uint32_t close = 0;
-    std::uint32_t all = 0;
+    std::uint32_t close = 0;    // to the plane
+    std::uint32_t all = 0;      // in the slab
+    std::uint32_t offered = 0;  // to the worm so far
 };
 using Shares = std::unordered_map<CellKey, Share, KeyHash>;
 
@@ -176,7 +178,11 @@ private:
         for (const auto& p : slab_.points) {
             const Vector position = detail::Widened(p);
             if (std::abs(detail::Distance(plane_, position)) > 2 * tolerance_) continue;
-            if (flat.contains(grid.KeyOf(position))) crawl.push_back(p);
+            const CellKey key = grid.KeyOf(position);
+            if (!flat.contains(key)) continue;
+            // A hundred points tell a cell's normal as well as a hundred thousand.
+            Share& share = shares[key];
+            if (share.offered++ % (share.all / kCrawlPointsPerCell + 1) == 0) crawl.push_back(p);
         }
         return crawl;
     }
@@ -235,10 +241,9 @@ private:
             result.records.push_back(slab_.records[i]);
         }
         if (result.records.size() < 3) {
-            return Fail(
-                ErrorCode::BadInput,
-                "hardly a point lies on the plane at the seed; allow a larger distance from "
-                "the plane, or choose another seed");
+            return Fail(ErrorCode::BadInput,
+                        "hardly a point lies on the plane in the cells at the seed; allow a larger "
+                        "distance from the plane or larger cells, or choose another seed");
         }
         if (auto measured = Measure(result); !measured) return tl::unexpected(measured.error());
         BuildOutline(result.plane);

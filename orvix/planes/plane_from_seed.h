@@ -66,7 +66,8 @@ struct SeedPlane {
 /// A point belongs to the plane when it is no further from it than `maxDistanceAllowed` and its
 /// place on the plane is in a kept cell or beside one. A cell is offered to the worm only when at
 /// least a quarter of the points within half a split size of the plane, in it and beside it, are
-/// that close: foliage and clutter that the plane merely cuts through do not carry it on.
+/// that close: foliage and clutter that the plane merely cuts through do not carry it on. Of a
+/// dense cell the worm gets every k-th point, a hundred or so.
 ///
 /// Units      metres; seed and result in the project's own frame.
 /// Order      the same project, seed and options give the same plane, bit by bit.
