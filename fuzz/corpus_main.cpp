@@ -2,7 +2,7 @@
 // fuzz_FORMAT FOLDER [CHANGES]
 //
 // Runs a fuzz target without a fuzzer: every file of a corpus folder, every truncation of it, and
-// CHANGES (default 1000) spoilt copies of each, the same ones in every run.
+// CHANGES (default 500) spoilt copies of each, the same ones in every run.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -69,7 +69,7 @@ int main(int count, char** values) {
         return 2;
     }
     const std::filesystem::path folder(values[1]);
-    const unsigned long changes = count > 2 ? std::strtoul(values[2], nullptr, 10) : 1000;
+    const unsigned long changes = count > 2 ? std::strtoul(values[2], nullptr, 10) : 500;
     std::vector<std::filesystem::path> paths;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         paths.push_back(entry.path());

@@ -53,6 +53,9 @@ std::uint64_t ReadPass(ScanReader& reader) {
 void ReadAsScan(Opener open, const std::uint8_t* data, std::size_t size) {
     static const test::ScratchFolder folder;
     const CString path = folder / L"scan";
+    // A new file each time: some file systems wait for the device when an old one is rewritten.
+    std::error_code ignored;
+    platform::RemoveFile(path, ignored);
     test::WriteBytes(path, data, size);
     auto file = ScanFile::Open(path);
     if (!file) return;
