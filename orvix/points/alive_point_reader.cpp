@@ -226,6 +226,12 @@ bool CAlivePointReader::ContinueBatch(std::vector<CIndexerSmall>& runs,
 void CAlivePointReader::ReadIndexesPts(std::vector<CCloudPoint<float>>& out, RunIterator first,
                                        RunIterator last, std::uint64_t span,
                                        std::uint64_t count) const {
+    // Where runs overlap, one may reach past those after it: the view holds them all. A run before
+    // the first is a distance that no file has.
+    for (RunIterator run = first; run != last; ++run) {
+        const std::uint64_t distance = run->offset - first->offset;
+        span = std::max(span, std::min(distance, kMostRecords) + run->count);
+    }
     const std::uint64_t position = first->offset * kAlivePointBytes;
     const std::uint64_t place = position % kGranuleBytes;
     const bool countable = first->offset <= kMostRecords && span <= kMostRecords;
@@ -240,7 +246,6 @@ void CAlivePointReader::ReadIndexesPts(std::vector<CCloudPoint<float>>& out, Run
     detail::Reserve(out, count);
     const CCloudPoint<float>* records = RecordsAt(view.Base() + place);
     for (RunIterator run = first; run != last;) {
-        assert(run->offset >= first->offset && "runs ascend in the file");
         // Runs that follow one another in the file, as those of neighbouring cells do, are one
         // copy.
         const std::uint64_t begin = run->offset;

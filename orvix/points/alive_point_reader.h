@@ -144,7 +144,8 @@ public:
     /// Appends many runs, gathered to 64 MiB a view. True when `out` has passed 50,000,000 points
     /// and more is to come: use `out`, then call again with the same runs, which first clears
     /// `out`. False with the last batch. "ReadIndexesPoints  ERROR" when a batch cannot be mapped.
-    /// Precondition: runs ascend in the file; they stay alive and unchanged until the false.
+    /// Precondition: runs ascend by their first point (a run before its batch's first one cannot
+    /// be mapped); they stay alive and unchanged until the false.
     bool ReadIndexesPts(std::vector<CIndexerSmall>& runs, std::vector<CCloudPoint<float>>& out);
 
     /// Maps a file's view at its current offset, replacing the one there; at most 8 MiB.
