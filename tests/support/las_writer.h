@@ -23,7 +23,7 @@ struct LasPoint {
 };
 
 /// The header to write; the optional ones are what a correct file has unless set.
-struct LasSpec {
+struct LasLayout {
     int minorVersion = 2;
     std::uint8_t pointFormat = 0;
     std::uint16_t extraBytes = 0;  ///< after each record's own
@@ -39,10 +39,11 @@ std::uint16_t LasRecordBytes(std::uint8_t pointFormat);
 std::uint16_t LasHeaderBytes(int minorVersion);
 
 /// The header with zeros up to the first point, for `points` points.
-std::vector<std::uint8_t> LasHeaderOf(const LasSpec& spec, std::uint64_t points);
+std::vector<std::uint8_t> LasHeaderOf(const LasLayout& layout, std::uint64_t points);
 /// Appends one record. Bytes that no attribute of `point` fills hold a pattern, flag bits set.
-void AppendLasPoint(const LasSpec& spec, const LasPoint& point, std::vector<std::uint8_t>& bytes);
+void AppendLasPoint(const LasLayout& layout, const LasPoint& point,
+                    std::vector<std::uint8_t>& bytes);
 /// A whole file.
-std::vector<std::uint8_t> MakeLas(const LasSpec& spec, const std::vector<LasPoint>& points);
+std::vector<std::uint8_t> MakeLas(const LasLayout& layout, const std::vector<LasPoint>& points);
 
 }  // namespace orvix::test

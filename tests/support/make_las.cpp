@@ -16,15 +16,15 @@
 
 namespace {
 
+using orvix::test::LasLayout;
 using orvix::test::LasPoint;
-using orvix::test::LasSpec;
 
 struct Arguments {
     std::string output;
     std::uint64_t points = 0;
     std::uint64_t seed = 1;
     bool random = false;
-    LasSpec spec{.minorVersion = 4, .pointFormat = 7, .offset = {85'000, 447'500, 0}};
+    LasLayout layout{.minorVersion = 4, .pointFormat = 7, .offset = {85'000, 447'500, 0}};
 };
 
 /// SplitMix64: number i of a stream without the numbers before it.
@@ -84,7 +84,7 @@ bool Parse(int count, char** values, Arguments& arguments) {
         if (name == "--format") {
             const unsigned long format = std::strtoul(value.c_str(), nullptr, 10);
             if (format > 10) return false;
-            arguments.spec.pointFormat = static_cast<std::uint8_t>(format);
+            arguments.layout.pointFormat = static_cast<std::uint8_t>(format);
         } else if (name == "--order") {
             arguments.random = value == "random";
         } else if (name == "--seed") {
@@ -107,14 +107,14 @@ int main(int count, char** values) {
     }
     constexpr std::size_t kBlockBytes = 4u << 20;
     std::ofstream file(arguments.output, std::ios::binary | std::ios::trunc);
-    std::vector<std::uint8_t> block = orvix::test::LasHeaderOf(arguments.spec, arguments.points);
+    std::vector<std::uint8_t> block = orvix::test::LasHeaderOf(arguments.layout, arguments.points);
     for (std::uint64_t i = 0; i <= arguments.points; ++i) {
         if (i == arguments.points || block.size() > kBlockBytes) {
             file.write(reinterpret_cast<const char*>(block.data()),
                        static_cast<std::streamsize>(block.size()));
             block.clear();
         }
-        if (i < arguments.points) AppendLasPoint(arguments.spec, PointOf(arguments, i), block);
+        if (i < arguments.points) AppendLasPoint(arguments.layout, PointOf(arguments, i), block);
     }
     file.close();
     if (!file) std::fprintf(stderr, "%s cannot be written\n", arguments.output.c_str());

@@ -37,13 +37,13 @@ TEST_P(LasPointFormats, EveryAttributeOfEveryVersionIsReadAsStored) {
     const auto points = SomePoints(50);
     for (int minor = format >= 6 ? 4 : 0; minor <= 4; ++minor) {
         for (const std::uint16_t extra : {std::uint16_t{0}, std::uint16_t{7}}) {
-            const LasSpec spec{.minorVersion = minor,
-                               .pointFormat = format,
-                               .extraBytes = extra,
-                               .scale = {0.01, 0.001, 1e-7},
-                               .offset = {85'000.5, -447'000, 3.25},
-                               .firstPointByte = 500};
-            const WholeScan scan = ReadAll(MakeLas(spec, points));
+            const LasLayout layout{.minorVersion = minor,
+                                   .pointFormat = format,
+                                   .extraBytes = extra,
+                                   .scale = {0.01, 0.001, 1e-7},
+                                   .offset = {85'000.5, -447'000, 3.25},
+                                   .firstPointByte = 500};
+            const WholeScan scan = ReadAll(MakeLas(layout, points));
             ASSERT_EQ(scan.error, "");
             ASSERT_EQ(scan.points.size(), points.size());
             EXPECT_EQ(scan.info.format, "LAS 1." + std::to_string(minor) + ", point format " +
@@ -69,9 +69,9 @@ TEST_P(LasPointFormats, EveryAttributeOfEveryVersionIsReadAsStored) {
 INSTANTIATE_TEST_SUITE_P(All, LasPointFormats, testing::Range(0, 11));
 
 TEST(LasReader, ThePieceBoundaryCutsNoRecord) {
-    const LasSpec spec{.minorVersion = 4, .pointFormat = 10, .extraBytes = 30'011};
+    const LasLayout layout{.minorVersion = 4, .pointFormat = 10, .extraBytes = 30'011};
     const auto points = SomePoints(200);
-    const WholeScan scan = ReadAll(MakeLas(spec, points));
+    const WholeScan scan = ReadAll(MakeLas(layout, points));
     ASSERT_EQ(scan.points.size(), 200u) << scan.error;
     EXPECT_EQ(scan.pieces, 3u);
     EXPECT_EQ(scan.points[199].green, points[199].green);
@@ -79,12 +79,12 @@ TEST(LasReader, ThePieceBoundaryCutsNoRecord) {
 
 TEST(LasReader, TheWideCountOfLas14CountsUnlessItIsZero) {
     const auto points = SomePoints(5);
-    LasSpec spec{.minorVersion = 4, .pointFormat = 6, .count32 = 2, .count64 = 4};
-    EXPECT_EQ(ReadAll(MakeLas(spec, points)).points.size(), 4u);
-    spec.count64 = 0;
-    EXPECT_EQ(ReadAll(MakeLas(spec, points)).points.size(), 2u);
-    spec.count32 = 0;
-    const WholeScan none = ReadAll(MakeLas(spec, points));
+    LasLayout layout{.minorVersion = 4, .pointFormat = 6, .count32 = 2, .count64 = 4};
+    EXPECT_EQ(ReadAll(MakeLas(layout, points)).points.size(), 4u);
+    layout.count64 = 0;
+    EXPECT_EQ(ReadAll(MakeLas(layout, points)).points.size(), 2u);
+    layout.count32 = 0;
+    const WholeScan none = ReadAll(MakeLas(layout, points));
     EXPECT_EQ(none.error, "");
     EXPECT_EQ(none.points.size(), 0u);
 }
@@ -104,14 +104,14 @@ TEST(LasReader, EveryTruncationIsToldWithItsNumbers) {
 TEST(LasReader, NoCountHoweverLargeIsTrusted) {
     const auto points = SomePoints(3);
     for (const std::uint64_t count : {4ull, 1ull << 32, (1ull << 63) / 30, ~0ull / 30, ~0ull}) {
-        const LasSpec spec{.minorVersion = 4, .pointFormat = 6, .count64 = count};
-        EXPECT_THAT(ReadAll(MakeLas(spec, points)).error, HasSubstr("cut short")) << count;
+        const LasLayout layout{.minorVersion = 4, .pointFormat = 6, .count64 = count};
+        EXPECT_THAT(ReadAll(MakeLas(layout, points)).error, HasSubstr("cut short")) << count;
     }
 }
 
 TEST(LasReader, AHeaderThatContradictsItselfIsRefused) {
-    const auto refusal = [](LasSpec spec, std::size_t at = 0, int value = 0) {
-        auto bytes = MakeLas(spec, SomePoints(3));
+    const auto refusal = [](LasLayout layout, std::size_t at = 0, int value = 0) {
+        auto bytes = MakeLas(layout, SomePoints(3));
         if (at != 0) bytes[at] = static_cast<std::uint8_t>(value);
         return ReadAll(bytes).error;
     };
@@ -142,14 +142,14 @@ TEST(LasReader, CompressedPointsAreNamedWithTheWayOut) {
 
 TEST(LasReader, PointsBeyondFourGigabytesAreReadWhereTheyStand) {
     const ScratchFolder folder;
-    const LasSpec spec{.minorVersion = 4, .pointFormat = 6, .firstPointByte = 0xFFFFFFFF};
+    const LasLayout layout{.minorVersion = 4, .pointFormat = 6, .firstPointByte = 0xFFFFFFFF};
     constexpr std::uint64_t kPoints = 200'000;
-    LasSpec small = spec;
+    LasLayout small = layout;
     small.firstPointByte = 375;
     auto header = LasHeaderOf(small, kPoints);
     std::fill_n(header.begin() + 96, 4, std::uint8_t{0xFF});
     std::vector<std::uint8_t> last;
-    AppendLasPoint(spec, {.x = 1000, .y = 2000, .z = -3000}, last);
+    AppendLasPoint(layout, {.x = 1000, .y = 2000, .z = -3000}, last);
 
     std::error_code error;
     auto file = platform::File::Create(folder / L"big.las", error);
