@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/las_writer.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
