@@ -44,7 +44,7 @@ Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) 
     const Expected<CString> gate = RequireProject(project);
     if (!gate && gate.error().code == ErrorCode::Damaged)
         return tl::unexpected<Error>(gate.error());
-    ProgressReporter progress(context.progress);
+    ProgressReporter progress(ProgressModeOf(context.progressWord));
     CheckOptions options;
     options.progress = [&progress](double fraction) {
         progress.Report({"checking", fraction, 0, 0, -1});

@@ -27,8 +27,8 @@ using VerbRun = std::function<Expected<Outcome>(CommandContext&)>;
 struct CommandContext {
     std::string verb;  ///< as typed: "import", "settings get"
     bool json = false;
-    ProgressMode progress = ProgressMode::Automatic;
-    VerbRun run;  ///< the chosen verb, set while the command line is parsed
+    std::string progressWord = "auto";  ///< the value of --progress
+    VerbRun run;                        ///< the chosen verb, set while the command line is parsed
 };
 
 /// Runs the chosen verb and prints: the result on standard output, messages on standard error.

@@ -120,7 +120,7 @@ Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context)
     for (const std::string& path : arguments.paths) inputs.push_back(platform::FromUtf8(path));
     const CString project = inputs.back();
     inputs.pop_back();
-    ProgressReporter progress(context.progress);
+    ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](const ImportProgress& state) {
         progress.Report(
             {WordOf(state.phase), state.fraction, state.bytes, state.points, state.secondsLeft});
@@ -166,15 +166,11 @@ void AddImportVerb(CLI::App& app, CommandContext& context) {
         ->required()
         ->expected(2, -1)
         ->type_name("INPUT... PROJECT.prj");
-    verb->add_option("--unit", arguments->unit, "Unit of the inputs' coordinates (default m)")
-        ->check(CLI::IsMember(kUnits))
-        ->type_name("m|mm|cm|ft|us-ft");
-    verb->add_option("--up", arguments->up, "The inputs' upward axis (default z)")
-        ->check(CLI::IsMember({"z", "y"}))
-        ->type_name("z|y");
-    verb->add_option("--skeleton", arguments->skeleton, "Voxel of the thinned cloud (default 10cm)")
-        ->check(CLI::IsMember(kSkeletons))
-        ->type_name("1cm|10cm|1m");
+    AddChoice(*verb, "--unit", arguments->unit, "Unit of the inputs' coordinates",
+              {"m", "mm", "cm", "ft", "us-ft"});
+    AddChoice(*verb, "--up", arguments->up, "The inputs' upward axis", {"z", "y"});
+    AddChoice(*verb, "--skeleton", arguments->skeleton, "Voxel of the thinned cloud",
+              {"1cm", "10cm", "1m"});
     verb->add_flag("--drop-zeros", arguments->dropZeros,
                    "Reject points at exactly 0, 0, 0 in the input (no-returns)");
     verb->add_flag("--dedupe", arguments->dedupe,
@@ -186,10 +182,10 @@ void AddImportVerb(CLI::App& app, CommandContext& context) {
         ->check(CheckMemory)
         ->type_name("SIZE");
     verb->add_option("--threads", arguments->threads, "Threads to use (default 0: every core)")
-        ->check(CLI::Range(0u, 1024u))
+        ->check(CLI::Range(0u, 1024u).description(""))
         ->type_name("N");
     AddProgressOption(*verb, context);
-    verb->final_callback([arguments] {
+    verb->parse_complete_callback([arguments] {
         const std::string fault = CheckPaths(arguments->paths);
         if (!fault.empty()) throw CLI::ValidationError("paths", fault);
     });

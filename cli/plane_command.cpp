@@ -182,7 +182,7 @@ void AddSearchOptions(CLI::App& verb, PlaneRequest& request) {
                                 std::pair{"--diff-c", &request.diffC}};
     for (const auto& [name, value] : components)
         verb.add_option(name, *value, "Largest difference of that component of a cell's normal")
-            ->check(CLI::Range(0.0, 2.0))
+            ->check(CLI::Range(0.0, 2.0).description(""))
             ->type_name("0..2")
             ->excludes(angle);
 }

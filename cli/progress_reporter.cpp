@@ -51,6 +51,13 @@ std::string JsonLine(const ProgressState& state) {
 
 }  // namespace
 
+ProgressMode ProgressModeOf(const std::string& word) {
+    if (word == "bar") return ProgressMode::Bar;
+    if (word == "plain") return ProgressMode::Plain;
+    if (word == "json") return ProgressMode::Json;
+    return word == "none" ? ProgressMode::None : ProgressMode::Automatic;
+}
+
 std::string DurationText(double seconds) {
     const auto whole = static_cast<std::int64_t>(std::llround(std::clamp(seconds, 0.0, 1e9)));
     if (whole < 60) return fmt::format("{} s", whole);

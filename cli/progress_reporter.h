@@ -16,6 +16,9 @@ enum class ProgressMode {
     None
 };
 
+/// "auto", "bar", "plain", "json" or "none"; any other word is Automatic.
+ProgressMode ProgressModeOf(const std::string& word);
+
 struct ProgressState {
     std::string phase;    ///< "sorting"
     double fraction = 0;  ///< of the whole work, 0 to 1
@@ -27,7 +30,7 @@ struct ProgressState {
 /// Tells a long piece of work's progress, at a pace that suits the reader whatever the pace of the
 /// calls: a bar ten times a second, JSON five times, lines every two seconds, and each phase once.
 ///
-///     ProgressReporter progress(context.progress);
+///     ProgressReporter progress(ProgressModeOf(context.progressWord));
 ///     progress.Report({"sorting", 0.4, bytes, points, 12.0});
 ///     progress.Finish();                     // takes the bar away before results are printed
 ///

@@ -2,18 +2,11 @@
 #include "cli/verbs.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
 #include <utility>
 
 namespace orvix::cli {
 
 namespace {
-
-const std::map<std::string, ProgressMode> kProgressModes{{"auto", ProgressMode::Automatic},
-                                                         {"bar", ProgressMode::Bar},
-                                                         {"plain", ProgressMode::Plain},
-                                                         {"json", ProgressMode::Json},
-                                                         {"none", ProgressMode::None}};
 
 std::string FullName(const CLI::App& verb) {
     const CLI::App* parent = verb.get_parent();
@@ -36,13 +29,19 @@ CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& 
     return verb;
 }
 
+void AddChoice(CLI::App& verb, const std::string& name, std::string& value,
+               const std::string& meaning, const std::vector<std::string>& words) {
+    std::string joined;
+    for (const std::string& word : words) joined += (joined.empty() ? "" : "|") + word;
+    verb.add_option(name, value, meaning + " (default " + value + ")")
+        ->check(CLI::IsMember(words).description(""))
+        ->type_name(joined);
+}
+
 void AddProgressOption(CLI::App& verb, CommandContext& context) {
-    verb.add_option_function<std::string>(
-            "--progress",
-            [&context](const std::string& word) { context.progress = kProgressModes.at(word); },
-            "How to tell progress on standard error; auto: a bar on a terminal, else nothing")
-        ->check(CLI::IsMember({"auto", "bar", "plain", "json", "none"}))
-        ->type_name("auto|bar|plain|json|none");
+    AddChoice(verb, "--progress", context.progressWord,
+              "Progress on standard error; auto: a bar on a terminal, else nothing",
+              {"auto", "bar", "plain", "json", "none"});
 }
 
 }  // namespace orvix::cli

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "cli/command_context.h"
 
@@ -15,6 +16,10 @@ namespace orvix::cli {
 /// help, and what runs when it is chosen. Every verb gains --json here.
 CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& name,
                   const std::string& summary, const std::string& examples, VerbRun run);
+
+/// An option whose value is one of `words`; `value` holds the default.
+void AddChoice(CLI::App& verb, const std::string& name, std::string& value,
+               const std::string& meaning, const std::vector<std::string>& words);
 
 /// The option --progress, for verbs that take long enough to be watched.
 void AddProgressOption(CLI::App& verb, CommandContext& context);

@@ -55,7 +55,7 @@ std::string TextOf(const WalkReport& report) {
 Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) {
     const Expected<CString> project = RequireProject(argument);
     if (!project) return tl::unexpected<Error>(project.error());
-    ProgressReporter progress(context.progress);
+    ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"walking", fraction, points * 24, points, -1});
         return !Interrupted();
