@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <nanoflann.hpp>
+#include <numeric>
 
 namespace orvix {
 namespace {
@@ -33,26 +34,33 @@ double Widened(double bound) {
 }
 
 /// Collects what lies within an inclusive bound.
+template <class Entry>
 struct WithinBound {
     double bound;
-    std::vector<Neighbour>& found;
+    const std::vector<Entry>& entries;
+    std::vector<Neighbour> found = {};
 
     [[nodiscard]] double worstDist() const { return Widened(bound); }
     [[nodiscard]] bool full() const { return true; }
-    bool addPoint(double squaredDistance, int index) {
-        if (squaredDistance <= bound) found.push_back({squaredDistance, index});
+    bool addPoint(double squaredDistance, int entry) {
+        if (squaredDistance <= bound) {
+            found.push_back({squaredDistance, entries[static_cast<std::size_t>(entry)].source});
+        }
         return true;
     }
 };
 
 /// Keeps the nearest, of lowest index among equals.
+template <class Entry>
 struct NearestOne {
+    const std::vector<Entry>& entries;
     Neighbour best{std::numeric_limits<double>::infinity(), -1};
 
     [[nodiscard]] double worstDist() const { return Widened(best.squaredDistance); }
     [[nodiscard]] bool full() const { return true; }
-    bool addPoint(double squaredDistance, int index) {
-        best = std::min(best, Neighbour{squaredDistance, index});
+    bool addPoint(double squaredDistance, int entry) {
+        best = std::min(
+            best, Neighbour{squaredDistance, entries[static_cast<std::size_t>(entry)].source});
         return true;
     }
 };
@@ -92,6 +100,7 @@ struct CNearestNeighbour::TreeOf final : Tree {
             ++source;
         }
         index = std::make_unique<Index>(Dimension, *this, kLeafPoints);
+        StoreInTreeOrder();
     }
 
     // What nanoflann asks of a set of points.
@@ -106,26 +115,35 @@ struct CNearestNeighbour::TreeOf final : Tree {
 
     void Within(const SimplePointT<double>& query, double bound,
                 std::vector<int>& found) const override {
-        std::vector<Neighbour> neighbours;
-        WithinBound collected{bound, neighbours};
-        Search(query, collected);
-        // Entries keep the container's order, so their numbers break ties as the indices would.
-        std::sort(neighbours.begin(), neighbours.end());
-        found.resize(neighbours.size());
-        std::transform(neighbours.begin(), neighbours.end(), found.begin(),
-                       [this](const Neighbour& n) { return SourceOf(n.index); });
+        WithinBound<Entry> within{bound, entries};
+        Search(query, within);
+        std::sort(within.found.begin(), within.found.end());
+        found.resize(within.found.size());
+        std::transform(within.found.begin(), within.found.end(), found.begin(),
+                       [](const Neighbour& neighbour) { return neighbour.index; });
     }
 
     bool Nearest(const SimplePointT<double>& query, int& nearest) const override {
-        NearestOne nearestOne;
+        NearestOne<Entry> nearestOne{entries};
         Search(query, nearestOne);
         if (nearestOne.best.index < 0) return false;
-        nearest = SourceOf(nearestOne.best.index);
+        nearest = nearestOne.best.index;
         return true;
     }
 
 private:
-    static constexpr std::size_t kLeafPoints = 12;
+    static constexpr std::size_t kLeafPoints = 20;
+
+    /// Lays the points of each leaf side by side, so that a query reads memory in sequence.
+    void StoreInTreeOrder() {
+        std::vector<Entry> ordered;
+        ordered.reserve(entries.size());
+        for (const int entry : index->vAcc) {
+            ordered.push_back(entries[static_cast<std::size_t>(entry)]);
+        }
+        entries.swap(ordered);
+        std::iota(index->vAcc.begin(), index->vAcc.end(), 0);
+    }
 
     template <class Results>
     void Search(const SimplePointT<double>& query, Results& results) const {
@@ -139,10 +157,6 @@ private:
         } else {
             return {query.x, query.y, query.z};
         }
-    }
-
-    [[nodiscard]] int SourceOf(int entry) const {
-        return entries[static_cast<std::size_t>(entry)].source;
     }
 
     std::vector<Entry> entries;
