@@ -31,19 +31,6 @@ Record RecordOf(double value, std::uint64_t count) {
     return record;
 }
 
-Expected<void> WriteBins(const CString& path, const std::vector<HistogramBin>& bins) {
-    RecordWriter<Record> writer;
-    Expected<void> done = writer.Create(path);
-    for (const HistogramBin& bin : bins) {
-        for (std::uint64_t left = bin.count; done && left > 0;) {
-            const std::uint64_t count = std::min(left, kLargestCount);
-            done = writer.Add(RecordOf(bin.value, count));
-            left -= count;
-        }
-    }
-    return done ? writer.Finish() : done;
-}
-
 // Joins bins that follow each other and have one value.
 void AddBin(std::vector<HistogramBin>& bins, double value, std::uint64_t count) {
     if (bins.empty() || bins.back().value != value) bins.push_back({value, 0});
@@ -63,6 +50,19 @@ double HeightOf(std::int64_t bin, std::int64_t centimetres) {
 }
 
 }  // namespace
+
+Expected<void> WriteHistogram(const CString& path, const std::vector<HistogramBin>& bins) {
+    RecordWriter<Record> writer;
+    Expected<void> done = writer.Create(path);
+    for (const HistogramBin& bin : bins) {
+        for (std::uint64_t left = bin.count; done && left > 0;) {
+            const std::uint64_t count = std::min(left, kLargestCount);
+            done = writer.Add(RecordOf(bin.value, count));
+            left -= count;
+        }
+    }
+    return done ? writer.Finish() : done;
+}
 
 BinCounter::Page& BinCounter::FindPage(std::int64_t number) {
     std::unique_ptr<Page>& page = pages_[number];
@@ -141,10 +141,10 @@ std::vector<HistogramBin> Histograms::HeightSlices() const {
 }
 
 Expected<void> Histograms::Write(const ProjectManager& project) const {
-    Expected<void> done = WriteBins(project.intensitiesHist, Intensities());
-    if (done) done = WriteBins(project.intensitiesSliceHist, IntensitySlices());
-    if (done) done = WriteBins(project.zHist, Heights());
-    if (done) done = WriteBins(project.zSliceHist, HeightSlices());
+    Expected<void> done = WriteHistogram(project.intensitiesHist, Intensities());
+    if (done) done = WriteHistogram(project.intensitiesSliceHist, IntensitySlices());
+    if (done) done = WriteHistogram(project.zHist, Heights());
+    if (done) done = WriteHistogram(project.zSliceHist, HeightSlices());
     return done;
 }
 

@@ -19,6 +19,9 @@ struct HistogramBin {
     std::uint64_t count = 0;
 };
 
+/// Writes a histogram file; a count above 2^31 - 1 takes several records of the same value.
+Expected<void> WriteHistogram(const CString& path, const std::vector<HistogramBin>& bins);
+
 /// Counts by bin number, in pages that exist only where something was counted.
 class BinCounter {
 public:

@@ -11,7 +11,11 @@ struct MemoryPlan {
     std::uint64_t poolBytes = 0;          ///< sorted points kept before a run goes to disk
     std::uint64_t memoryBlockPoints = 0;  ///< a block when runs in memory are merged
     std::uint64_t fileBlockPoints = 0;    ///< a block when runs on disk are merged
-    std::uint32_t mergeRuns = 64;         ///< runs on disk merged at once
+    /// Pieces of fewer points are joined until there are this many, so that the number of runs
+    /// stays in proportion.
+    std::uint64_t shortPiecePoints = 16'384;
+    std::uint64_t joinedPoints = 65'536;
+    std::uint32_t mergeRuns = 64;  ///< runs on disk merged at once
 };
 
 /// The plan for a limit on the process's resident memory.

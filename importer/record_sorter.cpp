@@ -14,10 +14,6 @@
 namespace orvix::importer {
 namespace {
 
-// Pieces shorter than this are joined, so that the number of runs stays in proportion.
-constexpr std::size_t kSmallPiece = 16'384;
-constexpr std::size_t kJoinedPieces = 65'536;
-
 tl::unexpected<Error> Changed(const CString& path) {
     return Fail(ErrorCode::BadInput,
                 fmt::format("{} changed while it was being imported; import it again once it is "
@@ -113,8 +109,9 @@ void RecordSorter::MakeRecords(Job& job) const {
     const AttributeScale& scale = scales_[job.input];
     const auto station = static_cast<std::uint16_t>(job.input);
     for (const ScanPoint& point : job.decoded.points) {
-        if (const char* reason = ReasonToReject(point, dropZeros_)) {
-            ++(reason == kZero ? job.zero : job.notANumber);
+        const PointFault fault = FaultOf(point, dropZeros_);
+        if (fault != PointFault::None) {
+            ++(fault == PointFault::Zero ? job.zero : job.notANumber);
             continue;
         }
         const SimplePointT<double> world = axes_.ToWorld(point.x, point.y, point.z);
@@ -157,7 +154,7 @@ Expected<void> RecordSorter::FillPool(SortedCloud& cloud, PieceQueue& queue, boo
         }
         MakeRecords(job);
         if (job.changed) return Changed(inputs_[job.input].path);
-        if (job.records.Size() < kSmallPiece) return {};
+        if (job.records.Size() < plan_.shortPiecePoints) return {};
         job.sorted = cloud.pool.Take(job.records.Size());
         job.sorter.Sort(survey_.frame, job.records.All(), job.sorted.data(), nullptr);
         job.run = RunInMemory(survey_.frame, job.sorted);
@@ -182,9 +179,9 @@ Expected<void> RecordSorter::Commit(Job& job, SortedCloud& cloud) {
     cloud.points += records;
     Extend(cloud.bounds, {job.bounds.min.x, job.bounds.min.y, job.bounds.min.z, {}, 0, 0, 0});
     Extend(cloud.bounds, {job.bounds.max.x, job.bounds.max.y, job.bounds.max.z, {}, 0, 0, 0});
-    if (records < kSmallPiece) {
+    if (records < plan_.shortPiecePoints) {
         small_.insert(small_.end(), job.records.Data(), job.records.Data() + records);
-        if (small_.size() >= kJoinedPieces) FlushSmall(cloud);
+        if (small_.size() >= plan_.joinedPoints) FlushSmall(cloud);
         return {};
     }
     FlushSmall(cloud);

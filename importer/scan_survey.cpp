@@ -61,7 +61,7 @@ void Examine(SurveyJob& job, const InputAxes& axes, bool dropZeros) {
     job.box = {};
     job.positions.clear();
     for (const ScanPoint& point : job.decoded.points) {
-        if (ReasonToReject(point, dropZeros) != nullptr) continue;
+        if (FaultOf(point, dropZeros) != PointFault::None) continue;
         ++job.usable;
         job.range.Add(point);
         const SimplePointT<double> world = axes.ToWorld(point.x, point.y, point.z);
@@ -96,14 +96,6 @@ float LargestMagnitude(const ExtendsT<float>& bounds) {
 }
 
 }  // namespace
-
-const char* ReasonToReject(const ScanPoint& point, bool dropZeros) {
-    if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z)) {
-        return kNotANumber;
-    }
-    const bool zero = point.x == 0 && point.y == 0 && point.z == 0;
-    return zero && dropZeros ? kZero : nullptr;
-}
 
 std::uint64_t Survey::Read() const {
     return std::accumulate(

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -31,8 +32,16 @@ inline constexpr const char* kDuplicate = "duplicate";
 
 using Rejections = std::map<std::string, std::uint64_t>;
 
-/// Why a point of an input is left out before its place is looked at; null when it is not.
-const char* ReasonToReject(const ScanPoint& point, bool dropZeros);
+/// What keeps a point from being placed at all.
+enum class PointFault { None, NotANumber, Zero };
+
+inline PointFault FaultOf(const ScanPoint& point, bool dropZeros) {
+    if (!std::isfinite(point.x) || !std::isfinite(point.y) || !std::isfinite(point.z)) {
+        return PointFault::NotANumber;
+    }
+    const bool dropped = dropZeros && point.x == 0 && point.y == 0 && point.z == 0;
+    return dropped ? PointFault::Zero : PointFault::None;
+}
 
 /// What the first pass over the inputs learned.
 struct Survey {

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/importer/memory_scan.h"
+
+#include <algorithm>
+
+namespace orvix::importer::test {
+namespace {
+
+constexpr std::uint64_t kPointBytes = 20;
+
+class MemoryReader : public ScanReader {
+public:
+    explicit MemoryReader(MemoryScan scan) : scan_(std::move(scan)) {}
+
+    [[nodiscard]] const ScanInfo& Info() const override { return scan_.info; }
+    [[nodiscard]] std::uint64_t FileBytes() const override {
+        return scan_.points.size() * kPointBytes;
+    }
+    Expected<bool> Next(RawPiece& piece) override {
+        if (next_ >= scan_.points.size()) return false;
+        if (scan_.before) {
+            auto allowed = scan_.before(pass_, next_ / scan_.pointsAPiece);
+            if (!allowed) return tl::unexpected<Error>(allowed.error());
+        }
+        piece.firstRecord = next_;
+        piece.records = std::min(scan_.pointsAPiece, scan_.points.size() - next_);
+        piece.bytes.resize(piece.records * kPointBytes);
+        next_ += piece.records;
+        return true;
+    }
+    Expected<void> Decode(const RawPiece& piece, DecodedPiece& decoded) const override {
+        const auto first = scan_.points.begin() + static_cast<std::ptrdiff_t>(piece.firstRecord);
+        decoded.points.assign(first, first + static_cast<std::ptrdiff_t>(piece.records));
+        decoded.malformed = scan_.malformedAPiece;
+        return {};
+    }
+    Expected<void> Rewind() override {
+        if (next_ != 0) ++pass_;
+        next_ = 0;
+        return {};
+    }
+
+private:
+    MemoryScan scan_;
+    std::size_t next_ = 0;
+    int pass_ = 0;
+};
+
+}  // namespace
+
+std::vector<ScanInput> Open(const std::vector<MemoryScan>& scans) {
+    std::vector<ScanInput> inputs;
+    for (const MemoryScan& scan : scans) {
+        inputs.push_back(
+            {L"scan " + std::to_wstring(inputs.size()), std::make_unique<MemoryReader>(scan)});
+    }
+    return inputs;
+}
+
+}  // namespace orvix::importer::test

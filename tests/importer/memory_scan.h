@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "importer/scan_survey.h"
+
+namespace orvix::importer::test {
+
+/// A scan in memory, as a format's reader would hand it out.
+struct MemoryScan {
+    std::vector<ScanPoint> points;
+    ScanInfo info{"memory", {}, true, true, true, {}};
+    std::size_t pointsAPiece = 1000;
+    std::uint64_t malformedAPiece = 0;
+    /// Called before each piece is handed out with the number of the pass (0: the first) and of
+    /// the piece; an error ends the reading with it.
+    std::function<Expected<void>(int pass, std::size_t piece)> before;
+};
+
+/// Input i is called "scan i".
+std::vector<ScanInput> Open(const std::vector<MemoryScan>& scans);
+
+}  // namespace orvix::importer::test
