@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Imports a scan, opens the project, grows the plane at a seed and prints its outline.
 //
-//     01_import_open_seed_outline samples/building.ply /tmp/building.prj 8.1 -5.0 3.0
+//     01_import_open_seed_outline samples/building.ply /tmp/building.prj 3.7 -4.0 12.9
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
