@@ -92,12 +92,24 @@ ViewBounds Join(ViewBounds bounds, const ViewBounds& with) {
 
 // A disc about as large as the points are apart on the picture.
 double SplatRadius(double spacing, double pixelsPerMetre, double least, double most) {
-    return std::clamp(0.75 * spacing * pixelsPerMetre, least, most);
+    return std::clamp(0.85 * spacing * pixelsPerMetre, least, most);
 }
 
 double SpacingOf(const std::vector<Vector>& points, const ViewBounds& bounds) {
     const double area = std::max(bounds.Width(), 0.01) * std::max(bounds.Height(), 0.01);
     return std::sqrt(area / static_cast<double>(std::max<std::size_t>(points.size(), 1)));
+}
+
+// The height, relative as all positions are, at which a plan cuts the cloud: through a wall, so
+// that it stands free, and above a floor, so that no ceiling hides it.
+double CutHeight(const PlanePicture& picture) {
+    double lowest = 1e300, highest = -1e300;
+    for (const Vector& p : picture.plane) {
+        lowest = std::min(lowest, p.z);
+        highest = std::max(highest, p.z);
+    }
+    const bool upright = std::fabs(picture.normal.z) < 0.5;
+    return upright ? lowest + 0.7 * (highest - lowest) : highest + 1.5;
 }
 
 class PlaneDrawing {
@@ -147,8 +159,11 @@ void PlaneDrawing::EndPanel(const PictureView& view, const PixelRect& panel) {
     const Pixel2 seed = view.Place(picture_.seed);
     canvas_.Disc(seed, 6, kPaper);
     canvas_.Disc(seed, 4.5, kSeed);
-    canvas_.Text({seed.x + 11, seed.y - 8}, "seed", 2, kPaper);
-    canvas_.Text({seed.x + 10, seed.y - 9}, "seed", 2, kSeed);
+    const Pixel2 label{seed.x + 11, seed.y - 9};
+    for (const double dx : {-1.5, 0.0, 1.5})
+        for (const double dy : {-1.5, 0.0, 1.5})
+            canvas_.Text({label.x + dx, label.y + dy}, "seed", 2, kPaper);
+    canvas_.Text(label, "seed", 2, kSeed);
     // Lines that ran over the panel's edge are covered from outside.
     canvas_.Frame(panel, 1.5, kBorder);
     DrawScaleBar(view, panel);
@@ -193,27 +208,26 @@ void PlaneDrawing::DrawFace() {
 
 void PlaneDrawing::DrawPlan() {
     PictureView view = PictureView::Plan();
+    const bool edgeOn = std::fabs(picture_.normal.z) < 0.2;
     const ViewBounds bounds = BoundsOf(view, picture_.plane);
     const double size = std::max({bounds.Width(), bounds.Height(), 1.0});
     const ViewBounds around = bounds.Widened(3.0, 1.0);
     const ViewBounds whole = Join(bounds, CoreBoundsOf(view, picture_.cloud));
     view.Fit(Cut(whole, around).Widened(0.05, size / 4), kPlanPanel);
-    BeginPanel(view, kPlanPanel, "In plan: seen from above");
-    std::vector<double> depths;
-    for (const Vector& p : picture_.cloud) depths.push_back(view.Depth(p));
-    std::sort(depths.begin(), depths.end());
-    const double highest = depths.empty() ? 0 : depths.front();
-    const double lowest = depths.empty() ? 1 : depths.back();
-    DrawCloud(view, kPlanPanel, highest, lowest);
+    BeginPanel(view, kPlanPanel, "In plan: seen from above, what lies higher cut off");
+    const double nearest = -CutHeight(picture_);
+    double farthest = nearest + 1;
+    for (const Vector& p : picture_.cloud) farthest = std::max(farthest, view.Depth(p));
+    DrawCloud(view, kPlanPanel, nearest, farthest);
     SplatLayer layer(kPlanPanel);
-    const double radius =
-        SplatRadius(SpacingOf(picture_.plane, bounds), view.PixelsPerMetre(), 1.0, 4.5);
+    const double radius = SplatRadius(SpacingOf(picture_.plane, bounds), view.PixelsPerMetre(),
+                                      edgeOn ? 2.2 : 1.0, 4.5);
     for (const Vector& p : picture_.plane)
         layer.Add(view.Place(p), view.Depth(p), kPlaneTop, radius);
-    layer.Shade(std::max((lowest - highest) / 6, 0.3));
+    layer.Shade(std::max((farthest - nearest) / 6, 0.3));
     layer.DrawOnto(canvas_);
     // Seen edge on, the outline would only hide the points.
-    if (std::fabs(picture_.normal.z) > 0.2) DrawRings(view, kPlanPanel, 1.2);
+    if (!edgeOn) DrawRings(view, kPlanPanel, 1.2);
     EndPanel(view, kPlanPanel);
 }
 
