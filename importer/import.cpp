@@ -11,6 +11,7 @@
 
 #include "importer/coordinate_frame.h"
 #include "importer/crew.h"
+#include "importer/disk_space.h"
 #include "importer/import_scans.h"
 #include "importer/index_writer.h"
 #include "importer/project_publisher.h"
@@ -150,19 +151,10 @@ private:
 
     // The points, a quarter of that for indexes and skeleton, and the runs where points are sorted
     // through the disk. A cloud that needs more still ends in NoSpace, only later.
-    Expected<void> CheckSpace(bool spills) const {
+    Expected<void> CheckSpace(bool spills) {
         const std::uint64_t points = survey_.usable * kAlivePointBytes;
-        const std::uint64_t needed = points + points / 4 + (spills ? points : 0);
-        std::error_code error;
-        const CString folder =
-            platform::ParentOf(platform::AbsolutePath(report_.project)) + platform::PathSeparator();
-        const std::uint64_t free = platform::FreeSpace(folder, error);
-        if (error || needed <= free) return {};
-        return Fail(
-            ErrorCode::NoSpace,
-            fmt::format("importing {} points into {} takes about {} MB and {} MB are free; "
-                        "free some space, or import to another disk",
-                        survey_.usable, ToUtf8(folder), needed / 1'000'000 + 1, free / 1'000'000));
+        return RequireSpace(publisher_->Working().projectFilesFolder,
+                            points + points / 4 + (spills ? points : 0));
     }
 
     Expected<void> Sort() {
