@@ -57,7 +57,7 @@ bool IsHuge(std::string_view number) {
     const auto [stop, error] =
         std::from_chars(exponentText.data(), exponentText.data() + exponentText.size(), exponent);
     if (error == std::errc::result_out_of_range) return !exponentText.starts_with('-');
-    return power + exponent > 0;
+    return exponent > -power;  // their sum may be too large
 }
 
 }  // namespace

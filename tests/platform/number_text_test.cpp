@@ -47,6 +47,8 @@ TEST(LeadingDouble, ReadsTheNumberThatATextStartsWith) {
 TEST(LeadingDouble, SaturatesAtInfinityAndAtZero) {
     EXPECT_EQ(LeadingDouble(L"1e400"), kInfinity);
     EXPECT_EQ(LeadingDouble(L"-1e99999999999999999999"), -kInfinity);
+    EXPECT_EQ(LeadingDouble(L"1e9223372036854775807"), kInfinity);
+    EXPECT_EQ(LeadingDouble(L"0.01e-9223372036854775808"), 0.0);
     EXPECT_EQ(LeadingDouble(std::wstring(400, L'9')), kInfinity);
     EXPECT_EQ(LeadingDouble(L"0." + std::wstring(400, L'0') + L"1"), 0.0);
     EXPECT_EQ(LeadingDouble(L"1e-99999999999999999999"), 0.0);
