@@ -62,7 +62,7 @@ struct NamedSetting {
 enum class Lookup {
     Found,
     Missing,
-    Unreadable,  ///< damaged, or held by another process for seconds: nobody knows
+    Unreadable,  ///< damaged, not open to this user, or held by another process for seconds
 };
 /// Sets `value` when it is found.
 Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "orvix/platform/error_channel.h"
+#include "orvix/platform/path.h"
 #include "tests/support/settings_sandbox.h"
 
 namespace orvix::platform {
@@ -182,6 +183,14 @@ TEST(SettingsStoreDeathTest, SaysOnceThatTheUsersStoreCannotBeWritten) {
     sandbox.MoveTo(sandbox.UserFile());  // a file where a folder should be
     EXPECT_EXIT(RunRefused(kCurrentUser, 1, L"cannot be saved"), ::testing::ExitedWithCode(0), "");
     EXPECT_EXIT(RunRefused(kLocalMachine, 0, L""), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(SettingsStoreDeathTest, SaysOnceThatTheUsersStoreCannotBeRead) {
+    const SettingsSandbox sandbox;
+    std::error_code error;
+    MakeFolder(sandbox.UserFile(), error);  // a folder where a file should be
+    ASSERT_FALSE(error);
+    EXPECT_EXIT(RunRefused(kCurrentUser, 1, L"cannot be read"), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(SettingsStoreDeathTest, KeepsQuietWhileAskedToAndSpeaksAfterwards) {

@@ -130,14 +130,26 @@ std::string Cause(const Database& database, int result) {
     return result == SQLITE_CORRUPT ? "it is damaged" : database.Message();
 }
 
-/// Tells the user what kept a query from its answer.
-Lookup Unreadable(RegistryRoot root, const Database& database, int result) {
+/// Tells the user what `result` kept from being done. The store is let go of before: the host may
+/// take its time over the message, and may use the store meanwhile.
+void AnnounceTrouble(RegistryRoot root, Database& database, int result, const char* what) {
+    const std::string cause = Cause(database, result);
+    database.Execute("ROLLBACK");
     if (IsDamage(result)) {
-        AnnounceDamage(root, Cause(database, result));
+        AnnounceDamage(root, cause);
     } else {
-        AnnounceRefusal(root, "read from", Cause(database, result));
+        AnnounceRefusal(root, what, cause);
     }
+}
+
+Lookup Unreadable(RegistryRoot root, Database& database, int result) {
+    AnnounceTrouble(root, database, result, "read from");
     return Lookup::Unreadable;
+}
+
+bool StoreExists(RegistryRoot root) {
+    std::error_code ignored;
+    return std::filesystem::exists(StorePath(root), ignored);
 }
 
 /// Runs `onRow` for each result row of a query.
@@ -146,7 +158,7 @@ Lookup Query(RegistryRoot root, std::string_view text, BindAll bindAll, OnRow on
     // Opened for writing where possible: a change that a killed process left half done must be
     // undone before reading.
     Database database(StorePath(root), SQLITE_OPEN_READWRITE);
-    if (database.OpenResult() == SQLITE_CANTOPEN) return Lookup::Missing;
+    if (database.OpenResult() == SQLITE_CANTOPEN && !StoreExists(root)) return Lookup::Missing;
     std::int64_t version = 0;
     int result = database.OpenResult();
     if (result == SQLITE_OK) result = database.Execute("BEGIN");
@@ -177,11 +189,7 @@ bool Change(RegistryRoot root, Body body) {
     if (result == SQLITE_OK) result = body(database);
     if (result == SQLITE_DONE) result = database.Execute("COMMIT");
     if (result == SQLITE_OK) return true;
-    if (IsDamage(result)) {
-        AnnounceDamage(root, Cause(database, result));
-    } else {
-        AnnounceRefusal(root, "saved in", Cause(database, result));
-    }
+    AnnounceTrouble(root, database, result, "saved in");
     return false;
 }
 

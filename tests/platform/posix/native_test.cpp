@@ -9,9 +9,11 @@
 #include <cstdlib>
 
 #include "orvix/platform/cache.h"
+#include "orvix/platform/error_channel.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/path.h"
+#include "orvix/platform/posix/sqlite.h"
 #include "tests/support/settings_sandbox.h"
 
 namespace orvix::platform {
@@ -85,6 +87,27 @@ TEST(Posix, ReadsAStoreThatItMayNotWrite) {
     EXPECT_EQ(result, 57);
     chmod(ToUtf8(sandbox.Path()).c_str(), 0755);
     EXPECT_FALSE(QuerySetting(kCurrentUser, L"k", L"other"));
+}
+
+std::string changedFile;
+
+[[noreturn]] void ExitWithTheResultOfAChange(const wchar_t*) {
+    detail::Database database(changedFile, SQLITE_OPEN_READWRITE);
+    std::_Exit(database.Execute("BEGIN IMMEDIATE"));
+}
+
+TEST(PosixDeathTest, LetsGoOfTheStoreBeforeItTellsTheUserOfTrouble) {
+    const test::SettingsSandbox sandbox;
+    Cache::WriteRegistry(kCurrentUser, L"k", L"v", 5);
+    changedFile = ToUtf8(sandbox.UserFile());
+    const auto whole = test::ReadBytes(sandbox.UserFile());
+    test::WriteBytes(sandbox.UserFile(), whole.data(), whole.size() - 100);
+    EXPECT_EXIT(
+        {
+            SetErrorChannel(&ExitWithTheResultOfAChange);
+            Cache::WriteRegistry(kCurrentUser, L"k", L"v", 6);
+        },
+        ::testing::ExitedWithCode(SQLITE_OK), "");
 }
 
 TEST(Posix, LosesNoSettingOfProcessesThatWriteAtOnce) {
