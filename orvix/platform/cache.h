@@ -26,7 +26,7 @@ namespace orvix {
 ///            Numbers always use ".", whatever the program's locale.
 /// Boundaries a text of 255 UTF-16 units is read back, one of 256 is stored but counts as missing.
 ///            Numbers are read from the text's start: leading blanks, a sign, digits; "12abc" is
-///            12, "abc" and "" are 0, and what no `long` or double can hold is its limit.
+///            12, "abc" and "" are 0, and what 32 bits or a double cannot hold is their limit.
 /// Errors     none are reported here: a failed read yields the default, a failed write nothing
 ///            (settings_store.h tells what the user hears).
 /// Threads    any; no state is kept.

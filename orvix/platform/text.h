@@ -30,8 +30,8 @@ std::u16string ToUtf16(std::wstring_view text);
 CString FromUtf16(std::u16string_view units);
 
 /// The text with every letter in upper case, and equality under that folding. One table serves
-/// every system and locale: the letters of the Latin, Greek and Cyrillic scripts that have a
-/// single counterpart one to one ("ß" has none and stays).
+/// every system and locale: the letters of today's European languages in the Latin, Greek and
+/// Cyrillic scripts that have a single counterpart one to one ("ß" has none and stays).
 CString FoldCase(std::wstring_view text);
 bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b);
 
