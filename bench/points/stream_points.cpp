@@ -20,20 +20,16 @@ struct Sums {
     bool operator==(const Sums&) const = default;
 };
 
-void Add(Sums& sums, const CCloudPoint<float>& point) {
-    sums.x += point.x;
-    sums.y += point.y;
-    sums.z += point.z;
-}
-
 Sums LoopOver(const std::uint8_t* view, std::uint64_t count) {
-    Sums sums;
+    double x = 0, y = 0, z = 0;
     CCloudPoint<float> point;
     for (std::uint64_t i = 0; i < count; ++i) {
         std::memcpy(&point, view + i * kAlivePointBytes, sizeof point);
-        Add(sums, point);
+        x += point.x;
+        y += point.y;
+        z += point.z;
     }
-    return sums;
+    return {x, y, z};
 }
 
 Sums LoopOverNewView(const AliveFile& file) {
@@ -46,25 +42,29 @@ Sums LoopOverNewView(const AliveFile& file) {
 
 Sums Stream(const AliveFile& file) {
     auto reader = file.Reader();
-    Sums sums;
+    double x = 0, y = 0, z = 0;
     CCloudPoint<float> point;
     for (std::uint64_t i = 0, count = file.Count(); i < count && reader.ReadNextPoint(); ++i) {
         reader.ReadCurrentPoint(point);
-        Add(sums, point);
+        x += point.x;
+        y += point.y;
+        z += point.z;
     }
-    return sums;
+    return {x, y, z};
 }
 
 Sums IterateRun(const AliveFile& file) {
     auto reader = file.Reader();
     const orvix::CIndexerSmall run{0, static_cast<std::uint32_t>(file.Count())};
-    Sums sums;
+    double x = 0, y = 0, z = 0;
     CCloudPoint<float> point;
     while (reader.ReadIndexPoints(run)) {
         reader.ReadCurrentPoint(point);
-        Add(sums, point);
+        x += point.x;
+        y += point.y;
+        z += point.z;
     }
-    return sums;
+    return {x, y, z};
 }
 
 std::uint64_t LoopOverPairs(const std::uint8_t* view, std::uint64_t count) {
