@@ -13,9 +13,9 @@ namespace orvix {
 namespace {
 
 /// The system maps a piece of the file cache this long with one entry, where address and file
-/// offset agree modulo its length. A view therefore begins at such an address, and whole pieces
-/// are mapped around it: a view of 8 MiB that begins between two pieces costs a fifth of what its
-/// pages would cost one by one.
+/// offset agree modulo its length. A view therefore begins at such an address, and around a view
+/// for reading whole pieces are mapped: one of 8 MiB that begins between two pieces costs a fifth
+/// of what its pages would cost one by one.
 constexpr std::size_t kPieceBytes = std::size_t{2} << 20;
 
 /// The first piece is preceded by memory of its own that keeps the length of all together:
@@ -98,10 +98,16 @@ std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t of
     void* const start = ReserveAddresses(total);
     if (start == MAP_FAILED) return nullptr;
     std::uint8_t* const base = static_cast<std::uint8_t*>(start) + kPrefixBytes;
+    // Where a host may write, nothing but its view is mapped: a write beside it ends the program
+    // instead of changing the file.
+    const std::size_t before = writable ? 0 : skipped;
+    const std::size_t mappedBytes =
+        writable ? static_cast<std::size_t>(length) : pieces * kPieceBytes;
     const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    const bool mapped = mprotect(start, kPrefixBytes, PROT_READ | PROT_WRITE) == 0 &&
-                        mmap(base, pieces * kPieceBytes, protection, MAP_SHARED | MAP_FIXED,
-                             whole.descriptor, static_cast<off_t>(offset - skipped)) != MAP_FAILED;
+    const bool mapped =
+        mprotect(start, kPrefixBytes, PROT_READ | PROT_WRITE) == 0 &&
+        mmap(base + skipped - before, mappedBytes, protection, MAP_SHARED | MAP_FIXED,
+             whole.descriptor, static_cast<off_t>(offset - before)) != MAP_FAILED;
     if (!mapped) {
         const int cause = errno;
         munmap(start, total);
