@@ -193,7 +193,7 @@ private:
             std::nextafter(largest, std::numeric_limits<float>::infinity()) - largest);
         report_.warnings.push_back(fmt::format(
             "points lie up to {:.0f} m from the project's origin, where coordinates are "
-            "stored in steps of {:.3g} mm; import distant scans into projects of their "
+            "stored in steps of {:.4g} mm; import distant scans into projects of their "
             "own",
             largest, step * kMillimetres));
     }

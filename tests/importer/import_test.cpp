@@ -240,7 +240,7 @@ TEST(Import, WarnsWithTheStepWhereFloatsAreCoarserThanATenthOfAMillimetre) {
     ASSERT_TRUE(report) << report.error().message;
     ASSERT_EQ(report->warnings.size(), 1u);
     EXPECT_THAT(report->warnings[0], HasSubstr("up to 3000 m"));
-    EXPECT_THAT(report->warnings[0], HasSubstr("0.244 mm"));
+    EXPECT_THAT(report->warnings[0], HasSubstr("0.2441 mm"));
 }
 
 TEST(Import, TurnsUnitsAndAxesIntoMetresWithZUp) {
