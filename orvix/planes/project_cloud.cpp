@@ -51,15 +51,21 @@ Expected<void> ProjectCloud::Visit1000(const Enter& enter, const Visit& visit) {
         CIndexerSmall run;
         index_->GetOffsetCount1000(run.offset, run.count);
         if (!Inside(run, entries100_)) return OutsideFile("1000 cm", run, entries100_);
+        // An index that ends early reads on as empty cells, and a sound one has none.
+        if (run.count == 0) break;
         walked += run.count;
-        if (run.count == 0 || !enter(Box(x * 10.0, y * 10.0, z * 10.0, 10.0))) continue;
+        if (!enter(Box(x * 10.0, y * 10.0, z * 10.0, 10.0))) continue;
         index_->InitIndex100(run.offset);
         for (std::uint32_t i = 0; i < run.count; ++i) {
             index_->ReadIndex100(run.count);
             if (auto done = Visit100(enter, visit); !done) return done;
         }
     }
-    return {};
+    if (walked == entries100_) return {};
+    return Fail(ErrorCode::Damaged,
+                fmt::format("the 1000 cm cells lead to {} of {} cells of 100 cm; check the project "
+                            "or import it again",
+                            walked, entries100_));
 }
 
 Expected<void> ProjectCloud::Visit100(const Enter& enter, const Visit& visit) {
