@@ -169,9 +169,13 @@ TEST_F(ImportVerb, TellsProgressAsJsonLines) {
 }
 
 TEST_F(ImportVerb, EndsAtAnInterruptAndLeavesNothing) {
-    std::vector<LasPoint> points;
-    for (std::int32_t i = 0; i < 2'000'000; ++i)
-        points.push_back({.x = i * 7919 % 50'000, .y = i * 104'729 % 50'000, .z = i % 3'000});
+    std::vector<LasPoint> points(2'000'000);
+    std::uint32_t i = 0;
+    for (LasPoint& point : points) {
+        point.x = static_cast<std::int32_t>(i * 7919 % 50'000);
+        point.y = static_cast<std::int32_t>(i * 104'729 % 50'000);
+        point.z = static_cast<std::int32_t>(i++ % 3'000);
+    }
     const std::vector<std::uint8_t> las = MakeLas({}, points);
     WriteBytes(folder_ / L"large.las", las.data(), las.size());
     const ProcessResult result =
