@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
         const auto reader = core.CreateAlivePointReader();
         std::vector<CCloudPoint<float>> points;
         // A call that hands out a level's last entry returns false: use the entry, then test.
-        bool more1000 = true;
+        bool more1000 = index->Count100() > 0;  // an empty cloud has no first entry
         while (more1000) {
             more1000 = index->ReadIndex1000(0);
             std::uint64_t first100 = 0;

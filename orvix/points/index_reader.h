@@ -16,7 +16,7 @@ namespace orvix {
 /// below. A run file leads from a 100 cm entry to its 10 cm entries. Use it to visit cells in
 /// file order, and `CAlivePointReader` to read the points of the ones that matter.
 ///
-///     for (bool more1000 = true; more1000;) {
+///     for (bool more1000 = index.Count100() > 0; more1000;) {
 ///         more1000 = index.ReadIndex1000(0);
 ///         index.GetOffsetCount1000(offset, count);
 ///         index.InitIndex100(offset);
