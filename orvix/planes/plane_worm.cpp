@@ -145,9 +145,7 @@ void PlaneWorm::Launch(RelationToBase relation) {
     const bool chosen = seedDirection_ >= 0 && seedDirection_ <= kAlongY;
     seed.direction = chosen ? seedDirection_ : static_cast<std::int32_t>(relation);
     GrowInWaves(RecursiveNeighbourPlaneSearch(seed));
-    if (relation == RelationToBase::Free && base_.data().size() > fittedPoints_) {
-        base_.Generate(false);
-    }
+    if (relation == RelationToBase::Free && base_.data().size() > fittedPoints_) FitBase();
 }
 
 void PlaneWorm::GrowInWaves(std::vector<CellSniff> wave) {
@@ -305,9 +303,13 @@ void PlaneWorm::TakeUp(const std::vector<SimplePointT<double>>& points) {
     // Fitting anew at every cell would cost the square of the points.
     const std::size_t held = base_.data().size();
     if (held - fittedPoints_ < fittedPoints_ / 8) return;
-    base_.Generate(false);
-    fittedPoints_ = held;
+    FitBase();
     grid_.Settle(base_);
+}
+
+void PlaneWorm::FitBase() {
+    fittedPoints_ = base_.data().size();
+    if (!OnOneLine(base_.data())) base_.Generate(false);
 }
 
 std::vector<PlaneWorm::CellSniff> PlaneWorm::Children(const CellSniff& cell) {
@@ -352,7 +354,8 @@ void PlaneWorm::Emit(const CellSniff& parent, std::int32_t direction, std::vecto
     Vector c1, c2, c3, c4;
     base_.GetContourBox(centre, settings_->SplitSizeScaled(), c1, c2, c3, c4);
     const bool outermost = std::max(std::abs(child.key.x), std::abs(child.key.y)) >= kFarthestKey;
-    if (CheckCellDist(child.distance, &centre, &c1, &c2, &c3, &c4, child) || outermost) {
+    double distance = 0;
+    if (CheckCellDist(distance, &centre, &c1, &c2, &c3, &c4, child) || outermost) {
         beyondReach_ = true;
         return;
     }

@@ -55,7 +55,7 @@ public:
     enum class RelationToBase : std::int32_t {
         /// Nothing: four arms crawl straight on from the seed as long as there are points, and the
         /// base plane takes up their points and is fitted anew whenever they have grown by an
-        /// eighth, and at the end.
+        /// eighth, and at the end; points on one line leave it as it is.
         Free = 0,
         /// The base normal; every cell of the grid is processed at most once. The seed grows along
         /// x alone, the cells after it in every direction but back.
@@ -80,12 +80,11 @@ public:
     /// A pending cell.
     struct CellSniff {
         CellKey key;
-        CellKey origin;               ///< the cell that spawned this one
-        SimplePointT<double> normal;  ///< the parent's until the cell's own is fitted
-        std::int64_t index = 0;       ///< a point of the base point list; -1: none lies here
-        double reach = 0;             ///< limit of the distance from the seed point
-        double distance = 0;          ///< of the centre, or of its corner, from the seed point
-        std::int32_t direction = 0;   ///< 0, 1, 2: seeds; 3: +y, 4: -y, 5: -x, 6: +x
+        CellKey origin;                     ///< the cell that spawned this one
+        SimplePointT<double> normal;        ///< the parent's until the cell's own is fitted
+        std::int64_t index = 0;             ///< a point of the base point list; -1: none lies here
+        double reach = 0;                   ///< limit of the distance from the seed point
+        std::int32_t direction = 0;         ///< 0, 1, 2: seeds; 3: +y, 4: -y, 5: -x, 6: +x
         std::array<double, 3> tolerance{};  ///< the parent's last differences to the base normal
         std::int32_t kind = 0;              ///< see KeepBorderCells
     };
@@ -197,6 +196,7 @@ private:
     SimplePointT<double> BorderCorner(const CellSniff& cell,
                                       const SimplePointT<double>& centre) const;
     void TakeUp(const std::vector<SimplePointT<double>>& points);
+    void FitBase();
     std::vector<CellSniff> Children(const CellSniff& cell);
     void Emit(const CellSniff& parent, std::int32_t direction, std::vector<CellSniff>& out);
     bool LayGrid(RelationToBase relation);

@@ -384,13 +384,23 @@ TEST_F(PlaneWormTest, GivesTheSameCellsAgainAfterAClearAndNoneWithoutOne) {
     EXPECT_EQ(copy.Settings(), worm.Settings());
 }
 
-TEST_F(PlaneWormTest, KeepsTheParentsNormalWherePointsLieOnOneLine) {
+TEST_F(PlaneWormTest, KeepsTheNormalsItHasWherePointsLieOnOneLine) {
     Points line;
     for (int i = -40; i <= 40; ++i) line.push_back({kSpacing * static_cast<float>(i), 0, 0});
     auto worm = WormIn(line);
     worm.Launch(Relation::Visited);
     EXPECT_GT(worm.Cells().size(), 15u);
     for (const auto& cell : worm.Cells()) EXPECT_EQ(cell.normal.z, 1.0);
+
+    worm.Clear();
+    FittedPlane tilted;
+    tilted.set(0, 0.6, 0.8, 0, 0, 0, 0);
+    worm.SetBase(tilted);
+    worm.SetSeed({});
+    worm.Launch(Relation::Free);
+    EXPECT_GT(worm.Cells().size(), 15u);
+    EXPECT_EQ(worm.Base().b(), 0.6);
+    EXPECT_EQ(worm.Base().c(), 0.8);
 }
 
 }  // namespace
