@@ -46,14 +46,6 @@ void WriteNumber(const CString& name, double value) {
     Cache::WriteRegistry(kCurrentUser, CString(kWormKey), name, CString(text.begin(), text.end()));
 }
 
-/// A copied manager carries the handles of the one it was copied from, whose owner closes them:
-/// the copy lets go, so that its end closes nothing.
-ProjectManager& WithoutHandles(ProjectManager& copy) {
-    copy.pointMapping = nullptr;
-    copy.pointFile = nullptr;
-    return copy;
-}
-
 /// Stores four base steps where a split size is negative.
 void RepairSplitSize(double PROJECT_SETTINGS::*splitSize, ProjectManager& project) {
     PROJECT_SETTINGS repaired = project.projectSettings;
@@ -100,7 +92,7 @@ PlaneWormSettings::PlaneWormSettings(const bool& fromRegistry, const bool& alive
         skeletDiffA = skeletDiffB = skeletDiffC = kDefaultDiff;
     }
     minCellPoints = kLeastCellPoints;
-    CalculateDefaultSteps(WithoutHandles(source));
+    CalculateDefaultSteps(source);
     ScaleSets();
     SetUsage();
 }
@@ -125,7 +117,7 @@ void PlaneWormSettings::ScaleSets() {
 }
 
 void PlaneWormSettings::CalculateDefaultSteps(ProjectManager source) {
-    const double scaled = WithoutHandles(source).cloudHeader.scale * 100.0;
+    const double scaled = source.cloudHeader.scale * 100.0;
     // Truncated, not rounded: a grid of 0.0199 m counts as 1 cm, one of 0.0999 m as 9 cm.
     switch (Truncated(scaled)) {
         case 1:

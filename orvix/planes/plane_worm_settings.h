@@ -34,11 +34,12 @@ namespace orvix {
 class ORVIX_API PlaneWormSettings {
 public:
     /// Loads from a project; the set that the project's usage selects becomes current.
-    /// Leaves `autoDetect` and `vertical` alone.
+    /// Leaves `autoDetect`, `vertical` and `alive` alone; `minCellPoints` is 5 whatever the project
+    /// holds, and that is what `Save` then stores there.
     PlaneWormSettings(const CString& projectPath, const double& scale);
     /// Loads one family of names from the settings store into both sets (`alive`: the plain
-    /// names), or takes the built-in defaults; `usage` is 1, the skeleton set. `project` supplies
-    /// the skeleton grid for the default steps and is not kept.
+    /// names), or takes the built-in defaults whatever `alive` says; `usage` is 1, the skeleton
+    /// set. `project` supplies the skeleton grid for the default steps and is not kept.
     PlaneWormSettings(const bool& fromRegistry, const bool& alive, ProjectManager project,
                       double scale);
     PlaneWormSettings(const PlaneWormSettings&) = default;
@@ -67,8 +68,8 @@ public:
     double SplitSizeScaled() const;
     /// Makes the set that `usage` selects current.
     void SetUsage();
-    /// Opens every tolerance: all Diff fields become 1.5, whatever `v` says. No two unit normals
-    /// differ by more than 1 in a component, so no cell fails its normal test afterwards.
+    /// Opens every tolerance: all Diff fields become 1.5, whatever `v` says. The sizes of unit
+    /// normals' components never differ by more than 1, so no cell fails its normal test then.
     void SetDiff(const double& v);
 
     double diffA = 0;
