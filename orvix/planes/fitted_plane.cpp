@@ -79,10 +79,10 @@ BoxAxes ContourBoxAxes(const Point& normal) {
 }  // namespace
 
 void FittedPlane::AddPoint(const SimplePointT<double>& p) {
-    points_.push_back(p);
-    Grow(p.x, extents_.min.x, extents_.max.x);
-    Grow(p.y, extents_.min.y, extents_.max.y);
-    Grow(p.z, extents_.min.z, extents_.max.z);
+    const Point& added = points_.emplace_back(p);  // `p` may lie in the list that just moved
+    Grow(added.x, extents_.min.x, extents_.max.x);
+    Grow(added.y, extents_.min.y, extents_.max.y);
+    Grow(added.z, extents_.min.z, extents_.max.z);
     ++count_;
 }
 
@@ -123,7 +123,8 @@ void FittedPlane::Generate(const bool& dropPoints) {
 }
 
 bool FittedPlane::getBestFitPlane() {
-    const double share = 1.0 / static_cast<double>(points_.size());
+    const double count = static_cast<double>(points_.size());
+    const double share = 1.0 / count;
     Point sum;
     for (const Point& p : points_) sum = {sum.x + p.x, sum.y + p.y, sum.z + p.z};
     centroid_ = {sum.x * share, sum.y * share, sum.z * share};
@@ -140,7 +141,7 @@ bool FittedPlane::getBestFitPlane() {
     }
     for (double* entry : {&covariance.xx, &covariance.xy, &covariance.xz, &covariance.yy,
                           &covariance.yz, &covariance.zz}) {
-        *entry *= share;
+        *entry /= count;
     }
     const detail::EigenSystem3 eigen = detail::DecomposeSymmetric(covariance);
     const auto& [a, b, c] = eigen.vectors[2];

@@ -63,6 +63,16 @@ TEST(FittedPlane, RaisesAMaximumOnlyByAPointThatDoesNotLowerTheMinimum) {
     EXPECT_EQ(plane.Count(), 2);
 }
 
+TEST(FittedPlane, AddsOneOfItsOwnPointsAgain) {
+    FittedPlane plane;
+    plane.AddPoint({4, 5, 6});
+    plane.AddPoint({1, 2, 3});
+    plane.data().shrink_to_fit();
+    plane.AddPoint(plane.data().front());
+    ExpectNear(plane.data().back(), {4, 5, 6}, 0);
+    ExpectNear(plane.Extends().max, {4, 5, 6}, 0);
+}
+
 TEST(FittedPlane, AddsIndexedPointsFromEitherSourceInEitherForm) {
     const std::vector<SimplePointT<float>> cloud{{0, 0, 0}, {1, 2, 3}, {4, 5, 6}};
     const std::vector<const SimplePointT<float>*> pointers{&cloud[0], &cloud[1], &cloud[2]};
