@@ -126,6 +126,16 @@ Expected<TriangleMesh> MeshOf(const PlaneFinding& finding, const LocalToWorld& f
                             grown.points));
 }
 
+// Growth speaks of the project's own frame; who gave a world seed wants to know where that lies.
+tl::unexpected<Error> WithOrigin(Error error, const LocalToWorld& frame) {
+    const Vector origin = frame.Origin();
+    const bool apart = origin.x != 0 || origin.y != 0 || origin.z != 0;
+    if (error.code == ErrorCode::BadInput && apart)
+        error.message += fmt::format(" (local 0, 0, 0 is {}, {}, {} in the world)", origin.x,
+                                     origin.y, origin.z);
+    return tl::unexpected<Error>(std::move(error));
+}
+
 Expected<SeedPlane> Grow(OpenProject& project, const LocalToWorld& frame,
                          const PlaneRequest& request, const std::function<bool()>& proceed) {
     const Vector asked{request.seed[0], request.seed[1], request.seed[2]};
@@ -145,7 +155,7 @@ Expected<PlaneFinding> FindPlane(const CString& path, const PlaneRequest& reques
     const auto frame = ReadTransform(manager.transformFile);
     if (!frame) return tl::unexpected<Error>(frame.error());
     auto grown = Grow(**project, *frame, request, proceed);
-    if (!grown) return tl::unexpected<Error>(grown.error());
+    if (!grown) return WithOrigin(grown.error(), *frame);
 
     PlaneFinding finding;
     finding.grown = std::move(*grown);
