@@ -21,7 +21,7 @@ CIndexReader::CIndexReader(const CString& index100, const CString& index1000,
     if (!has10cm) return;
     index10_ = CreateReader(index10, kFineCellBytes);
     runs10_ = CreateReader(runs10, kRunRecordBytes);
-    runs10_->view = platform::MapFileView(runs10_->mapping, platform::kViewRead, 0, 0);
+    runs10_->view = ViewOf(*runs10_, 0, runs10_->fileSize);
 }
 
 CIndexReader::~CIndexReader() = default;
@@ -36,7 +36,7 @@ CIndexReader::ReaderPtr CIndexReader::CreateReader(const CString& path, std::uin
 }
 
 void CIndexReader::DestroyReader(reader* level) {
-    UnmapFileView(level->view);
+    UnmapFileView(level->window);
     platform::CloseMapping(level->mapping);
     platform::CloseHandleOf(level->file);
     delete level;
@@ -64,15 +64,34 @@ void CIndexReader::NextView(reader& level, std::uint32_t n) {
     const std::uint64_t left = level.fileSize - std::min(level.fileSize, start);
     const bool whole = left >= length;
     level.lastView = level.lastView || !whole;
-    level.view =
-        platform::MapFileView(level.mapping, platform::kViewRead, start, whole ? length : 0);
     const std::uint64_t mapped = whole ? length : left;
+    level.view = ViewOf(level, start, mapped);
     level.entriesInView = static_cast<std::uint32_t>(
         (mapped - std::min(mapped, level.bufferOffset)) / level.recordBytes);
 }
 
+// At least `bytes` from `start` on; a new window takes in up to 8 MiB, so that a walk through many
+// short runs maps once for all of them.
+std::uint8_t* CIndexReader::ViewOf(reader& level, std::uint64_t start, std::uint64_t bytes) {
+    if (bytes == 0) return nullptr;
+    const bool within = level.window != nullptr && start >= level.windowStart &&
+                        start - level.windowStart <= level.windowBytes &&
+                        bytes <= level.windowBytes - (start - level.windowStart);
+    if (!within) {
+        UnmapFileView(level.window);
+        level.windowStart = start;
+        level.windowBytes = std::max(bytes, std::min(kViewBytes, level.fileSize - start));
+        level.window =
+            platform::MapFileView(level.mapping, platform::kViewRead, start, level.windowBytes);
+        if (level.window == nullptr) {
+            level.windowBytes = bytes;
+            level.window = platform::MapFileView(level.mapping, platform::kViewRead, start, bytes);
+        }
+    }
+    return level.window == nullptr ? nullptr : level.window + (start - level.windowStart);
+}
+
 void CIndexReader::Restart(reader& level, std::uint32_t first) {
-    UnmapFileView(level.view);
     level.view = nullptr;
     level.entriesInView = 0;
     level.handedOut = 0;

@@ -41,8 +41,9 @@ namespace orvix {
 ///            without entries.
 /// Lifetime   owns its files, mappings and views.
 /// Threads    one thread per reader.
-/// Cost       one view of 8 MiB per level (of exactly the run for a bounded read), and the run
-///            file, 16 bytes per 100 cm cell, mapped whole; no allocation after construction.
+/// Cost       one window of 8 MiB per level (of a bounded read's run, where that is longer), which
+///            serves every run inside it without another map, and the run file, 16 bytes per
+///            100 cm cell, mapped whole; no allocation after construction.
 class ORVIX_API CIndexReader {
 public:
     /// Without `has10cm` the last two paths are not opened, and the 10 cm calls must not be used.
@@ -81,7 +82,7 @@ private:
     struct reader {
         void* file = nullptr;
         void* mapping = nullptr;
-        std::uint8_t* view = nullptr;
+        std::uint8_t* view = nullptr;  // where the current entries begin, inside the window
         std::uint64_t fileSize = 0;
         std::uint32_t entriesInView = 0;
         std::uint32_t firstEntry = 0;    // number of the view's first entry
@@ -91,6 +92,10 @@ private:
         std::uint64_t bufferOffset = 0;  // first entry, inside the view
         std::uint64_t entryOffset = 0;   // current entry, inside the view
         std::uint64_t recordBytes = 0;
+        // What is mapped. It outlives a restart: the short runs of neighbouring cells lie in one.
+        std::uint8_t* window = nullptr;
+        std::uint64_t windowStart = 0;
+        std::uint64_t windowBytes = 0;
     };
 
     static void DestroyReader(reader* level);
@@ -102,6 +107,7 @@ private:
     static ReaderPtr CreateReader(const CString& path, std::uint64_t recordBytes);
     static bool ReadIndex(reader* level, const unsigned int& n);
     static void NextView(reader& level, std::uint32_t n);
+    static std::uint8_t* ViewOf(reader& level, std::uint64_t start, std::uint64_t bytes);
     static void Restart(reader& level, std::uint32_t first);
     template <class Record>
     static Record Current(const reader* level);
