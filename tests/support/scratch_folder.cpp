@@ -14,8 +14,8 @@ namespace orvix::test {
 namespace {
 
 std::filesystem::path Native(const CString& path) {
-    return std::filesystem::path(std::u8string_view(
-        reinterpret_cast<const char8_t*>(platform::ToUtf8(path).c_str())));
+    return std::filesystem::path(
+        std::u8string_view(reinterpret_cast<const char8_t*>(platform::ToUtf8(path).c_str())));
 }
 
 }  // namespace
