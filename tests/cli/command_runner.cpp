@@ -11,7 +11,12 @@ namespace orvix::test {
 
 ProcessResult Orvix(std::vector<std::string> arguments, const InterruptWhen& interruptWhen) {
     arguments.insert(arguments.begin(), ORVIX_COMMAND);
-    return RunProcess(arguments, interruptWhen);
+    ProcessResult result = RunProcess(arguments, interruptWhen);
+    // A sanitizer ends the command with a code that would pass for a plain failure.
+    for (const char* report :
+         {"ERROR: AddressSanitizer", "detected memory leaks", "runtime error:"})
+        EXPECT_EQ(result.errors.find(report), std::string::npos) << result.errors;
+    return result;
 }
 
 Json OrvixJson(std::vector<std::string> arguments) {
