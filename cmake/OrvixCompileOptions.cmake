@@ -4,9 +4,13 @@
 add_library(orvix_options INTERFACE)
 target_include_directories(orvix_options INTERFACE ${PROJECT_SOURCE_DIR})
 
+if(WIN32)
+  # Windows 10 on, wide calls alone.
+  target_compile_definitions(orvix_options INTERFACE
+    _WIN32_WINNT=0x0A00 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _USE_MATH_DEFINES)
+endif()
 if(MSVC)
   target_compile_options(orvix_options INTERFACE /W4 /utf-8 /permissive- /fp:precise /bigobj)
-  target_compile_definitions(orvix_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE)
 else()
   target_compile_options(orvix_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -ffp-contract=off)
