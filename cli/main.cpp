@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <cstdio>
-#include <string_view>
+#include <string>
+#include <vector>
 
 #include "cli/command_context.h"
 #include "cli/interrupt.h"
 #include "cli/verbs.h"
+#include "orvix/platform/program.h"
 #include "orvix/version.h"
 
 namespace {
@@ -47,10 +49,10 @@ std::string ChosenVerb(const CLI::App& app) {
     return name;
 }
 
-int ReportUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error,
+                const std::vector<std::string>& words) {
     const std::string verb = ChosenVerb(app);
-    const bool json = std::any_of(
-        argv, argv + argc, [](const char* text) { return std::string_view(text) == "--json"; });
+    const bool json = std::find(words.begin(), words.end(), "--json") != words.end();
     std::string message = error.what();
     while (!message.empty() && (message.back() == '\n' || message.back() == '.'))
         message.pop_back();
@@ -66,12 +68,15 @@ int main(int argc, char** argv) {
     CLI::App app{"Point clouds on disk: import scans, inspect projects, grow planes.", "orvix"};
     CommandContext context;
     DescribeCommand(app, context);
+    orvix::platform::PrepareStandardStreams();
+    const std::vector<std::string> words = orvix::platform::ProgramArguments(argc, argv);
     try {
-        app.parse(argc, argv);
+        // The parser takes the words after the program's own, last first.
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend() - 1));
     } catch (const CLI::Success& asked) {  // --help or --version
         return app.exit(asked);
     } catch (const CLI::ParseError& error) {
-        return ReportUsage(app, error, argc, argv);
+        return ReportUsage(app, error, words);
     }
     WatchInterrupts();
     return RunAndReport(context);

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/platform/file.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "orvix/platform/path.h"
+#include "orvix/platform/win32/native.h"
+
+#include <winioctl.h>
+
+namespace orvix::platform {
+namespace {
+
+using namespace detail;
+
+/// Bytes that one system call moves, at most.
+constexpr std::size_t kLargestMove = std::size_t{1} << 30;
+
+constexpr DWORD kShareReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;
+/// Our own files may be renamed and removed while they are open, as on other systems.
+constexpr DWORD kShareAll = kShareReadWrite | FILE_SHARE_DELETE;
+
+DWORD RightsOf(FileAccess access) {
+    return access == FileAccess::Read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+}
+
+/// Opens what has positions; pipes, consoles and other devices are refused.
+HANDLE OpenPositioned(const CString& path, FileAccess access, DWORD share) {
+    const HANDLE file = CreateFileW(NativePath(path).c_str(), RightsOf(access), share, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (!IsValid(file) || GetFileType(file) == FILE_TYPE_DISK) return file;
+    CloseHandle(file);
+    SetLastError(ERROR_SEEK);
+    return INVALID_HANDLE_VALUE;
+}
+
+OVERLAPPED PositionOf(std::uint64_t offset) {
+    OVERLAPPED position{};
+    position.Offset = static_cast<DWORD>(offset);
+    position.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    return position;
+}
+
+DWORD NextMove(std::size_t bytes) {
+    return static_cast<DWORD>(std::min(bytes, kLargestMove));
+}
+
+/// Lets what is never written take no space on the disk; where the file system cannot, it does.
+void MakeSparse(HANDLE file) {
+    DWORD returned = 0;
+    DeviceIoControl(file, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
+}
+
+/// Bytes free on the volume of an open file; all there could be when it does not tell.
+std::uint64_t FreeBeside(HANDLE file) {
+    constexpr DWORD kRoom = 32'768;
+    CString path(kRoom, L'\0');
+    const DWORD length = GetFinalPathNameByHandleW(file, path.data(), kRoom, FILE_NAME_NORMALIZED);
+    path.resize(length < kRoom ? length : 0);
+    std::error_code error;
+    const std::uint64_t free = FreeSpace(path, error);
+    return error ? ~std::uint64_t{0} : free;
+}
+
+}  // namespace
+
+Handle OpenExisting(const CString& path, FileAccess access) {
+    return OpenPositioned(path, access, kShareReadWrite);
+}
+
+void CloseHandleOf(Handle file) {
+    if (IsValid(file)) CloseHandle(file);
+}
+
+bool SizeOf(Handle file, std::uint64_t& size) {
+    LARGE_INTEGER bytes;
+    if (!IsValid(file) || !GetFileSizeEx(file, &bytes)) return false;
+    size = static_cast<std::uint64_t>(bytes.QuadPart);
+    return true;
+}
+
+File::File(File&& other) noexcept
+    : handle_(std::exchange(other.handle_, nullptr)),
+      appendOffset_(std::exchange(other.appendOffset_, 0)) {}
+
+File& File::operator=(File&& other) noexcept {
+    File taken(std::move(other));
+    std::swap(handle_, taken.handle_);
+    std::swap(appendOffset_, taken.appendOffset_);
+    return *this;
+}
+
+File::~File() {
+    CloseHandleOf(handle_);
+}
+
+File File::OpenRead(const CString& path, std::error_code& error) {
+    const HANDLE file = OpenPositioned(path, FileAccess::Read, kShareAll);
+    return Succeeded(IsValid(file), path, error) ? File(file) : File();
+}
+
+File File::OpenReadWrite(const CString& path, std::error_code& error) {
+    const HANDLE file = OpenPositioned(path, FileAccess::ReadWrite, kShareAll);
+    return Succeeded(IsValid(file), path, error) ? File(file) : File();
+}
+
+File File::Create(const CString& path, std::error_code& error) {
+    const HANDLE file =
+        CreateFileW(NativePath(path).c_str(), RightsOf(FileAccess::ReadWrite), kShareAll, nullptr,
+                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return Succeeded(IsValid(file), path, error) ? File(file) : File();
+}
+
+std::uint64_t File::Size() const {
+    std::uint64_t size = 0;
+    SizeOf(handle_, size);
+    return size;
+}
+
+std::size_t File::ReadAt(std::uint64_t offset, void* buffer, std::size_t bytes,
+                         std::error_code& error) const {
+    error.clear();
+    std::size_t done = 0;
+    while (done < bytes) {
+        OVERLAPPED position = PositionOf(offset + done);
+        DWORD moved = 0;
+        const BOOL read = ReadFile(handle_, static_cast<char*>(buffer) + done,
+                                   NextMove(bytes - done), &moved, &position);
+        if (!read && GetLastError() == ERROR_HANDLE_EOF) break;
+        if (!Succeeded(read, error) || moved == 0) break;
+        done += moved;
+    }
+    return done;
+}
+
+void File::WriteAt(std::uint64_t offset, const void* data, std::size_t bytes,
+                   std::error_code& error) {
+    error.clear();
+    if (bytes != 0 && offset > Size()) MakeSparse(handle_);
+    for (std::size_t done = 0; done < bytes;) {
+        OVERLAPPED position = PositionOf(offset + done);
+        DWORD moved = 0;
+        const BOOL written = WriteFile(handle_, static_cast<const char*>(data) + done,
+                                       NextMove(bytes - done), &moved, &position);
+        if (!Succeeded(written, error)) return;
+        done += moved;
+    }
+}
+
+void File::Append(const void* data, std::size_t bytes, std::error_code& error) {
+    WriteAt(appendOffset_, data, bytes, error);
+    if (!error) appendOffset_ += bytes;
+}
+
+void File::Resize(std::uint64_t bytes, std::error_code& error) {
+    if (bytes > Size()) MakeSparse(handle_);
+    FILE_END_OF_FILE_INFO end{};
+    end.EndOfFile.QuadPart = static_cast<LONGLONG>(bytes);
+    Succeeded(SetFileInformationByHandle(handle_, FileEndOfFileInfo, &end, sizeof end), error);
+}
+
+void File::Reserve(std::uint64_t bytes, std::error_code& error) {
+    FILE_STANDARD_INFO now{};
+    if (!Succeeded(GetFileInformationByHandleEx(handle_, FileStandardInfo, &now, sizeof now),
+                   error)) {
+        return;
+    }
+    // A reservation that is smaller than the file would cut it.
+    const auto allocated = static_cast<std::uint64_t>(now.AllocationSize.QuadPart);
+    if (bytes <= allocated || bytes <= static_cast<std::uint64_t>(now.EndOfFile.QuadPart)) return;
+    if (bytes - allocated > FreeBeside(handle_)) {
+        error = ErrorOf(ERROR_DISK_FULL);
+        return;
+    }
+    FILE_ALLOCATION_INFO reserved{};
+    reserved.AllocationSize.QuadPart = static_cast<LONGLONG>(bytes);
+    const BOOL done =
+        SetFileInformationByHandle(handle_, FileAllocationInfo, &reserved, sizeof reserved);
+    if (!done && GetLastError() == ERROR_DISK_FULL) error = LastError();
+}
+
+void File::Sync(std::error_code& error) {
+    const BOOL done = FlushFileBuffers(handle_);
+    // A file opened for reading alone has nothing of this handle's to wait for.
+    if (!done && GetLastError() == ERROR_ACCESS_DENIED) {
+        error.clear();
+    } else {
+        Succeeded(done, error);
+    }
+}
+
+void File::Close(std::error_code& error) {
+    error.clear();
+    appendOffset_ = 0;
+    const Handle closing = std::exchange(handle_, nullptr);
+    if (IsValid(closing)) Succeeded(CloseHandle(closing), error);
+}
+
+}  // namespace orvix::platform
