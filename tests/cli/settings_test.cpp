@@ -8,7 +8,7 @@ namespace orvix::test {
 namespace {
 
 class SettingsVerb : public testing::Test {
-    SettingsSandbox sandbox_;
+    ChildSettingsSandbox sandbox_;
 };
 
 TEST_F(SettingsVerb, ListsEverySettingWithItsDefault) {

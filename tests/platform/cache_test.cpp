@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/cache.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
-#include "orvix/platform/debug_flag.h"
-#include "orvix/platform/error_channel.h"
 #include "tests/support/settings_sandbox.h"
 
 namespace orvix {
@@ -115,37 +110,6 @@ TEST_F(CacheTest, ReadsTheNumberThatATextStartsWith) {
 TEST_F(CacheTest, TakesANullKeyOrNameAsAnEmptyOne) {
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, nullptr, nullptr, 5), 5);
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, L"", L"", 6), 5);
-}
-
-// A process that a death test starts anew loads the library with the settings that stand here.
-TEST(CacheDeathTest, ReadsTheDebugFlagWhileTheLibraryIsLoaded) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const wchar_t* const key = L"SOFTWARE\\Orvix\\Shared\\Cache";
-    const test::SettingsSandbox sandbox;
-    EXPECT_EXIT(std::_Exit(detail::debugFlag), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, key, L"Debug"), L"0");
-    EXPECT_EQ(Cache::ReadRegistry(kLocalMachine, L"SOFTWARE\\Orvix\\Orvix for AutoCAD", L"locale"),
-              L"1033");
-    Cache::WriteRegistry(kCurrentUser, key, L"Debug", 7);
-    EXPECT_EXIT(std::_Exit(detail::debugFlag), ::testing::ExitedWithCode(7), "");
-}
-
-int messages = 0;
-
-TEST(CacheDeathTest, SaysNothingWhileTheLibraryIsLoadedAndFallsBackToDefaults) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const test::SettingsSandbox sandbox;
-    test::WriteText(sandbox.UserFile(), std::string(5000, 'x'));
-    test::WriteText(sandbox.Path() + L"/machine.db", std::string(5000, 'x'));
-    EXPECT_EXIT(
-        {
-            test::WriteText(sandbox.UserFile(), std::string(5000, 'x'));
-            SetErrorChannel([](const wchar_t*) { ++messages; });
-            const bool defaults = Cache::ReadRegistry(kCurrentUser, kKey, L"v", 0.5) == 0.5 &&
-                                  Cache::ReadRegistry(kCurrentUser, kKey, L"v", 0.25) == 0.25;
-            std::_Exit(defaults ? messages : 99);
-        },
-        ::testing::ExitedWithCode(1), ::testing::Eq(std::string()));
 }
 
 }  // namespace

@@ -73,11 +73,11 @@ TEST(Path, MakesAnExistingFolderAgainWithoutErrorButNotAFile) {
 
 TEST(Path, ListsNamesInCodePointOrder) {
     const ScratchFolder folder;
-    for (const wchar_t* name : {L"b", L"ä", L"B", L"a.txt", L"測"}) {
+    for (const wchar_t* name : {L"b", L"ä", L"\U0001F600", L"C", L"a.txt", L"\uFF21"}) {
         test::WriteText(folder / name, "");
     }
     std::error_code error;
-    EXPECT_THAT(ListFolder(folder.Path(), error), ElementsAre(L"B", L"a.txt", L"b", L"ä", L"測"));
+    EXPECT_THAT(ListFolder(folder.Path(), error), ElementsAre(L"C", L"a.txt", L"b", L"ä", L"\uFF21", L"\U0001F600"));
     EXPECT_FALSE(error);
     EXPECT_TRUE(ListFolder(folder / L"absent", error).empty());
     EXPECT_EQ(error, std::errc::no_such_file_or_directory);

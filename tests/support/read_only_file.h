@@ -19,6 +19,7 @@ public:
 private:
     CString file_;
     std::uint32_t user_ = 0;
+    void* reader_ = nullptr;
 };
 
 }  // namespace orvix::test

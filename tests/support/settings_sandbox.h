@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <string>
-
-#include "tests/support/scratch_folder.h"
+#include <memory>
 
 namespace orvix::test {
 
-/// While it lives, settings are kept in a folder of its own, empty at first.
+/// While it lives, this process keeps its settings in a place of its own, empty at first.
 ///
-/// Boundaries the values that the library reads while it is loaded come before any sandbox: the
-///            tests' own environment sends those elsewhere (cmake/OrvixHelpers.cmake).
+/// Boundaries the values that the library reads while it is loaded come before any sandbox: on
+///            Linux the tests' own environment sends those elsewhere (cmake/OrvixHelpers.cmake).
 class SettingsSandbox {
 public:
     SettingsSandbox();
@@ -18,15 +16,22 @@ public:
     SettingsSandbox(const SettingsSandbox&) = delete;
     SettingsSandbox& operator=(const SettingsSandbox&) = delete;
 
-    /// Sends settings to another folder for the rest of this sandbox's life.
-    void MoveTo(const CString& folder);
-    /// The file of the current user's settings in the sandbox's own folder.
-    [[nodiscard]] CString UserFile() const { return folder_ / L"user.db"; }
-    [[nodiscard]] const CString& Path() const { return folder_.Path(); }
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// The same for programs that this process starts, as far as the plane search settings go.
+class ChildSettingsSandbox {
+public:
+    ChildSettingsSandbox();
+    ~ChildSettingsSandbox();
+    ChildSettingsSandbox(const ChildSettingsSandbox&) = delete;
+    ChildSettingsSandbox& operator=(const ChildSettingsSandbox&) = delete;
 
 private:
-    ScratchFolder folder_;
-    CString before_;
+    struct State;
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace orvix::test

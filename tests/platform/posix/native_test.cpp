@@ -14,7 +14,7 @@
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/posix/sqlite.h"
-#include "tests/support/settings_sandbox.h"
+#include "tests/support/posix/settings_files.h"
 
 namespace orvix::platform {
 namespace {
@@ -75,7 +75,7 @@ TEST(Posix, FindsAReadOnlyFileNotWritable) {
 }
 
 TEST(Posix, ReadsAStoreThatItMayNotWrite) {
-    const test::SettingsSandbox sandbox;
+    const test::SettingsFiles sandbox;
     Cache::WriteRegistry(kCurrentUser, L"k", L"v", 5);
     ASSERT_EQ(chmod(ToUtf8(sandbox.UserFile()).c_str(), 0444), 0);
     ASSERT_EQ(chmod(ToUtf8(sandbox.Path()).c_str(), 0555), 0);
@@ -97,7 +97,7 @@ std::string changedFile;
 }
 
 TEST(PosixDeathTest, LetsGoOfTheStoreBeforeItTellsTheUserOfTrouble) {
-    const test::SettingsSandbox sandbox;
+    const test::SettingsFiles sandbox;
     Cache::WriteRegistry(kCurrentUser, L"k", L"v", 5);
     changedFile = ToUtf8(sandbox.UserFile());
     const auto whole = test::ReadBytes(sandbox.UserFile());
@@ -111,7 +111,7 @@ TEST(PosixDeathTest, LetsGoOfTheStoreBeforeItTellsTheUserOfTrouble) {
 }
 
 TEST(Posix, LosesNoSettingOfProcessesThatWriteAtOnce) {
-    const test::SettingsSandbox sandbox;
+    const test::SettingsFiles sandbox;
     constexpr int kProcesses = 6;
     constexpr int kValues = 12;
     pid_t children[kProcesses];

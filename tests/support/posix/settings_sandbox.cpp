@@ -5,6 +5,7 @@
 
 #include "orvix/platform/system.h"
 #include "orvix/platform/text.h"
+#include "tests/support/posix/settings_files.h"
 
 namespace orvix::test {
 namespace {
@@ -13,17 +14,32 @@ constexpr const char* kVariable = "ORVIX_SETTINGS_DIR";
 
 }  // namespace
 
-SettingsSandbox::SettingsSandbox() : before_(platform::EnvironmentVariable(kVariable)) {
+SettingsFiles::SettingsFiles() : before_(platform::EnvironmentVariable(kVariable)) {
     MoveTo(folder_.Path());
 }
 
-SettingsSandbox::~SettingsSandbox() {
+SettingsFiles::~SettingsFiles() {
     MoveTo(before_);
 }
 
 // An empty variable counts as one that is not set.
-void SettingsSandbox::MoveTo(const CString& folder) {
+void SettingsFiles::MoveTo(const CString& folder) {
     setenv(kVariable, platform::ToUtf8(folder).c_str(), 1);
 }
+
+struct SettingsSandbox::State {
+    SettingsFiles files;
+};
+
+SettingsSandbox::SettingsSandbox() : state_(std::make_unique<State>()) {}
+SettingsSandbox::~SettingsSandbox() = default;
+
+// The environment reaches programs that this process starts.
+struct ChildSettingsSandbox::State {
+    SettingsFiles files;
+};
+
+ChildSettingsSandbox::ChildSettingsSandbox() : state_(std::make_unique<State>()) {}
+ChildSettingsSandbox::~ChildSettingsSandbox() = default;
 
 }  // namespace orvix::test

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+
+namespace orvix::test {
+
+/// Sets what the system tells as the calling thread's last error.
+void SetLastErrorCode(std::uint32_t code);
+
+}  // namespace orvix::test

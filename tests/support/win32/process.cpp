@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/process.h"
+
+#include <windows.h>
+
+#include <array>
+#include <stdexcept>
+#include <thread>
+
+#include "orvix/platform/text.h"
+
+namespace orvix::test {
+
+namespace {
+
+struct Pipe {
+    Pipe() {
+        SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+        if (!CreatePipe(&reader, &writer, &inherited, 0)) throw std::runtime_error("no pipe");
+        SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
+    }
+    ~Pipe() {
+        CloseWriter();
+        CloseHandle(reader);
+    }
+    void CloseWriter() {
+        if (writer != nullptr) CloseHandle(writer);
+        writer = nullptr;
+    }
+    HANDLE reader = nullptr;
+    HANDLE writer = nullptr;
+};
+
+/// A word as the program's own runtime takes it apart again.
+std::wstring Quoted(const std::wstring& word) {
+    if (!word.empty() && word.find_first_of(L" \t\"") == std::wstring::npos) return word;
+    std::wstring quoted = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : word) {
+        if (c == L'"') quoted.append(backslashes + 1, L'\\');
+        backslashes = c == L'\\' ? backslashes + 1 : 0;
+        quoted += c;
+    }
+    return quoted.append(backslashes, L'\\') + L'"';
+}
+
+/// The program gets a group of its own, which an interrupt can be sent to.
+PROCESS_INFORMATION Spawn(const std::vector<std::string>& arguments, const Pipe& output,
+                          const Pipe& errors) {
+    std::wstring line;
+    for (const std::string& argument : arguments) {
+        line += (line.empty() ? L"" : L" ") + Quoted(platform::FromUtf8(argument));
+    }
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output.writer;
+    startup.hStdError = errors.writer;
+    PROCESS_INFORMATION child{};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
+                        nullptr, nullptr, &startup, &child)) {
+        throw std::runtime_error("cannot run " + arguments[0]);
+    }
+    CloseHandle(child.hThread);
+    return child;
+}
+
+// False at the end of the stream.
+bool ReadSome(HANDLE pipe, std::string& into) {
+    std::array<char, 4096> buffer;
+    DWORD got = 0;
+    const BOOL read = ReadFile(pipe, buffer.data(), buffer.size(), &got, nullptr);
+    into.append(buffer.data(), got);
+    return read && got != 0;
+}
+
+}  // namespace
+
+ProcessResult RunProcess(const std::vector<std::string>& arguments,
+                         const InterruptWhen& interruptWhen) {
+    Pipe output, errors;
+    const PROCESS_INFORMATION child = Spawn(arguments, output, errors);
+    output.CloseWriter();
+    errors.CloseWriter();
+    ProcessResult result;
+    std::thread outputReader([&] {
+        while (ReadSome(output.reader, result.output)) {
+        }
+    });
+    bool interrupted = false;
+    while (ReadSome(errors.reader, result.errors)) {
+        if (interrupted || !interruptWhen || !interruptWhen(result.errors)) continue;
+        interrupted = true;
+        GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, child.dwProcessId);
+    }
+    outputReader.join();
+    WaitForSingleObject(child.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(child.hProcess, &code);
+    CloseHandle(child.hProcess);
+    result.exitCode = static_cast<int>(code);
+    return result;
+}
+
+}  // namespace orvix::test
