@@ -19,6 +19,10 @@ add_library(orvix::importer ALIAS orvix_importer_shared)
 set_target_properties(orvix_importer_shared PROPERTIES
   OUTPUT_NAME orvix_importer EXPORT_NAME importer
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+if(MINGW)
+  set_target_properties(orvix_importer_shared PROPERTIES PREFIX "")
+endif()
+orvix_version_resource(orvix_importer_shared "Orvix scan importer")
 target_include_directories(orvix_importer_shared PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
 target_link_libraries(orvix_importer_shared PUBLIC tl::expected PRIVATE $<BUILD_INTERFACE:orvix_static>)

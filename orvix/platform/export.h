@@ -15,3 +15,10 @@
 #else
 #define ORVIX_API
 #endif
+
+/// The same for the importer, which is a library of its own and has a private copy of what it uses.
+#if defined(_WIN32) && defined(ORVIX_BUILDING_IMPORTER)
+#define ORVIX_IMPORTER_API __declspec(dllexport)
+#else
+#define ORVIX_IMPORTER_API ORVIX_API
+#endif

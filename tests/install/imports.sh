@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# imports.sh OBJDUMP FILE...: Windows products need the system's own libraries and no others, so
+# that a host installs what it is given and nothing else.
+set -euo pipefail
+objdump=$1
+shift
+for file in "$@"; do
+    foreign=$("$objdump" -p "$file" | sed -n 's/.*DLL Name: //p' |
+        grep -viE '^(kernel32|advapi32|user32|shell32|msvcrt)\.dll$' || true)
+    [ -z "$foreign" ] || { echo "$file needs $foreign" >&2; exit 1; }
+done

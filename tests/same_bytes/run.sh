@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# run.sh NATIVE_ORVIX RUNNER WINDOWS_ORVIX SAMPLE: imports a scan, walks it and grows planes with
+# the command of this system and with that of Windows. Every file and every number must agree to
+# the last bit; measured times and memory alone may differ.
+set -euo pipefail
+native=$1
+runner=$2
+windows=$3
+sample=$4
+if [ ! -x "$native" ]; then
+    echo "same_bytes: no command to compare with: build the preset 'release' first ($native)"
+    exit 77
+fi
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+export ORVIX_SETTINGS_DIR=$scratch/settings
+
+# Relative paths: results name the files.
+cp "$sample" "$scratch/building.ply"
+python3 - "$scratch/scan.txt" <<'PYTHON'
+import random, sys
+draw = random.Random(20240229)
+with open(sys.argv[1], "w") as scan:
+    for i in range(60000):
+        x, y = draw.uniform(-12, 12), draw.uniform(-9, 9)
+        z = 0.31 * x - 0.127 * y + draw.gauss(0, 0.004)
+        scan.write(f"{452000.25 + x:.4f} {5411000.75 + y:.4f} {312 + z:.4f} {draw.randrange(256)}\n")
+PYTHON
+
+without_measures='
+import json, sys
+value = json.load(sys.stdin)
+for key in ("seconds", "points_per_second", "peak_memory_bytes"):
+    value.pop(key, None)
+print(json.dumps(value, indent=1, ensure_ascii=False))
+'
+
+use() {  # FOLDER COMMAND...
+    mkdir "$scratch/$1"
+    cd "$scratch/$1"
+    cp ../building.ply ../scan.txt .
+    shift
+    result() {
+        local name=$1
+        shift
+        "${command[@]}" "$@" --json | python3 -c "$without_measures" >"$name.json"
+    }
+    local command=("$@")
+    result import import building.ply building.prj
+    result import_text import scan.txt "scan Größe.prj"
+    local project
+    for project in building "scan Größe"; do
+        result "info $project" info "$project.prj"
+        result "check $project" check "$project.prj"
+        result "walk $project" walk "$project.prj"
+    done
+    result roof plane building.prj --seed 3.7,-4.0,12.9 --mesh roof.ply --picture roof.png
+    result roof_fine plane building.prj --seed 3.7,-4.0,12.9 --split 0.5 --reach 6 --mesh fine.obj
+    result slope plane "scan Größe.prj" --seed 452000.25,5411000.75,312 --mesh slope.ply
+    find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha256sum >"$scratch/${PWD##*/}.sums"
+}
+
+(use native "$native")
+(use windows "$runner" "$windows")
+diff -r "$scratch/native" "$scratch/windows" || true
+diff -u "$scratch/native.sums" "$scratch/windows.sums"
+echo "same_bytes: $(wc -l <"$scratch/native.sums") files agree"
