@@ -26,4 +26,4 @@ target_compile_options(CGAL::CGAL INTERFACE -frounding-math)
 
 set(ORVIX_NANOFLANN_INCLUDE ${borrowed})
 set(ORVIX_XXHASH_INCLUDE ${borrowed})
-set(ORVIX_STB_INCLUDE ${borrowed})
+set(ORVIX_STB_INCLUDE ${borrowed}/stb)

@@ -12,7 +12,7 @@ else()
   find_package(tl-expected 1.0 REQUIRED)
   find_path(ORVIX_NANOFLANN_INCLUDE nanoflann.hpp REQUIRED)
   find_path(ORVIX_XXHASH_INCLUDE xxhash.h REQUIRED)
-  find_path(ORVIX_STB_INCLUDE stb/stb_image_write.h REQUIRED)
+  find_path(ORVIX_STB_INCLUDE stb_image_write.h PATH_SUFFIXES stb REQUIRED)
 endif()
 # Settings live in the registry on Windows, in a database file elsewhere.
 if(NOT WIN32)

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include <stb/stb_easy_font.h>
+#include <stb_easy_font.h>
 
 namespace orvix::cli {
 

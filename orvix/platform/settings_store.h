@@ -50,7 +50,9 @@ struct NamedSetting {
 /// their first use.
 /// On Linux each root is one SQLite file, `user.db` or `machine.db`, in $ORVIX_SETTINGS_DIR, or
 /// else $XDG_CONFIG_HOME/orvix (~/.config/orvix) and the first $XDG_CONFIG_DIRS/orvix
-/// (/etc/xdg/orvix).
+/// (/etc/xdg/orvix). On Windows the roots are the registry's hives, a key path's parts are keys of
+/// their own, and what the registry refuses the result alone tells: a setting always has a usable
+/// value, and no box stands in the user's way.
 ///
 /// Errors    a missing store reads as empty without a word. A damaged store reads as empty,
 ///           refuses writes and says so on the error channel; a store of the current user that

@@ -72,9 +72,9 @@ double AnyNumber(std::mt19937_64& random) {
         case 2:
             return std::bit_cast<double>(bits & 0xFFF8000000000007);  // few digits
         default:
-            return std::ldexp(std::bit_cast<double>((bits & 0x800FFFFFFFFFFFFF) |
-                                                    0x3FF0000000000000),
-                              static_cast<int>(random() % 120) - 60);
+            return std::ldexp(
+                std::bit_cast<double>((bits & 0x800FFFFFFFFFFFFF) | 0x3FF0000000000000),
+                static_cast<int>(random() % 120) - 60);
     }
 }
 

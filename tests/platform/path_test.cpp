@@ -77,7 +77,8 @@ TEST(Path, ListsNamesInCodePointOrder) {
         test::WriteText(folder / name, "");
     }
     std::error_code error;
-    EXPECT_THAT(ListFolder(folder.Path(), error), ElementsAre(L"C", L"a.txt", L"b", L"ä", L"\uFF21", L"\U0001F600"));
+    EXPECT_THAT(ListFolder(folder.Path(), error),
+                ElementsAre(L"C", L"a.txt", L"b", L"ä", L"\uFF21", L"\U0001F600"));
     EXPECT_FALSE(error);
     EXPECT_TRUE(ListFolder(folder / L"absent", error).empty());
     EXPECT_EQ(error, std::errc::no_such_file_or_directory);

@@ -53,10 +53,9 @@ std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t of
     const std::uint64_t size = SizeOfMapping(mapping);
     if (offset >= size || bytes > size - offset) return nullptr;
     if (bytes > std::numeric_limits<std::size_t>::max()) return nullptr;
-    return static_cast<std::uint8_t*>(MapViewOfFile(mapping, access,
-                                                    static_cast<DWORD>(offset >> 32),
-                                                    static_cast<DWORD>(offset),
-                                                    static_cast<std::size_t>(bytes)));
+    return static_cast<std::uint8_t*>(
+        MapViewOfFile(mapping, access, static_cast<DWORD>(offset >> 32), static_cast<DWORD>(offset),
+                      static_cast<std::size_t>(bytes)));
 }
 
 MappedFile MappedFile::Open(const CString& path, std::error_code& error) {

@@ -42,8 +42,8 @@ std::error_code LastErrorOn(const CString& path) {
     if (HasOverlongName(path)) return std::make_error_code(std::errc::filename_too_long);
     if (code == ERROR_ACCESS_DENIED) {
         const DWORD attributes = AttributesOf(path);
-        const bool folder = attributes != INVALID_FILE_ATTRIBUTES &&
-                            (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        const bool folder =
+            attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
         if (folder) return std::make_error_code(std::errc::is_a_directory);
     }
     return ErrorOf(code);
@@ -51,8 +51,8 @@ std::error_code LastErrorOn(const CString& path) {
 
 DWORD AttributesOf(const CString& path) {
     const DWORD attributes = GetFileAttributesW(NativePath(path).c_str());
-    const bool link = attributes != INVALID_FILE_ATTRIBUTES &&
-                      (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    const bool link =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     if (!link) return attributes;
     const HandleOwner target(OpenToAsk(path));
     BY_HANDLE_FILE_INFORMATION information;

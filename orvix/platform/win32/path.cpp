@@ -35,9 +35,8 @@ unsigned RankOf(wchar_t unit) {
 }
 
 bool ComesBefore(const CString& a, const CString& b) {
-    return std::lexicographical_compare(
-        a.begin(), a.end(), b.begin(), b.end(),
-        [](wchar_t x, wchar_t y) { return RankOf(x) < RankOf(y); });
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
+                                        [](wchar_t x, wchar_t y) { return RankOf(x) < RankOf(y); });
 }
 
 /// Runs `visit` for each entry of a folder.
@@ -227,9 +226,9 @@ PathLock::~PathLock() {
 PathLock PathLock::TryAcquire(const CString& path, std::error_code& error) {
     // Shared with nobody, and gone when the handle is, whether the process lives or not.
     PathLock lock;
-    const HANDLE file = CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
-                                    0, nullptr, OPEN_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    const HANDLE file =
+        CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr,
+                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     if (IsValid(file)) {
         error.clear();
         lock.handle_ = file;
