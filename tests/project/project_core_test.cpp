@@ -120,10 +120,12 @@ TEST_F(ProjectCoreTest, AMissingSkeletonDataOrAlivePointFileFails) {
 
 TEST_F(ProjectCoreTest, CountsWholeRecordsOnly) {
     for (const auto& [bytes, count] : {std::pair{23, 0}, std::pair{24, 1}, std::pair{25, 1}}) {
+        core.Close();  // a mapped file cannot be shortened everywhere
         test::WriteText(manager.gridPts, std::string(static_cast<std::size_t>(bytes), 'x'));
         ASSERT_TRUE(core.OpenCores());
         EXPECT_EQ(core.AlivePointCount(), count);
     }
+    core.Close();
     test::WriteText(manager.gridPts, "");
     EXPECT_TRUE(core.OpenCores());
     EXPECT_EQ(core.CreateAlivePointReader(), nullptr);
