@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "cli/interrupt.h"
+#include "orvix/platform/interrupt.h"
 #include "cli/project_gate.h"
 #include "cli/verbs.h"
 #include "orvix/project/project_check.h"
@@ -48,7 +48,7 @@ Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) 
     CheckOptions options;
     options.progress = [&progress](double fraction) {
         progress.Report({"checking", fraction, 0, 0, -1});
-        return !Interrupted();
+        return !platform::Interrupted();
     };
     const Expected<CheckReport> report = CheckProject(platform::FromUtf8(project), options);
     progress.Finish();

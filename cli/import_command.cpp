@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "cli/interrupt.h"
+#include "orvix/platform/interrupt.h"
 #include "cli/project_gate.h"
 #include "cli/verbs.h"
 #include "importer/import.h"
@@ -124,7 +124,7 @@ Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context)
     const auto watch = [&progress](const ImportProgress& state) {
         progress.Report(
             {WordOf(state.phase), state.fraction, state.bytes, state.points, state.secondsLeft});
-        return !Interrupted();
+        return !platform::Interrupted();
     };
     const Expected<ImportReport> report = Import(inputs, project, OptionsOf(arguments), watch);
     progress.Finish();

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/command_context.h"
-#include "cli/interrupt.h"
+#include "orvix/platform/interrupt.h"
 #include "cli/verbs.h"
 #include "orvix/platform/program.h"
 #include "orvix/version.h"
@@ -78,6 +78,6 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return ReportUsage(app, error, words);
     }
-    WatchInterrupts();
+    orvix::platform::WatchInterrupts();
     return RunAndReport(context);
 }

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "cli/interrupt.h"
+#include "orvix/platform/interrupt.h"
 #include "cli/picture/png_writer.h"
 #include "cli/plane_search.h"
 #include "cli/project_gate.h"
@@ -135,7 +135,7 @@ Expected<Outcome> RunPlane(Arguments arguments) {
     arguments.request.wantMesh = !arguments.mesh.empty();
     arguments.request.wantPicture = !arguments.picture.empty();
     const Expected<PlaneFinding> finding =
-        FindPlane(*project, arguments.request, [] { return !Interrupted(); });
+        FindPlane(*project, arguments.request, [] { return !platform::Interrupted(); });
     if (!finding) return tl::unexpected<Error>(finding.error());
     if (auto written = WriteFiles(*finding, arguments); !written)
         return tl::unexpected<Error>(written.error());

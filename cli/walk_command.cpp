@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "cli/interrupt.h"
+#include "orvix/platform/interrupt.h"
 #include "cli/project_gate.h"
 #include "cli/project_walk.h"
 #include "cli/verbs.h"
@@ -58,7 +58,7 @@ Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) 
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"walking", fraction, points * 24, points, -1});
-        return !Interrupted();
+        return !platform::Interrupted();
     };
     const Expected<WalkReport> report = WalkProject(*project, watch);
     progress.Finish();

@@ -181,6 +181,7 @@ TEST_F(ImportVerb, EndsAtAnInterruptAndLeavesNothing) {
     const ProcessResult result =
         Orvix({"import", File(L"large.las"), Project(), "--progress", "json", "--json"},
               [](const std::string& errors) { return !errors.empty(); });
+    if (result.interruptRefused) GTEST_SKIP() << "no console through which to interrupt a program";
     EXPECT_EQ(result.exitCode, 130) << result.errors;
     EXPECT_EQ(Json::parse(result.output)["error"]["code"], "cancelled");
     ExpectNothingBut(1);
@@ -191,7 +192,7 @@ TEST_F(ImportVerb, SaysThatAFolderCannotBeWritten) {
     const std::string target = "/proc/p.prj";
     const Json error = OrvixError({"import", File(L"cloud.xyz"), target});
     EXPECT_NE(error["exit"], 0);
-    EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("/proc"));
+    EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("proc"));
 }
 
 }  // namespace

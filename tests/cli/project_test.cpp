@@ -177,13 +177,14 @@ TEST_F(ProjectVerbs, TellThatTheProjectFilesFolderIsLost) {
 }
 
 TEST_F(ProjectVerbs, DestroyTheProjectAndNameWhatRemains) {
-    WriteText(folder_ / L"p_Project_Files/notes.txt", "keep me");
+    WriteText(folder_ / platform::JoinPath(L"p_Project_Files", L"notes.txt"), "keep me");
     const Json destroyed = OrvixJson({"destroy", Project()});
     EXPECT_EQ(destroyed["destroyed"], true);
     EXPECT_FALSE(platform::PathExists(project_));
     EXPECT_FALSE(platform::PathExists(Index(L"Grid.pts")));
     const auto& remains = destroyed["remains"];
-    EXPECT_THAT(remains, testing::Contains(Json(Utf8(folder_ / L"p_Project_Files/notes.txt"))));
+    EXPECT_THAT(remains, testing::Contains(Json(Utf8(
+                             folder_ / platform::JoinPath(L"p_Project_Files", L"notes.txt")))));
     for (const Json& path : remains)
         EXPECT_TRUE(platform::PathExists(platform::FromUtf8(path.get<std::string>()))) << path;
     EXPECT_EQ(OrvixError({"info", Project()})["exit"], 3);

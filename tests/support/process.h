@@ -12,6 +12,7 @@ struct ProcessResult {
     int exitCode = -1;  ///< 128 + the signal's number for a program that a signal ended
     std::string output;
     std::string errors;
+    bool interruptRefused = false;  ///< the system had no way to interrupt the program
 };
 
 /// Called with what the program has said on standard error so far; true sends it an interrupt,

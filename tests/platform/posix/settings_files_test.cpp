@@ -19,6 +19,8 @@ namespace {
 
 using test::SettingsFiles;
 
+const CString kKey = L"SOFTWARE\\Orvix\\Shared\\Worm";
+
 std::vector<std::byte> Bytes(std::string_view text) {
     const auto* const first = reinterpret_cast<const std::byte*>(text.data());
     return {first, first + text.size()};
@@ -170,11 +172,8 @@ TEST(CacheDeathTest, SaysNothingWhileTheLibraryIsLoadedAndFallsBackToDefaults) {
         {
             test::WriteText(sandbox.UserFile(), std::string(5000, 'x'));
             SetErrorChannel([](const wchar_t*) { ++messages; });
-            const bool defaults =
-                Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\Orvix\\Shared\\Worm", L"v", 0.5) ==
-                    0.5 &&
-                Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\Orvix\\Shared\\Worm", L"v", 0.25) ==
-                    0.25;
+            const bool defaults = Cache::ReadRegistry(kCurrentUser, kKey, L"v", 0.5) == 0.5 &&
+                                  Cache::ReadRegistry(kCurrentUser, kKey, L"v", 0.25) == 0.25;
             std::_Exit(defaults ? messages : 99);
         },
         ::testing::ExitedWithCode(1), ::testing::Eq(std::string()));

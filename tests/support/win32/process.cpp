@@ -91,7 +91,8 @@ ProcessResult RunProcess(const std::vector<std::string>& arguments,
     while (ReadSome(errors.reader, result.errors)) {
         if (interrupted || !interruptWhen || !interruptWhen(result.errors)) continue;
         interrupted = true;
-        GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, child.dwProcessId);
+        // The way is a console that both share.
+        result.interruptRefused = !GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, child.dwProcessId);
     }
     outputReader.join();
     WaitForSingleObject(child.hProcess, INFINITE);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-namespace orvix::cli {
+namespace orvix::platform {
 
 /// Watches for the user's Ctrl-C and the system's request to end. The first one sets a flag that
 /// long work asks for and then ends in order; the second one ends the process at once.
@@ -14,4 +14,4 @@ void WatchInterrupts();
 
 bool Interrupted();
 
-}  // namespace orvix::cli
+}  // namespace orvix::platform

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/interrupt.h"
+#include "orvix/platform/interrupt.h"
 
 #include <atomic>
 #include <csignal>
 
-namespace orvix::cli {
+namespace orvix::platform {
 
 namespace {
 
@@ -29,4 +29,4 @@ bool Interrupted() {
     return interrupted.load(std::memory_order_relaxed);
 }
 
-}  // namespace orvix::cli
+}  // namespace orvix::platform
