@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "cli/project_gate.h"
 #include "cli/verbs.h"
+#include "orvix/platform/interrupt.h"
 #include "orvix/project/project_check.h"
 
 namespace orvix::cli {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/command_context.h"
 
+#include "cli/message.h"
 #include <fmt/format.h>
 #include <cstdio>
 #include <exception>
@@ -15,8 +16,8 @@ ExitCode PrintOutcome(const CommandContext& context, const Outcome& outcome) {
     const bool written =
         std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (written) return outcome.exitCode;
-    fmt::print(stderr, "orvix {}: the result could not be written to standard output\n",
-               context.verb);
+    Tell(fmt::format("orvix {}: the result could not be written to standard output\n",
+                     context.verb));
     return kExitFailure;
 }
 
@@ -39,12 +40,12 @@ std::string JsonText(const Json& json) {
 }
 
 void PrintNote(const std::string& message) {
-    fmt::print(stderr, "{}\n", message);
+    Tell(fmt::format("{}\n", message));
 }
 
 void ReportFailure(const std::string& verb, bool json, const std::string& word,
                    const std::string& message) {
-    fmt::print(stderr, "orvix{}{}: {}\n", verb.empty() ? "" : " ", verb, message);
+    Tell(fmt::format("orvix{}{}: {}\n", verb.empty() ? "" : " ", verb, message));
     if (!json) return;
     const std::string text = JsonText(Json{{"error", Json{{"code", word}, {"message", message}}}});
     std::fwrite(text.data(), 1, text.size(), stdout);

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "cli/project_gate.h"
 #include "cli/verbs.h"
 #include "importer/import.h"
+#include "orvix/platform/interrupt.h"
 
 namespace orvix::cli {
 

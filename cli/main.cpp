@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "cli/command_context.h"
-#include "orvix/platform/interrupt.h"
 #include "cli/verbs.h"
+#include "orvix/platform/interrupt.h"
 #include "orvix/platform/program.h"
 #include "orvix/version.h"
 

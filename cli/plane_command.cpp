@@ -4,11 +4,11 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "cli/picture/png_writer.h"
 #include "cli/plane_search.h"
 #include "cli/project_gate.h"
 #include "cli/verbs.h"
+#include "orvix/platform/interrupt.h"
 
 namespace orvix::cli {
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "cli/amounts.h"
+#include "cli/message.h"
 #include "orvix/platform/terminal.h"
 
 namespace orvix::cli {
@@ -92,20 +93,20 @@ void ProgressReporter::Report(const ProgressState& state) {
 void ProgressReporter::Print(const ProgressState& state) {
     if (mode_ == ProgressMode::Bar) {
         const int columns = platform::TerminalColumns(platform::StandardStream::Error);
-        fmt::print(stderr, "\r\033[K{}", BarLine(state, columns));
+        Tell(fmt::format("\r\033[K{}", BarLine(state, columns)));
         std::fflush(stderr);
         barShown_ = true;
     } else if (mode_ == ProgressMode::Json) {
-        fmt::print(stderr, "{}\n", JsonLine(state));
+        Tell(fmt::format("{}\n", JsonLine(state)));
     } else {
-        fmt::print(stderr, "{:.0f} % {}, {} points{}\n", std::floor(state.fraction * 100),
-                   state.phase, CountText(state.points), LeftText(state.secondsLeft));
+        Tell(fmt::format("{:.0f} % {}, {} points{}\n", std::floor(state.fraction * 100),
+                         state.phase, CountText(state.points), LeftText(state.secondsLeft)));
     }
 }
 
 void ProgressReporter::Finish() {
     if (!barShown_) return;
-    fmt::print(stderr, "\r\033[K");
+    Tell(fmt::format("\r\033[K"));
     std::fflush(stderr);
     barShown_ = false;
 }

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "cli/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "cli/project_gate.h"
 #include "cli/project_walk.h"
 #include "cli/verbs.h"
+#include "orvix/platform/interrupt.h"
 
 namespace orvix::cli {
 

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdio>
+#include <string_view>
+
+namespace orvix::cli {
+
+/// Writes to standard error and lets a failure pass: a full log disk or a reader that has gone
+/// must not end the work that the text tells of.
+inline void Tell(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+}  // namespace orvix::cli
