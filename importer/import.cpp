@@ -67,6 +67,17 @@ private:
     Removed removed_;
 };
 
+// Whether replacing the project's folder would take the input with it.
+bool LiesInProject(const CString& input, const CString& project) {
+    const CString folder =
+        platform::RemoveExtension(platform::AbsolutePath(project)) + L"_Project_Files";
+    for (CString path = platform::AbsolutePath(input); !path.empty();) {
+        if (platform::IsSameFile(path, folder)) return true;
+        path = platform::ParentOf(path);
+    }
+    return false;
+}
+
 Expected<void> CheckInputs(const std::vector<CString>& inputs, const CString& project) {
     if (inputs.empty()) return Fail(ErrorCode::BadInput, "there is nothing to import; name a scan");
     if (inputs.size() > kMostInputs) {
@@ -76,6 +87,12 @@ Expected<void> CheckInputs(const std::vector<CString>& inputs, const CString& pr
                                 inputs.size(), kMostInputs));
     }
     for (const CString& input : inputs) {
+        if (LiesInProject(input, project)) {
+            return Fail(ErrorCode::BadInput,
+                        fmt::format("{} lies in the folder of the project that it would replace; "
+                                    "move it out first",
+                                    ToUtf8(input)));
+        }
         if (!platform::IsSameFile(input, project)) continue;
         return Fail(ErrorCode::BadInput, fmt::format("{} is both a scan and the project; give the "
                                                      "project another name",
