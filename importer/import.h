@@ -82,8 +82,9 @@ struct ImportReport {
 /// Threads  call it from one thread; it starts its own.
 /// Cost     two passes over the inputs; memory stays below the limit, disk needs about twice the
 ///          project's size when the points do not fit into memory.
-ORVIX_IMPORTER_API Expected<ImportReport> Import(const std::vector<CString>& inputs, const CString& project,
-                                        const ImportOptions& options,
-                                        const ImportCallback& callback = {});
+ORVIX_IMPORTER_API Expected<ImportReport> Import(const std::vector<CString>& inputs,
+                                                 const CString& project,
+                                                 const ImportOptions& options,
+                                                 const ImportCallback& callback = {});
 
 }  // namespace orvix::importer
