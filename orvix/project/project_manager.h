@@ -3,15 +3,24 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "orvix/platform/export.h"
 #include "orvix/platform/text.h"
 #include "orvix/project/cloud_header.h"
 #include "orvix/project/project_settings.h"
 
+// A host that asks for a rotation includes <Eigen/Geometry>, and nobody else needs it.
+namespace Eigen {
+template <class Scalar, int kDimension, int kMode, int kOptions>
+class Transform;
+}
+
 namespace orvix {
 
 class CAlivePointReader;
+/// Eigen::Transform<double, 3, Eigen::Affine>, or Eigen::Affine3d.
+using ScanRotation = Eigen::Transform<double, 3, 2, 0>;
 
 /// The facade through which a host reaches a point-cloud project: one project file chosen by the
 /// user, and beside it the project-files folder with the converted points, the grid indexes, the
@@ -92,6 +101,24 @@ public:
     void SetProjectSettings(PROJECT_SETTINGS settings);
     /// 3 for a scale of exactly 1.0, 2 above, 5 otherwise (smaller, or not a number).
     std::int16_t LASScale(const double& scale);
+
+    /// A scanner station's position, project frame, from scanpos/station_N.pos. False, with the
+    /// outputs untouched, when the file cannot be opened; values that a short file lacks keep what
+    /// they were, and the result is true.
+    bool GetScanPosition(const int& station, double& x, double& y, double& z);
+    /// The lowest and highest intensity of a station's points, from station_N.intens, likewise.
+    bool GetScanIntensityRanges(const int& station, std::int16_t& lowest, std::int16_t& highest);
+    /// A station's orientation, from station_N.orientation: the rotation by its angle (radians)
+    /// about its axis, taken as stored (an axis of another length than 1 gives no pure rotation);
+    /// no translation. The identity without the file, or where it is short of its angle.
+    void GetScanRotation(const int& station, ScanRotation& rotation);
+
+    /// Draws up to `sampleCount` values, each as often as its bin has points, from a histogram file
+    /// (12-byte records: value, count), adds `shift` to them, appends them to `samples` and sorts
+    /// all of it: Mathematic::PreapareHistogram4Jenks, which takes the two integers as they are.
+    /// A missing file adds nothing. docs/BEHAVIOUR.md tells what bins without points do.
+    void ReadHistogram4Jenks(const CString& path, std::vector<double>* samples, const double& shift,
+                             const int& sampleCount, const int& unused);
 
     CString errorText;  ///< the last failure text of `Set`
     CString projectFile;
