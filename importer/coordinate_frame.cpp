@@ -53,6 +53,13 @@ InputAxes::InputAxes(LengthUnit unit, UpAxis up) : yUp_(up == UpAxis::Y) {
     }
 }
 
+ScanPose InputAxes::ToWorld(const ScanPose& pose) const {
+    // A third of a turn about (1, 1, 1) takes x to y, y to z and z to x.
+    constexpr Quaternion kYUp{0.5, 0.5, 0.5, 0.5};
+    const SimplePointT<double>& p = pose.position;
+    return {ToWorld(p.x, p.y, p.z), yUp_ ? kYUp * pose.rotation : pose.rotation};
+}
+
 SimplePointT<double> ChooseOrigin(const std::vector<WeightedPosition>& medians) {
     return {OriginAlong(medians, &SimplePointT<double>::x),
             OriginAlong(medians, &SimplePointT<double>::y),

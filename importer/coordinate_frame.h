@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "importer/import.h"
+#include "importer/scan_pose.h"
 #include "orvix/points/records.h"
 
 namespace orvix::importer {
@@ -25,17 +26,32 @@ inline constexpr double kFineLocal = 1024.0;
 /// Boundaries with y up, (x, y, z) becomes (z, x, y): right-handed stays right-handed.
 class InputAxes {
 public:
-    InputAxes(LengthUnit unit, UpAxis up);
+    explicit InputAxes(LengthUnit unit = LengthUnit::Metre, UpAxis up = UpAxis::Z);
     [[nodiscard]] SimplePointT<double> ToWorld(double x, double y, double z) const {
         const SimplePointT<double> p{x * factor_ / divisor_, y * factor_ / divisor_,
                                      z * factor_ / divisor_};
         return yUp_ ? SimplePointT<double>{p.z, p.x, p.y} : p;
     }
+    /// A pose of the input, in the world.
+    [[nodiscard]] ScanPose ToWorld(const ScanPose& pose) const;
 
 private:
     double factor_ = 1;
     double divisor_ = 1;
     bool yUp_;
+};
+
+/// Brings the points of one scan into the world: first the scan's map, then the input's axes, all
+/// in double precision.
+struct PointPlacement {
+    std::optional<AffineMap> map;
+    InputAxes axes;
+
+    [[nodiscard]] SimplePointT<double> ToWorld(double x, double y, double z) const {
+        if (!map) return axes.ToWorld(x, y, z);
+        const SimplePointT<double> p = map->Apply(x, y, z);
+        return axes.ToWorld(p.x, p.y, p.z);
+    }
 };
 
 /// A value with the number of points it speaks for.

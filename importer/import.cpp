@@ -18,6 +18,7 @@
 #include "importer/record_sorter.h"
 #include "importer/run_merge.h"
 #include "importer/skeleton_writer.h"
+#include "importer/station_writer.h"
 #include "importer/surface_density.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/system.h"
@@ -28,7 +29,6 @@ namespace {
 
 using platform::ToUtf8;
 
-constexpr std::size_t kMostInputs = std::numeric_limits<std::uint16_t>::max() + std::size_t{1};
 constexpr double kSplitSteps = 4;  // base steps in a default split size
 constexpr double kMillimetres = 1000;
 
@@ -80,11 +80,11 @@ bool LiesInProject(const CString& input, const CString& project) {
 
 Expected<void> CheckInputs(const std::vector<CString>& inputs, const CString& project) {
     if (inputs.empty()) return Fail(ErrorCode::BadInput, "there is nothing to import; name a scan");
-    if (inputs.size() > kMostInputs) {
+    if (inputs.size() > kMostStations) {
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} inputs are more than the {} stations of a project; import them "
                                 "into several projects",
-                                inputs.size(), kMostInputs));
+                                inputs.size(), kMostStations));
     }
     for (const CString& input : inputs) {
         if (LiesInProject(input, project)) {
@@ -111,9 +111,9 @@ public:
           plan_(plan),
           meter_(callback),
           crew_(meter_, plan.workers),
+          stations_(inputs, options),
           cloud_(plan.poolBytes) {
         report_.project = project;
-        report_.stations = static_cast<std::uint32_t>(inputs.size());
     }
 
     Expected<ImportReport> Run() {
@@ -150,20 +150,30 @@ private:
 
     Expected<void> Scan() {
         meter_.Begin(ImportPhase::Scan, InputBytes());
-        auto survey = SurveyScans(inputs_, options_, crew_);
+        auto survey = SurveyScans(inputs_, options_, stations_, crew_);
         if (!survey) return tl::unexpected<Error>(survey.error());
         survey_ = std::move(*survey);
         report_.read = survey_.Read();
+        report_.stations = static_cast<std::uint32_t>(stations_.Count());
         report_.origin = {survey_.origin.x, survey_.origin.y, survey_.origin.z};
-        for (std::size_t i = 0; i < inputs_.size(); ++i) {
-            const Survey::Input& met = survey_.inputs[i];
-            const ScanInfo& info = inputs_[i].reader->Info();
-            report_.inputs.push_back({inputs_[i].path, info.format, met.points + met.malformed});
-            const std::string warning = AttributeScale(info, met.range).Warning();
-            if (warning.empty()) continue;
-            report_.warnings.push_back(fmt::format("{}: {}", ToUtf8(inputs_[i].path), warning));
+        for (const ScanInput& input : inputs_) {
+            report_.inputs.push_back({input.path, input.reader->Info().format, 0});
         }
+        for (std::size_t i = 0; i < stations_.Count(); ++i) ReportScan(i);
         return {};
+    }
+
+    void ReportScan(std::size_t number) {
+        const Station& station = stations_[number];
+        const Survey::Scan& met = survey_.scans[number];
+        const ScanInput& input = inputs_[station.input];
+        report_.inputs[station.input].points += met.Read();
+        const std::string warning = AttributeScale(input.reader->Info(), met.range).Warning();
+        if (warning.empty()) return;
+        const bool one = input.reader->Info().scans.size() == 1;
+        report_.warnings.push_back(fmt::format("{}{}: {}", ToUtf8(input.path),
+                                               one ? "" : fmt::format(" ({})", station.name),
+                                               warning));
     }
 
     // The points, a quarter of that for indexes and skeleton, and the runs where points are sorted
@@ -175,7 +185,7 @@ private:
     }
 
     Expected<void> Sort() {
-        RecordSorter sorter(inputs_, survey_, options_, plan_, crew_);
+        RecordSorter sorter(inputs_, stations_, survey_, options_, plan_, crew_);
         const bool spills = sorter.WillSpill();
         if (auto enough = CheckSpace(spills); !enough) return enough;
         meter_.Begin(ImportPhase::Sort,
@@ -305,9 +315,30 @@ private:
         return settings;
     }
 
+    Expected<void> WriteStationFiles(const ProjectManager& project) const {
+        for (std::size_t i = 0; i < stations_.Count(); ++i) {
+            const Station& station = stations_[i];
+            if (!station.pose) continue;
+            StationRecord record{i, station.name, *station.pose, {}};
+            record.pose.position.x -= survey_.origin.x;
+            record.pose.position.y -= survey_.origin.y;
+            record.pose.position.z -= survey_.origin.z;
+            const ScanInfo& info = inputs_[station.input].reader->Info();
+            const AttributeRange& range = survey_.scans[i].range;
+            if (info.hasIntensity && range.intensities != 0) {
+                const AttributeScale scale(info, range);
+                record.intensities.emplace(scale.Intensity(range.minIntensity),
+                                           scale.Intensity(range.maxIntensity));
+            }
+            if (auto written = WriteStation(project, record); !written) return written;
+        }
+        return {};
+    }
+
     Expected<void> WriteRecords() {
         ProjectManager& project = publisher_->Working();
         Expected<void> done = summary_.histograms.Write(project);
+        if (done) done = WriteStationFiles(project);
         if (done) {
             done = WriteTransform(project.transformFile, LocalToWorld::Translation(survey_.origin));
         }
@@ -347,6 +378,7 @@ private:
     Crew crew_;
     ImportReport report_;
     std::optional<ProjectPublisher> publisher_;
+    StationTable stations_;
     Survey survey_;
     SortedCloud cloud_;
     SyncedFile points_;

@@ -19,11 +19,12 @@ enum class UpAxis { Z, Y };
 enum class SkeletonSize { OneCentimetre, TenCentimetres, OneMetre };
 
 struct ImportOptions {
-    LengthUnit unit = LengthUnit::Metre;  ///< of the coordinates in the inputs
-    UpAxis up = UpAxis::Z;                ///< Y: (x, y, z) of the input becomes (z, x, y)
-    bool dropZeros = false;               ///< reject points at exactly (0, 0, 0) in the input
-    bool dedupe = false;                  ///< keep the first of points at the same local position
-    bool overwrite = false;               ///< replace an existing project
+    LengthUnit unit = LengthUnit::Metre;    ///< of the coordinates in the inputs
+    UpAxis up = UpAxis::Z;                  ///< Y: (x, y, z) of the input becomes (z, x, y)
+    bool dropZeros = false;                 ///< reject points at exactly (0, 0, 0) in the input
+    bool dedupe = false;                    ///< keep the first of points at the same local position
+    bool overwrite = false;                 ///< replace an existing project
+    std::vector<std::string> stationNames;  ///< import the scans of these names; empty: all
     SkeletonSize skeleton = SkeletonSize::TenCentimetres;
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;  ///< resident, whole process, about
     unsigned threads = 0;                                     ///< 0: every core
@@ -47,7 +48,7 @@ using ImportCallback = std::function<bool(const ImportProgress&)>;
 struct ImportedFile {
     CString path;
     std::string format;
-    std::uint64_t points = 0;  ///< read from it, rejected ones included
+    std::uint64_t points = 0;  ///< read from it, rejected ones included, omitted scans not
 };
 
 /// What an import did. read = written + the sum of rejected.
@@ -57,7 +58,7 @@ struct ImportReport {
     std::uint64_t read = 0;
     std::uint64_t written = 0;
     /// Reason -> points: "not a number", "out of range", "zero" (dropZeros), "duplicate" (dedupe),
-    /// "malformed".
+    /// "malformed"; of files that tell: "no return", "invalid", "direction only".
     std::map<std::string, std::uint64_t> rejected;
     std::uint64_t skeletonPoints = 0;
     std::uint32_t stations = 0;
@@ -71,7 +72,9 @@ struct ImportReport {
 
 /// Turns scan files into a project: the project file and its project-files folder, complete.
 ///
-/// Every input is one station, numbered from 0 in the order given. All or nothing: work happens
+/// Every scan is a station, numbered from 0 in the order of the inputs; most formats hold one scan
+/// a file. Where the file tells a pose, its points are brought into the file's frame in double
+/// precision, and the station's files (docs/FORMAT.md) are written. All or nothing: work happens
 /// beside the target and one rename makes the project appear, the project file last; a failed,
 /// cancelled or killed import leaves no project, and an existing one stays whole until then.
 ///

@@ -65,10 +65,7 @@ std::uint64_t CountPoints(const std::vector<SortedRun>& runs) {
 }  // namespace
 
 /// One piece on its way from bytes to a sorted run.
-struct RecordSorter::Job {
-    RawPiece piece;
-    DecodedPiece decoded;
-    std::size_t input = 0;
+struct RecordSorter::Job : StationPiece {
     RawBuffer<AlivePoint> records;
     std::span<AlivePoint> sorted;
     BlockSorter sorter;
@@ -81,17 +78,18 @@ struct RecordSorter::Job {
     SortedRun run;
 };
 
-RecordSorter::RecordSorter(const std::vector<ScanInput>& inputs, const Survey& survey,
-                           const ImportOptions& options, const MemoryPlan& plan, Crew& crew)
+RecordSorter::RecordSorter(const std::vector<ScanInput>& inputs, StationTable& stations,
+                           const Survey& survey, const ImportOptions& options,
+                           const MemoryPlan& plan, Crew& crew)
     : inputs_(inputs),
+      stations_(stations),
       survey_(survey),
       plan_(plan),
       crew_(crew),
       dropZeros_(options.dropZeros),
-      axes_(options.unit, options.up),
-      met_(inputs.size()) {
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        scales_.emplace_back(inputs[i].reader->Info(), survey.inputs[i].range);
+      met_(stations.Count()) {
+    for (std::size_t i = 0; i < stations.Count(); ++i) {
+        scales_.emplace_back(inputs[stations[i].input].reader->Info(), survey.scans[i].range);
     }
 }
 
@@ -106,15 +104,15 @@ void RecordSorter::MakeRecords(Job& job) const {
     job.records.Resize(job.decoded.points.size());
     std::size_t made = 0;
     const SimplePointT<double>& origin = survey_.origin;
-    const AttributeScale& scale = scales_[job.input];
-    const auto station = static_cast<std::uint16_t>(job.input);
+    const AttributeScale& scale = scales_[job.station];
+    const auto station = static_cast<std::uint16_t>(job.station);
     for (const ScanPoint& point : job.decoded.points) {
         const PointFault fault = FaultOf(point, dropZeros_);
         if (fault != PointFault::None) {
             ++(fault == PointFault::Zero ? job.zero : job.notANumber);
             continue;
         }
-        const SimplePointT<double> world = axes_.ToWorld(point.x, point.y, point.z);
+        const SimplePointT<double> world = job.placement.ToWorld(point.x, point.y, point.z);
         if (!InRange(world, origin)) {
             ++job.outOfRange;
             continue;
@@ -144,14 +142,13 @@ Expected<void> RecordSorter::FillPool(SortedCloud& cloud, PieceQueue& queue, boo
     OrderedSteps<Job> steps;
     steps.take = [&](Job& job) -> Expected<bool> {
         if (cloud.pool.IsFull()) return false;
-        Expected<bool> more = queue.Take(job.piece, job.input);
+        Expected<bool> more = queue.Take(job);
         ended = more && !*more;
         return more;
     };
     steps.work = [&](Job& job) -> Expected<void> {
-        if (auto decoded = inputs_[job.input].reader->Decode(job.piece, job.decoded); !decoded) {
-            return decoded;
-        }
+        if (job.station >= scales_.size()) return Changed(inputs_[job.input].path);
+        if (auto decoded = job.Decode(); !decoded) return decoded;
         MakeRecords(job);
         if (job.changed) return Changed(inputs_[job.input].path);
         if (job.records.Size() < plan_.shortPiecePoints) return {};
@@ -167,12 +164,12 @@ Expected<void> RecordSorter::FillPool(SortedCloud& cloud, PieceQueue& queue, boo
 }
 
 Expected<void> RecordSorter::Commit(Job& job, SortedCloud& cloud) {
-    met_[job.input] += job.decoded.points.size();
+    met_[job.station] += job.decoded.points.size();
     if (job.notANumber != 0) cloud.rejected[kNotANumber] += job.notANumber;
     if (job.zero != 0) cloud.rejected[kZero] += job.zero;
     if (job.outOfRange != 0) cloud.rejected[kOutOfRange] += job.outOfRange;
     cloud.checksum += job.checksum;
-    crew_.Meter().Add(job.piece.bytes.size(), job.decoded.points.size());
+    crew_.Meter().Add(job.Bytes(), job.decoded.points.size());
     const std::size_t records = job.records.Size();
     if (records == 0) return {};
     if (cloud.points == 0) cloud.bounds = job.bounds;
@@ -243,14 +240,23 @@ Expected<void> RecordSorter::ReduceRuns(SortedCloud& cloud, const CString& folde
 }
 
 Expected<void> RecordSorter::CheckCounts() const {
-    for (std::size_t i = 0; i < inputs_.size(); ++i) {
-        if (met_[i] != survey_.inputs[i].points) return Changed(inputs_[i].path);
+    for (std::size_t i = 0; i < met_.size(); ++i) {
+        if (met_[i] != survey_.scans[i].points) return Changed(inputs_[stations_[i].input].path);
     }
     return {};
 }
 
+void RecordSorter::CountPointless(SortedCloud& cloud) const {
+    PointlessRecords all;
+    for (const Survey::Scan& scan : survey_.scans) all.Join(scan.pointless);
+    if (all.malformed != 0) cloud.rejected[kMalformed] = all.malformed;
+    if (all.noReturn != 0) cloud.rejected[kNoReturn] = all.noReturn;
+    if (all.invalid != 0) cloud.rejected[kInvalid] = all.invalid;
+    if (all.directionOnly != 0) cloud.rejected[kDirectionOnly] = all.directionOnly;
+}
+
 Expected<void> RecordSorter::Sort(SortedCloud& cloud, const ScratchFolderSource& scratch) {
-    PieceQueue queue(inputs_);
+    PieceQueue queue(inputs_, stations_);
     if (auto rewound = queue.Rewind(); !rewound) return rewound;
     CString folder;
     for (bool ended = false; !ended;) {
@@ -264,9 +270,7 @@ Expected<void> RecordSorter::Sort(SortedCloud& cloud, const ScratchFolderSource&
         }
         if (auto spilled = Spill(cloud, folder); !spilled) return spilled;
     }
-    for (const Survey::Input& input : survey_.inputs) {
-        if (input.malformed != 0) cloud.rejected[kMalformed] += input.malformed;
-    }
+    CountPointless(cloud);
     if (auto counted = CheckCounts(); !counted) return counted;
     if (spilled_.empty()) return {};
     cloud.onDisk = true;

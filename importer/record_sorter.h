@@ -40,7 +40,7 @@ using ScratchFolderSource = std::function<Expected<CString>()>;
 /// Errors   those of readers and files; an input that changed since the survey; Cancelled.
 class RecordSorter {
 public:
-    RecordSorter(const std::vector<ScanInput>& inputs, const Survey& survey,
+    RecordSorter(const std::vector<ScanInput>& inputs, StationTable& stations, const Survey& survey,
                  const ImportOptions& options, const MemoryPlan& plan, Crew& crew);
 
     /// Whether the points are expected to go through the disk.
@@ -58,16 +58,17 @@ private:
     Expected<SortedRun> MergeToDisk(const std::vector<SortedRun>& runs, std::uint64_t blockPoints,
                                     const CString& folder);
     Expected<void> ReduceRuns(SortedCloud& cloud, const CString& folder);
+    void CountPointless(SortedCloud& cloud) const;
     Expected<void> CheckCounts() const;
 
     const std::vector<ScanInput>& inputs_;
+    StationTable& stations_;
     const Survey& survey_;
     const MemoryPlan& plan_;
     Crew& crew_;
     bool dropZeros_;
-    InputAxes axes_;
-    std::vector<AttributeScale> scales_;
-    std::vector<std::uint64_t> met_;  // points decoded, by input
+    std::vector<AttributeScale> scales_;  // by station
+    std::vector<std::uint64_t> met_;      // points decoded, by station
     std::vector<SortedRun> spilled_;
     std::vector<AlivePoint> small_;  // pieces too short to be runs of their own, as they came
     BlockSorter smallSorter_;

@@ -7,13 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "importer/scan_pose.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
 
 namespace orvix::importer {
 
-/// One point as a scan file tells it, before units, axes, origin and attribute ranges are
-/// applied: coordinates in the file's unit and axes, attributes at the file's own scale.
+/// One point as a scan file tells it, before pose, units, axes, origin and attribute ranges are
+/// applied: coordinates in the scan's own frame, the file's unit and axes; attributes at the file's
+/// own scale.
 struct ScanPoint {
     double x = 0;
     double y = 0;
@@ -23,6 +25,13 @@ struct ScanPoint {
     std::uint16_t green = 0;
     std::uint16_t blue = 0;
     std::uint8_t classification = 0;
+};
+
+/// One of the scans that a file consists of: a station of the project.
+struct ScanPart {
+    std::string name;              ///< UTF-8; empty where the file tells none
+    std::optional<ScanPose> pose;  ///< of the scanner, in the file's frame; unset: not told
+    std::optional<AffineMap> map;  ///< from points to the file's frame; unset: they are in it
 };
 
 /// What a file's header tells.
@@ -35,6 +44,9 @@ struct ScanInfo {
     /// Set where the format fixes the colour scale: 8 (0..255) or 16 (0..65535). Unset where
     /// writers use either (LAS): the largest value met decides.
     std::optional<int> colourBits;
+    /// In file order. A format whose scans follow each other without a table appends them as `Next`
+    /// meets them; after a pass they are complete.
+    std::vector<ScanPart> scans = {ScanPart{}};
 };
 
 /// A piece of a file: whole records or lines, cut but not yet understood.
@@ -42,15 +54,34 @@ struct RawPiece {
     std::uint64_t fileOffset = 0;   ///< where the piece's first byte stands in the file
     std::uint64_t firstRecord = 0;  ///< number of its first record or line, for messages
     std::uint64_t records = 0;      ///< whole records in it; 0 where only decoding can tell
+    std::size_t scan = 0;           ///< which of the file's scans it belongs to
+    /// How much of `FileBytes` it stands for; 0: as much as `bytes` holds.
+    std::uint64_t fileBytes = 0;
     std::vector<std::uint8_t> bytes;
 };
 
-/// The points of a piece. `malformed` counts the records or lines that could not be understood
-/// (a line whose coordinate is no number); the import reports them as rejected. Coordinates may
-/// be not-a-number or infinite.
-struct DecodedPiece {
+/// Records that hold no point, by reason; the import reports them as rejected.
+struct PointlessRecords {
+    std::uint64_t malformed = 0;      ///< not understood: a line whose coordinate is no number
+    std::uint64_t noReturn = 0;       ///< a direction in which the scanner met nothing
+    std::uint64_t invalid = 0;        ///< marked as invalid by the file
+    std::uint64_t directionOnly = 0;  ///< marked as a direction without a distance
+
+    [[nodiscard]] std::uint64_t Total() const {
+        return malformed + noReturn + invalid + directionOnly;
+    }
+    void Join(const PointlessRecords& other) {
+        malformed += other.malformed;
+        noReturn += other.noReturn;
+        invalid += other.invalid;
+        directionOnly += other.directionOnly;
+    }
+};
+
+/// The points of a piece, and how many of its records hold none. Coordinates may be not-a-number
+/// or infinite.
+struct DecodedPiece : PointlessRecords {
     std::vector<ScanPoint> points;
-    std::uint64_t malformed = 0;
 };
 
 /// Reads one scan file in two steps, so that any format can be decoded on every core: `Next`
@@ -63,7 +94,9 @@ struct DecodedPiece {
 ///
 /// Order    pieces come in file order, points in record order.
 /// Boundaries a piece may be empty (a stretch of the file without points was skipped, and the
-///            caller gets the chance to stop); `Decode` replaces what `decoded` held.
+///            caller gets the chance to stop); a piece belongs to one scan, and scans come in
+///            order. The caller hands in pieces with `scan` and `fileBytes` zero and decoded
+///            pieces without counts; `Decode` replaces the points that `decoded` held.
 /// Errors   BadInput with file, byte or line, numbers, and what to do; a file that ends before
 ///          its declared points do is such an error, not a short read.
 /// Threads  `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
@@ -73,7 +106,10 @@ class ScanReader {
 public:
     virtual ~ScanReader() = default;
     [[nodiscard]] virtual const ScanInfo& Info() const = 0;
+    /// What a pass reads, for progress: as a rule the file's size.
     [[nodiscard]] virtual std::uint64_t FileBytes() const = 0;
+    /// Tells that a scan's pieces are not wanted; readers that can skip them do.
+    virtual void Omit(std::size_t /*scan*/) {}
     /// False at the end of the file.
     virtual Expected<bool> Next(RawPiece& piece) = 0;
     virtual Expected<void> Decode(const RawPiece& piece, DecodedPiece& decoded) const = 0;

@@ -26,10 +26,7 @@ struct Box {
 };
 
 /// One piece and what it tells.
-struct SurveyJob {
-    RawPiece piece;
-    DecodedPiece decoded;
-    std::size_t input = 0;
+struct SurveyJob : StationPiece {
     std::uint64_t usable = 0;
     AttributeRange range;
     Box box;
@@ -55,7 +52,7 @@ double MedianAlong(SurveyJob& job, double SimplePointT<double>::*axis) {
     return *middle;
 }
 
-void Examine(SurveyJob& job, const InputAxes& axes, bool dropZeros) {
+void Examine(SurveyJob& job, bool dropZeros) {
     job.usable = 0;
     job.range = {};
     job.box = {};
@@ -64,7 +61,7 @@ void Examine(SurveyJob& job, const InputAxes& axes, bool dropZeros) {
         if (FaultOf(point, dropZeros) != PointFault::None) continue;
         ++job.usable;
         job.range.Add(point);
-        const SimplePointT<double> world = axes.ToWorld(point.x, point.y, point.z);
+        const SimplePointT<double> world = job.placement.ToWorld(point.x, point.y, point.z);
         if (!IsPlausible(world)) continue;
         job.box.Add(world);
         job.positions.push_back(world);
@@ -98,9 +95,8 @@ float LargestMagnitude(const ExtendsT<float>& bounds) {
 }  // namespace
 
 std::uint64_t Survey::Read() const {
-    return std::accumulate(
-        inputs.begin(), inputs.end(), std::uint64_t{0},
-        [](std::uint64_t sum, const Input& input) { return sum + input.points + input.malformed; });
+    return std::accumulate(scans.begin(), scans.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const Scan& scan) { return sum + scan.Read(); });
 }
 
 Expected<void> PieceQueue::Rewind() {
@@ -111,45 +107,66 @@ Expected<void> PieceQueue::Rewind() {
     return {};
 }
 
-Expected<bool> PieceQueue::Take(RawPiece& piece, std::size_t& input) {
-    for (; current_ < inputs_.size(); ++current_) {
-        Expected<bool> more = inputs_[current_].reader->Next(piece);
+Expected<bool> PieceQueue::TakeFrom(std::size_t input, StationPiece& next) {
+    ScanReader& reader = *inputs_[input].reader;
+    for (;;) {
+        if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
+        next.piece.scan = 0;
+        next.piece.fileBytes = 0;
+        Expected<bool> more = reader.Next(next.piece);
         if (!more) return more;
-        input = current_;
-        if (*more) return true;
+        if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
+        if (!*more) return false;
+        const auto station = stations_.Find(input, next.piece.scan);
+        if (!station) continue;
+        next.input = input;
+        next.station = *station;
+        next.reader = &reader;
+        next.placement = stations_[*station].placement;
+        return true;
+    }
+}
+
+Expected<bool> PieceQueue::Take(StationPiece& next) {
+    for (; current_ < inputs_.size(); ++current_) {
+        Expected<bool> more = TakeFrom(current_, next);
+        if (!more || *more) return more;
     }
     return false;
 }
 
 Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
-                             Crew& crew) {
+                             StationTable& stations, Crew& crew) {
     Survey survey;
-    survey.inputs.resize(inputs.size());
-    const InputAxes axes(options.unit, options.up);
-    PieceQueue queue(inputs);
+    PieceQueue queue(inputs, stations);
     Box box;
     std::vector<WeightedPosition> medians;
     OrderedSteps<SurveyJob> steps;
-    steps.take = [&](SurveyJob& job) { return queue.Take(job.piece, job.input); };
+    steps.take = [&](SurveyJob& job) { return queue.Take(job); };
     steps.work = [&](SurveyJob& job) -> Expected<void> {
-        auto decoded = inputs[job.input].reader->Decode(job.piece, job.decoded);
-        if (decoded) Examine(job, axes, options.dropZeros);
+        auto decoded = job.Decode();
+        if (decoded) Examine(job, options.dropZeros);
         return decoded;
     };
     steps.commit = [&](SurveyJob& job) -> Expected<void> {
-        Survey::Input& input = survey.inputs[job.input];
-        input.points += job.decoded.points.size();
-        input.malformed += job.decoded.malformed;
-        input.range.Join(job.range);
+        if (survey.scans.size() <= job.station) survey.scans.resize(job.station + 1);
+        Survey::Scan& scan = survey.scans[job.station];
+        scan.points += job.decoded.points.size();
+        scan.pointless.Join(job.decoded);
+        scan.range.Join(job.range);
         survey.usable += job.usable;
         if (job.placed != 0) {
             box.Join(job.box);
             medians.push_back({job.median, job.placed});
         }
-        crew.Meter().Add(job.piece.bytes.size(), job.decoded.points.size());
+        crew.Meter().Add(job.Bytes(), job.decoded.points.size());
         return {};
     };
     if (auto done = RunInOrder(crew, steps); !done) return tl::unexpected<Error>(done.error());
+    survey.scans.resize(stations.Count());
+    if (auto chosen = stations.RequireChosen(); !chosen) {
+        return tl::unexpected<Error>(chosen.error());
+    }
     if (medians.empty()) return survey;
     survey.origin = ChooseOrigin(medians);
     const ExtendsT<float> bounds = LocalBounds(box, survey.origin);

@@ -14,20 +14,18 @@
 #include "importer/grid_key.h"
 #include "importer/import.h"
 #include "importer/scan_reader.h"
+#include "importer/station_table.h"
 
 namespace orvix::importer {
-
-/// An input of an import: its path for messages and its open reader. Input i is station i.
-struct ScanInput {
-    CString path;
-    std::unique_ptr<ScanReader> reader;
-};
 
 /// Reasons for which a point is left out, as they are reported.
 inline constexpr const char* kNotANumber = "not a number";
 inline constexpr const char* kOutOfRange = "out of range";
 inline constexpr const char* kZero = "zero";
 inline constexpr const char* kMalformed = "malformed";
+inline constexpr const char* kNoReturn = "no return";
+inline constexpr const char* kInvalid = "invalid";
+inline constexpr const char* kDirectionOnly = "direction only";
 inline constexpr const char* kDuplicate = "duplicate";
 
 using Rejections = std::map<std::string, std::uint64_t>;
@@ -45,12 +43,14 @@ inline PointFault FaultOf(const ScanPoint& point, bool dropZeros) {
 
 /// What the first pass over the inputs learned.
 struct Survey {
-    struct Input {
+    struct Scan {
         std::uint64_t points = 0;  ///< decoded, rejected ones included
-        std::uint64_t malformed = 0;
+        PointlessRecords pointless;
         AttributeRange range;
+
+        [[nodiscard]] std::uint64_t Read() const { return points + pointless.Total(); }
     };
-    std::vector<Input> inputs;
+    std::vector<Scan> scans;   ///< by station
     std::uint64_t usable = 0;  ///< points that no reason rejects, their place aside
     SimplePointT<double> origin;
     GridFrame frame;         ///< around the local coordinates of the points in range
@@ -59,26 +59,51 @@ struct Survey {
     [[nodiscard]] std::uint64_t Read() const;
 };
 
-/// Reads every input once: counts, ranges, bounds, and where the origin lies.
+/// Reads every input once: its stations, counts, ranges, bounds, and where the origin lies.
 ///
 /// Order    what pieces tell is joined in their order, so the result is the same at any number
 ///          of threads.
 /// Errors   those of the readers; Cancelled.
 Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
-                             Crew& crew);
+                             StationTable& stations, Crew& crew);
 
-/// Hands out the pieces of all inputs, one after the other.
+/// A piece, what it decodes to, and the station that it belongs to.
+struct StationPiece {
+    RawPiece piece;
+    DecodedPiece decoded;
+    std::size_t input = 0;
+    std::size_t station = 0;
+    const ScanReader* reader = nullptr;
+    PointPlacement placement;
+
+    Expected<void> Decode() {
+        static_cast<PointlessRecords&>(decoded) = {};
+        return reader->Decode(piece, decoded);
+    }
+    /// How far it brings a pass.
+    [[nodiscard]] std::uint64_t Bytes() const {
+        return piece.fileBytes != 0 ? piece.fileBytes : piece.bytes.size();
+    }
+};
+
+/// Hands out the pieces of all inputs, one after the other, and enters the scans that it meets into
+/// the table of stations.
 class PieceQueue {
 public:
-    explicit PieceQueue(const std::vector<ScanInput>& inputs) : inputs_(inputs) {}
+    PieceQueue(const std::vector<ScanInput>& inputs, StationTable& stations)
+        : inputs_(inputs), stations_(stations) {}
 
     /// Rewinds every reader.
     Expected<void> Rewind();
-    /// The next piece and the number of its input; false after the last.
-    Expected<bool> Take(RawPiece& piece, std::size_t& input);
+    /// The next piece of a station, with what is needed to decode and place it; false after the
+    /// last.
+    Expected<bool> Take(StationPiece& next);
 
 private:
+    Expected<bool> TakeFrom(std::size_t input, StationPiece& next);
+
     const std::vector<ScanInput>& inputs_;
+    StationTable& stations_;
     std::size_t current_ = 0;
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/project/project_check.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include "orvix/project/check_skeleton.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
+#include "orvix/project/station_files.h"
 #include "orvix/project/transform_file.h"
 
 namespace orvix {
@@ -103,12 +105,24 @@ void CheckHistograms(CheckLog& log, const ProjectManager& paths, std::uint64_t p
     }
 }
 
+// A point's station has 16 bits; a head file that tells more is a fault of its own.
+constexpr std::uint32_t kMostStations = 65'536;
+
+void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t stations) {
+    std::vector<StationFault> faults;
+    for (std::uint32_t i = 0; i < std::min(stations, kMostStations); ++i) {
+        ReadStationFiles(paths, static_cast<int>(i), faults);
+    }
+    for (const StationFault& fault : faults) log.Add(fault.file, "{}", fault.what);
+}
+
 void CheckFiles(CheckLog& log, ProjectManager& paths) {
     CheckSettings(log, paths.projectFile);
     const CLOUD_HEADER head = CheckHead(log, paths.headFile);
     if (const auto frame = ReadTransform(paths.transformFile); !frame) {
         log.Add(paths.transformFile, "{}", frame.error().message);
     }
+    CheckStations(log, paths, head.stationCount);
     const detail::GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
     detail::CheckGrid(log, grid, paths.headFile, head);
     if (!log.Cancelled()) detail::CheckSkeleton(log, paths, grid, head);

@@ -23,6 +23,7 @@ public:
             if (!allowed) return tl::unexpected<Error>(allowed.error());
         }
         piece.firstRecord = next_;
+        if (scan_.piecesAScan != 0) piece.scan = next_ / scan_.pointsAPiece / scan_.piecesAScan;
         piece.records = std::min(scan_.pointsAPiece, scan_.points.size() - next_);
         piece.bytes.resize(piece.records * kPointBytes);
         next_ += piece.records;

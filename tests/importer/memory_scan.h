@@ -15,6 +15,7 @@ struct MemoryScan {
     std::vector<ScanPoint> points;
     ScanInfo info{"memory", {}, true, true, true, {}};
     std::size_t pointsAPiece = 1000;
+    std::size_t piecesAScan = 0;  ///< 0: all pieces belong to the first of info.scans
     std::uint64_t malformedAPiece = 0;
     /// Called before each piece is handed out with the number of the pass (0: the first) and of
     /// the piece; an error ends the reading with it.

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/station_files.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include "orvix/platform/file.h"
+#include "orvix/platform/path.h"
+
+namespace orvix {
+namespace {
+
+using Faults = std::vector<StationFault>;
+
+/// Reads a whole file whose size `faultOf` accepts; false where there is none or it is faulty.
+template <class FaultOf>
+bool ReadWhole(const CString& path, Faults& faults, std::string& bytes, const FaultOf& faultOf) {
+    if (!platform::PathExists(path)) return false;
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    const std::uint64_t size = error ? 0 : file.Size();
+    const std::string fault = error ? "cannot be read: " + error.message() : faultOf(size);
+    if (!fault.empty()) {
+        faults.push_back({path, fault});
+        return false;
+    }
+    bytes.resize(static_cast<std::size_t>(size));
+    const std::size_t read = file.ReadAt(0, bytes.data(), bytes.size(), error);
+    if (read == bytes.size() && !error) return true;
+    faults.push_back({path, "cannot be read: " + error.message()});
+    return false;
+}
+
+template <class Value, std::size_t N>
+bool ReadValues(const CString& path, Faults& faults, std::array<Value, N>& values) {
+    std::string bytes;
+    const bool read = ReadWhole(path, faults, bytes, [](std::uint64_t size) {
+        if (size == sizeof(values)) return std::string();
+        return fmt::format("holds {} bytes instead of {}", size, sizeof(values));
+    });
+    if (read) std::memcpy(values.data(), bytes.data(), bytes.size());
+    return read;
+}
+
+template <std::size_t N>
+bool AllFinite(const std::array<double, N>& values) {
+    return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+void ReadPosition(const CString& path, Faults& faults, StationFiles& station) {
+    std::array<double, 3> p{};
+    if (!ReadValues(path, faults, p)) return;
+    if (AllFinite(p)) {
+        station.position = SimplePointT<double>{p[0], p[1], p[2]};
+    } else {
+        faults.push_back({path, fmt::format("tells the position ({}, {}, {})", p[0], p[1], p[2])});
+    }
+}
+
+void ReadOrientation(const CString& path, Faults& faults, StationFiles& station) {
+    std::array<double, 4> turn{};
+    if (!ReadValues(path, faults, turn)) return;
+    const double length = std::sqrt(turn[0] * turn[0] + turn[1] * turn[1] + turn[2] * turn[2]);
+    if (AllFinite(turn) && std::fabs(length - 1) <= kUnitTolerance) {
+        station.orientation = turn;
+        return;
+    }
+    faults.push_back(
+        {path, fmt::format("tells a turn by {} about ({}, {}, {}), which is no axis of "
+                           "length 1",
+                           turn[3], turn[0], turn[1], turn[2])});
+}
+
+void ReadIntensities(const CString& path, Faults& faults, StationFiles& station) {
+    std::array<std::int16_t, 2> range{};
+    if (!ReadValues(path, faults, range)) return;
+    if (range[0] <= range[1]) {
+        station.intensities = range;
+    } else {
+        faults.push_back(
+            {path, fmt::format("tells intensities from {} to {}", range[0], range[1])});
+    }
+}
+
+void ReadName(const CString& path, Faults& faults, StationFiles& station) {
+    std::string name;
+    const bool read = ReadWhole(path, faults, name, [](std::uint64_t size) {
+        if (size <= kStationNameBytes) return std::string();
+        return fmt::format("holds {} bytes, more than the {} of a name", size, kStationNameBytes);
+    });
+    if (read) station.name = std::move(name);
+}
+
+}  // namespace
+
+StationPaths StationPathsOf(const ProjectManager& project, int station) {
+    const auto path = [&](const wchar_t* ending) {
+        return platform::JoinPath(project.scanposFolder,
+                                  L"station_" + std::to_wstring(station) + ending);
+    };
+    return {path(L".pos"), path(L".orientation"), path(L".intens"), path(L".name")};
+}
+
+StationFiles ReadStationFiles(const ProjectManager& project, int station,
+                              std::vector<StationFault>& faults) {
+    const StationPaths paths = StationPathsOf(project, station);
+    StationFiles files;
+    ReadPosition(paths.position, faults, files);
+    ReadOrientation(paths.orientation, faults, files);
+    ReadIntensities(paths.intensities, faults, files);
+    ReadName(paths.name, faults, files);
+    return files;
+}
+
+}  // namespace orvix
