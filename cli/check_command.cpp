@@ -38,19 +38,16 @@ std::string TextOf(const CheckReport& report, const std::string& project) {
     return text;
 }
 
-// A damaged settings record is a finding of the check, so of what the gate refuses only a lost
-// project-files folder ends it here.
 Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) {
-    const Expected<CString> gate = RequireProject(project);
-    if (!gate && gate.error().code == ErrorCode::Damaged)
-        return tl::unexpected<Error>(gate.error());
+    const Expected<CString> path = RequireProject(project, CutRecord::Taken);
+    if (!path) return tl::unexpected<Error>(path.error());
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     CheckOptions options;
     options.progress = [&progress](double fraction) {
         progress.Report({"checking", fraction, 0, 0, -1});
         return !platform::Interrupted();
     };
-    const Expected<CheckReport> report = CheckProject(platform::FromUtf8(project), options);
+    const Expected<CheckReport> report = CheckProject(*path, options);
     progress.Finish();
     if (!report) return tl::unexpected<Error>(report.error());
     return Outcome{JsonOf(*report), TextOf(*report, project),

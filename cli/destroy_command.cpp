@@ -46,11 +46,13 @@ Outcome OutcomeOf(const std::string& project, const std::vector<std::string>& re
 Expected<Outcome> RunDestroy(const std::string& argument) {
     const Expected<CString> project = RequireProject(argument);
     if (!project) return tl::unexpected<Error>(project.error());
-    // Only a complete project is destroyed: the same test that opening makes.
     CString folder;
     {
+        // Only a complete project is destroyed, the one that the library would open.
         auto opened = OpenProject::Open(*project);
         if (!opened) return tl::unexpected<Error>(opened.error());
+        if (auto writable = (*opened)->RequireWritable(); !writable)
+            return tl::unexpected<Error>(writable.error());
         folder = (*opened)->Manager().projectFilesFolder;
     }
     ProjectManager manager;

@@ -2,37 +2,36 @@
 #include "cli/open_project.h"
 
 #include <fmt/format.h>
+#include <array>
 
 #include "cli/project_gate.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/project/project_paths.h"
 
 namespace orvix::cli {
 
 namespace {
 
-// ProjectManager tells that a file is missing or read-only; a user wants to know which one.
-tl::unexpected<Error> WhyNotOpened(const ProjectManager& manager) {
-    const CString* const needed[] = {
-        &manager.viewGridDtv,        &manager.viewGridLv, &manager.viewEntriesDtv,
-        &manager.projectFile,        &manager.headFile,   &manager.gridSkeletDataPts,
-        &manager.gridSkeletCoordPts, &manager.gridIdx,    &manager.gridPts};
-    for (const CString* path : needed)
-        if (!platform::PathExists(*path))
+// What ProjectManager asks a complete project for.
+std::array<const CString*, 9> NeededFiles(const ProjectManager& manager) {
+    return {&manager.viewGridDtv,        &manager.viewGridLv, &manager.viewEntriesDtv,
+            &manager.projectFile,        &manager.headFile,   &manager.gridSkeletDataPts,
+            &manager.gridSkeletCoordPts, &manager.gridIdx,    &manager.gridPts};
+}
+
+Expected<void> RequireReadable(const ProjectManager& manager) {
+    for (const CString* path : NeededFiles(manager)) {
+        std::error_code error;
+        platform::File::OpenRead(*path, error);
+        if (!error) continue;
+        if (!platform::PathExists(*path) || platform::IsFolder(*path))
             return Fail(
                 ErrorCode::Damaged,
                 fmt::format("{} is missing; put it back, or import the scans again", Shown(*path)));
-    for (const CString* path : needed) {
-        std::error_code error;
-        platform::File::OpenReadWrite(*path, error);
-        if (error)
-            return FailSystem(error, Shown(*path) +
-                                         " cannot be opened for reading and writing, as a project "
-                                         "must be; check its permissions");
+        return FailSystem(error, Shown(*path) + " cannot be opened; check its permissions");
     }
-    return Fail(ErrorCode::Failure,
-                fmt::format("{} could not be opened: {}", Shown(manager.projectFile),
-                            platform::ToUtf8(manager.errorText)));
+    return {};
 }
 
 }  // namespace
@@ -40,7 +39,11 @@ tl::unexpected<Error> WhyNotOpened(const ProjectManager& manager) {
 Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project) {
     std::unique_ptr<OpenProject> opened(new OpenProject);
     ProjectManager& manager = opened->manager_;
-    if (!manager.Open(project)) return WhyNotOpened(manager);
+    detail::BuildPaths(manager, project);
+    if (auto readable = RequireReadable(manager); !readable)
+        return tl::unexpected<Error>(readable.error());
+    manager.GetProjectSettings(&manager.projectSettings);
+    manager.GetCloudHeader(&manager.cloudHeader);
     opened->core_.Open(manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.gridPts,
                        manager.LASScale(manager.cloudHeader.scale), manager.grid1000cmIdx,
                        manager.grid10cmIdx, manager.grid1to10cmIdx, manager.gridIdx);
@@ -48,10 +51,18 @@ Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project)
     return Fail(ErrorCode::Failure, Shown(project) + ": its point files could not be opened");
 }
 
+Expected<void> OpenProject::RequireWritable() const {
+    for (const CString* path : NeededFiles(manager_)) {
+        std::error_code error;
+        platform::File::OpenReadWrite(*path, error);
+        if (error)
+            return FailSystem(error, Shown(*path) + " may not be written; check its permissions");
+    }
+    return {};
+}
+
 OpenProject::~OpenProject() {
     core_.Close();
-    manager_.aliveReader.reset();
-    manager_.Close();
 }
 
 }  // namespace orvix::cli

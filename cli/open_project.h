@@ -10,14 +10,19 @@
 
 namespace orvix::cli {
 
-/// A project opened the way a host opens it: ProjectManager::Open, then CProjectCore with its
-/// paths. Closes both at its end; readers must be gone by then.
+/// A project opened for reading: ProjectManager with its paths, settings and header, CProjectCore
+/// with its point files. Closes them at its end; readers must be gone by then.
 ///
-/// Errors   Damaged for a missing file, Failure for one that may not be written (a project is
-///          opened for its host to change), each naming the file.
+/// ProjectManager::Open is for hosts: it makes the folders that are missing, writes the note in the
+/// station folder and asks for leave to write. The command creates and changes nothing here, so a
+/// project on a read-only disk will do, and a verb that is refused has left no trace.
+///
+/// Errors   Damaged for a missing file, Failure for one that may not be read, each naming the file.
 class OpenProject {
 public:
     static Expected<std::unique_ptr<OpenProject>> Open(const CString& project);
+    /// Whether a host could open it too: every file that a project needs may be written.
+    [[nodiscard]] Expected<void> RequireWritable() const;
     ~OpenProject();
     OpenProject(const OpenProject&) = delete;
     OpenProject& operator=(const OpenProject&) = delete;

@@ -2,36 +2,50 @@
 #include "cli/project_gate.h"
 
 #include <fmt/format.h>
-#include <array>
-#include <cstring>
 
-#include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
+#include "orvix/project/project_settings_file.h"
 
 namespace orvix::cli {
 
 namespace {
 
-// Bytes of a settings record of each version; later versions only append.
-constexpr std::array<std::uint64_t, kSettingsVersion + 1> kRecordBytes{
-    0, 204, 204, 204, 204, 210, 218, 250, 254, 262, 270, 302, 310, 322};
+using detail::SettingsRecord;
 
-Expected<void> RequireSettingsRecord(const CString& path) {
-    std::error_code error;
-    const platform::File file = platform::File::OpenRead(path, error);
-    if (error) return FailSystem(error, Shown(path) + " cannot be opened");
-    std::int32_t version = 0;
-    const std::size_t got = file.ReadAt(0, &version, sizeof version, error);
-    if (error) return FailSystem(error, Shown(path) + " cannot be read");
-    const bool known = got == sizeof version && version >= 1 && version <= kSettingsVersion;
-    if (known && file.Size() >= kRecordBytes[static_cast<std::size_t>(version)]) return {};
-    return Fail(
-        ErrorCode::BadInput,
-        fmt::format("{} is not a project: its {} bytes hold no settings record of version 1 "
-                    "to {}; name the .prj file that 'orvix import' made",
-                    Shown(path), file.Size(), kSettingsVersion));
+Expected<void> RequireFile(const CString& path) {
+    if (!platform::PathExists(path))
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} does not exist; check the name, or make it with 'orvix import'",
+                                Shown(path)));
+    if (platform::IsFolder(path))
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} is a folder; name the project file, which ends in .prj and "
+                                "lies beside the project-files folder",
+                                Shown(path)));
+    return {};
+}
+
+Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecord cut) {
+    ProjectManager paths;
+    detail::BuildPaths(paths, path);
+    const bool hasFolder = platform::IsFolder(paths.projectFilesFolder);
+    if (record == SettingsRecord::Foreign || (record == SettingsRecord::Cut && !hasFolder))
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} is not a project: it holds no settings record of version 1 to "
+                                "{}; name the .prj file that 'orvix import' made",
+                                Shown(path), kSettingsVersion));
+    if (!hasFolder)
+        return Fail(ErrorCode::Damaged,
+                    fmt::format("{} has lost its project-files folder {}; put the folder back "
+                                "beside it, or import the scans again",
+                                Shown(path), Shown(paths.projectFilesFolder)));
+    if (record == SettingsRecord::Whole || cut == CutRecord::Taken) return {};
+    return Fail(ErrorCode::Damaged,
+                fmt::format("{} is cut short: its settings record is not whole; 'orvix check' "
+                            "lists every fault, and importing the scans again mends them",
+                            Shown(path)));
 }
 
 }  // namespace
@@ -40,26 +54,13 @@ std::string Shown(const CString& path) {
     return platform::ToUtf8(path);
 }
 
-Expected<CString> RequireProject(const std::string& argument) {
+Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
     const CString path = platform::FromUtf8(argument);
-    if (!platform::PathExists(path))
-        return Fail(ErrorCode::BadInput,
-                    fmt::format("{} does not exist; check the name, or make it with 'orvix import'",
-                                argument));
-    if (platform::IsFolder(path))
-        return Fail(ErrorCode::BadInput,
-                    fmt::format("{} is a folder; name the project file, which ends in .prj and "
-                                "lies beside the project-files folder",
-                                argument));
-    if (auto record = RequireSettingsRecord(path); !record)
-        return tl::unexpected<Error>(record.error());
-    ProjectManager paths;
-    detail::BuildPaths(paths, path);
-    if (!platform::IsFolder(paths.projectFilesFolder))
-        return Fail(ErrorCode::Damaged,
-                    fmt::format("{} has lost its project-files folder {}; put the folder back "
-                                "beside it, or import the scans again",
-                                argument, Shown(paths.projectFilesFolder)));
+    if (auto there = RequireFile(path); !there) return tl::unexpected<Error>(there.error());
+    const auto record = detail::ExamineSettingsFile(path);
+    if (!record) return tl::unexpected<Error>(record.error());
+    if (auto whole = RequireParts(path, *record, cut); !whole)
+        return tl::unexpected<Error>(whole.error());
     return path;
 }
 

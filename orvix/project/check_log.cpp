@@ -5,6 +5,21 @@
 
 namespace orvix::detail {
 
+void CheckLog::CannotRead(const CString& file, std::error_code cause) {
+    const bool absent = cause == std::errc::no_such_file_or_directory ||
+                        cause == std::errc::not_a_directory || cause == std::errc::is_a_directory ||
+                        cause == std::errc::invalid_seek;
+    if (absent) return Add(file, "cannot be read: {}", cause.message());
+    Refuse(FailSystem(cause, platform::ToUtf8(file) +
+                                 " cannot be read; check its permissions and its disk")
+               .value());
+}
+
+void CheckLog::Refuse(Error refusal) {
+    if (!refusal_) refusal_ = std::move(refusal);
+    cancelled_ = true;
+}
+
 bool CheckLog::Advance(std::uint64_t bytes) {
     doneBytes_ += bytes;
     if (cancelled_ || !options_.progress) return !cancelled_;

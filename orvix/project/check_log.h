@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -22,7 +24,8 @@ inline constexpr std::uint64_t kCheckBlock = 65'536;
 ///
 /// Order    as found; of one kind (one format text in one file) the first three are listed, and
 ///          the third says how many more there are.
-/// Errors   progress asked to stop: `Cancelled`, and loops end at their next block.
+/// Errors   progress asked to stop, or the system refused a file: `Cancelled`, and loops end at
+///          their next block.
 class CheckLog {
 public:
     explicit CheckLog(const CheckOptions& options) : options_(options) {}
@@ -37,9 +40,16 @@ public:
             {platform::ToUtf8(file), fmt::format(what, std::forward<Args>(args)...)});
     }
 
+    /// A file that cannot be opened or read. One that is not there, or is no file, is a fault of
+    /// the project; what the system refuses says nothing about the project and ends the check.
+    void CannotRead(const CString& file, std::error_code cause);
+    void Refuse(Error refusal);
+    /// What the system refused, if anything.
+    [[nodiscard]] const std::optional<Error>& Refusal() const { return refusal_; }
+
     /// Announces the bytes that `Advance` will tell of.
     void Expect(std::uint64_t bytes) { expectedBytes_ += bytes; }
-    /// False when the caller asked to stop.
+    /// False when the check is to end.
     bool Advance(std::uint64_t bytes);
     [[nodiscard]] bool Cancelled() const { return cancelled_; }
 
@@ -63,6 +73,7 @@ private:
     const CheckOptions& options_;
     CheckReport report_;
     std::vector<Kind> kinds_;
+    std::optional<Error> refusal_;
     std::uint64_t expectedBytes_ = 0;
     std::uint64_t doneBytes_ = 0;
     bool cancelled_ = false;

@@ -30,7 +30,7 @@ public:
         file_ = platform::MappedFile::Open(path, error);
         open_ = !error;
         if (error) {
-            log.Add(path, "cannot be opened: {}", error.message());
+            log.CannotRead(path, error);
         } else if (file_.Size() % sizeof(Record) != 0) {
             log.Add(path, "holds {} bytes, which is no whole number of {}-byte records",
                     file_.Size(), sizeof(Record));

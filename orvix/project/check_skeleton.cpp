@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "orvix/project/check_skeleton_data.h"
 #include "orvix/project/view_records.h"
 
 namespace orvix::detail {
@@ -185,6 +186,8 @@ void CheckSkeleton(CheckLog& log, const ProjectManager& paths, const GridFiles& 
     const bool finite = AllHaveCells(log, points);
     if (finite) CheckVoxels(log, grid, points, head.scale);
     CheckView(log, view, grid, points, finite);
+    if (log.Cancelled() || !finite || !data.IsOpen() || !grid.points.IsOpen()) return;
+    CheckSkeletonData(log, {points, data, view.cells}, grid);
 }
 
 }  // namespace orvix::detail

@@ -6,7 +6,8 @@
 namespace orvix::detail {
 
 /// Checks the skeleton: the header's count against the two skeleton files, every coordinate
-/// against the cell whose run holds it, and the view files against the skeleton and the grid.
+/// against the cell whose run holds it, the view files against the skeleton and the grid, and each
+/// point with its data against the cloud's points.
 void CheckSkeleton(CheckLog& log, const ProjectManager& paths, const GridFiles& grid,
                    const CLOUD_HEADER& head);
 

@@ -34,7 +34,7 @@ std::vector<std::uint8_t> ReadStart(CheckLog& log, const CString& path, std::siz
         size = file.Size();
         read = file.ReadAt(0, start.data(), start.size(), error);
     }
-    if (error) log.Add(path, "cannot be read: {}", error.message());
+    if (error) log.CannotRead(path, error);
     start.resize(read);
     return start;
 }
@@ -120,10 +120,12 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
     CheckSettings(log, paths.projectFile);
     const CLOUD_HEADER head = CheckHead(log, paths.headFile);
     if (const auto frame = ReadTransform(paths.transformFile); !frame) {
+        if (frame.error().code != ErrorCode::Damaged) return log.Refuse(frame.error());
         log.Add(paths.transformFile, "{}", frame.error().message);
     }
     CheckStations(log, paths, head.stationCount);
     const detail::GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
+    log.Expect(grid.points.Bytes());  // the skeleton is held against them once more
     detail::CheckGrid(log, grid, paths.headFile, head);
     if (!log.Cancelled()) detail::CheckSkeleton(log, paths, grid, head);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
@@ -138,6 +140,7 @@ Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOption
     }
     CheckLog log(options);
     CheckFiles(log, paths);
+    if (log.Refusal()) return tl::unexpected(*log.Refusal());
     if (log.Cancelled()) return Fail(ErrorCode::Cancelled, "the check was cancelled");
     return log.Finish();
 }

@@ -45,16 +45,19 @@ struct CheckOptions {
 /// - every alive point is finite and lies in the 100 cm cell and 10 cm cell whose runs hold it;
 /// - skeleton and view files agree with each other and with the grid, cell by cell; a skeleton of
 ///   10 cm or 1 m has one point for each occupied cell of that size;
+/// - every skeleton point is one of the cloud's points, and its data record tells that point's
+///   intensity, colour, class and station (not its DCLC pair, which a host sets in either file);
 /// - the histograms' bins ascend and their counts sum up to the points.
 ///
 /// Boundaries a project whose scale is 1.0 or more has no 10 cm level, and its files are not asked
 ///            for. Of many faults of one kind in one file three are listed and the rest counted.
-/// Errors     BadInput when there is no such project, Cancelled, Failure when the system refuses.
-///            Damage of any sort is a fault in the report, never an error or a crash.
+/// Errors     BadInput when there is no such project, Cancelled, Failure when the system refuses to
+///            read a file that is there. Damage of any sort is a fault in the report, never an
+///            error or a crash.
 /// Threads    any number of checks at once, each on one thread.
-/// Cost       points are read once, in file order, through mapped views, the small files twice:
-///            about the time that reading them takes. No memory grows with the project. A project
-///            must not be cut short by another process meanwhile.
+/// Cost       points are read twice, in file order, through mapped views, the small files too. No
+///            memory grows with the project. A project must not be cut short by another process
+///            meanwhile.
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options = {});
 
 }  // namespace orvix

@@ -5,7 +5,10 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <system_error>
 #include <type_traits>
+
+#include "orvix/platform/file.h"
 
 namespace orvix::detail {
 namespace {
@@ -149,6 +152,22 @@ std::uint64_t SettingsBytesOfVersion(std::int32_t version) {
         if (IsLacking(version, field)) return field.fileOffset;
     }
     return kProjectFileBytes;
+}
+
+Expected<SettingsRecord> ExamineSettingsFile(const CString& path) {
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    if (error == std::errc::invalid_seek) return SettingsRecord::Foreign;  // a pipe, a device
+    if (error) return FailSystem(error, platform::ToUtf8(path) + " cannot be opened");
+    std::array<std::uint8_t, kVersionBytes> start{};
+    const std::size_t read = file.ReadAt(0, start.data(), start.size(), error);
+    if (error) return FailSystem(error, platform::ToUtf8(path) + " cannot be read");
+    if (file.Size() == 0) return SettingsRecord::Cut;
+    const std::int32_t version = SettingsVersionOf({start.data(), read});
+    const bool known = version >= 1 && version <= kSettingsVersion;
+    if (!known || file.Size() > kProjectFileBytes) return SettingsRecord::Foreign;
+    const bool whole = file.Size() >= SettingsBytesOfVersion(version);
+    return whole ? SettingsRecord::Whole : SettingsRecord::Cut;
 }
 
 }  // namespace orvix::detail

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
 #include "orvix/project/project_settings.h"
 
 namespace orvix::detail {
@@ -31,5 +33,18 @@ std::int32_t SettingsVersionOf(std::span<const std::uint8_t> bytes);
 
 /// Bytes of a whole project file of a version: 204 up to version 4, 322 from version 13 on.
 std::uint64_t SettingsBytesOfVersion(std::int32_t version);
+
+/// What a file is, judged as a project file.
+enum class SettingsRecord {
+    Whole,    ///< it begins with a version from 1 to 13 and holds all that this version takes
+    Cut,      ///< it begins so and ends early, or is empty, as one that was just created
+    Foreign,  ///< some other file, or the record of a newer version
+};
+
+/// Looks at a file's start and size. A file longer than a whole record of version 13 is foreign:
+/// other programs give their files the ending .prj too.
+///
+/// Errors     Failure, with the path, for a file that cannot be read.
+Expected<SettingsRecord> ExamineSettingsFile(const CString& path);
 
 }  // namespace orvix::detail

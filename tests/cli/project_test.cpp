@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <limits>
 
 #include "orvix/platform/path.h"
+#include "orvix/project/project_manager.h"
 #include "tests/cli/command_runner.h"
 #include "tests/support/read_only_file.h"
 #include "tests/support/scratch_folder.h"
@@ -138,11 +140,52 @@ TEST_F(ProjectVerbs, NameAFileThatIsMissing) {
     EXPECT_TRUE(platform::PathExists(project_));
 }
 
-TEST_F(ProjectVerbs, NameAFileThatMayNotBeWritten) {
+TEST_F(ProjectVerbs, ReadAProjectThatMayNotBeWrittenAndDestroyNone) {
     const ReadOnlyFile readOnly(folder_.Path(), Index(L"Grid.pts"));
-    const Json walk = OrvixError({"walk", Project()});
-    EXPECT_EQ(walk["exit"], 1);
-    EXPECT_THAT(walk["message"].get<std::string>(), HasSubstr("Grid.pts"));
+    EXPECT_EQ(OrvixJson({"walk", Project()})["levels"]["1000"]["points"], tiny_.points.size());
+    const Json destroy = OrvixError({"destroy", Project()});
+    EXPECT_EQ(destroy["exit"], 1);
+    EXPECT_THAT(destroy["message"].get<std::string>(), HasSubstr("Grid.pts"));
+    EXPECT_TRUE(platform::PathExists(Index(L"Grid.pts")));
+}
+
+TEST_F(ProjectVerbs, ChangeNothingWhereTheyAreRefused) {
+    std::error_code error;
+    for (const wchar_t* name : {L"pano", L"LogicView", L"Images"})
+        platform::RemoveTree(folder_ / (L"p_Project_Files/" + std::wstring(name)), error);
+    const ScratchFolder elsewhere;  // the grid files' folder, where there are none
+    WriteText(Index(L"network"), Utf8(elsewhere.Path()));
+    const auto before = platform::ListFolder(folder_ / L"p_Project_Files", error);
+    const std::vector<std::vector<std::string>> lines{
+        {"destroy", Project()}, {"walk", Project()}, {"plane", Project(), "--seed", "0,0,0"}};
+    for (const auto& line : lines) EXPECT_EQ(OrvixError(line)["exit"], 5) << line[0];
+    EXPECT_EQ(platform::ListFolder(folder_ / L"p_Project_Files", error), before);
+    EXPECT_TRUE(platform::ListFolder(elsewhere.Path(), error).empty());
+}
+
+TEST_F(ProjectVerbs, CallAProjectFileThatIsCutShortDamagedAllAlike) {
+    const std::vector<std::uint8_t> whole = ReadBytes(project_);
+    for (const std::size_t bytes : {std::size_t{0}, std::size_t{4}, whole.size() - 1}) {
+        WriteBytes(project_, whole.data(), bytes);
+        const ProcessResult check = Orvix({"check", Project(), "--json"});
+        EXPECT_EQ(check.exitCode, 5) << bytes;
+        EXPECT_FALSE(Json::parse(check.output)["faults"].empty());
+        for (const char* verb : {"info", "walk", "destroy"})
+            EXPECT_EQ(OrvixError({verb, Project()})["exit"], 5) << verb << ' ' << bytes;
+    }
+}
+
+TEST_F(ProjectVerbs, EndAPlaneSearchOfCellsBeyondAllMeasure) {
+    ProjectManager manager;
+    manager.Set(project_, false);
+    for (const double split : {1e160, std::numeric_limits<double>::infinity()}) {
+        PROJECT_SETTINGS settings = manager.projectSettings;
+        settings.aliveSplitSize = split;
+        manager.SetProjectSettings(settings);
+        const Json error = OrvixError({"plane", Project(), "--seed", "0,0,0", "--local"});
+        EXPECT_EQ(error["exit"], 3);
+        EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("split size"));
+    }
 }
 
 TEST_F(ProjectVerbs, RefuseWhatIsNoProjectAndLeaveItAlone) {

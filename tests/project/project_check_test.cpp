@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -214,12 +215,31 @@ TEST_F(ProjectCheckTest, SaysWhatIsWrongAndWhere) {
     EXPECT_THAT(SpoilField(manager.transformFile, 0, 0.0), HasSubstr("has no inverse"));
 }
 
+TEST_F(ProjectCheckTest, HoldsEachSkeletonPointAndItsDataAgainstTheCloud) {
+    const std::size_t last = (project.skeleton.size() - 1) * 12;
+    for (const std::size_t byte : {0U, 5U, 9U, 10U}) {  // intensity, class, station
+        const auto changed = static_cast<std::uint8_t>(
+            test::ReadBytes(manager.gridSkeletDataPts)[last + byte] ^ 0x40);
+        EXPECT_THAT(SpoilField(manager.gridSkeletDataPts, last + byte, changed),
+                    HasSubstr("does not tell intensity, colour, class and station"));
+    }
+    const float moved = std::nextafter(project.skeleton.back().z, 1e9F);
+    EXPECT_THAT(SpoilField(manager.gridSkeletCoordPts, last + 8, moved),
+                HasSubstr("lies where the cloud has no point"));
+}
+
+TEST_F(ProjectCheckTest, LeavesTheDclcPairsOfEitherFileToTheHost) {
+    EXPECT_EQ(SpoilField(manager.gridSkeletDataPts, 6, std::uint16_t{7}), "");
+    EXPECT_EQ(SpoilField(manager.gridPts, 22, std::uint8_t{7}), "");
+}
+
 TEST_F(ProjectCheckTest, ListsThreeFaultsOfAKindAndCountsTheRest) {
     const CheckReport report = Spoil(manager.gridPts, [&](Bytes& bytes) {
         for (std::size_t at = 3; at < bytes.size(); at += 24) bytes[at] = 0x7F;  // huge x
     });
-    EXPECT_EQ(report.total, 13U);  // each point, and the bounds
-    ASSERT_EQ(report.faults.size(), 4U);
+    // Each point, the bounds, and each skeleton point, which is none of the cloud's any more.
+    EXPECT_EQ(report.total, 13U + project.skeleton.size());
+    ASSERT_EQ(report.faults.size(), 7U);
     EXPECT_THAT(report.faults[2].what, HasSubstr("(and 9 more like it)"));
     CheckOptions options;
     options.maxFaults = 0;
