@@ -64,7 +64,8 @@ public:
         if (words[0] == "format") return Format(words);
         if (words[0] == "element") return Element(words);
         if (words[0] == "property") return Property(words);
-        return "this keyword is not of a PLY header";
+        return "this keyword is not of a PLY header. Where the data begin here, the line "
+               "end_header before them is missing";
     }
     /// What is missing once the header has ended.
     Complaint Finish();
@@ -100,6 +101,10 @@ HeaderParser::Complaint HeaderParser::Element(const std::vector<std::string_view
     PlyElement element;
     if (words.size() != 3) return "an element needs a name and a count";
     element.name = words[1];
+    const bool again = element.name == "vertex" &&
+                       std::any_of(header.elements.begin(), header.elements.end(),
+                                   [](const PlyElement& e) { return e.name == "vertex"; });
+    if (again) return "there is a vertex element already, and a scan has one list of points";
     const char* last = words[2].data() + words[2].size();
     const auto result = std::from_chars(words[2].data(), last, element.count);
     if (result.ec != std::errc() || result.ptr != last) {
@@ -156,6 +161,14 @@ void HeaderParser::ChooseColourScale() {
     if (SizeOf(type) == 2 || IsFloating(type)) header.colourBits = 16;
 }
 
+/// A line as a message may hold it: binary data show as dots.
+std::string Printable(std::string_view line) {
+    std::string text(line);
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '.');
+    return text;
+}
+
 /// The header is read in one go; only its first line tells how lines end.
 char LineEndOf(std::string_view text) {
     const std::size_t end = text.find_first_of("\r\n");
@@ -210,7 +223,7 @@ Expected<PlyHeader> ReadPlyHeader(const ScanFile& file) {
         }
         if (const auto complaint = parser.Line(words)) {
             return file.Bad(fmt::format("line {} of the PLY header, \"{}\", cannot be used: {}.",
-                                        lineNumber, line.substr(0, 80), *complaint));
+                                        lineNumber, Printable(line.substr(0, 80)), *complaint));
         }
     }
     return file.Bad(fmt::format(

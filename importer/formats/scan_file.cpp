@@ -24,6 +24,11 @@ Expected<ScanFile> ScanFile::Open(const CString& path) {
                         ": reading is not permitted. Ask for read access to the file, "
                         "or copy it to a place of your own.");
     }
+    if (error == std::errc::invalid_seek) {
+        return scan.Bad(
+            "this is a pipe or a device, and a scan is read twice. Save what comes through it to "
+            "a file and name that.");
+    }
     if (error) return FailSystem(error, scan.name_ + ": the file cannot be opened");
     scan.size_ = scan.file_.Size();
     if (scan.size_ == 0) {

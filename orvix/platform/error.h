@@ -32,10 +32,13 @@ inline tl::unexpected<Error> Fail(ErrorCode code, std::string message) {
     return tl::unexpected<Error>(Error{code, std::move(message)});
 }
 
-/// The failure of a system call on `what`; a full disk or quota is told apart as NoSpace.
+/// The failure of a system call on `what`; a full disk or quota is told apart as NoSpace, a name
+/// that no file can have as BadInput.
 inline tl::unexpected<Error> FailSystem(std::error_code cause, const std::string& what) {
     const bool full = cause == std::errc::no_space_on_device || cause == std::errc::file_too_large;
-    return Fail(full ? ErrorCode::NoSpace : ErrorCode::Failure, what + ": " + cause.message());
+    const bool name = cause == std::errc::filename_too_long;
+    const ErrorCode code = name ? ErrorCode::BadInput : ErrorCode::Failure;
+    return Fail(full ? ErrorCode::NoSpace : code, what + ": " + cause.message());
 }
 
 }  // namespace orvix

@@ -32,6 +32,7 @@ CString AbsolutePath(const CString& path);
 /// A file or a folder of that name exists; a link counts as what it points to, or as nothing.
 bool PathExists(const CString& path);
 bool IsFolder(const CString& path);
+bool IsLink(const CString& path);  ///< a symbolic link, whether what it points to exists or not
 bool IsSameFile(const CString& a, const CString& b);  ///< both exist and are one file
 
 /// The size that the folder entry of an existing file tells (a folder's is 0); false, with

@@ -92,7 +92,7 @@ TEST(ImportEndings, KeepAnExistingProjectUnlessToldToReplaceIt) {
     const ProjectBytes before = ReadProject(project);
     const auto refused = ImportScans(Open(std::vector{Room(20)}), project, {}, SmallPlan());
     ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.error().code, ErrorCode::Failure);
+    EXPECT_EQ(refused.error().code, ErrorCode::BadInput);
     EXPECT_THAT(refused.error().message, HasSubstr("--overwrite"));
     EXPECT_TRUE(ReadProject(project) == before);
     ImportOptions options;
@@ -173,6 +173,7 @@ TEST(ImportEndings, SayWhatIsWrongWithTheTarget) {
     };
     EXPECT_THAT(messageFor(folder.Path()), HasSubstr("is a folder"));
     EXPECT_THAT(messageFor(folder / L"missing/p.prj"), HasSubstr("there is no folder"));
+    EXPECT_THAT(messageFor(folder / L".prj"), HasSubstr("has no name"));
     EXPECT_THAT(messageFor(folder / std::wstring(250, L'x') + L".prj"), HasSubstr("cannot"));
     EXPECT_THAT(messageFor(L""), HasSubstr("no name"));
     EXPECT_THAT(Names(folder), IsEmpty());
@@ -194,6 +195,12 @@ TEST(ImportEndings, RefuseInputsThatCannotBeStations) {
     const auto both = Import({folder / L"p.prj"}, folder / L"p.prj", {});
     ASSERT_FALSE(both);
     EXPECT_THAT(both.error().message, HasSubstr("both a scan and the project"));
+    ASSERT_TRUE(ImportScans(Open(std::vector{Room(10)}), folder / L"r.prj", {}, SmallPlan()));
+    orvix::test::WriteText(folder / L"r_Project_Files/scan.xyz", "1 2 3\n");
+    const auto inside = Import({folder / L"r_Project_Files/scan.xyz"}, folder / L"r.prj", {});
+    ASSERT_FALSE(inside);
+    EXPECT_EQ(inside.error().code, ErrorCode::BadInput);
+    EXPECT_THAT(inside.error().message, HasSubstr("would replace"));
     const std::vector<CString> many(65'537, folder / L"p.prj");
     EXPECT_THAT(Import(many, folder / L"q.prj", {}).error().message, HasSubstr("65537 inputs"));
 }

@@ -102,6 +102,32 @@ TEST(ProjectPublisher, LeavesFilesThatCarryItsNamesAndStemFromNoImport) {
     EXPECT_EQ(TextOf(folder / L"p.importing.prj"), "mine");
 }
 
+TEST(ProjectPublisher, ReplacesOnlyWhatIsAProject) {
+    const ScratchFolder folder;
+    const CString target = folder / L"map.prj";
+    WriteText(target, "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\"]]");
+    const auto refused = ProjectPublisher::Begin(target, Existing::Replace);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code, ErrorCode::BadInput);
+    EXPECT_THAT(refused.error().message, HasSubstr("another program"));
+    EXPECT_THAT(Names(folder.Path()), ElementsAre(L"map.prj"));
+    // One that was just created, and one that a power cut left short.
+    for (const std::string& start : {std::string(), std::string("\x0d\0\0\0\0", 5)}) {
+        WriteText(target, start);
+        EXPECT_TRUE(ProjectPublisher::Begin(target, Existing::Replace));
+    }
+}
+
+TEST(ProjectPublisher, KeepsFromAFolderThatBelongsToAProjectOfOtherCase) {
+    const ScratchFolder folder;
+    MakeFolders(folder / L"up_Project_Files", L"Index");
+    WriteText(folder / L"up.PRJ", "");
+    if (platform::PathExists(folder / L"up.prj")) return;  // here the two names are one file
+    const auto refused = ProjectPublisher::Begin(folder / L"up.prj", Existing::Replace);
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("up.PRJ"));
+}
+
 /// What an import that was killed while it published may leave; its lock file tells of it.
 struct Leftover {
     const char* name;

@@ -76,6 +76,11 @@ bool IsFolder(const CString& path) {
     return Status(path, status) && S_ISDIR(status.st_mode);
 }
 
+bool IsLink(const CString& path) {
+    struct stat status;
+    return lstat(NativePath(path).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 bool IsSameFile(const CString& a, const CString& b) {
     struct stat statusA;
     struct stat statusB;

@@ -127,6 +127,12 @@ bool IsFolder(const CString& path) {
     return IsFolderAttribute(AttributesOf(path));
 }
 
+bool IsLink(const CString& path) {
+    const DWORD attributes = GetFileAttributesW(NativePath(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 bool IsSameFile(const CString& a, const CString& b) {
     BY_HANDLE_FILE_INFORMATION first;
     BY_HANDLE_FILE_INFORMATION second;

@@ -196,6 +196,8 @@ TEST(PlyReader, AHeaderThatCannotBeUsedIsToldWithItsLine) {
     EXPECT_THAT(refusal("element a 1\nproperty real x\n"), HasSubstr("type is not known"));
     EXPECT_THAT(refusal("element a 1\nproperty list float int x\n"), HasSubstr("integer type"));
     EXPECT_THAT(refusal("polygon 3\n"), HasSubstr("keyword"));
+    EXPECT_THAT(refusal("1 2 3\x1b\n"), HasSubstr("\"1 2 3.\""));
+    EXPECT_THAT(refusal("element vertex 1\nelement vertex 2\n"), HasSubstr("already"));
     EXPECT_THAT(ReadAll("ply\n" + std::string(3u << 20, ' ')).error, HasSubstr("does not end"));
 }
 
