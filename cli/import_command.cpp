@@ -8,6 +8,7 @@
 #include "cli/verbs.h"
 #include "importer/import.h"
 #include "orvix/platform/interrupt.h"
+#include "orvix/platform/path.h"
 
 namespace orvix::cli {
 
@@ -134,10 +135,9 @@ Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context)
 }
 
 bool NamesProject(const std::string& path) {
-    if (path.size() < 5) return false;
-    std::string ending = path.substr(path.size() - 4);
-    for (char& c : ending) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return ending == ".prj";
+    const CString name = platform::FoldCase(platform::FileNameOf(platform::FromUtf8(path)));
+    const CString ending = platform::FoldCase(L".prj");
+    return name.size() > ending.size() && name.ends_with(ending);
 }
 
 // A forgotten project name would make the last scan the file to replace.

@@ -65,12 +65,27 @@ CString StoredText(const KnownSetting& setting) {
     return Cache::ReadRegistry(setting.root, CString(setting.key), NameOf(setting));
 }
 
+platform::Lookup LookUp(const KnownSetting& setting) {
+    platform::StoredSetting ignored;
+    return platform::LookUpSetting(setting.root, setting.key, NameOf(setting), ignored);
+}
+
+tl::unexpected<Error> Refused(const KnownSetting& setting, const char* doing) {
+    const char* const advice =
+        LookUp(setting) == platform::Lookup::Unreadable
+            ? "the settings file is damaged, or not open to you; delete it to start anew"
+            : "make the settings folder writable";
+    return Fail(ErrorCode::Failure,
+                fmt::format("{} could not be {}; {}, or name another folder in ORVIX_SETTINGS_DIR",
+                            setting.name, doing, advice));
+}
+
 // What a value must be, for the message; null when it is.
 const char* FaultOf(SettingKind kind, double value) {
     const bool whole = value == std::floor(value) && std::fabs(value) <= 2147483647.0;
     switch (kind) {
         case SettingKind::Length:
-            return value > 0 && value <= 1e6 ? nullptr : "a length above 0 m";
+            return value >= 1e-6 && value <= 1e6 ? nullptr : "from 0.000001 to 1000000 metres";
         case SettingKind::Tolerance:
             return value >= 0 && value <= 2 ? nullptr : "from 0 to 2";
         case SettingKind::Count:
@@ -119,14 +134,16 @@ Expected<void> WriteSetting(const KnownSetting& setting, std::string_view text) 
     const CString wanted = platform::FromUtf8(ValueText(setting, *value));
     Cache::WriteRegistry(setting.root, CString(setting.key), NameOf(setting), wanted);
     if (StoredText(setting) == wanted) return {};
-    return Fail(ErrorCode::Failure,
-                fmt::format("{} could not be stored; make the settings folder writable, or name "
-                            "another one in ORVIX_SETTINGS_DIR",
-                            setting.name));
+    return Refused(setting, "stored");
 }
 
-bool ResetSetting(const KnownSetting& setting) {
-    return platform::RemoveSetting(setting.root, setting.key, NameOf(setting));
+Expected<bool> ResetSetting(const KnownSetting& setting) {
+    const platform::Lookup lookup = LookUp(setting);
+    if (lookup == platform::Lookup::Missing) return false;
+    const bool removed = lookup == platform::Lookup::Found &&
+                         platform::RemoveSetting(setting.root, setting.key, NameOf(setting));
+    if (!removed) return Refused(setting, "reset");
+    return true;
 }
 
 }  // namespace orvix::cli

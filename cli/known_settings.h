@@ -41,8 +41,9 @@ SettingValue ReadSetting(const KnownSetting& setting);
 /// when the store refuses.
 Expected<void> WriteSetting(const KnownSetting& setting, std::string_view text);
 
-/// Removes the stored value, so that the default holds; true when there was one.
-bool ResetSetting(const KnownSetting& setting);
+/// Removes the stored value, so that the default holds; true when there was one. Errors: Failure
+/// when the store cannot be read, or refuses.
+Expected<bool> ResetSetting(const KnownSetting& setting);
 
 /// A value as text: "0.100000", "400".
 std::string ValueText(const KnownSetting& setting, double value);

@@ -49,16 +49,34 @@ std::string ChosenVerb(const CLI::App& app) {
     return name;
 }
 
+// The word where a verb belongs, when it names none; else empty.
+std::string UnknownVerb(const CLI::App& app, const std::vector<std::string>& words) {
+    const CLI::App* last = &app;
+    for (auto chosen = last->get_subcommands(); !chosen.empty(); chosen = last->get_subcommands())
+        last = chosen.front();
+    if (last->get_subcommands({}).empty()) return {};
+    const std::size_t first = last == &app ? 1 : 2;
+    const bool named = first < words.size() && !words[first].starts_with("-");
+    return named ? words[first] : std::string();
+}
+
+std::string SentenceOf(const CLI::App& app, const CLI::ParseError& error,
+                       const std::vector<std::string>& words) {
+    const std::string unknown = UnknownVerb(app, words);
+    if (!unknown.empty()) return fmt::format("there is no verb {}", unknown);
+    std::string message = error.what();
+    while (!message.empty() && (message.back() == '\n' || message.back() == '.'))
+        message.pop_back();
+    return message;
+}
+
 int ReportUsage(const CLI::App& app, const CLI::ParseError& error,
                 const std::vector<std::string>& words) {
     const std::string verb = ChosenVerb(app);
     const bool json = std::find(words.begin(), words.end(), "--json") != words.end();
-    std::string message = error.what();
-    while (!message.empty() && (message.back() == '\n' || message.back() == '.'))
-        message.pop_back();
-    ReportFailure(
-        verb, json, "usage",
-        fmt::format("{}; see 'orvix{}{} --help'", message, verb.empty() ? "" : " ", verb));
+    ReportFailure(verb, json, "usage",
+                  fmt::format("{}; see 'orvix{}{} --help'", SentenceOf(app, error, words),
+                              verb.empty() ? "" : " ", verb));
     return kExitUsage;
 }
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "cli/amounts.h"
+#include "cli/output_file.h"
 #include "cli/picture/png_writer.h"
 #include "cli/plane_search.h"
 #include "cli/project_gate.h"
@@ -128,9 +131,19 @@ Expected<void> WriteFiles(const PlaneFinding& finding, const Arguments& argument
     return WritePng(platform::FromUtf8(arguments.picture), DrawPlane(*finding.picture));
 }
 
+Expected<void> RequirePlaces(const Arguments& arguments) {
+    for (const std::string* path : {&arguments.mesh, &arguments.picture}) {
+        if (path->empty()) continue;
+        if (auto place = RequireOutputPlace(platform::FromUtf8(*path)); !place) return place;
+    }
+    return {};
+}
+
 Expected<Outcome> RunPlane(Arguments arguments) {
     const Expected<CString> project = RequireProject(arguments.project);
     if (!project) return tl::unexpected<Error>(project.error());
+    if (auto places = RequirePlaces(arguments); !places)
+        return tl::unexpected<Error>(places.error());
     arguments.request.seed = ParsePosition(arguments.seed).value_or(arguments.request.seed);
     arguments.request.wantMesh = !arguments.mesh.empty();
     arguments.request.wantPicture = !arguments.picture.empty();
@@ -142,9 +155,16 @@ Expected<Outcome> RunPlane(Arguments arguments) {
     return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments)};
 }
 
+// No coordinate on Earth is that far from its system's zero.
+constexpr double kFarthest = 1e9;
+
 std::string CheckSeed(const std::string& text) {
-    if (ParsePosition(text)) return {};
-    return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
+    const auto position = ParsePosition(text);
+    if (!position)
+        return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
+    const bool near = std::all_of(position->begin(), position->end(),
+                                  [](double v) { return std::fabs(v) <= kFarthest; });
+    return near ? std::string() : text + " lies further than 1,000,000 km from zero";
 }
 
 std::string CheckMeshName(const std::string& text) {
@@ -157,25 +177,33 @@ std::string CheckPictureName(const std::string& text) {
     return png ? std::string() : text + " must end in .png";
 }
 
-std::string CheckAbove0(const std::string& text) {
-    const std::optional<double> value = ParseNumber(text);
-    return value && *value > 0 ? std::string() : text + " must be a number above 0";
-}
+struct AmountRange {
+    double least;
+    double most;
+    const char* unit;
+};
 
-void AddLength(CLI::App& verb, const std::string& name, std::optional<double>& value,
-               const std::string& meaning, const std::string& unit) {
-    verb.add_option(name, value, meaning)->check(CheckAbove0)->type_name(unit);
+void AddAmount(CLI::App& verb, const std::string& name, std::optional<double>& value,
+               const std::string& meaning, const AmountRange& range) {
+    const auto check = [range](const std::string& text) {
+        const std::optional<double> amount = ParseNumber(text);
+        if (amount && *amount >= range.least && *amount <= range.most) return std::string();
+        return fmt::format("{} must be a number from {} to {}", text, range.least, range.most);
+    };
+    verb.add_option(name, value, meaning)->check(check)->type_name(range.unit);
 }
 
 void AddSearchOptions(CLI::App& verb, PlaneRequest& request) {
-    AddLength(verb, "--split", request.splitSize,
-              "Side of a search cell (default: the project's, more where points are sparse)", "M");
-    AddLength(verb, "--distance", request.distance,
+    AddAmount(verb, "--split", request.splitSize,
+              "Side of a search cell (default: the project's, more where points are sparse)",
+              {0.001, kLargestSplitSize, "M"});
+    AddAmount(verb, "--distance", request.distance,
               "Largest distance of a point from the plane (default: from the noise at the seed)",
-              "M");
-    AddLength(verb, "--reach", request.reach,
-              "Largest distance from the seed (default: until points end)", "M");
-    AddLength(verb, "--angle", request.angle, "Largest turn of a cell's normal", "DEGREES");
+              {1e-6, kLargestSplitSize, "M"});
+    AddAmount(verb, "--reach", request.reach,
+              "Largest distance from the seed (default: until points end)", {0.001, 1e9, "M"});
+    AddAmount(verb, "--angle", request.angle, "Largest turn of a cell's normal",
+              {1e-6, 180, "DEGREES"});
     CLI::Option* angle = verb.get_option("--angle");
     const std::array components{std::pair{"--diff-a", &request.diffA},
                                 std::pair{"--diff-b", &request.diffB},

@@ -19,9 +19,11 @@ using std::chrono::milliseconds;
 
 ProgressMode Resolve(ProgressMode mode) {
     const bool terminal = platform::IsTerminal(platform::StandardStream::Error);
-    if (mode == ProgressMode::Automatic) return terminal ? ProgressMode::Bar : ProgressMode::None;
-    if (mode == ProgressMode::Bar && !terminal) return ProgressMode::Plain;
-    return mode;
+    const ProgressMode drawn = platform::ObeysControls(platform::StandardStream::Error)
+                                   ? ProgressMode::Bar
+                                   : ProgressMode::Plain;
+    if (mode == ProgressMode::Automatic) return terminal ? drawn : ProgressMode::None;
+    return mode == ProgressMode::Bar ? drawn : mode;
 }
 
 milliseconds PaceOf(ProgressMode mode) {

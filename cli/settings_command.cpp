@@ -77,7 +77,9 @@ Expected<Outcome> RunReset(const std::vector<std::string>& names) {
     Outcome outcome;
     outcome.json["reset"] = Json::array();
     for (const KnownSetting* setting : chosen) {
-        if (!ResetSetting(*setting)) continue;
+        const Expected<bool> reset = ResetSetting(*setting);
+        if (!reset) return tl::unexpected<Error>(reset.error());
+        if (!*reset) continue;
         outcome.json["reset"].push_back(setting->name);
         outcome.text += LineOf(*setting);
     }

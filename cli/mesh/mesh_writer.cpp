@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string>
 
-#include "orvix/platform/file.h"
+#include "cli/output_file.h"
 
 namespace orvix::cli {
 
@@ -23,10 +23,10 @@ bool EndsWith(const CString& path, std::wstring_view ending) {
     return true;
 }
 
-// Text on its way to a file, in large blocks; the first failure is kept.
+// Text on its way to a file, in large blocks.
 class TextFile {
 public:
-    explicit TextFile(const CString& path) : file_(platform::File::Create(path, error_)) {}
+    explicit TextFile(const CString& path) : file_(path) {}
 
     template <class... Arguments>
     void Print(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
@@ -34,20 +34,18 @@ public:
         if (buffer_.size() >= kBufferBytes) Flush();
     }
 
-    std::error_code Close() {
+    Expected<void> Commit() {
         Flush();
-        if (!error_) file_.Close(error_);
-        return error_;
+        return file_.Commit();
     }
 
 private:
     void Flush() {
-        if (!error_) file_.Append(buffer_.data(), buffer_.size(), error_);
+        file_.Append(buffer_.data(), buffer_.size());
         buffer_.clear();
     }
 
-    std::error_code error_;
-    platform::File file_;
+    OutputFile file_;
     std::string buffer_;
 };
 
@@ -80,9 +78,7 @@ Expected<void> WriteMesh(const CString& path, const TriangleMesh& mesh) {
         PrintPly(file, mesh);
     else
         PrintObj(file, mesh);
-    if (const std::error_code error = file.Close(); error)
-        return FailSystem(error, name + " could not be written");
-    return {};
+    return file.Commit();
 }
 
 }  // namespace orvix::cli

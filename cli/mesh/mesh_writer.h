@@ -23,6 +23,8 @@ bool IsMeshName(const CString& path);
 /// Coordinates are written with as many digits as it takes to read back the same doubles, so a
 /// mesh in world coordinates loses nothing.
 ///
+/// The file appears when it is whole, and replaces another of its name then.
+///
 /// Errors   BadInput for another ending; NoSpace or Failure, with the path, when writing fails.
 /// Cost     one pass through a buffer of 1 MiB.
 Expected<void> WriteMesh(const CString& path, const TriangleMesh& mesh);

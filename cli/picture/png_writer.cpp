@@ -6,7 +6,7 @@
 #define STBI_WRITE_NO_STDIO
 #include <stb_image_write.h>
 
-#include "orvix/platform/file.h"
+#include "cli/output_file.h"
 
 namespace orvix::cli {
 
@@ -25,12 +25,9 @@ Expected<void> WritePng(const CString& path, const Canvas& canvas) {
     std::vector<std::uint8_t> bytes;
     stbi_write_png_to_func(&Collect, &bytes, canvas.Width(), canvas.Height(), 3, pixels.data(),
                            canvas.Width() * 3);
-    std::error_code error;
-    platform::File file = platform::File::Create(path, error);
-    if (!error) file.Append(bytes.data(), bytes.size(), error);
-    if (!error) file.Close(error);
-    if (error) return FailSystem(error, platform::ToUtf8(path) + " could not be written");
-    return {};
+    OutputFile file(path);
+    file.Append(bytes.data(), bytes.size());
+    return file.Commit();
 }
 
 }  // namespace orvix::cli

@@ -7,7 +7,7 @@
 
 namespace orvix::cli {
 
-/// Writes the picture as a PNG file, replacing what was there.
+/// Writes the picture as a PNG file, replacing what was there once the new one is whole.
 ///
 /// Errors  NoSpace or Failure, with the path, when writing fails.
 /// Source  stb_image_write (S. Barrett), public domain.

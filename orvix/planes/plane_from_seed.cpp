@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/planes/plane_from_seed.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -309,6 +311,13 @@ private:
 Expected<SeedPlane> GrowPlaneFromSeed(detail::CloudSource& cloud, const PlaneWormSettings& settings,
                                       const SimplePointT<double>& seed,
                                       const SeedPlaneOptions& options) {
+    const double asked = options.splitSize > 0 ? options.splitSize : settings.aliveSplitSize;
+    if (asked > kLargestSplitSize) {
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("a split size of {} m is more than the {} m that a search can "
+                                "have; give another one",
+                                asked, kLargestSplitSize));
+    }
     auto fit = detail::FitAtSeed(cloud, seed, options.snapDistance);
     if (!fit) return tl::unexpected(fit.error());
     return Grower(cloud, settings, std::move(*fit), options).Grow();

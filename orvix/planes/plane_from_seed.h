@@ -16,6 +16,10 @@
 
 namespace orvix {
 
+/// Cells of the plane search have a meaning up to this side, in metres; growth would not end with
+/// cells that swallow every cloud.
+inline constexpr double kLargestSplitSize = 1000;
+
 /// How a plane is grown from a seed. Every 0 (or negative) stands for "as described".
 struct SeedPlaneOptions {
     double splitSize = 0;  ///< metres; 0: the settings' alive set, enlarged where points are sparse
@@ -73,7 +77,8 @@ struct SeedPlane {
 /// Order      the same project, seed and options give the same plane, bit by bit.
 /// Boundaries split size: without one in the options, a cell's circle holds 15 points at the
 ///            density of the seed, three times the settings' default minimum; otherwise it grows.
-/// Errors     BadInput: no point near the seed, or none that span a plane; Cancelled; Damaged.
+/// Errors     BadInput: no point near the seed, none that span a plane, or a split size (of the
+///            options or the settings) above `kLargestSplitSize`; Cancelled; Damaged.
 /// Threads    one thread; it keeps `cloud` to itself until it returns.
 /// Cost       reads the cells that the plane passes through within its reach, which doubles from
 ///            5 m; memory for the points near the plane, 160 bytes each. Beyond

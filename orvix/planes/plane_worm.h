@@ -68,11 +68,13 @@ public:
     /// read from the bottom up, is told.
     enum class Ended : std::int32_t {
         NotLaunched,
-        Exhausted,  ///< every border cell had too few points or another normal
-        Outline,    ///< a cell lay outside the base plane's outline
-        Reach,      ///< a cell beyond the reach was left out
-        Budget,     ///< the step budget was used up with cells pending
-        Stopped,    ///< the stop flag was set, or the watch said so, with cells pending
+        /// Every border cell had too few points or another normal; a seed that is not finite has
+        /// no points around it and ends so at once.
+        Exhausted,
+        Outline,  ///< a cell lay outside the base plane's outline
+        Reach,    ///< a cell beyond the reach was left out
+        Budget,   ///< the step budget was used up with cells pending
+        Stopped,  ///< the stop flag was set, or the watch said so, with cells pending
     };
 
     enum class Rejection : std::int32_t { FewPoints, Normal };

@@ -3,8 +3,9 @@
 
 namespace orvix::platform {
 
-/// Watches for the user's Ctrl-C and the system's request to end. The first one sets a flag that
-/// long work asks for and then ends in order; the second one ends the process at once.
+/// Watches for the user's Ctrl-C, the system's request to end, and (on Linux) the end of the
+/// terminal. The first one sets a flag that long work asks for and then ends in order; the second
+/// one ends the process at once. A signal that the process was started to ignore stays ignored.
 ///
 ///     WatchInterrupts();
 ///     while (work) if (Interrupted()) return Cancelled();

@@ -140,7 +140,7 @@ TEST_F(PlaneVerb, SaysThatItsFilesCannotBeWritten) {
     const std::string missing = File(L"nowhere/a.png");
     const Json error =
         OrvixError({"plane", File(L"room.prj"), "--seed", kFloorSeed, "--picture", missing});
-    EXPECT_EQ(error["exit"], 1);
+    EXPECT_EQ(error["exit"], 3);
     EXPECT_THAT(error["message"].get<std::string>(), testing::HasSubstr(missing));
 }
 

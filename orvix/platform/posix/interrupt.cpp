@@ -20,9 +20,11 @@ static void OrvixOnSignal(int signal) {
 }
 }
 
+// A signal that is ignored at the start stays so: nohup and a shell's background jobs ask for it.
 void WatchInterrupts() {
-    std::signal(SIGINT, OrvixOnSignal);
-    std::signal(SIGTERM, OrvixOnSignal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        if (std::signal(signal, OrvixOnSignal) == SIG_IGN) std::signal(signal, SIG_IGN);
+    }
 }
 
 bool Interrupted() {

@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 #include "orvix/platform/error_channel.h"
 #include "orvix/platform/posix/sqlite.h"
@@ -36,8 +38,12 @@ constinit std::atomic<bool> troubleAnnounced[2] = {};
 std::string HomeFolder() {
     const CString home = EnvironmentVariable("HOME");
     if (!home.empty()) return ToUtf8(home);
-    const passwd* const user = getpwuid(getuid());
-    return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+    // Entries are a few hundred bytes; directories of large sites have longer ones.
+    std::vector<char> texts(std::size_t{1} << 16);
+    passwd entry{};
+    passwd* user = nullptr;
+    const int failure = getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &user);
+    return failure == 0 && user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
 }
 
 /// The folder that an XDG variable names; those that are not absolute do not count.

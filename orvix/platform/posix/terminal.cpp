@@ -4,6 +4,9 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <string_view>
+
 namespace orvix::platform {
 
 namespace {
@@ -16,6 +19,11 @@ int DescriptorOf(StandardStream stream) {
 
 bool IsTerminal(StandardStream stream) {
     return ::isatty(DescriptorOf(stream)) == 1;
+}
+
+bool ObeysControls(StandardStream stream) {
+    const char* const kind = std::getenv("TERM");
+    return IsTerminal(stream) && kind != nullptr && *kind != 0 && std::string_view(kind) != "dumb";
 }
 
 int TerminalColumns(StandardStream stream) {

@@ -18,6 +18,12 @@ bool IsTerminal(StandardStream stream) {
     return GetConsoleMode(HandleOf(stream), &mode) != FALSE;
 }
 
+bool ObeysControls(StandardStream stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(HandleOf(stream), &mode) != FALSE &&
+           (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
 int TerminalColumns(StandardStream stream) {
     CONSOLE_SCREEN_BUFFER_INFO screen{};
     const bool told = GetConsoleScreenBufferInfo(HandleOf(stream), &screen) != FALSE;
