@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/stats/division_costs.h"
+
+namespace orvix::detail {
+namespace {
+
+// Adds `value` to `sum`, and what rounding takes from it to `rest` (Knuth's two-sum).
+void AddExactly(double value, double& sum, double& rest) {
+    const double total = sum + value;
+    const double added = total - sum;
+    rest += (sum - (total - added)) + (value - added);
+    sum = total;
+}
+
+}  // namespace
+
+DivisionCosts::DivisionCosts(std::span<const double> values, std::span<const double> weights) {
+    sums_.reserve(values.size() + 1);
+    Sums sums;
+    sums_.push_back(sums);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double weight = weights.empty() ? 1.0 : weights[i];
+        const double distance = values[i] - values[values.size() / 2];
+        sums.weight += weight;
+        AddExactly(weight * distance, sums.first, sums.firstRest);
+        AddExactly(weight * (distance * distance), sums.second, sums.secondRest);
+        sums_.push_back(sums);
+    }
+}
+
+}  // namespace orvix::detail

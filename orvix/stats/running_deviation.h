@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+namespace orvix::detail {
+
+/// The squared deviation of a growing class from its mean, by the running sums and in the order of
+/// operations that decide between divisions: every bit of it counts.
+class RunningDeviation {
+public:
+    void Add(double value) {
+        squares_ += value * value;
+        sum_ += value;
+        count_ += 1.0;
+    }
+    [[nodiscard]] double Value() const { return squares_ - sum_ * sum_ / count_; }
+
+private:
+    double squares_ = 0;
+    double sum_ = 0;
+    double count_ = 0;
+};
+
+}  // namespace orvix::detail
