@@ -64,6 +64,8 @@ std::string SentenceOf(const CLI::App& app, const CLI::ParseError& error,
                        const std::vector<std::string>& words) {
     const std::string unknown = UnknownVerb(app, words);
     if (!unknown.empty()) return fmt::format("there is no verb {}", unknown);
+    if (error.get_name() == "RequiredError" && app.get_subcommands().empty())
+        return "no verb is named";
     std::string message = error.what();
     while (!message.empty() && (message.back() == '\n' || message.back() == '.'))
         message.pop_back();

@@ -15,6 +15,7 @@ namespace {
 using detail::SettingsRecord;
 
 Expected<void> RequireFile(const CString& path) {
+    if (path.empty()) return Fail(ErrorCode::BadInput, "the project's name is empty");
     if (!platform::PathExists(path))
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} does not exist; check the name, or make it with 'orvix import'",

@@ -20,10 +20,10 @@ struct MemoryPlan {
 
 /// The plan for a limit on the process's resident memory.
 ///
-/// A worker's pieces of input take about 24 MiB while they are decoded, and a block under merge
-/// 80 bytes a point; what these and the process itself leave of the limit holds sorted points.
+/// A worker's pieces of input take about 24 MiB while they are decoded, and a block under merge up
+/// to 144 bytes a point; what these and the process itself leave of the limit holds sorted points.
 /// Workers are fewer than `threads` where a third of the limit does not hold their pieces.
-/// Boundaries limits under 128 MiB are overstepped by the least working set, about 64 MiB.
+/// Boundaries limits under 64 MiB are overstepped by the least working set.
 /// Units      bytes; `threads` 0 means one a core.
 MemoryPlan PlanMemory(std::uint64_t limitBytes, unsigned threads);
 

@@ -6,7 +6,6 @@
 
 #include <filesystem>
 
-#include "orvix/platform/path.h"
 #include "tests/cli/command_runner.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/settings_sandbox.h"
@@ -30,11 +29,6 @@ protected:
              "cd '" + Utf8(folder_.Path()) + "'; orvix='" ORVIX_COMMAND "'; " + line});
     }
 
-    [[nodiscard]] std::vector<CString> Names() const {
-        std::error_code error;
-        return platform::ListFolder(folder_.Path(), error);
-    }
-
     void WriteRoom() const { WriteCloud(folder_ / L"room.xyz", Room()); }
 
     ScratchFolder folder_;
@@ -51,10 +45,10 @@ TEST_F(CommandInAShell, EndsInOrderWhenItsTerminalGoes) {
     while (many.size() < 1'500'000) many.push_back({static_cast<double>(many.size()) * 1e-4, 0, 0});
     WriteCloud(folder_ / L"room.xyz", many);
     EXPECT_EQ(Shell(kHangUp).output, "130\n");
-    EXPECT_THAT(Names(), ElementsAre(L"room.xyz", L"said"));
+    EXPECT_THAT(folder_.Names(), ElementsAre(L"room.xyz", L"said"));
     // As nohup starts it.
     EXPECT_EQ(Shell(std::string("trap '' HUP; ") + kHangUp).output, "0\n");
-    EXPECT_THAT(Names(), ElementsAre(L"p.prj", L"p_Project_Files", L"room.xyz", L"said"));
+    EXPECT_THAT(folder_.Names(), ElementsAre(L"p.prj", L"p_Project_Files", L"room.xyz", L"said"));
 }
 
 TEST_F(CommandInAShell, ImportsWithStreamsThatAreClosedOrCannotBeWritten) {
@@ -90,7 +84,8 @@ TEST_F(CommandInAShell, KeepsFromProjectsThatAreLinks) {
     EXPECT_EQ(error["exit"], 3);
     EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("is a link"));
     EXPECT_TRUE(fs::is_symlink(File(L"p_Project_Files")));
-    EXPECT_THAT(Names(), ElementsAre(L"elsewhere", L"p.prj", L"p_Project_Files", L"room.xyz"));
+    EXPECT_THAT(folder_.Names(),
+                ElementsAre(L"elsewhere", L"p.prj", L"p_Project_Files", L"room.xyz"));
 }
 
 // A file that goes round in circles is there and cannot be read, whoever asks.
@@ -112,14 +107,24 @@ TEST_F(CommandInAShell, TellsARefusalFromDamageInACheck) {
 TEST_F(CommandInAShell, LeavesNoPieceOfAMeshOrPictureOnAFullDisk) {
     WriteRoom();
     OrvixJson({"import", File(L"room.xyz"), File(L"p.prj")});
-    const auto before = Names();
+    const auto before = folder_.Names();
     const std::string plane = "\"$orvix\" plane p.prj --seed 1.5,0,1.5 ";
     for (const char* output : {"--mesh wall.ply", "--picture wall.png"}) {
         const ProcessResult full = Shell("trap '' XFSZ; ulimit -f 1; " + plane + output);
         EXPECT_EQ(full.exitCode, 4) << full.errors;
-        EXPECT_EQ(Names(), before) << output;
+        EXPECT_EQ(folder_.Names(), before) << output;
     }
 }
+
+// Sanitizers take memory of their own.
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(CommandInAShell, KeepsWithinTheLeastMemoryWhereEachPointHasACell) {
+    WriteCloud(folder_ / L"sparse.xyz", Sheet(1'000'000, {}, {100, 0, 30}, {0, 100, 10}));
+    const Json report =
+        OrvixJson({"import", File(L"sparse.xyz"), File(L"p.prj"), "--memory-limit", "64M"});
+    EXPECT_LE(report["peak_memory_bytes"], 64 << 20);
+}
+#endif
 
 TEST_F(CommandInAShell, SaysThatDamagedSettingsCannotBeReset) {
     const ChildSettingsSandbox sandbox;

@@ -8,7 +8,6 @@
 
 #include "importer/disk_space.h"
 #include "importer/import_scans.h"
-#include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
@@ -35,20 +34,6 @@ MemoryScan Room(std::size_t points) {
     return scan;
 }
 
-MemoryPlan SmallPlan() {
-    MemoryPlan plan;
-    plan.workers = 2;
-    plan.poolBytes = 2000 * 24;
-    plan.memoryBlockPoints = plan.fileBlockPoints = 500;
-    plan.shortPiecePoints = 100;
-    return plan;
-}
-
-std::vector<CString> Names(const ScratchFolder& folder) {
-    std::error_code error;
-    return platform::ListFolder(folder.Path(), error);
-}
-
 class ImportCancelledIn : public testing::TestWithParam<ImportPhase> {};
 
 TEST_P(ImportCancelledIn, LeavesNothingAndEndsWithinHalfASecond) {
@@ -63,7 +48,7 @@ TEST_P(ImportCancelledIn, LeavesNothingAndEndsWithinHalfASecond) {
     ASSERT_FALSE(report);
     EXPECT_EQ(report.error().code, ErrorCode::Cancelled);
     EXPECT_LT(Clock::now() - asked, std::chrono::milliseconds(500));
-    EXPECT_THAT(Names(folder), IsEmpty());
+    EXPECT_THAT(folder.Names(), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Phases, ImportCancelledIn,
@@ -100,7 +85,7 @@ TEST(ImportEndings, KeepAnExistingProjectUnlessToldToReplaceIt) {
     const auto replaced = ImportScans(Open(std::vector{Room(20)}), project, options, SmallPlan());
     ASSERT_TRUE(replaced) << replaced.error().message;
     EXPECT_EQ(ReadProject(project).at("Index/Grid.pts").size(), 20u * 24);
-    EXPECT_THAT(Names(folder), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
 }
 
 TEST(ImportEndings, KeepAnExistingProjectWholeWhenItsReplacementFails) {
@@ -120,7 +105,7 @@ TEST(ImportEndings, KeepAnExistingProjectWholeWhenItsReplacementFails) {
     EXPECT_EQ(report.error().message, "scan 0: byte 7 is wrong");
     EXPECT_TRUE(ReadProject(project) == before);
     EXPECT_TRUE(ProjectManager().Set(project, false));
-    EXPECT_THAT(Names(folder), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
 }
 
 TEST(ImportEndings, NameAnInputThatChangesBetweenThePasses) {
@@ -161,7 +146,7 @@ TEST(ImportEndings, NameAnInputThatChangesBetweenThePasses) {
         ASSERT_FALSE(report);
         EXPECT_EQ(report.error().code, ErrorCode::BadInput);
         EXPECT_THAT(report.error().message, HasSubstr("scan 0 changed"));
-        EXPECT_THAT(Names(folder), IsEmpty());
+        EXPECT_THAT(folder.Names(), IsEmpty());
     }
 }
 
@@ -176,7 +161,7 @@ TEST(ImportEndings, SayWhatIsWrongWithTheTarget) {
     EXPECT_THAT(messageFor(folder / L".prj"), HasSubstr("has no name"));
     EXPECT_THAT(messageFor(folder / std::wstring(250, L'x') + L".prj"), HasSubstr("cannot"));
     EXPECT_THAT(messageFor(L""), HasSubstr("no name"));
-    EXPECT_THAT(Names(folder), IsEmpty());
+    EXPECT_THAT(folder.Names(), IsEmpty());
 }
 
 TEST(ImportEndings, RefuseADiskThatIsTooSmallBeforeWritingToIt) {

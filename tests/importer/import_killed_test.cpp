@@ -9,7 +9,6 @@
 #include <csignal>
 
 #include "importer/import_scans.h"
-#include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
@@ -20,15 +19,6 @@ namespace {
 
 using orvix::test::ScratchFolder;
 using testing::ElementsAre;
-
-MemoryPlan SmallPlan() {
-    MemoryPlan plan;
-    plan.workers = 2;
-    plan.poolBytes = 2000 * 24;
-    plan.memoryBlockPoints = plan.fileBlockPoints = 500;
-    plan.shortPiecePoints = 100;
-    return plan;
-}
 
 MemoryScan Line(std::size_t points) {
     MemoryScan scan;
@@ -45,11 +35,6 @@ int InChild(const Body& body) {
     int status = 0;
     waitpid(child, &status, 0);
     return status;
-}
-
-std::vector<CString> Names(const ScratchFolder& folder) {
-    std::error_code error;
-    return platform::ListFolder(folder.Path(), error);
 }
 
 class ImportKilledIn : public testing::TestWithParam<ImportPhase> {};
@@ -74,7 +59,7 @@ TEST_P(ImportKilledIn, LeavesTheOldProjectAndIsClearedAwayByTheNextImport) {
     EXPECT_TRUE(ProjectManager().Set(project, false));
     const auto again = ImportScans(Open(std::vector{Line(20)}), project, options, SmallPlan());
     ASSERT_TRUE(again) << again.error().message;
-    EXPECT_THAT(Names(folder), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Phases, ImportKilledIn,
@@ -95,7 +80,7 @@ TEST_P(ImportOnADiskWith, TooLittleSpaceEndsWithoutDebris) {
         return !report && report.error().code == ErrorCode::NoSpace ? 0 : 1;
     });
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    EXPECT_THAT(Names(folder), testing::IsEmpty());
+    EXPECT_THAT(folder.Names(), testing::IsEmpty());
 }
 
 // For the runs, for Grid.pts, for an index, for a skeleton file, for a histogram.

@@ -53,7 +53,7 @@ TEST(MemoryPlan, SharesOutWhatTheLimitAllows) {
             const MemoryPlan plan = PlanMemory(limit, threads);
             EXPECT_GE(plan.workers, 1u);
             EXPECT_LE(plan.workers, threads);
-            EXPECT_GE(plan.poolBytes, limit / 4);
+            EXPECT_GE(plan.poolBytes, limit / 6);
             EXPECT_LE(plan.poolBytes, limit);
             EXPECT_LE(plan.workers * plan.memoryBlockPoints * 80, limit);
         }

@@ -49,6 +49,15 @@ private:
 
 }  // namespace
 
+MemoryPlan SmallPlan() {
+    MemoryPlan plan;
+    plan.workers = 2;
+    plan.poolBytes = 2000 * 24;
+    plan.memoryBlockPoints = plan.fileBlockPoints = 500;
+    plan.shortPiecePoints = 100;
+    return plan;
+}
+
 std::vector<ScanInput> Open(const std::vector<MemoryScan>& scans) {
     std::vector<ScanInput> inputs;
     for (const MemoryScan& scan : scans) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "importer/memory_plan.h"
 #include "importer/scan_survey.h"
 
 namespace orvix::importer::test {
@@ -21,6 +22,9 @@ struct MemoryScan {
     /// the piece; an error ends the reading with it.
     std::function<Expected<void>(int pass, std::size_t piece)> before;
 };
+
+/// A plan that sorts some thousands of points in many runs, pieces and blocks.
+MemoryPlan SmallPlan();
 
 /// Input i is called "scan i".
 std::vector<ScanInput> Open(const std::vector<MemoryScan>& scans);

@@ -17,11 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Existing = ProjectPublisher::Existing;
 
-std::vector<CString> Names(const CString& folder) {
-    std::error_code error;
-    return platform::ListFolder(folder, error);
-}
-
 std::string TextOf(const CString& path) {
     const auto bytes = ReadBytes(path);
     return {bytes.begin(), bytes.end()};
@@ -50,7 +45,7 @@ TEST(ProjectPublisher, MakesTheProjectAppearWithNothingBesideIt) {
     EXPECT_FALSE(platform::PathExists(folder / L"p.prj"));
     ASSERT_TRUE(publisher->Publish());
     { const ProjectPublisher done = std::move(*publisher); }
-    EXPECT_THAT(Names(folder.Path()), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
     EXPECT_EQ(TextOf(folder / L"p.prj"), "new");
     EXPECT_FALSE(platform::PathExists(folder / L"p_Project_Files/importing"));
     EXPECT_FALSE(platform::PathExists(folder / L"p_Project_Files/runs"));
@@ -63,7 +58,7 @@ TEST(ProjectPublisher, RemovesWhatWasNotPublished) {
         ASSERT_TRUE(publisher);
         Fill(publisher->Working(), "new");
     }
-    EXPECT_THAT(Names(folder.Path()), IsEmpty());
+    EXPECT_THAT(folder.Names(), IsEmpty());
 }
 
 TEST(ProjectPublisher, LetsOneImportAtATimeWorkOnATarget) {
@@ -85,7 +80,7 @@ TEST(ProjectPublisher, TakesTheFoldersThatADestroyedProjectLeavesButNoFiles) {
         Fill(publisher->Working(), "new");
         ASSERT_TRUE(publisher->Publish());
     }
-    EXPECT_THAT(Names(folder.Path()), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
     std::error_code error;
     platform::RemoveFile(folder / L"p.prj", error);
     const auto refused = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
@@ -110,7 +105,7 @@ TEST(ProjectPublisher, ReplacesOnlyWhatIsAProject) {
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.error().code, ErrorCode::BadInput);
     EXPECT_THAT(refused.error().message, HasSubstr("another program"));
-    EXPECT_THAT(Names(folder.Path()), ElementsAre(L"map.prj"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"map.prj"));
     // One that was just created, and one that a power cut left short.
     for (const std::string& start : {std::string(), std::string("\x0d\0\0\0\0", 5)}) {
         WriteText(target, start);
@@ -158,7 +153,7 @@ TEST_P(ProjectPublisherAfterAKill, FindsOneWholeProject) {
     if (!left.newInPlace && !left.oldAside) place(L"p_Project_Files", "old", false);
     const auto next = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
     ASSERT_FALSE(next) << "the project is there";
-    EXPECT_THAT(Names(folder.Path()), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
     EXPECT_EQ(TextOf(folder / L"p.prj"), left.survivor);
     EXPECT_EQ(TextOf(folder / L"p_Project_Files/head"), left.survivor);
     EXPECT_FALSE(platform::PathExists(folder / L"p_Project_Files/importing"));
@@ -181,7 +176,7 @@ TEST(ProjectPublisher, UndoesAFirstImportThatWasKilledHalfPublished) {
     MakeFolders(folder / L"p_Project_Files", L"Index");
     WriteText(folder / L"p_Project_Files/importing", "");
     { ASSERT_TRUE(ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep)); }
-    EXPECT_THAT(Names(folder.Path()), IsEmpty());
+    EXPECT_THAT(folder.Names(), IsEmpty());
 }
 
 }  // namespace

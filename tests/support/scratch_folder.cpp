@@ -39,6 +39,11 @@ CString ScratchFolder::operator/(std::wstring_view name) const {
     return platform::JoinPath(path_, CString(name));
 }
 
+std::vector<CString> ScratchFolder::Names() const {
+    std::error_code error;
+    return platform::ListFolder(path_, error);
+}
+
 void WriteBytes(const CString& path, const void* data, std::size_t bytes) {
     std::ofstream file(Native(path), std::ios::binary | std::ios::trunc);
     file.write(static_cast<const char*>(data), static_cast<std::streamsize>(bytes));

@@ -21,6 +21,8 @@ public:
     [[nodiscard]] const CString& Path() const { return path_; }
     /// The path of `name` inside the folder.
     [[nodiscard]] CString operator/(std::wstring_view name) const;
+    /// The names in the folder, in code-point order.
+    [[nodiscard]] std::vector<CString> Names() const;
 
 private:
     CString path_;
