@@ -8,9 +8,9 @@
 #include <numbers>
 
 #include "cli/amounts.h"
-#include "cli/mesh/plane_mesh.h"
 #include "cli/open_project.h"
 #include "cli/picture/picture_view.h"
+#include "orvix/planes/plane_mesh.h"
 #include "orvix/planes/project_cloud.h"
 
 namespace orvix::cli {
@@ -35,14 +35,6 @@ SeedPlaneOptions OptionsOf(const PlaneRequest& request, const std::function<bool
     options.maxDistance = request.distance.value_or(options.maxDistance);
     options.proceed = proceed;
     return options;
-}
-
-std::vector<Vector> Thinned(const std::vector<Vector>& points, std::size_t most) {
-    const std::size_t stride = std::max<std::size_t>(1, (points.size() + most - 1) / most);
-    if (stride == 1) return points;
-    std::vector<Vector> some;
-    for (std::size_t i = 0; i < points.size(); i += stride) some.push_back(points[i]);
-    return some;
 }
 
 // World positions relative to the centroid, where a picture's arithmetic is at home.

@@ -12,6 +12,10 @@ endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/generated/orvix/version.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix COMPONENT development)
 
+# The C interface's declarations for other languages, to copy into a host's own sources.
+install(FILES orvix/c/bindings/Orvix.cs orvix/c/bindings/orvix.py
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/orvix/bindings COMPONENT development)
+
 # The importer for hosts: its own objects, and from the static archive a private copy of what they
 # use of the library; only its public interface is exported.
 add_library(orvix_importer_shared SHARED $<TARGET_OBJECTS:orvix_importer>)
@@ -59,4 +63,4 @@ configure_file(cmake/orvix.pc.in ${PROJECT_BINARY_DIR}/orvix.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvix.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
-install(FILES docs/FORMAT.md docs/BEHAVIOUR.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/EMBEDDING.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)

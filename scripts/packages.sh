@@ -8,7 +8,7 @@ build=(
     libcgal-dev libeigen3-dev libnanoflann-dev libsqlite3-dev
     libcli11-dev nlohmann-json3-dev libfmt-dev libexpected-dev libxxhash-dev libstb-dev
 )
-test=(libgtest-dev python3 pkg-config)
+test=(libgtest-dev python3 python3-numpy pkg-config)
 # A Windows build and its runner: 170 MB to fetch, 1.1 GB on the disk.
 windows=(g++-mingw-w64-x86-64-posix wine64)
 

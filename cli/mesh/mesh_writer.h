@@ -1,20 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <vector>
-
+#include "orvix/planes/plane_mesh.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
-#include "orvix/points/records.h"
 
 namespace orvix::cli {
-
-struct TriangleMesh {
-    std::vector<SimplePointT<double>> points;
-    std::vector<std::array<std::uint32_t, 3>> triangles;  ///< counter-clockwise from the front
-};
 
 /// Whether the name's ending is one that WriteMesh knows: .ply or .obj, in any case.
 bool IsMeshName(const CString& path);

@@ -2,12 +2,26 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
-#include "cli/mesh/mesh_writer.h"
 #include "orvix/planes/fitted_plane.h"
+#include "orvix/points/records.h"
 #include "orvix/project/transform_file.h"
 
-namespace orvix::cli {
+namespace orvix {
+
+/// Triangles over a list of points.
+struct TriangleMesh {
+    std::vector<SimplePointT<double>> points;
+    std::vector<std::array<std::uint32_t, 3>> triangles;  ///< counter-clockwise from the front
+};
+
+/// Every k-th point from the first, with the least k that leaves `most` at most: as the outline of
+/// a plane with very many points takes them. Precondition: `most` is above 0.
+std::vector<SimplePointT<double>> Thinned(const std::vector<SimplePointT<double>>& points,
+                                          std::size_t most);
 
 /// Triangulates a plane's points within its outline and holes.
 ///
@@ -22,4 +36,4 @@ TriangleMesh MeshOfPlane(const FittedPlane& plane,
                          const std::vector<SimplePointT<double>>& outlinePoints,
                          const LocalToWorld& frame, const std::array<double, 4>& worldEquation);
 
-}  // namespace orvix::cli
+}  // namespace orvix

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/mesh/plane_mesh.h"
+#include "orvix/planes/plane_mesh.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "orvix/surfaces/surface_mesh.h"
 
-namespace orvix::cli {
+namespace orvix {
 
 namespace {
 
@@ -31,6 +32,14 @@ bool Opposed(const PlaneFrame& own, const LocalToWorld& frame,
 }
 
 }  // namespace
+
+Points Thinned(const Points& points, std::size_t most) {
+    const std::size_t stride = std::max<std::size_t>(1, (points.size() + most - 1) / most);
+    if (stride == 1) return points;
+    Points some;
+    for (std::size_t i = 0; i < points.size(); i += stride) some.push_back(points[i]);
+    return some;
+}
 
 TriangleMesh MeshOfPlane(const FittedPlane& plane, const Points& outlinePoints,
                          const LocalToWorld& frame, const std::array<double, 4>& worldEquation) {
@@ -65,4 +74,4 @@ TriangleMesh MeshOfPlane(const FittedPlane& plane, const Points& outlinePoints,
     return mesh;
 }
 
-}  // namespace orvix::cli
+}  // namespace orvix

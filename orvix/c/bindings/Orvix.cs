@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Made from orvix.h by generate.py; the header is the manual. Compile with /unsafe.
+using System;
+using System.Runtime.InteropServices;
+
+namespace Orvix {
+
+[StructLayout(LayoutKind.Explicit, Size = 1024)]
+public unsafe struct orvix_error {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int status;
+    [FieldOffset(8)] public fixed byte text[1016];
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 8)]
+public unsafe struct orvix_open_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int access;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 360)]
+public unsafe struct orvix_project_info {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint stations;
+    [FieldOffset(8)] public ulong points;
+    [FieldOffset(16)] public ulong skeleton_points;
+    [FieldOffset(24)] public ulong cells_1000cm;
+    [FieldOffset(32)] public ulong cells_100cm;
+    [FieldOffset(40)] public ulong cells_10cm;
+    [FieldOffset(48)] public ulong bytes;
+    [FieldOffset(56)] public double scale;
+    [FieldOffset(64)] public fixed double origin[3];
+    [FieldOffset(88)] public fixed double local_to_world[16];
+    [FieldOffset(216)] public fixed double min[3];
+    [FieldOffset(240)] public fixed double max[3];
+    [FieldOffset(264)] public double split_size;
+    [FieldOffset(272)] public fixed double diff[3];
+    [FieldOffset(296)] public long min_plane;
+    [FieldOffset(304)] public double skeleton_split_size;
+    [FieldOffset(312)] public fixed double skeleton_diff[3];
+    [FieldOffset(336)] public long skeleton_min_plane;
+    [FieldOffset(344)] public int min_cell_points;
+    [FieldOffset(348)] public int usage;
+    [FieldOffset(352)] public fixed byte colour[4];
+    [FieldOffset(356)] public fixed byte reserved[4];
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 40)]
+public unsafe struct orvix_check_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint reserved;
+    [FieldOffset(8)] public ulong max_faults;
+    [FieldOffset(16)] public IntPtr fault;
+    [FieldOffset(24)] public IntPtr proceed;
+    [FieldOffset(32)] public IntPtr user;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 112)]
+public unsafe struct orvix_station_info {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint known;
+    [FieldOffset(8)] public fixed double position[3];
+    [FieldOffset(32)] public fixed double rotation[9];
+    [FieldOffset(104)] public int lowest_intensity;
+    [FieldOffset(108)] public int highest_intensity;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 24)]
+public unsafe struct orvix_point {
+    [FieldOffset(0)] public float x;
+    [FieldOffset(4)] public float y;
+    [FieldOffset(8)] public float z;
+    [FieldOffset(12)] public fixed byte attributes[8];
+    [FieldOffset(20)] public ushort dclc_first;
+    [FieldOffset(22)] public byte dclc_second;
+    [FieldOffset(23)] public byte reserved;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 4)]
+public unsafe struct orvix_dclc {
+    [FieldOffset(0)] public ushort first;
+    [FieldOffset(2)] public byte second;
+    [FieldOffset(3)] public byte reserved;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 16)]
+public unsafe struct orvix_run {
+    [FieldOffset(0)] public ulong offset;
+    [FieldOffset(8)] public uint count;
+    [FieldOffset(12)] public uint padding;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 32)]
+public unsafe struct orvix_grid_cell {
+    [FieldOffset(0)] public int x;
+    [FieldOffset(4)] public int y;
+    [FieldOffset(8)] public int z;
+    [FieldOffset(12)] public uint padding;
+    [FieldOffset(16)] public ulong offset;
+    [FieldOffset(24)] public uint count;
+    [FieldOffset(28)] public uint padding2;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 24)]
+public unsafe struct orvix_fine_cell {
+    [FieldOffset(0)] public sbyte x;
+    [FieldOffset(1)] public sbyte y;
+    [FieldOffset(2)] public sbyte z;
+    [FieldOffset(3)] public fixed byte padding[5];
+    [FieldOffset(8)] public ulong offset;
+    [FieldOffset(16)] public uint count;
+    [FieldOffset(20)] public uint padding2;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 112)]
+public unsafe struct orvix_cell {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int level;
+    [FieldOffset(8)] public int x;
+    [FieldOffset(12)] public int y;
+    [FieldOffset(16)] public int z;
+    [FieldOffset(20)] public uint reserved;
+    [FieldOffset(24)] public ulong entry;
+    [FieldOffset(32)] public ulong first_point;
+    [FieldOffset(40)] public ulong points;
+    [FieldOffset(48)] public ulong first_child;
+    [FieldOffset(56)] public ulong children;
+    [FieldOffset(64)] public fixed double min[3];
+    [FieldOffset(88)] public fixed double max[3];
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 96)]
+public unsafe struct orvix_plane_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int seed_is_local;
+    [FieldOffset(8)] public double split_size;
+    [FieldOffset(16)] public fixed double diff[3];
+    [FieldOffset(40)] public double max_distance;
+    [FieldOffset(48)] public double snap_distance;
+    [FieldOffset(56)] public double reach;
+    [FieldOffset(64)] public ulong memory_limit;
+    [FieldOffset(72)] public ulong outline_points;
+    [FieldOffset(80)] public IntPtr proceed;
+    [FieldOffset(88)] public IntPtr user;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 224)]
+public unsafe struct orvix_plane_info {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int ended;
+    [FieldOffset(8)] public fixed double equation[4];
+    [FieldOffset(40)] public fixed double centroid[3];
+    [FieldOffset(64)] public fixed double seed[3];
+    [FieldOffset(88)] public fixed double local_equation[4];
+    [FieldOffset(120)] public double snapped;
+    [FieldOffset(128)] public double noise;
+    [FieldOffset(136)] public double split_size;
+    [FieldOffset(144)] public double max_distance_allowed;
+    [FieldOffset(152)] public double rms;
+    [FieldOffset(160)] public double max_distance;
+    [FieldOffset(168)] public double area;
+    [FieldOffset(176)] public ulong points;
+    [FieldOffset(184)] public ulong listed_points;
+    [FieldOffset(192)] public ulong cells;
+    [FieldOffset(200)] public ulong rejected_cells;
+    [FieldOffset(208)] public ulong rings;
+    [FieldOffset(216)] public uint thinning;
+    [FieldOffset(220)] public uint split_enlarged;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 16)]
+public unsafe struct orvix_ring {
+    [FieldOffset(0)] public ulong vertices;
+    [FieldOffset(8)] public uint region;
+    [FieldOffset(12)] public uint hole;
+}
+
+[UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+public unsafe delegate void orvix_channel(void* user, byte* text);
+[UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+public unsafe delegate int orvix_proceed(void* user, double done);
+[UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+public unsafe delegate void orvix_fault(void* user, byte* file, byte* what);
+
+public static unsafe class NativeMethods {
+    private const string Library = "orvix";
+    public const int ORVIX_C_MAJOR = 1;
+    public const int ORVIX_C_MINOR = 0;
+    public const int ORVIX_OK = 0;
+    public const int ORVIX_FAILED = 1;
+    public const int ORVIX_BAD_ARGUMENT = 2;
+    public const int ORVIX_BAD_INPUT = 3;
+    public const int ORVIX_NO_SPACE = 4;
+    public const int ORVIX_DAMAGED = 5;
+    public const int ORVIX_NO_MEMORY = 6;
+    public const int ORVIX_TOO_SMALL = 7;
+    public const int ORVIX_UNSUPPORTED = 8;
+    public const int ORVIX_CANCELLED = 130;
+    public const int ORVIX_READ = 0;
+    public const int ORVIX_READ_WRITE = 1;
+    public const int ORVIX_TEXT_NAME = 0;
+    public const int ORVIX_TEXT_FILE = 1;
+    public const int ORVIX_TEXT_FOLDER = 2;
+    public const int ORVIX_STATION_POSITION = 1;
+    public const int ORVIX_STATION_INTENSITIES = 2;
+    public const int ORVIX_LEVEL_1000CM = 1000;
+    public const int ORVIX_LEVEL_100CM = 100;
+    public const int ORVIX_LEVEL_10CM = 10;
+    public const int ORVIX_ENDED_EDGE = 1;
+    public const int ORVIX_ENDED_OUTLINE = 2;
+    public const int ORVIX_ENDED_REACH = 3;
+    public const int ORVIX_ENDED_BUDGET = 4;
+    public const int ORVIX_HISTOGRAM_INTENSITY = 0;
+    public const int ORVIX_HISTOGRAM_HEIGHT = 1;
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern uint orvix_interface_version();
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern byte* orvix_library_version();
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_set_channel(orvix_channel channel, void* user);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_project_open(byte* path, orvix_open_options* options, IntPtr* project, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_project_close(IntPtr project);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_project_get_info(IntPtr project, orvix_project_info* info, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_project_get_text(IntPtr project, int which, byte* text, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_project_check(byte* path, orvix_check_options* options, ulong* faults, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_project_get_station(IntPtr project, uint station, orvix_station_info* info, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_cells_borrow(IntPtr project, int level, void** records, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_fine_runs_borrow(IntPtr project, orvix_run** runs, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_cell_get(IntPtr project, int level, ulong entry, orvix_cell* cell, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_cell_at(IntPtr project, int level, double* world, orvix_cell* cell, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_points_read(IntPtr project, ulong first, ulong count, orvix_point* points, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_points_read_runs(IntPtr project, orvix_run* runs, ulong run_count, orvix_point* points, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_points_read_world(IntPtr project, ulong first, ulong count, double* xyz, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_points_borrow(IntPtr project, ulong first, ulong count, IntPtr* view, orvix_point** points, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_view_close(IntPtr view);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_points_write_dclc(IntPtr project, ulong first, ulong count, orvix_dclc* values, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_grow(IntPtr project, double* seed, orvix_plane_options* options, IntPtr* plane, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_plane_close(IntPtr plane);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_get_info(IntPtr plane, orvix_plane_info* info, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_get_points(IntPtr plane, double* xyz, ulong* records, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_get_rings(IntPtr plane, orvix_ring* rings, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_get_ring(IntPtr plane, ulong ring, double* xyz, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_mesh(IntPtr plane, IntPtr* mesh, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_triangulate(double* xyz, ulong count, double* equation, double* boundary, ulong boundary_count, IntPtr* mesh, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_mesh_read(IntPtr mesh, double* xyz, ulong point_capacity, ulong* points, uint* triangles, ulong triangle_capacity, ulong* triangle_count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_mesh_close(IntPtr mesh);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_neighbours_open(void* points, ulong count, ulong stride, IntPtr* neighbours, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_neighbours_within(IntPtr neighbours, double* position, double radius, int* indices, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_neighbours_nearest(IntPtr neighbours, double* position, int* index, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_neighbours_close(IntPtr neighbours);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_histogram_sample(IntPtr project, int which, double shift, uint sample_count, double* samples, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_natural_breaks(double* values, ulong count, uint classes, double lower_bound, double* breaks, ulong capacity, ulong* break_count, orvix_error* error);
+}
+}

@@ -1,0 +1,306 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Made from orvix.h by generate.py; the header is the manual.
+
+    import orvix
+    library = orvix.load("liborvix.so")
+    error = orvix.orvix_error(size=1024)
+"""
+import ctypes
+
+ORVIX_C_MAJOR = 1
+ORVIX_C_MINOR = 0
+ORVIX_OK = 0
+ORVIX_FAILED = 1
+ORVIX_BAD_ARGUMENT = 2
+ORVIX_BAD_INPUT = 3
+ORVIX_NO_SPACE = 4
+ORVIX_DAMAGED = 5
+ORVIX_NO_MEMORY = 6
+ORVIX_TOO_SMALL = 7
+ORVIX_UNSUPPORTED = 8
+ORVIX_CANCELLED = 130
+ORVIX_READ = 0
+ORVIX_READ_WRITE = 1
+ORVIX_TEXT_NAME = 0
+ORVIX_TEXT_FILE = 1
+ORVIX_TEXT_FOLDER = 2
+ORVIX_STATION_POSITION = 1
+ORVIX_STATION_INTENSITIES = 2
+ORVIX_LEVEL_1000CM = 1000
+ORVIX_LEVEL_100CM = 100
+ORVIX_LEVEL_10CM = 10
+ORVIX_ENDED_EDGE = 1
+ORVIX_ENDED_OUTLINE = 2
+ORVIX_ENDED_REACH = 3
+ORVIX_ENDED_BUDGET = 4
+ORVIX_HISTOGRAM_INTENSITY = 0
+ORVIX_HISTOGRAM_HEIGHT = 1
+
+orvix_channel = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p)
+
+orvix_proceed = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_double)
+
+orvix_fault = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_char_p)
+
+
+class orvix_error(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("status", ctypes.c_int32),
+        ("text", ctypes.c_char * 1016),
+    ]
+
+
+class orvix_open_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("access", ctypes.c_int32),
+    ]
+
+
+class orvix_project_info(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("stations", ctypes.c_uint32),
+        ("points", ctypes.c_uint64),
+        ("skeleton_points", ctypes.c_uint64),
+        ("cells_1000cm", ctypes.c_uint64),
+        ("cells_100cm", ctypes.c_uint64),
+        ("cells_10cm", ctypes.c_uint64),
+        ("bytes", ctypes.c_uint64),
+        ("scale", ctypes.c_double),
+        ("origin", ctypes.c_double * 3),
+        ("local_to_world", ctypes.c_double * 16),
+        ("min", ctypes.c_double * 3),
+        ("max", ctypes.c_double * 3),
+        ("split_size", ctypes.c_double),
+        ("diff", ctypes.c_double * 3),
+        ("min_plane", ctypes.c_int64),
+        ("skeleton_split_size", ctypes.c_double),
+        ("skeleton_diff", ctypes.c_double * 3),
+        ("skeleton_min_plane", ctypes.c_int64),
+        ("min_cell_points", ctypes.c_int32),
+        ("usage", ctypes.c_int32),
+        ("colour", ctypes.c_uint8 * 4),
+        ("reserved", ctypes.c_uint8 * 4),
+    ]
+
+
+class orvix_check_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("reserved", ctypes.c_uint32),
+        ("max_faults", ctypes.c_uint64),
+        ("fault", orvix_fault),
+        ("proceed", orvix_proceed),
+        ("user", ctypes.c_void_p),
+    ]
+
+
+class orvix_station_info(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("known", ctypes.c_uint32),
+        ("position", ctypes.c_double * 3),
+        ("rotation", ctypes.c_double * 9),
+        ("lowest_intensity", ctypes.c_int32),
+        ("highest_intensity", ctypes.c_int32),
+    ]
+
+
+class orvix_point(ctypes.Structure):
+    _fields_ = [
+        ("x", ctypes.c_float),
+        ("y", ctypes.c_float),
+        ("z", ctypes.c_float),
+        ("attributes", ctypes.c_uint8 * 8),
+        ("dclc_first", ctypes.c_uint16),
+        ("dclc_second", ctypes.c_uint8),
+        ("reserved", ctypes.c_uint8),
+    ]
+
+
+class orvix_dclc(ctypes.Structure):
+    _fields_ = [
+        ("first", ctypes.c_uint16),
+        ("second", ctypes.c_uint8),
+        ("reserved", ctypes.c_uint8),
+    ]
+
+
+class orvix_run(ctypes.Structure):
+    _fields_ = [
+        ("offset", ctypes.c_uint64),
+        ("count", ctypes.c_uint32),
+        ("padding", ctypes.c_uint32),
+    ]
+
+
+class orvix_grid_cell(ctypes.Structure):
+    _fields_ = [
+        ("x", ctypes.c_int32),
+        ("y", ctypes.c_int32),
+        ("z", ctypes.c_int32),
+        ("padding", ctypes.c_uint32),
+        ("offset", ctypes.c_uint64),
+        ("count", ctypes.c_uint32),
+        ("padding2", ctypes.c_uint32),
+    ]
+
+
+class orvix_fine_cell(ctypes.Structure):
+    _fields_ = [
+        ("x", ctypes.c_int8),
+        ("y", ctypes.c_int8),
+        ("z", ctypes.c_int8),
+        ("padding", ctypes.c_uint8 * 5),
+        ("offset", ctypes.c_uint64),
+        ("count", ctypes.c_uint32),
+        ("padding2", ctypes.c_uint32),
+    ]
+
+
+class orvix_cell(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("level", ctypes.c_int32),
+        ("x", ctypes.c_int32),
+        ("y", ctypes.c_int32),
+        ("z", ctypes.c_int32),
+        ("reserved", ctypes.c_uint32),
+        ("entry", ctypes.c_uint64),
+        ("first_point", ctypes.c_uint64),
+        ("points", ctypes.c_uint64),
+        ("first_child", ctypes.c_uint64),
+        ("children", ctypes.c_uint64),
+        ("min", ctypes.c_double * 3),
+        ("max", ctypes.c_double * 3),
+    ]
+
+
+class orvix_plane_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("seed_is_local", ctypes.c_int32),
+        ("split_size", ctypes.c_double),
+        ("diff", ctypes.c_double * 3),
+        ("max_distance", ctypes.c_double),
+        ("snap_distance", ctypes.c_double),
+        ("reach", ctypes.c_double),
+        ("memory_limit", ctypes.c_uint64),
+        ("outline_points", ctypes.c_uint64),
+        ("proceed", orvix_proceed),
+        ("user", ctypes.c_void_p),
+    ]
+
+
+class orvix_plane_info(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("ended", ctypes.c_int32),
+        ("equation", ctypes.c_double * 4),
+        ("centroid", ctypes.c_double * 3),
+        ("seed", ctypes.c_double * 3),
+        ("local_equation", ctypes.c_double * 4),
+        ("snapped", ctypes.c_double),
+        ("noise", ctypes.c_double),
+        ("split_size", ctypes.c_double),
+        ("max_distance_allowed", ctypes.c_double),
+        ("rms", ctypes.c_double),
+        ("max_distance", ctypes.c_double),
+        ("area", ctypes.c_double),
+        ("points", ctypes.c_uint64),
+        ("listed_points", ctypes.c_uint64),
+        ("cells", ctypes.c_uint64),
+        ("rejected_cells", ctypes.c_uint64),
+        ("rings", ctypes.c_uint64),
+        ("thinning", ctypes.c_uint32),
+        ("split_enlarged", ctypes.c_uint32),
+    ]
+
+
+class orvix_ring(ctypes.Structure):
+    _fields_ = [
+        ("vertices", ctypes.c_uint64),
+        ("region", ctypes.c_uint32),
+        ("hole", ctypes.c_uint32),
+    ]
+
+
+STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring]
+
+
+def load(path):
+    """The library at a path, its functions declared."""
+    library = ctypes.CDLL(path)
+    library.orvix_interface_version.restype = ctypes.c_uint32
+    library.orvix_interface_version.argtypes = []
+    library.orvix_library_version.restype = ctypes.c_char_p
+    library.orvix_library_version.argtypes = []
+    library.orvix_set_channel.restype = None
+    library.orvix_set_channel.argtypes = [orvix_channel, ctypes.c_void_p]
+    library.orvix_project_open.restype = ctypes.c_int32
+    library.orvix_project_open.argtypes = [ctypes.c_char_p, ctypes.POINTER(orvix_open_options), ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_project_close.restype = None
+    library.orvix_project_close.argtypes = [ctypes.c_void_p]
+    library.orvix_project_get_info.restype = ctypes.c_int32
+    library.orvix_project_get_info.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_project_info), ctypes.POINTER(orvix_error)]
+    library.orvix_project_get_text.restype = ctypes.c_int32
+    library.orvix_project_get_text.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_char_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_project_check.restype = ctypes.c_int32
+    library.orvix_project_check.argtypes = [ctypes.c_char_p, ctypes.POINTER(orvix_check_options), ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_project_get_station.restype = ctypes.c_int32
+    library.orvix_project_get_station.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_station_info), ctypes.POINTER(orvix_error)]
+    library.orvix_cells_borrow.restype = ctypes.c_int32
+    library.orvix_cells_borrow.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_fine_runs_borrow.restype = ctypes.c_int32
+    library.orvix_fine_runs_borrow.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.POINTER(orvix_run)), ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_cell_get.restype = ctypes.c_int32
+    library.orvix_cell_get.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint64, ctypes.POINTER(orvix_cell), ctypes.POINTER(orvix_error)]
+    library.orvix_cell_at.restype = ctypes.c_int32
+    library.orvix_cell_at.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_cell), ctypes.POINTER(orvix_error)]
+    library.orvix_points_read.restype = ctypes.c_int32
+    library.orvix_points_read.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(orvix_point), ctypes.POINTER(orvix_error)]
+    library.orvix_points_read_runs.restype = ctypes.c_int32
+    library.orvix_points_read_runs.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_run), ctypes.c_uint64, ctypes.POINTER(orvix_point), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_points_read_world.restype = ctypes.c_int32
+    library.orvix_points_read_world.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_points_borrow.restype = ctypes.c_int32
+    library.orvix_points_borrow.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(ctypes.POINTER(orvix_point)), ctypes.POINTER(orvix_error)]
+    library.orvix_view_close.restype = None
+    library.orvix_view_close.argtypes = [ctypes.c_void_p]
+    library.orvix_points_write_dclc.restype = ctypes.c_int32
+    library.orvix_points_write_dclc.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(orvix_dclc), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_grow.restype = ctypes.c_int32
+    library.orvix_plane_grow.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_plane_options), ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_close.restype = None
+    library.orvix_plane_close.argtypes = [ctypes.c_void_p]
+    library.orvix_plane_get_info.restype = ctypes.c_int32
+    library.orvix_plane_get_info.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_plane_info), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_get_points.restype = ctypes.c_int32
+    library.orvix_plane_get_points.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_uint64), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_get_rings.restype = ctypes.c_int32
+    library.orvix_plane_get_rings.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_ring), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_get_ring.restype = ctypes.c_int32
+    library.orvix_plane_get_ring.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_mesh.restype = ctypes.c_int32
+    library.orvix_plane_mesh.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_triangulate.restype = ctypes.c_int32
+    library.orvix_triangulate.argtypes = [ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_mesh_read.restype = ctypes.c_int32
+    library.orvix_mesh_read.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(ctypes.c_uint32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_mesh_close.restype = None
+    library.orvix_mesh_close.argtypes = [ctypes.c_void_p]
+    library.orvix_neighbours_open.restype = ctypes.c_int32
+    library.orvix_neighbours_open.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_neighbours_within.restype = ctypes.c_int32
+    library.orvix_neighbours_within.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_double, ctypes.POINTER(ctypes.c_int32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_neighbours_nearest.restype = ctypes.c_int32
+    library.orvix_neighbours_nearest.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_int32), ctypes.POINTER(orvix_error)]
+    library.orvix_neighbours_close.restype = None
+    library.orvix_neighbours_close.argtypes = [ctypes.c_void_p]
+    library.orvix_histogram_sample.restype = ctypes.c_int32
+    library.orvix_histogram_sample.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_double, ctypes.c_uint32, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_natural_breaks.restype = ctypes.c_int32
+    library.orvix_natural_breaks.argtypes = [ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.c_uint32, ctypes.c_double, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    return library

@@ -1,0 +1,539 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Orvix for hosts of another language or compiler: the projects, points, cells, planes and meshes
+// of the classes, behind plain functions of C99 (or later, or any C++).
+//
+//     orvix_error error = {sizeof error};
+//     orvix_project* project = NULL;
+//     orvix_point first[1000];
+//     if (orvix_project_open("scan.prj", NULL, &project, &error) ||
+//         orvix_points_read(project, 0, 1000, first, &error)) {
+//         fprintf(stderr, "%s\n", error.text);
+//     }
+//     orvix_project_close(project);
+//
+// A C++ host of the library's own compiler takes the classes instead. docs/EMBEDDING.md shows the
+// way in for C, .NET and Python; the declarations for the latter two are made from this header.
+//
+// Units      metres. "Local" is the project's own frame, in which points are stored; "world" is
+//            local through the project's transform, in double precision.
+// Shape      positions are x, y, z one after the other; an equation a, b, c, d says
+//            a x + b y + c z + d = 0. Texts are UTF-8 and end with a zero byte.
+// Structs    those that begin with `size` may grow at their end in a later minor version. A caller
+//            sets `size` to sizeof the struct that it was compiled with: a multiple of 8, from 8
+//            to 4096, anything else is ORVIX_BAD_ARGUMENT. Where null stands for all defaults, the
+//            parameter is called `options`. Of an
+//            input, members beyond `size` take their default, which is always all bits zero, and
+//            bytes beyond the members that the library knows must be zero, or the call answers
+//            ORVIX_UNSUPPORTED. Of an output, no byte beyond `size` is written, and bytes that the
+//            library does not know become zero. The other structs are records of the project's
+//            files, laid out in memory as on disk; they never change.
+// Lists      a call that fills a caller's array takes its capacity and tells in `count` how many
+//            items there are. With a smaller capacity it writes none and answers ORVIX_TOO_SMALL;
+//            a null array with capacity 0 asks for the number alone and succeeds.
+// Errors     every call that can fail answers a status, and on failure fills `error` (null: not
+//            asked for) with the status and one sentence: what happened, where, what to do. The
+//            text lives in the caller's struct because an open that fails has no handle to keep
+//            it, because every thread has its own, and because none has to be allocated when
+//            memory is what ran out. On success `error` is left alone. On failure a handle is null,
+//            and other outputs hold nothing to rely on. No exception leaves a call.
+// Lifetime   what `..._open` and its like hand out is closed by the call of its name; null is left
+//            alone. Planes, meshes and views outlive their project. Closing a handle twice, or
+//            using it afterwards, is the caller's mistake and is not detected; null is.
+// Threads    one thread at a time per handle; any number of handles, several on one project too.
+//            Calls on a const handle may run side by side. The library starts no thread and takes
+//            no lock.
+// Callbacks  run on the calling thread. They return; they do not throw, jump out, or close the
+//            handle that is in use.
+// Damage     every count, offset and size that comes from a project's files is held against the
+//            files' real sizes before use: a damaged project gives ORVIX_DAMAGED, wrong points at
+//            worst. Not guarded: another process that shortens a file while it is mapped here.
+// Windows    64-bit; the calling convention is __cdecl. Paths are UTF-8 here as well.
+#ifndef ORVIX_C_ORVIX_H
+#define ORVIX_C_ORVIX_H
+
+#include <stdint.h>
+
+// What this header describes. A library of the same major and an equal or higher minor version
+// serves a host; `orvix_interface_version` tells the library's.
+#define ORVIX_C_MAJOR 1
+#define ORVIX_C_MINOR 0
+
+#if defined(_WIN32)
+#define ORVIX_C_CALL __cdecl
+#else
+#define ORVIX_C_CALL
+#endif
+#if defined(_WIN32) && !defined(ORVIX_STATIC)
+#if defined(ORVIX_BUILDING)
+#define ORVIX_C_API __declspec(dllexport)
+#else
+#define ORVIX_C_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define ORVIX_C_API __attribute__((visibility("default")))
+#else
+#define ORVIX_C_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---- Status and errors ----------------------------------------------------------------------
+
+// What a call answers. 1 to 5 and 130 mean what the command's exit codes mean.
+typedef int32_t orvix_status;
+enum {
+    ORVIX_OK = 0,
+    ORVIX_FAILED = 1,        // anything not named below: a refused permission, a broken device
+    ORVIX_BAD_ARGUMENT = 2,  // null where something is needed, a range or size that cannot be
+    ORVIX_BAD_INPUT = 3,     // a file that is missing or no project, a seed without points
+    ORVIX_NO_SPACE = 4,      // the disk is full
+    ORVIX_DAMAGED = 5,       // a project whose files contradict each other
+    ORVIX_NO_MEMORY = 6,
+    ORVIX_TOO_SMALL = 7,     // the caller's array; see Lists
+    ORVIX_UNSUPPORTED = 8,   // asked for what a later version of the library has
+    ORVIX_CANCELLED = 130    // a callback said so
+};
+
+typedef struct orvix_error {
+    uint32_t size;
+    orvix_status status;
+    char text[1016];  // cut at a character's end where it would not fit
+} orvix_error;
+
+// ---- The library ----------------------------------------------------------------------------
+
+// The interface that the running library serves: major * 65536 + minor.
+ORVIX_C_API uint32_t ORVIX_C_CALL orvix_interface_version(void);
+// The library's own version, such as "0.1.0". Static storage.
+ORVIX_C_API const char* ORVIX_C_CALL orvix_library_version(void);
+
+// Receives texts meant for the user, of trouble that a call went on after; valid in the call.
+typedef void(ORVIX_C_CALL* orvix_channel)(void* user, const char* text);
+// Sets where those texts go, for the whole process; null restores the default, a modal message box
+// on Windows and standard error elsewhere. A host without windows sets it before anything else.
+// Threads  set it while no other call runs.
+ORVIX_C_API void ORVIX_C_CALL orvix_set_channel(orvix_channel channel, void* user);
+
+// Asked often by long calls: 0 cancels them. `done` is the part done, 0 to 1, and negative where
+// nobody can know it, as while a plane grows.
+typedef int32_t(ORVIX_C_CALL* orvix_proceed)(void* user, double done);
+
+// ---- Projects -------------------------------------------------------------------------------
+
+typedef struct orvix_project orvix_project;
+
+enum {
+    ORVIX_READ = 0,
+    ORVIX_READ_WRITE = 1  // for orvix_points_write_dclc
+};
+
+typedef struct orvix_open_options {
+    uint32_t size;
+    int32_t access;
+} orvix_open_options;
+
+// Opens a project by its project file. Opening makes and changes nothing, and a read-only project
+// can be opened with ORVIX_READ.
+// Errors  BAD_INPUT: no such project. DAMAGED: a head, transform, point or index file is missing,
+//         too short or not what it should be. FAILED: a file may not be opened as asked.
+// Cost    no point is read; the folder's files are listed once.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_open(const char* path,
+                                                         const orvix_open_options* options,
+                                                         orvix_project** project,
+                                                         orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_project_close(orvix_project* project);
+
+typedef struct orvix_project_info {
+    uint32_t size;
+    uint32_t stations;  // scanner stations that the points come from
+    uint64_t points;
+    uint64_t skeleton_points;
+    uint64_t cells_1000cm;
+    uint64_t cells_100cm;
+    uint64_t cells_10cm;          // 0 without the 10 cm level
+    uint64_t bytes;               // of all files of the project
+    double scale;                 // skeleton voxel size
+    double origin[3];             // the local frame's zero, in the world
+    double local_to_world[16];    // a 4 x 4 matrix, row by row; the last row is 0 0 0 1
+    double min[3];                // of the points, in the world
+    double max[3];
+    double split_size;            // plane search, full density: side of a cell; negative: unset
+    double diff[3];               // largest differences of a cell's normal, by component
+    int64_t min_plane;
+    double skeleton_split_size;   // the same for the thinned points
+    double skeleton_diff[3];
+    int64_t skeleton_min_plane;
+    int32_t min_cell_points;
+    int32_t usage;                // 0: the full-density set is current, else the skeleton's
+    uint8_t colour[4];            // red, green, blue, alpha
+    uint8_t reserved[4];
+} orvix_project_info;
+
+// What `orvix info` tells, as it was when the project was opened.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_get_info(const orvix_project* project,
+                                                             orvix_project_info* info,
+                                                             orvix_error* error);
+
+enum {
+    ORVIX_TEXT_NAME = 0,   // "scan"
+    ORVIX_TEXT_FILE = 1,   // the project file, as it was given
+    ORVIX_TEXT_FOLDER = 2  // the project-files folder
+};
+// A list of bytes, the zero at its end counted.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_get_text(const orvix_project* project,
+                                                             int32_t which, char* text,
+                                                             uint64_t capacity, uint64_t* count,
+                                                             orvix_error* error);
+
+// Called with each fault that a check lists: a file's path and a sentence, valid in the call.
+typedef void(ORVIX_C_CALL* orvix_fault)(void* user, const char* file, const char* what);
+
+typedef struct orvix_check_options {
+    uint32_t size;
+    uint32_t reserved;
+    uint64_t max_faults;  // listed at most; 0: 1000
+    orvix_fault fault;    // null: none is asked for
+    orvix_proceed proceed;
+    void* user;  // of both
+} orvix_check_options;
+
+// Holds every file of a project against the others; `faults` receives how many do not agree.
+// Damage is no failure of the call. Nothing is changed or created.
+// Cost  reads every point once.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_check(const char* path,
+                                                          const orvix_check_options* options,
+                                                          uint64_t* faults, orvix_error* error);
+
+enum {
+    ORVIX_STATION_POSITION = 1,
+    ORVIX_STATION_INTENSITIES = 2
+};
+
+typedef struct orvix_station_info {
+    uint32_t size;
+    uint32_t known;      // ORVIX_STATION_ bits: what the project tells of the station
+    double position[3];  // local
+    double rotation[9];  // row by row; the identity where the project has none
+    int32_t lowest_intensity;
+    int32_t highest_intensity;
+} orvix_station_info;
+
+// A scanner station by its number, from 0. One that the project does not know has no bit set.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_get_station(const orvix_project* project,
+                                                                uint32_t station,
+                                                                orvix_station_info* info,
+                                                                orvix_error* error);
+
+// ---- Records of the project's files ---------------------------------------------------------
+
+// A point: a record of Grid.pts, local coordinates. docs/FORMAT.md tells the attributes. The DCLC
+// pair is the host's own.
+typedef struct orvix_point {
+    float x;
+    float y;
+    float z;
+    uint8_t attributes[8];
+    uint16_t dclc_first;
+    uint8_t dclc_second;
+    uint8_t reserved;
+} orvix_point;
+
+// The two values of a point that a host may change.
+typedef struct orvix_dclc {
+    uint16_t first;
+    uint8_t second;
+    uint8_t reserved;
+} orvix_dclc;
+
+// A run: records `offset` to `offset + count - 1`.
+typedef struct orvix_run {
+    uint64_t offset;
+    uint32_t count;
+    uint32_t padding;
+} orvix_run;
+
+// A cell of the 1000 cm or 100 cm index. x, y, z count cells of that size; the run is one of 100 cm
+// cells at the 1000 cm level, of points at the 100 cm level.
+typedef struct orvix_grid_cell {
+    int32_t x;
+    int32_t y;
+    int32_t z;
+    uint32_t padding;
+    uint64_t offset;
+    uint32_t count;
+    uint32_t padding2;
+} orvix_grid_cell;
+
+// A cell of the 10 cm index. x, y, z are 0 to 9 inside its 100 cm cell; the run is one of points.
+typedef struct orvix_fine_cell {
+    int8_t x;
+    int8_t y;
+    int8_t z;
+    uint8_t padding[5];
+    uint64_t offset;
+    uint32_t count;
+    uint32_t padding2;
+} orvix_fine_cell;
+
+// ---- Cells ----------------------------------------------------------------------------------
+
+// The levels of the grid, which are also the sides of their cells in centimetres.
+enum {
+    ORVIX_LEVEL_1000CM = 1000,
+    ORVIX_LEVEL_100CM = 100,
+    ORVIX_LEVEL_10CM = 10
+};
+
+// The index records of a level, mapped: orvix_grid_cell at 1000 and 100 cm, orvix_fine_cell at
+// 10 cm. Nothing is copied; they are as stored, unchecked, and to be read only.
+// Order     as stored: a cell's children lie side by side, in the order of the cells.
+// Lifetime  until the project is closed.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_cells_borrow(const orvix_project* project,
+                                                         int32_t level, const void** records,
+                                                         uint64_t* count, orvix_error* error);
+// For each 100 cm cell the run of its 10 cm cells. Likewise.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_fine_runs_borrow(const orvix_project* project,
+                                                             const orvix_run** runs,
+                                                             uint64_t* count, orvix_error* error);
+
+typedef struct orvix_cell {
+    uint32_t size;
+    int32_t level;
+    int32_t x;  // counts cells of this level from the local zero, at 10 cm as well
+    int32_t y;
+    int32_t z;
+    uint32_t reserved;
+    uint64_t entry;          // its record in the level's index
+    uint64_t first_point;    // its points lie side by side
+    uint64_t points;
+    uint64_t first_child;    // entries of the next finer level
+    uint64_t children;       // 0 at the finest
+    double min[3];           // corners, local; a cell holds its lower faces, not its upper ones
+    double max[3];
+} orvix_cell;
+
+// One cell by its entry, 0 to the level's count - 1. DAMAGED: its runs lie outside their files.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_cell_get(const orvix_project* project, int32_t level,
+                                                     uint64_t entry, orvix_cell* cell,
+                                                     orvix_error* error);
+// The cell that a position in the world (three doubles) lies in. Where the cloud has no cell there,
+// `points` is 0 and `entry` has all bits set; the rest describes the place.
+// Cost  two or three binary searches.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_cell_at(const orvix_project* project, int32_t level,
+                                                    const double* world, orvix_cell* cell,
+                                                    orvix_error* error);
+
+// ---- Points ---------------------------------------------------------------------------------
+
+// Points `first` to `first + count - 1` into the caller's array, with one copy.
+// Errors  BAD_ARGUMENT: beyond the last point.
+// Cost    one read of the file into the array, whatever `count` is; no other memory.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_read(const orvix_project* project,
+                                                        uint64_t first, uint64_t count,
+                                                        orvix_point* points, orvix_error* error);
+// The points of many runs, in their order. A list: `count` receives the sum of the runs' counts.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_read_runs(const orvix_project* project,
+                                                             const orvix_run* runs,
+                                                             uint64_t run_count,
+                                                             orvix_point* points, uint64_t capacity,
+                                                             uint64_t* count, orvix_error* error);
+// The same points as positions in the world, three doubles each.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_read_world(const orvix_project* project,
+                                                              uint64_t first, uint64_t count,
+                                                              double* xyz, orvix_error* error);
+
+typedef struct orvix_view orvix_view;
+
+// Borrows points where they are mapped, without any copy. They are to be read only.
+// Lifetime  until orvix_view_close, even beyond the project's. 0 points: a view without address.
+// Cost      one mapping; pages are read when they are touched, and count as the host's memory.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_borrow(const orvix_project* project,
+                                                          uint64_t first, uint64_t count,
+                                                          orvix_view** view,
+                                                          const orvix_point** points,
+                                                          orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_view_close(orvix_view* view);
+
+// Changes the DCLC pairs of points in place, in the file; readers and views see it at once. The
+// skeleton's pairs stay. Precondition: opened with ORVIX_READ_WRITE, else BAD_ARGUMENT.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_write_dclc(orvix_project* project,
+                                                              uint64_t first, uint64_t count,
+                                                              const orvix_dclc* values,
+                                                              orvix_error* error);
+
+// ---- Planes ---------------------------------------------------------------------------------
+
+typedef struct orvix_plane orvix_plane;
+
+// How a plane is grown. All zero: everything as described.
+typedef struct orvix_plane_options {
+    uint32_t size;
+    int32_t seed_is_local;    // otherwise the seed is in the world
+    double split_size;        // side of a search cell; 0: the project's, more where points are few
+    double diff[3];           // largest differences of a cell's normal; 0: the project's
+    double max_distance;      // of a point from the plane; 0: from the noise at the seed
+    double snap_distance;     // from the seed to the nearest point, at most; 0: 1 m
+    double reach;             // from the seed; 0: until points end
+    uint64_t memory_limit;    // bytes for points, about; 0: 1 GiB. Beyond it, points are thinned
+    uint64_t outline_points;  // the outline is built from at most this many; 0: 1,000,000
+    orvix_proceed proceed;    // null: the search cannot be cancelled
+    void* user;
+} orvix_plane_options;
+
+// Grows the plane that a seed (three doubles) lies on, as `orvix plane` does: the same project,
+// seed and options give the same plane to the last bit, on every system.
+// Makes folders that the project lacks, as any host that loads its search settings does.
+// Errors  BAD_INPUT: no point near the seed, or none that span a plane. CANCELLED, DAMAGED.
+// Cost    reads the cells that the plane passes through; memory for the points near it.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_grow(orvix_project* project, const double* seed,
+                                                       const orvix_plane_options* options,
+                                                       orvix_plane** plane, orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_plane_close(orvix_plane* plane);
+
+enum {
+    ORVIX_ENDED_EDGE = 1,  // points end, or turn away, on every side
+    ORVIX_ENDED_OUTLINE = 2,
+    ORVIX_ENDED_REACH = 3,
+    ORVIX_ENDED_BUDGET = 4
+};
+
+typedef struct orvix_plane_info {
+    uint32_t size;
+    int32_t ended;               // ORVIX_ENDED_
+    double equation[4];          // world; unit normal whose largest component is positive
+    double centroid[3];          // world
+    double seed[3];              // world: the cloud's point that growth started from
+    double local_equation[4];    // what the search fitted, in the local frame
+    double snapped;              // between that point and the seed asked for
+    double noise;                // standard deviation of the points at the seed
+    double split_size;           // the one used
+    double max_distance_allowed;
+    double rms;
+    double max_distance;
+    double area;                 // of the outline, holes left out, square metres
+    uint64_t points;             // the plane's points, each of the cloud's counted
+    uint64_t listed_points;      // fewer where points were thinned
+    uint64_t cells;
+    uint64_t rejected_cells;
+    uint64_t rings;
+    uint32_t thinning;           // above 1: growth used every k-th point of each grid cell
+    uint32_t split_enlarged;     // 1: the project's cells would have held too few points
+} orvix_plane_info;
+
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_info(const orvix_plane* plane,
+                                                           orvix_plane_info* info,
+                                                           orvix_error* error);
+// The plane's points, as many as listed_points: positions in the world (three doubles each) and
+// the numbers of their records. Lists of one capacity; either array may be null.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_points(const orvix_plane* plane, double* xyz,
+                                                             uint64_t* records, uint64_t capacity,
+                                                             uint64_t* count, orvix_error* error);
+
+// A ring of the outline: hole 0 is a region's outer ring, holes 1, 2, ... lie inside it. Regions
+// and holes come by area, the largest first.
+typedef struct orvix_ring {
+    uint64_t vertices;
+    uint32_t region;
+    uint32_t hole;
+} orvix_ring;
+
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_rings(const orvix_plane* plane,
+                                                            orvix_ring* rings, uint64_t capacity,
+                                                            uint64_t* count, orvix_error* error);
+// A ring's vertices laid on the plane, in the world; the last joins the first, which is not
+// repeated. A list of positions.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_ring(const orvix_plane* plane, uint64_t ring,
+                                                           double* xyz, uint64_t capacity,
+                                                           uint64_t* count, orvix_error* error);
+
+// ---- Meshes ---------------------------------------------------------------------------------
+
+typedef struct orvix_mesh orvix_mesh;
+
+// The plane's points triangulated inside its outline and holes, in the world; triangles run
+// counter-clockwise seen from the side that the equation's normal points to. What `orvix plane
+// --mesh` writes. BAD_INPUT: the points enclose no area.
+// Cost  n log n; about 2 s for a million points.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_mesh(const orvix_plane* plane, orvix_mesh** mesh,
+                                                       orvix_error* error);
+// Triangulates any points (three doubles each) in the plane of `equation` (four doubles), with the
+// segments of the open polyline `boundary` as edges: repeat its first position to close it; 0
+// positions bound nothing. Every triangle of the convex hull is listed. The mesh's points are the
+// given ones, in their order, then the vertices that the boundary adds, laid on the plane. Of
+// several points at one place the last is the vertex; points that are not finite are in no
+// triangle.
+// Errors  BAD_ARGUMENT: an equation without a normal, more than 2^31 - 1 points.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_triangulate(const double* xyz, uint64_t count,
+                                                        const double* equation,
+                                                        const double* boundary,
+                                                        uint64_t boundary_count, orvix_mesh** mesh,
+                                                        orvix_error* error);
+// Positions, three doubles each, and triangles, three places in that list each, into the caller's
+// arrays: two lists, each with its capacity and count; both must fit.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_mesh_read(const orvix_mesh* mesh, double* xyz,
+                                                      uint64_t point_capacity, uint64_t* points,
+                                                      uint32_t* triangles,
+                                                      uint64_t triangle_capacity,
+                                                      uint64_t* triangle_count, orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_mesh_close(orvix_mesh* mesh);
+
+// ---- Neighbours -----------------------------------------------------------------------------
+
+typedef struct orvix_neighbours orvix_neighbours;
+
+// An index over points for exact searches: three floats each, `stride` bytes apart (24 for
+// orvix_point, 12 for bare positions). The points are copied; their frame is the queries' frame.
+// Errors  BAD_ARGUMENT: more than 2^31 - 1 points, a stride below 12.
+// Cost    n log n: a million points in under half a second.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_open(const void* points, uint64_t count,
+                                                            uint64_t stride,
+                                                            orvix_neighbours** neighbours,
+                                                            orvix_error* error);
+// The points within `radius` of a position (three doubles), itself included, by ascending distance
+// and, where equal, by ascending index. A list.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_within(const orvix_neighbours* neighbours,
+                                                              const double* position, double radius,
+                                                              int32_t* indices, uint64_t capacity,
+                                                              uint64_t* count, orvix_error* error);
+// The nearest point; -1 where there is none.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_nearest(const orvix_neighbours* neighbours,
+                                                               const double* position,
+                                                               int32_t* index, orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_neighbours_close(orvix_neighbours* neighbours);
+
+// ---- Classification -------------------------------------------------------------------------
+
+enum {
+    ORVIX_HISTOGRAM_INTENSITY = 0,
+    ORVIX_HISTOGRAM_HEIGHT = 1
+};
+
+// Draws up to `sample_count` values from a histogram of the project, each as often as its bin has
+// points, adds `shift` to them and sorts them. `capacity` must be sample_count at least; `count`
+// receives how many were drawn, 0 for a project without the histogram. Seeded with the time in
+// seconds: two calls within one draw the same.
+// Threads  the C runtime's generator is used, which the process shares.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_histogram_sample(const orvix_project* project,
+                                                             int32_t which, double shift,
+                                                             uint32_t sample_count, double* samples,
+                                                             uint64_t capacity, uint64_t* count,
+                                                             orvix_error* error);
+// The boundaries of `classes` natural classes of ascending values: `lower_bound`, the largest value
+// of each class but the last, and the last value. A list of classes + 1.
+// Errors  BAD_ARGUMENT: values that do not ascend, 0 classes or more than 2^31 - 2.
+// Cost    12 bytes a value and class; samples of a few thousand are meant.
+// Source  W. D. Fisher, "On grouping for maximum homogeneity", JASA 53 (1958).
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_natural_breaks(const double* values, uint64_t count,
+                                                           uint32_t classes, double lower_bound,
+                                                           double* breaks, uint64_t capacity,
+                                                           uint64_t* break_count,
+                                                           orvix_error* error);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "orvix/c/boundary.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/mapping.h"
+#include "orvix/points/records.h"
+#include "orvix/project/project_core.h"
+#include "orvix/project/project_manager.h"
+#include "orvix/project/project_summary.h"
+
+/// What stands behind the C interface's project handle: the project's paths, records and summary,
+/// its files as the calls use them, and the core that plane search and edits go through.
+///
+/// Points are read by position into the caller's array: one copy, and a file that another process
+/// shortened is a failed read instead of a missing page. Indexes are small and mapped.
+struct orvix_project {
+    orvix_project() = default;
+    orvix_project(const orvix_project&) = delete;
+    orvix_project& operator=(const orvix_project&) = delete;
+    ~orvix_project() { core.Close(); }
+
+    orvix::ProjectManager paths;  ///< never opened
+    orvix::ProjectSummary summary;
+    orvix::CProjectCore core;
+    bool writable = false;
+    orvix::platform::File points;
+    orvix::platform::MappedFile index1000;
+    orvix::platform::MappedFile index100;
+    orvix::platform::MappedFile index10;  ///< without a file where there is no such level
+    orvix::platform::MappedFile runs10;
+};
+
+namespace orvix::detail {
+
+/// The whole records of a mapped file.
+template <class Record>
+std::span<const Record> RecordsOf(const platform::MappedFile& file) {
+    return {reinterpret_cast<const Record*>(file.Data()), file.Size() / sizeof(Record)};
+}
+
+/// Reads points into an array of their number. Damaged where the file has become shorter.
+Answer ReadPoints(const orvix_project& project, std::uint64_t first, std::uint64_t count,
+                  orvix_point* points);
+
+}  // namespace orvix::detail

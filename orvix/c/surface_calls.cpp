@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "orvix/c/boundary.h"
+#include "orvix/c/mesh_handle.h"
+#include "orvix/points/nearest_neighbour.h"
+#include "orvix/surfaces/point_cloud_geometrics.h"
+#include "orvix/surfaces/surface_mesh.h"
+
+using namespace orvix;
+using namespace orvix::detail;
+
+/// An index; it has a copy of the points.
+struct orvix_neighbours {
+    explicit orvix_neighbours(const std::vector<SimplePointT<float>>& points) : index(&points) {}
+
+    CNearestNeighbour index;
+};
+
+namespace {
+
+using Vector = SimplePointT<double>;
+using Triangle = std::array<std::uint32_t, 3>;
+
+static_assert(sizeof(Vector) == 3 * sizeof(double));
+static_assert(sizeof(Triangle) == 3 * sizeof(std::uint32_t));
+
+// Faces and neighbours name points by ints.
+constexpr std::uint64_t kMostPoints = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint64_t kPositionBytes = 3 * sizeof(float);
+
+Answer RequireCountable(std::uint64_t count) {
+    if (count <= kMostPoints) return {};
+    return Refuse(
+        ORVIX_BAD_ARGUMENT,
+        fmt::format("{} points are too many for one call; it takes {}", count, kMostPoints));
+}
+
+tl::expected<std::vector<Vector>, Refusal> Positions(const double* xyz, std::uint64_t count,
+                                                     const char* name) {
+    if (auto countable = RequireCountable(count); !countable) {
+        return tl::unexpected(std::move(countable.error()));
+    }
+    if (count == 0) return {};
+    if (auto there = RequirePointer(xyz, name); !there) {
+        return tl::unexpected(std::move(there.error()));
+    }
+    std::vector<Vector> positions(static_cast<std::size_t>(count));
+    std::memcpy(static_cast<void*>(positions.data()), xyz, positions.size() * sizeof(Vector));
+    return positions;
+}
+
+Answer RequireNormal(const double* equation) {
+    const bool finite =
+        std::all_of(equation, equation + 4, [](double v) { return std::isfinite(v); });
+    const double square =
+        equation[0] * equation[0] + equation[1] * equation[1] + equation[2] * equation[2];
+    if (finite && square > 0 && std::isfinite(square)) return {};
+    return Refuse(ORVIX_BAD_ARGUMENT,
+                  fmt::format("equation {}, {}, {}, {} has no normal", equation[0], equation[1],
+                              equation[2], equation[3]));
+}
+
+TriangleMesh Triangulate(std::vector<Vector> points, const double* equation,
+                         const std::vector<Vector>& boundary) {
+    const std::size_t given = points.size();
+    std::vector<int> faces;
+    PointCloudGeometrics::ConstrainedSurface(
+        points, CGAL::Plane_3<CGAL::Epick>(equation[0], equation[1], equation[2], equation[3]),
+        faces, &boundary);
+    LiftPlanarVertices(points, given,
+                       PlaneFrame(equation[0], equation[1], equation[2], equation[3]));
+    TriangleMesh mesh;
+    mesh.points = std::move(points);
+    mesh.triangles.reserve(faces.size() / 4);
+    for (std::size_t at = 0; at + 3 < faces.size(); at += 4) {
+        mesh.triangles.push_back({static_cast<std::uint32_t>(faces[at + 1]),
+                                  static_cast<std::uint32_t>(faces[at + 2]),
+                                  static_cast<std::uint32_t>(faces[at + 3])});
+    }
+    return mesh;
+}
+
+std::vector<SimplePointT<float>> PositionsOf(const void* points, std::uint64_t count,
+                                             std::uint64_t stride) {
+    std::vector<SimplePointT<float>> positions(static_cast<std::size_t>(count));
+    const auto* bytes = static_cast<const unsigned char*>(points);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        std::memcpy(static_cast<void*>(&positions[static_cast<std::size_t>(i)]),
+                    bytes + i * stride, kPositionBytes);
+    }
+    return positions;
+}
+
+}  // namespace
+
+orvix_status orvix_triangulate(const double* xyz, uint64_t count, const double* equation,
+                               const double* boundary, uint64_t boundary_count, orvix_mesh** mesh,
+                               orvix_error* error) {
+    if (mesh != nullptr) *mesh = nullptr;
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
+        if (auto there = RequirePointer(equation, "equation"); !there) return there;
+        if (auto sound = RequireNormal(equation); !sound) return sound;
+        auto points = Positions(xyz, count, "xyz");
+        if (!points) return tl::unexpected(points.error());
+        const auto line = Positions(boundary, boundary_count, "boundary");
+        if (!line) return tl::unexpected(line.error());
+        auto made = std::make_unique<orvix_mesh>();
+        made->mesh = Triangulate(std::move(*points), equation, *line);
+        *mesh = made.release();
+        return {};
+    });
+}
+
+orvix_status orvix_mesh_read(const orvix_mesh* mesh, double* xyz, uint64_t point_capacity,
+                             uint64_t* points, uint32_t* triangles, uint64_t triangle_capacity,
+                             uint64_t* triangle_count, orvix_error* error) {
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
+        const TriangleMesh& made = mesh->mesh;
+        // Both numbers are told whether or not either list fits.
+        const auto fillPoints = Fits(made.points.size(), xyz, point_capacity, points, "points");
+        const auto fillTriangles =
+            Fits(made.triangles.size(), triangles, triangle_capacity, triangle_count, "triangles");
+        if (!fillPoints) return tl::unexpected(fillPoints.error());
+        if (!fillTriangles) return tl::unexpected(fillTriangles.error());
+        if (*fillPoints) std::memcpy(xyz, made.points.data(), made.points.size() * sizeof(Vector));
+        if (*fillTriangles) {
+            std::memcpy(triangles, made.triangles.data(), made.triangles.size() * sizeof(Triangle));
+        }
+        return {};
+    });
+}
+
+void orvix_mesh_close(orvix_mesh* mesh) {
+    delete mesh;
+}
+
+orvix_status orvix_neighbours_open(const void* points, uint64_t count, uint64_t stride,
+                                   orvix_neighbours** neighbours, orvix_error* error) {
+    if (neighbours != nullptr) *neighbours = nullptr;
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(neighbours, "neighbours"); !there) return there;
+        if (auto countable = RequireCountable(count); !countable) return countable;
+        if (count > 0) {
+            if (auto there = RequirePointer(points, "points"); !there) return there;
+        }
+        if (stride < kPositionBytes || stride > kMostPoints) {
+            return Refuse(ORVIX_BAD_ARGUMENT,
+                          fmt::format("a stride of {} bytes; three floats take 12", stride));
+        }
+        const auto positions = PositionsOf(points, count, stride);
+        *neighbours = new orvix_neighbours(positions);
+        return {};
+    });
+}
+
+orvix_status orvix_neighbours_within(const orvix_neighbours* neighbours, const double* position,
+                                     double radius, int32_t* indices, uint64_t capacity,
+                                     uint64_t* count, orvix_error* error) {
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(neighbours, "neighbours"); !there) return there;
+        if (auto there = RequirePointer(position, "position"); !there) return there;
+        std::vector<int> found;
+        if (radius >= 0) {
+            neighbours->index.FindWithin({position[0], position[1], position[2]}, radius * radius,
+                                         found);
+        }
+        const auto fill = Fits(found.size(), indices, capacity, count, "neighbours");
+        if (!fill) return tl::unexpected(fill.error());
+        if (*fill) std::copy(found.begin(), found.end(), indices);
+        return {};
+    });
+}
+
+orvix_status orvix_neighbours_nearest(const orvix_neighbours* neighbours, const double* position,
+                                      int32_t* index, orvix_error* error) {
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(neighbours, "neighbours"); !there) return there;
+        if (auto there = RequirePointer(position, "position"); !there) return there;
+        if (auto there = RequirePointer(index, "index"); !there) return there;
+        int nearest = -1;
+        neighbours->index.FindNearest({position[0], position[1], position[2]}, nearest);
+        *index = nearest;
+        return {};
+    });
+}
+
+void orvix_neighbours_close(orvix_neighbours* neighbours) {
+    delete neighbours;
+}

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# python_host.sh SOURCE_FOLDER LIBRARY ORVIX: the Python example finds in the sample what the command
+# finds: counts, bounds, sums, the plane to the last bit, and its mesh vertex by vertex.
+set -euo pipefail
+source=$1
+library=$2
+orvix=$3
+for python in python3 /usr/bin/python3; do
+    "$python" -c 'import numpy' 2>/dev/null && break
+    python=
+done
+[ -n "$python" ] || { echo "python_host: no Python with NumPy: run scripts/packages.sh test"; exit 77; }
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+export ORVIX_SETTINGS_DIR=$scratch/settings PYTHONDONTWRITEBYTECODE=1
+cd "$scratch"
+"$orvix" import "$source/samples/building.ply" "Größe.prj" --json >import.json
+"$orvix" info "Größe.prj" --json >info.json
+"$orvix" plane "Größe.prj" --seed 3.7,-4.0,12.9 --mesh roof.ply --json >plane.json
+PYTHONPATH=$source/orvix/c/bindings "$python" "$source/examples/05_host_in_python.py" \
+    "$library" "Größe.prj" 3.7 -4.0 12.9 >found.json
+"$python" - "$source/samples/building.ply" <<'PYTHON'
+import json, sys
+import numpy as np
+
+info, plane, found = (json.load(open(f"{name}.json")) for name in ("info", "plane", "found"))
+grown = found["plane"]
+
+def same(what, got, wanted):
+    assert got == wanted, f"{what}: {got} instead of {wanted}"
+
+same("points", found["points"], info["points"])
+same("origin", found["origin"], info["origin"])
+same("min", found["min"], info["bounds"]["min"])
+same("max", found["max"], info["bounds"]["max"])
+same("cells", found["cells"]["cells"], info["cells"]["100"])
+same("points in cells", found["cells"]["points_in_cells"], info["points"])
+assert found["copy_equals_view"]
+for key in ("equation", "area", "rms", "points", "cells"):
+    same(key, grown[key], plane[key])
+same("records", grown["distinct_records"], plane["points"])
+assert grown["asked"] > 0
+
+# The sample's own numbers: its positions are little-endian floats at the start of each vertex.
+data = open(sys.argv[1], "rb").read()
+head, _, body = data.partition(b"end_header\n")
+kinds = {"float": "<f4", "uchar": "u1", "double": "<f8", "ushort": "<u2", "uint": "<u4", "int": "<i4"}
+fields = [(line.split()[2].decode(), kinds[line.split()[1].decode()])
+          for line in head.splitlines() if line.startswith(b"property")]
+scan = np.frombuffer(body, np.dtype(fields), found["points"])
+for axis, (name, total) in enumerate(zip("xyz", found["sum"])):
+    wanted = scan[name].astype(float).sum()
+    assert abs(total - wanted) < 1e-6 * abs(wanted), (name, total, wanted)
+assert np.allclose(found["local_sum"], np.array(found["sum"]) -
+                   found["points"] * np.array(found["origin"]), rtol=1e-9)
+
+lines = open("roof.ply").read().split("end_header\n")[1].splitlines()
+points = len(grown["mesh_points"])
+same("vertices", [[float(v) for v in line.split()] for line in lines[:points]],
+     grown["mesh_points"])
+same("triangles", [[int(v) for v in line.split()[1:]] for line in lines[points:]],
+     grown["mesh_triangles"])
+print(f"{found['points']} points, a plane of {grown['points']}, "
+      f"{len(grown['mesh_triangles'])} triangles: as the command finds them")
+PYTHON

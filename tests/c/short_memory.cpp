@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/c/short_memory.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+long long allocationsLeft = -1;
+}
+
+namespace orvix::test {
+
+void LimitAllocations(long long count) {
+    allocationsLeft = count;
+}
+
+}  // namespace orvix::test
+
+void* operator new(std::size_t bytes) {
+    if (allocationsLeft == 0) throw std::bad_alloc();
+    if (allocationsLeft > 0) --allocationsLeft;
+    if (void* made = std::malloc(bytes == 0 ? 1 : bytes)) return made;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* made) noexcept {
+    std::free(made);
+}
+
+void operator delete(void* made, std::size_t) noexcept {
+    std::free(made);
+}
