@@ -80,13 +80,15 @@ public static unsafe class Program {
         Check(error => orvix_plane_mesh(plane, made, error));
         IntPtr handle = mesh;
         Check(error => orvix_mesh_read(handle, null, 0, pointCount, null, 0, triangleCount, error));
-        var xyz = new double[3 * points];
-        var corners = new uint[3 * triangles];
+        ulong room = points;
+        ulong triangleRoom = triangles;
+        var xyz = new double[3 * room];
+        var corners = new uint[3 * triangleRoom];
         fixed (double* positions = xyz)
         fixed (uint* places = corners) {
             double* p = positions;
             uint* t = places;
-            Check(error => orvix_mesh_read(handle, p, points, pointCount, t, triangles,
+            Check(error => orvix_mesh_read(handle, p, room, pointCount, t, triangleRoom,
                                            triangleCount, error));
         }
         orvix_mesh_close(mesh);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the named parts of the project need on Debian 12: scripts/packages.sh build [test] [windows].
+# Installs what the named parts of the project need on Debian 12: scripts/packages.sh build [test] [csharp] [windows].
 # Run as root, or as a user who may call sudo; installs nothing when everything is there.
 set -euo pipefail
 
@@ -9,6 +9,9 @@ build=(
     libcli11-dev nlohmann-json3-dev libfmt-dev libexpected-dev libxxhash-dev libstb-dev
 )
 test=(libgtest-dev python3 python3-numpy pkg-config)
+# What compiles and runs the example in C#: 10 MB to fetch, 33 MB on the disk. Without it that test
+# is skipped.
+csharp=(mono-mcs)
 # A Windows build and its runner: 170 MB to fetch, 1.1 GB on the disk.
 windows=(g++-mingw-w64-x86-64-posix wine64)
 
@@ -17,8 +20,9 @@ for part in "$@"; do
     case "$part" in
         build) wanted+=("${build[@]}") ;;
         test) wanted+=("${test[@]}") ;;
+        csharp) wanted+=("${csharp[@]}") ;;
         windows) wanted+=("${windows[@]}") ;;
-        *) echo "packages.sh: unknown part '$part' (build, test, windows)" >&2; exit 2 ;;
+        *) echo "packages.sh: unknown part '$part' (build, test, csharp, windows)" >&2; exit 2 ;;
     esac
 done
 

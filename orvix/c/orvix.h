@@ -92,9 +92,9 @@ enum {
     ORVIX_NO_SPACE = 4,      // the disk is full
     ORVIX_DAMAGED = 5,       // a project whose files contradict each other
     ORVIX_NO_MEMORY = 6,
-    ORVIX_TOO_SMALL = 7,     // the caller's array; see Lists
-    ORVIX_UNSUPPORTED = 8,   // asked for what a later version of the library has
-    ORVIX_CANCELLED = 130    // a callback said so
+    ORVIX_TOO_SMALL = 7,    // the caller's array; see Lists
+    ORVIX_UNSUPPORTED = 8,  // asked for what a later version of the library has
+    ORVIX_CANCELLED = 130   // a callback said so
 };
 
 typedef struct orvix_error {
@@ -153,22 +153,22 @@ typedef struct orvix_project_info {
     uint64_t skeleton_points;
     uint64_t cells_1000cm;
     uint64_t cells_100cm;
-    uint64_t cells_10cm;          // 0 without the 10 cm level
-    uint64_t bytes;               // of all files of the project
-    double scale;                 // skeleton voxel size
-    double origin[3];             // the local frame's zero, in the world
-    double local_to_world[16];    // a 4 x 4 matrix, row by row; the last row is 0 0 0 1
-    double min[3];                // of the points, in the world
+    uint64_t cells_10cm;        // 0 without the 10 cm level
+    uint64_t bytes;             // of all files of the project
+    double scale;               // skeleton voxel size
+    double origin[3];           // the local frame's zero, in the world
+    double local_to_world[16];  // a 4 x 4 matrix, row by row; the last row is 0 0 0 1
+    double min[3];              // of the points, in the world
     double max[3];
-    double split_size;            // plane search, full density: side of a cell; negative: unset
-    double diff[3];               // largest differences of a cell's normal, by component
-    int64_t min_plane;
-    double skeleton_split_size;   // the same for the thinned points
+    double split_size;           // plane search, full density: side of a cell; negative: unset
+    double diff[3];              // largest differences of a cell's normal, by component
+    int64_t min_plane;           // above 2: the most points handed on per cell
+    double skeleton_split_size;  // the same for the thinned points
     double skeleton_diff[3];
     int64_t skeleton_min_plane;
     int32_t min_cell_points;
-    int32_t usage;                // 0: the full-density set is current, else the skeleton's
-    uint8_t colour[4];            // red, green, blue, alpha
+    int32_t usage;      // 0: the full-density set is current, else the skeleton's
+    uint8_t colour[4];  // red, green, blue, alpha
     uint8_t reserved[4];
 } orvix_project_info;
 
@@ -207,10 +207,7 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_check(const char* path,
                                                           const orvix_check_options* options,
                                                           uint64_t* faults, orvix_error* error);
 
-enum {
-    ORVIX_STATION_POSITION = 1,
-    ORVIX_STATION_INTENSITIES = 2
-};
+enum { ORVIX_STATION_POSITION = 1, ORVIX_STATION_INTENSITIES = 2 };
 
 typedef struct orvix_station_info {
     uint32_t size;
@@ -281,11 +278,7 @@ typedef struct orvix_fine_cell {
 // ---- Cells ----------------------------------------------------------------------------------
 
 // The levels of the grid, which are also the sides of their cells in centimetres.
-enum {
-    ORVIX_LEVEL_1000CM = 1000,
-    ORVIX_LEVEL_100CM = 100,
-    ORVIX_LEVEL_10CM = 10
-};
+enum { ORVIX_LEVEL_1000CM = 1000, ORVIX_LEVEL_100CM = 100, ORVIX_LEVEL_10CM = 10 };
 
 // The index records of a level, mapped: orvix_grid_cell at 1000 and 100 cm, orvix_fine_cell at
 // 10 cm. Nothing is copied; they are as stored, unchecked, and to be read only.
@@ -306,12 +299,12 @@ typedef struct orvix_cell {
     int32_t y;
     int32_t z;
     uint32_t reserved;
-    uint64_t entry;          // its record in the level's index
-    uint64_t first_point;    // its points lie side by side
+    uint64_t entry;        // its record in the level's index
+    uint64_t first_point;  // its points lie side by side
     uint64_t points;
-    uint64_t first_child;    // entries of the next finer level
-    uint64_t children;       // 0 at the finest
-    double min[3];           // corners, local; a cell holds its lower faces, not its upper ones
+    uint64_t first_child;  // entries of the next finer level
+    uint64_t children;     // 0 at the finest
+    double min[3];         // corners, local; a cell holds its lower faces, not its upper ones
     double max[3];
 } orvix_cell;
 
@@ -359,6 +352,7 @@ ORVIX_C_API void ORVIX_C_CALL orvix_view_close(orvix_view* view);
 
 // Changes the DCLC pairs of points in place, in the file; readers and views see it at once. The
 // skeleton's pairs stay. Precondition: opened with ORVIX_READ_WRITE, else BAD_ARGUMENT.
+// Cost  one mapping for each 8 MiB of points, and one a call at least: hand over runs.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_write_dclc(orvix_project* project,
                                                               uint64_t first, uint64_t count,
                                                               const orvix_dclc* values,
@@ -402,25 +396,25 @@ enum {
 
 typedef struct orvix_plane_info {
     uint32_t size;
-    int32_t ended;               // ORVIX_ENDED_
-    double equation[4];          // world; unit normal whose largest component is positive
-    double centroid[3];          // world
-    double seed[3];              // world: the cloud's point that growth started from
-    double local_equation[4];    // what the search fitted, in the local frame
-    double snapped;              // between that point and the seed asked for
-    double noise;                // standard deviation of the points at the seed
-    double split_size;           // the one used
+    int32_t ended;             // ORVIX_ENDED_
+    double equation[4];        // world; unit normal whose largest component is positive
+    double centroid[3];        // world
+    double seed[3];            // world: the cloud's point that growth started from
+    double local_equation[4];  // what the search fitted, in the local frame
+    double snapped;            // between that point and the seed asked for
+    double noise;              // standard deviation of the points at the seed
+    double split_size;         // the one used
     double max_distance_allowed;
     double rms;
     double max_distance;
-    double area;                 // of the outline, holes left out, square metres
-    uint64_t points;             // the plane's points, each of the cloud's counted
-    uint64_t listed_points;      // fewer where points were thinned
+    double area;             // of the outline, holes left out, square metres
+    uint64_t points;         // the plane's points, each of the cloud's counted
+    uint64_t listed_points;  // fewer where points were thinned
     uint64_t cells;
     uint64_t rejected_cells;
     uint64_t rings;
-    uint32_t thinning;           // above 1: growth used every k-th point of each grid cell
-    uint32_t split_enlarged;     // 1: the project's cells would have held too few points
+    uint32_t thinning;        // above 1: growth used every k-th point of each grid cell
+    uint32_t split_enlarged;  // 1: the project's cells would have held too few points
 } orvix_plane_info;
 
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_info(const orvix_plane* plane,
@@ -506,10 +500,7 @@ ORVIX_C_API void ORVIX_C_CALL orvix_neighbours_close(orvix_neighbours* neighbour
 
 // ---- Classification -------------------------------------------------------------------------
 
-enum {
-    ORVIX_HISTOGRAM_INTENSITY = 0,
-    ORVIX_HISTOGRAM_HEIGHT = 1
-};
+enum { ORVIX_HISTOGRAM_INTENSITY = 0, ORVIX_HISTOGRAM_HEIGHT = 1 };
 
 // Draws up to `sample_count` values from a histogram of the project, each as often as its bin has
 // points, adds `shift` to them and sorts them. `capacity` must be sample_count at least; `count`

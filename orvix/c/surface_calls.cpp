@@ -94,8 +94,8 @@ std::vector<SimplePointT<float>> PositionsOf(const void* points, std::uint64_t c
     std::vector<SimplePointT<float>> positions(static_cast<std::size_t>(count));
     const auto* bytes = static_cast<const unsigned char*>(points);
     for (std::uint64_t i = 0; i < count; ++i) {
-        std::memcpy(static_cast<void*>(&positions[static_cast<std::size_t>(i)]),
-                    bytes + i * stride, kPositionBytes);
+        std::memcpy(static_cast<void*>(&positions[static_cast<std::size_t>(i)]), bytes + i * stride,
+                    kPositionBytes);
     }
     return positions;
 }

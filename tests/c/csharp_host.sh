@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # csharp_host.sh SOURCE_FOLDER LIBRARY ORVIX: the C# example compiles, runs and finds the plane that
-# the command finds. Uses Mono where it is installed (its packages are too large to ask for).
+# the command finds. Skipped where there is no Mono.
 set -euo pipefail
 source=$1
 library=$2
 orvix=$3
 for tool in mcs mono; do
     command -v "$tool" >/dev/null || {
-        echo "csharp_host: no $tool; install mono-mcs to run it"
+        echo "csharp_host: no $tool: run scripts/packages.sh csharp"
         exit 77
     }
 done

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "tests/c/c_project.h"
+#include "tests/c/short_memory.h"
 
 namespace orvix::test {
 namespace {
@@ -153,6 +154,27 @@ TEST_F(CPlaneCalls, LetNoCallbacksExceptionThrough) {
     EXPECT_EQ(orvix_plane_grow(project, seed, &options, &plane, &error), ORVIX_FAILED);
     options.proceed = nullptr;
     EXPECT_EQ(orvix_plane_grow(project, seed, &options, &plane, &error), ORVIX_OK) << error.text;
+}
+
+// Wherever memory ends, in the search, the triangulation or the index: a status, and no plane lost.
+TEST_F(CPlaneCalls, TurnShortMemoryIntoAStatus) {
+    options.reach = 1;
+    orvix_status status = ORVIX_NO_MEMORY;
+    long long limit = 0;
+    for (; status != ORVIX_OK && limit < 100'000'000; limit += limit / 4 + 1) {
+        LimitAllocations(limit);
+        status = orvix_plane_grow(project, seed, &options, &plane, &error);
+        orvix_mesh* mesh = nullptr;
+        if (status == ORVIX_OK) {
+            status = orvix_plane_mesh(plane, &mesh, &error);
+            if (status != ORVIX_OK) orvix_plane_close(plane);
+        }
+        LimitAllocations(-1);
+        ASSERT_TRUE(status == ORVIX_OK || status == ORVIX_NO_MEMORY) << limit << error.text;
+        orvix_mesh_close(mesh);
+    }
+    EXPECT_EQ(status, ORVIX_OK);
+    EXPECT_GT(limit, 1000);
 }
 
 TEST_F(CPlaneCalls, SayWhyThereIsNoPlane) {

@@ -9,6 +9,7 @@ trap 'rm -f "$listed"' EXIT
 options=(--defined-only)
 case "$1" in *.a) ;; *) options+=(-D) ;; esac
 "${3:-nm}" "${options[@]}" "$1" | sed -E 's/^[0-9a-f]+ . //; s/^__imp_//' | c++filt |
+    grep -v '_dll_iname$' |
     grep -oE '^(vtable for |typeinfo (name )?for )?orvix::[A-Za-z0-9_:]+|^orvix_[a-z0-9_]+$' |
     sed -E 's/^(vtable for |typeinfo (name )?for )//; s/^(orvix::(platform::)?[A-Za-z0-9_]+).*/\1/' |
     LC_ALL=C sort -u >"$listed"
