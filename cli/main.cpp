@@ -33,6 +33,8 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddCheckVerb(app, context);
     AddWalkVerb(app, context);
     AddPlaneVerb(app, context);
+    AddHistogramVerb(app, context);
+    AddClassifyVerb(app, context);
     AddSettingsVerb(app, context);
     AddDestroyVerb(app, context);
 }

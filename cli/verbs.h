@@ -30,6 +30,8 @@ void AddInfoVerb(CLI::App& app, CommandContext& context);
 void AddCheckVerb(CLI::App& app, CommandContext& context);
 void AddWalkVerb(CLI::App& app, CommandContext& context);
 void AddPlaneVerb(CLI::App& app, CommandContext& context);
+void AddHistogramVerb(CLI::App& app, CommandContext& context);
+void AddClassifyVerb(CLI::App& app, CommandContext& context);
 void AddSettingsVerb(CLI::App& app, CommandContext& context);
 void AddDestroyVerb(CLI::App& app, CommandContext& context);
 

@@ -12,16 +12,10 @@ namespace orvix::importer {
 namespace {
 
 constexpr std::size_t kSliceValues = 256;
-constexpr std::int64_t kFineBins = 1'000'000;   // centimetres: 10 km
-constexpr std::int64_t kFarCentimetres = 1000;  // 10 m
 constexpr std::int64_t kSliceCentimetres = 10;
 constexpr std::uint64_t kLargestCount = std::numeric_limits<std::int32_t>::max();
 
 using Record = std::array<std::uint8_t, 12>;
-
-std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) {
-    return value / divisor - static_cast<std::int64_t>(value % divisor < 0);
-}
 
 Record RecordOf(double value, std::uint64_t count) {
     const auto stored = static_cast<std::uint32_t>(count);
@@ -35,18 +29,6 @@ Record RecordOf(double value, std::uint64_t count) {
 void AddBin(std::vector<HistogramBin>& bins, double value, std::uint64_t count) {
     if (bins.empty() || bins.back().value != value) bins.push_back({value, 0});
     bins.back().count += count;
-}
-
-// Heights beyond the fine range have bin numbers that count 10 m, continued from its ends.
-double HeightOf(std::int64_t bin, std::int64_t centimetres) {
-    const bool far = bin < -kFineBins || bin >= kFineBins;
-    if (!far) {
-        const std::int64_t slice = FloorDivide(bin, centimetres);
-        return static_cast<double>((2 * slice + 1) * centimetres) / 200.0;
-    }
-    const std::int64_t tens = bin < 0 ? bin + kFineBins - kFineBins / kFarCentimetres
-                                      : bin - kFineBins + kFineBins / kFarCentimetres;
-    return static_cast<double>((2 * tens + 1) * kFarCentimetres) / 200.0;
 }
 
 }  // namespace
@@ -90,17 +72,6 @@ std::vector<std::pair<std::int64_t, std::uint64_t>> BinCounter::Bins() const {
     return bins;
 }
 
-std::int64_t Histograms::HeightBin(float z) {
-    const double centimetres = static_cast<double>(z) * 100.0;
-    const auto truncated = static_cast<std::int64_t>(centimetres);
-    const std::int64_t bin =
-        truncated - static_cast<std::int64_t>(centimetres < static_cast<double>(truncated));
-    if (bin >= -kFineBins && bin < kFineBins) return bin;
-    const std::int64_t tens = FloorDivide(bin, kFarCentimetres);
-    return tens < 0 ? tens - kFineBins + kFineBins / kFarCentimetres
-                    : tens + kFineBins - kFineBins / kFarCentimetres;
-}
-
 void Histograms::Take(Histograms& other) {
     for (std::size_t i = 0; i < intensities_.size(); ++i) {
         intensities_[i] += std::exchange(other.intensities_[i], 0);
@@ -128,14 +99,14 @@ std::vector<HistogramBin> Histograms::IntensitySlices() const {
 
 std::vector<HistogramBin> Histograms::Heights() const {
     std::vector<HistogramBin> bins;
-    for (const auto& [bin, count] : heights_.Bins()) AddBin(bins, HeightOf(bin, 1), count);
+    for (const auto& [bin, count] : heights_.Bins()) AddBin(bins, HeightOfBin(bin), count);
     return bins;
 }
 
 std::vector<HistogramBin> Histograms::HeightSlices() const {
     std::vector<HistogramBin> bins;
     for (const auto& [bin, count] : heights_.Bins()) {
-        AddBin(bins, HeightOf(bin, kSliceCentimetres), count);
+        AddBin(bins, HeightOfBin(bin, kSliceCentimetres), count);
     }
     return bins;
 }

@@ -9,15 +9,11 @@
 
 #include "importer/grid_key.h"
 #include "orvix/platform/error.h"
+#include "orvix/project/height_bins.h"
+#include "orvix/project/histogram_file.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::importer {
-
-/// One bin: 12 bytes in a histogram file (value, then count, without padding).
-struct HistogramBin {
-    double value = 0;
-    std::uint64_t count = 0;
-};
 
 /// Writes a histogram file; a count above 2^31 - 1 takes several records of the same value.
 Expected<void> WriteHistogram(const CString& path, const std::vector<HistogramBin>& bins);
@@ -75,8 +71,6 @@ public:
     [[nodiscard]] std::vector<HistogramBin> HeightSlices() const;
 
 private:
-    static std::int64_t HeightBin(float z);
-
     std::vector<std::uint64_t> intensities_ = std::vector<std::uint64_t>(65'536);
     BinCounter heights_;
 };

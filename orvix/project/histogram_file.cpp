@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/histogram_file.h"
+
+#include <fmt/format.h>
+
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <map>
+#include <string>
 #include <system_error>
 
 #include "orvix/platform/file.h"
@@ -15,22 +22,20 @@ namespace {
 constexpr std::size_t kRecordBytes = 12;
 constexpr std::size_t kBlockRecords = 5461;  // 64 KiB
 
-struct Bin {
+struct Record {
     double value = 0;
     std::int32_t count = 0;
 };
 
-/// Calls visit(bin) for each whole record of a histogram file; not at all when it cannot be opened.
-/// Where a file has become shorter meanwhile, its last record stands for the missing ones.
+/// Calls visit(record) for each whole record of a histogram file. Where a file has become shorter
+/// meanwhile, its last record stands for the missing ones.
 template <class Visit>
-void ForEachBin(const CString& path, Visit visit) {
+void ForEachRecord(const platform::File& file, Visit visit) {
     std::error_code error;
-    const platform::File file = platform::File::OpenRead(path, error);
-    if (error) return;
     const auto records = static_cast<std::int32_t>(file.Size() / kRecordBytes);
     std::array<std::uint8_t, kBlockRecords * kRecordBytes> block;
     std::size_t held = 0;
-    Bin bin;
+    Record record;
     for (std::int32_t i = 0; i < records; ++i) {
         const std::size_t place = static_cast<std::size_t>(i) % kBlockRecords * kRecordBytes;
         if (place == 0) {
@@ -38,25 +43,65 @@ void ForEachBin(const CString& path, Visit visit) {
                                block.size(), error);
         }
         if (place + kRecordBytes <= held) {
-            std::memcpy(&bin.value, &block[place], sizeof bin.value);
-            std::memcpy(&bin.count, &block[place + sizeof bin.value], sizeof bin.count);
+            std::memcpy(&record.value, &block[place], sizeof record.value);
+            std::memcpy(&record.count, &block[place + sizeof record.value], sizeof record.count);
         }
-        visit(bin);
+        visit(record);
     }
 }
 
+tl::unexpected<Error> Damage(const CString& path, const std::string& what) {
+    return Fail(ErrorCode::Damaged, fmt::format("{}: {}; import the scans again to mend it",
+                                                platform::ToUtf8(path), what));
+}
+
 }  // namespace
+
+Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path) {
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    if (error == std::errc::no_such_file_or_directory) return Damage(path, "it is missing");
+    if (error) return FailSystem(error, platform::ToUtf8(path) + " cannot be opened");
+    if (file.Size() % kRecordBytes != 0) {
+        return Damage(path, fmt::format("its {} bytes are no whole records of 12", file.Size()));
+    }
+    std::vector<HistogramBin> bins;
+    std::uint64_t number = 0;
+    std::string fault;
+    double previous = -std::numeric_limits<double>::infinity();
+    ForEachRecord(file, [&](const Record& record) {
+        if (fault.empty() && (!std::isfinite(record.value) || record.value < previous)) {
+            fault =
+                fmt::format("record {} has the value {} after {}", number, record.value, previous);
+        }
+        if (fault.empty() && record.count < 0) {
+            fault = fmt::format("record {} counts {} points", number, record.count);
+        }
+        ++number;
+        if (!fault.empty()) return;
+        previous = record.value;
+        if (record.count == 0) return;
+        if (bins.empty() || bins.back().value != record.value) bins.push_back({record.value, 0});
+        bins.back().count += static_cast<std::uint64_t>(record.count);
+    });
+    if (!fault.empty()) return Damage(path, fault);
+    return bins;
+}
 
 void ProjectManager::ReadHistogram4Jenks(const CString& path, std::vector<double>* samples,
                                          const double& shift, const int& sampleCount,
                                          const int& unused) {
     std::map<long long, double> table;
     long long total = 0;
-    ForEachBin(path, [&](const Bin& bin) {
-        total += bin.count;
-        // A bin without points has the running total of the one before it and takes its place.
-        table.insert_or_assign(table.end(), total, bin.value + shift);
-    });
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    if (!error) {
+        ForEachRecord(file, [&](const Record& record) {
+            total += record.count;
+            // A bin without points has the running total of the one before it and takes its place.
+            table.insert_or_assign(table.end(), total, record.value + shift);
+        });
+    }
     Mathematic::PreapareHistogram4Jenks(sampleCount, unused, table, samples, total);
 }
 

@@ -12,15 +12,29 @@ void AddExactly(double value, double& sum, double& rest) {
     sum = total;
 }
 
+// Any value near the mean serves: costs do not depend on where distances are taken from, only what
+// rounding takes from them does.
+double MeanOf(std::span<const double> values, std::span<const double> weights) {
+    double sum = 0;
+    double weight = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double one = weights.empty() ? 1.0 : weights[i];
+        sum += one * values[i];
+        weight += one;
+    }
+    return sum / weight;
+}
+
 }  // namespace
 
 DivisionCosts::DivisionCosts(std::span<const double> values, std::span<const double> weights) {
     sums_.reserve(values.size() + 1);
+    const double mean = MeanOf(values, weights);
     Sums sums;
     sums_.push_back(sums);
     for (std::size_t i = 0; i < values.size(); ++i) {
         const double weight = weights.empty() ? 1.0 : weights[i];
-        const double distance = values[i] - values[values.size() / 2];
+        const double distance = values[i] - mean;
         sums.weight += weight;
         AddExactly(weight * distance, sums.first, sums.firstRest);
         AddExactly(weight * (distance * distance), sums.second, sums.secondRest);

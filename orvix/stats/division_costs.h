@@ -14,7 +14,7 @@ namespace orvix::detail {
 ///     costs.Of(3, 7);                                        // of the third to the seventh value
 ///
 /// Shape      positions count from 1.
-/// Boundaries the running sums are of the distances from the middle value, in twice the precision,
+/// Boundaries the running sums are of the distances from the mean, in twice the precision,
 ///            so that a cost is exact to 2^-53 times 24 of ErrorScale(), as long as there are fewer
 ///            than 2^24 values and no square overflows or vanishes.
 /// Threads    any number may ask.
@@ -31,7 +31,7 @@ public:
         const double squares = (up.second - before.second) + (up.secondRest - before.secondRest);
         return squares - sum * sum / (up.weight - before.weight);
     }
-    /// The sum of all squared distances from the middle value, each times its weight.
+    /// The sum of all squared distances from the mean, each times its weight.
     [[nodiscard]] double ErrorScale() const { return sums_.back().second; }
 
 private:

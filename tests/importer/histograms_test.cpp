@@ -8,13 +8,13 @@
 
 #include "tests/support/scratch_folder.h"
 
-namespace orvix::importer {
+namespace orvix {
 
 void PrintTo(const HistogramBin& bin, std::ostream* out) {
     *out << bin.value << ": " << bin.count;
 }
 
-namespace test {
+namespace importer::test {
 namespace {
 
 using testing::ElementsAre;
@@ -82,5 +82,5 @@ TEST(Histograms, TellCountsBeyondThirtyOneBitsInSeveralRecords) {
 }
 
 }  // namespace
-}  // namespace test
-}  // namespace orvix::importer
+}  // namespace importer::test
+}  // namespace orvix

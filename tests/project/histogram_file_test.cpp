@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/histogram_file.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -64,6 +68,35 @@ TEST_F(HistogramFile, ReadsMoreRecordsThanABlockHolds) {
     bins.back() = {6.0, 1'000'000};
     Write(bins);
     EXPECT_THAT(Read(), Each(6.0));
+}
+
+TEST_F(HistogramFile, IsReadWholeWithRecordsOfOneValueJoined) {
+    constexpr std::int32_t kMost = 2'147'483'647;
+    Write({{-0.5, 3}, {1.5, kMost}, {1.5, kMost}, {1.5, 2}, {2.5, 0}, {3.5, 1}});
+    const auto bins = ReadHistogram(path);
+    ASSERT_TRUE(bins);
+    ASSERT_EQ(bins->size(), 3u);
+    EXPECT_EQ((*bins)[1].value, 1.5);
+    EXPECT_EQ((*bins)[1].count, 4'294'967'296u);
+    EXPECT_EQ((*bins)[2].value, 3.5);
+}
+
+TEST_F(HistogramFile, IsRefusedWhenItIsDamaged) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    const std::vector<std::vector<std::pair<double, std::int32_t>>> spoilt{
+        {{2, 1}, {1, 1}}, {{1, 1}, {2, -1}}, {{infinity, 1}}, {{std::nan(""), 1}}};
+    for (const auto& records : spoilt) {
+        Write(records);
+        const auto bins = ReadHistogram(path);
+        ASSERT_FALSE(bins);
+        EXPECT_EQ(bins.error().code, ErrorCode::Damaged);
+        EXPECT_THAT(bins.error().message, testing::HasSubstr("z.hist"));
+    }
+    for (std::size_t extra = 1; extra < 12; ++extra) {
+        Write({{1, 1}}, extra);
+        EXPECT_FALSE(ReadHistogram(path)) << extra;
+    }
+    EXPECT_EQ(ReadHistogram(folder / L"none.hist").error().code, ErrorCode::Damaged);
 }
 
 TEST_F(HistogramFile, AddsNothingWhenItIsMissingButSorts) {
