@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "orvix/platform/file.h"
+#include "orvix/project/check_cell_list.h"
 #include "orvix/project/check_skeleton.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
@@ -127,6 +128,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
     const detail::GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
     log.Expect(grid.points.Bytes());  // the skeleton is held against them once more
     detail::CheckGrid(log, grid, paths.headFile, head);
+    if (!log.Cancelled()) detail::CheckCellList(log, paths, grid);
     if (!log.Cancelled()) detail::CheckSkeleton(log, paths, grid, head);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
 }

@@ -47,6 +47,7 @@ struct CheckOptions {
 ///   10 cm or 1 m has one point for each occupied cell of that size;
 /// - every skeleton point is one of the cloud's points, and its data record tells that point's
 ///   intensity, colour, class and station (not its DCLC pair, which a host sets in either file);
+/// - index_hash, where there is one, lists the 100 cm cells in the order of their index;
 /// - the histograms' bins ascend and their counts sum up to the points.
 ///
 /// Boundaries a project whose scale is 1.0 or more has no 10 cm level, and its files are not asked

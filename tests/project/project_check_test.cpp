@@ -4,12 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "orvix/platform/file.h"
@@ -280,6 +282,43 @@ TEST_F(ProjectCheckTest, ASummaryTellsCountsBoundsAndBytes) {
     EXPECT_EQ(summary->bytes, bytes);
     test::WriteText(manager.transformFile, "x");
     EXPECT_EQ(SummariseProject(path).error().code, ErrorCode::Damaged);
+}
+
+// Keys of the grid's 100 cm cells, by the rule of the cell list.
+std::vector<std::uint64_t> CellKeys(const std::vector<GridCellRecord>& cells) {
+    const auto range = [&](auto axis) {
+        const auto [low, high] =
+            std::minmax_element(cells.begin(), cells.end(),
+                                [&](const auto& a, const auto& b) { return a.*axis < b.*axis; });
+        return std::pair<std::int64_t, std::int64_t>((*low).*axis - 1,
+                                                     (*high).*axis - (*low).*axis + 1);
+    };
+    const auto [originX, sizeX] = range(&GridCellRecord::x);
+    const auto [originY, sizeY] = range(&GridCellRecord::y);
+    const std::int64_t originZ = range(&GridCellRecord::z).first;
+    std::vector<std::uint64_t> keys;
+    for (const GridCellRecord& cell : cells) {
+        const std::int64_t row = (cell.z - originZ) * sizeY - originY + cell.y;
+        keys.push_back(static_cast<std::uint64_t>(row * sizeX - originX + cell.x));
+    }
+    return keys;
+}
+
+TEST_F(ProjectCheckTest, FindsEveryCellOfACellListAtItsPlace) {
+    Write(0.1, 600);
+    std::vector<std::uint64_t> keys = CellKeys(project.cells100);
+    ASSERT_GT(keys.size(), 8u);
+    test::WriteRecords(manager.indexHash, keys);
+    EXPECT_TRUE(Check().Ok()) << Told(Check());
+    std::swap(keys.front(), keys.back());
+    test::WriteRecords(manager.indexHash, keys);
+    EXPECT_THAT(Told(Check()), HasSubstr("as number"));
+    keys[3] = 0;
+    test::WriteRecords(manager.indexHash, keys);
+    EXPECT_THAT(Told(Check()), HasSubstr("nowhere"));
+    keys.pop_back();
+    test::WriteRecords(manager.indexHash, keys);
+    EXPECT_THAT(Told(Check()), HasSubstr("index_hash: holds"));
 }
 
 }  // namespace
