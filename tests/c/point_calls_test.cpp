@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 
+#include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/grid_cells.h"
 #include "tests/c/c_project.h"
@@ -119,6 +120,37 @@ TEST_F(CPointCalls, ChangeNothingButTheDclcPairsAskedFor) {
     EXPECT_TRUE(Same(Points(0, wanted.size()), wanted.data()));
     EXPECT_EQ(orvix_points_write_dclc(project, wanted.size() - 1, 2, marks.data(), &error),
               ORVIX_BAD_ARGUMENT);
+}
+
+// A file of 4.8 GB, all but one record of it a hole: positions past 32 bits in every call.
+TEST_F(CPointCalls, ReachPointsPastFourGigabytes) {
+    const std::uint64_t far = 199'000'000;
+    std::error_code failed;
+    {
+        const CString index =
+            platform::JoinPath(folder / L"Gr\u00F6\u00DFe \u70B9\u4E91_Project_Files", L"Index");
+        auto file = platform::File::OpenReadWrite(platform::JoinPath(index, L"Grid.pts"), failed);
+        ASSERT_FALSE(failed);
+        file.Resize(200'000'000 * sizeof(orvix_point), failed);
+        ASSERT_FALSE(failed) << failed.message();
+        file.WriteAt(far * sizeof(orvix_point), &tiny.points[9], sizeof(orvix_point), failed);
+        ASSERT_FALSE(failed) << failed.message();
+    }
+    ASSERT_EQ(Open(ORVIX_READ_WRITE), ORVIX_OK) << error.text;
+    EXPECT_TRUE(Same(Points(far, 1), &tiny.points[9]));
+    const orvix_dclc pair{4711, 42, 0};
+    ASSERT_EQ(orvix_points_write_dclc(project, far, 1, &pair, &error), ORVIX_OK) << error.text;
+    orvix_view* view = nullptr;
+    const orvix_point* points = nullptr;
+    ASSERT_EQ(orvix_points_borrow(project, far - 1, 3, &view, &points, &error), ORVIX_OK);
+    EXPECT_TRUE(points[1].x == tiny.points[9].x && points[1].dclc_first == 4711);
+    EXPECT_TRUE(points[0].dclc_first == 0 && points[2].dclc_second == 0);
+    orvix_view_close(view);
+    const orvix_run run{far, 1, 0};
+    orvix_point point{};
+    std::uint64_t count = 0;
+    ASSERT_EQ(orvix_points_read_runs(project, &run, 1, &point, 1, &count, &error), ORVIX_OK);
+    EXPECT_EQ(point.dclc_second, 42);
 }
 
 // Oracle: the levels' cells, worked out from the points one by one.

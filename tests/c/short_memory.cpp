@@ -24,6 +24,15 @@ void* operator new(std::size_t bytes) {
     throw std::bad_alloc();
 }
 
+// Some runtimes have a form of their own, whose memory is released by the plain delete as well.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(bytes);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* made) noexcept {
     std::free(made);
 }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 
 #include "orvix/platform/posix/native.h"
 
@@ -113,17 +114,17 @@ void RemoveTree(const CString& path, std::error_code& error) {
 
 std::vector<CString> ListFolder(const CString& path, std::error_code& error) {
     std::vector<CString> names;
-    DIR* const folder = opendir(NativePath(path).c_str());
+    // Closed on every way out: memory may end while names are collected.
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(NativePath(path).c_str()), &closedir);
     if (!Succeeded(folder != nullptr ? 0 : -1, error)) return names;
     for (;;) {
         errno = 0;
-        const dirent* const entry = readdir(folder);
+        const dirent* const entry = readdir(folder.get());
         if (entry == nullptr) break;
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") names.push_back(FromUtf8(name));
     }
     if (errno != 0) error = LastError();
-    closedir(folder);
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 
 #include "orvix/platform/posix/native.h"
@@ -60,15 +61,14 @@ std::string ProcessName(const std::string& process) {
 
 std::vector<std::uint32_t> ProcessIds() {
     std::vector<std::uint32_t> ids;
-    DIR* const folder = opendir("/proc");
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc"), &closedir);
     if (folder == nullptr) return ids;
-    while (const dirent* const entry = readdir(folder)) {
+    while (const dirent* const entry = readdir(folder.get())) {
         const char* const end = entry->d_name + strlen(entry->d_name);
         std::uint32_t id = 0;
         const auto [stop, error] = std::from_chars(entry->d_name, end, id);
         if (error == std::errc{} && stop == end) ids.push_back(id);
     }
-    closedir(folder);
     std::sort(ids.begin(), ids.end());
     return ids;
 }

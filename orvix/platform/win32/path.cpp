@@ -2,6 +2,7 @@
 #include "orvix/platform/path.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "orvix/platform/win32/native.h"
 
@@ -51,12 +52,13 @@ void VisitFolder(const CString& path, std::error_code& error, Visit visit) {
         if (error == ErrorOf(ERROR_FILE_NOT_FOUND) && IsFolder(path)) error.clear();
         return;
     }
+    // Closed on every way out: memory may end while a name is visited.
+    const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> open(search, &FindClose);
     do {
         const std::wstring_view name = entry.cFileName;
         if (name != L"." && name != L"..") visit(entry);
     } while (FindNextFileW(search, &entry));
     if (GetLastError() != ERROR_NO_MORE_FILES) error = LastError();
-    FindClose(search);
 }
 
 /// Removes one entry that holds nothing, read-only ones too.
