@@ -10,6 +10,7 @@ namespace orvix::cli {
 /// must not end the work that the text tells of.
 inline void Tell(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
 }
 
 }  // namespace orvix::cli

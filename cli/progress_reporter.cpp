@@ -96,7 +96,6 @@ void ProgressReporter::Print(const ProgressState& state) {
     if (mode_ == ProgressMode::Bar) {
         const int columns = platform::TerminalColumns(platform::StandardStream::Error);
         Tell(fmt::format("\r\033[K{}", BarLine(state, columns)));
-        std::fflush(stderr);
         barShown_ = true;
     } else if (mode_ == ProgressMode::Json) {
         Tell(fmt::format("{}\n", JsonLine(state)));
@@ -109,7 +108,6 @@ void ProgressReporter::Print(const ProgressState& state) {
 void ProgressReporter::Finish() {
     if (!barShown_) return;
     Tell(fmt::format("\r\033[K"));
-    std::fflush(stderr);
     barShown_ = false;
 }
 

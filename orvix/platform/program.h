@@ -18,7 +18,7 @@ std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
 
 /// Makes the standard streams take UTF-8 as it is: no byte is changed on the way to a file or
 /// pipe, and a console shows the text and obeys its control sequences. To be called once, before
-/// anything is written.
+/// anything is written. Whoever writes flushes: standard error may be buffered as well.
 void PrepareStandardStreams();
 
 }  // namespace orvix::platform

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include "orvix/platform/settings_store.h"
 #include "tests/cli/command_runner.h"
 #include "tests/support/settings_sandbox.h"
 
@@ -52,6 +53,12 @@ TEST_F(SettingsVerb, RefusesUnknownNamesAndUselessValues) {
         EXPECT_EQ(OrvixError(line)["exit"], 3) << line[1] << ' ' << line[2];
     }
     EXPECT_EQ(OrvixJson({"settings", "get", "SplitSize"})["stored"], false);
+}
+
+// ORVIX_SETTINGS_DIR means nothing where the registry keeps the settings.
+TEST_F(SettingsVerb, SaysWhereSettingsAreKept) {
+    const std::string help = Orvix({"settings", "--help"}).output;
+    EXPECT_NE(help.find(platform::SettingsPlace()), std::string::npos) << help;
 }
 
 }  // namespace

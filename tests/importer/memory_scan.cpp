@@ -67,4 +67,11 @@ std::vector<ScanInput> Open(const std::vector<MemoryScan>& scans) {
     return inputs;
 }
 
+MemoryScan LineScan(std::size_t points) {
+    MemoryScan scan;
+    scan.points.resize(points);
+    for (std::size_t i = 0; i < points; ++i) scan.points[i].x = static_cast<double>(i) * 0.013;
+    return scan;
+}
+
 }  // namespace orvix::importer::test

@@ -29,4 +29,7 @@ MemoryPlan SmallPlan();
 /// Input i is called "scan i".
 std::vector<ScanInput> Open(const std::vector<MemoryScan>& scans);
 
+/// Points along the x axis.
+MemoryScan LineScan(std::size_t points);
+
 }  // namespace orvix::importer::test

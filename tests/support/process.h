@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,5 +24,15 @@ using InterruptWhen = std::function<bool(const std::string& errors)>;
 /// texts are UTF-8. The environment is this process's own.
 ProcessResult RunProcess(const std::vector<std::string>& arguments,
                          const InterruptWhen& interruptWhen = {});
+
+/// The exit code of a program that ended itself with KillThisProcess.
+constexpr int kKilled = 137;
+
+/// Ends this process at once: nothing is closed, flushed or destroyed.
+[[noreturn]] void KillThisProcess();
+
+/// From now on every file that this process writes ends at `bytes`, as on a disk that is full;
+/// false where the system has no such limit.
+bool LimitFileSize(std::uint64_t bytes);
 
 }  // namespace orvix::test

@@ -228,15 +228,18 @@ PathLock& PathLock::operator=(PathLock&& other) noexcept {
 }
 
 PathLock::~PathLock() {
+    if (!IsValid(handle_)) return;
+    // The file goes with its handle; a process that is killed leaves it.
+    FILE_DISPOSITION_INFO disposition{TRUE};
+    SetFileInformationByHandle(handle_, FileDispositionInfo, &disposition, sizeof disposition);
     CloseHandleOf(handle_);
 }
 
 PathLock PathLock::TryAcquire(const CString& path, std::error_code& error) {
-    // Shared with nobody, and gone when the handle is, whether the process lives or not.
+    // Shared with nobody until the handle is closed, whether the process lives or not.
     PathLock lock;
-    const HANDLE file =
-        CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr,
-                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    const HANDLE file = CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
+                                    0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (IsValid(file)) {
         error.clear();
         lock.handle_ = file;

@@ -29,6 +29,12 @@ void ShowUtf8() {
     std::atexit(&RestoreCodePage);
 }
 
+/// A console takes each write by itself; without a buffer, one byte of a letter at a time.
+void WriteWhole(std::FILE* stream) {
+    constexpr std::size_t kRoom = 16'384;
+    std::setvbuf(stream, nullptr, _IOFBF, kRoom);
+}
+
 void ObeyControlSequences(DWORD stream) {
     constexpr DWORD kProcessing = 0x0004;  // ENABLE_VIRTUAL_TERMINAL_PROCESSING
     const HANDLE console = GetStdHandle(stream);
@@ -51,6 +57,8 @@ void PrepareStandardStreams() {
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
+    WriteWhole(stdout);
+    WriteWhole(stderr);
     ShowUtf8();
     ObeyControlSequences(STD_OUTPUT_HANDLE);
     ObeyControlSequences(STD_ERROR_HANDLE);

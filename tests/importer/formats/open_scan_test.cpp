@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 
-#include <iostream>
 
 #include "orvix/platform/path.h"
 #include "tests/importer/formats/read_all.h"
@@ -58,8 +57,8 @@ constexpr RealScan kRealScans[] = {
 };
 
 TEST(OpenScan, ReadsRealScansWholeWithTheirBounds) {
-#ifdef ORVIX_SHARED_DATA
     const CString folder = platform::FromUtf8(ORVIX_SHARED_DATA);
+    if (folder.empty()) GTEST_SKIP() << "no folder of real scans beside this checkout";
     for (const RealScan& real : kRealScans) {
         const WholeScan scan = ReadAll(platform::JoinPath(folder, real.name));
         ASSERT_EQ(scan.error, "");
@@ -76,10 +75,6 @@ TEST(OpenScan, ReadsRealScansWholeWithTheirBounds) {
             EXPECT_NEAR(of(*high), real.maximum[axis], 0.00051) << platform::ToUtf8(real.name);
         }
     }
-#else
-    std::cout << "no folder of real scans beside this checkout: " << std::size(kRealScans)
-              << " scans not read\n";
-#endif
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/process.h"
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -84,6 +86,17 @@ ProcessResult RunProcess(const std::vector<std::string>& arguments,
     ::waitpid(child, &status, 0);
     result.exitCode = CodeOf(status);
     return result;
+}
+
+void KillThisProcess() {
+    ::raise(SIGKILL);
+    std::abort();
+}
+
+bool LimitFileSize(std::uint64_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes, RLIM_INFINITY};
+    return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
 }
 
 }  // namespace orvix::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/process.h"
 
-#include <windows.h>
+#include "tests/support/win32/child_process.h"
 
 #include <array>
 #include <stdexcept>
@@ -44,9 +44,22 @@ std::wstring Quoted(const std::wstring& word) {
     return quoted.append(backslashes, L'\\') + L'"';
 }
 
-/// The program gets a group of its own, which an interrupt can be sent to.
-PROCESS_INFORMATION Spawn(const std::vector<std::string>& arguments, const Pipe& output,
-                          const Pipe& errors) {
+BOOL WINAPI HeedNothing(DWORD) {
+    return TRUE;
+}
+
+}  // namespace
+
+bool HaveOwnConsole() {
+    static const bool have = [] {
+        FreeConsole();
+        // Interrupts are meant for the others.
+        return AllocConsole() && SetConsoleCtrlHandler(&HeedNothing, TRUE);
+    }();
+    return have;
+}
+
+PROCESS_INFORMATION Spawn(const std::vector<std::string>& arguments, HANDLE output, HANDLE errors) {
     std::wstring line;
     for (const std::string& argument : arguments) {
         line += (line.empty() ? L"" : L" ") + Quoted(platform::FromUtf8(argument));
@@ -54,16 +67,26 @@ PROCESS_INFORMATION Spawn(const std::vector<std::string>& arguments, const Pipe&
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = output.writer;
-    startup.hStdError = errors.writer;
+    startup.hStdOutput = output;
+    startup.hStdError = errors;
     PROCESS_INFORMATION child{};
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
-                        nullptr, nullptr, &startup, &child)) {
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                        &child)) {
         throw std::runtime_error("cannot run " + arguments[0]);
     }
     CloseHandle(child.hThread);
     return child;
 }
+
+int ExitCodeOf(const PROCESS_INFORMATION& child) {
+    WaitForSingleObject(child.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(child.hProcess, &code);
+    CloseHandle(child.hProcess);
+    return static_cast<int>(code);
+}
+
+namespace {
 
 // False at the end of the stream.
 bool ReadSome(HANDLE pipe, std::string& into) {
@@ -79,7 +102,9 @@ bool ReadSome(HANDLE pipe, std::string& into) {
 ProcessResult RunProcess(const std::vector<std::string>& arguments,
                          const InterruptWhen& interruptWhen) {
     Pipe output, errors;
-    const PROCESS_INFORMATION child = Spawn(arguments, output, errors);
+    // A console that both share, and nobody else, is the way of an interrupt.
+    const bool interruptible = interruptWhen && HaveOwnConsole();
+    const PROCESS_INFORMATION child = Spawn(arguments, output.writer, errors.writer);
     output.CloseWriter();
     errors.CloseWriter();
     ProcessResult result;
@@ -91,16 +116,20 @@ ProcessResult RunProcess(const std::vector<std::string>& arguments,
     while (ReadSome(errors.reader, result.errors)) {
         if (interrupted || !interruptWhen || !interruptWhen(result.errors)) continue;
         interrupted = true;
-        // The way is a console that both share.
-        result.interruptRefused = !GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, child.dwProcessId);
+        result.interruptRefused = !interruptible || !GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
     }
     outputReader.join();
-    WaitForSingleObject(child.hProcess, INFINITE);
-    DWORD code = 0;
-    GetExitCodeProcess(child.hProcess, &code);
-    CloseHandle(child.hProcess);
-    result.exitCode = static_cast<int>(code);
+    result.exitCode = ExitCodeOf(child);
     return result;
+}
+
+void KillThisProcess() {
+    TerminateProcess(GetCurrentProcess(), kKilled);
+    for (;;) Sleep(INFINITE);
+}
+
+bool LimitFileSize(std::uint64_t) {
+    return false;
 }
 
 }  // namespace orvix::test
