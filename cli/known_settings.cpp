@@ -71,13 +71,8 @@ platform::Lookup LookUp(const KnownSetting& setting) {
 }
 
 tl::unexpected<Error> Refused(const KnownSetting& setting, const char* doing) {
-    const char* const advice =
-        LookUp(setting) == platform::Lookup::Unreadable
-            ? "the settings file is damaged, or not open to you; delete it to start anew"
-            : "make the settings folder writable";
-    return Fail(ErrorCode::Failure,
-                fmt::format("{} could not be {}; {}, or name another folder in ORVIX_SETTINGS_DIR",
-                            setting.name, doing, advice));
+    return Fail(ErrorCode::Failure, fmt::format("{} could not be {}; {}", setting.name, doing,
+                                                platform::SettingsRemedy(LookUp(setting))));
 }
 
 // What a value must be, for the message; null when it is.

@@ -119,8 +119,7 @@ void AddSetAndReset(CLI::App& settings, CommandContext& context) {
 void AddSettingsVerb(CLI::App& app, CommandContext& context) {
     CLI::App* settings = app.add_subcommand("settings", "Show and change the user's settings");
     settings->require_subcommand(1);
-    settings->footer(
-        "Settings are kept in the user's configuration folder; ORVIX_SETTINGS_DIR names another.");
+    settings->footer(fmt::format("Settings are kept in {}.", platform::SettingsPlace()));
     AddListAndGet(*settings, context);
     AddSetAndReset(*settings, context);
 }

@@ -13,6 +13,12 @@ function(orvix_test)
     ENVIRONMENT ORVIX_SETTINGS_DIR=${PROJECT_BINARY_DIR}/test-settings/${T_NAME})
 endfunction()
 
+# orvix_skipped_test(name reason): a test that cannot be in this build, which ctest and scripts/test tell.
+function(orvix_skipped_test name reason)
+  add_test(NAME ${name} COMMAND ${CMAKE_COMMAND} -E echo "skipped: ${reason}")
+  set_tests_properties(${name} PROPERTIES SKIP_REGULAR_EXPRESSION "^skipped: ")
+endfunction()
+
 # orvix_public_headers(room header.h ...): what a host sees of a room; installed with the library.
 function(orvix_public_headers room)
   foreach(header IN LISTS ARGN)

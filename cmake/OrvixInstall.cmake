@@ -1,7 +1,10 @@
 # cmake --install: the shared library with its public headers, find_package(orvix CONFIG) and
 # pkg-config; the importer as a shared library of its own; the command; the localisation library.
+# Components: runtime (what a host runs with), command, development (what a host is built with).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+# Installing never builds: scripts/package and the tests name the products.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 get_property(public_headers GLOBAL PROPERTY ORVIX_PUBLIC_HEADERS)
 foreach(header IN LISTS public_headers)
@@ -47,9 +50,12 @@ install(TARGETS orvix orvix_importer_shared EXPORT orvixTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS Orvix.Localization orvix_cli
+install(TARGETS Orvix.Localization
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
+install(TARGETS orvix_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
+add_custom_target(orvix_products)
+add_dependencies(orvix_products orvix orvix_importer_shared Orvix.Localization orvix_cli)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvix)
 install(EXPORT orvixTargets NAMESPACE orvix:: DESTINATION ${package_dir} COMPONENT development)
@@ -59,8 +65,44 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvixConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/orvixConfig.cmake ${PROJECT_BINARY_DIR}/orvixConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
+file(RELATIVE_PATH ORVIX_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/orvix.pc.in ${PROJECT_BINARY_DIR}/orvix.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvix.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
-install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/EMBEDDING.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES docs/COMMAND.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
+install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/EMBEDDING.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+
+# What a host's developer starts from: an example with a build of its own, and a scan for it.
+install(FILES examples/01_import_open_seed_outline.cpp samples/building.ply samples/README.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+install(FILES examples/package/CMakeLists.txt
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+
+# The terms of what the products hold of others, from the packages that it was built from.
+set(borrowed_packages libcgal-dev libeigen3-dev libnanoflann-dev libfmt-dev nlohmann-json3-dev
+  libcli11-dev libstb-dev libxxhash-dev libexpected-dev)
+if(MINGW)
+  list(APPEND borrowed_packages mingw-w64-common g++-mingw-w64-x86-64-posix)
+endif()
+foreach(package IN LISTS borrowed_packages)
+  if(EXISTS /usr/share/doc/${package}/copyright)
+    install(FILES /usr/share/doc/${package}/copyright RENAME ${package}.txt
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT runtime)
+  endif()
+endforeach()
+file(GLOB boost_terms /usr/share/doc/libboost1.*-dev/copyright)
+if(boost_terms)
+  list(GET boost_terms 0 boost_terms)
+  install(FILES ${boost_terms} RENAME libboost-dev.txt
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT runtime)
+endif()
+
+if(MINGW)
+  install(FILES ${PROJECT_BINARY_DIR}/lib/orvix.def
+    DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  # The one header of others that the importer's interface needs.
+  install(FILES ${PROJECT_BINARY_DIR}/borrowed-headers/tl/expected.hpp
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tl COMPONENT development)
+endif()

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what the named parts of the project need on Debian 12: scripts/packages.sh build [test] [csharp] [windows].
+# Installs what the named parts of the project need on Debian 12:
+# scripts/packages.sh build [test] [csharp] [package] [windows] [front-end].
 # Run as root, or as a user who may call sudo; installs nothing when everything is there.
 set -euo pipefail
 
@@ -12,8 +13,12 @@ test=(libgtest-dev python3 python3-numpy pkg-config)
 # What compiles and runs the example in C#: 10 MB to fetch, 33 MB on the disk. Without it that test
 # is skipped.
 csharp=(mono-mcs)
+# What finds out which libraries a Debian package depends on.
+package=(dpkg-dev file)
 # A Windows build and its runner: 170 MB to fetch, 1.1 GB on the disk.
 windows=(g++-mingw-w64-x86-64-posix wine64)
+# The compiler that reads the Windows sources a second time: 100 MB to fetch, 500 MB on the disk.
+front_end=(clang)
 
 wanted=()
 for part in "$@"; do
@@ -21,8 +26,10 @@ for part in "$@"; do
         build) wanted+=("${build[@]}") ;;
         test) wanted+=("${test[@]}") ;;
         csharp) wanted+=("${csharp[@]}") ;;
+        package) wanted+=("${package[@]}") ;;
         windows) wanted+=("${windows[@]}") ;;
-        *) echo "packages.sh: unknown part '$part' (build, test, csharp, windows)" >&2; exit 2 ;;
+        front-end) wanted+=("${front_end[@]}") ;;
+        *) echo "packages.sh: unknown part '$part' (build, test, csharp, package, windows, front-end)" >&2; exit 2 ;;
     esac
 done
 

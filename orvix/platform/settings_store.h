@@ -84,6 +84,11 @@ bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name);
 /// All values at and below a key path, ordered by key, then name (both folded).
 std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix);
 
+/// Where this system keeps settings, in words for a user, to follow "Settings are kept in".
+const char* SettingsPlace();
+/// What a user does about a store that refuses, after a lookup in it: "make ... writable".
+const char* SettingsRemedy(Lookup lookup);
+
 /// While one of these lives, the store keeps its troubles to itself, and what it would have said
 /// stays to be said later. The values read while the library is loaded are read so: no host has
 /// had the chance to set its error channel by then.

@@ -1,25 +1,26 @@
 #!/usr/bin/env bash
-# run.sh BUILD_FOLDER CONSUMER_FOLDER
+# run.sh BUILD_FOLDER: installs into an empty prefix, then uses what is there as hosts do, through
+# find_package and through pkg-config. CROSS and RUNNER as in use.sh; CXX is the compiler.
 set -euo pipefail
 build=$1
-consumer=$2
+here=$(cd "$(dirname "$0")" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+prefix=$scratch/prefix
+read -ra runner <<<"${RUNNER:-}"
 
-cmake --install "$build" --prefix "$scratch/prefix" >"$scratch/install.log"
+cmake --install "$build" --prefix "$prefix" >"$scratch/install.log"
+"$here/use.sh" "$prefix" "$scratch"
 
-# Nothing but the prefix may be needed: the checkout's headers must not be on any include path.
-cmake -S "$consumer" -B "$scratch/cmake" -DCMAKE_PREFIX_PATH="$scratch/prefix" >"$scratch/cmake.log" ||
-    { cat "$scratch/cmake.log"; exit 1; }
-cmake --build "$scratch/cmake" >"$scratch/build.log" 2>&1 || { cat "$scratch/build.log"; exit 1; }
-ORVIX_SETTINGS_DIR="$scratch/settings" "$scratch/cmake/consumer" "$scratch/host.prj"
-
-libdir=$(dirname "$(find "$scratch/prefix" -name orvix.pc)")
-flags=$(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs \
-    --define-variable=prefix="$scratch/prefix" orvix)
+flags=$(PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name orvix.pc)")" pkg-config --cflags --libs orvix)
+program=$scratch/library_only
+if [ -e "$prefix/bin/orvix.dll" ]; then
+    cp "$prefix"/bin/*.dll "$scratch"
+    flags="-static -Wl,-Bdynamic $flags -Wl,-Bstatic"
+    program+=.exe
+else
+    flags+=" -Wl,-rpath,$prefix/lib"
+fi
 # shellcheck disable=SC2086  # the flags are a list
-"${CXX:-c++}" -std=c++20 "$consumer/library_only.cpp" $flags -Wl,-rpath,"$(dirname "$libdir")" \
-    -o "$scratch/library_only"
-ORVIX_SETTINGS_DIR="$scratch/settings" "$scratch/library_only"
-
-"$scratch/prefix/bin/orvix" --version
+"${CXX:-c++}" -std=c++20 "$here/consumer/library_only.cpp" $flags -o "$program"
+ORVIX_SETTINGS_DIR="$scratch/settings" "${runner[@]}" "$program"

@@ -6,6 +6,10 @@
 #include <cstring>
 #include <numeric>
 
+#include "orvix/platform/io_utility.h"
+#include "orvix/platform/mapping.h"
+#include "orvix/platform/path.h"
+#include "tests/support/read_only_file.h"
 #include "tests/support/scratch_folder.h"
 
 namespace orvix::platform {
@@ -97,6 +101,44 @@ TEST(File, RefusesToWriteThroughAReadOnlyHandle) {
     char byte = 0;
     EXPECT_EQ(file.ReadAt(0, &byte, 1, error), 1u);
     EXPECT_FALSE(error);  // a later success clears it
+}
+
+TEST(File, SharesAFileWithAnotherWriterAndSeesItGrow) {
+    const ScratchFolder folder;
+    std::error_code error;
+    File writer = File::Create(folder / L"a", error);
+    const Handle host = OpenExisting(folder / L"a", FileAccess::ReadWrite);
+    ASSERT_TRUE(IsValid(host));
+    const File reader = File::OpenRead(folder / L"a", error);
+    ASSERT_TRUE(reader.IsOpen()) << error.message();
+    writer.Append("abc", 3, error);
+    ASSERT_FALSE(error) << error.message();
+    std::uint64_t size = 0;
+    EXPECT_TRUE(SizeOf(host, size));
+    EXPECT_EQ(size, 3u);
+    char text[3] = {};
+    EXPECT_EQ(reader.ReadAt(0, text, 3, error), 3u);
+    EXPECT_EQ(std::memcmp(text, "abc", 3), 0);
+    // Removed, it stays whole for those who have it open.
+    CloseHandleOf(host);
+    RemoveFile(folder / L"a", error);
+    EXPECT_FALSE(error) << error.message();
+    EXPECT_EQ(reader.ReadAt(1, text, 3, error), 2u);
+}
+
+TEST(File, OpensAReadOnlyFileForReadingAlone) {
+    const ScratchFolder folder;
+    std::error_code error;
+    MakeFolder(folder / L"tree", error);
+    const CString path = JoinPath(folder / L"tree", L"file");
+    test::WriteText(path, "abc");
+    const test::ReadOnlyFile readOnly(folder.Path(), path);
+    EXPECT_EQ(File::OpenRead(path, error).Size(), 3u);
+    EXPECT_EQ(MappedFile::Open(path, error).Size(), 3u);
+    EXPECT_FALSE(File::OpenReadWrite(path, error).IsOpen());
+    EXPECT_TRUE(error);
+    EXPECT_EQ(OpenExisting(path, FileAccess::ReadWrite), kInvalidHandle);
+    EXPECT_FALSE(IOUtility::FileIsWritable(path));
 }
 
 }  // namespace

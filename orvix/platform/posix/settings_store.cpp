@@ -290,6 +290,18 @@ std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPref
     return settings;
 }
 
+const char* SettingsPlace() {
+    return "the user's configuration folder; ORVIX_SETTINGS_DIR names another";
+}
+
+const char* SettingsRemedy(Lookup lookup) {
+    return lookup == Lookup::Unreadable
+               ? "the settings file is damaged, or not open to you; delete it to start anew, or "
+                 "name "
+                 "another folder in ORVIX_SETTINGS_DIR"
+               : "make the settings folder writable, or name another one in ORVIX_SETTINGS_DIR";
+}
+
 QuietSettings::QuietSettings() {
     ++quietSettings;
 }

@@ -196,6 +196,14 @@ std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPref
     return settings;
 }
 
+const char* SettingsPlace() {
+    return "the registry, under SOFTWARE\\Orvix";
+}
+
+const char* SettingsRemedy(Lookup) {
+    return "make the registry key SOFTWARE\\Orvix writable for this user (regedit, Permissions)";
+}
+
 // The registry keeps its troubles to itself as it is: results alone tell them.
 QuietSettings::QuietSettings() = default;
 QuietSettings::~QuietSettings() = default;

@@ -11,7 +11,6 @@
 #include "orvix/platform/cache.h"
 #include "orvix/platform/error_channel.h"
 #include "orvix/platform/file.h"
-#include "orvix/platform/io_utility.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/posix/sqlite.h"
 #include "tests/support/posix/settings_files.h"
@@ -65,13 +64,6 @@ int AsPlainUser(Body body) {
     }
     int status = 0;
     return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-TEST(Posix, FindsAReadOnlyFileNotWritable) {
-    const ScratchFolder folder;
-    test::WriteText(folder / L"file", "x");
-    ASSERT_EQ(chmod(ToUtf8(folder / L"file").c_str(), 0444), 0);
-    EXPECT_EQ(AsPlainUser([&] { return IOUtility::FileIsWritable(folder / L"file") ? 1 : 0; }), 0);
 }
 
 TEST(Posix, ReadsAStoreThatItMayNotWrite) {
