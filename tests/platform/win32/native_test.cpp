@@ -101,6 +101,31 @@ TEST(Windows, IgnoresARefusedWriteAndReadsTheDefault) {
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, refused.c_str(), L"v", 7), 7);
 }
 
+/// While it lives, the machine's hive takes no keys, as it takes none of a plain user: below a key
+/// that lasts only until the system ends, nothing that lasts may be made.
+class RefusingMachineHive {
+public:
+    RefusingMachineHive() {
+        HKEY key = nullptr;
+        RegCreateKeyExW(HKEY_CURRENT_USER, L"refusing", 0, nullptr, REG_OPTION_VOLATILE,
+                        KEY_ALL_ACCESS, nullptr, &key, nullptr);
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, key);
+        RegCloseKey(key);
+    }
+    ~RefusingMachineHive() { RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr); }
+    RefusingMachineHive(const RefusingMachineHive&) = delete;
+    RefusingMachineHive& operator=(const RefusingMachineHive&) = delete;
+};
+
+TEST(Windows, IgnoresThatTheMachinesLocaleMayNotBeWritten) {
+    const test::SettingsSandbox sandbox;
+    const RefusingMachineHive hive;
+    const wchar_t* const key = L"SOFTWARE\\Orvix\\Orvix for AutoCAD\\";
+    EXPECT_FALSE(CreateSettingKey(kLocalMachine, key));
+    EXPECT_EQ(Cache::ReadRegistry(kLocalMachine, key, L"locale", 0x409), 0x409);
+    EXPECT_FALSE(QuerySetting(kLocalMachine, key, L"locale"));
+}
+
 // A process that a death test starts anew loads the library with the settings that stand here: the
 // user's real ones, which are put back.
 TEST(WindowsDeathTest, ReadsTwoValuesWhileTheLibraryIsLoaded) {
