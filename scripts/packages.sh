@@ -14,7 +14,7 @@ test=(libgtest-dev python3 python3-numpy pkg-config)
 # is skipped.
 csharp=(mono-mcs)
 # What finds out which libraries a Debian package depends on.
-package=(dpkg-dev file)
+packaging=(dpkg-dev file)
 # A Windows build and its runner: 170 MB to fetch, 1.1 GB on the disk.
 windows=(g++-mingw-w64-x86-64-posix wine64)
 # The compiler that reads the Windows sources a second time: 100 MB to fetch, 500 MB on the disk.
@@ -26,7 +26,7 @@ for part in "$@"; do
         build) wanted+=("${build[@]}") ;;
         test) wanted+=("${test[@]}") ;;
         csharp) wanted+=("${csharp[@]}") ;;
-        package) wanted+=("${package[@]}") ;;
+        package) wanted+=("${packaging[@]}") ;;
         windows) wanted+=("${windows[@]}") ;;
         front-end) wanted+=("${front_end[@]}") ;;
         *) echo "packages.sh: unknown part '$part' (build, test, csharp, package, windows, front-end)" >&2; exit 2 ;;
