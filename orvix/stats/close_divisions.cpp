@@ -40,7 +40,7 @@ public:
           costs_(values),
           least_(costs_, classes - 1),
           levels_(classes + 1),
-          effortLeft_(values.size() * (values.size() / 8 + 64)) {
+          effortLeft_(values.size() * (values.size() / 2 + 64)) {
         squares_.reserve(values.size() + 1);
         squares_.push_back(0);
         for (const double value : values) squares_.push_back(squares_.back() + value * value);
