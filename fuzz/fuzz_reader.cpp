@@ -13,6 +13,9 @@ namespace {
 
 using namespace orvix::importer;
 
+// Points a byte: a compressed file makes 88 bytes of one at most.
+constexpr std::uint64_t kMostGrowth = 128;
+
 void Require(bool promise) {
     if (!promise) std::abort();
 }
@@ -22,27 +25,31 @@ std::uint64_t ReadPass(ScanReader& reader) {
     RawPiece piece;
     DecodedPiece decoded;
     std::uint64_t seen = 0;
-    std::uint64_t end = 0;
+    std::uint64_t told = 0;
     std::uint64_t points = 0;
+    std::size_t scan = 0;
     for (;;) {
+        piece.scan = 0;
+        piece.fileBytes.reset();
+        static_cast<PointlessRecords&>(decoded) = {};
         const auto more = reader.Next(piece);
         if (!more) Require(!more.error().message.empty());
         if (!more || !*more) break;
-        Require(piece.fileOffset >= end && piece.bytes.size() <= kPieceBytes);
-        end = piece.fileOffset + piece.bytes.size();
-        Require(end <= reader.FileBytes());
+        Require(piece.bytes.size() <= kPieceBytes);
+        Require(piece.scan >= scan && piece.scan < reader.Info().scans.size());
+        scan = piece.scan;
+        told += piece.fileBytes.value_or(piece.bytes.size());
+        Require(told <= reader.FileBytes());
         if (!reader.Decode(piece, decoded)) break;
-        points += decoded.points.size() + decoded.malformed;
-        if (piece.records != 0) {
-            Require(piece.records == decoded.points.size() + decoded.malformed);
-        }
+        points += decoded.points.size() + decoded.Total();
+        if (piece.records != 0) Require(piece.records == decoded.points.size() + decoded.Total());
         for (const ScanPoint& point : decoded.points) {
             Require(std::isfinite(point.intensity));
             seen = seen * 31 + static_cast<std::uint64_t>(point.red + point.classification);
         }
-        seen = seen * 31 + decoded.malformed;
+        seen = seen * 31 + decoded.Total();
     }
-    Require(points <= reader.FileBytes());
+    Require(points <= kMostGrowth * reader.FileBytes());
     const auto declared = reader.Info().declaredPoints;
     Require(!declared || points <= *declared);
     return seen * 31 + points;

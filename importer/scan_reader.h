@@ -46,7 +46,7 @@ struct ScanInfo {
     std::optional<int> colourBits;
     /// In file order. A format whose scans follow each other without a table appends them as `Next`
     /// meets them; after a pass they are complete.
-    std::vector<ScanPart> scans = {ScanPart{}};
+    std::vector<ScanPart> scans = std::vector<ScanPart>(1);
 };
 
 /// A piece of a file: whole records or lines, cut but not yet understood.
@@ -55,8 +55,8 @@ struct RawPiece {
     std::uint64_t firstRecord = 0;  ///< number of its first record or line, for messages
     std::uint64_t records = 0;      ///< whole records in it; 0 where only decoding can tell
     std::size_t scan = 0;           ///< which of the file's scans it belongs to
-    /// How much of `FileBytes` it stands for; 0: as much as `bytes` holds.
-    std::uint64_t fileBytes = 0;
+    /// How much of `FileBytes` it stands for; unset: as much as `bytes` holds.
+    std::optional<std::uint64_t> fileBytes;
     std::vector<std::uint8_t> bytes;
 };
 
@@ -95,8 +95,8 @@ struct DecodedPiece : PointlessRecords {
 /// Order    pieces come in file order, points in record order.
 /// Boundaries a piece may be empty (a stretch of the file without points was skipped, and the
 ///            caller gets the chance to stop); a piece belongs to one scan, and scans come in
-///            order. The caller hands in pieces with `scan` and `fileBytes` zero and decoded
-///            pieces without counts; `Decode` replaces the points that `decoded` held.
+///            order. The caller hands in pieces whose `scan` is zero and `fileBytes` unset, and
+///            decoded pieces without counts; `Decode` replaces the points that `decoded` held.
 /// Errors   BadInput with file, byte or line, numbers, and what to do; a file that ends before
 ///          its declared points do is such an error, not a short read.
 /// Threads  `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
@@ -119,8 +119,8 @@ public:
 
 inline constexpr std::uint64_t kPieceBytes = 2u << 20;
 
-/// Opens a scan file by what its first bytes say, whatever its name: LAS and PLY by their magic,
-/// text when nothing else is known to start so.
+/// Opens a scan file by what its first bytes say, whatever its name: E57, LAS, PCD and PLY by
+/// their magic, PTX by the head of its first block, text when nothing else is known to start so.
 ///
 /// Errors   BadInput for a missing or empty file, a folder, a format that is known but not read
 ///          (told by name), and a file that is no scan; Failure when reading is not permitted.

@@ -112,7 +112,7 @@ Expected<bool> PieceQueue::TakeFrom(std::size_t input, StationPiece& next) {
     for (;;) {
         if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
         next.piece.scan = 0;
-        next.piece.fileBytes = 0;
+        next.piece.fileBytes.reset();
         Expected<bool> more = reader.Next(next.piece);
         if (!more) return more;
         if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());

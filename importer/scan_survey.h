@@ -82,7 +82,7 @@ struct StationPiece {
     }
     /// How far it brings a pass.
     [[nodiscard]] std::uint64_t Bytes() const {
-        return piece.fileBytes != 0 ? piece.fileBytes : piece.bytes.size();
+        return piece.fileBytes.value_or(piece.bytes.size());
     }
 };
 

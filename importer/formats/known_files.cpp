@@ -16,15 +16,11 @@ struct KnownFile {
     std::string_view advice;
 };
 
-constexpr std::string_view kExport = "Export the scan as LAS, PLY or text and import that";
+constexpr std::string_view kExport = "Export the scan as E57, LAS, PLY or text and import that";
 constexpr std::string_view kUnpack = "Unpack it and import the scan files in it";
 constexpr std::string_view kNoScan = "Name the scan file instead";
 
 constexpr KnownFile kKnownFiles[] = {
-    {"ASTM-E57"sv, "an E57 file", kExport},
-    {"# .PCD"sv, "a PCD file", kExport},
-    {"VERSION .7"sv, "a PCD file", kExport},
-    {"VERSION 0.7"sv, "a PCD file", kExport},
     {"PK\x03\x04"sv, "a ZIP archive", kUnpack},
     {"\x1f\x8b"sv, "a gzip archive", kUnpack},
     {"7z\xbc\xaf\x27\x1c"sv, "a 7z archive", kUnpack},

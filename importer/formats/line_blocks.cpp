@@ -4,10 +4,32 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace orvix::importer {
 
-Expected<bool> LineBlocks::Next(RawPiece& piece) {
+namespace {
+
+// The size of the first `lines` lines; `lines` becomes their number. A last line without an end is
+// one too.
+std::size_t SizeOfLines(const std::vector<std::uint8_t>& bytes, std::uint8_t lineEnd,
+                        std::uint64_t& lines) {
+    std::uint64_t met = 0;
+    const std::uint8_t* at = bytes.data();
+    const std::uint8_t* last = at + bytes.size();
+    while (at != last && met < lines) {
+        const auto* end = static_cast<const std::uint8_t*>(
+            std::memchr(at, lineEnd, static_cast<std::size_t>(last - at)));
+        at = end == nullptr ? last : end + 1;
+        ++met;
+    }
+    lines = met;
+    return static_cast<std::size_t>(at - bytes.data());
+}
+
+}  // namespace
+
+Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t mostLines) {
     piece.fileOffset = offset_;
     piece.firstRecord = line_;
     piece.records = 0;
@@ -28,9 +50,10 @@ Expected<bool> LineBlocks::Next(RawPiece& piece) {
         }
         piece.bytes.erase(last.base(), piece.bytes.end());
     }
+    std::uint64_t lines = mostLines;
+    piece.bytes.resize(SizeOfLines(piece.bytes, static_cast<std::uint8_t>(start_.lineEnd), lines));
     offset_ += piece.bytes.size();
-    line_ += static_cast<std::uint64_t>(std::count(piece.bytes.begin(), piece.bytes.end(),
-                                                   static_cast<std::uint8_t>(start_.lineEnd)));
+    line_ += lines;
     return true;
 }
 

@@ -26,11 +26,17 @@ public:
     LineBlocks(const ScanFile& file, const Start& start)
         : file_(&file), start_(start), offset_(start.offset), line_(start.line) {}
 
-    Expected<bool> Next(RawPiece& piece);
-    void Rewind() {
-        offset_ = start_.offset;
-        line_ = start_.line;
+    /// At most `mostLines` lines, of which there is one at least.
+    Expected<bool> Next(RawPiece& piece, std::uint64_t mostLines = ~std::uint64_t{0});
+    void Rewind() { GoTo(start_.offset, start_.line); }
+    /// Goes on at another line, by its first byte and its number.
+    void GoTo(std::uint64_t offset, std::uint64_t line) {
+        offset_ = offset;
+        line_ = line;
     }
+    /// Where the next piece begins.
+    [[nodiscard]] std::uint64_t Offset() const { return offset_; }
+    [[nodiscard]] std::uint64_t Line() const { return line_; }
 
 private:
     const ScanFile* file_;

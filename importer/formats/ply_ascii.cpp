@@ -5,40 +5,11 @@
 #include <utility>
 
 #include "importer/formats/line_blocks.h"
-#include "importer/formats/number_text.h"
 #include "importer/formats/ply.h"
+#include "importer/formats/word_cursor.h"
 
 namespace orvix::importer {
 namespace {
-
-/// The words of one line, each a number or to be skipped.
-class WordCursor {
-public:
-    explicit WordCursor(std::string_view line)
-        : at_(line.data()), end_(line.data() + line.size()) {}
-
-    bool Skip() {
-        if (!FindWord()) return false;
-        while (at_ != end_ && !IsBlank(*at_)) ++at_;
-        return true;
-    }
-    bool Number(double& value) {
-        if (!FindWord()) return false;
-        const char* end = ParseNumber(at_, end_, '.', value);
-        if (end == nullptr || (end != end_ && !IsBlank(*end))) return false;
-        at_ = end;
-        return true;
-    }
-
-private:
-    bool FindWord() {
-        while (at_ != end_ && IsBlank(*at_)) ++at_;
-        return at_ != end_;
-    }
-
-    const char* at_;
-    const char* end_;
-};
 
 class PlyAsciiReader final : public ScanReader {
 public:

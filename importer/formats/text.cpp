@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "importer/formats/text.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "importer/formats/line_blocks.h"
@@ -84,11 +85,22 @@ public:
         info_.format = DescribeLayout(layout_);
         DescribeRoles(layout_.columns, info_);
         if (layout_.unitColours) info_.colourBits = 16;
+        linesLeft_ = layout_.count;
     }
 
     const ScanInfo& Info() const override { return info_; }
     std::uint64_t FileBytes() const override { return file_.Size(); }
-    Expected<bool> Next(RawPiece& piece) override { return lines_.Next(piece); }
+
+    Expected<bool> Next(RawPiece& piece) override {
+        if (linesLeft_ == std::uint64_t{0}) {
+            if (auto begun = BeginScan(); !begun) return tl::unexpected(begun.error());
+        }
+        piece.scan = scan_;
+        const std::uint64_t before = lines_.Line();
+        const auto more = lines_.Next(piece, linesLeft_.value_or(~std::uint64_t{0}));
+        if (linesLeft_ && more && *more) *linesLeft_ -= lines_.Line() - before;
+        return more;
+    }
 
     Expected<void> Decode(const RawPiece& piece, DecodedPiece& decoded) const override {
         decoded.points.clear();
@@ -108,14 +120,38 @@ public:
 
     Expected<void> Rewind() override {
         lines_.Rewind();
+        linesLeft_ = layout_.count;
+        scan_ = 0;
         return {};
     }
 
 private:
+    // Without a count above 0 in its place, what follows belongs to the scan before.
+    Expected<void> BeginScan() {
+        constexpr std::uint64_t kCountBytes = 64;
+        linesLeft_.reset();
+        const std::uint64_t offset = lines_.Offset();
+        const auto bytes = static_cast<std::size_t>(std::min(kCountBytes, file_.BytesFrom(offset)));
+        std::vector<std::uint8_t> start;
+        if (auto read = file_.ReadBlock(offset, bytes, start); !read) return read;
+        LineCursor lines({reinterpret_cast<const char*>(start.data()), bytes},
+                         layout_.data.lineEnd);
+        std::string_view line;
+        if (!lines.Next(line) || lines.Rest().empty()) return {};
+        const auto count = CountIn(line);
+        if (!count || *count == 0) return {};
+        linesLeft_ = count;
+        lines_.GoTo(offset + bytes - lines.Rest().size(), lines_.Line() + 1);
+        if (info_.scans.size() == ++scan_) info_.scans.emplace_back();
+        return {};
+    }
+
     ScanFile file_;
     TextLayout layout_;
     LineBlocks lines_;
     ScanInfo info_;
+    std::optional<std::uint64_t> linesLeft_;  // until another scan may begin; unset: none does
+    std::size_t scan_ = 0;
 };
 
 }  // namespace

@@ -9,7 +9,9 @@
 namespace orvix::importer {
 
 /// Reads text scans (XYZ, TXT, ASC, CSV, PTS): a point a line, the layout told by the content
-/// (see SniffText).
+/// (see SniffText). A file that begins with a count of points may hold further scans, each led by a
+/// count of its own (PTS): one begins where as many lines as the last count told have passed and
+/// the next line is a count.
 ///
 /// Units    coordinates and intensity as written; colours as written, or times 65535 where they
 ///          run from 0 to 1.

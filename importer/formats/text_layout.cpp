@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <span>
 
@@ -48,8 +49,7 @@ bool IsNumberColumn(const Columns& columns, std::size_t index, char decimalPoint
 }
 
 bool IsCount(std::string_view line) {
-    const Columns columns = SplitColumns(line, ' ');
-    return columns.size() == 1 && std::all_of(columns[0].begin(), columns[0].end(), IsDigit);
+    return CountIn(line).has_value();
 }
 
 bool IsTextByte(std::uint8_t byte) {
@@ -68,7 +68,8 @@ Expected<void> CheckIsText(const ScanFile& file, std::span<const std::uint8_t> b
     const auto odd = std::find_if_not(bytes.begin(), bytes.end(), IsTextByte);
     if (odd != bytes.end()) {
         return file.Bad(fmt::format(
-            "this is not a scan file: it is none of the formats that are read (LAS, PLY, text), "
+            "this is not a scan file: it is none of the formats that are read (E57, LAS, PCD, PLY, "
+            "PTX, text), "
             "and no text, with the value {} at byte {}. Export the scan in one of them.",
             *odd, Grouped(static_cast<std::uint64_t>(odd - bytes.begin()))));
     }
@@ -99,18 +100,6 @@ Sample CollectLines(std::string_view text, bool wholeFile) {
         }
     }
     return sample;
-}
-
-/// Points in a grid, as PTX files hold them: two counts, the scanner's position and axes, and a
-/// 4 x 4 matrix lead them.
-bool IsGridFile(const Sample& sample) {
-    constexpr std::size_t kNumbers[] = {1, 1, 3, 3, 3, 3, 4, 4, 4, 4};
-    if (sample.lines.size() < std::size(kNumbers)) return false;
-    for (std::size_t i = 0; i < std::size(kNumbers); ++i) {
-        const Columns columns = SplitColumns(sample.lines[i].text, ' ');
-        if (columns.size() != kNumbers[i] || !IsNumberColumn(columns, 0, '.')) return false;
-    }
-    return IsCount(sample.lines[0].text) && IsCount(sample.lines[1].text);
 }
 
 /// Names in a comment may be separated by anything, whatever separates the data.
@@ -161,6 +150,7 @@ public:
         layout.data = {lines_.front().offset, lines_.front().number, lineEnd};
         layout.columns = columns_;
         layout.roles = columns_.ByColumn();
+        layout.count = count_;
         layout.unitColours = HasUnitColours();
         layout.colourScale = layout.unitColours ? 65535 : 1;
         return layout;
@@ -168,7 +158,9 @@ public:
 
 private:
     void SkipCount() {
-        if (!lines_.empty() && IsCount(lines_.front().text)) lines_.erase(lines_.begin());
+        if (lines_.empty() || !IsCount(lines_.front().text)) return;
+        count_ = CountIn(lines_.front().text);
+        lines_.erase(lines_.begin());
     }
     void FindNames(const Sample& sample);
     void ChooseColumnsByNumber();
@@ -179,6 +171,7 @@ private:
     std::vector<SampleLine> lines_;
     std::vector<Columns> rows_;  // their columns
     RoleColumns columns_;
+    std::optional<std::uint64_t> count_;
     std::size_t understood_ = 0;
 };
 
@@ -252,7 +245,8 @@ tl::unexpected<Error> BadNoPoints(const ScanFile& file, const Sample& sample) {
     }
     const SampleLine& line = sample.lines.front();
     return file.Bad(fmt::format(
-        "this is not a scan file: it is none of the formats that are read (LAS, PLY, text), and "
+        "this is not a scan file: it is none of the formats that are read (E57, LAS, PCD, PLY, "
+        "PTX, text), and "
         "less than half of its first {} lines hold three coordinates, beginning with line {}, "
         "\"{}\". A text scan has lines such as \"1.25 3.5 0.75\".",
         sample.lines.size(), line.number + 1, line.text.substr(0, 60)));
@@ -296,6 +290,17 @@ std::vector<std::string_view> SplitColumns(std::string_view line, char separator
     return columns;
 }
 
+std::optional<std::uint64_t> CountIn(std::string_view line) {
+    const Columns columns = SplitColumns(line, ' ');
+    if (columns.size() != 1 || !std::all_of(columns[0].begin(), columns[0].end(), IsDigit)) {
+        return std::nullopt;
+    }
+    // A count too large for 64 bits is more than any file holds.
+    std::uint64_t count = ~std::uint64_t{0};
+    std::from_chars(columns[0].data(), columns[0].data() + columns[0].size(), count);
+    return count;
+}
+
 Expected<TextLayout> SniffText(const ScanFile& file) {
     std::vector<std::uint8_t> bytes;
     const std::uint64_t read = std::min(file.Size(), kPieceBytes);
@@ -310,11 +315,6 @@ Expected<TextLayout> SniffText(const ScanFile& file) {
             fmt::format("this is not a scan file: the first {} bytes hold no whole "
                         "line with a point. Check that it is a text scan with line ends.",
                         Grouped(read)));
-    }
-    if (IsGridFile(sample)) {
-        return file.Bad(
-            "this is a PTX file, which is not read. Export the scan as PTS, LAS or PLY "
-            "and import that.");
     }
     std::vector<Trial> trials;
     for (const Dialect& dialect : kDialects) trials.emplace_back(sample, dialect);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +17,8 @@ namespace orvix::importer {
 struct TextLayout {
     char separator = ' ';  ///< ' ': any run of blanks and tabs
     char decimalPoint = '.';
-    LineBlocks::Start data;  ///< the first data line
+    LineBlocks::Start data;              ///< the first data line
+    std::optional<std::uint64_t> count;  ///< the lone number before it
     RoleColumns columns;
     std::vector<Role> roles;  ///< by column, up to the last that is used
     double colourScale = 1;
@@ -30,21 +32,26 @@ bool IsCommentLine(std::string_view line, char separator);
 /// of the line starts no further column.
 std::vector<std::string_view> SplitColumns(std::string_view line, char separator);
 
+/// The number of a line that holds a whole number and nothing else, as it leads points in PTS
+/// files.
+std::optional<std::uint64_t> CountIn(std::string_view line);
+
 /// Tells a text scan's layout by its first lines (up to 1,000 of the first 2 MiB).
 ///
 /// Separator and decimal point: of semicolon, comma, tab and blanks, each with a decimal point
 /// and (but for the comma) a decimal comma, the pair under which most lines hold three coordinates;
 /// the earlier of equal ones. A first line that holds only a whole number is a count, which is
-/// skipped and never trusted. Columns are told by a line of names before the first point, comment
-/// (one of the last 20) or not; without names by their number:
+/// skipped and trusted no further than for telling where another scan may begin. Columns are told
+/// by a line of names before the first point, comment (one of the last 20) or not; without names by
+/// their number:
 ///
 ///     3  x y z         6  x y z red green blue (no colours where one is negative)
 ///     4  x y z i       7  x y z i red green blue (likewise)
 ///
 /// and any other number of columns is x y z and columns that are not read. Colours with a
 /// fraction and none above 1 run from 0 to 1.
-/// Errors   BadInput: text in UTF-16, bytes that no text holds, a grid of scan lines (PTX), no
-///          layout under which at least half of the lines hold three numbers.
+/// Errors   BadInput: text in UTF-16, bytes that no text holds, no layout under which at least half
+/// of the lines hold three numbers.
 Expected<TextLayout> SniffText(const ScanFile& file);
 
 /// For people: "text, comma-separated: x y z intensity".

@@ -31,8 +31,6 @@ TEST(OpenScan, SaysWhatIsWrongWithAPathThatIsNoFile) {
 }
 
 TEST(OpenScan, NamesTheFormatsThatAreNotRead) {
-    EXPECT_THAT(ReadAll("ASTM-E57\1\0\0"sv).error, HasSubstr("an E57 file"));
-    EXPECT_THAT(ReadAll("# .PCD v0.7\nVERSION 0.7\n"sv).error, HasSubstr("a PCD file"));
     EXPECT_THAT(ReadAll("PK\3\4\0\0"sv).error, HasSubstr("Unpack it"));
     EXPECT_THAT(ReadAll("%PDF-1.7"sv).error, HasSubstr("a PDF document"));
     EXPECT_THAT(ReadAll("\x89PNG\r\n"sv).error, HasSubstr("a PNG picture"));
@@ -49,6 +47,10 @@ constexpr RealScan kRealScans[] = {
     {L"indoor_lobby.las", 808'042, {-22.99, -1.97, -7.9}, {5.63, 7.55, 12.36}},
     {L"delft_ahn3.las", 848'942, {84808.3, 447412.8, -0.606}, {85072.299, 447641.299, 26.329}},
     {L"ign_herault.las", 405'937, {770500, 6277500, 20.21}, {770650, 6277600, 43.49}},
+    {L"pumproom_station.e57", 155'201, {-2.904, -5.301, -1.9}, {1.722, -0.793, 1.843}},
+    {L"office_room1_objects.pcd", 237'907, {-2.16, -6.469, -0.096}, {2.294, -0.71, 2.196}},
+    {L"room_scan1.pcd", 112'586, {-13.8, -6.493, -1.352}, {15.447, 7.98, 1.709}},
+    {L"room_scan2.pcd", 112'624, {-12.552, -10.919, -1.718}, {12.299, 10.05, 1.882}},
     {L"room_scan1.ply", 112'586, {-13.8, -6.493, -1.352}, {15.447, 7.98, 1.709}},
     {L"room_scan2.ply", 112'624, {-12.552, -10.919, -1.718}, {12.299, 10.05, 1.882}},
     {L"courtyard_source.ply", 69'792, {-23.759, -52.001, -3.021}, {18.48, 6.508, 9.173}},

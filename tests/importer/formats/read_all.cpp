@@ -16,25 +16,41 @@ using namespace orvix::importer;
 std::string ReadPass(ScanReader& reader, WholeScan& scan) {
     RawPiece piece;
     DecodedPiece decoded;
-    std::uint64_t lastByte = 0;
+    std::uint64_t told = 0;
+    std::size_t lastScan = 0;
+    std::uint64_t records = 0;  // of the scan so far
     for (;;) {
+        piece.scan = 0;
+        piece.fileBytes.reset();
+        static_cast<PointlessRecords&>(decoded) = {};
         const auto more = reader.Next(piece);
         if (!more) return more.error().message;
-        if (!*more) return {};
-        EXPECT_GE(piece.fileOffset, lastByte);
+        if (!*more) break;
         EXPECT_LE(piece.bytes.size(), kPieceBytes);
-        lastByte = piece.fileOffset + piece.bytes.size();
-        EXPECT_LE(lastByte, reader.FileBytes());
+        EXPECT_GE(piece.scan, lastScan);
+        EXPECT_LT(piece.scan, reader.Info().scans.size());
+        if (piece.scan != lastScan) records = 0;
+        lastScan = piece.scan;
+        told += piece.fileBytes.value_or(piece.bytes.size());
+        EXPECT_LE(told, reader.FileBytes());
         const auto done = reader.Decode(piece, decoded);
         if (!done) return done.error().message;
+        const std::uint64_t met = decoded.points.size() + decoded.Total();
         if (piece.records != 0) {
-            EXPECT_EQ(piece.firstRecord, scan.points.size() + scan.malformed);
-            EXPECT_EQ(piece.records, decoded.points.size() + decoded.malformed);
+            EXPECT_EQ(piece.records, met);
         }
+        if (reader.Info().declaredPoints) {
+            EXPECT_EQ(piece.firstRecord, records);
+        }
+        records += met;
         scan.points.insert(scan.points.end(), decoded.points.begin(), decoded.points.end());
+        scan.scanOfPoint.resize(scan.points.size(), piece.scan);
         scan.malformed += decoded.malformed;
+        scan.pointless.Join(decoded);
         ++scan.pieces;
     }
+    scan.info = reader.Info();
+    return {};
 }
 
 /// Equal bit for bit, not-a-number included.

@@ -17,10 +17,12 @@ struct WholeScan {
     std::vector<importer::ScanPoint> points;
     std::uint64_t malformed = 0;
     std::uint64_t pieces = 0;
+    importer::PointlessRecords pointless{};  ///< malformed ones included
+    std::vector<std::size_t> scanOfPoint{};  ///< by point
 };
 
 /// Reads a file to its end, then once more after Rewind; checks that the passes agree, that
-/// pieces come in file order within the file and that record numbers add up.
+/// pieces come in file order within the file, scan by scan, and that record numbers add up.
 WholeScan ReadAll(const CString& path);
 /// The same for bytes, written to a file first.
 WholeScan ReadAll(const std::vector<std::uint8_t>& bytes);

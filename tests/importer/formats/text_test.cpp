@@ -92,10 +92,6 @@ TEST(TextReader, WhatIsNoTextScanEndsInASentence) {
     EXPECT_THAT(ReadAll("17\n").error, HasSubstr("not a scan file"));
     EXPECT_THAT(ReadAll("Dear reader,\nthis is 1 2 3\nletter.\n").error,
                 HasSubstr("\"Dear reader,\""));
-    EXPECT_THAT(ReadAll("2\n1\n0 0 0\n1 0 0\n0 1 0\n0 0 1\n1 0 0 0\n0 1 0 0\n0 0 1 0\n0 0 0 1\n1 2 "
-                        "3 4\n5 6 7 8\n")
-                    .error,
-                HasSubstr("PTX"));
 }
 
 TEST(TextReader, ALineWithoutEndIsRefusedNotReadIntoMemory) {
