@@ -22,6 +22,7 @@ struct Arguments {
     std::string up = "z";
     std::string skeleton = "10cm";
     std::string memoryLimit = "1GiB";
+    std::vector<std::string> stations;
     unsigned threads = 0;
     bool dropZeros = false;
     bool dedupe = false;
@@ -43,6 +44,7 @@ constexpr const char* kExamples =
     "  orvix import scan.las scan.prj\n"
     "  orvix import north.ply south.ply site.prj --skeleton 1cm    two stations, one project\n"
     "  orvix import lobby.las lobby.prj --up y                     a scan whose y axis is up\n"
+    "  orvix import site.e57 hall.prj --station Hall                one scan of several\n"
     "  orvix import tile.xyz tile.prj --unit us-ft --overwrite\n"
     "  orvix import huge.las huge.prj --memory-limit 4GiB --progress json --json";
 
@@ -53,6 +55,7 @@ ImportOptions OptionsOf(const Arguments& arguments) {
     options.skeleton = kSkeletons.at(arguments.skeleton);
     options.memoryLimitBytes = ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
     options.threads = arguments.threads;
+    options.stationNames = arguments.stations;
     options.dropZeros = arguments.dropZeros;
     options.dedupe = arguments.dedupe;
     options.overwrite = arguments.overwrite;
@@ -162,7 +165,7 @@ void AddImportVerb(CLI::App& app, CommandContext& context) {
         AddVerb(app, context, "import", "Turn scan files into a project", kExamples,
                 [arguments](CommandContext& chosen) { return RunImport(*arguments, chosen); });
     verb->add_option("paths", arguments->paths,
-                     "Scan files (LAS, PLY, text), one station each, then the project to make")
+                     "Scan files (E57, LAS, PCD, PLY, PTX, PTS, text), then the project to make")
         ->required()
         ->expected(2, -1)
         ->type_name("INPUT... PROJECT.prj");
@@ -171,6 +174,11 @@ void AddImportVerb(CLI::App& app, CommandContext& context) {
     AddChoice(*verb, "--up", arguments->up, "The inputs' upward axis", {"z", "y"});
     AddChoice(*verb, "--skeleton", arguments->skeleton, "Voxel of the thinned cloud",
               {"1cm", "10cm", "1m"});
+    verb->add_option("--station", arguments->stations,
+                     "Import only the scans of this name (may be repeated)")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME");
     verb->add_flag("--drop-zeros", arguments->dropZeros,
                    "Reject points at exactly 0, 0, 0 in the input (no-returns)");
     verb->add_flag("--dedupe", arguments->dedupe,

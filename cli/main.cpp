@@ -30,6 +30,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     app.footer(kExitCodes);
     AddImportVerb(app, context);
     AddInfoVerb(app, context);
+    AddStationsVerb(app, context);
     AddCheckVerb(app, context);
     AddWalkVerb(app, context);
     AddPlaneVerb(app, context);

@@ -27,6 +27,7 @@ void AddProgressOption(CLI::App& verb, CommandContext& context);
 /// One function a verb, each in the file named after it.
 void AddImportVerb(CLI::App& app, CommandContext& context);
 void AddInfoVerb(CLI::App& app, CommandContext& context);
+void AddStationsVerb(CLI::App& app, CommandContext& context);
 void AddCheckVerb(CLI::App& app, CommandContext& context);
 void AddWalkVerb(CLI::App& app, CommandContext& context);
 void AddPlaneVerb(CLI::App& app, CommandContext& context);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 
+#include "cli/picture/panel.h"
 #include "cli/picture/picture_view.h"
 #include "cli/picture/splat_layer.h"
 
@@ -20,12 +21,6 @@ constexpr int kHeight = 980;
 constexpr PixelRect kFacePanel{24, 128, 784, 788};
 constexpr PixelRect kPlanPanel{832, 128, 784, 788};
 
-constexpr Colour kPaper{255, 255, 255};
-constexpr Colour kPanel{247, 248, 250};
-constexpr Colour kGrid{228, 231, 236};
-constexpr Colour kBorder{176, 184, 194};
-constexpr Colour kInk{28, 36, 48};
-constexpr Colour kSoftInk{92, 102, 116};
 constexpr Colour kOutline{16, 24, 40};
 constexpr Colour kSeed{214, 40, 57};
 constexpr Colour kPlaneTop{232, 119, 34};
@@ -61,23 +56,6 @@ ViewBounds BoundsOf(const PictureView& view, const std::vector<Vector>& points) 
     return bounds;
 }
 
-// Without the outermost hundredth on each side, so that stray points do not shrink the rest.
-ViewBounds CoreBoundsOf(const PictureView& view, const std::vector<Vector>& points) {
-    if (points.empty()) return {};
-    std::vector<double> xs, ys;
-    for (const Vector& p : points) {
-        xs.push_back(view.X(p));
-        ys.push_back(view.Y(p));
-    }
-    const auto pick = [](std::vector<double>& values, double share) {
-        const auto at = values.begin() +
-                        static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-        std::nth_element(values.begin(), at, values.end());
-        return *at;
-    };
-    return {pick(xs, 0.01), pick(xs, 0.99), pick(ys, 0.01), pick(ys, 0.99)};
-}
-
 ViewBounds Cut(const ViewBounds& bounds, const ViewBounds& to) {
     return {std::max(bounds.left, to.left), std::min(bounds.right, to.right),
             std::max(bounds.bottom, to.bottom), std::min(bounds.top, to.top)};
@@ -88,11 +66,6 @@ ViewBounds Join(ViewBounds bounds, const ViewBounds& with) {
     bounds.Add(with.left, with.bottom);
     bounds.Add(with.right, with.top);
     return bounds;
-}
-
-// A disc about as large as the points are apart on the picture.
-double SplatRadius(double spacing, double pixelsPerMetre, double least, double most) {
-    return std::clamp(0.85 * spacing * pixelsPerMetre, least, most);
 }
 
 double SpacingOf(const std::vector<Vector>& points, const ViewBounds& bounds) {
@@ -128,11 +101,8 @@ public:
 private:
     void DrawFace();
     void DrawPlan();
-    void BeginPanel(const PictureView& view, const PixelRect& panel, const std::string& name);
     void EndPanel(const PictureView& view, const PixelRect& panel);
     void DrawRings(const PictureView& view, const PixelRect& panel, double width);
-    void DrawScaleBar(const PictureView& view, const PixelRect& panel);
-    void DrawAxes(const PictureView& view, const PixelRect& panel);
     void DrawLegend(double range);
     void DrawCloud(const PictureView& view, const PixelRect& panel, double depthFrom,
                    double depthTo);
@@ -141,33 +111,12 @@ private:
     Canvas canvas_;
 };
 
-void PlaneDrawing::BeginPanel(const PictureView& view, const PixelRect& panel,
-                              const std::string& name) {
-    canvas_.FillRect(panel, kPanel);
-    canvas_.Text({panel.left, panel.top - 26}, name, 2, kInk);
-    const ViewBounds shown = view.Shown();
-    const double step = RoundLength(shown.Width() / 4);
-    const double scale = view.PixelsPerMetre();
-    for (double x = std::ceil(shown.left / step) * step; x < shown.right; x += step)
-        canvas_.FillRect({panel.left + (x - shown.left) * scale, panel.top, 1, panel.height},
-                         kGrid);
-    for (double y = std::ceil(shown.bottom / step) * step; y < shown.top; y += step)
-        canvas_.FillRect({panel.left, panel.top + (shown.top - y) * scale, panel.width, 1}, kGrid);
-}
-
 void PlaneDrawing::EndPanel(const PictureView& view, const PixelRect& panel) {
     const Pixel2 seed = view.Place(picture_.seed);
     canvas_.Disc(seed, 6, kPaper);
     canvas_.Disc(seed, 4.5, kSeed);
-    const Pixel2 label{seed.x + 11, seed.y - 9};
-    for (const double dx : {-1.5, 0.0, 1.5})
-        for (const double dy : {-1.5, 0.0, 1.5})
-            canvas_.Text({label.x + dx, label.y + dy}, "seed", 2, kPaper);
-    canvas_.Text(label, "seed", 2, kSeed);
-    // Lines that ran over the panel's edge are covered from outside.
-    canvas_.Frame(panel, 1.5, kBorder);
-    DrawScaleBar(view, panel);
-    DrawAxes(view, panel);
+    DrawLabel(canvas_, {seed.x + 11, seed.y - 9}, "seed", kSeed);
+    FinishPanel(canvas_, view, panel);
 }
 
 void PlaneDrawing::DrawCloud(const PictureView& view, const PixelRect& panel, double depthFrom,
@@ -188,7 +137,7 @@ void PlaneDrawing::DrawFace() {
     PictureView view = PictureView::Facing(picture_.normal);
     const ViewBounds bounds = BoundsOf(view, picture_.plane);
     view.Fit(bounds.Widened(0.12, 0.2), kFacePanel);
-    BeginPanel(view, kFacePanel, "Face on: distance from the plane");
+    BeginPanel(canvas_, view, kFacePanel, "Face on: distance from the plane");
     const double reach = std::clamp(std::max(bounds.Width(), bounds.Height()) / 4, 0.5, 6.0);
     DrawCloud(view, kFacePanel, -reach, reach);
     const double range = RoundLength(std::max(picture_.rms, 1e-5) * 4.5);
@@ -214,7 +163,7 @@ void PlaneDrawing::DrawPlan() {
     const ViewBounds around = bounds.Widened(3.0, 1.0);
     const ViewBounds whole = Join(bounds, CoreBoundsOf(view, picture_.cloud));
     view.Fit(Cut(whole, around).Widened(0.05, size / 4), kPlanPanel);
-    BeginPanel(view, kPlanPanel, "In plan: seen from above, what lies higher cut off");
+    BeginPanel(canvas_, view, kPlanPanel, "In plan: seen from above, what lies higher cut off");
     const double nearest = -CutHeight(picture_);
     double farthest = nearest + 1;
     for (const Vector& p : picture_.cloud) farthest = std::max(farthest, view.Depth(p));
@@ -242,36 +191,6 @@ void PlaneDrawing::DrawRings(const PictureView& view, const PixelRect& panel, do
             if (inside(a) && inside(b)) canvas_.Line(a, b, width, kOutline);
         }
     }
-}
-
-void PlaneDrawing::DrawScaleBar(const PictureView& view, const PixelRect& panel) {
-    const double length = RoundLength(panel.width * 0.28 / view.PixelsPerMetre());
-    const double width = length * view.PixelsPerMetre();
-    const Pixel2 at{panel.left, panel.top + panel.height + 14};
-    canvas_.FillRect({at.x, at.y, width / 2, 7}, kInk);
-    canvas_.FillRect({at.x + width / 2, at.y, width / 2, 7}, kPaper);
-    canvas_.Frame({at.x, at.y, width, 7}, 1.5, kInk);
-    canvas_.Text({at.x + width + 10, at.y - 5}, LengthText(length), 2, kInk);
-}
-
-void PlaneDrawing::DrawAxes(const PictureView& view, const PixelRect& panel) {
-    const Pixel2 at{panel.left + 26, panel.top + panel.height - 26};
-    const Pixel2 right{at.x + 54, at.y}, up{at.x, at.y - 54};
-    for (const double width : {6.0, 2.2}) {
-        const Colour colour = width > 3 ? kPaper : kInk;
-        canvas_.Line(at, right, width, colour);
-        canvas_.Line(at, up, width, colour);
-        for (const double side : {-6.0, 6.0}) {
-            canvas_.Line(right, {right.x - 9, right.y + side}, width, colour);
-            canvas_.Line(up, {up.x + side, up.y + 9}, width, colour);
-        }
-    }
-    const auto label = [this](Pixel2 where, const std::string& text) {
-        canvas_.FillRect({where.x - 4, where.y - 2, TextWidth(text, 2) + 6, 19}, kPaper);
-        canvas_.Text(where, text, 2, kInk);
-    };
-    label({right.x + 12, right.y - 8}, view.RightName());
-    label({up.x + 14, up.y - 6}, view.UpName());
 }
 
 void PlaneDrawing::DrawLegend(double range) {

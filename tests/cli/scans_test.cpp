@@ -54,6 +54,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Scan{"delft_ahn3.las", 848'942, {}, "", 0},
                     Scan{"ign_herault.las", 405'937, {}, "", 0},
                     Scan{"room_scan1.ply", 112'586, {}, "", 0},
+                    Scan{"room_scan1.pcd", 112'586, {}, "", 0},
+                    Scan{"office_room1_objects.pcd", 237'907, {}, "", 0},
+                    Scan{"pumproom_station.e57", 155'201, {}, "", 0},
                     Scan{"courtyard_source.ply", 69'792, {"--drop-zeros"}, "", 0}),
     [](const auto& scan) {
         std::string name = scan.param.name;
