@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -44,6 +45,8 @@ struct ScanInfo {
     /// Set where the format fixes the colour scale: 8 (0..255) or 16 (0..65535). Unset where
     /// writers use either (LAS): the largest value met decides.
     std::optional<int> colourBits;
+    /// Where a project that the file was exported from has its origin; world coordinates.
+    std::optional<std::array<double, 3>> exportedOrigin;
     /// In file order. A format whose scans follow each other without a table appends them as `Next`
     /// meets them; after a pass they are complete.
     std::vector<ScanPart> scans = std::vector<ScanPart>(1);
@@ -118,6 +121,9 @@ public:
 };
 
 inline constexpr std::uint64_t kPieceBytes = 2u << 20;
+/// No piece is larger. Only a format whose pieces are cut by the file (a LAZ chunk) exceeds
+/// kPieceBytes.
+inline constexpr std::uint64_t kMostPieceBytes = 16u << 20;
 
 /// Opens a scan file by what its first bytes say, whatever its name: E57, LAS, PCD and PLY by
 /// their magic, PTX by the head of its first block, text when nothing else is known to start so.

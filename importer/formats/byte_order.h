@@ -30,4 +30,13 @@ T Load(const std::uint8_t* bytes) {
     return std::bit_cast<T>(static_cast<Unsigned>(value));
 }
 
+/// Puts a number at any address, little-endian.
+template <class T>
+void Store(std::uint8_t* bytes, T value) {
+    const auto bits = std::bit_cast<detail::UnsignedOf<sizeof(T)>>(value);
+    for (std::size_t i = 0; i < sizeof(T); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(bits >> (8 * i));
+    }
+}
+
 }  // namespace orvix::importer

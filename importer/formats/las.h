@@ -8,7 +8,7 @@
 
 namespace orvix::importer {
 
-/// Reads uncompressed LAS 1.0 to 1.4, all eleven point formats.
+/// Reads LAS 1.0 to 1.4, all eleven point formats; a compressed file is handed to OpenLaz.
 ///
 /// Units    coordinates are stored integer * scale + offset, in double; intensity and colours as
 ///          stored (u16); the class without its flag bits. Points flagged synthetic, key point,

@@ -16,7 +16,8 @@ namespace {
 constexpr std::size_t kShortestHeader = 227;
 constexpr std::size_t kHeaderWithCount64 = 255;
 constexpr std::size_t kLongestHeader = 375;
-constexpr std::uint8_t kCompressedBits = 0xC0;
+constexpr std::uint8_t kCompressionBits = 0xC0;
+constexpr std::uint8_t kCompressed = 0x80;  // the other bit marks what a prototype wrote
 
 constexpr LasPointFormat kPointFormats[] = {
     {20, 15, 0x1F, 0},  {28, 15, 0x1F, 0},  {26, 15, 0x1F, 20}, {34, 15, 0x1F, 28},
@@ -24,15 +25,14 @@ constexpr LasPointFormat kPointFormats[] = {
     {38, 16, 0xFF, 30}, {59, 16, 0xFF, 0},  {67, 16, 0xFF, 30},
 };
 
-constexpr std::string_view kCompressed =
-    "the points are compressed (LAZ), which is not read. Decompress the file, for example with "
+constexpr std::string_view kUnknownCompression =
+    "the points are compressed in a way that is not read. Decompress the file, for example with "
     "\"laszip -i in.laz -o out.las\" or \"pdal translate in.laz out.las\", and import the result.";
 
 /// The header as stored, with what only the checks need.
 struct StoredHeader : LasHeader {
     int majorVersion = 0;
-    std::uint16_t headerBytes = 0;
-    std::uint32_t variableRecords = 0;
+    std::uint8_t compression = 0;
 };
 
 std::uint64_t DeclaredPoints(const std::vector<std::uint8_t>& bytes, const StoredHeader& header) {
@@ -50,7 +50,9 @@ StoredHeader LoadHeader(const std::vector<std::uint8_t>& bytes) {
     header.headerBytes = Load<std::uint16_t>(bytes.data() + 94);
     header.firstPointByte = Load<std::uint32_t>(bytes.data() + 96);
     header.variableRecords = Load<std::uint32_t>(bytes.data() + 100);
-    header.pointFormat = bytes[104];
+    header.compression = bytes[104] & kCompressionBits;
+    header.compressed = header.compression == kCompressed;
+    header.pointFormat = bytes[104] & static_cast<std::uint8_t>(~kCompressionBits);
     header.recordBytes = Load<std::uint16_t>(bytes.data() + 105);
     for (std::size_t axis = 0; axis < 3; ++axis) {
         header.scale[axis] = Load<double>(bytes.data() + 131 + 8 * axis);
@@ -73,7 +75,7 @@ Expected<void> CheckKind(const ScanFile& file, const StoredHeader& header) {
             fmt::format("this is LAS {}.{}; LAS 1.0 to 1.4 are read. Convert it to LAS 1.4.",
                         header.majorVersion, header.minorVersion));
     }
-    if ((header.pointFormat & kCompressedBits) != 0) return file.Bad(kCompressed);
+    if (header.compression != 0 && !header.compressed) return file.Bad(kUnknownCompression);
     if (header.pointFormat >= std::size(kPointFormats)) {
         return file.Bad(fmt::format(
             "the points have format {}; the formats 0 to 10 are read. Convert the file to LAS 1.4.",
@@ -129,8 +131,9 @@ bool HasCompressionRecord(const ScanFile& file, const StoredHeader& stored) {
 }
 
 Expected<void> CheckPoints(const ScanFile& file, const StoredHeader& header) {
+    if (header.compressed) return {};
     if (header.points <= file.BytesFrom(header.firstPointByte) / header.recordBytes) return {};
-    if (HasCompressionRecord(file, header)) return file.Bad(kCompressed);
+    if (HasCompressionRecord(file, header)) return file.Bad(kUnknownCompression);
     return BadCutShort(file, {.noun = "points",
                               .declared = header.points,
                               .recordBytes = header.recordBytes,

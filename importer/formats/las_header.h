@@ -18,10 +18,13 @@ struct LasPointFormat {
     std::uint8_t colourByte = 0;  ///< three u16; 0 where there is no colour
 };
 
-/// The part of a LAS header that reading points needs, checked against the file: every declared
-/// point lies inside it.
+/// The part of a LAS header that reading points needs, checked against the file: unless they are
+/// compressed, every declared point lies inside it.
 struct LasHeader {
-    int minorVersion = 0;  ///< of LAS 1.x
+    int minorVersion = 0;     ///< of LAS 1.x
+    bool compressed = false;  ///< LAZ: see OpenLaz
+    std::uint16_t headerBytes = 0;
+    std::uint32_t variableRecords = 0;  ///< between the header and the points
     std::uint8_t pointFormat = 0;
     LasPointFormat layout;
     std::uint16_t recordBytes = 0;
@@ -34,9 +37,8 @@ struct LasHeader {
 /// Reads and checks the header of LAS 1.0 to 1.4.
 ///
 /// The 64-bit point count of LAS 1.4 counts when it is not zero, else the 32-bit one.
-/// Errors   BadInput: an unknown version or point format, a compressed file, a record shorter
-///          than its format, a scale or offset that no coordinate can be made with, points past
-///          the end of the file.
+/// Errors   BadInput: an unknown version or point format, a record shorter than its format, a
+///          scale or offset that no coordinate can be made with, points past the end of the file.
 Expected<LasHeader> ReadLasHeader(const ScanFile& file);
 
 }  // namespace orvix::importer

@@ -128,10 +128,10 @@ TEST(LasReader, AHeaderThatContradictsItselfIsRefused) {
     EXPECT_THAT(refusal({}, 99, 0xFF), HasSubstr("cut short"));
 }
 
-TEST(LasReader, CompressedPointsAreNamedWithTheWayOut) {
-    for (const int bit : {0x80, 0x40}) {
+TEST(LasReader, AnUnknownCompressionIsNamedWithTheWayOut) {
+    for (const int bits : {0xC0, 0x40}) {
         auto bytes = MakeLas({}, SomePoints(3));
-        bytes[104] = static_cast<std::uint8_t>(bytes[104] | bit);
+        bytes[104] = static_cast<std::uint8_t>(bytes[104] | bits);
         EXPECT_THAT(ReadAll(bytes).error, HasSubstr("laszip -i in.laz -o out.las"));
     }
     auto bytes = MakeLas({.firstPointByte = 400, .count32 = 1000}, SomePoints(3));
