@@ -36,6 +36,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddPlaneVerb(app, context);
     AddHistogramVerb(app, context);
     AddClassifyVerb(app, context);
+    AddExportVerb(app, context);
     AddSettingsVerb(app, context);
     AddDestroyVerb(app, context);
 }

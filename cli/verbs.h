@@ -33,6 +33,7 @@ void AddWalkVerb(CLI::App& app, CommandContext& context);
 void AddPlaneVerb(CLI::App& app, CommandContext& context);
 void AddHistogramVerb(CLI::App& app, CommandContext& context);
 void AddClassifyVerb(CLI::App& app, CommandContext& context);
+void AddExportVerb(CLI::App& app, CommandContext& context);
 void AddSettingsVerb(CLI::App& app, CommandContext& context);
 void AddDestroyVerb(CLI::App& app, CommandContext& context);
 

@@ -66,4 +66,17 @@ SimplePointT<double> ChooseOrigin(const std::vector<WeightedPosition>& medians) 
             OriginAlong(medians, &SimplePointT<double>::z)};
 }
 
+SimplePointT<double> KeepOrigin(const SimplePointT<double>& chosen,
+                                const std::array<double, 3>& told) {
+    constexpr double kNear = 1e5;
+    const std::array<double, 3> own{chosen.x, chosen.y, chosen.z};
+    for (std::size_t axis = 0; axis < told.size(); ++axis) {
+        const double steps = told[axis] / kOriginStep;
+        if (!(std::fabs(told[axis] - own[axis]) <= kNear) || steps != std::round(steps)) {
+            return chosen;
+        }
+    }
+    return {told[0] + 0.0, told[1] + 0.0, told[2] + 0.0};
+}
+
 }  // namespace orvix::importer

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -65,6 +66,11 @@ struct WeightedPosition {
 /// be wild without moving it, so one point a thousand kilometres off cannot spoil the precision
 /// of the others; a cloud near zero keeps its coordinates.
 SimplePointT<double> ChooseOrigin(const std::vector<WeightedPosition>& medians);
+
+/// An exported cloud comes back with the origin that it had: `told` is taken when all of its
+/// coordinates are multiples of 100 m within 100 km of `chosen`. Else `chosen` stays.
+SimplePointT<double> KeepOrigin(const SimplePointT<double>& chosen,
+                                const std::array<double, 3>& told);
 
 /// The local coordinate of a world coordinate: the difference in double, then one rounding to
 /// float.

@@ -46,7 +46,7 @@ struct ScanInfo {
     /// writers use either (LAS): the largest value met decides.
     std::optional<int> colourBits;
     /// Where a project that the file was exported from has its origin; world coordinates.
-    std::optional<std::array<double, 3>> exportedOrigin;
+    std::optional<std::array<double, 3>> exportedOrigin = {};
     /// In file order. A format whose scans follow each other without a table appends them as `Next`
     /// meets them; after a pass they are complete.
     std::vector<ScanPart> scans = std::vector<ScanPart>(1);

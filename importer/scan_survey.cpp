@@ -92,6 +92,20 @@ float LargestMagnitude(const ExtendsT<float>& bounds) {
                      std::fabs(bounds.max.x), std::fabs(bounds.max.y), std::fabs(bounds.max.z)});
 }
 
+/// The origin that all inputs, exported from one project, tell. It means the inputs' coordinates
+/// as they are: neither another unit nor another upward axis.
+std::optional<std::array<double, 3>> ExportedOrigin(const std::vector<ScanInput>& inputs,
+                                                    const ImportOptions& options) {
+    if (options.unit != LengthUnit::Metre || options.up != UpAxis::Z) return std::nullopt;
+    std::optional<std::array<double, 3>> origin;
+    for (const ScanInput& input : inputs) {
+        const auto told = input.reader->Info().exportedOrigin;
+        if (!told || (origin && *origin != *told)) return std::nullopt;
+        origin = told;
+    }
+    return origin;
+}
+
 }  // namespace
 
 std::uint64_t Survey::Read() const {
@@ -169,6 +183,9 @@ Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportO
     }
     if (medians.empty()) return survey;
     survey.origin = ChooseOrigin(medians);
+    if (const auto told = ExportedOrigin(inputs, options)) {
+        survey.origin = KeepOrigin(survey.origin, *told);
+    }
     const ExtendsT<float> bounds = LocalBounds(box, survey.origin);
     survey.frame = GridFrame(bounds);
     survey.largestLocal = LargestMagnitude(bounds);

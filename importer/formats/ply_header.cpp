@@ -60,7 +60,11 @@ public:
     using Complaint = std::optional<std::string>;
 
     Complaint Line(const std::vector<std::string_view>& words) {
-        if (words.empty() || words[0] == "comment" || words[0] == "obj_info") return {};
+        if (words.empty() || words[0] == "obj_info") return {};
+        if (words[0] == "comment") {
+            Comment(words);
+            return {};
+        }
         if (words[0] == "format") return Format(words);
         if (words[0] == "element") return Element(words);
         if (words[0] == "property") return Property(words);
@@ -73,6 +77,7 @@ public:
     PlyHeader header;
 
 private:
+    void Comment(const std::vector<std::string_view>& words);
     Complaint Format(const std::vector<std::string_view>& words);
     Complaint Element(const std::vector<std::string_view>& words);
     Complaint Property(const std::vector<std::string_view>& words);
@@ -81,6 +86,18 @@ private:
     bool hasFormat_ = false;
     std::size_t properties_ = 0;
 };
+
+// A comment of that name that holds anything else is a comment like any other.
+void HeaderParser::Comment(const std::vector<std::string_view>& words) {
+    if (words.size() != 5 || words[1] != "orvix_origin") return;
+    std::array<double, 3> origin{};
+    for (std::size_t axis = 0; axis < origin.size(); ++axis) {
+        const std::string_view word = words[2 + axis];
+        const auto result = std::from_chars(word.data(), word.data() + word.size(), origin[axis]);
+        if (result.ec != std::errc() || result.ptr != word.data() + word.size()) return;
+    }
+    header.exportedOrigin = origin;
+}
 
 HeaderParser::Complaint HeaderParser::Format(const std::vector<std::string_view>& words) {
     hasFormat_ = true;
@@ -240,6 +257,7 @@ ScanInfo DescribePly(const PlyHeader& header) {
     info.declaredPoints = header.Vertex().count;
     DescribeRoles(header.columns, info);
     info.colourBits = header.colourBits;
+    info.exportedOrigin = header.exportedOrigin;
     return info;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -44,13 +45,15 @@ struct PlyHeader {
     RoleColumns columns;     ///< by vertex property
     double colourScale = 1;  ///< of the file's colours
     std::optional<int> colourBits;
+    std::optional<std::array<double, 3>> exportedOrigin;  ///< "comment orvix_origin X Y Z"
 
     [[nodiscard]] const PlyElement& Vertex() const { return elements[vertexElement]; }
 };
 
 /// Reads a PLY header.
 ///
-/// Lines end with LF, CR LF or CR. Comments and obj_info lines are skipped.
+/// Lines end with LF, CR LF or CR. Comments and obj_info lines are skipped, but for the comment in
+/// which an exported project tells its origin: orvix_origin and three numbers.
 /// Colours of one-byte properties reach to 255, of two-byte ones to 65535, of floating-point ones
 /// to 1; of four-byte integers the largest value met decides.
 /// Boundaries a header is at most 1 MiB long and holds at most 4,096 properties.

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <random>
+#include <string_view>
 
 #include "importer/formats/laz/laz_layout.h"
 #include "tests/importer/formats/read_all.h"
@@ -272,7 +273,6 @@ TEST(LazReader, NoTableHoweverWrongIsTrusted) {
     }
 }
 
-#ifdef ORVIX_SHARED_DATA
 Bytes RecordsOf(const CString& path) {
     const auto file = ScanFile::Open(path);
     const auto header = ReadLasHeader(*file);
@@ -294,6 +294,9 @@ Bytes FileBytes(const CString& path) {
 }
 
 TEST(LazReader, RealScansHoldTheRecordsOfTheirUncompressedCopies) {
+    if (std::string_view(ORVIX_SHARED_DATA).empty()) {
+        GTEST_SKIP() << "no folder of real scans beside this checkout";
+    }
     const Bytes delft = RecordsOf(Shared("delft_ahn3.las"));
     const Bytes east = Decompress(FileBytes(Shared("delft_ahn3_east.laz")));
     ASSERT_LE(east.size(), delft.size());
@@ -313,7 +316,5 @@ TEST(LazReader, RealScansHoldTheRecordsOfTheirUncompressedCopies) {
     }
     EXPECT_TRUE(points == lobby);
 }
-#endif
-
 }  // namespace
 }  // namespace orvix::test
