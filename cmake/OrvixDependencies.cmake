@@ -20,6 +20,16 @@ if(NOT WIN32)
   set(ORVIX_SETTINGS_LIBRARY SQLite::SQLite3)
 endif()
 
+# The plane parameters window: Windows has its own; elsewhere it is a library over Qt 6, which
+# scripts/packages.sh dialog installs.
+set(ORVIX_BUILD_DIALOG AUTO CACHE STRING "Qt window of the plane parameters: AUTO (where Qt 6 is installed), ON or OFF")
+set_property(CACHE ORVIX_BUILD_DIALOG PROPERTY STRINGS AUTO ON OFF)
+if(NOT WIN32 AND ORVIX_BUILD_DIALOG STREQUAL "AUTO")
+  find_package(Qt6 6.2 QUIET COMPONENTS Widgets)
+elseif(NOT WIN32 AND ORVIX_BUILD_DIALOG)
+  find_package(Qt6 6.2 REQUIRED COMPONENTS Widgets)
+endif()
+
 # fmt is used as headers, so that no product depends on a further shared library.
 add_library(orvix_fmt INTERFACE)
 target_link_libraries(orvix_fmt INTERFACE fmt::fmt-header-only)

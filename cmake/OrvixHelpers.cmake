@@ -26,6 +26,14 @@ function(orvix_public_headers room)
   endforeach()
 endfunction()
 
+# orvix_window_resource(target): the dialogs that the library opens on Windows are resources of the
+# module that its code is part of: the DLL, or a program that links the archive and opens one.
+function(orvix_window_resource target)
+  if(WIN32)
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/orvix/platform/win32/params_dialog.rc)
+  endif()
+endfunction()
+
 # orvix_version_resource(target description): what Windows shows as a product's details.
 function(orvix_version_resource target description)
   if(NOT WIN32)

@@ -57,6 +57,14 @@ install(TARGETS orvix_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT 
 add_custom_target(orvix_products)
 add_dependencies(orvix_products orvix orvix_importer_shared Orvix.Localization orvix_cli)
 
+# The Qt window stands beside the library that loads it, as a component of its own: hosts without a
+# desktop leave it out.
+if(TARGET orvix_qt)
+  set_target_properties(orvix_qt PROPERTIES INSTALL_RPATH "$ORIGIN")
+  add_dependencies(orvix_products orvix_qt)
+  install(TARGETS orvix_qt LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dialog)
+endif()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvix)
 install(EXPORT orvixTargets NAMESPACE orvix:: DESTINATION ${package_dir} COMPONENT development)
 configure_package_config_file(cmake/orvixConfig.cmake.in ${PROJECT_BINARY_DIR}/orvixConfig.cmake

@@ -1,6 +1,6 @@
-# What scripts/package makes with cpack: for Windows a zip; for Linux a tar.gz and three Debian
+# What scripts/package makes with cpack: for Windows a zip; for Linux a tar.gz and Debian
 # packages (liborvix0: what a host runs with; liborvix-dev: what it is built with; orvix: the
-# command). Archives hold one folder with everything. Binaries are stripped.
+# command; where Qt is there, liborvix-qt0: the window of the plane parameters). Archives hold one folder with everything. Binaries are stripped.
 set(CPACK_PACKAGE_NAME orvix)
 set(CPACK_PACKAGE_VENDOR "Orvix")
 set(CPACK_PACKAGE_CONTACT "The Orvix maintainers <maintainers@orvix.invalid>")
@@ -28,16 +28,22 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Orvix: point clouds on disk, shared lib
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME orvix)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION science)
 set(CPACK_COMPONENT_COMMAND_DESCRIPTION "Orvix: point clouds on disk, the command")
+set(CPACK_DEBIAN_DIALOG_PACKAGE_NAME liborvix-qt${PROJECT_VERSION_MAJOR})
+set(CPACK_COMPONENT_DIALOG_DESCRIPTION "Orvix: point clouds on disk, the window of the plane search")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liborvix-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Orvix: point clouds on disk, headers and examples")
 # The command loads its texts, and the headers want their library, of this very version.
 set(own_library "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${own_library}")
+set(CPACK_DEBIAN_DIALOG_PACKAGE_DEPENDS "${own_library}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${own_library}, libcgal-dev, libeigen3-dev, libexpected-dev")
 
 include(CPack)
 cpack_add_component(runtime)
 cpack_add_component(command DEPENDS runtime)
+if(TARGET orvix_qt)
+  cpack_add_component(dialog DEPENDS runtime)
+endif()
 cpack_add_component(development DEPENDS runtime)

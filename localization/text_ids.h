@@ -28,8 +28,7 @@ enum TextId : unsigned int {
     kView = 1414,     ///< the button that shows the result in the drawing
     kOk = 1415,
     kCancel = 1416,
-    kVerticalOnly = 1417,
-    kAutoDetect = 1418,
+    kSearching = 1417,  ///< in the picture's place while the preview is being made
     kStepDown = 1419,  ///< what the buttons left and right of a slider do, for screen readers
     kStepUp = 1420,
 
