@@ -37,6 +37,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddHistogramVerb(app, context);
     AddClassifyVerb(app, context);
     AddExportVerb(app, context);
+    AddParamsVerb(app, context);
     AddSettingsVerb(app, context);
     AddDestroyVerb(app, context);
 }

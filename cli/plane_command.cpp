@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <algorithm>
-#include <cmath>
 #include <memory>
 
 #include "cli/amounts.h"
@@ -155,18 +153,6 @@ Expected<Outcome> RunPlane(Arguments arguments) {
     return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments)};
 }
 
-// No coordinate on Earth is that far from its system's zero.
-constexpr double kFarthest = 1e9;
-
-std::string CheckSeed(const std::string& text) {
-    const auto position = ParsePosition(text);
-    if (!position)
-        return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
-    const bool near = std::all_of(position->begin(), position->end(),
-                                  [](double v) { return std::fabs(v) <= kFarthest; });
-    return near ? std::string() : text + " lies further than 1,000,000 km from zero";
-}
-
 std::string CheckMeshName(const std::string& text) {
     if (IsMeshName(platform::FromUtf8(text))) return {};
     return text + " must end in .ply or .obj";
@@ -225,10 +211,8 @@ void AddPlaneVerb(CLI::App& app, CommandContext& context) {
     verb->add_option("project", arguments->project, "The project file")
         ->required()
         ->type_name("PROJECT.prj");
-    verb->add_option("--seed", arguments->seed, "A point on the surface, in world coordinates")
-        ->required()
-        ->check(CheckSeed)
-        ->type_name("X,Y,Z");
+    AddSeedOption(*verb, arguments->seed, "A point on the surface, in world coordinates")
+        ->required();
     verb->add_flag("--local", arguments->request.local, "The seed is in the project's own frame");
     AddSearchOptions(*verb, arguments->request);
     verb->add_option("--mesh", arguments->mesh, "Write the surface as triangles")

@@ -132,7 +132,8 @@ Expected<SeedPlane> Grow(OpenProject& project, const LocalToWorld& frame,
                          const PlaneRequest& request, const std::function<bool()>& proceed) {
     const Vector asked{request.seed[0], request.seed[1], request.seed[2]};
     const Vector seed = request.local ? asked : frame.ToLocal(asked);
-    const PlaneWormSettings settings(project.Manager().projectFile, 1.0);
+    PlaneWormSettings settings(project.Manager().projectFile, 1.0);
+    settings.aliveMinPlane = request.minPlane.value_or(settings.aliveMinPlane);
     detail::ProjectCloud cloud(project.Core());
     return GrowPlaneFromSeed(cloud, settings, seed, OptionsOf(request, proceed));
 }

@@ -21,6 +21,7 @@ struct PlaneRequest {
     std::optional<double> diffA;
     std::optional<double> diffB;
     std::optional<double> diffC;
+    std::optional<std::int32_t> minPlane;  ///< most points handed on per cell, above 2
     std::optional<double> reach;
     std::optional<double> distance;
     bool wantMesh = false;

@@ -2,7 +2,11 @@
 #include "cli/verbs.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
 #include <utility>
+
+#include "cli/amounts.h"
 
 namespace orvix::cli {
 
@@ -12,6 +16,18 @@ std::string FullName(const CLI::App& verb) {
     const CLI::App* parent = verb.get_parent();
     const bool nested = parent != nullptr && parent->get_parent() != nullptr;
     return nested ? parent->get_name() + " " + verb.get_name() : verb.get_name();
+}
+
+// No coordinate on Earth is that far from its system's zero.
+constexpr double kFarthest = 1e9;
+
+std::string CheckSeed(const std::string& text) {
+    const auto position = ParsePosition(text);
+    if (!position)
+        return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
+    const bool near = std::all_of(position->begin(), position->end(),
+                                  [](double v) { return std::fabs(v) <= kFarthest; });
+    return near ? std::string() : text + " lies further than 1,000,000 km from zero";
 }
 
 }  // namespace
@@ -42,6 +58,10 @@ void AddProgressOption(CLI::App& verb, CommandContext& context) {
     AddChoice(verb, "--progress", context.progressWord,
               "Progress on standard error; auto: a bar on a terminal, else nothing",
               {"auto", "bar", "plain", "json", "none"});
+}
+
+CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning) {
+    return verb.add_option("--seed", seed, meaning)->check(CheckSeed)->type_name("X,Y,Z");
 }
 
 }  // namespace orvix::cli

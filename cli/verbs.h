@@ -8,7 +8,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace orvix::cli {
 
@@ -24,6 +25,9 @@ void AddChoice(CLI::App& verb, const std::string& name, std::string& value,
 /// The option --progress, for verbs that take long enough to be watched.
 void AddProgressOption(CLI::App& verb, CommandContext& context);
 
+/// The option --seed: X,Y,Z, taken as typed once it is three numbers of a sane size.
+CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning);
+
 /// One function a verb, each in the file named after it.
 void AddImportVerb(CLI::App& app, CommandContext& context);
 void AddInfoVerb(CLI::App& app, CommandContext& context);
@@ -34,6 +38,7 @@ void AddPlaneVerb(CLI::App& app, CommandContext& context);
 void AddHistogramVerb(CLI::App& app, CommandContext& context);
 void AddClassifyVerb(CLI::App& app, CommandContext& context);
 void AddExportVerb(CLI::App& app, CommandContext& context);
+void AddParamsVerb(CLI::App& app, CommandContext& context);
 void AddSettingsVerb(CLI::App& app, CommandContext& context);
 void AddDestroyVerb(CLI::App& app, CommandContext& context);
 
