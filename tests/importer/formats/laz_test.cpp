@@ -118,8 +118,8 @@ TEST_P(LazReading, ThePointsAreThoseOfTheUncompressedFile) {
     las.insert(las.end(), cloud.records.begin(), cloud.records.end());
     const WholeScan expected = ReadAll(las);
     for (const LazOptions& options :
-         {LazOptions{}, LazOptions{.chunkPoints = {1}}, LazOptions{.chunkPoints = {2500}},
-          LazOptions{.chunkPoints = {7, 400, 1000}, .tableAtEnd = true}}) {
+         {LazOptions{}, LazOptions{.chunkPoints = {100}}, LazOptions{.chunkPoints = {2500}},
+          LazOptions{.chunkPoints = {1, 7, 400, 1000}, .tableAtEnd = true}}) {
         const WholeScan scan = ReadAll(MakeLaz(cloud.layout, cloud.records, options));
         ASSERT_EQ(scan.error, "");
         EXPECT_EQ(scan.info.format, "LAZ 1.4, point format " + std::to_string(GetParam()));
