@@ -34,6 +34,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddCheckVerb(app, context);
     AddWalkVerb(app, context);
     AddPlaneVerb(app, context);
+    AddPlanesVerb(app, context);
     AddHistogramVerb(app, context);
     AddClassifyVerb(app, context);
     AddExportVerb(app, context);

@@ -35,6 +35,7 @@ void AddStationsVerb(CLI::App& app, CommandContext& context);
 void AddCheckVerb(CLI::App& app, CommandContext& context);
 void AddWalkVerb(CLI::App& app, CommandContext& context);
 void AddPlaneVerb(CLI::App& app, CommandContext& context);
+void AddPlanesVerb(CLI::App& app, CommandContext& context);
 void AddHistogramVerb(CLI::App& app, CommandContext& context);
 void AddClassifyVerb(CLI::App& app, CommandContext& context);
 void AddExportVerb(CLI::App& app, CommandContext& context);

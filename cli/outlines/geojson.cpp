@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <nlohmann/json.hpp>
+
+#include "cli/outlines/outline_formats.h"
+
+namespace orvix::cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// GeoJSON repeats a ring's first position at its end.
+Json JsonOf(const WorldPlane::Ring& ring) {
+    Json json = Json::array();
+    for (std::size_t i = 0; i <= ring.size(); ++i) {
+        const auto& p = ring[i % ring.size()];
+        json.push_back(Json::array({p.x, p.y, p.z}));
+    }
+    return json;
+}
+
+Json JsonOf(const WorldPlane& plane, double tolerance) {
+    Json polygons = Json::array();
+    for (const WorldPlane::Region& region : plane.regions) {
+        Json rings = Json::array({JsonOf(region.outer)});
+        for (const WorldPlane::Ring& hole : region.holes) rings.push_back(JsonOf(hole));
+        polygons.push_back(rings);
+    }
+    const Json properties{{"number", plane.number},     {"class", plane.kind},
+                          {"equation", plane.equation}, {"area", plane.area},
+                          {"points", plane.points},     {"rms", plane.rms},
+                          {"tolerance", tolerance}};
+    return Json{{"type", "Feature"},
+                {"id", plane.number},
+                {"properties", properties},
+                {"geometry", Json{{"type", "MultiPolygon"}, {"coordinates", polygons}}}};
+}
+
+}  // namespace
+
+void PrintGeoJson(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance) {
+    file.Print("{{\"type\": \"FeatureCollection\", \"features\": [");
+    for (std::size_t i = 0; i < planes.size(); ++i)
+        file.Print("{}\n{}", i == 0 ? "" : ",", JsonOf(planes[i], tolerance).dump());
+    file.Print("\n]}}\n");
+}
+
+}  // namespace orvix::cli

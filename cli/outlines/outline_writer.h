@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <vector>
+
+#include "cli/planes_report.h"
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::cli {
+
+/// Whether the name's ending is one that WriteOutlines knows: .dxf, .geojson or .ifc, in any case.
+bool IsOutlineName(const CString& path);
+
+/// Writes the planes' outlines and holes, world coordinates, by the name's ending:
+///
+/// - .dxf: a closed 3D polyline a ring, on the layer ORVIX_FLOOR, ORVIX_WALL and so on (R12);
+/// - .geojson: a feature a plane, a MultiPolygon with heights; coordinates are the world's of the
+///   scan, whatever system that is;
+/// - .ifc: IFC4, an IfcSlab (floor, roof), IfcCovering (ceiling), IfcWall or
+///   IfcBuildingElementProxy a plane, as a surface, with a property set Orvix_Plane that holds the
+///   tolerance, the rms, the area and the points. The site stands near the planes, so that
+///   coordinates stay small. Identifiers and dates follow from the planes, not from the clock.
+///
+/// `tolerance` is the largest distance of a point from its plane, metres.
+///
+/// Errors   BadInput for another ending; NoSpace or Failure, with the path, when writing fails.
+Expected<void> WriteOutlines(const CString& path, const std::vector<WorldPlane>& planes,
+                             double tolerance);
+
+}  // namespace orvix::cli

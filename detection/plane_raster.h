@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "orvix/points/records.h"
+
+namespace orvix::detection {
+
+/// Which square pixels of a plane hold points.
+///
+///     PlaneRaster raster(bounds, 0.05);
+///     raster.Mark({s, t});
+///     raster.CloseGaps();
+///
+/// Units      metres of the plane's 2D frame.
+/// Boundaries a margin of three pixels surrounds the bounds; a mark outside them is left out.
+/// Order      the same marks give the same raster, in whatever order and from whatever thread.
+/// Threads    Mark may run side by side, the other calls may not.
+/// Cost       one bit a pixel.
+class PlaneRaster {
+public:
+    PlaneRaster() = default;
+    PlaneRaster(const Extends2DT<double>& bounds, double pixel);
+
+    /// The number of pixels that such a raster has.
+    static double PixelsOf(const Extends2DT<double>& bounds, double pixel);
+
+    void Mark(const SimplePoint2DT<double>& p) {
+        const double column = (p.x - left_) * perMetre_;
+        const double row = (p.y - bottom_) * perMetre_;
+        if (!(column >= 0 && row >= 0 && column < 1e9 && row < 1e9)) return;
+        const auto at = static_cast<std::int64_t>(column);
+        if (at >= width_ || static_cast<std::int64_t>(row) >= height_) return;
+        const std::size_t word =
+            static_cast<std::size_t>(row) * words_ + static_cast<std::size_t>(at >> 6);
+        const std::uint64_t bit = std::uint64_t{1} << (at & 63);
+        std::atomic_ref<std::uint64_t> bits(bits_[word]);
+        if ((bits.load(std::memory_order_relaxed) & bit) == 0)
+            bits.fetch_or(bit, std::memory_order_relaxed);
+    }
+    /// Fills what is narrower than about two pixels, and leaves the rims where they are.
+    void CloseGaps();
+
+    [[nodiscard]] bool At(std::int64_t column, std::int64_t row) const {
+        const std::size_t word =
+            static_cast<std::size_t>(row) * words_ + static_cast<std::size_t>(column >> 6);
+        return (bits_[word] >> (column & 63) & 1) != 0;
+    }
+    [[nodiscard]] std::int64_t Width() const { return width_; }
+    [[nodiscard]] std::int64_t Height() const { return height_; }
+    [[nodiscard]] double Pixel() const { return pixel_; }
+    /// The position of a pixel's lower left corner.
+    [[nodiscard]] SimplePoint2DT<double> Corner(std::int64_t column, std::int64_t row) const {
+        return {left_ + static_cast<double>(column) * pixel_,
+                bottom_ + static_cast<double>(row) * pixel_};
+    }
+    /// Sixty-four pixels of a row at once; bit i is column 64 * word + i.
+    [[nodiscard]] std::uint64_t Word(std::int64_t row, std::size_t word) const {
+        return bits_[static_cast<std::size_t>(row) * words_ + word];
+    }
+    [[nodiscard]] std::size_t Words() const { return words_; }
+
+private:
+    void Dilate(bool inverted);
+
+    double left_ = 0;
+    double bottom_ = 0;
+    double pixel_ = 1;
+    double perMetre_ = 1;
+    std::int64_t width_ = 0;
+    std::int64_t height_ = 0;
+    std::size_t words_ = 0;  // a row
+    std::vector<std::uint64_t> bits_;
+};
+
+}  // namespace orvix::detection

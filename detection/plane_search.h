@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "detection/moments.h"
+#include "detection/point_assignment.h"
+#include "orvix/platform/error.h"
+#include "orvix/project/project_core.h"
+#include "orvix/surfaces/plane_frame.h"
+#include "orvix/surfaces/plane_outline.h"
+
+namespace orvix::detection {
+
+/// What to look for. Every 0 (of `bridge`: a negative one) stands for "as the cloud suggests".
+struct PlaneSearchOptions {
+    double cellSize = 0;     ///< metres: raised to the next of CellFrame::kSizes
+    double distance = 0;     ///< metres: a point's largest distance from its plane
+    double angle = 0;        ///< degrees: largest turn of a cell's normal; 0: 20
+    double leastArea = 0;    ///< square metres of outline that a plane has at least
+    double leastPoints = 0;  ///< points that a plane has at least; 0: 30
+    double bridge = -1;      ///< metres: pieces of one plane join across gaps of about this width
+    std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;
+    unsigned threads = 0;           ///< 0: every core
+    std::vector<Vector> stations;   ///< scanner positions, project frame
+    std::function<bool()> proceed;  ///< asked often, on the calling thread; false cancels
+};
+
+/// What was measured of a cloud, and what was used.
+struct PlaneSearchSettings {
+    double cellSize = 0;
+    double spacing = 0;  ///< metres between points on the cloud's surfaces, typically
+    double noise = 0;    ///< metres: standard deviation of points about the planes of their cells
+    double distance = 0;
+    double angle = 0;
+    double leastArea = 0;
+    double leastPoints = 0;
+    double bridge = 0;
+};
+
+enum class PlaneKind { Floor, Ceiling, Wall, Roof, Other };
+
+/// One plane, in the project's own frame.
+struct FoundPlane {
+    Vector normal;      ///< of unit length, to the side that PlaneSearch says
+    double offset = 0;  ///< normal . p + offset = 0
+    Vector centre;      ///< mean of its points
+    std::uint64_t points = 0;
+    double rms = 0;   ///< metres: of its points from it
+    double area = 0;  ///< square metres inside its outline
+    PlaneKind kind = PlaneKind::Other;
+    PlaneFrame frame;
+    PlaneOutline outline;  ///< in `frame`; vertices are the outline's own (raster_outline.h)
+};
+
+/// Why a place is in a plane or in none.
+struct PlaceReport {
+    bool occupied = false;       ///< there are points in its cell
+    std::uint32_t points = 0;    ///< of its cell
+    Vector cellNormal;           ///< of zeros: the surroundings are not flat
+    double cellRms = 0;          ///< metres, of the points that tell the normal
+    std::int32_t plane = -1;     ///< the plane of a point at that place
+    std::int32_t nearest = -1;   ///< the plane that comes nearest of those around
+    double nearestDistance = 0;  ///< metres, signed, from `nearest`
+    double nearestTurn = 0;      ///< the cosine between the cell's normal and the plane's
+};
+
+/// All planes of a project.
+///
+/// One pass over the points keeps, of each occupied cell, how many points it holds, where their
+/// mean is and how they spread. Regions grow over neighbouring cells, from the flattest on, as long
+/// as the cells' points lie on the plane that the region has made so far; pieces of one plane are
+/// joined across gaps. A second pass gives each point to the nearest plane that passes its cell or
+/// one beside it, within the distance, and fits each plane to its points.
+///
+///     auto search = PlaneSearch::Run(core, {});
+///     if (!search) return Report(search.error());
+///     for (const FoundPlane& plane : (*search)->Planes()) Use(plane.area, plane.outline);
+///
+/// Units      metres, project frame.
+/// Shape      a normal points to the scanners, where stations are known; else up, of a ceiling
+///            down, and of a wall away from the middle of the cloud. A plane within 10 degrees of
+///            upright is a wall. One within 10 degrees of level is a floor, unless more stands
+///            below its rims than above: then it is a ceiling over what it covers, and a roof where
+///            it covers nothing. Of the others those with open sky above are roofs.
+/// Order      planes by their points, most first, equal ones by their first cell. The same project
+///            and options give the same bits, at any number of threads and on every system; the
+///            memory limit matters only where it makes cells larger.
+/// Errors     Damaged for a project whose points and cells contradict each other; BadInput where
+///            even the largest cells take more memory than allowed; Cancelled.
+/// Lifetime   `core` must stay open while the search is used.
+/// Threads    Run keeps the core to itself; const calls may run side by side afterwards.
+/// Cost       two passes over the points and some microseconds a cell; memory 100 bytes a cell and
+///            a bit for each pixel of each plane, whatever the number of points.
+class PlaneSearch {
+public:
+    static Expected<std::unique_ptr<PlaneSearch>> Run(CProjectCore& core,
+                                                      const PlaneSearchOptions& options);
+
+    [[nodiscard]] const PlaneSearchSettings& Settings() const { return settings_; }
+    [[nodiscard]] const std::vector<FoundPlane>& Planes() const { return planes_; }
+    [[nodiscard]] std::uint64_t Points() const { return cloud_.points; }
+    [[nodiscard]] std::uint64_t AssignedPoints() const { return assigned_; }
+    [[nodiscard]] std::uint32_t Cells() const { return cloud_.grid.Size(); }
+
+    /// How many chunks the points come in; each may be read on a thread of its own.
+    [[nodiscard]] std::size_t Chunks() const { return cloud_.chunks.size(); }
+    /// Calls use(point, record, plane) for each point of a chunk in the order of the file; `plane`
+    /// is a place in Planes(), or -1. False where the points cannot be mapped.
+    template <class Use>
+    [[nodiscard]] bool ForEachPoint(CAlivePointReader& reader, std::size_t chunk, Use&& use) const {
+        return Assignment().ForEach(
+            reader, chunk,
+            [&](const CCloudPoint<float>& p, std::uint64_t record, std::int32_t region) {
+                use(p, record, region < 0 ? -1 : planeOf_[static_cast<std::size_t>(region)]);
+            });
+    }
+    /// The plane of a point at a place, by the same rule: a place in Planes(), or -1.
+    [[nodiscard]] std::int32_t PlaneOf(const Vector& place) const { return Explain(place).plane; }
+    [[nodiscard]] PlaceReport Explain(const Vector& place) const;
+
+private:
+    struct Tally;
+
+    PlaneSearch() = default;
+    Expected<void> Prepare(CProjectCore& core, const WorkTeam& team,
+                           const PlaneSearchOptions& options);
+    Expected<void> Gather(CProjectCore& core, const WorkTeam& team,
+                          const PlaneSearchOptions& options);
+    Expected<void> Grow(const WorkTeam& team);
+    Expected<void> FitToPoints(CProjectCore& core, const WorkTeam& team);
+    Expected<void> Outline(const WorkTeam& team, const PlaneSearchOptions& options);
+    void Rank();
+    [[nodiscard]] PointAssignment Assignment() const {
+        return {cloud_, ofCell_, regionPlanes_, settings_.distance};
+    }
+
+    PlaneSearchSettings settings_;
+    CellCloud cloud_;
+    std::vector<CellShape> shapes_;
+    std::vector<std::int32_t> ofCell_;   // the region of each cell
+    std::vector<PlaneAt> regionPlanes_;  // what points are held against
+    std::vector<std::vector<std::uint32_t>> regionCells_;
+    std::vector<std::int32_t> planeOf_;  // of each region; -1: too small
+    std::vector<FoundPlane> planes_;
+    std::uint64_t assigned_ = 0;
+};
+
+}  // namespace orvix::detection

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "orvix/platform/error.h"
+#include "orvix/points/alive_point_reader.h"
+#include "orvix/project/project_core.h"
+
+namespace orvix::detection {
+
+/// A stretch of a project's points that holds whole cells.
+struct PointChunk {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+};
+
+/// Where chunks may begin: at any 100 cm cell, or at 1000 cm cells alone.
+enum class ChunkBorder { Metre, TenMetres };
+
+/// Cuts a project's points into chunks of some tens of thousands.
+///
+/// Order   that of the file; a function of the project alone.
+/// Errors  Damaged where the cells do not follow each other from the first point to the last.
+/// Cost    one walk over the 100 cm index.
+Expected<std::vector<PointChunk>> CutIntoChunks(CProjectCore& core, ChunkBorder border);
+
+/// Calls `use` for each point of a chunk, in order; false where the points cannot be mapped.
+template <class Use>
+[[nodiscard]] bool ForEachPoint(CAlivePointReader& reader, const PointChunk& chunk, Use&& use) {
+    CCloudPoint<float> point;
+    CIndexerSmall run;
+    for (std::uint64_t done = 0; done < chunk.count; done += run.count) {
+        run.offset = chunk.first + done;
+        run.count = static_cast<std::uint32_t>(
+            std::min<std::uint64_t>(chunk.count - done, std::numeric_limits<std::int32_t>::max()));
+        while (reader.ReadIndexPoints(run)) {
+            if (reader.PtsMapAddressAlive() == nullptr) return false;
+            reader.ReadCurrentPoint(point);
+            use(point);
+        }
+    }
+    return true;
+}
+
+/// What a false of ForEachPoint is told as.
+inline tl::unexpected<Error> NoView() {
+    return Fail(ErrorCode::Failure, "the points cannot be mapped; close other programs and retry");
+}
+
+}  // namespace orvix::detection

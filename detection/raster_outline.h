@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "detection/plane_raster.h"
+#include "orvix/surfaces/plane_outline.h"
+
+namespace orvix::detection {
+
+/// What an outline leaves out.
+struct OutlineLimits {
+    double leastHole = 0;    ///< square metres: smaller holes are filled
+    double leastIsland = 0;  ///< likewise: smaller pieces are dropped, but for the largest
+};
+
+/// The outline of a raster's filled pixels: where they end, with holes and islands, straightened.
+///
+/// The rims run along the edges of pixels; pixels that touch at a corner alone belong to different
+/// pieces. A rim is then told by as few of its corners as it takes to stay within one pixel of it.
+///
+/// Shape   as PlaneOutline's, but that the vertices are corners of pixels, told apart by
+///         `indices`, which number them through the whole outline in its order.
+/// Order   a function of the raster alone.
+/// Cost    linear in the raster's words and its rims, straightening n log n as a rule.
+/// Source  D. Douglas, T. Peucker: Algorithms for the reduction of the number of points required
+///         to represent a digitized line. Cartographica 10 (1973), 112-122.
+PlaneOutline OutlineOf(const PlaneRaster& raster, const OutlineLimits& limits);
+
+/// The area inside a ring, above 0 where it runs counter-clockwise.
+double SignedArea(const std::vector<SimplePoint2DT<double>>& ring);
+
+}  // namespace orvix::detection

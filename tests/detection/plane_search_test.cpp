@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/plane_search.h"
+
+#include <gtest/gtest.h>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <random>
+
+#include "importer/import.h"
+#include "orvix/project/project_manager.h"
+#include "orvix/project/transform_file.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/synthetic_building.h"
+#include "tests/support/tiny_project.h"
+
+namespace orvix::detection {
+namespace {
+
+using test::BuildingOptions;
+using test::SyntheticBuilding;
+
+/// A project that is open for the length of a test.
+class Opened {
+public:
+    explicit Opened(const CString& project) {
+        EXPECT_TRUE(manager_.Open(project));
+        core_.Open(manager_.gridSkeletCoordPts, manager_.gridSkeletDataPts, manager_.gridPts,
+                   manager_.LASScale(manager_.cloudHeader.scale), manager_.grid1000cmIdx,
+                   manager_.grid10cmIdx, manager_.grid1to10cmIdx, manager_.gridIdx);
+        EXPECT_TRUE(core_.OpenCores());
+        origin_ = ReadTransform(manager_.transformFile)->Origin();
+    }
+    ~Opened() {
+        core_.Close();
+        manager_.aliveReader.reset();
+        manager_.Close();
+    }
+    CProjectCore& Core() { return core_; }
+    [[nodiscard]] const Vector& Origin() const { return origin_; }
+    std::unique_ptr<PlaneSearch> Search(const PlaneSearchOptions& options = {}) {
+        auto search = PlaneSearch::Run(core_, options);
+        EXPECT_TRUE(search) << search.error().message;
+        return search ? std::move(*search) : nullptr;
+    }
+
+private:
+    ProjectManager manager_;
+    CProjectCore core_;
+    Vector origin_;
+};
+
+CString ImportBuilding(const test::ScratchFolder& folder, const SyntheticBuilding& building) {
+    test::WriteScan(building, folder / L"building.las");
+    const CString project = folder / L"building.prj";
+    EXPECT_TRUE(importer::Import({folder / L"building.las"}, project, {}));
+    return project;
+}
+
+CString WritePoints(const test::ScratchFolder& folder, const std::vector<Vector>& points) {
+    std::vector<CCloudPoint<float>> records;
+    for (const Vector& p : points) {
+        CCloudPoint<float> record;
+        record.x = static_cast<float>(p.x);
+        record.y = static_cast<float>(p.y);
+        record.z = static_cast<float>(p.z);
+        records.push_back(record);
+    }
+    const CString project = folder / L"points.prj";
+    test::WriteTinyProject(test::MakeTinyProject(records), project);
+    return project;
+}
+
+/// Everything that a search tells, bit by bit.
+std::vector<double> FingerprintOf(CProjectCore& core, const PlaneSearch& search) {
+    std::vector<double> all;
+    for (const FoundPlane& plane : search.Planes()) {
+        for (const double v : {plane.normal.x, plane.normal.y, plane.normal.z, plane.offset,
+                               plane.centre.x, plane.rms, plane.area,
+                               static_cast<double>(plane.points), static_cast<double>(plane.kind)})
+            all.push_back(v);
+        for (const PlaneRegion& region : plane.outline.regions)
+            for (const auto& corner : region.outer.points) {
+                all.push_back(corner.x);
+                all.push_back(corner.y);
+            }
+    }
+    const auto reader = core.CreateAlivePointReader();
+    for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
+        (void)search.ForEachPoint(
+            *reader, chunk,
+            [&](const auto&, std::uint64_t, std::int32_t plane) { all.push_back(plane); });
+    return all;
+}
+
+/// Of the true planes of some size, the share that was found: as steep, as far away, and held by
+/// most of its points.
+double ShareFound(Opened& project, const PlaneSearch& search, const SyntheticBuilding& building,
+                  double degrees, double metres) {
+    std::map<std::pair<int, int>, std::size_t> shared;
+    std::map<int, std::size_t> counts;
+    const auto reader = project.Core().CreateAlivePointReader();
+    for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
+        (void)search.ForEachPoint(*reader, chunk,
+                                  [&](const auto& p, std::uint64_t, std::int32_t plane) {
+                                      std::uint16_t truth = 0;
+                                      std::memcpy(&truth, p.attributes.data(), sizeof truth);
+                                      if (truth == 0) return;
+                                      ++counts[truth - 1];
+                                      ++shared[{truth - 1, plane}];
+                                  });
+    double asked = 0, found = 0;
+    for (std::size_t i = 0; i < building.Planes().size(); ++i) {
+        const auto& truth = building.Planes()[i];
+        if (truth.area < 4) continue;
+        ++asked;
+        for (std::size_t j = 0; j < search.Planes().size(); ++j) {
+            const auto both = shared.find({static_cast<int>(i), static_cast<int>(j)});
+            if (both == shared.end() || both->second * 4 < counts[static_cast<int>(i)] * 3)
+                continue;
+            const FoundPlane& plane = search.Planes()[j];
+            const double cosine = std::abs(Dot(plane.normal, truth.normal));
+            const double away = Dot(truth.normal, plane.centre + project.Origin()) + truth.offset;
+            if (cosine >= std::cos(degrees * 3.14159265 / 180) && std::abs(away) <= metres) ++found;
+        }
+    }
+    return found / asked;
+}
+
+TEST(PlaneSearch, FindsTheKnownPlanesOfABuilding) {
+    const test::ScratchFolder folder;
+    const SyntheticBuilding building({.points = 400'000});
+    Opened project(ImportBuilding(folder, building));
+    const auto search = project.Search();
+    EXPECT_GE(ShareFound(project, *search, building, 0.2, 0.002), 0.97);
+    EXPECT_GT(search->AssignedPoints(), search->Points() * 9 / 10);
+    EXPECT_NEAR(search->Settings().noise, 0.003, 0.0006);
+}
+
+TEST(PlaneSearch, FindsThemTurnedAndMovedFarAway) {
+    const test::ScratchFolder folder;
+    const SyntheticBuilding building(
+        {.points = 400'000, .bearing = 31, .tilt = 17, .shift = {770'000, 6'277'000, 120}});
+    Opened project(ImportBuilding(folder, building));
+    const auto search = project.Search();
+    EXPECT_GE(ShareFound(project, *search, building, 0.2, 0.002), 0.95);
+}
+
+TEST(PlaneSearch, FindsThemUnderNoiseAndOutliers) {
+    const test::ScratchFolder folder;
+    const SyntheticBuilding building({.points = 400'000, .noise = 0.01, .outlierShare = 0.02});
+    Opened project(ImportBuilding(folder, building));
+    const auto search = project.Search();
+    EXPECT_GE(ShareFound(project, *search, building, 0.4, 0.006), 0.93);
+}
+
+TEST(PlaneSearch, GivesTheSameBitsAtAnyNumberOfThreads) {
+    const test::ScratchFolder folder;
+    Opened project(ImportBuilding(folder, SyntheticBuilding({.points = 200'000})));
+    PlaneSearchOptions options;
+    options.threads = 1;
+    const auto alone = FingerprintOf(project.Core(), *project.Search(options));
+    for (const unsigned threads : {2U, 3U, 8U}) {
+        options.threads = threads;
+        EXPECT_EQ(alone, FingerprintOf(project.Core(), *project.Search(options))) << threads;
+    }
+}
+
+TEST(PlaneSearch, TakesLargerCellsWhereMemoryIsShort) {
+    const test::ScratchFolder folder;
+    Opened project(ImportBuilding(folder, SyntheticBuilding({.points = 100'000})));
+    PlaneSearchOptions options;
+    options.memoryLimitBytes = 500'000;
+    const auto search = project.Search(options);
+    EXPECT_GT(search->Settings().cellSize, project.Search()->Settings().cellSize);
+    EXPECT_LE(CellGrid::BytesOf(search->Cells()), options.memoryLimitBytes);
+    options.memoryLimitBytes = 50;
+    const auto refused = PlaneSearch::Run(project.Core(), options);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code, ErrorCode::BadInput);
+}
+
+TEST(PlaneSearch, OfAnEmptyProjectIsEmpty) {
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, {}));
+    const auto search = project.Search();
+    EXPECT_TRUE(search->Planes().empty());
+    EXPECT_EQ(search->Chunks(), 0U);
+    EXPECT_FALSE(search->Explain({0, 0, 0}).occupied);
+}
+
+TEST(PlaneSearch, OfOneCellFindsNoPlane) {
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, std::vector<Vector>(50, Vector{1.02, 2.03, 3.04})));
+    EXPECT_TRUE(project.Search()->Planes().empty());
+}
+
+TEST(PlaneSearch, OfExactlyFlatPointsFindsTheOnePlaneAndItsRim) {
+    std::vector<Vector> points;
+    for (int x = 0; x < 160; ++x)
+        for (int y = 0; y < 120; ++y) points.push_back({0.02 * x, 0.02 * y, 1.25});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    const auto search = project.Search();
+    ASSERT_EQ(search->Planes().size(), 1U);
+    const FoundPlane& plane = search->Planes()[0];
+    EXPECT_EQ(plane.points, points.size());
+    EXPECT_EQ(plane.rms, 0);
+    EXPECT_EQ(plane.kind, PlaneKind::Floor);
+    EXPECT_DOUBLE_EQ(plane.normal.z, 1);
+    EXPECT_DOUBLE_EQ(plane.offset, -1.25);
+    EXPECT_NEAR(plane.area, 3.2 * 2.4, 0.4);
+    EXPECT_EQ(search->Explain({1, 1, 1.25}).plane, 0);
+    EXPECT_EQ(search->Explain({1, 1, 1.29}).plane, -1);
+    EXPECT_EQ(search->Explain({1, 1, 1.29}).nearest, 0);
+}
+
+TEST(PlaneSearch, OfNoiseAloneFindsNoPlane) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> side(0, 3);
+    std::vector<Vector> points;
+    for (int i = 0; i < 30'000; ++i) points.push_back({side(random), side(random), side(random)});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    EXPECT_TRUE(project.Search()->Planes().empty());
+}
+
+TEST(PlaneSearch, PointsNormalsToTheScannerWhereItIsKnown) {
+    std::vector<Vector> points;
+    for (int x = 0; x < 100; ++x)
+        for (int z = 0; z < 100; ++z) points.push_back({0.02 * x, 0.5, 0.02 * z});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    PlaneSearchOptions options;
+    for (const double side : {-1.0, 1.0}) {
+        options.stations = {{1, 0.5 + 3 * side, 1}};
+        const auto search = project.Search(options);
+        ASSERT_EQ(search->Planes().size(), 1U);
+        EXPECT_NEAR(search->Planes()[0].normal.y, side, 1e-9);
+        EXPECT_EQ(search->Planes()[0].kind, PlaneKind::Wall);
+    }
+}
+
+TEST(PlaneSearch, JoinsPiecesAcrossAGapOfTheBridgesWidth) {
+    std::vector<Vector> points;
+    for (int x = 0; x < 200; ++x)
+        for (int y = 0; y < 60; ++y)
+            if (x < 90 || x > 122) points.push_back({0.02 * x, 0.02 * y, 0});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    PlaneSearchOptions options;
+    options.bridge = 0.2;
+    EXPECT_EQ(project.Search(options)->Planes().size(), 2U);
+    options.bridge = 0.7;
+    ASSERT_EQ(project.Search(options)->Planes().size(), 1U);
+    EXPECT_EQ(project.Search(options)->Planes()[0].outline.regions.size(), 2U);
+}
+
+TEST(PlaneSearch, ReportsAnIndexThatDoesNotLeadToEveryPoint) {
+    const test::ScratchFolder folder;
+    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
+    ProjectManager manager;
+    ASSERT_TRUE(manager.Set(file, false));
+    auto index = test::ReadBytes(manager.gridIdx);
+    index[24] = 40;
+    test::WriteBytes(manager.gridIdx, index.data(), index.size());
+    Opened project(file);
+    const auto search = PlaneSearch::Run(project.Core(), {});
+    ASSERT_FALSE(search);
+    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
+}
+
+TEST(PlaneSearch, ReportsAPointWithoutAPlace) {
+    const test::ScratchFolder folder;
+    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
+    ProjectManager manager;
+    ASSERT_TRUE(manager.Set(file, false));
+    auto bytes = test::ReadBytes(manager.gridPts);
+    const float huge = 3e38F;
+    std::memcpy(bytes.data() + 7 * kAlivePointBytes, &huge, sizeof huge);
+    test::WriteBytes(manager.gridPts, bytes.data(), bytes.size());
+    Opened project(file);
+    const auto search = PlaneSearch::Run(project.Core(), {});
+    ASSERT_FALSE(search);
+    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
+    EXPECT_NE(search.error().message.find("record 7"), std::string::npos);
+}
+
+TEST(PlaneSearch, CanBeCancelled) {
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3})));
+    PlaneSearchOptions options;
+    options.proceed = [] { return false; };
+    const auto search = PlaneSearch::Run(project.Core(), options);
+    ASSERT_FALSE(search);
+    EXPECT_EQ(search.error().code, ErrorCode::Cancelled);
+}
+
+}  // namespace
+}  // namespace orvix::detection
