@@ -103,6 +103,8 @@ int main(int argc, char** argv) {
     WriteScan(scan, options.points);
 
     std::array<double, 6> phases{};
+    importer::ImportOptions overwrite;
+    overwrite.overwrite = true;
     const auto import = [&] {
         auto last = std::chrono::steady_clock::now();
         auto phase = ImportPhase::Scan;
@@ -115,7 +117,7 @@ int main(int argc, char** argv) {
             last = now;
             return true;
         };
-        auto report = importer::Import({scan}, project, {.overwrite = true}, watch);
+        auto report = importer::Import({scan}, project, overwrite, watch);
         bench::Require(report.has_value(), report ? "" : report.error().message);
         return *report;
     };

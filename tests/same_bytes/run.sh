@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# run.sh NATIVE_ORVIX RUNNER WINDOWS_ORVIX SAMPLE: imports a scan, walks it and grows planes with
-# the command of this system and with that of Windows. Every file and every number must agree to
-# the last bit; measured times and memory alone may differ.
+# run.sh NATIVE_ORVIX RUNNER WINDOWS_ORVIX SAMPLE: imports scans, walks, searches, classifies and
+# exports them with the command of this system and with that of Windows. Every file and every number
+# must agree to the last bit; measured times and memory alone may differ.
 set -euo pipefail
 native=$1
 runner=$2
 windows=$3
 sample=$4
+corpus=$(dirname "$sample")/../fuzz/corpus
 if [ ! -x "$native" ]; then
     echo "same_bytes: no command to compare with: build the preset 'release' first ($native)"
     exit 77
@@ -26,6 +27,23 @@ with open(sys.argv[1], "w") as scan:
         z = 0.31 * x - 0.127 * y + draw.gauss(0, 0.004)
         scan.write(f"{452000.25 + x:.4f} {5411000.75 + y:.4f} {312 + z:.4f} {draw.randrange(256)}\n")
 PYTHON
+# Two posed scans of one room.
+python3 - "$scratch/posed.ptx" <<'PYTHON'
+import math, random, sys
+draw = random.Random(4)
+with open(sys.argv[1], "w") as scan:
+    for turn, place in ((0.3, (1.25, -2.5, 1.5)), (2.1, (-1.75, 2.25, 1.5))):
+        c, s = math.cos(turn), math.sin(turn)
+        axes = (c, s, 0), (-s, c, 0), (0, 0, 1)
+        scan.write("100\n200\n" + "{} {} {}\n".format(*place))
+        scan.writelines("{!r} {!r} {!r}\n".format(*map(float, axis)) for axis in axes)
+        scan.writelines("{!r} {!r} {!r} 0\n".format(*map(float, axis)) for axis in axes)
+        scan.write("{} {} {} 1\n".format(*place))
+        for _ in range(20000):
+            d = [draw.gauss(0, 1) for _ in range(3)]
+            reach = min(r / abs(v) for r, v in zip((4, 3, 1.5), d)) + draw.gauss(0, 0.002)
+            scan.write("{:.6f} {:.6f} {:.6f} {:.6f}\n".format(*(v * reach for v in d), draw.random()))
+PYTHON
 
 without_measures='
 import json, sys
@@ -38,7 +56,7 @@ print(json.dumps(value, indent=1, ensure_ascii=False))
 use() {  # FOLDER COMMAND...
     mkdir "$scratch/$1"
     cd "$scratch/$1"
-    cp ../building.ply ../scan.txt .
+    cp ../building.ply ../scan.txt ../posed.ptx "$corpus"/laz/*.laz "$corpus"/pcd/*.pcd .
     shift
     result() {
         local name=$1
@@ -57,6 +75,14 @@ use() {  # FOLDER COMMAND...
     result roof plane building.prj --seed 3.7,-4.0,12.9 --mesh roof.ply --picture roof.png
     result roof_fine plane building.prj --seed 3.7,-4.0,12.9 --split 0.5 --reach 6 --mesh fine.obj
     result slope plane "scan Größe.prj" --seed 452000.25,5411000.75,312 --mesh slope.ply
+    result import_formats import ./*.laz ./*.pcd formats.prj
+    result import_posed import posed.ptx posed.prj
+    result stations stations posed.prj --picture stations.png
+    result planes planes building.prj --points points.ply --mesh planes.ply --outlines planes.ifc
+    result rooms planes posed.prj --picture rooms.png --outlines rooms.dxf --apply
+    result classes classify posed.prj --field intensity --classes 5 --picture classes.svg --apply
+    result heights histogram building.prj --field z --picture heights.svg
+    for target in export.ply export.las export.xyz; do result "$target" export posed.prj $target; done
     find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha256sum >"$scratch/${PWD##*/}.sums"
 }
 
