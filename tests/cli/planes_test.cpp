@@ -190,12 +190,14 @@ TEST_F(PlanesVerb, WritesAModelWhoseReferencesAllLeadBack) {
         if (line.empty() || line[0] != '#') continue;
         EXPECT_EQ(std::stoul(line.substr(1)), ++last) << "numbers follow each other";
         EXPECT_EQ(line.back(), ';');
-        for (auto at = line.find('#', 1); at != std::string::npos; at = line.find('#', at + 1))
+        for (auto at = line.find('#', 1); at != std::string::npos; at = line.find('#', at + 1)) {
             EXPECT_LT(std::stoul(line.substr(at + 1)), last) << line;
+        }
         walls += line.find("=IFCWALL(") != std::string::npos ? 1 : 0;
         const auto quote = line.find("('");
-        if (quote != std::string::npos && line.substr(quote + 24, 3) == "',$")
+        if (quote != std::string::npos && line.substr(quote + 24, 3) == "',$") {
             EXPECT_TRUE(identifiers.insert(line.substr(quote + 2, 22)).second) << line;
+        }
     }
     EXPECT_EQ(walls, 4U);
     EXPECT_GT(identifiers.size(), found["planes"].size());
