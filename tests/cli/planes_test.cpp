@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <map>
 #include <set>
 #include <sstream>
+#include <vector>
 
 #include "orvix/project/project_manager.h"
 #include "tests/cli/command_runner.h"
@@ -94,13 +96,19 @@ TEST_F(PlanesVerb, WritesPlaneNumbersIntoThePairsAndNothingElse) {
     // A skeleton point is one of the points: it carries the number of the record at its place.
     const auto skeleton = ReadBytes(manager.gridSkeletDataPts);
     const auto places = ReadBytes(manager.gridSkeletCoordPts);
-    std::map<std::vector<std::uint8_t>, std::uint16_t> numbers;
+    using Place = std::array<float, 3>;
+    const auto placeAt = [](const std::vector<std::uint8_t>& bytes, std::size_t at) {
+        Place place;
+        std::memcpy(&place, &bytes[at], sizeof place);
+        return place;
+    };
+    std::map<Place, std::uint16_t> numbers;
     for (std::size_t at = 0; at < after.size(); at += kAlivePointBytes)
-        std::memcpy(&numbers[{&after[at], &after[at] + 12}], &after[at + 20], 2);
+        std::memcpy(&numbers[placeAt(after, at)], &after[at + 20], 2);
     for (std::size_t at = 0; at < skeleton.size(); at += kSkeletonRecordBytes) {
         std::uint16_t number = 0;
         std::memcpy(&number, &skeleton[at + 6], sizeof number);
-        EXPECT_EQ(number, (numbers.at({&places[at], &places[at] + 12})));
+        EXPECT_EQ(number, numbers.at(placeAt(places, at)));
     }
 }
 
