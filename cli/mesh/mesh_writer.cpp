@@ -3,21 +3,12 @@
 
 #include <string>
 
+#include "cli/file_ending.h"
 #include "cli/text_file.h"
 
 namespace orvix::cli {
 
 namespace {
-
-bool EndsWith(const CString& path, std::wstring_view ending) {
-    if (path.size() < ending.size()) return false;
-    const CString tail = path.substr(path.size() - ending.size());
-    for (std::size_t i = 0; i < tail.size(); ++i) {
-        const wchar_t c = tail[i];
-        if ((c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c) != ending[i]) return false;
-    }
-    return true;
-}
 
 void PrintPly(TextFile& file, const TriangleMesh& mesh, const std::vector<MeshPart>& parts) {
     file.Print(
@@ -52,7 +43,7 @@ void PrintObj(TextFile& file, const TriangleMesh& mesh, const std::vector<MeshPa
 }  // namespace
 
 bool IsMeshName(const CString& path) {
-    return EndsWith(path, L".ply") || EndsWith(path, L".obj");
+    return HasEnding(path, L".ply") || HasEnding(path, L".obj");
 }
 
 Expected<void> WriteMesh(const CString& path, const TriangleMesh& mesh,
@@ -61,7 +52,7 @@ Expected<void> WriteMesh(const CString& path, const TriangleMesh& mesh,
     if (!IsMeshName(path))
         return Fail(ErrorCode::BadInput, name + " must end in .ply or .obj to hold a mesh");
     TextFile file(path);
-    if (EndsWith(path, L".ply"))
+    if (HasEnding(path, L".ply"))
         PrintPly(file, mesh, parts);
     else
         PrintObj(file, mesh, parts);

@@ -4,38 +4,18 @@
 #include <cmath>
 #include <sstream>
 
-#include "tests/cli/command_runner.h"
-#include "tests/support/scratch_folder.h"
+#include "tests/cli/room_project.h"
 
 namespace orvix::test {
 namespace {
 
-// A room far from the world's zero, imported once for all cases.
-class PlaneVerb : public testing::Test {
+class PlaneVerb : public RoomProject {
 protected:
-    static void SetUpTestSuite() {
-        folder_ = new ScratchFolder;
-        WriteCloud(*folder_ / L"room.xyz", Room({700'000, 6'000'000, 100}));
-        OrvixJson({"import", File(L"room.xyz"), File(L"room.prj")});
-    }
-    static void TearDownTestSuite() {
-        delete folder_;
-        folder_ = nullptr;
-    }
-    static std::string File(std::wstring_view name) { return Utf8(*folder_ / name); }
-    static std::string TextOf(std::wstring_view name) {
-        const auto bytes = ReadBytes(*folder_ / name);
-        return {bytes.begin(), bytes.end()};
-    }
     static Json Plane(const std::string& seed, std::vector<std::string> options = {}) {
         options.insert(options.begin(), {"plane", File(L"room.prj"), "--seed", seed});
         return OrvixJson(options);
     }
-
-    static ScratchFolder* folder_;
 };
-
-ScratchFolder* PlaneVerb::folder_ = nullptr;
 
 constexpr const char* kWallSeed = "700001.5,6000000,101.5";
 constexpr const char* kFloorSeed = "700004,6000003,100";

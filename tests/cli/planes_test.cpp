@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
+
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -9,38 +10,18 @@
 #include <vector>
 
 #include "orvix/project/project_manager.h"
-#include "tests/cli/command_runner.h"
-#include "tests/support/scratch_folder.h"
+#include "tests/cli/room_project.h"
 
 namespace orvix::test {
 namespace {
 
-// A room far from the world's zero, imported once for all cases.
-class PlanesVerb : public testing::Test {
+class PlanesVerb : public RoomProject {
 protected:
-    static void SetUpTestSuite() {
-        folder_ = new ScratchFolder;
-        WriteCloud(*folder_ / L"room.xyz", Room({700'000, 6'000'000, 100}));
-        OrvixJson({"import", File(L"room.xyz"), File(L"room.prj")});
-    }
-    static void TearDownTestSuite() {
-        delete folder_;
-        folder_ = nullptr;
-    }
-    static std::string File(std::wstring_view name) { return Utf8(*folder_ / name); }
-    static std::string TextOf(std::wstring_view name) {
-        const auto bytes = ReadBytes(*folder_ / name);
-        return {bytes.begin(), bytes.end()};
-    }
     static Json Planes(std::vector<std::string> options = {}) {
         options.insert(options.begin(), {"planes", File(L"room.prj")});
         return OrvixJson(options);
     }
-
-    static ScratchFolder* folder_;
 };
-
-ScratchFolder* PlanesVerb::folder_ = nullptr;
 
 TEST_F(PlanesVerb, FindsTheFloorAndTheFourWallsInTheWorld) {
     const Json found = Planes();

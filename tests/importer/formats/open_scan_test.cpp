@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 
-
 #include "orvix/platform/path.h"
 #include "tests/importer/formats/read_all.h"
 #include "tests/support/las_writer.h"
