@@ -29,7 +29,7 @@ enum TextId : unsigned int {
     kOk = 1415,
     kCancel = 1416,
     kSearching = 1417,  ///< in the picture's place while the preview is being made
-    kStepDown = 1419,  ///< what the buttons left and right of a slider do, for screen readers
+    kStepDown = 1419,   ///< what the buttons left and right of a slider do, for screen readers
     kStepUp = 1420,
 
     // The scale of the project's thinned cloud, by step class 0 to 3.
