@@ -5,11 +5,12 @@
 //           sizes, in the same run.
 //
 // find_planes [--points N] [--noise METRES] [--seed N] [--repeats N] [--threads N]
-//             [--distance METRES] [--cell METRES] [--project FILE.prj] [--no-peers] [--list]
-//             [--json]
+//             [--distance METRES] [--cell METRES] [--project FILE.prj [--truth FILE]]
+//             [--no-peers] [--list] [--json]
 //
 // Without a project, a synthetic building of known planes is scanned and imported; its intensities
-// tell the truth. A project's points are taken as having none.
+// tell the truth. Of a project's points nothing is known but what a file of bench/planes/truth
+// says.
 #include <fmt/format.h>
 #include <cstring>
 #include <optional>
@@ -17,6 +18,7 @@
 
 #include "bench/bench_support.h"
 #include "bench/peers/cgal_planes.h"
+#include "bench/planes/marked_planes.h"
 #include "bench/planes/plane_score.h"
 #include "detection/plane_search.h"
 #include "importer/import.h"
@@ -42,6 +44,7 @@ struct Arguments {
     double distance = 0;
     double cell = 0;
     std::string project;
+    std::string truth;
     bool peers = true;
     bool json = false;
     bool list = false;  // every true plane and how well it was found
@@ -74,6 +77,8 @@ Arguments Parse(int argc, char** argv) {
             a.threads = static_cast<unsigned>(std::atoi(argv[++i]));
         } else if (name == "--project" && more) {
             a.project = argv[++i];
+        } else if (name == "--truth" && more) {
+            a.truth = argv[++i];
         } else {
             fmt::print(stderr, "see the head of bench/planes/find_planes.cpp\n");
             std::exit(2);
@@ -128,6 +133,13 @@ void List(const std::vector<test::TruePlane>& planes, const PlaneScore& score) {
     }
 }
 
+/// The marked planes, in the form in which planes are scored.
+std::vector<test::TruePlane> TrueOf(const std::vector<bench::MarkedPlane>& marked) {
+    std::vector<test::TruePlane> planes;
+    for (const auto& plane : marked) planes.push_back({plane.normal, plane.offset, plane.Area()});
+    return planes;
+}
+
 struct Labelled {
     std::vector<SimplePointT<double>> points;
     std::vector<std::int32_t> truth;
@@ -149,7 +161,8 @@ Labelled LabelsOf(CProjectCore& core, const PlaneSearch& search) {
     return labelled;
 }
 
-void Measure(const Arguments& a, const CString& path, std::vector<test::TruePlane> planes) {
+void Measure(const Arguments& a, const CString& path, std::vector<test::TruePlane> planes,
+             const std::vector<bench::MarkedPlane>& marked = {}) {
     ProjectManager manager;
     bench::Require(manager.Open(path), "the project does not open");
     CProjectCore core;
@@ -178,7 +191,12 @@ void Measure(const Arguments& a, const CString& path, std::vector<test::TruePlan
     const double spacing = used.spacing;
     const auto leastPoints = static_cast<std::uint64_t>(
         std::max(used.leastPoints, used.leastArea / (spacing * spacing) / 4));
-    const Labelled labelled = LabelsOf(core, *search);
+    Labelled labelled = LabelsOf(core, *search);
+    if (!marked.empty()) {
+        using detection::operator+;
+        for (std::size_t i = 0; i < labelled.points.size(); ++i)
+            labelled.truth[i] = bench::LabelOf(marked, labelled.points[i] + frame->Origin());
+    }
     const bool known = !planes.empty();
     const auto truth =
         known ? labelled.truth : std::vector<std::int32_t>(labelled.points.size(), -1);
@@ -213,7 +231,13 @@ void Measure(const Arguments& a, const CString& path, std::vector<test::TruePlan
 int main(int argc, char** argv) {
     const Arguments a = Parse(argc, argv);
     if (!a.project.empty()) {
-        Measure(a, platform::FromUtf8(a.project), {});
+        std::vector<bench::MarkedPlane> marked;
+        if (!a.truth.empty()) {
+            auto read = bench::ReadMarkedPlanes(platform::FromUtf8(a.truth));
+            bench::Require(read.has_value(), read ? "" : read.error().message);
+            marked = std::move(*read);
+        }
+        Measure(a, platform::FromUtf8(a.project), TrueOf(marked), marked);
         return 0;
     }
     test::ScratchFolder folder;

@@ -30,6 +30,20 @@ std::vector<std::uint64_t> Counts(const std::vector<std::int32_t>& labels, std::
     return counts;
 }
 
+/// Leaves only points whose truth is known in `counts`; which planes have enough of them.
+std::vector<bool> Judged(const std::vector<std::int32_t>& truth,
+                         const std::vector<std::int32_t>& found,
+                         std::vector<std::uint64_t>& counts) {
+    std::vector<std::uint64_t> known(counts.size());
+    for (std::size_t i = 0; i < found.size(); ++i)
+        if (found[i] >= 0 && truth[i] != kUnknownPlane) ++known[static_cast<std::size_t>(found[i])];
+    std::vector<bool> judged(counts.size());
+    for (std::size_t i = 0; i < counts.size(); ++i)
+        judged[i] = known[i] > 0 && known[i] * 2 >= counts[i];
+    counts = std::move(known);
+    return judged;
+}
+
 double Share(std::size_t part, std::size_t whole) {
     return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
 }
@@ -40,7 +54,8 @@ PlaneScore ScoreOf(const std::vector<Vector>& points, const std::vector<std::int
                    const std::vector<std::int32_t>& found,
                    const std::vector<test::TruePlane>& planes, std::uint64_t leastPoints) {
     const std::vector<std::uint64_t> trueCounts = Counts(truth, planes.size());
-    const std::vector<std::uint64_t> foundCounts = Counts(found, PlanesIn(found));
+    std::vector<std::uint64_t> foundCounts = Counts(found, PlanesIn(found));
+    const std::vector<bool> judged = Judged(truth, found, foundCounts);
     std::map<std::pair<std::int32_t, std::int32_t>, std::uint64_t> shared;
     std::vector<MomentSum> sums(foundCounts.size());
     PlaneScore score;
@@ -52,11 +67,11 @@ PlaneScore ScoreOf(const std::vector<Vector>& points, const std::vector<std::int
         if (truth[i] >= 0) ++shared[{truth[i], found[i]}];
     }
     for (const std::uint64_t count : trueCounts) score.known += count >= leastPoints ? 1 : 0;
-    for (const std::uint64_t count : foundCounts) score.found += count > 0 ? 1 : 0;
+    for (const bool is : judged) score.found += is ? 1 : 0;
     score.overlaps.assign(planes.size(), 0);
     score.bestFound.assign(planes.size(), -1);
     std::vector<std::size_t> pieces(planes.size()), holds(foundCounts.size());
-    std::size_t at50 = 0, at75 = 0;
+    std::size_t at50 = 0, at75 = 0, judgedAt50 = 0, judgedAt75 = 0;
     double angles = 0, offsets = 0;
     for (const auto& [pair, count] : shared) {
         const auto t = static_cast<std::size_t>(pair.first);
@@ -75,6 +90,8 @@ PlaneScore ScoreOf(const std::vector<Vector>& points, const std::vector<std::int
         if (overlap < 0.5) continue;
         ++at50;
         at75 += overlap >= 0.75 ? 1 : 0;
+        judgedAt50 += judged[f] ? 1 : 0;
+        judgedAt75 += judged[f] && overlap >= 0.75 ? 1 : 0;
         const detection::Spread spread = detection::SpreadOf(sums[f].Covariance());
         const Vector centre = points[0] + sums[f].Mean();
         const double cosine = std::min(std::abs(Dot(spread.normal, planes[t].normal)), 1.0);
@@ -83,8 +100,8 @@ PlaneScore ScoreOf(const std::vector<Vector>& points, const std::vector<std::int
     }
     for (const std::size_t n : pieces) score.split += n >= 2 ? 1 : 0;
     for (const std::size_t n : holds) score.joined += n >= 2 ? 1 : 0;
-    score.precision50 = Share(at50, score.found);
-    score.precision75 = Share(at75, score.found);
+    score.precision50 = Share(judgedAt50, score.found);
+    score.precision75 = Share(judgedAt75, score.found);
     score.recall50 = Share(at50, score.known);
     score.recall75 = Share(at75, score.known);
     score.normalDegrees = at50 > 0 ? angles / static_cast<double>(at50) : 0;

@@ -8,12 +8,17 @@
 
 namespace orvix::bench {
 
+/// The truth of a point about which nothing is known; -1 says that it is on no plane.
+inline constexpr std::int32_t kUnknownPlane = -2;
+
 /// How well labels of points tell planes that are known.
 ///
 /// A plane that was found and a true one match at a bar when the points that they share are at
-/// least that part of the points that either has (intersection over union).
+/// least that part of the points that either has (intersection over union). Points about which
+/// nothing is known count on neither side, and of the planes found only those are judged of whose
+/// points at least half are known.
 struct PlaneScore {
-    std::size_t found = 0;
+    std::size_t found = 0;  ///< planes found, of those that can be judged
     std::size_t known = 0;  ///< true planes of at least the points asked for
     double precision50 = 0, recall50 = 0;
     double precision75 = 0, recall75 = 0;
@@ -26,8 +31,9 @@ struct PlaneScore {
     std::vector<std::int32_t> bestFound;  ///< which that is, -1 for none
 };
 
-/// `truth` and `found` tell each point's plane, -1 for none; planes of the matches are fitted to
-/// their points by least squares. True planes of fewer than `leastPoints` points do not count.
+/// `truth` and `found` tell each point's plane, -1 for none, `truth` also kUnknownPlane; planes of
+/// the matches are fitted to their points by least squares. True planes of fewer than `leastPoints`
+/// points do not count.
 PlaneScore ScoreOf(const std::vector<SimplePointT<double>>& points,
                    const std::vector<std::int32_t>& truth, const std::vector<std::int32_t>& found,
                    const std::vector<test::TruePlane>& planes, std::uint64_t leastPoints);
