@@ -63,6 +63,18 @@ WorldPlane::Ring RingInWorld(const FoundPlane& plane, const LocalToWorld& frame,
     return out;
 }
 
+// Twice the area inside a ring, by the triangles that its corners make with a point of the plane.
+double TwiceAreaOf(const WorldPlane::Ring& ring, const Vector& n, const Vector& o) {
+    double twice = 0;
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        const Vector &p = ring[i], &q = ring[(i + 1) % ring.size()];
+        const Vector a{p.x - o.x, p.y - o.y, p.z - o.z}, b{q.x - o.x, q.y - o.y, q.z - o.z};
+        twice += n.x * (a.y * b.z - a.z * b.y) + n.y * (a.z * b.x - a.x * b.z) +
+                 n.z * (a.x * b.y - a.y * b.x);
+    }
+    return twice;
+}
+
 // One polyline along all rings of an outline; the ways between them are edges of the mesh like any
 // other.
 std::vector<Vector> BoundaryOf(const FoundPlane& plane) {
@@ -119,11 +131,14 @@ std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
         out.equation = {n.x, n.y, n.z, -(n.x * c.x + n.y * c.y + n.z * c.z)};
         out.points = plane.points;
         out.rms = plane.rms;
-        out.area = plane.area;
         for (const PlaneRegion& region : plane.outline.regions) {
             out.regions.push_back({RingInWorld(plane, frame, region.outer), {}});
             for (const PlaneRing& hole : region.holes)
                 out.regions.back().holes.push_back(RingInWorld(plane, frame, hole));
+            // Corners were brought onto the plane, and took the area along.
+            out.area += TwiceAreaOf(out.regions.back().outer, n, c) / 2;
+            for (const WorldPlane::Ring& hole : out.regions.back().holes)
+                out.area += TwiceAreaOf(hole, n, c) / 2;
         }
         planes.push_back(std::move(out));
     }

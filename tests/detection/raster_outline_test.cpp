@@ -75,6 +75,17 @@ TEST(RasterOutline, TellsIslandsInHolesApartAndDropsWhatIsSmall) {
     EXPECT_EQ(OutlineOf(raster, {2000, 1000}).regions[0].holes.size(), 0U);
 }
 
+TEST(RasterOutline, FillsASmallHoleWithWhatStandsInIt) {
+    const PlaneRaster raster = RasterOf(40, 40, 1, [](const Position& p) {
+        const double away = std::max(std::abs(p.x - 20), std::abs(p.y - 20));
+        return away > 8 || away < 4;
+    });
+    const PlaneOutline outline = OutlineOf(raster, {300, 10});
+    ASSERT_EQ(outline.regions.size(), 1U);
+    EXPECT_DOUBLE_EQ(outline.area, 1600);
+    EXPECT_EQ(OutlineOf(raster, {200, 10}).regions.size(), 2U);
+}
+
 TEST(RasterOutline, OfNothingHasNoRegion) {
     EXPECT_TRUE(OutlineOf(PlaneRaster({{0, 0}, {5, 5}}, 1), {}).regions.empty());
 }
