@@ -1,27 +1,31 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
 // Question: how fast and how faithfully are all planes of a cloud found?
-// Ceiling:  CGAL's region growing and Efficient RANSAC on the same points, tolerances and least
-//           sizes, in the same run.
+// Ceiling:  region growing and RANSAC of CGAL, PCL and Open3D on the same points, tolerances and
+//           least sizes, in the same run.
 //
-// find_planes [--points N] [--noise METRES] [--seed N] [--repeats N] [--threads N]
-//             [--distance METRES] [--cell METRES] [--project FILE.prj [--truth FILE]]
-//             [--no-peers] [--list] [--json]
+// A synthetic building of known planes is scanned and imported; its intensities tell the truth. Of
+// a project's points nothing is known but what a file of bench/planes/truth says. PCL and Open3D
+// are rivals where they were installed when this was built:
 //
-// Without a project, a synthetic building of known planes is scanned and imported; its intensities
-// tell the truth. Of a project's points nothing is known but what a file of bench/planes/truth
-// says.
+//     apt-get install --no-install-recommends libpcl-dev libopen3d-dev    (1.1 GB on the disk)
+//
+// series.py, beside this, runs sizes and densities, and draws them.
 #include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstring>
-#include <optional>
 #include <string_view>
 
 #include "bench/bench_support.h"
-#include "bench/peers/cgal_planes.h"
+#include "bench/peers/plane_peers.h"
+#include "bench/planes/building_plan.h"
 #include "bench/planes/marked_planes.h"
 #include "bench/planes/plane_score.h"
 #include "detection/plane_search.h"
 #include "importer/import.h"
+#include "orvix/platform/path.h"
 #include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/transform_file.h"
@@ -32,94 +36,84 @@ namespace {
 
 using namespace orvix;
 using bench::PlaneScore;
-using bench::ScoreOf;
+using bench::PlaneTally;
 using detection::PlaneSearch;
 
 struct Arguments {
-    std::uint64_t points = 1'000'000;
-    double noise = 0.003;
-    std::uint32_t seed = 1;
+    bench::BuildingPlan plan;
+    test::BuildingOptions building;
     int repeats = 3;
-    unsigned threads = 0;
-    double distance = 0;
-    double cell = 0;
+    detection::PlaneSearchOptions search;
     std::string project;
     std::string truth;
-    bool peers = true;
+    std::string keep;
+    std::vector<std::string> peers;
+    bool noPeers = false;
     bool json = false;
-    bool list = false;  // every true plane and how well it was found
+    bool list = false;
 };
 
-Arguments Parse(int argc, char** argv) {
-    Arguments a;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view name = argv[i];
-        const bool more = i + 1 < argc;
-        if (name == "--no-peers") {
-            a.peers = false;
-        } else if (name == "--json") {
-            a.json = true;
-        } else if (name == "--list") {
-            a.list = true;
-        } else if (name == "--points" && more) {
-            a.points = std::strtoull(argv[++i], nullptr, 10);
-        } else if (name == "--noise" && more) {
-            a.noise = std::atof(argv[++i]);
-        } else if (name == "--distance" && more) {
-            a.distance = std::atof(argv[++i]);
-        } else if (name == "--cell" && more) {
-            a.cell = std::atof(argv[++i]);
-        } else if (name == "--seed" && more) {
-            a.seed = static_cast<std::uint32_t>(std::atoi(argv[++i]));
-        } else if (name == "--repeats" && more) {
-            a.repeats = std::max(1, std::atoi(argv[++i]));
-        } else if (name == "--threads" && more) {
-            a.threads = static_cast<unsigned>(std::atoi(argv[++i]));
-        } else if (name == "--project" && more) {
-            a.project = argv[++i];
-        } else if (name == "--truth" && more) {
-            a.truth = argv[++i];
-        } else {
-            fmt::print(stderr, "see the head of bench/planes/find_planes.cpp\n");
-            std::exit(2);
-        }
-    }
-    return a;
+std::vector<std::string> PeerNames() {
+    std::vector<std::string> names;
+    for (const bench::PlanePeer& peer : bench::PlanePeers()) names.emplace_back(peer.name);
+    return names;
 }
 
-// More storeys and rooms for more points, so that the density stays what a scanner gives.
-test::BuildingOptions BuildingFor(const Arguments& a) {
-    test::BuildingOptions options;
-    options.seed = a.seed;
-    options.points = a.points;
-    options.noise = a.noise;
-    const double rooms = static_cast<double>(a.points) / 250'000;
-    options.storeys = rooms > 12 ? 3 : 2;
-    options.roomsY = std::max(2, static_cast<int>(std::sqrt(rooms / options.storeys)));
-    options.roomsX = std::max(2, static_cast<int>(rooms / options.storeys / options.roomsY));
-    return options;
+void AddOptions(CLI::App& app, Arguments& a) {
+    app.add_option("--points", a.plan.points, "Of the scan, about");
+    app.add_option("--rooms", a.plan.rooms, "Of the building; 0: as the points suggest");
+    app.add_option("--spacing", a.plan.spacing,
+                   "Metres between points: decides how many there are, --points how large the "
+                   "building is where --rooms does not");
+    app.add_option("--noise", a.building.noise, "Metres, standard deviation");
+    app.add_option("--seed", a.building.seed, "Of the building");
+    app.add_option("--repeats", a.repeats, "The median of so many runs")->check(CLI::Range(1, 999));
+    app.add_option("--threads", a.search.threads, "0: every core");
+    app.add_option("--distance", a.search.distance, "Metres; 0: as the cloud suggests");
+    app.add_option("--cell", a.search.cellSize, "Metres; 0: as the cloud suggests");
+    CLI::Option* project = app.add_option("--project", a.project, "Search this project");
+    app.add_option("--truth", a.truth, "Planes marked in it, as in bench/planes/truth")
+        ->needs(project);
+    app.add_option("--keep", a.keep, "Leave the project of the building there");
+    app.add_option("--peers", a.peers, "Rivals, by commas; all that are built where left out")
+        ->delimiter(',')
+        ->check(CLI::IsMember(PeerNames()));
+    app.add_flag("--no-peers", a.noPeers, "No rivals");
+    app.add_flag("--list", a.list, "Every true plane and how well it was found");
+    app.add_flag("--json", a.json, "A line for each search");
 }
 
-void Print(const Arguments& a, std::string_view who, std::size_t points, double seconds,
-           const PlaneScore& s) {
+/// The search of ours that everything is held against.
+struct Measured {
+    std::unique_ptr<PlaneSearch> search;
+    double seconds = 0;
+    std::uint64_t leastPoints = 0;
+};
+
+void Print(const Arguments& a, std::string_view name, std::string_view who, const Measured& ours,
+           double seconds, const PlaneScore& s) {
+    const auto points = static_cast<double>(s.points);
     if (a.json) {
+        const auto& used = ours.search->Settings();
         fmt::print(
-            R"({{"bench":"find_planes","who":"{}","points":{},"seconds":{:.6f},"points_per_second":{:.0f},)"
+            R"({{"bench":"find_planes","name":"{}","who":"{}","points":{},"spacing":{:.5f},)"
+            R"("noise":{:.5f},"cell":{},"seconds":{:.6f},"points_per_second":{:.0f},"ratio":{:.2f},)"
             R"("found":{},"known":{},"precision50":{:.4f},"recall50":{:.4f},"precision75":{:.4f},)"
             R"("recall75":{:.4f},"split":{},"joined":{},"normal_degrees":{:.4f},)"
             R"("offset_millimetres":{:.4f},"assigned":{:.4f}}})"
             "\n",
-            who, points, seconds, static_cast<double>(points) / seconds, s.found, s.known,
-            s.precision50, s.recall50, s.precision75, s.recall75, s.split, s.joined,
-            s.normalDegrees, s.offsetMillimetres, s.assigned);
+            name, who, s.points, used.spacing, used.noise, used.cellSize, seconds, points / seconds,
+            seconds / ours.seconds, s.found, s.known, s.precision50, s.recall50, s.precision75,
+            s.recall75, s.split, s.joined, s.normalDegrees, s.offsetMillimetres, s.assigned);
+        std::fflush(stdout);
         return;
     }
     fmt::print(
         "{:<22} {:>10} pts {:>9.3f} s {:>9.3f} M/s | {:>4} of {:>4} | P50 {:.3f} R50 {:.3f} "
         "P75 {:.3f} R75 {:.3f} | split {} joined {} | {:.3f} deg {:.2f} mm | {:.1f} %\n",
-        who, points, seconds, static_cast<double>(points) / seconds / 1e6, s.found, s.known,
-        s.precision50, s.recall50, s.precision75, s.recall75, s.split, s.joined, s.normalDegrees,
-        s.offsetMillimetres, 100 * s.assigned);
+        who, s.points, seconds, points / seconds / 1e6, s.found, s.known, s.precision50, s.recall50,
+        s.precision75, s.recall75, s.split, s.joined, s.normalDegrees, s.offsetMillimetres,
+        100 * s.assigned);
 }
 
 void List(const std::vector<test::TruePlane>& planes, const PlaneScore& score) {
@@ -133,6 +127,23 @@ void List(const std::vector<test::TruePlane>& planes, const PlaneScore& score) {
     }
 }
 
+/// What is known about the points of a project.
+struct Truth {
+    std::vector<test::TruePlane> planes;     ///< in the project's frame
+    std::vector<bench::MarkedPlane> marked;  ///< empty: intensities tell a point's plane
+    detection::Vector origin;
+
+    [[nodiscard]] std::int32_t Of(const CCloudPoint<float>& p) const {
+        using detection::operator+;
+        if (planes.empty()) return -1;
+        if (!marked.empty())
+            return bench::LabelOf(marked, detection::Vector{p.x, p.y, p.z} + origin);
+        std::uint16_t intensity = 0;
+        std::memcpy(&intensity, p.attributes.data(), sizeof intensity);
+        return static_cast<std::int32_t>(intensity) - 1;
+    }
+};
+
 /// The marked planes, in the form in which planes are scored.
 std::vector<test::TruePlane> TrueOf(const std::vector<bench::MarkedPlane>& marked) {
     std::vector<test::TruePlane> planes;
@@ -140,29 +151,70 @@ std::vector<test::TruePlane> TrueOf(const std::vector<bench::MarkedPlane>& marke
     return planes;
 }
 
-struct Labelled {
-    std::vector<SimplePointT<double>> points;
-    std::vector<std::int32_t> truth;
-    std::vector<std::int32_t> found;
-};
-
-Labelled LabelsOf(CProjectCore& core, const PlaneSearch& search) {
-    Labelled labelled;
+/// Calls use(position, true plane, found plane) for each point.
+template <class Use>
+void ForEachPoint(CProjectCore& core, const PlaneSearch& search, const Truth& truth, Use&& use) {
     const auto reader = core.CreateAlivePointReader();
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        (void)search.ForEachPoint(
-            *reader, chunk, [&](const auto& p, std::uint64_t, std::int32_t plane) {
-                std::uint16_t intensity = 0;
-                std::memcpy(&intensity, p.attributes.data(), sizeof intensity);
-                labelled.points.push_back({p.x, p.y, p.z});
-                labelled.truth.push_back(static_cast<std::int32_t>(intensity) - 1);
-                labelled.found.push_back(plane);
-            });
-    return labelled;
+        (void)search.ForEachPoint(*reader, chunk,
+                                  [&](const auto& p, std::uint64_t, std::int32_t plane) {
+                                      use(detection::Vector{p.x, p.y, p.z}, truth.Of(p), plane);
+                                  });
 }
 
-void Measure(const Arguments& a, const CString& path, std::vector<test::TruePlane> planes,
-             const std::vector<bench::MarkedPlane>& marked = {}) {
+Measured Search(const Arguments& a, CProjectCore& core) {
+    Measured ours;
+    std::vector<double> times;
+    for (int i = 0; i < a.repeats; ++i) {
+        times.push_back(bench::Seconds([&] {
+            auto run = PlaneSearch::Run(core, a.search);
+            bench::Require(run.has_value(), "the search fails");
+            ours.search = std::move(*run);
+        }));
+    }
+    ours.seconds = bench::Median(times);
+    const auto& used = ours.search->Settings();
+    ours.leastPoints = static_cast<std::uint64_t>(
+        std::max(used.leastPoints, used.leastArea / (used.spacing * used.spacing) / 4));
+    fmt::print(
+        stderr,
+        "cells {:g} m, {} cells, spacing {:.4f}, noise {:.4f}, distance {:.4f}, least {} points\n",
+        used.cellSize, ours.search->Cells(), used.spacing, used.noise, used.distance,
+        ours.leastPoints);
+    return ours;
+}
+
+void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, const Truth& truth) {
+    std::vector<detection::Vector> points;
+    std::vector<std::int32_t> labels;
+    ForEachPoint(core, *ours.search, truth, [&](const auto& p, std::int32_t t, auto) {
+        points.push_back(p);
+        labels.push_back(t);
+    });
+    const auto& used = ours.search->Settings();
+    const bench::PeerSettings settings{used.distance, used.angle, ours.leastPoints,
+                                       4 * used.spacing};
+    for (const bench::PlanePeer& peer : bench::PlanePeers()) {
+        if (!a.peers.empty() &&
+            std::find(a.peers.begin(), a.peers.end(), peer.name) == a.peers.end())
+            continue;
+        if (peer.run == nullptr) {
+            fmt::print(stderr, "left out: {}, which needs {}\n", peer.who, peer.package);
+            continue;
+        }
+        const bench::PeerResult result = peer.run(points, settings);
+        PlaneTally tally(truth.planes);
+        for (std::size_t i = 0; i < points.size(); ++i)
+            tally.Add(points[i], labels[i], result.labels[i]);
+        const double seconds = result.normalSeconds + result.seconds;
+        Print(a, peer.name, peer.who, ours, seconds, tally.Score(ours.leastPoints));
+        if (!a.json)
+            fmt::print("{:<22} {:.1f} times as long ({:.1f} without normals)\n", "",
+                       seconds / ours.seconds, result.seconds / ours.seconds);
+    }
+}
+
+void Measure(const Arguments& a, const CString& path, Truth truth) {
     ProjectManager manager;
     bench::Require(manager.Open(path), "the project does not open");
     CProjectCore core;
@@ -171,81 +223,57 @@ void Measure(const Arguments& a, const CString& path, std::vector<test::TruePlan
               manager.grid10cmIdx, manager.grid1to10cmIdx, manager.gridIdx);
     bench::Require(core.OpenCores(), "the points do not open");
     // Planes are compared in the project's frame.
-    auto frame = ReadTransform(manager.transformFile);
-    for (test::TruePlane& plane : planes)
-        plane.offset += detection::Dot(plane.normal, frame->Origin());
-    detection::PlaneSearchOptions options;
-    options.threads = a.threads;
-    options.distance = a.distance;
-    options.cellSize = a.cell;
-    std::unique_ptr<PlaneSearch> search;
-    std::vector<double> times;
-    for (int i = 0; i < a.repeats; ++i) {
-        times.push_back(bench::Seconds([&] {
-            auto run = PlaneSearch::Run(core, options);
-            bench::Require(run.has_value(), "the search fails");
-            search = std::move(*run);
-        }));
-    }
-    const auto& used = search->Settings();
-    const double spacing = used.spacing;
-    const auto leastPoints = static_cast<std::uint64_t>(
-        std::max(used.leastPoints, used.leastArea / (spacing * spacing) / 4));
-    Labelled labelled = LabelsOf(core, *search);
-    if (!marked.empty()) {
-        using detection::operator+;
-        for (std::size_t i = 0; i < labelled.points.size(); ++i)
-            labelled.truth[i] = bench::LabelOf(marked, labelled.points[i] + frame->Origin());
-    }
-    const bool known = !planes.empty();
-    const auto truth =
-        known ? labelled.truth : std::vector<std::int32_t>(labelled.points.size(), -1);
-    fmt::print(
-        stderr,
-        "cells {:g} m, {} cells, spacing {:.4f}, noise {:.4f}, distance {:.4f}, least {} points\n",
-        used.cellSize, search->Cells(), spacing, used.noise, used.distance, leastPoints);
-    const double ours = bench::Median(times);
-    const PlaneScore score = ScoreOf(labelled.points, truth, labelled.found, planes, leastPoints);
-    Print(a, "orvix planes", labelled.points.size(), ours, score);
-    if (a.list) List(planes, score);
-    if (a.peers) {
-        bench::PeerSettings settings{used.distance, used.angle, leastPoints, 4 * spacing};
-        for (const auto& [who, run] :
-             {std::pair{"CGAL region growing", &bench::CgalRegionGrowing},
-              std::pair{"CGAL Efficient RANSAC", &bench::CgalEfficientRansac}}) {
-            const bench::PeerResult result = run(labelled.points, settings);
-            const double seconds = result.normalSeconds + result.seconds;
-            Print(a, who, labelled.points.size(), seconds,
-                  ScoreOf(labelled.points, truth, result.labels, planes, leastPoints));
-            fmt::print("{:<22} {:.1f} times as long ({:.1f} without normals)\n", "", seconds / ours,
-                       result.seconds / ours);
-        }
-    }
+    truth.origin = ReadTransform(manager.transformFile)->Origin();
+    for (test::TruePlane& plane : truth.planes)
+        plane.offset += detection::Dot(plane.normal, truth.origin);
+    const Measured ours = Search(a, core);
+    PlaneTally tally(truth.planes);
+    ForEachPoint(core, *ours.search, truth,
+                 [&](const auto& p, std::int32_t t, std::int32_t f) { tally.Add(p, t, f); });
+    const PlaneScore score = tally.Score(ours.leastPoints);
+    Print(a, "orvix", "orvix planes", ours, ours.seconds, score);
+    if (a.list) List(truth.planes, score);
+    if (!a.noPeers) RunPeers(a, core, ours, truth);
     core.Close();
     manager.aliveReader.reset();
     manager.Close();
 }
 
+void MeasureBuilding(const Arguments& a) {
+    test::ScratchFolder folder;
+    const test::SyntheticBuilding building(bench::BuildingFor(a.plan, a.building));
+    bench::Require(building.Planes().size() < 0xFFFF, "more planes than intensities can tell");
+    const CString scan = folder / L"building.las";
+    test::WriteScan(building, scan);
+    const CString project = a.keep.empty() ? folder / L"building.prj" : platform::FromUtf8(a.keep);
+    auto imported = importer::Import({scan}, project, {});
+    bench::Require(imported.has_value(), imported ? "" : imported.error().message);
+    std::error_code ignored;
+    platform::RemoveFile(scan, ignored);
+    Measure(a, project, {building.Planes(), {}, {}});
+}
+
+void MeasureProject(const Arguments& a) {
+    Truth truth;
+    if (!a.truth.empty()) {
+        auto read = bench::ReadMarkedPlanes(platform::FromUtf8(a.truth));
+        bench::Require(read.has_value(), read ? "" : read.error().message);
+        truth.planes = TrueOf(*read);
+        truth.marked = std::move(*read);
+    }
+    Measure(a, platform::FromUtf8(a.project), std::move(truth));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Arguments a = Parse(argc, argv);
-    if (!a.project.empty()) {
-        std::vector<bench::MarkedPlane> marked;
-        if (!a.truth.empty()) {
-            auto read = bench::ReadMarkedPlanes(platform::FromUtf8(a.truth));
-            bench::Require(read.has_value(), read ? "" : read.error().message);
-            marked = std::move(*read);
-        }
-        Measure(a, platform::FromUtf8(a.project), TrueOf(marked), marked);
-        return 0;
-    }
-    test::ScratchFolder folder;
-    const test::SyntheticBuilding building(BuildingFor(a));
-    test::WriteScan(building, folder / L"building.las");
-    const CString project = folder / L"building.prj";
-    auto imported = importer::Import({folder / L"building.las"}, project, {});
-    bench::Require(imported.has_value(), imported ? "" : imported.error().message);
-    Measure(a, project, building.Planes());
+    Arguments a;
+    CLI::App app("How fast and how faithfully are all planes of a cloud found?");
+    AddOptions(app, a);
+    CLI11_PARSE(app, argc, argv);
+    if (a.project.empty())
+        MeasureBuilding(a);
+    else
+        MeasureProject(a);
     return 0;
 }

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
+#include "detection/moments.h"
 #include "tests/support/synthetic_building.h"
 
 namespace orvix::bench {
@@ -18,6 +20,7 @@ inline constexpr std::int32_t kUnknownPlane = -2;
 /// nothing is known count on neither side, and of the planes found only those are judged of whose
 /// points at least half are known.
 struct PlaneScore {
+    std::uint64_t points = 0;
     std::size_t found = 0;  ///< planes found, of those that can be judged
     std::size_t known = 0;  ///< true planes of at least the points asked for
     double precision50 = 0, recall50 = 0;
@@ -31,11 +34,44 @@ struct PlaneScore {
     std::vector<std::int32_t> bestFound;  ///< which that is, -1 for none
 };
 
-/// `truth` and `found` tell each point's plane, -1 for none, `truth` also kUnknownPlane; planes of
-/// the matches are fitted to their points by least squares. True planes of fewer than `leastPoints`
-/// points do not count.
-PlaneScore ScoreOf(const std::vector<SimplePointT<double>>& points,
-                   const std::vector<std::int32_t>& truth, const std::vector<std::int32_t>& found,
-                   const std::vector<test::TruePlane>& planes, std::uint64_t leastPoints);
+/// Counts, point by point, what a score is made of.
+///
+///     PlaneTally tally(building.Planes());
+///     for (const auto& p : labelled) tally.Add(p.position, p.truth, p.found);
+///     const PlaneScore score = tally.Score(leastPoints);
+///
+/// Order  the same points in the same order give the same score.
+/// Cost   a point some nanoseconds where its neighbours in the order share its planes; memory for
+///        each plane and each pair of planes that share a point, none for points.
+class PlaneTally {
+public:
+    explicit PlaneTally(std::vector<test::TruePlane> planes);
+
+    /// `truth`, a place in the true planes, and `found` are -1 for a point of none; `truth` may be
+    /// kUnknownPlane.
+    void Add(const detection::Vector& point, std::int32_t truth, std::int32_t found);
+    /// Planes of the matches are fitted to their points by least squares. True planes of fewer than
+    /// `leastPoints` points do not count.
+    [[nodiscard]] PlaneScore Score(std::uint64_t leastPoints) const;
+
+private:
+    struct Pair {
+        std::int32_t truth, found;
+        std::uint64_t points;
+    };
+    [[nodiscard]] std::vector<Pair> Pairs() const;
+    [[nodiscard]] bool Judged(std::size_t found) const;
+
+    std::vector<test::TruePlane> planes_;
+    std::vector<std::uint64_t> trueCounts_;
+    std::vector<detection::MomentSum> sums_;  // of each found plane, about origin_
+    std::vector<std::uint64_t> foundCounts_;  // of its points those about which something is known
+    std::unordered_map<std::uint64_t, std::uint64_t> shared_;  // by truth and found
+    std::uint64_t lastKey_ = 0;
+    std::uint64_t* last_ = nullptr;  // its count
+    detection::Vector origin_;
+    std::uint64_t points_ = 0;
+    std::uint64_t assigned_ = 0;
+};
 
 }  // namespace orvix::bench

@@ -110,29 +110,6 @@ TEST(MarkedPlanes, RefusesABadFileWithItsNameAndLine) {
     EXPECT_THAT(ErrorOf("# nothing\n"), HasSubstr("marks no plane"));
 }
 
-TEST(PlaneScore, LeavesPlanesOnUnknownPointsOutOfThePrecision) {
-    using Labels = std::vector<std::int32_t>;
-    std::vector<SimplePointT<double>> points;
-    for (int i = 0; i < 40; ++i)
-        points.push_back({static_cast<double>(i % 5), static_cast<double>(i / 5), 0});
-    const std::vector<test::TruePlane> planes{{{0, 0, 1}, 0, 1}};
-    Labels truth(40, kUnknownPlane), found(40, -1);
-    std::fill_n(truth.begin(), 20, 0);
-    std::fill_n(found.begin(), 30, 0);  // the plane, and half as much again of nobody knows what
-    std::fill_n(found.begin() + 30, 10, 1);  // unknown altogether
-    const PlaneScore score = ScoreOf(points, truth, found, planes, 10);
-    EXPECT_EQ(score.found, 1U);
-    EXPECT_EQ(score.precision50, 1);
-    EXPECT_EQ(score.recall75, 1);
-    EXPECT_EQ(score.overlaps[0], 1);
-
-    std::fill(truth.begin() + 20, truth.end(), -1);  // now known to be on no plane
-    const PlaneScore strict = ScoreOf(points, truth, found, planes, 10);
-    EXPECT_EQ(strict.found, 2U);
-    EXPECT_EQ(strict.precision50, 0.5);
-    EXPECT_EQ(strict.recall75, 0);
-}
-
 TEST(MarkedPlanes, TheCommittedFilesAreWhole) {
     for (const auto* file : {L"/indoor_lobby.txt"}) {
         const auto planes = ReadMarkedPlanes(platform::FromUtf8(ORVIX_MARKED_PLANES) + file);

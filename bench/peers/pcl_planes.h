@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "bench/peers/plane_peers.h"
+
+namespace orvix::bench {
+
+/// PCL's region growing as planes ask for it: normals of 12 neighbours on every core, a region's
+/// normals held against its seed's, a point a seed of more while it lies within the distance.
+PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
+                            const PeerSettings& settings);
+
+/// PCL's SACSegmentation for planes, iterated, on every core; Euclidean clusters.
+PeerResult PclIteratedRansac(const std::vector<SimplePointT<double>>& points,
+                             const PeerSettings& settings);
+
+}  // namespace orvix::bench
