@@ -111,7 +111,7 @@ TEST(MarkedPlanes, RefusesABadFileWithItsNameAndLine) {
 }
 
 TEST(MarkedPlanes, TheCommittedFilesAreWhole) {
-    for (const auto* file : {L"/indoor_lobby.txt", L"/delft_roofs.txt"}) {
+    for (const auto* file : {L"/indoor_lobby.txt", L"/building_facades.txt", L"/delft_roofs.txt"}) {
         const auto planes = ReadMarkedPlanes(platform::FromUtf8(ORVIX_MARKED_PLANES) + file);
         ASSERT_TRUE(planes.has_value()) << planes.error().message;
         EXPECT_GE(planes->size(), 25U);
