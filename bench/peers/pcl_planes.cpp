@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/peers/pcl_planes.h"
 
+#include <pcl/console/print.h>
 #include <pcl/features/normal_3d_omp.h>
 #include <pcl/search/kdtree.h>
 #include <pcl/segmentation/extract_clusters.h>
@@ -21,7 +22,8 @@ using Normals = pcl::PointCloud<pcl::Normal>;
 using Tree = pcl::search::KdTree<Point>;
 
 constexpr int kNeighbours = 12;
-constexpr int kIterations = 1000;
+constexpr int kIterations = 300;
+constexpr double kSampleRadius = 1;  // metres: three points of a sample are likely of one plane
 
 // PCL's points are floats: about the first one.
 Cloud::Ptr CloudOf(const std::vector<SimplePointT<double>>& points) {
@@ -48,6 +50,9 @@ public:
         segmentation.setOptimizeCoefficients(true);
         segmentation.setNumberOfThreads(0);
         segmentation.setInputCloud(cloud_);
+        const Tree::Ptr tree(new Tree(false));
+        tree->setInputCloud(cloud_);
+        segmentation.setSamplesMaxDist(kSampleRadius, tree);
         pcl::PointIndices inliers;
         pcl::ModelCoefficients model;
         segmentation.segment(inliers, model);
@@ -123,6 +128,8 @@ PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
 
 PeerResult PclIteratedRansac(const std::vector<SimplePointT<double>>& points,
                              const PeerSettings& settings) {
+    // It tells of each sample that makes no plane.
+    pcl::console::setVerbosityLevel(pcl::console::L_ALWAYS);
     return IteratePlanes(Rest(CloudOf(points), settings), points.size(), settings);
 }
 

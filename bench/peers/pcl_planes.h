@@ -10,7 +10,8 @@ namespace orvix::bench {
 PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
                             const PeerSettings& settings);
 
-/// PCL's SACSegmentation for planes, iterated, on every core; Euclidean clusters.
+/// PCL's SACSegmentation for planes, iterated, on every core; Euclidean clusters. Samples of three
+/// points within a metre: in a building, of points from anywhere hardly any three are of one plane.
 PeerResult PclIteratedRansac(const std::vector<SimplePointT<double>>& points,
                              const PeerSettings& settings);
 
