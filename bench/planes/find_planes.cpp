@@ -8,7 +8,7 @@
 // a project's points nothing is known but what a file of bench/planes/truth says. PCL and Open3D
 // are rivals where they were installed when this was built:
 //
-//     apt-get install --no-install-recommends libpcl-dev libopen3d-dev    (1.1 GB on the disk)
+//     apt-get install --no-install-recommends libpcl-dev libopen3d-dev    (1.2 GB on the disk)
 //
 // series.py, beside this, runs sizes and densities, and draws them.
 #include <fmt/format.h>

@@ -23,7 +23,7 @@ import sys
 import tempfile
 import time
 
-SIZES = [1_000_000, 3_160_000, 10_000_000, 31_600_000, 100_000_000]
+SIZES = [1_100_000, 3_500_000, 11_000_000, 35_000_000, 110_000_000]  # doors and windows take a tenth
 SPACING = 0.02  # of the sizes, metres
 SPACINGS = [0.06, 0.03, 0.02, 0.01, 0.005, 0.003]
 ROOMS = 8  # of the spacings
@@ -66,10 +66,12 @@ class Series:
         arguments = [*arguments, "--peers", ",".join(peers)] if peers else [*arguments, "--no-peers"]
         with tempfile.TemporaryDirectory(prefix="orvix-series-") as folder:
             project = f"{folder}/building.prj"
-            lines = subprocess.run([binaries / "bench_find_planes", "--json", "--keep", project,
-                                    *arguments], stdout=subprocess.PIPE, check=True, text=True).stdout
-            for line in lines.splitlines():
-                self.add(step, json.loads(line))
+            bench = [binaries / "bench_find_planes", "--json", "--keep", project, *arguments]
+            with subprocess.Popen(bench, stdout=subprocess.PIPE, text=True) as process:
+                for line in process.stdout:
+                    self.add(step, json.loads(line))
+            if process.returncode:
+                sys.exit(f"series.py: {bench[0]} ended with {process.returncode}")
             seconds, peak = command(binaries / "orvix", "planes", project)
             self.add(step, {"name": "command", "who": "orvix planes, the command",
                             "points": self.rows[-1]["points"], "seconds": seconds, "peak": peak})
