@@ -11,6 +11,7 @@
 #include "cli/outlines/outline_writer.h"
 #include "cli/output_file.h"
 #include "cli/picture/png_writer.h"
+#include "cli/planes_mesh.h"
 #include "cli/planes_points.h"
 #include "cli/planes_report.h"
 #include "cli/project_gate.h"

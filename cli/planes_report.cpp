@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/planes_report.h"
 
-#include <fmt/format.h>
 #include <algorithm>
 #include <cmath>
-
-#include "orvix/surfaces/point_cloud_geometrics.h"
-#include "orvix/surfaces/surface_mesh.h"
 
 namespace orvix::cli {
 
@@ -14,8 +10,6 @@ namespace {
 
 using Vector = SimplePointT<double>;
 using detection::FoundPlane;
-
-constexpr std::uint32_t kUnused = ~std::uint32_t{0};
 
 const char* WordOf(detection::PlaneKind kind) {
     switch (kind) {
@@ -41,25 +35,11 @@ Vector DirectionInWorld(const LocalToWorld& frame, const Vector& direction) {
     return {d.x / length, d.y / length, d.z / length};
 }
 
-// The outline is flat in the frame that points were held against; the plane through its points is
-// a hair away, so each corner is brought onto it.
-Vector OntoPlane(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
-    const Vector p = plane.frame.To3D(corner);
-    const Vector& n = plane.normal;
-    const double away = n.x * p.x + n.y * p.y + n.z * p.z + plane.offset;
-    return {p.x - away * n.x, p.y - away * n.y, p.z - away * n.z};
-}
-
-bool Opposed(const FoundPlane& plane) {
-    const Vector& own = plane.frame.Normal();
-    return own.x * plane.normal.x + own.y * plane.normal.y + own.z * plane.normal.z < 0;
-}
-
 WorldPlane::Ring RingInWorld(const FoundPlane& plane, const LocalToWorld& frame,
                              const PlaneRing& ring) {
     WorldPlane::Ring out;
-    for (const auto& corner : ring.points) out.push_back(frame.ToWorld(OntoPlane(plane, corner)));
-    if (Opposed(plane)) std::reverse(out.begin() + 1, out.end());
+    for (const auto& corner : ring.points) out.push_back(frame.ToWorld(CornerOf(plane, corner)));
+    if (IsTurned(plane)) std::reverse(out.begin() + 1, out.end());
     return out;
 }
 
@@ -75,48 +55,19 @@ double TwiceAreaOf(const WorldPlane::Ring& ring, const Vector& n, const Vector& 
     return twice;
 }
 
-// One polyline along all rings of an outline; the ways between them are edges of the mesh like any
-// other.
-std::vector<Vector> BoundaryOf(const FoundPlane& plane) {
-    std::vector<Vector> boundary;
-    const auto add = [&](const PlaneRing& ring) {
-        for (std::size_t i = 0; i <= ring.points.size(); ++i)
-            boundary.push_back(plane.frame.To3D(ring.points[i % ring.points.size()]));
-    };
-    for (const PlaneRegion& region : plane.outline.regions) {
-        add(region.outer);
-        for (const PlaneRing& hole : region.holes) add(hole);
-    }
-    return boundary;
-}
-
-void AddFaces(const FoundPlane& plane, const LocalToWorld& frame, TriangleMesh& mesh) {
-    const std::vector<Vector> boundary = BoundaryOf(plane);
-    std::vector<Vector> points = boundary;
-    std::vector<int> faces;
-    const PlaneFrame& own = plane.frame;
-    PointCloudGeometrics::ConstrainedSurface(
-        points, CGAL::Plane_3<CGAL::Epick>(own.A(), own.B(), own.C(), own.D()), faces, &boundary);
-    LiftPlanarVertices(points, boundary.size(), own);
-    faces = FacesInsideOutline(points, faces, own, plane.outline);
-    std::vector<std::uint32_t> place(points.size(), kUnused);
-    const bool turn = Opposed(plane);
-    for (std::size_t at = 0; at + 3 < faces.size(); at += 4) {
-        std::array<std::uint32_t, 3> triangle{};
-        for (std::size_t corner = 0; corner < 3; ++corner) {
-            const auto i = static_cast<std::size_t>(faces[at + 1 + corner]);
-            if (place[i] == kUnused) {
-                place[i] = static_cast<std::uint32_t>(mesh.points.size());
-                mesh.points.push_back(frame.ToWorld(OntoPlane(plane, own.To2D(points[i]))));
-            }
-            triangle[corner] = place[i];
-        }
-        if (turn) std::swap(triangle[1], triangle[2]);
-        mesh.triangles.push_back(triangle);
-    }
-}
-
 }  // namespace
+
+Vector CornerOf(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
+    const Vector p = plane.frame.To3D(corner);
+    const Vector& n = plane.normal;
+    const double away = n.x * p.x + n.y * p.y + n.z * p.z + plane.offset;
+    return {p.x - away * n.x, p.y - away * n.y, p.z - away * n.z};
+}
+
+bool IsTurned(const FoundPlane& plane) {
+    const Vector& own = plane.frame.Normal();
+    return own.x * plane.normal.x + own.y * plane.normal.y + own.z * plane.normal.z < 0;
+}
 
 std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
                                       const LocalToWorld& frame) {
@@ -143,17 +94,6 @@ std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
         planes.push_back(std::move(out));
     }
     return planes;
-}
-
-PlanesMesh MeshOfPlanes(const detection::PlaneSearch& search, const LocalToWorld& frame,
-                        const std::vector<WorldPlane>& planes) {
-    PlanesMesh all;
-    for (std::size_t i = 0; i < planes.size(); ++i) {
-        all.parts.push_back({all.mesh.triangles.size(),
-                             fmt::format("plane_{}_{}", planes[i].number, planes[i].kind)});
-        AddFaces(search.Planes()[i], frame, all.mesh);
-    }
-    return all;
 }
 
 }  // namespace orvix::cli

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "cli/mesh/mesh_writer.h"
 #include "detection/plane_search.h"
 #include "orvix/project/transform_file.h"
 
@@ -32,14 +31,12 @@ struct WorldPlane {
 std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
                                       const LocalToWorld& frame);
 
-/// The planes' faces, and which are whose.
-struct PlanesMesh {
-    TriangleMesh mesh;
-    std::vector<MeshPart> parts;
-};
+/// A corner of a plane's outline, project frame. The outline is flat in the frame that points were
+/// held against; the plane through its points is a hair away, so each corner is brought onto it.
+SimplePointT<double> CornerOf(const detection::FoundPlane& plane,
+                              const SimplePoint2DT<double>& corner);
 
-/// The planes' faces within their outlines and holes, each plane a part named plane_N_KIND.
-PlanesMesh MeshOfPlanes(const detection::PlaneSearch& search, const LocalToWorld& frame,
-                        const std::vector<WorldPlane>& planes);
+/// Whether the outline runs clockwise seen from where the plane's normal points.
+bool IsTurned(const detection::FoundPlane& plane);
 
 }  // namespace orvix::cli

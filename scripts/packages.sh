@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what the named parts of the project need on Debian 12:
-# scripts/packages.sh build [test] [dialog] [csharp] [package] [windows] [front-end].
+# scripts/packages.sh build [test] [dialog] [csharp] [outputs] [package] [windows] [front-end].
 # Run as root, or as a user who may call sudo; installs nothing when everything is there.
 set -euo pipefail
 
@@ -16,6 +16,9 @@ csharp=(mono-mcs)
 # The window of `orvix params` and its tests: 43 MB to fetch, 182 MB on the disk. Without it both are
 # left out.
 dialog=(qt6-base-dev)
+# What reads the files of `orvix planes` in the tests: shapely and ogrinfo, ezdxf, IfcPlusPlus.
+# Without one of them its test is skipped.
+outputs=(python3-shapely gdal-bin python3-ezdxf libifcplusplus-dev)
 # What finds out which libraries a Debian package depends on.
 packaging=(dpkg-dev file)
 # A Windows build and its runner: 170 MB to fetch, 1.1 GB on the disk.
@@ -30,10 +33,11 @@ for part in "$@"; do
         test) wanted+=("${test[@]}") ;;
         dialog) wanted+=("${dialog[@]}") ;;
         csharp) wanted+=("${csharp[@]}") ;;
+        outputs) wanted+=("${outputs[@]}") ;;
         package) wanted+=("${packaging[@]}") ;;
         windows) wanted+=("${windows[@]}") ;;
         front-end) wanted+=("${front_end[@]}") ;;
-        *) echo "packages.sh: unknown part '$part' (build, test, dialog, csharp, package, windows, front-end)" >&2; exit 2 ;;
+        *) echo "packages.sh: unknown part '$part' (build, test, dialog, csharp, outputs, package, windows, front-end)" >&2; exit 2 ;;
     esac
 done
 

@@ -9,11 +9,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// GeoJSON repeats a ring's first position at its end.
-Json JsonOf(const WorldPlane::Ring& ring) {
+// GeoJSON repeats a ring's first position at its end, and has outer rings counter-clockwise on the
+// map, whichever side the plane looks to.
+Json JsonOf(const WorldPlane& plane, const WorldPlane::Ring& ring) {
     Json json = Json::array();
+    const bool looksDown = plane.equation[2] < 0;
     for (std::size_t i = 0; i <= ring.size(); ++i) {
-        const auto& p = ring[i % ring.size()];
+        const auto& p = ring[(looksDown ? ring.size() - i : i) % ring.size()];
         json.push_back(Json::array({p.x, p.y, p.z}));
     }
     return json;
@@ -22,8 +24,8 @@ Json JsonOf(const WorldPlane::Ring& ring) {
 Json JsonOf(const WorldPlane& plane, double tolerance) {
     Json polygons = Json::array();
     for (const WorldPlane::Region& region : plane.regions) {
-        Json rings = Json::array({JsonOf(region.outer)});
-        for (const WorldPlane::Ring& hole : region.holes) rings.push_back(JsonOf(hole));
+        Json rings = Json::array({JsonOf(plane, region.outer)});
+        for (const WorldPlane::Ring& hole : region.holes) rings.push_back(JsonOf(plane, hole));
         polygons.push_back(rings);
     }
     const Json properties{{"number", plane.number},     {"class", plane.kind},
@@ -39,7 +41,8 @@ Json JsonOf(const WorldPlane& plane, double tolerance) {
 }  // namespace
 
 void PrintGeoJson(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance) {
-    file.Print("{{\"type\": \"FeatureCollection\", \"features\": [");
+    // The null says, as GeoJSON of 2008 has it, that no coordinate system can be assumed.
+    file.Print("{{\"type\": \"FeatureCollection\", \"crs\": null, \"features\": [");
     for (std::size_t i = 0; i < planes.size(); ++i)
         file.Print("{}\n{}", i == 0 ? "" : ",", JsonOf(planes[i], tolerance).dump());
     file.Print("\n]}}\n");

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <array>
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <tuple>
 
+#include "cli/outlines/global_id.h"
 #include "cli/outlines/outline_formats.h"
 
 namespace orvix::cli {
@@ -17,34 +19,59 @@ std::string ListOf(const std::vector<std::size_t>& ids) {
     return list + ")";
 }
 
-// What a plane of a class becomes: an entity and its predefined type.
-std::pair<const char*, const char*> EntityOf(const std::string& kind) {
-    static const std::map<std::string, std::pair<const char*, const char*>> kEntities{
-        {"floor", {"IFCSLAB", "FLOOR"}},
-        {"roof", {"IFCSLAB", "ROOF"}},
-        {"ceiling", {"IFCCOVERING", "CEILING"}},
-        {"wall", {"IFCWALL", "NOTDEFINED"}}};
+/// What a plane of a class becomes; the set and the name of the quantity that holds its area.
+struct Entity {
+    const char* name;
+    const char* type;
+    const char* quantities;
+    const char* area;
+};
+
+const Entity& EntityOf(const std::string& kind) {
+    static const std::map<std::string, Entity> kEntities{
+        {"floor", {"IFCSLAB", "FLOOR", "Qto_SlabBaseQuantities", "NetArea"}},
+        {"roof", {"IFCSLAB", "ROOF", "Qto_SlabBaseQuantities", "NetArea"}},
+        {"ceiling", {"IFCCOVERING", "CEILING", "Qto_CoveringBaseQuantities", "NetArea"}},
+        {"wall", {"IFCWALL", "NOTDEFINED", "Qto_WallBaseQuantities", "NetSideArea"}}};
+    static const Entity kProxy{"IFCBUILDINGELEMENTPROXY", "NOTDEFINED",
+                               "Qto_BuildingElementProxyQuantities", "NetSurfaceArea"};
     const auto found = kEntities.find(kind);
-    if (found != kEntities.end()) return found->second;
-    return {"IFCBUILDINGELEMENTPROXY", "NOTDEFINED"};
+    return found != kEntities.end() ? found->second : kProxy;
+}
+
+// Where the model's zero lies: whole hundreds of metres near the first plane, so that coordinates
+// stay small; zero itself where they are small already.
+Vector OriginOf(const std::vector<WorldPlane>& planes) {
+    constexpr double kSmall = 1000, kStep = 100;
+    double farthest = 0;
+    for (const WorldPlane& plane : planes)
+        for (const WorldPlane::Region& region : plane.regions)
+            for (const Vector& p : region.outer)
+                farthest = std::max({farthest, std::abs(p.x), std::abs(p.y), std::abs(p.z)});
+    if (farthest <= kSmall) return {};
+    const auto whole = [](double value) { return std::floor(value / kStep) * kStep; };
+    const Vector& c = planes[0].centroid;
+    return {whole(c.x), whole(c.y), whole(c.z)};
 }
 
 class IfcModel {
 public:
-    IfcModel(TextFile& file, double tolerance) : file_(file), tolerance_(tolerance) {}
+    IfcModel(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance)
+        : file_(file), planes_(planes), tolerance_(tolerance), origin_(OriginOf(planes)) {}
 
-    void Print(const std::vector<WorldPlane>& planes) {
+    void Print() {
         file_.Print(
             "ISO-10303-21;\nHEADER;\n"
-            "FILE_DESCRIPTION(('ViewDefinition [ReferenceView_V1.2]'),'2;1');\n"
+            "FILE_DESCRIPTION(('ViewDefinition [notYetAssigned]'),'2;1');\n"
             "FILE_NAME('planes.ifc','1970-01-01T00:00:00',(''),(''),'orvix','orvix','');\n"
             "FILE_SCHEMA(('IFC4'));\nENDSEC;\nDATA;\n");
-        PrintProject(planes);
+        PrintProject();
+        PrintPlaces();
         std::vector<std::size_t> elements;
-        for (const WorldPlane& plane : planes) elements.push_back(PrintPlane(plane));
+        for (const WorldPlane& plane : planes_) elements.push_back(PrintPlane(plane));
         if (!elements.empty())
-            Add("IFCRELCONTAINEDINSPATIALSTRUCTURE('{}',$,$,$,{},#{})", NextGuid(),
-                ListOf(elements), building_);
+            Add("IFCRELCONTAINEDINSPATIALSTRUCTURE('{}',$,$,$,{},#{})", Guid("contents"),
+                ListOf(elements), storey_);
         file_.Print("ENDSEC;\nEND-ISO-10303-21;\n");
     }
 
@@ -55,67 +82,74 @@ private:
                     fmt::format(format, std::forward<Arguments>(arguments)...));
         return last_;
     }
-    // 22 digits of IFC's alphabet, the first of which is 0 to 3.
-    std::string NextGuid() {
-        static constexpr char kDigits[] =
-            "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
-        std::string guid;
-        std::uint64_t state = ++guids_ * 0x9E3779B97F4A7C15ULL;
-        for (std::size_t i = 0; i < 22; ++i) {
-            state ^= state >> 29;
-            state *= 0xBF58476D1CE4E5B9ULL;
-            state ^= state >> 32;
-            guid += kDigits[i == 0 ? state % 4 : state % 64];
-        }
-        return guid;
+    [[nodiscard]] std::string Guid(const std::string& role) const {
+        return GlobalIdOf(role, planes_);
     }
     std::size_t AddPoint(const Vector& p) {
-        return Add("IFCCARTESIANPOINT(({:.5f},{:.5f},{:.5f}))", p.x, p.y, p.z);
+        return Add("IFCCARTESIANPOINT(({:.6f},{:.6f},{:.6f}))", p.x, p.y, p.z);
     }
-    std::size_t AddPlacement(std::size_t parent, const Vector& at) {
-        const std::size_t axis = Add("IFCAXIS2PLACEMENT3D(#{},$,$)", AddPoint(at));
-        return parent == 0 ? Add("IFCLOCALPLACEMENT($,#{})", axis)
-                           : Add("IFCLOCALPLACEMENT(#{},#{})", parent, axis);
+    std::size_t AddPlacement(std::size_t parent) {
+        return parent == 0 ? Add("IFCLOCALPLACEMENT($,#{})", axes_)
+                           : Add("IFCLOCALPLACEMENT(#{},#{})", parent, axes_);
     }
-    void PrintProject(const std::vector<WorldPlane>& planes);
+    void PrintProject();
+    void PrintMapConversion();
+    void PrintPlaces();
     std::size_t PrintPlane(const WorldPlane& plane);
     std::size_t PrintFace(const WorldPlane::Region& region);
     std::size_t PrintLoop(const WorldPlane::Ring& ring);
     void PrintProperties(const WorldPlane& plane, std::size_t element);
 
     TextFile& file_;
+    const std::vector<WorldPlane>& planes_;
     double tolerance_;
+    Vector origin_;
     std::size_t last_ = 0;
-    std::uint64_t guids_ = 0;
+    std::size_t axes_ = 0;
     std::size_t context_ = 0;
-    std::size_t placement_ = 0;
-    std::size_t building_ = 0;
-    Vector origin_;  // of the site, whole metres
+    std::size_t body_ = 0;  // the context of shapes
+    std::size_t project_ = 0;
+    std::size_t storey_ = 0;
+    std::size_t placement_ = 0;  // the storey's
 };
 
-void IfcModel::PrintProject(const std::vector<WorldPlane>& planes) {
-    if (!planes.empty()) {
-        const Vector& c = planes[0].centroid;
-        origin_ = {std::floor(c.x), std::floor(c.y), std::floor(c.z)};
-    }
-    const std::size_t axis = Add("IFCAXIS2PLACEMENT3D(#{},$,$)", AddPoint({}));
-    context_ = Add("IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,1.E-5,#{},$)", axis);
+void IfcModel::PrintProject() {
+    axes_ = Add("IFCAXIS2PLACEMENT3D(#{},$,$)", AddPoint({}));
+    context_ = Add("IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,1.E-6,#{},$)", axes_);
+    body_ = Add("IFCGEOMETRICREPRESENTATIONSUBCONTEXT('Body','Model',*,*,*,*,#{},$,.MODEL_VIEW.,$)",
+                context_);
     std::vector<std::size_t> units;
     for (const auto& [quantity, unit] :
          {std::pair{"LENGTHUNIT", "METRE"}, std::pair{"AREAUNIT", "SQUARE_METRE"},
           std::pair{"VOLUMEUNIT", "CUBIC_METRE"}, std::pair{"PLANEANGLEUNIT", "RADIAN"}})
         units.push_back(Add("IFCSIUNIT(*,.{}.,$,.{}.)", quantity, unit));
     const std::size_t assignment = Add("IFCUNITASSIGNMENT({})", ListOf(units));
-    const std::size_t project =
-        Add("IFCPROJECT('{}',$,'Planes',$,$,$,$,(#{}),#{})", NextGuid(), context_, assignment);
-    const std::size_t sitePlacement = AddPlacement(0, origin_);
+    project_ =
+        Add("IFCPROJECT('{}',$,'Planes',$,$,$,$,(#{}),#{})", Guid("project"), context_, assignment);
+    if (origin_.x != 0 || origin_.y != 0 || origin_.z != 0) PrintMapConversion();
+}
+
+void IfcModel::PrintMapConversion() {
+    const std::size_t system =
+        Add("IFCPROJECTEDCRS('Scan','The coordinate system of the scan',$,$,$,$,$)");
+    Add("IFCMAPCONVERSION(#{},#{},{:.1f},{:.1f},{:.1f},1.,0.,1.)", context_, system, origin_.x,
+        origin_.y, origin_.z);
+}
+
+void IfcModel::PrintPlaces() {
+    const std::size_t sitePlacement = AddPlacement(0);
     const std::size_t site =
-        Add("IFCSITE('{}',$,'Site',$,$,#{},$,$,.ELEMENT.,$,$,$,$,$)", NextGuid(), sitePlacement);
-    placement_ = AddPlacement(sitePlacement, {});
-    building_ =
-        Add("IFCBUILDING('{}',$,'Scan',$,$,#{},$,$,.ELEMENT.,$,$,$)", NextGuid(), placement_);
-    Add("IFCRELAGGREGATES('{}',$,$,$,#{},(#{}))", NextGuid(), project, site);
-    Add("IFCRELAGGREGATES('{}',$,$,$,#{},(#{}))", NextGuid(), site, building_);
+        Add("IFCSITE('{}',$,'Site',$,$,#{},$,$,.ELEMENT.,$,$,$,$,$)", Guid("site"), sitePlacement);
+    const std::size_t buildingPlacement = AddPlacement(sitePlacement);
+    const std::size_t building = Add("IFCBUILDING('{}',$,'Scan',$,$,#{},$,$,.ELEMENT.,$,$,$)",
+                                     Guid("building"), buildingPlacement);
+    placement_ = AddPlacement(buildingPlacement);
+    storey_ = Add("IFCBUILDINGSTOREY('{}',$,'All planes',$,$,#{},$,$,.ELEMENT.,0.)", Guid("storey"),
+                  placement_);
+    for (const auto& [role, whole, part] :
+         {std::tuple{"in project", project_, site}, std::tuple{"in site", site, building},
+          std::tuple{"in building", building, storey_}})
+        Add("IFCRELAGGREGATES('{}',$,$,$,#{},(#{}))", Guid(role), whole, part);
 }
 
 std::size_t IfcModel::PrintLoop(const WorldPlane::Ring& ring) {
@@ -138,25 +172,33 @@ void IfcModel::PrintProperties(const WorldPlane& plane, std::size_t element) {
          {std::tuple{"Tolerance", "IFCPOSITIVELENGTHMEASURE", tolerance_},
           std::tuple{"Rms", "IFCLENGTHMEASURE", plane.rms},
           std::tuple{"Area", "IFCAREAMEASURE", plane.area}})
-        properties.push_back(Add("IFCPROPERTYSINGLEVALUE('{}',$,{}({:.6f}),$)", name, type, value));
+        properties.push_back(Add("IFCPROPERTYSINGLEVALUE('{}',$,{}({:.9E}),$)", name, type, value));
     properties.push_back(Add("IFCPROPERTYSINGLEVALUE('Points',$,IFCINTEGER({}),$)", plane.points));
-    const std::size_t set =
-        Add("IFCPROPERTYSET('{}',$,'Orvix_Plane',$,{})", NextGuid(), ListOf(properties));
-    Add("IFCRELDEFINESBYPROPERTIES('{}',$,$,$,(#{}),#{})", NextGuid(), element, set);
+    const std::size_t set = Add("IFCPROPERTYSET('{}',$,'Orvix_Plane',$,{})",
+                                GlobalIdOf("properties", {plane}), ListOf(properties));
+    const Entity& entity = EntityOf(plane.kind);
+    const std::size_t area = Add("IFCQUANTITYAREA('{}',$,$,{:.9E},$)", entity.area, plane.area);
+    const std::size_t quantities = Add("IFCELEMENTQUANTITY('{}',$,'{}',$,$,(#{}))",
+                                       GlobalIdOf("quantities", {plane}), entity.quantities, area);
+    for (const auto& [role, definition] :
+         {std::pair{"has properties", set}, std::pair{"has quantities", quantities}})
+        Add("IFCRELDEFINESBYPROPERTIES('{}',$,$,$,(#{}),#{})", GlobalIdOf(role, {plane}), element,
+            definition);
 }
 
+// A face set a region: the faces of a set hang together.
 std::size_t IfcModel::PrintPlane(const WorldPlane& plane) {
-    std::vector<std::size_t> faces;
-    for (const WorldPlane::Region& region : plane.regions) faces.push_back(PrintFace(region));
-    const std::size_t set = Add("IFCCONNECTEDFACESET({})", ListOf(faces));
-    const std::size_t surface = Add("IFCFACEBASEDSURFACEMODEL((#{}))", set);
+    std::vector<std::size_t> sets;
+    for (const WorldPlane::Region& region : plane.regions)
+        sets.push_back(Add("IFCCONNECTEDFACESET((#{}))", PrintFace(region)));
+    const std::size_t surface = Add("IFCFACEBASEDSURFACEMODEL({})", ListOf(sets));
     const std::size_t shape =
-        Add("IFCSHAPEREPRESENTATION(#{},'Body','SurfaceModel',(#{}))", context_, surface);
+        Add("IFCSHAPEREPRESENTATION(#{},'Body','SurfaceModel',(#{}))", body_, surface);
     const std::size_t product = Add("IFCPRODUCTDEFINITIONSHAPE($,$,(#{}))", shape);
-    const auto& [entity, type] = EntityOf(plane.kind);
-    const std::size_t element =
-        Add("{}('{}',$,'Plane {}',$,'{}',#{},#{},'{}',.{}.)", entity, NextGuid(), plane.number,
-            plane.kind, AddPlacement(placement_, {}), product, plane.number, type);
+    const Entity& entity = EntityOf(plane.kind);
+    const std::size_t element = Add("{}('{}',$,'Plane {}',$,'{}',#{},#{},'{}',.{}.)", entity.name,
+                                    GlobalIdOf("element", {plane}), plane.number, plane.kind,
+                                    AddPlacement(placement_), product, plane.number, entity.type);
     PrintProperties(plane, element);
     return element;
 }
@@ -164,7 +206,7 @@ std::size_t IfcModel::PrintPlane(const WorldPlane& plane) {
 }  // namespace
 
 void PrintIfc(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance) {
-    IfcModel(file, tolerance).Print(planes);
+    IfcModel(file, planes, tolerance).Print();
 }
 
 }  // namespace orvix::cli

@@ -15,12 +15,12 @@ bool IsOutlineName(const CString& path);
 /// Writes the planes' outlines and holes, world coordinates, by the name's ending:
 ///
 /// - .dxf: a closed 3D polyline a ring, on the layer ORVIX_FLOOR, ORVIX_WALL and so on (R12);
-/// - .geojson: a feature a plane, a MultiPolygon with heights; coordinates are the world's of the
-///   scan, whatever system that is;
+/// - .geojson: a feature a plane, a MultiPolygon with heights, outer rings counter-clockwise on the
+///   map; coordinates are the world's of the scan, whatever system that is;
 /// - .ifc: IFC4, an IfcSlab (floor, roof), IfcCovering (ceiling), IfcWall or
 ///   IfcBuildingElementProxy a plane, as a surface, with a property set Orvix_Plane that holds the
-///   tolerance, the rms, the area and the points. The site stands near the planes, so that
-///   coordinates stay small. Identifiers and dates follow from the planes, not from the clock.
+///   tolerance, the rms, the area and the points. The model's zero lies near the planes, and a map
+///   conversion tells where. Identifiers and dates follow from the planes, not from the clock.
 ///
 /// `tolerance` is the largest distance of a point from its plane, metres.
 ///

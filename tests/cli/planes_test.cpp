@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
@@ -156,7 +158,8 @@ TEST_F(PlanesVerb, WritesOutlinesAsClosedPolylinesOnLayers) {
     };
     EXPECT_EQ(count("\nPOLYLINE\n"), rings);
     EXPECT_EQ(count("\nVERTEX\n"), corners);
-    EXPECT_GT(count("\nORVIX_WALL\n"), 0U);
+    EXPECT_EQ(count("LAYER\n2\nORVIX_WALL\n"), 1U);
+    EXPECT_EQ(count("LAYER\n2\nORVIX_FLOOR\n"), 1U);
     EXPECT_TRUE(text.ends_with("0\nEOF\n"));
 }
 
@@ -167,6 +170,18 @@ TEST_F(PlanesVerb, WritesOutlinesAsFeaturesWhoseRingsClose) {
     for (const Json& feature : features)
         for (const Json& polygon : feature["geometry"]["coordinates"])
             for (const Json& ring : polygon) EXPECT_EQ(ring.front(), ring.back());
+    // On the map outer rings run counter-clockwise.
+    for (const Json& feature : features) {
+        const Json& ring = feature["geometry"]["coordinates"][0][0];
+        double twice = 0;
+        for (std::size_t i = 1; i < ring.size(); ++i) {
+            const auto at = [&](std::size_t k, int axis) {
+                return ring[k][axis].get<double>() - ring[0][axis].get<double>();
+            };
+            twice += at(i - 1, 0) * at(i, 1) - at(i, 0) * at(i - 1, 1);
+        }
+        EXPECT_GE(twice, 0);
+    }
     EXPECT_EQ(features[0]["properties"]["equation"], found["planes"][0]["equation"]);
 }
 
@@ -190,6 +205,68 @@ TEST_F(PlanesVerb, WritesAModelWhoseReferencesAllLeadBack) {
     }
     EXPECT_EQ(walls, 4U);
     EXPECT_GT(identifiers.size(), found["planes"].size());
+}
+
+// The lines of a model that begin an entity of this name, without their numbers.
+std::vector<std::string> EntitiesOf(const std::string& model, const std::string& name) {
+    std::vector<std::string> found;
+    std::istringstream text(model);
+    for (std::string line; std::getline(text, line);)
+        if (const auto at = line.find("=" + name + "("); at != std::string::npos)
+            found.push_back(line.substr(at + name.size() + 2));
+    return found;
+}
+
+TEST_F(PlanesVerb, WritesAModelWhoseZeroIsNearItAndIsToldByTheMapConversion) {
+    const Json found = Planes({"--outlines", File(L"near.ifc")});
+    const std::string text = TextOf(L"near.ifc");
+    const auto conversions = EntitiesOf(text, "IFCMAPCONVERSION");
+    ASSERT_EQ(conversions.size(), 1U);
+    std::vector<double> zero;
+    std::istringstream fields(conversions[0]);
+    for (std::string field; std::getline(fields, field, ',');)
+        if (field[0] != '#') zero.push_back(std::stod(field));
+    std::vector<std::array<double, 3>> corners;
+    for (const std::string& point : EntitiesOf(text, "IFCCARTESIANPOINT")) {
+        auto& p = corners.emplace_back();
+        ASSERT_EQ(std::sscanf(point.c_str(), "(%lf,%lf,%lf)", &p[0], &p[1], &p[2]), 3);
+        for (const double value : p) EXPECT_LT(std::abs(value), 200);
+    }
+    // The first point is the axes' zero; then come the planes' corners, in turn.
+    std::size_t at = 1;
+    const auto expectRing = [&](const Json& ring) {
+        for (const Json& corner : ring) {
+            ASSERT_LT(at, corners.size());
+            for (std::size_t i = 0; i < 3; ++i)
+                EXPECT_NEAR(corners[at][i] + zero[i], corner[i].get<double>(), 1e-6);
+            ++at;
+        }
+    };
+    for (const Json& plane : found["planes"])
+        for (const Json& region : plane["regions"]) {
+            expectRing(region["outer"]);
+            for (const Json& hole : region["holes"]) expectRing(hole);
+        }
+    EXPECT_EQ(at, corners.size());
+}
+
+TEST_F(PlanesVerb, NamesAPlaneInAModelTheSameWhateverStandsBesideIt) {
+    const auto wallsOf = [](const std::string& leastArea, std::wstring_view name) {
+        Planes({"--min-area", leastArea, "--outlines", File(name)});
+        std::set<std::string> identifiers;
+        for (const std::string& wall : EntitiesOf(TextOf(name), "IFCWALL"))
+            identifiers.insert(wall.substr(0, 24));
+        return identifiers;
+    };
+    const auto all = wallsOf("1", L"all.ifc"), large = wallsOf("20", L"large.ifc");
+    EXPECT_EQ(all.size(), 4U);
+    EXPECT_EQ(large.size(), 2U);
+    EXPECT_TRUE(std::includes(all.begin(), all.end(), large.begin(), large.end()));
+    EXPECT_NE(EntitiesOf(TextOf(L"all.ifc"), "IFCPROJECT"),
+              EntitiesOf(TextOf(L"large.ifc"), "IFCPROJECT"));
+    const std::string before = TextOf(L"all.ifc");
+    wallsOf("1", L"all.ifc");
+    EXPECT_EQ(TextOf(L"all.ifc"), before);
 }
 
 TEST_F(PlanesVerb, DrawsAPicture) {
