@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """How do seconds grow with points, and how do rivals compare from thin to dense scans?
 
-    bench/planes/series.py build/release out/planes     # measures, an hour alone on 2 cores
+    bench/planes/series.py build/release out/planes     # measures, half an hour alone on 2 cores
     bench/planes/series.py --draw out/planes            # tables and plot again, from the rows
 
 Two series of bench_find_planes go, row by row, to OUT/rows.jsonl: larger and larger buildings of one
@@ -173,7 +173,7 @@ def main():
     parser.add_argument("--up-to", type=float, default=math.inf, metavar="POINTS", help="about")
     parser.add_argument("--peers", type=lambda text: text.split(","), default=PEERS, metavar="NAMES")
     parser.add_argument("--peers-up-to", type=float, default=15e6, metavar="POINTS")
-    parser.add_argument("--patience", type=float, default=200, metavar="SECONDS")
+    parser.add_argument("--patience", type=float, default=100, metavar="SECONDS")
     options = parser.parse_args()
     store = options.out / "rows.jsonl"
     rows = []
