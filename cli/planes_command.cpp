@@ -11,6 +11,7 @@
 #include "cli/outlines/outline_writer.h"
 #include "cli/output_file.h"
 #include "cli/picture/png_writer.h"
+#include "cli/place_reason.h"
 #include "cli/planes_mesh.h"
 #include "cli/planes_points.h"
 #include "cli/planes_report.h"
@@ -99,13 +100,16 @@ Json NumberOrNull(std::int32_t plane) {
 }
 
 Json JsonOf(const detection::PlaceReport& place) {
+    const double turn = TurnInDegrees(place);
     Json json;
     json["plane"] = NumberOrNull(place.plane);
+    json["verdict"] = WordOf(VerdictOf(place));
     json["cell_points"] = place.points;
     json["cell_normal"] = JsonOf(place.cellNormal);
     json["cell_rms"] = place.cellRms;
     json["nearest"] = NumberOrNull(place.nearest);
     json["nearest_distance"] = place.nearestDistance;
+    json["nearest_turn"] = turn < 0 ? Json() : Json(turn);
     return json;
 }
 
@@ -122,7 +126,10 @@ Json JsonOf(const PlanesFinding& finding, const Arguments& arguments) {
     json["cells"] = search.Cells();
     json["planes"] = Json::array();
     for (const WorldPlane& plane : finding.planes) json["planes"].push_back(JsonOf(plane));
-    if (finding.place) json["explain"] = JsonOf(*finding.place);
+    if (finding.place) {
+        json["explain"] = JsonOf(*finding.place);
+        json["explain"]["why"] = SentencesOf(*finding.place, search.Settings(), finding.planes);
+    }
     json["points_file"] = NameOrNull(arguments.points);
     json["mesh"] = NameOrNull(arguments.mesh);
     json["outlines"] = NameOrNull(arguments.outlines);
@@ -130,22 +137,6 @@ Json JsonOf(const PlanesFinding& finding, const Arguments& arguments) {
     json["applied"] = arguments.apply;
     json["seconds"] = finding.seconds;
     return json;
-}
-
-// Why the place is in a plane or in none, in one sentence or two.
-std::string SentenceOf(const PlanesFinding& finding) {
-    const detection::PlaceReport& place = *finding.place;
-    const auto& settings = finding.search->Settings();
-    if (!place.occupied && place.nearest < 0)
-        return "there is no point in its cell, and no plane beside it\n";
-    std::string text = fmt::format("its cell holds {} points", CountText(place.points));
-    const bool flat = place.cellNormal.x != 0 || place.cellNormal.y != 0 || place.cellNormal.z != 0;
-    text += flat ? fmt::format(", flat within {:.1f} mm", place.cellRms * 1000)
-                 : std::string(", and its surroundings are not flat");
-    if (place.nearest < 0) return text + "; no plane passes it or a cell beside it\n";
-    text += fmt::format("; plane {} is {:.1f} mm away, of {:.1f} mm allowed", place.nearest + 1,
-                        std::abs(place.nearestDistance) * 1000, settings.distance * 1000);
-    return text + (place.plane < 0 ? ": on no plane\n" : ": on the plane\n");
 }
 
 std::string TextOf(const PlanesFinding& finding, const Arguments& arguments) {
@@ -181,7 +172,9 @@ std::string TextOf(const PlanesFinding& finding, const Arguments& arguments) {
     if (finding.planes.size() > kListed)
         text += fmt::format("          and {} more; --json lists them all\n",
                             CountText(finding.planes.size() - kListed));
-    if (finding.place) text += fmt::format("{}: {}", arguments.explain, SentenceOf(finding));
+    if (finding.place)
+        text += fmt::format("{}:\n{}", arguments.explain,
+                            SentencesOf(*finding.place, s, finding.planes));
     for (const auto& [what, name] :
          {std::pair{"points", &arguments.points}, std::pair{"mesh", &arguments.mesh},
           std::pair{"outlines", &arguments.outlines}, std::pair{"picture", &arguments.picture}})

@@ -52,9 +52,14 @@ TEST_F(PlanesVerb, FindsTheFloorAndTheFourWallsInTheWorld) {
 TEST_F(PlanesVerb, ExplainsAPlaceOnAPlaneAndOneOffIt) {
     const Json on = Planes({"--explain", "700004,6000003,100"})["explain"];
     EXPECT_FALSE(on["plane"].is_null());
+    EXPECT_EQ(on["verdict"], "on-plane");
+    EXPECT_LT(on["nearest_turn"], 20);
     const Json off = Planes({"--explain", "700004,6000003,101.5"})["explain"];
     EXPECT_TRUE(off["plane"].is_null());
     EXPECT_EQ(off["cell_points"], 0);
+    EXPECT_EQ(off["verdict"], "empty");
+    EXPECT_TRUE(off["nearest_turn"].is_null());
+    EXPECT_NE(off["why"].get<std::string>().find("holds no point"), std::string::npos);
 }
 
 TEST_F(PlanesVerb, WritesPlaneNumbersIntoThePairsAndNothingElse) {
