@@ -2,6 +2,8 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "cli/amounts.h"
 #include "cli/project_gate.h"
@@ -38,12 +40,28 @@ Json JsonOf(const ProjectSummary& summary) {
     json["cells"]["10"] = nullptr;
     if (HasFineLevel(summary)) json["cells"]["10"] = summary.cells10;
     json["stations"] = summary.stations;
+    json["station_names"] = Json::array();
+    for (const std::string& name : summary.stationNames)
+        json["station_names"].push_back(name.empty() ? Json() : Json(name));
     json["bytes"] = summary.bytes;
     return json;
 }
 
 std::string TextOf(const SimplePointT<double>& p) {
     return fmt::format("{:.3f}, {:.3f}, {:.3f}", p.x, p.y, p.z);
+}
+
+// ": north, south", of the first ones that have a name.
+std::string NamesOf(const std::vector<std::string>& names) {
+    constexpr std::size_t kListed = 20;
+    std::string text;
+    std::size_t listed = 0;
+    for (const std::string& name : names) {
+        if (name.empty()) continue;
+        if (listed == kListed) return text + ", ...";
+        text += (listed++ == 0 ? ": " : ", ") + name;
+    }
+    return text;
 }
 
 std::string TextOf(const ProjectSummary& summary) {
@@ -58,7 +76,8 @@ std::string TextOf(const ProjectSummary& summary) {
     text += fmt::format("cells     {} of 1000 cm, {} of 100 cm, {} of 10 cm\n",
                         CountText(summary.cells1000), CountText(summary.cells100),
                         HasFineLevel(summary) ? CountText(summary.cells10) : "none");
-    text += fmt::format("stations  {}\nsize      {}\n", summary.stations, BytesText(summary.bytes));
+    text += fmt::format("stations  {}{}\nsize      {}\n", summary.stations,
+                        NamesOf(summary.stationNames), BytesText(summary.bytes));
     return text;
 }
 

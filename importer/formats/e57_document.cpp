@@ -84,10 +84,22 @@ private:
     std::string fault_;
 };
 
+// As much of a UTF-8 text as a name holds, and no half letter at its end.
+std::string_view ShortName(std::string_view text) {
+    if (text.size() <= kNameBytes) return text;
+    std::size_t end = kNameBytes;
+    const auto continues = [&](std::size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+    };
+    for (int i = 0; i < 3 && continues(end); ++i) --end;
+    // Four continuations in a row are in no letter: such a text is no UTF-8, and is cut as bytes.
+    return text.substr(0, continues(end) ? kNameBytes : end);
+}
+
 std::string TextOf(const XmlElement& parent, std::string_view child) {
     const XmlElement* element = parent.Child(child);
     if (element == nullptr) return {};
-    return std::string(Trimmed(element->text)).substr(0, kNameBytes);
+    return std::string(ShortName(Trimmed(element->text)));
 }
 
 E57Field ReadField(const XmlElement& element, Reading& reading) {

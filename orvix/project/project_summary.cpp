@@ -3,11 +3,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <system_error>
 
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
+#include "orvix/project/station_files.h"
 
 namespace orvix {
 namespace {
@@ -49,6 +51,17 @@ std::uint64_t Records(const CString& path, std::uint64_t recordBytes, CString& m
     return bytes / recordBytes;
 }
 
+// A station file that is not right tells no name; `CheckProject` tells why.
+std::vector<std::string> StationNames(const ProjectManager& paths, std::uint32_t stations) {
+    constexpr std::uint32_t kMostNames = 65'536;
+    std::vector<StationFault> ignored;
+    std::vector<std::string> names;
+    for (std::uint32_t i = 0; i < std::min(stations, kMostNames); ++i)
+        names.push_back(
+            ReadStationFiles(paths, static_cast<int>(i), ignored).name.value_or(std::string()));
+    return names;
+}
+
 }  // namespace
 
 Expected<ProjectSummary> SummariseProject(const CString& projectFile) {
@@ -78,6 +91,7 @@ Expected<ProjectSummary> SummariseProject(const CString& projectFile) {
     summary.frame = *frame;
     summary.bounds = frame->ToWorld(head.bounds);
     summary.stations = head.stationCount;
+    summary.stationNames = StationNames(paths, head.stationCount);
     summary.bytes = ProjectBytes(paths);
     return summary;
 }

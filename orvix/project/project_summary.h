@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
@@ -21,7 +23,8 @@ struct ProjectSummary {
     std::uint64_t cells100 = 0;
     std::uint64_t cells10 = 0;  ///< 0 for a project without its 10 cm level
     std::uint32_t stations = 0;
-    std::uint64_t bytes = 0;  ///< of all files of the project, whoever wrote them
+    std::vector<std::string> stationNames;  ///< UTF-8, of the first 65,536; empty: without a name
+    std::uint64_t bytes = 0;                ///< of all files of the project, whoever wrote them
 };
 
 /// Reads a project's summary. It believes what the files say of themselves: `CheckProject` tells
@@ -33,7 +36,8 @@ struct ProjectSummary {
 /// Units    counts come from file sizes, bounds from the head file.
 /// Errors   BadInput when there is no such project, Damaged when its head, point or index files
 ///          cannot be read.
-/// Cost     opens two small files and queries sizes; no point is read. Nothing is changed.
+/// Cost     opens two small files and those of the stations, and queries sizes; no point is read.
+///          Nothing is changed.
 Expected<ProjectSummary> SummariseProject(const CString& projectFile);
 
 }  // namespace orvix

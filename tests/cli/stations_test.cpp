@@ -50,6 +50,7 @@ TEST_F(Stations, AreListedWithTheirPoses) {
     EXPECT_NEAR(stations[2]["orientation"]["angle"].get<double>(), std::acos(0.0), 1e-15);
     EXPECT_EQ(stations[2]["orientation"]["axis"], Json({0.0, 0.0, 1.0}));
     EXPECT_EQ(OrvixJson({"info", project})["stations"], 3);
+    EXPECT_EQ(OrvixJson({"info", project})["station_names"], Json({"north", nullptr, "south"}));
     EXPECT_EQ(OrvixJson({"check", project})["ok"], true);
     // The second scan, turned to the left, lies along y from where its scanner stood.
     const Json bounds = OrvixJson({"info", project})["bounds"];

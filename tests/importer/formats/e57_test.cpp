@@ -121,6 +121,23 @@ TEST(E57, ReadsEveryScanWithItsNameAndPose) {
     EXPECT_EQ(read.info.scans[2].name, "empty");
 }
 
+TEST(E57, CutsALongNameAtAWholeLetter) {
+    for (const std::string letter : {"e", "\u00E9", "\u20AC", "\U0001F3E0"}) {
+        for (std::size_t before = 4092; before <= 4096; ++before) {
+            std::string name(before, 'n');
+            const std::size_t whole = (4096 - before) / letter.size();
+            for (std::size_t i = 0; i < 8; ++i) name += letter;
+            const WholeScan read = ReadAll(MakeE57({{.name = name, .columns = Line(1)}}));
+            ASSERT_EQ(read.error, "");
+            EXPECT_EQ(read.info.scans[0].name, name.substr(0, before + whole * letter.size()));
+        }
+    }
+    const std::string noLetters(5000, '\xBF');
+    const WholeScan read = ReadAll(MakeE57({{.name = noLetters, .columns = Line(1)}}));
+    ASSERT_EQ(read.error, "");
+    EXPECT_EQ(read.info.scans[0].name.size(), 4096U);
+}
+
 TEST(E57, TurnsRangeAzimuthAndElevationIntoPositions) {
     const WholeScan read = ReadAll(MakeE57(
         {{.name = "s",
