@@ -22,6 +22,7 @@ using Normals = pcl::PointCloud<pcl::Normal>;
 using Tree = pcl::search::KdTree<Point>;
 
 constexpr int kNeighbours = 12;
+constexpr float kFlat = 0.03F;  // share of the spread along the normal: 1/3 is a ball's
 constexpr int kIterations = 300;
 constexpr double kSampleRadius = 1;  // metres: three points of a sample are likely of one plane
 
@@ -116,7 +117,8 @@ PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
             static_cast<float>(settings.angleDegrees * std::numbers::pi / 180));
         growing.setResidualTestFlag(true);
         growing.setResidualThreshold(static_cast<float>(settings.distance));
-        growing.setCurvatureTestFlag(false);
+        growing.setCurvatureTestFlag(true);
+        growing.setCurvatureThreshold(kFlat);
         std::vector<pcl::PointIndices> found;
         growing.extract(found);
         for (std::size_t i = 0; i < found.size(); ++i)

@@ -6,7 +6,8 @@
 namespace orvix::bench {
 
 /// PCL's region growing as planes ask for it: normals of 12 neighbours on every core, a region's
-/// normals held against its seed's, a point a seed of more while it lies within the distance.
+/// normals held against its seed's, a point a seed of more while it lies within the distance and
+/// its surroundings are flat. Without the latter regions flow along stairs from storey to storey.
 PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
                             const PeerSettings& settings);
 

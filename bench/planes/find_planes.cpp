@@ -87,7 +87,8 @@ void AddOptions(CLI::App& app, Arguments& a) {
 struct Measured {
     std::unique_ptr<PlaneSearch> search;
     double seconds = 0;
-    std::uint64_t leastPoints = 0;
+    std::uint64_t leastPoints = 0;  ///< of a plane of the least area
+    std::uint64_t knownPoints = 0;  ///< that a true plane has at least, to count: rooms differ
 };
 
 void Print(const Arguments& a, std::string_view name, std::string_view who, const Measured& ours,
@@ -174,8 +175,9 @@ Measured Search(const Arguments& a, CProjectCore& core) {
     }
     ours.seconds = bench::Median(times);
     const auto& used = ours.search->Settings();
-    ours.leastPoints = static_cast<std::uint64_t>(
-        std::max(used.leastPoints, used.leastArea / (used.spacing * used.spacing) / 4));
+    const double inLeastArea = used.leastArea / (used.spacing * used.spacing);
+    ours.leastPoints = static_cast<std::uint64_t>(std::max(used.leastPoints, inLeastArea));
+    ours.knownPoints = static_cast<std::uint64_t>(std::max(used.leastPoints, inLeastArea / 4));
     fmt::print(
         stderr,
         "cells {:g} m, {} cells, spacing {:.4f}, noise {:.4f}, distance {:.4f}, least {} points\n",
@@ -207,7 +209,7 @@ void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, cons
         for (std::size_t i = 0; i < points.size(); ++i)
             tally.Add(points[i], labels[i], result.labels[i]);
         const double seconds = result.normalSeconds + result.seconds;
-        Print(a, peer.name, peer.who, ours, seconds, tally.Score(ours.leastPoints));
+        Print(a, peer.name, peer.who, ours, seconds, tally.Score(ours.knownPoints));
         if (!a.json)
             fmt::print("{:<22} {:.1f} times as long ({:.1f} without normals)\n", "",
                        seconds / ours.seconds, result.seconds / ours.seconds);
@@ -230,7 +232,7 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     PlaneTally tally(truth.planes);
     ForEachPoint(core, *ours.search, truth,
                  [&](const auto& p, std::int32_t t, std::int32_t f) { tally.Add(p, t, f); });
-    const PlaneScore score = tally.Score(ours.leastPoints);
+    const PlaneScore score = tally.Score(ours.knownPoints);
     Print(a, "orvix", "orvix planes", ours, ours.seconds, score);
     if (a.list) List(truth.planes, score);
     if (!a.noPeers) RunPeers(a, core, ours, truth);
