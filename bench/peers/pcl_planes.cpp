@@ -22,7 +22,7 @@ using Normals = pcl::PointCloud<pcl::Normal>;
 using Tree = pcl::search::KdTree<Point>;
 
 constexpr int kNeighbours = 12;
-constexpr float kFlat = 0.03F;  // share of the spread along the normal: 1/3 is a ball's
+constexpr float kFlat = 0.06F;  // share of the spread along the normal: 1/3 is a ball's
 constexpr int kIterations = 300;
 constexpr double kSampleRadius = 1;  // metres: three points of a sample are likely of one plane
 
