@@ -266,9 +266,12 @@ Expected<Outcome> RunPlanes(Arguments arguments) {
     finding.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     finding.planes = WorldPlanesOf(*finding.search, *frame);
-    if (const auto place = ParsePosition(arguments.explain))
-        finding.place =
+    if (const auto place = ParsePosition(arguments.explain)) {
+        const auto report =
             finding.search->Explain(frame->ToLocal(Vector{(*place)[0], (*place)[1], (*place)[2]}));
+        if (!report) return tl::unexpected<Error>(report.error());
+        finding.place = *report;
+    }
     if (auto written = WriteFiles(arguments, **project, finding, *frame); !written)
         return tl::unexpected<Error>(written.error());
     return Outcome{JsonOf(finding, arguments), TextOf(finding, arguments)};

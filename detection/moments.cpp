@@ -22,7 +22,8 @@ double LeastRoot(double b, double c) {
         if (!(slope > 0) || !(value < 0)) break;
         const double step = -value / slope;
         root += step;
-        if (step < 1e-16) break;
+        // The next step would be about its square over the slope.
+        if (step < 1e-8 * slope) break;
     }
     return root;
 }
@@ -69,8 +70,9 @@ Spread SpreadOf(const Symmetric& covariance) {
     Spread spread;
     const double trace = covariance[0] + covariance[3] + covariance[5];
     if (!(trace > 0)) return spread;
+    const double share = 1 / trace;
     Symmetric m;
-    for (std::size_t i = 0; i < 6; ++i) m[i] = covariance[i] / trace;
+    for (std::size_t i = 0; i < 6; ++i) m[i] = covariance[i] * share;
     const double minorZ = m[0] * m[3] - m[1] * m[1];
     const double minorY = m[0] * m[5] - m[2] * m[2];
     const double minorX = m[3] * m[5] - m[4] * m[4];

@@ -9,63 +9,67 @@ namespace {
 
 constexpr double kLevel = 0.98480775301220805937;    // cosine of 10 degrees
 constexpr double kUpright = 0.17364817766693034885;  // its sine
-constexpr double kMostShare = 0.3;       // of a roof's cells that lie over, or under, something
-constexpr std::int32_t kLeastReach = 6;  // cells up or down that are looked at
-constexpr double kReach = 8;             // metres, likewise
-constexpr std::size_t kMostCells = 200;  // that are asked what stands on them
+constexpr double kMostShare = 0.3;                   // of a roof's cells that lie under something
+constexpr double kCovering = 0.6;   // of a ceiling's cells, or a table's, that lie over something
+constexpr double kReach = 8;        // metres up or down that are looked at
+constexpr double kLeastReach = 6;   // cells, likewise
+constexpr double kFurniture = 1.5;  // metres: what is no higher is no ceiling
 
 }  // namespace
 
-PlaneJudge::PlaneJudge(const CellGrid& grid, const std::vector<CellShape>& shapes,
-                       const std::vector<Vector>& stations)
-    : grid_(grid), shapes_(shapes), stations_(stations) {
-    for (std::uint32_t i = 0; i < grid.Size(); ++i) middle_ = middle_ + grid.MeanOf(i);
-    if (grid.Size() > 0) middle_ = middle_ * (1.0 / grid.Size());
-}
-
-std::int32_t PlaneJudge::Reach() const {
-    return std::max(kLeastReach, static_cast<std::int32_t>(kReach / grid_.Frame().Size()));
+PlaneJudge::PlaneJudge(const CellMap& map, const std::vector<Vector>& stations)
+    : map_(map), stations_(stations), reach_(std::max(kReach, kLeastReach * map.Frame().Size())) {
+    for (std::size_t tile = 0; tile < map.Tiles(); ++tile) {
+        std::array<std::int64_t, 3> sum{};
+        for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell)
+            for (std::size_t axis = 0; axis < 3; ++axis) sum[axis] += map.PlaceOf(tile, cell)[axis];
+        middle_ = middle_ + Vector{static_cast<double>(sum[0]), static_cast<double>(sum[1]),
+                                   static_cast<double>(sum[2])};
+    }
+    if (map.Cells() > 0)
+        middle_ = middle_ * (map.Frame().Size() / static_cast<double>(map.Cells()));
 }
 
 // Walls and clutter begin where a floor ends and rise; below a ceiling they hang. What is level
 // itself, such as the ceiling of the storey below, has no say.
-bool PlaneJudge::HangsFromIt(std::span<const std::uint32_t> cells) const {
-    const std::size_t stride = 1 + cells.size() / kMostCells;
+bool PlaneJudge::HangsFromIt(std::span<const CellPlace> cells) const {
     std::uint64_t above = 0, below = 0;
-    const auto standing = [&](const CellPlace& place) {
-        const std::uint32_t cell = grid_.CellAt(place);
-        if (cell == kNoCell) return false;
-        const CellShape& shape = shapes_[cell];
-        return !shape.HasNormal() || std::abs(shape.normal[2]) < 0.5F;
+    const auto standing = [&](const CellPlace& at, std::int32_t low) {
+        std::uint64_t count = 0;
+        map_.ForColumn(at[0], at[1], at[2] + low, at[2] + low + 2, [&](CellNote note) {
+            count += note.Stands() ? 1 : 0;
+            return true;
+        });
+        return count;
     };
-    for (std::size_t i = 0; i < cells.size(); i += stride) {
-        const CellPlace& at = grid_[cells[i]].place;
-        for (const std::int32_t step : {2, 3, 4}) {
-            for (std::int32_t x = -1; x <= 1; ++x) {
-                for (std::int32_t y = -1; y <= 1; ++y) {
-                    above += standing({at[0] + x, at[1] + y, at[2] + step}) ? 1 : 0;
-                    below += standing({at[0] + x, at[1] + y, at[2] - step}) ? 1 : 0;
-                }
+    for (const CellPlace& at : cells) {
+        for (std::int32_t x = -1; x <= 1; ++x) {
+            for (std::int32_t y = -1; y <= 1; ++y) {
+                above += standing({at[0] + x, at[1] + y, at[2]}, 2);
+                below += standing({at[0] + x, at[1] + y, at[2]}, -4);
             }
         }
     }
     return below > above;
 }
 
-// The share of cells that have others straight above (`way` 1) or below (-1), not too far.
-double PlaneJudge::ShareInSight(std::span<const std::uint32_t> cells, std::int32_t way) const {
-    const std::size_t stride = 1 + cells.size() / kMostCells;
-    double asked = 0, met = 0;
-    for (std::size_t i = 0; i < cells.size(); i += stride) {
-        const CellPlace& at = grid_[cells[i]].place;
-        asked += 1;
-        for (std::int32_t step = 3; step <= Reach(); ++step) {
-            if (grid_.CellAt({at[0], at[1], at[2] + way * step}) == kNoCell) continue;
-            met += 1;
-            break;
-        }
+// The share of cells that have others straight above (`way` 1) or below (-1), from three cells up
+// to so many metres away.
+double PlaneJudge::ShareInSight(std::span<const CellPlace> cells, std::int32_t way,
+                                double metres) const {
+    const auto reach = static_cast<std::int32_t>(metres / map_.Frame().Size());
+    if (reach < 3) return 0;
+    std::size_t met = 0;
+    for (const CellPlace& at : cells) {
+        const std::int32_t near = at[2] + 3 * way, far = at[2] + reach * way;
+        bool meets = false;
+        map_.ForColumn(at[0], at[1], std::min(near, far), std::max(near, far), [&](CellNote) {
+            meets = true;
+            return false;
+        });
+        met += meets ? 1 : 0;
     }
-    return asked > 0 ? met / asked : 0;
+    return cells.empty() ? 0 : static_cast<double>(met) / static_cast<double>(cells.size());
 }
 
 // Whether the normal points to most of the stations, the near ones counting more.
@@ -79,21 +83,34 @@ bool PlaneJudge::Faces(const FoundPlane& plane) const {
     return votes >= 0;
 }
 
-void PlaneJudge::Judge(std::span<const std::uint32_t> cells, FoundPlane& plane) const {
+// A level plane that scanners see from below is a ceiling. Where no scanner is known, one that
+// things hang from is, if it covers most of what lies below; covering it closely, it is the top of
+// a table or a cupboard.
+PlaneKind PlaneJudge::KindOfLevel(std::span<const CellPlace> cells, bool seenFromBelow) const {
+    if (seenFromBelow) return PlaneKind::Ceiling;
+    if (!HangsFromIt(cells)) return PlaneKind::Floor;
+    const bool open = ShareInSight(cells, 1, reach_) <= kMostShare;
+    if (!stations_.empty()) return open ? PlaneKind::Roof : PlaneKind::Floor;
+    if (ShareInSight(cells, -1, reach_) <= kCovering) return PlaneKind::Roof;
+    return ShareInSight(cells, -1, kFurniture) > kCovering ? PlaneKind::Other : PlaneKind::Ceiling;
+}
+
+void PlaneJudge::Judge(std::span<const CellPlace> cells, FoundPlane& plane) const {
     const double upward = std::abs(plane.normal.z);
+    const bool faces = !stations_.empty() && Faces(plane);
     bool turn = plane.normal.z < 0;
     if (upward >= kLevel) {
-        const bool hangs = HangsFromIt(cells);
-        const bool covers = hangs && ShareInSight(cells, -1) > kMostShare;
-        plane.kind = covers ? PlaneKind::Ceiling : hangs ? PlaneKind::Roof : PlaneKind::Floor;
-        turn = (plane.normal.z < 0) != covers;
+        const bool seenFromBelow = !stations_.empty() && faces == (plane.normal.z < 0);
+        plane.kind = KindOfLevel(cells, seenFromBelow);
+        turn = (plane.normal.z < 0) != (plane.kind == PlaneKind::Ceiling);
     } else if (upward <= kUpright) {
         plane.kind = PlaneKind::Wall;
         turn = Dot(plane.normal, plane.centre - middle_) < 0;
     } else {
-        plane.kind = ShareInSight(cells, 1) > kMostShare ? PlaneKind::Other : PlaneKind::Roof;
+        const bool open = ShareInSight(cells, 1, reach_) <= kMostShare;
+        plane.kind = open ? PlaneKind::Roof : PlaneKind::Other;
     }
-    if (!stations_.empty()) turn = !Faces(plane);
+    if (!stations_.empty()) turn = !faces;
     if (!turn) return;
     plane.normal = plane.normal * -1;
     plane.offset = -plane.offset;

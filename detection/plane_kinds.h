@@ -11,21 +11,21 @@ namespace orvix::detection {
 /// Tells what a plane is, and to which side its normal points, as PlaneSearch promises.
 class PlaneJudge {
 public:
-    PlaneJudge(const CellGrid& grid, const std::vector<CellShape>& shapes,
-               const std::vector<Vector>& stations);
+    PlaneJudge(const CellMap& map, const std::vector<Vector>& stations);
 
-    /// Sets kind, normal and offset; `cells` are the plane's.
-    void Judge(std::span<const std::uint32_t> cells, FoundPlane& plane) const;
+    /// Sets kind, normal and offset; `cells` are some of the plane's, spread over it.
+    void Judge(std::span<const CellPlace> cells, FoundPlane& plane) const;
 
 private:
-    [[nodiscard]] bool HangsFromIt(std::span<const std::uint32_t> cells) const;
-    [[nodiscard]] double ShareInSight(std::span<const std::uint32_t> cells, std::int32_t way) const;
-    [[nodiscard]] std::int32_t Reach() const;
+    [[nodiscard]] bool HangsFromIt(std::span<const CellPlace> cells) const;
+    [[nodiscard]] double ShareInSight(std::span<const CellPlace> cells, std::int32_t way,
+                                      double metres) const;
+    [[nodiscard]] PlaneKind KindOfLevel(std::span<const CellPlace> cells, bool seenFromBelow) const;
     [[nodiscard]] bool Faces(const FoundPlane& plane) const;
 
-    const CellGrid& grid_;
-    const std::vector<CellShape>& shapes_;
+    const CellMap& map_;
     const std::vector<Vector>& stations_;
+    double reach_;   // metres up and down that are looked at
     Vector middle_;  // of the cells
 };
 

@@ -4,20 +4,20 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
-#include "detection/cell_shapes.h"
+#include "detection/gather_cells.h"
 #include "detection/plane_kinds.h"
-#include "detection/plane_raster.h"
 #include "detection/raster_outline.h"
-#include "detection/region_growth.h"
 #include "detection/region_merge.h"
+#include "detection/survey.h"
 #include "orvix/planes/symmetric_eigen.h"
 
 namespace orvix::detection {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+constexpr double kNoises = 4.5;           // in the distance of a point from its plane
+constexpr double kReach = 3;              // times the rms of a plane that takes in more than noise
 constexpr double kMostPixels = 1U << 28;  // of one plane: 32 MiB
 
 // The cosine by its series: the maths library's differs in the last place from system to system.
@@ -30,19 +30,11 @@ double Cosine(double radians) {
     return sum;
 }
 
-// What a surface's points are apart when a cell that it passes squarely holds so many.
-double SpacingIn(double cellSize, double points) {
-    return cellSize / std::sqrt(std::max(points, 1.0));
-}
-
-double CountAtShare(const CellGrid& grid, std::span<const std::uint32_t> cells, double share) {
-    std::vector<std::uint32_t> counts;
-    counts.reserve(cells.size());
-    for (const std::uint32_t cell : cells) counts.push_back(grid[cell].count);
-    const auto at = counts.begin() +
-                    static_cast<std::ptrdiff_t>(share * static_cast<double>(counts.size() - 1));
-    std::nth_element(counts.begin(), at, counts.end());
-    return *at;
+std::size_t StepOf(double cellSize) {
+    const auto& sizes = CellFrame::kSizes;
+    std::size_t step = 0;
+    while (step + 1 < sizes.size() && sizes[step] < cellSize * (1 - 1e-9)) ++step;
+    return step;
 }
 
 Vector UnitNormalOf(const MomentSum& sum) {
@@ -54,66 +46,60 @@ Vector UnitNormalOf(const MomentSum& sum) {
 
 }  // namespace
 
-/// What one chunk's points add to the planes.
-struct PlaneSearch::Tally {
-    std::vector<std::pair<std::int32_t, MomentSum>> sums;  // about the regions' centres
-};
-
 Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
                                                         const PlaneSearchOptions& options) {
     const WorkTeam team(options.threads, options.proceed);
-    std::unique_ptr<PlaneSearch> search(new PlaneSearch);
+    std::unique_ptr<PlaneSearch> search(new PlaneSearch(core));
     if (core.AlivePointCount() == 0) return search;
-    if (auto done = search->Prepare(core, team, options); !done)
-        return tl::unexpected<Error>(done.error());
-    if (auto done = search->Grow(team); !done) return tl::unexpected<Error>(done.error());
-    if (auto done = search->FitToPoints(core, team); !done)
-        return tl::unexpected<Error>(done.error());
-    if (auto done = search->Outline(team, options); !done)
-        return tl::unexpected<Error>(done.error());
+    if (auto done = search->Grow(team, options); !done) return tl::unexpected<Error>(done.error());
+    if (auto done = search->Fit(team, options); !done) return tl::unexpected<Error>(done.error());
     search->Rank();
     return search;
 }
 
-Expected<void> PlaneSearch::Gather(CProjectCore& core, const WorkTeam& team,
-                                   const PlaneSearchOptions& options) {
-    const auto& sizes = CellFrame::kSizes;
-    std::size_t step = 0;
-    if (options.cellSize > 0) {
-        while (step + 1 < sizes.size() && sizes[step] < options.cellSize * (1 - 1e-9)) ++step;
-    } else {
-        const auto typical = TypicalCellStep(core, team);
+Expected<void> PlaneSearch::Grow(const WorkTeam& team, const PlaneSearchOptions& options) {
+    std::size_t step = StepOf(options.cellSize);
+    if (!(options.cellSize > 0)) {
+        const auto typical = TypicalCellStep(core_, team);
         if (!typical) return tl::unexpected<Error>(typical.error());
         step = *typical;
     }
     for (;; ++step) {
-        auto cloud = GatherCells(core, CellFrame(step), team, options.memoryLimitBytes);
-        if (cloud) {
-            cloud_ = std::move(*cloud);
-            return {};
-        }
+        frame_ = CellFrame(step);
+        auto grown = GrowIn(team, options);
         // Where cells do not fit into memory, larger ones do.
-        const bool mayGrow = cloud.error().code == ErrorCode::BadInput && step + 1 < sizes.size();
-        if (!mayGrow) return tl::unexpected<Error>(cloud.error());
+        const bool mayGrow = !grown && grown.error().code == ErrorCode::BadInput &&
+                             step + 1 < CellFrame::kSizes.size();
+        if (!mayGrow) return grown;
     }
 }
 
-Expected<void> PlaneSearch::Prepare(CProjectCore& core, const WorkTeam& team,
-                                    const PlaneSearchOptions& options) {
-    if (auto done = Gather(core, team, options); !done) return done;
-    auto shapes = ShapesOf(cloud_.grid, team);
-    if (!shapes) return tl::unexpected<Error>(shapes.error());
-    shapes_ = std::move(*shapes);
-    const double size = cloud_.grid.Frame().Size();
+Expected<void> PlaneSearch::GrowIn(const WorkTeam& team, const PlaneSearchOptions& options) {
+    auto cut = CutIntoChunks(core_, frame_);
+    if (!cut) return tl::unexpected<Error>(cut.error());
+    cut_ = std::move(*cut);
+    if (auto done = Derive(team, options); !done) return done;
+    const GrowthLimits limits = Limits();
+    auto grown = GrowTiles(core_, frame_, cut_, limits, team, options.memoryLimitBytes);
+    if (!grown) return tl::unexpected<Error>(grown.error());
+    grown_ = std::move(*grown);
+    if (auto done = MergeRegions(limits, settings_.bridge, team, grown_.map, grown_.regions); !done)
+        return done;
+    auto choices = PlaneChoices::Of(grown_.map, team);
+    if (!choices) return tl::unexpected<Error>(choices.error());
+    choices_ = std::move(*choices);
+    return {};
+}
+
+Expected<void> PlaneSearch::Derive(const WorkTeam& team, const PlaneSearchOptions& options) {
+    const auto survey = SurveyCells(core_, frame_, team);
+    if (!survey) return tl::unexpected<Error>(survey.error());
+    const double size = frame_.Size();
     const auto orElse = [](double given, double derived) { return given > 0 ? given : derived; };
     settings_.cellSize = size;
-    settings_.noise = NoiseOf(shapes_);
-    if (auto done = FindThinShapes(cloud_.grid, team, settings_.noise, shapes_); !done) return done;
-    std::vector<std::uint32_t> flat;
-    for (std::uint32_t i = 0; i < cloud_.grid.Size(); ++i)
-        if (shapes_[i].HasNormal()) flat.push_back(i);
-    settings_.spacing = flat.empty() ? size : SpacingIn(size, CountAtShare(cloud_.grid, flat, 0.5));
-    settings_.distance = orElse(options.distance, std::max(4 * settings_.noise, 0.01));
+    settings_.noise = survey->noise;
+    settings_.spacing = survey->spacing;
+    settings_.distance = orElse(options.distance, std::max(kNoises * settings_.noise, 0.01));
     settings_.angle = orElse(options.angle, 20);
     settings_.leastArea = orElse(options.leastArea, std::max(0.25, 9 * size * size));
     settings_.leastPoints = orElse(options.leastPoints, 30);
@@ -121,105 +107,169 @@ Expected<void> PlaneSearch::Prepare(CProjectCore& core, const WorkTeam& team,
     return {};
 }
 
-Expected<void> PlaneSearch::Grow(const WorkTeam& team) {
+GrowthLimits PlaneSearch::Limits() const {
     GrowthLimits limits;
     limits.distance = settings_.distance;
     limits.leastCos = Cosine(std::min(settings_.angle, 90.0) * kPi / 180);
     limits.noise = settings_.noise;
     limits.leastArea = settings_.leastArea / 2;
     limits.leastPoints = settings_.leastPoints;
-    auto regions = GrowRegions(cloud_.grid, shapes_, limits, team);
-    if (!regions) return tl::unexpected<Error>(regions.error());
-    if (settings_.bridge > 0)
-        MergeRegions(cloud_.grid, limits, std::max(settings_.bridge, settings_.cellSize),
-                     settings_.distance / 4, *regions);
-    ofCell_ = std::move(regions->ofCell);
-    for (Region& region : regions->regions) {
-        regionPlanes_.push_back(region.plane);
-        regionCells_.push_back(std::move(region.cells));
-    }
-    return {};
+    return limits;
 }
 
-Expected<void> PlaneSearch::FitToPoints(CProjectCore& core, const WorkTeam& team) {
-    std::vector<Tally> tallies(Chunks());
-    std::vector<std::shared_ptr<CAlivePointReader>> readers(team.Threads());
-    std::vector<std::vector<std::int32_t>> places(team.Threads());
-    planes_.resize(regionPlanes_.size());
-    std::vector<PlaneRaster> rasters(regionPlanes_.size());
+// Pixels twice as wide as the points of the region's sparser cells are apart.
+PlaneRaster PlaneSearch::RasterOf(RegionExtent& extent) const {
     const double size = settings_.cellSize;
-    for (std::size_t i = 0; i < regionPlanes_.size(); ++i) {
-        const Vector& n = regionPlanes_[i].normal;
-        FoundPlane& plane = planes_[i];
-        plane.frame = PlaneFrame(n.x, n.y, n.z, -Dot(n, regionPlanes_[i].centre));
-        Extends2DT<double> bounds{{1e300, 1e300}, {-1e300, -1e300}};
-        for (const std::uint32_t cell : regionCells_[i]) {
-            const auto at = plane.frame.To2D(cloud_.grid.MeanOf(cell));
-            bounds.min = {std::min(bounds.min.x, at.x), std::min(bounds.min.y, at.y)};
-            bounds.max = {std::max(bounds.max.x, at.x), std::max(bounds.max.y, at.y)};
-        }
-        bounds.min = {bounds.min.x - 2 * size, bounds.min.y - 2 * size};
-        bounds.max = {bounds.max.x + 2 * size, bounds.max.y + 2 * size};
-        const double sparse = CountAtShare(cloud_.grid, regionCells_[i], 0.3);
-        double pixel = std::min(2 * SpacingIn(size, sparse), size);
-        while (PlaneRaster::PixelsOf(bounds, pixel) > kMostPixels) pixel *= 2;
-        rasters[i] = PlaneRaster(bounds, pixel);
+    auto& counts = extent.counts;
+    const auto sparse =
+        counts.begin() + static_cast<std::ptrdiff_t>(0.3 * static_cast<double>(counts.size() - 1));
+    std::nth_element(counts.begin(), sparse, counts.end());
+    const Extends2DT<double> bounds{
+        {extent.bounds.min.x - 3 * size, extent.bounds.min.y - 3 * size},
+        {extent.bounds.max.x + 3 * size, extent.bounds.max.y + 3 * size}};
+    double pixel = std::min(2 * size / std::sqrt(std::max<double>(*sparse, 1)), size);
+    while (PlaneRaster::PixelsOf(bounds, pixel) > kMostPixels) pixel *= 2;
+    return {bounds, pixel};
+}
+
+Expected<void> PlaneSearch::Fit(const WorkTeam& team, const PlaneSearchOptions& options) {
+    const std::vector<Region>& regions = grown_.regions;
+    std::vector<PlaneFrame> frames;
+    for (const Region& region : regions) {
+        const Vector& n = region.plane.normal;
+        const double height = Dot(n, region.plane.centre);
+        const double reach = std::max(settings_.distance, kReach * region.rms);
+        regionPlanes_.push_back({n, height, reach});
+        frames.emplace_back(n.x, n.y, n.z, -height);
     }
+    auto extents = ExtentsOf(grown_.map, regions, frames, team);
+    if (!extents) return tl::unexpected<Error>(extents.error());
+    planes_.resize(regions.size());
+    std::vector<PlaneRaster> rasters;
+    for (std::size_t i = 0; i < regions.size(); ++i) {
+        planes_[i].frame = frames[i];
+        rasters.push_back(RasterOf((*extents)[i]));
+    }
+    const auto sums = Assign(team, rasters);
+    if (!sums) return tl::unexpected<Error>(sums.error());
+    const PlaneJudge judge(grown_.map, options.stations);
+    return team.Run(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
+        planes_[i].points = static_cast<std::uint64_t>((*sums)[i].count);
+        if (planes_[i].points < 3) return {};
+        planes_[i].centre = regions[i].plane.centre;
+        Finish((*sums)[i], rasters[i], planes_[i]);
+        judge.Judge((*extents)[i].cells, planes_[i]);
+        return {};
+    });
+}
+
+// What the points of a chunk add to a plane, kept at hand while they follow each other.
+class PlaneSearch::Tally {
+public:
+    Tally(const PlaneSearch& search, std::vector<PlaneRaster>& rasters,
+          std::vector<std::int32_t>& slots)
+        : search_(search), assignment_(search.Assignment()), rasters_(rasters), slots_(slots) {}
+
+    void Take(std::span<const CCloudPoint<float>> points, std::span<const std::int32_t> choice) {
+        if (choice.size() == 1) return TakeAll(points, choice[0]);
+        for (const auto& p : points) {
+            const std::int32_t region = assignment_.Nearest({p.x, p.y, p.z}, choice);
+            if (region == kNoRegion) continue;
+            Turn(region);
+            Take({p.x, p.y, p.z}, sum_);
+        }
+    }
+    Sums Finish() {
+        Turn(kNoRegion);
+        for (const auto& [region, sum] : sums_) slots_[static_cast<std::size_t>(region)] = -1;
+        return std::move(sums_);
+    }
+
+private:
+    // Points that have but one plane to belong to.
+    void TakeAll(std::span<const CCloudPoint<float>> points, std::int32_t region) {
+        Turn(region);
+        const PlaneHeight plane = search_.regionPlanes_[static_cast<std::size_t>(region)];
+        MomentSum sum = sum_;
+        for (const auto& p : points) {
+            const Vector at{p.x, p.y, p.z};
+            if (!(std::abs(plane.Distance(at)) > plane.reach)) Take(at, sum);
+        }
+        sum_ = sum;
+    }
+    void Take(const Vector& at, MomentSum& sum) {
+        sum.Add(at - centre_);
+        raster_->Mark(frame_.To2D(at));
+    }
+    void Turn(std::int32_t region) {
+        if (region == region_) return;
+        if (region_ != kNoRegion) sums_[slot_].second = sum_;
+        region_ = region;
+        if (region == kNoRegion) return;
+        const auto i = static_cast<std::size_t>(region);
+        if (slots_[i] < 0) {
+            slots_[i] = static_cast<std::int32_t>(sums_.size());
+            sums_.emplace_back(region, MomentSum{});
+        }
+        slot_ = static_cast<std::size_t>(slots_[i]);
+        sum_ = sums_[slot_].second;
+        centre_ = search_.grown_.regions[i].plane.centre;
+        frame_ = search_.planes_[i].frame;
+        raster_ = &rasters_[i];
+    }
+
+    const PlaneSearch& search_;
+    const PointAssignment assignment_;
+    std::vector<PlaneRaster>& rasters_;
+    std::vector<std::int32_t>& slots_;  // of each region in sums_; -1: none
+    Sums sums_;
+    std::int32_t region_ = kNoRegion;
+    std::size_t slot_ = 0;
+    MomentSum sum_;
+    Vector centre_;
+    PlaneFrame frame_;
+    PlaneRaster* raster_ = nullptr;
+};
+
+// Gives each point to its plane: their moments about the regions' centres, and their marks.
+Expected<std::vector<MomentSum>> PlaneSearch::Assign(const WorkTeam& team,
+                                                     std::vector<PlaneRaster>& rasters) const {
+    std::vector<Sums> parts(Chunks());
+    Readers readers(core_, team.Threads());
+    std::vector<std::vector<std::int32_t>> slots(team.Threads());
     const PointAssignment assignment = Assignment();
     auto done = team.Run(Chunks(), [&](std::size_t job, unsigned worker) -> Expected<void> {
-        auto& reader = readers[worker];
-        if (!reader) reader = core.CreateAlivePointReader();
-        auto& place = places[worker];
-        place.resize(regionPlanes_.size(), -1);
-        auto& sums = tallies[job].sums;
-        const bool mapped = assignment.ForEach(
-            *reader, job, [&](const CCloudPoint<float>& p, std::uint64_t, std::int32_t region) {
-                if (region < 0) return;
-                const auto i = static_cast<std::size_t>(region);
-                if (place[i] < 0) {
-                    place[i] = static_cast<std::int32_t>(sums.size());
-                    sums.emplace_back(region, MomentSum{});
-                }
-                const Vector at{p.x, p.y, p.z};
-                sums[static_cast<std::size_t>(place[i])].second.Add(at - regionPlanes_[i].centre);
-                rasters[i].Mark(planes_[i].frame.To2D(at));
+        slots[worker].resize(regionPlanes_.size(), -1);
+        Tally tally(*this, rasters, slots[worker]);
+        const bool mapped = assignment.ForEachRun(
+            readers[worker], job,
+            [&](std::span<const CCloudPoint<float>> points, std::span<const std::int32_t> choice) {
+                tally.Take(points, choice);
             });
-        for (const auto& [region, sum] : sums) place[static_cast<std::size_t>(region)] = -1;
+        parts[job] = tally.Finish();
         if (!mapped) return NoView();
         return {};
     });
-    if (!done) return done;
+    if (!done) return tl::unexpected<Error>(done.error());
     std::vector<MomentSum> sums(regionPlanes_.size());
-    for (const Tally& tally : tallies)
-        for (const auto& [region, sum] : tally.sums)
-            sums[static_cast<std::size_t>(region)].Add(sum);
-    return team.Run(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
-        FoundPlane& plane = planes_[i];
-        const MomentSum& sum = sums[i];
-        plane.points = static_cast<std::uint64_t>(sum.count);
-        if (sum.count < 3) return {};
-        plane.normal = UnitNormalOf(sum);
-        plane.centre = regionPlanes_[i].centre + sum.Mean();
-        plane.offset = -Dot(plane.normal, plane.centre);
-        plane.rms = std::sqrt(std::max(Along(sum.Covariance(), plane.normal), 0.0));
-        rasters[i].CloseGaps();
-        OutlineLimits limits;
-        limits.leastHole =
-            std::max(settings_.leastArea / 4, 9 * rasters[i].Pixel() * rasters[i].Pixel());
-        limits.leastIsland = settings_.leastArea / 10;
-        plane.outline = OutlineOf(rasters[i], limits);
-        plane.area = plane.outline.area;
-        rasters[i] = {};
-        return {};
-    });
+    for (const Sums& part : parts)
+        for (const auto& [region, sum] : part) sums[static_cast<std::size_t>(region)].Add(sum);
+    return sums;
 }
 
-Expected<void> PlaneSearch::Outline(const WorkTeam& team, const PlaneSearchOptions& options) {
-    const PlaneJudge judge(cloud_.grid, shapes_, options.stations);
-    return team.Run(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
-        judge.Judge(regionCells_[i], planes_[i]);
-        return {};
-    });
+// The plane through the points, and their outline; `plane.centre` is what the sums are about.
+void PlaneSearch::Finish(const MomentSum& sum, PlaneRaster& raster, FoundPlane& plane) const {
+    plane.normal = UnitNormalOf(sum);
+    plane.centre = plane.centre + sum.Mean();
+    plane.offset = -Dot(plane.normal, plane.centre);
+    plane.rms = std::sqrt(std::max(Along(sum.Covariance(), plane.normal), 0.0));
+    raster.CloseGaps();
+    OutlineLimits limits;
+    limits.leastHole = std::max(settings_.leastArea / 4, 9 * raster.Pixel() * raster.Pixel());
+    limits.leastIsland = settings_.leastArea / 10;
+    plane.outline = OutlineOf(raster, limits);
+    plane.area = plane.outline.area;
+    raster = {};
 }
 
 void PlaneSearch::Rank() {
@@ -232,9 +282,7 @@ void PlaneSearch::Rank() {
     }
     const auto at = [](std::int32_t i) { return static_cast<std::size_t>(i); };
     std::stable_sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
-        if (planes_[at(a)].points != planes_[at(b)].points)
-            return planes_[at(a)].points > planes_[at(b)].points;
-        return regionCells_[at(a)][0] < regionCells_[at(b)][0];
+        return planes_[at(a)].points > planes_[at(b)].points;
     });
     planeOf_.assign(planes_.size(), -1);
     std::vector<FoundPlane> ranked;
@@ -246,46 +294,30 @@ void PlaneSearch::Rank() {
     planes_ = std::move(ranked);
 }
 
-PlaceReport PlaneSearch::Explain(const Vector& place) const {
+Expected<PlaceReport> PlaneSearch::Explain(const Vector& place) const {
     PlaceReport report;
-    const CellFrame& frame = cloud_.grid.Frame();
+    const std::int32_t nearest = Assignment().At(place, false);
+    if (nearest != kNoRegion) {
+        report.nearest = PlaneOfRegion(nearest);
+        report.nearestDistance = regionPlanes_[static_cast<std::size_t>(nearest)].Distance(place);
+        const double reach = regionPlanes_[static_cast<std::size_t>(nearest)].reach;
+        if (std::abs(report.nearestDistance) <= reach) report.plane = report.nearest;
+    }
     CCloudPoint<float> point;
     point.x = static_cast<float>(place.x);
     point.y = static_cast<float>(place.y);
     point.z = static_cast<float>(place.z);
+    std::uint32_t cell = 0;
     if (!CellFrame::Holds(point)) return report;
-    const CellPlace home = frame.PlaceOf(point);
-    double least = 0;
-    std::int32_t nearest = kNoRegion;
-    for (std::int32_t x = -1; x <= 1; ++x) {
-        for (std::int32_t y = -1; y <= 1; ++y) {
-            for (std::int32_t z = -1; z <= 1; ++z) {
-                const std::uint32_t cell =
-                    cloud_.grid.CellAt({home[0] + x, home[1] + y, home[2] + z});
-                const std::int32_t region = cell == kNoCell ? kNoRegion : ofCell_[cell];
-                if (region == kNoRegion) continue;
-                const double away =
-                    std::abs(regionPlanes_[static_cast<std::size_t>(region)].Distance(place));
-                const bool nearer =
-                    nearest == kNoRegion || away < least || (away == least && region < nearest);
-                if (!nearer) continue;
-                least = away;
-                nearest = region;
-            }
-        }
-    }
-    if (nearest != kNoRegion) {
-        const auto region = static_cast<std::size_t>(nearest);
-        report.nearest = planeOf_[region];
-        report.nearestDistance = regionPlanes_[region].Distance(place);
-        if (least <= settings_.distance) report.plane = report.nearest;
-    }
-    const std::uint32_t cell = cloud_.grid.CellAt(home);
-    if (cell == kNoCell) return report;
+    const std::size_t tile = grown_.map.Find(frame_.PlaceOf(point), cell);
+    if (tile == grown_.map.Tiles()) return report;
+    Readers readers(core_, 1);
+    const auto shaped = ReadTile(readers[0], frame_, cut_, tile, settings_.noise);
+    if (!shaped) return tl::unexpected<Error>(shaped.error());
     report.occupied = true;
-    report.points = cloud_.grid[cell].count;
-    report.cellNormal = shapes_[cell].Normal();
-    report.cellRms = shapes_[cell].rms;
+    report.points = static_cast<std::uint32_t>(shaped->cells.Sum(cell).count);
+    report.cellNormal = shaped->shapes[cell].Normal();
+    report.cellRms = shaped->shapes[cell].rms;
     if (report.nearest >= 0)
         report.nearestTurn = std::abs(
             Dot(report.cellNormal, planes_[static_cast<std::size_t>(report.nearest)].normal));

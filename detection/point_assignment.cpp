@@ -1,27 +1,33 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "detection/point_assignment.h"
 
-#include <algorithm>
-
 namespace orvix::detection {
 
-void PointAssignment::Gather(std::uint32_t cell, Candidates& candidates) const {
-    auto& planes = candidates.planes;
-    if (candidates.first.empty()) candidates.first.push_back(0);
-    const auto first = static_cast<std::ptrdiff_t>(planes.size());
-    std::array<std::uint32_t, 27> around;
-    cloud_.grid.Around(cell, around);
-    std::int32_t last = kNoRegion;
-    for (const std::uint32_t other : around) {
-        if (other == kNoCell) continue;
-        const std::int32_t plane = ofCell_[other];
-        if (plane == last || plane == kNoRegion) continue;
-        last = plane;
-        if (std::find(planes.begin() + first, planes.end(), plane) == planes.end())
-            planes.push_back(plane);
+// A place in a cell without points goes by the cells around it.
+std::int32_t PointAssignment::At(const Vector& place, bool within) const {
+    CCloudPoint<float> point;
+    point.x = static_cast<float>(place.x);
+    point.y = static_cast<float>(place.y);
+    point.z = static_cast<float>(place.z);
+    if (!CellFrame::Holds(point)) return kNoRegion;
+    const CellMap& map = grown_.map;
+    const CellPlace home = map.Frame().PlaceOf(point);
+    std::uint32_t own = 0;
+    if (const std::size_t tile = map.Find(home, own); tile != map.Tiles())
+        return Nearest(place, choices_.At(tile, own), within);
+    std::vector<std::int32_t> choice;
+    for (std::int32_t x = -1; x <= 1; ++x) {
+        for (std::int32_t y = -1; y <= 1; ++y) {
+            for (std::int32_t z = -1; z <= 1; ++z) {
+                std::uint32_t cell = 0;
+                const std::size_t tile = map.Find({home[0] + x, home[1] + y, home[2] + z}, cell);
+                if (tile != map.Tiles() && map.RegionOf(tile, cell) != kNoRegion)
+                    choice.push_back(map.RegionOf(tile, cell));
+            }
+        }
     }
-    std::sort(planes.begin() + first, planes.end());
-    candidates.first.push_back(static_cast<std::uint32_t>(planes.size()));
+    std::sort(choice.begin(), choice.end());
+    return Nearest(place, choice, within);
 }
 
 }  // namespace orvix::detection

@@ -1,20 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cmath>
 #include <cstdint>
+#include <span>
 #include <vector>
 
-#include "detection/gather_cells.h"
-#include "detection/region_growth.h"
+#include "detection/cell_runs.h"
+#include "detection/grow_tiles.h"
+#include "detection/plane_choices.h"
 
 namespace orvix::detection {
 
+/// A plane as the points with normal . p = height, project frame, and how far from it its points
+/// lie at most.
+struct PlaneHeight {
+    Vector normal;
+    double height = 0;
+    double reach = 0;
+
+    [[nodiscard]] double Distance(const Vector& p) const { return Dot(normal, p) - height; }
+};
+
 /// Tells the plane of each point: of the planes that pass its cell or one beside it, the nearest,
-/// unless it is further than the distance allows.
+/// unless it is further than that one's reach.
 ///
-///     PointAssignment assignment(cloud, regions.ofCell, planes, distance);
-///     assignment.ForEach(reader, chunkNumber, [](const auto& p, std::uint64_t record, auto plane)
-///     {
+///     PointAssignment assignment(cut, grown, choices, planes);
+///     assignment.ForEach(reader, chunk, [](const auto& p, std::uint64_t record, auto plane) {
 ///         ...
 ///     });
 ///
@@ -24,53 +36,63 @@ namespace orvix::detection {
 /// Threads    ForEach may run side by side, with a reader each.
 class PointAssignment {
 public:
-    PointAssignment(const CellCloud& cloud, const std::vector<std::int32_t>& ofCell,
-                    const std::vector<PlaneAt>& planes, double distance)
-        : cloud_(cloud), ofCell_(ofCell), planes_(planes), distance_(distance) {}
+    PointAssignment(const PointChunks& cut, const GrownTiles& grown, const PlaneChoices& choices,
+                    const std::vector<PlaneHeight>& planes)
+        : cut_(cut), grown_(grown), choices_(choices), planes_(planes) {}
 
     /// False where the points cannot be mapped.
     template <class Use>
     [[nodiscard]] bool ForEach(CAlivePointReader& reader, std::size_t chunk, Use&& use) const {
-        CellNumbering numbering(cloud_.grid.Frame());
-        const CellFrame& frame = cloud_.grid.Frame();
-        Candidates candidates;
-        std::uint64_t record = cloud_.chunks[chunk].first;
-        return ForEachPoint(reader, cloud_.chunks[chunk], [&](const CCloudPoint<float>& p) {
-            bool isNew = false;
-            const std::uint32_t number = numbering.NumberOf(frame.PlaceOf(p), isNew);
-            if (isNew) Gather(cloud_.firstCell[chunk] + number, candidates);
-            use(p, record++, Nearest(p, candidates, number));
+        CellNumbering numbering(grown_.map.Frame());
+        std::span<const std::int32_t> choice;
+        std::uint64_t record = cut_.chunks[chunk].first;
+        return ForEachPoint(reader, cut_.chunks[chunk], [&](const CCloudPoint<float>& p) {
+            if (!numbering.Stays(p))
+                choice = ChoiceOf(chunk, CellFrame::Holds(p) ? numbering.NumberOf(p) : kNoCell);
+            use(p, record++, Nearest({p.x, p.y, p.z}, choice));
         });
     }
-
-private:
-    struct Candidates {
-        std::vector<std::uint32_t> first;  // of each cell of the chunk, in `planes`; and the end
-        std::vector<std::int32_t> planes;
-    };
-
-    void Gather(std::uint32_t cell, Candidates& candidates) const;
-
-    [[nodiscard]] std::int32_t Nearest(const CCloudPoint<float>& p, const Candidates& candidates,
-                                       std::uint32_t number) const {
+    /// The same in stretches: use(points, choice) for points of one cell and the planes that each
+    /// of them may belong to, as Nearest tells.
+    template <class Use>
+    [[nodiscard]] bool ForEachRun(CAlivePointReader& reader, std::size_t chunk, Use&& use) const {
+        CellNumbering numbering(grown_.map.Frame());
+        return ForEachCellRun(reader, cut_.chunks[chunk], numbering,
+                              [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
+                                  use(points, ChoiceOf(chunk, cell));
+                              });
+    }
+    /// The plane of a point among those it may belong to. `within` false: however far.
+    [[nodiscard]] std::int32_t Nearest(const Vector& p, std::span<const std::int32_t> choice,
+                                       bool within = true) const {
         std::int32_t best = kNoRegion;
-        double least = distance_;
-        for (std::uint32_t i = candidates.first[number]; i < candidates.first[number + 1]; ++i) {
-            const std::int32_t plane = candidates.planes[i];
-            const double signedAway =
-                planes_[static_cast<std::size_t>(plane)].Distance({p.x, p.y, p.z});
-            const double away = signedAway < 0 ? -signedAway : signedAway;
-            if (away > least || (away == least && best != kNoRegion)) continue;
+        double least = 0;
+        for (const std::int32_t plane : choice) {
+            const PlaneHeight& its = planes_[static_cast<std::size_t>(plane)];
+            const double away = std::abs(its.Distance(p));
+            if (within && away > its.reach) continue;
+            if (best != kNoRegion && away >= least) continue;
             best = plane;
             least = away;
         }
         return best;
     }
+    /// The plane of a point at a place. `within` false: the nearest one, however far.
+    [[nodiscard]] std::int32_t At(const Vector& place, bool within = true) const;
 
-    const CellCloud& cloud_;
-    const std::vector<std::int32_t>& ofCell_;
-    const std::vector<PlaneAt>& planes_;
-    double distance_;
+private:
+    // Points that have moved since they were read first may meet cells that are not there.
+    [[nodiscard]] std::span<const std::int32_t> ChoiceOf(std::size_t chunk,
+                                                         std::uint32_t number) const {
+        const std::size_t tile = cut_.chunks[chunk].tile;
+        const std::uint64_t met = std::uint64_t{grown_.firstMet[chunk]} + number;
+        if (number == kNoCell || met >= grown_.map.CellsIn(tile)) return {};
+        return choices_.At(tile, grown_.map.CellMetAs(tile, static_cast<std::uint32_t>(met)));
+    }
+    const PointChunks& cut_;
+    const GrownTiles& grown_;
+    const PlaneChoices& choices_;
+    const std::vector<PlaneHeight>& planes_;
 };
 
 }  // namespace orvix::detection

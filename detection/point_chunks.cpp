@@ -2,7 +2,9 @@
 #include "detection/point_chunks.h"
 
 #include <fmt/format.h>
+#include <algorithm>
 #include <array>
+#include <map>
 
 #include "orvix/points/grid_cells.h"
 
@@ -18,36 +20,75 @@ tl::unexpected<Error> Torn(std::uint64_t at, std::uint64_t points) {
                             at, points));
 }
 
+/// Takes the 100 cm cells in the order of the file.
+class Cutter {
+public:
+    explicit Cutter(const CellFrame& frame) : frame_(frame) {}
+
+    void Take(const CellPlace& metre, std::uint64_t count) {
+        const CellPlace block{FloorTenth(metre[0]), FloorTenth(metre[1]), FloorTenth(metre[2])};
+        if (!started_ || !Same(block, block_)) {
+            block_ = block;
+            started_ = true;
+            const CellPlace tile = frame_.TileOf(block);
+            if (chunk_.count >= kChunkPoints || !Same(tile, tile_)) Cut();
+            tile_ = tile;
+        } else if (chunk_.count >= kChunkPoints && frame_.InMetre()) {
+            Cut();
+        }
+        chunk_.count += count;
+    }
+    [[nodiscard]] std::uint64_t Taken() const { return chunk_.first + chunk_.count; }
+    PointChunks Finish() {
+        Cut();
+        result_.points = chunk_.first;
+        for (auto& [place, chunks] : tiles_) {
+            TileChunks tile{place, 0, std::move(chunks)};
+            for (const std::uint32_t chunk : tile.chunks) {
+                tile.points += result_.chunks[chunk].count;
+                result_.chunks[chunk].tile = static_cast<std::uint32_t>(result_.tiles.size());
+            }
+            result_.tiles.push_back(std::move(tile));
+        }
+        return std::move(result_);
+    }
+
+private:
+    void Cut() {
+        if (chunk_.count == 0) return;
+        tiles_[tile_].push_back(static_cast<std::uint32_t>(result_.chunks.size()));
+        result_.chunks.push_back(chunk_);
+        chunk_ = {Taken(), 0, 0};
+    }
+
+    CellFrame frame_;
+    bool started_ = false;
+    CellPlace block_{};
+    CellPlace tile_{};
+    PointChunk chunk_;
+    PointChunks result_;
+    std::map<CellPlace, std::vector<std::uint32_t>> tiles_;
+};
+
 }  // namespace
 
-Expected<std::vector<PointChunk>> CutIntoChunks(CProjectCore& core, ChunkBorder border) {
+Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame) {
     const auto points = static_cast<std::uint64_t>(core.AlivePointCount());
     const auto index = core.CreateIndexReader();
     const auto cells = static_cast<std::uint64_t>(index->Count100());
-    std::vector<PointChunk> chunks;
-    PointChunk chunk;
-    std::array<std::int32_t, 3> block{};
+    Cutter cutter(frame);
     for (std::uint64_t i = 0; i < cells; ++i) {
         index->ReadIndex100(0);
-        std::array<int, 3> cell{};
-        index->GetXYZ100(cell[0], cell[1], cell[2]);
+        CellPlace metre{};
+        index->GetXYZ100(metre[0], metre[1], metre[2]);
         CIndexerSmall run;
         index->GetOffsetCount100(run.offset, run.count);
-        const std::uint64_t at = chunk.first + chunk.count;
+        const std::uint64_t at = cutter.Taken();
         if (run.offset != at || run.count > points - at) return Torn(at, points);
-        const std::array<std::int32_t, 3> itsBlock{FloorTenth(cell[0]), FloorTenth(cell[1]),
-                                                   FloorTenth(cell[2])};
-        const bool mayCut = border == ChunkBorder::Metre || itsBlock != block;
-        if (chunk.count >= kChunkPoints && mayCut) {
-            chunks.push_back(chunk);
-            chunk = {at, 0};
-        }
-        block = itsBlock;
-        chunk.count += run.count;
+        cutter.Take(metre, run.count);
     }
-    if (chunk.count > 0) chunks.push_back(chunk);
-    if (chunk.first + chunk.count != points) return Torn(chunk.first + chunk.count, points);
-    return chunks;
+    if (cutter.Taken() != points) return Torn(cutter.Taken(), points);
+    return cutter.Finish();
 }
 
 }  // namespace orvix::detection

@@ -6,27 +6,40 @@
 #include <limits>
 #include <vector>
 
+#include "detection/cell_frame.h"
 #include "orvix/platform/error.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/project/project_core.h"
 
 namespace orvix::detection {
 
-/// A stretch of a project's points that holds whole cells.
+/// A stretch of a project's points that holds whole cells of one tile.
 struct PointChunk {
     std::uint64_t first = 0;
     std::uint64_t count = 0;
+    std::uint32_t tile = 0;  ///< a place in PointChunks::tiles
 };
 
-/// Where chunks may begin: at any 100 cm cell, or at 1000 cm cells alone.
-enum class ChunkBorder { Metre, TenMetres };
+/// A tile that holds points, and its chunks, in the order of the file.
+struct TileChunks {
+    CellPlace place{};  ///< tiles along each axis from the origin
+    std::uint64_t points = 0;
+    std::vector<std::uint32_t> chunks;
+};
 
-/// Cuts a project's points into chunks of some tens of thousands.
+/// A project's points by chunk and by tile.
+struct PointChunks {
+    std::vector<PointChunk> chunks;  ///< in the order of the file
+    std::vector<TileChunks> tiles;   ///< by place: x, then y, then z
+    std::uint64_t points = 0;
+};
+
+/// Cuts a project's points into chunks of some tens of thousands, or fewer where a tile ends.
 ///
-/// Order   that of the file; a function of the project alone.
+/// Order   a function of the project and the cells' size alone.
 /// Errors  Damaged where the cells do not follow each other from the first point to the last.
 /// Cost    one walk over the 100 cm index.
-Expected<std::vector<PointChunk>> CutIntoChunks(CProjectCore& core, ChunkBorder border);
+Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame);
 
 /// Calls `use` for each point of a chunk, in order; false where the points cannot be mapped.
 template <class Use>

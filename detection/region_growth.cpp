@@ -2,29 +2,27 @@
 #include "detection/region_growth.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
 
 namespace orvix::detection {
 namespace {
 
-constexpr double kMostSpread = 0.55;  // of the distance: rms of a joining cell about the plane
 constexpr std::size_t kLeastCells = 3;
 
 class Grower {
 public:
-    Grower(const CellGrid& grid, const std::vector<CellShape>& shapes, const GrowthLimits& limits)
-        : grid_(grid),
+    Grower(const TileCells& tile, const std::vector<CellShape>& shapes, const GrowthLimits& limits)
+        : tile_(tile),
           shapes_(shapes),
           limits_(limits),
-          seen_(grid.Size(), 0),
-          spent_(grid.Size()) {
-        result_.ofCell.assign(grid.Size(), kNoRegion);
+          seen_(tile.Size(), 0),
+          spent_(tile.Size()) {
+        result_.ofCell.assign(tile.Size(), kNoRegion);
         mostSpread_ = kMostSpread * limits.distance * kMostSpread * limits.distance;
     }
 
-    Expected<Regions> Grow(const WorkTeam& team);
+    Regions Grow();
 
 private:
     enum class Verdict { Apart, Edge, Joins };
@@ -33,23 +31,27 @@ private:
     bool Start(std::uint32_t seed);
     void Spread();
     void Join(std::uint32_t cell);
+    void Fit();
     void Settle();
     [[nodiscard]] Verdict Judge(std::uint32_t cell) const;
-    [[nodiscard]] bool Keeps() const;
+    [[nodiscard]] bool TouchesRim() const;
+    void Keep();
     void Release();
 
-    const CellGrid& grid_;
+    const TileCells& tile_;
     const std::vector<CellShape>& shapes_;
     GrowthLimits limits_;
     double mostSpread_ = 0;
     Regions result_;
-    Region region_;
+    Region region_;                     // about the tile's middle
+    double height_ = 0;                 // of its plane over that, along its normal
+    std::vector<std::uint32_t> cells_;  // in the order in which they joined
     std::int32_t number_ = 0;
     std::vector<std::uint32_t> seen_;  // the round in which a cell was last judged
     std::uint32_t round_ = 0;
     enum class Role : std::uint8_t { Edge, Inner, Rim };
-    std::vector<Role> roles_;  // of region_.cells; an edge cell leads no further
-    std::size_t front_ = 0;    // of region_.cells: the first whose neighbours are not judged
+    std::vector<Role> roles_;  // of cells_; an edge cell leads no further
+    std::size_t front_ = 0;    // of cells_: the first whose neighbours are not judged
     std::vector<bool> spent_;  // cells whose region was too small: no seeds any more
 };
 
@@ -57,7 +59,7 @@ private:
 std::vector<std::uint32_t> Grower::Seeds() const {
     constexpr std::size_t kSteps = 1024;
     const auto stepOf = [&](const CellShape& shape) {
-        const double flat = shape.rms + shape.turn * grid_.Frame().Size();
+        const double flat = shape.rms + shape.turn * tile_.Frame().Size();
         const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(flat)) >> 19;
         return std::min<std::size_t>(bits, kSteps - 1);
     };
@@ -66,34 +68,43 @@ std::vector<std::uint32_t> Grower::Seeds() const {
         if (shape.HasNormal()) ++starts[stepOf(shape) + 1];
     for (std::size_t i = 1; i <= kSteps; ++i) starts[i] += starts[i - 1];
     std::vector<std::uint32_t> seeds(starts[kSteps]);
-    for (std::uint32_t i = 0; i < grid_.Size(); ++i)
+    for (std::uint32_t i = 0; i < tile_.Size(); ++i)
         if (shapes_[i].HasNormal()) seeds[starts[stepOf(shapes_[i])]++] = i;
     return seeds;
 }
 
 Grower::Verdict Grower::Judge(std::uint32_t cell) const {
-    const double distance = region_.plane.Distance(grid_.MeanOf(cell));
-    const double away = std::abs(distance);
-    if (away > limits_.distance) return Verdict::Apart;
+    const MomentSum& sum = tile_.Sum(cell);
     const Vector& n = region_.plane.normal;
-    if (Along(grid_[cell].Covariance(), n) + away * away > mostSpread_) return Verdict::Apart;
+    // Both sides times the cell's points: how far their mean, and the mean square of them, is from
+    // the plane.
+    const double heights = Dot(n, sum.sum), rise = height_ * sum.count;
+    if (std::abs(heights - rise) > limits_.distance * sum.count) return Verdict::Apart;
+    const double spread = Along(sum.squares, n) - (2 * heights - rise) * height_;
+    if (spread > mostSpread_ * sum.count) return Verdict::Apart;
     const CellShape& shape = shapes_[cell];
     if (!shape.HasNormal()) return Verdict::Edge;
     return std::abs(Dot(shape.Normal(), n)) >= limits_.leastCos ? Verdict::Joins : Verdict::Apart;
 }
 
 void Grower::Join(std::uint32_t cell) {
-    const Cell& its = grid_[cell];
-    region_.sum.Add(its.count, grid_.MeanOf(cell) - region_.origin, its.Covariance());
-    region_.cells.push_back(cell);
+    region_.sum.Add(tile_.Sum(cell));
+    ++region_.cells;
+    cells_.push_back(cell);
     result_.ofCell[cell] = number_;
+}
+
+void Grower::Fit() {
+    Refit(region_);
+    height_ = Dot(region_.plane.normal, region_.plane.centre);
 }
 
 bool Grower::Start(std::uint32_t seed) {
     ++round_;
     region_ = {};
-    region_.origin = grid_.MeanOf(seed);
-    region_.plane = {shapes_[seed].Normal(), region_.origin};
+    cells_.clear();
+    region_.plane = {shapes_[seed].Normal(), tile_.Sum(seed).Mean()};
+    height_ = Dot(region_.plane.normal, region_.plane.centre);
     roles_.clear();
     front_ = 0;
     if (Judge(seed) != Verdict::Joins) return false;
@@ -105,14 +116,12 @@ bool Grower::Start(std::uint32_t seed) {
 }
 
 void Grower::Spread() {
-    std::array<std::uint32_t, 27> around;
     std::size_t refitAt = 6;
-    for (; front_ < region_.cells.size(); ++front_) {
+    for (; front_ < cells_.size(); ++front_) {
         if (roles_[front_] != Role::Rim) continue;
-        grid_.Around(region_.cells[front_], around);
         Role role = Role::Inner;
-        for (const std::uint32_t cell : around) {
-            if (cell == kNoCell || result_.ofCell[cell] == number_) continue;
+        for (const std::uint32_t cell : tile_.Around(cells_[front_])) {
+            if (result_.ofCell[cell] == number_) continue;
             role = Role::Rim;
             if (seen_[cell] == round_ || result_.ofCell[cell] != kNoRegion) continue;
             seen_[cell] = round_;
@@ -122,9 +131,9 @@ void Grower::Spread() {
             roles_.push_back(verdict == Verdict::Joins ? Role::Rim : Role::Edge);
         }
         roles_[front_] = role;
-        if (region_.cells.size() >= refitAt) {
-            Refit(region_);
-            refitAt = region_.cells.size() + region_.cells.size() / 2;
+        if (cells_.size() >= refitAt) {
+            Fit();
+            refitAt = cells_.size() + cells_.size() / 2;
         }
     }
 }
@@ -133,56 +142,65 @@ void Grower::Spread() {
 // rim of who does the region spreads again.
 void Grower::Settle() {
     for (int turn = 0; turn < 2; ++turn) {
-        Refit(region_);
+        Fit();
         ++round_;
-        const std::vector<std::uint32_t> cells = std::move(region_.cells);
-        const std::vector<Role> roles = std::move(roles_);
-        region_.cells.clear();
+        const std::size_t grown = cells_.size();
         region_.sum = {};
-        roles_.clear();
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            seen_[cells[i]] = round_;
-            if (Judge(cells[i]) == Verdict::Apart) {
-                result_.ofCell[cells[i]] = kNoRegion;
+        region_.cells = 0;
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < grown; ++i) {
+            const std::uint32_t cell = cells_[i];
+            seen_[cell] = round_;
+            if (Judge(cell) == Verdict::Apart) {
+                result_.ofCell[cell] = kNoRegion;
                 continue;
             }
-            Join(cells[i]);
-            roles_.push_back(roles[i]);
+            region_.sum.Add(tile_.Sum(cell));
+            ++region_.cells;
+            roles_[kept] = roles_[i];
+            cells_[kept++] = cell;
         }
-        if (region_.cells.empty()) return;
+        cells_.resize(kept);
+        roles_.resize(kept);
+        if (cells_.empty()) return;
         front_ = 0;
         Spread();
+        if (kept == grown && cells_.size() == grown) break;  // and so it would stay
     }
-    Refit(region_);
+    Fit();
 }
 
-bool Grower::Keeps() const {
-    if (region_.cells.size() < kLeastCells || region_.sum.count < limits_.leastPoints) return false;
-    const Vector& n = region_.plane.normal;
-    // A plane passes through so many cells for each cell's face of its area.
-    const double cellsAFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);
-    const double size = grid_.Frame().Size();
-    const double area = static_cast<double>(region_.cells.size()) * size * size / cellsAFace;
-    return area >= limits_.leastArea;
+bool Grower::TouchesRim() const {
+    const std::int32_t side = tile_.Frame().PerTile();
+    return std::any_of(cells_.begin(), cells_.end(), [&](std::uint32_t cell) {
+        const CellPlace place = PlaceOf(tile_.Key(cell), {});
+        return std::any_of(place.begin(), place.end(),
+                           [&](std::int32_t at) { return at == 0 || at == side - 1; });
+    });
+}
+
+// A region is worked on about the tile's middle and told in the project's frame.
+void Grower::Keep() {
+    region_.origin = tile_.Middle();
+    region_.plane.centre = region_.plane.centre + tile_.Middle();
+    result_.regions.push_back(std::move(region_));
 }
 
 void Grower::Release() {
-    for (const std::uint32_t cell : region_.cells) {
+    for (const std::uint32_t cell : cells_) {
         result_.ofCell[cell] = kNoRegion;
         spent_[cell] = true;
     }
 }
 
-Expected<Regions> Grower::Grow(const WorkTeam& team) {
-    std::size_t asked = 0;
+Regions Grower::Grow() {
     for (const std::uint32_t seed : Seeds()) {
-        if (++asked % 1024 == 0 && !team.Proceed())
-            return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
         if (result_.ofCell[seed] != kNoRegion || spent_[seed] || !Start(seed)) continue;
         Spread();
-        if (region_.cells.size() >= kLeastCells) Settle();
-        if (Keeps()) {
-            result_.regions.push_back(std::move(region_));
+        if (cells_.size() >= kLeastCells) Settle();
+        if (IsLargeEnough(region_, limits_, tile_.Frame().Size()) ||
+            (cells_.size() >= kLeastCells && TouchesRim())) {
+            Keep();
         } else {
             Release();
         }
@@ -199,9 +217,18 @@ void Refit(Region& region) {
     region.rms = std::sqrt(spread.least);
 }
 
-Expected<Regions> GrowRegions(const CellGrid& grid, const std::vector<CellShape>& shapes,
-                              const GrowthLimits& limits, const WorkTeam& team) {
-    return Grower(grid, shapes, limits).Grow(team);
+bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
+    if (region.cells < kLeastCells || region.sum.count < limits.leastPoints) return false;
+    const Vector& n = region.plane.normal;
+    // A plane passes through so many cells for each cell's face of its area.
+    const double cellsAFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);
+    const double area = static_cast<double>(region.cells) * cellSize * cellSize / cellsAFace;
+    return area >= limits.leastArea;
+}
+
+Regions GrowRegions(const TileCells& tile, const std::vector<CellShape>& shapes,
+                    const GrowthLimits& limits) {
+    return Grower(tile, shapes, limits).Grow();
 }
 
 }  // namespace orvix::detection

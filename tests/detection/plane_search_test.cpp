@@ -166,14 +166,23 @@ TEST(PlaneSearch, GivesTheSameBitsAtAnyNumberOfThreads) {
     }
 }
 
-TEST(PlaneSearch, TakesLargerCellsWhereMemoryIsShort) {
+TEST(PlaneSearch, WorksTileByTileWhereMemoryIsShortAndFindsTheSame) {
+    const test::ScratchFolder folder;
+    Opened project(ImportBuilding(folder, SyntheticBuilding({.points = 150'000})));
+    const auto all = FingerprintOf(project.Core(), *project.Search());
+    PlaneSearchOptions options;
+    options.memoryLimitBytes = 8'000'000;  // less than the cells of the whole take at work
+    EXPECT_EQ(all, FingerprintOf(project.Core(), *project.Search(options)));
+}
+
+TEST(PlaneSearch, TakesLargerCellsWhereMemoryIsShorter) {
     const test::ScratchFolder folder;
     Opened project(ImportBuilding(folder, SyntheticBuilding({.points = 100'000})));
     PlaneSearchOptions options;
     options.memoryLimitBytes = 500'000;
     const auto search = project.Search(options);
     EXPECT_GT(search->Settings().cellSize, project.Search()->Settings().cellSize);
-    EXPECT_LE(CellGrid::BytesOf(search->Cells()), options.memoryLimitBytes);
+    EXPECT_LE(CellMap::kBytesACell * search->Cells(), options.memoryLimitBytes);
     options.memoryLimitBytes = 50;
     const auto refused = PlaneSearch::Run(project.Core(), options);
     ASSERT_FALSE(refused);
@@ -186,7 +195,7 @@ TEST(PlaneSearch, OfAnEmptyProjectIsEmpty) {
     const auto search = project.Search();
     EXPECT_TRUE(search->Planes().empty());
     EXPECT_EQ(search->Chunks(), 0U);
-    EXPECT_FALSE(search->Explain({0, 0, 0}).occupied);
+    EXPECT_FALSE(search->Explain({0, 0, 0})->occupied);
 }
 
 TEST(PlaneSearch, OfOneCellFindsNoPlane) {
@@ -210,9 +219,78 @@ TEST(PlaneSearch, OfExactlyFlatPointsFindsTheOnePlaneAndItsRim) {
     EXPECT_DOUBLE_EQ(plane.normal.z, 1);
     EXPECT_DOUBLE_EQ(plane.offset, -1.25);
     EXPECT_NEAR(plane.area, 3.2 * 2.4, 0.4);
-    EXPECT_EQ(search->Explain({1, 1, 1.25}).plane, 0);
-    EXPECT_EQ(search->Explain({1, 1, 1.29}).plane, -1);
-    EXPECT_EQ(search->Explain({1, 1, 1.29}).nearest, 0);
+    const auto place = search->Explain({1, 1, 1.25});
+    ASSERT_TRUE(place);
+    EXPECT_EQ(place->plane, 0);
+    EXPECT_TRUE(place->occupied);
+    EXPECT_NEAR(place->cellNormal.z, 1, 1e-6);
+    EXPECT_EQ(search->Explain({1, 1, 1.29})->plane, -1);
+    EXPECT_EQ(search->Explain({1, 1, 1.29})->nearest, 0);
+    EXPECT_EQ(search->PlaneOf({1, 1, 1.25}), 0);
+}
+
+TEST(PlaneSearch, FindsOnePlaneThatPassesManyTiles) {
+    std::vector<Vector> points;
+    for (int i = 0; i < 2000; ++i)
+        for (int j = 0; j < 40; ++j)
+            points.push_back({0.02 * i - 23, 0.013 * i + 0.05 * j - 7, 0.004 * i - 0.01 * j});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    PlaneSearchOptions options;
+    options.cellSize = 0.1;
+    const auto search = project.Search(options);
+    ASSERT_EQ(search->Planes().size(), 1U);
+    EXPECT_EQ(search->Planes()[0].points, points.size());
+    EXPECT_EQ(search->Planes()[0].outline.regions.size(), 1U);
+}
+
+// Level planes over a floor, with walls that hang from them or stand on them.
+std::vector<Vector> Table(double height, bool walls) {
+    std::vector<Vector> points;
+    for (int x = 0; x < 100; ++x) {
+        for (int y = 0; y < 100; ++y) {
+            points.push_back({0.03 * x, 0.03 * y, 0});
+            points.push_back({0.03 * x, 0.03 * y, height});
+        }
+        for (int z = 0; walls && 0.03 * z < height; ++z)
+            for (const double side : {0.0, 2.97}) {
+                points.push_back({0.03 * x, side, 0.03 * z});
+                points.push_back({side, 0.03 * x, 0.03 * z});
+            }
+    }
+    return points;
+}
+
+TEST(PlaneSearch, TellsCeilingsFromTablesByWhatTheyCover) {
+    for (const auto& [height, kind] :
+         {std::pair(2.6, PlaneKind::Ceiling), std::pair(0.9, PlaneKind::Other)}) {
+        const test::ScratchFolder folder;
+        Opened project(WritePoints(folder, Table(height, true)));
+        const auto search = project.Search();
+        int met = 0;
+        for (const FoundPlane& plane : search->Planes()) {
+            if (std::abs(plane.centre.z - height) > 0.01 || std::abs(plane.normal.z) < 0.9)
+                continue;
+            EXPECT_EQ(plane.kind, kind) << height;
+            EXPECT_EQ(plane.normal.z < 0, kind == PlaneKind::Ceiling);
+            ++met;
+        }
+        EXPECT_EQ(met, 1);
+    }
+}
+
+TEST(PlaneSearch, TakesWhatAScannerSeesFromBelowForACeiling) {
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, Table(2.6, false)));
+    PlaneSearchOptions options;
+    options.stations = {{1.5, 1.5, 1.6}};
+    const auto search = project.Search(options);
+    ASSERT_EQ(search->Planes().size(), 2U);
+    for (const FoundPlane& plane : search->Planes()) {
+        const bool high = plane.centre.z > 1;
+        EXPECT_EQ(plane.kind, high ? PlaneKind::Ceiling : PlaneKind::Floor);
+        EXPECT_NEAR(plane.normal.z, high ? -1 : 1, 1e-6);
+    }
 }
 
 TEST(PlaneSearch, OfNoiseAloneFindsNoPlane) {
@@ -284,6 +362,24 @@ TEST(PlaneSearch, ReportsAPointWithoutAPlace) {
     ASSERT_FALSE(search);
     EXPECT_EQ(search.error().code, ErrorCode::Damaged);
     EXPECT_NE(search.error().message.find("record 7"), std::string::npos);
+}
+
+TEST(PlaneSearch, ReportsAPointThatStrayedFromItsTile) {
+    const test::ScratchFolder folder;
+    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
+    ProjectManager manager;
+    ASSERT_TRUE(manager.Set(file, false));
+    auto bytes = test::ReadBytes(manager.gridPts);
+    const float far = 77;
+    std::memcpy(bytes.data() + 9 * kAlivePointBytes, &far, sizeof far);
+    test::WriteBytes(manager.gridPts, bytes.data(), bytes.size());
+    Opened project(file);
+    PlaneSearchOptions options;
+    options.cellSize = 0.1;
+    const auto search = PlaneSearch::Run(project.Core(), options);
+    ASSERT_FALSE(search);
+    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
+    EXPECT_NE(search.error().message.find("record 9"), std::string::npos);
 }
 
 TEST(PlaneSearch, CanBeCancelled) {

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "detection/cell_map.h"
+
+namespace orvix::detection {
+
+/// Two regions, the lower number first.
+using RegionPair = std::pair<std::int32_t, std::int32_t>;
+
+/// How close two regions come.
+struct Meeting {
+    RegionPair pair;
+    bool touch = false;  ///< cells of theirs lie side by side
+
+    auto operator<=>(const Meeting&) const = default;
+};
+
+/// The regions that come near each other in a tile: pairs that have cells, one of which may lie in
+/// a tile beside it, within `reach` cells along every axis. Pairs that `mayMeet` refuses are left
+/// out unseen.
+///
+/// Order  by pair, each once.
+/// Cost   some 50 ns a cell.
+std::vector<Meeting> MeetingsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
+                                const std::function<bool(const RegionPair&)>& mayMeet);
+
+}  // namespace orvix::detection

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+
+#include "detection/cell_frame.h"
+#include "detection/work_team.h"
+#include "orvix/project/project_core.h"
+
+namespace orvix::detection {
+
+/// What a look at some places of a cloud, evenly spread over its file, tells of the whole.
+struct Survey {
+    double noise = 0;    ///< metres: median distance of flat cells' points from their planes
+    double spacing = 0;  ///< metres between points on flat cells, typically
+};
+
+/// The least cell size whose typical cell holds enough points to tell a plane from a heap: a place
+/// in CellFrame::kSizes. Typical is the median over the occupied cells of the places, so that the
+/// dense patch under a scanner does not decide for the rest.
+Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team);
+
+/// Noise and spacing by cells of a size. Where no cell is flat the noise is 0 and the spacing the
+/// cell's size.
+///
+/// Order  a function of the project and the size alone.
+/// Cost   reads some tens of thousands of points.
+Expected<Survey> SurveyCells(CProjectCore& core, const CellFrame& frame, const WorkTeam& team);
+
+}  // namespace orvix::detection
