@@ -28,14 +28,20 @@ inline bool Same(const CellPlace& a, const CellPlace& b) {
 ///
 /// Units      metres, project frame.
 /// Boundaries half-open, as the project's: of 10 cm they are the project's 10 cm cells. A tile
-/// holds
-///            whole 1000 cm cells.
+///            holds whole 100 cm cells, of cells of a metre and more whole 1000 cm cells.
 class CellFrame {
 public:
     /// The sizes there are, ascending.
     static constexpr std::array<double, 8> kSizes{0.1, 0.2, 0.25, 0.5, 1, 2, 5, 10};
-    /// The 1000 cm cells along an axis of a tile, for each size.
-    static constexpr std::array<std::int32_t, 8> kBlocksATile{1, 1, 1, 2, 5, 10, 25, 50};
+    /// Metres along the axes of a tile, for each size.
+    static constexpr std::array<CellPlace, 8> kTileMetres{{{5, 5, 10},
+                                                           {10, 10, 10},
+                                                           {10, 10, 10},
+                                                           {20, 20, 20},
+                                                           {50, 50, 50},
+                                                           {100, 100, 100},
+                                                           {250, 250, 250},
+                                                           {500, 500, 500}}};
     /// What no tile has more cells of along an axis.
     static constexpr std::int32_t kMostAxisCells = 100;
 
@@ -43,7 +49,7 @@ public:
     /// `step` is a place in kSizes.
     explicit CellFrame(std::size_t step)
         : size_(kSizes[step]),
-          blocksATile_(kBlocksATile[step]),
+          tileMetres_(kTileMetres[step]),
           perMetre_(size_ < 1 ? static_cast<std::int32_t>(1 / size_ + 0.5) : 0),
           metres_(size_ < 1 ? 1 : static_cast<std::int32_t>(size_ + 0.5)) {}
 
@@ -54,13 +60,22 @@ public:
     [[nodiscard]] std::int32_t PerUnit() const { return perMetre_ != 0 ? perMetre_ : 10 / metres_; }
 
     /// Cells along an axis of a tile.
-    [[nodiscard]] std::int32_t PerTile() const {
-        return blocksATile_ * (perMetre_ != 0 ? 10 * perMetre_ : 10 / metres_);
+    [[nodiscard]] std::int32_t PerTile(std::size_t axis) const {
+        return perMetre_ != 0 ? tileMetres_[axis] * perMetre_ : tileMetres_[axis] / metres_;
     }
-    /// The tile that holds a 1000 cm cell.
-    [[nodiscard]] CellPlace TileOf(const CellPlace& block) const {
-        return {FloorBy(block[0], blocksATile_), FloorBy(block[1], blocksATile_),
-                FloorBy(block[2], blocksATile_)};
+    /// The tile that holds a 100 cm cell.
+    [[nodiscard]] CellPlace TileOfMetre(const CellPlace& metre) const {
+        return {FloorBy(metre[0], tileMetres_[0]), FloorBy(metre[1], tileMetres_[1]),
+                FloorBy(metre[2], tileMetres_[2])};
+    }
+    /// The tile that holds a cell.
+    [[nodiscard]] CellPlace TileOf(const CellPlace& cell) const {
+        return {FloorBy(cell[0], PerTile(0)), FloorBy(cell[1], PerTile(1)),
+                FloorBy(cell[2], PerTile(2))};
+    }
+    /// A tile's first cell.
+    [[nodiscard]] CellPlace OriginOf(const CellPlace& tile) const {
+        return {tile[0] * PerTile(0), tile[1] * PerTile(1), tile[2] * PerTile(2)};
     }
 
     [[nodiscard]] std::int32_t Along(float coordinate) const {
@@ -89,7 +104,7 @@ public:
 
 private:
     double size_;
-    std::int32_t blocksATile_;
+    CellPlace tileMetres_;
     std::int32_t perMetre_;  // 0 for cells of a metre and more
     std::int32_t metres_;
 };

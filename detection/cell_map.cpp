@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "detection/gather_cells.h"
-
 namespace orvix::detection {
 namespace {
 
@@ -15,9 +13,7 @@ bool Stands(const CellShape& shape) {
 }
 
 bool IsPlain(const TileCells& cells, std::uint32_t cell, const std::vector<std::int32_t>& regions) {
-    const std::int32_t side = cells.Frame().PerTile();
-    for (const std::int32_t at : PlaceOf(cells.Key(cell), {}))
-        if (at == 0 || at == side - 1) return false;
+    if (cells.LiesAtRim(cell)) return false;
     const std::int32_t its = regions[cell];
     for (const std::uint32_t other : cells.Around(cell))
         if (regions[other] != its && regions[other] != kNoRegion) return false;
@@ -30,7 +26,7 @@ CellMap::CellMap(const CellFrame& frame, std::span<const CellPlace> tiles) : fra
     for (const CellPlace& place : tiles) {
         Tile tile;
         tile.place = place;
-        tile.origin = detection::OriginOf(frame, place);
+        tile.origin = frame.OriginOf(place);
         tiles_.push_back(std::move(tile));
     }
 }
@@ -83,7 +79,7 @@ std::size_t CellMap::LowerBound(const Tile& tile, CellKey key) {
 std::pair<std::uint32_t, std::uint32_t> CellMap::SliceOf(std::size_t tile, std::int32_t low,
                                                          std::int32_t width) const {
     const Tile& its = tiles_[tile];
-    const std::int32_t side = frame_.PerTile();
+    const std::int32_t side = frame_.PerTile(0);
     const std::int32_t from = std::max(low - its.origin[0], 0);
     const std::int32_t to = std::min(low + width - its.origin[0], side);
     if (from >= to) return {0, 0};
@@ -94,9 +90,7 @@ std::pair<std::uint32_t, std::uint32_t> CellMap::SliceOf(std::size_t tile, std::
 }
 
 std::size_t CellMap::Find(const CellPlace& place, std::uint32_t& cell) const {
-    const std::int32_t side = frame_.PerTile();
-    const std::size_t tile =
-        TileAt({FloorBy(place[0], side), FloorBy(place[1], side), FloorBy(place[2], side)});
+    const std::size_t tile = TileAt(frame_.TileOf(place));
     if (tile == Tiles()) return tile;
     const CellKey key = KeyOf(place, tiles_[tile].origin);
     const std::size_t at = LowerBound(tiles_[tile], key);

@@ -87,23 +87,25 @@ public:
     /// it, tile by tile.
     template <class Use>
     void ForCellsWithin(std::size_t tile, std::int32_t depth, Use&& use) const {
-        const std::int32_t side = frame_.PerTile();
-        const std::int32_t tilesAway = (depth + side - 1) / side;
+        CellPlace away;  // tiles
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            away[axis] = (depth + frame_.PerTile(axis) - 1) / frame_.PerTile(axis);
         const CellPlace& home = tiles_[tile].place;
         const CellPlace& origin = tiles_[tile].origin;
         const auto inside = [&](const CellPlace& place) {
             bool within = true;
             for (std::size_t axis = 0; axis < 3; ++axis)
                 within &= place[axis] >= origin[axis] - depth &&
-                          place[axis] < origin[axis] + side + depth;
+                          place[axis] < origin[axis] + frame_.PerTile(axis) + depth;
             return within;
         };
-        for (std::int32_t x = -tilesAway; x <= tilesAway; ++x) {
-            for (std::int32_t y = -tilesAway; y <= tilesAway; ++y) {
-                for (std::int32_t z = -tilesAway; z <= tilesAway; ++z) {
+        for (std::int32_t x = -away[0]; x <= away[0]; ++x) {
+            for (std::int32_t y = -away[1]; y <= away[1]; ++y) {
+                for (std::int32_t z = -away[2]; z <= away[2]; ++z) {
                     const std::size_t at = TileAt({home[0] + x, home[1] + y, home[2] + z});
                     if (at == Tiles()) continue;
-                    const auto [first, last] = SliceOf(at, origin[0] - depth, side + 2 * depth);
+                    const auto [first, last] =
+                        SliceOf(at, origin[0] - depth, frame_.PerTile(0) + 2 * depth);
                     for (std::uint32_t cell = first; cell < last; ++cell) {
                         const CellPlace place = PlaceOf(at, cell);
                         if (at == tile || inside(place)) use(place, at, cell);
@@ -117,9 +119,9 @@ public:
     template <class Use>
     void ForColumn(std::int32_t x, std::int32_t y, std::int32_t low, std::int32_t high,
                    Use&& use) const {
-        const std::int32_t side = frame_.PerTile();
+        const std::int32_t side = frame_.PerTile(2);
         for (std::int32_t z = low; z <= high;) {
-            const CellPlace tile{FloorBy(x, side), FloorBy(y, side), FloorBy(z, side)};
+            const CellPlace tile = frame_.TileOf({x, y, z});
             const std::int32_t end = std::min(high, tile[2] * side + side - 1);
             const std::size_t at = TileAt(tile);
             if (at != Tiles()) {

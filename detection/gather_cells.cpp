@@ -21,23 +21,18 @@ tl::unexpected<Error> Strayed(std::uint64_t record) {
                             record));
 }
 
-bool InTile(const CellPlace& place, const CellPlace& origin, std::int32_t side) {
+bool InTile(const CellFrame& frame, const CellPlace& place, const CellPlace& origin) {
     for (std::size_t axis = 0; axis < 3; ++axis)
-        if (place[axis] < origin[axis] || place[axis] - origin[axis] >= side) return false;
+        if (place[axis] < origin[axis] || place[axis] - origin[axis] >= frame.PerTile(axis))
+            return false;
     return true;
 }
 
 }  // namespace
 
-CellPlace OriginOf(const CellFrame& frame, const CellPlace& tile) {
-    const std::int32_t side = frame.PerTile();
-    return {tile[0] * side, tile[1] * side, tile[2] * side};
-}
-
 Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chunk,
                                const CellFrame& frame, const CellPlace& origin) {
     const Vector middle = TileCells::MiddleOf(frame, origin);
-    const std::int32_t side = frame.PerTile();
     CellNumbering numbering(frame);
     CellSums cells;
     std::uint64_t record = chunk.first;
@@ -46,7 +41,7 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
         if (!fault) return false;
         if (cell == kNoCell) {
             fault = Placeless(record);
-        } else if (numbering.MetNew() && !InTile(numbering.Place(), origin, side)) {
+        } else if (numbering.MetNew() && !InTile(frame, numbering.Place(), origin)) {
             fault = Strayed(record);
         }
         return fault.has_value();

@@ -24,9 +24,6 @@ private:
     std::vector<std::shared_ptr<CAlivePointReader>> readers_;
 };
 
-/// The first cell of a tile.
-CellPlace OriginOf(const CellFrame& frame, const CellPlace& tile);
-
 /// Reads a chunk's points once and sums up those of each cell.
 ///
 /// Order   cells as the points first meet them; a cell's points are summed as they are stored.

@@ -13,7 +13,7 @@ constexpr std::uint64_t kBytesAtWork = 260;  // a cell
 
 Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
                                std::span<CellSums> parts, double noise) {
-    ShapedTile tile{TileCells(frame, OriginOf(frame, place), parts), {}};
+    ShapedTile tile{TileCells(frame, frame.OriginOf(place), parts), {}};
     if (auto checked = tile.cells.Check(); !checked) return tl::unexpected<Error>(checked.error());
     tile.cells.Link();
     tile.shapes = ShapesOf(tile.cells);
@@ -65,11 +65,12 @@ public:
 private:
     // The tiles up to which, from `first` on, memory surely suffices.
     [[nodiscard]] std::size_t BatchFrom(std::size_t first) const {
-        const auto side = static_cast<std::uint64_t>(frame_.PerTile());
+        const auto mostCells =
+            static_cast<std::uint64_t>(frame_.PerTile(0) * frame_.PerTile(1) * frame_.PerTile(2));
         std::uint64_t bytes = 0;
         std::size_t last = first;
         for (; last < cut_.tiles.size(); ++last) {
-            bytes += std::min(cut_.tiles[last].points, side * side * side) * kBytesAtWork;
+            bytes += std::min(cut_.tiles[last].points, mostCells) * kBytesAtWork;
             if (bytes > memoryLimit_ / 2 && last > first) break;
         }
         return last;
@@ -87,7 +88,7 @@ private:
             const auto [tile, part] = jobs[job];
             const PointChunk& chunk = cut_.chunks[cut_.tiles[tile].chunks[part]];
             auto cells = GatherCells(readers_[worker], chunk, frame_,
-                                     OriginOf(frame_, cut_.tiles[tile].place));
+                                     frame_.OriginOf(cut_.tiles[tile].place));
             if (!cells) return tl::unexpected<Error>(cells.error());
             parts_[tile][part] = std::move(*cells);
             return {};
@@ -138,7 +139,7 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const CellFrame& frame,
     std::vector<CellSums> parts;
     const CellPlace& place = cut.tiles[tile].place;
     for (const std::uint32_t chunk : cut.tiles[tile].chunks) {
-        auto cells = GatherCells(reader, cut.chunks[chunk], frame, OriginOf(frame, place));
+        auto cells = GatherCells(reader, cut.chunks[chunk], frame, frame.OriginOf(place));
         if (!cells) return tl::unexpected<Error>(cells.error());
         parts.push_back(std::move(*cells));
     }

@@ -27,7 +27,7 @@ public:
         for (std::int32_t& at : low) at -= reach;
         // The cube of each coordinate: a division costs as much as all the rest.
         std::vector<std::int32_t> cubeOf;
-        for (std::int32_t i = 0; i < map.Frame().PerTile() + 2 * reach; ++i)
+        for (std::int32_t i = 0; i < CellFrame::kMostAxisCells + 2 * reach; ++i)
             cubeOf.push_back(i / reach);
         const auto cube = [&](std::int32_t from) { return cubeOf[static_cast<std::size_t>(from)]; };
         std::vector<CellKey> cubes;

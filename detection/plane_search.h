@@ -73,7 +73,7 @@ struct PlaceReport {
 
 /// All planes of a project.
 ///
-/// The project is worked through in tiles of a hundred cells along an axis. One pass over the
+/// The project is worked through in tiles of a hundred cells along an axis at most. One pass over the
 /// points keeps, of each occupied cell, how many points it holds, where their mean is and how they
 /// spread. Regions grow over neighbouring cells, from the flattest on, as long as the cells' points
 /// lie on the plane that the region has made so far; pieces of one plane are joined from tile to

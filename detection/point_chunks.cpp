@@ -27,15 +27,11 @@ public:
 
     void Take(const CellPlace& metre, std::uint64_t count) {
         const CellPlace block{FloorTenth(metre[0]), FloorTenth(metre[1]), FloorTenth(metre[2])};
-        if (!started_ || !Same(block, block_)) {
-            block_ = block;
-            started_ = true;
-            const CellPlace tile = frame_.TileOf(block);
-            if (chunk_.count >= kChunkPoints || !Same(tile, tile_)) Cut();
-            tile_ = tile;
-        } else if (chunk_.count >= kChunkPoints && frame_.InMetre()) {
-            Cut();
-        }
+        const CellPlace tile = frame_.TileOfMetre(metre);
+        const bool mayCut = frame_.InMetre() || !Same(block, block_);
+        if ((chunk_.count >= kChunkPoints && mayCut) || !Same(tile, tile_)) Cut();
+        block_ = block;
+        tile_ = tile;
         chunk_.count += count;
     }
     [[nodiscard]] std::uint64_t Taken() const { return chunk_.first + chunk_.count; }
@@ -62,7 +58,6 @@ private:
     }
 
     CellFrame frame_;
-    bool started_ = false;
     CellPlace block_{};
     CellPlace tile_{};
     PointChunk chunk_;

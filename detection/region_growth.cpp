@@ -171,12 +171,8 @@ void Grower::Settle() {
 }
 
 bool Grower::TouchesRim() const {
-    const std::int32_t side = tile_.Frame().PerTile();
-    return std::any_of(cells_.begin(), cells_.end(), [&](std::uint32_t cell) {
-        const CellPlace place = PlaceOf(tile_.Key(cell), {});
-        return std::any_of(place.begin(), place.end(),
-                           [&](std::int32_t at) { return at == 0 || at == side - 1; });
-    });
+    return std::any_of(cells_.begin(), cells_.end(),
+                       [&](std::uint32_t cell) { return tile_.LiesAtRim(cell); });
 }
 
 // A region is worked on about the tile's middle and told in the project's frame.

@@ -50,7 +50,7 @@ struct Findings {
 
 Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut, const PointChunk& place,
                         const CellFrame& frame, bool shapes) {
-    const CellPlace origin = OriginOf(frame, cut.tiles[place.tile].place);
+    const CellPlace origin = frame.OriginOf(cut.tiles[place.tile].place);
     auto sums = GatherCells(reader, place, frame, origin);
     if (!sums) return tl::unexpected<Error>(sums.error());
     Findings findings;

@@ -6,8 +6,10 @@
 namespace orvix::detection {
 
 Vector TileCells::MiddleOf(const CellFrame& frame, const CellPlace& origin) {
-    const double half = frame.Size() * (frame.PerTile() - 1) / 2;
-    return frame.Middle(origin) + Vector{half, half, half};
+    const auto half = [&](std::size_t axis) {
+        return frame.Size() * (frame.PerTile(axis) - 1) / 2;
+    };
+    return frame.Middle(origin) + Vector{half(0), half(1), half(2)};
 }
 
 TileCells::TileCells(const CellFrame& frame, const CellPlace& origin, std::span<CellSums> parts)

@@ -40,6 +40,13 @@ public:
     [[nodiscard]] std::uint32_t Size() const { return static_cast<std::uint32_t>(keys_.size()); }
     [[nodiscard]] CellKey Key(std::uint32_t cell) const { return keys_[cell]; }
     [[nodiscard]] const MomentSum& Sum(std::uint32_t cell) const { return sums_[cell]; }
+    /// Whether cells of its neighbourhood lie in another tile.
+    [[nodiscard]] bool LiesAtRim(std::uint32_t cell) const {
+        const CellPlace place = PlaceOf(keys_[cell], {});
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            if (place[axis] == 0 || place[axis] == frame_.PerTile(axis) - 1) return true;
+        return false;
+    }
     /// The cells of the neighbourhood of 27, the cell itself among them, ascending.
     [[nodiscard]] std::span<const std::uint32_t> Around(std::uint32_t cell) const {
         return {around_.data() + firstAround_[cell], around_.data() + firstAround_[cell + 1]};

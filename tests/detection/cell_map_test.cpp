@@ -6,7 +6,6 @@
 #include <random>
 #include <set>
 
-#include "detection/gather_cells.h"
 #include "detection/near_regions.h"
 #include "detection/plane_choices.h"
 
@@ -33,15 +32,19 @@ TEST(CellFrame, NestsInTheProjectsCellsOnBothSidesOfZero) {
     }
 }
 
-TEST(CellFrame, HasTilesOfWhole1000CmCells) {
+TEST(CellFrame, HasTilesOfWholeCellsOfTheProject) {
     for (std::size_t step = 0; step < CellFrame::kSizes.size(); ++step) {
         const CellFrame frame(step);
-        EXPECT_LE(frame.PerTile(), CellFrame::kMostAxisCells);
-        for (const float v : {-1000.0F, -10.0F, -0.01F, 0.0F, 9.99F, 10.0F, 499.5F}) {
-            const std::int32_t block = FloorTenth(CellOf(v).cell100);
-            const std::int32_t first = frame.TileOf({block, block, block})[0] * frame.PerTile();
-            EXPECT_GE(frame.Along(v), first) << v;
-            EXPECT_LT(frame.Along(v), first + frame.PerTile()) << v;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            EXPECT_LE(frame.PerTile(axis), CellFrame::kMostAxisCells);
+        for (const float v : {-1000.0F, -10.0F, -5.0F, -0.01F, 0.0F, 4.99F, 9.99F, 10.0F, 499.5F}) {
+            const std::int32_t metre = CellOf(v).cell100, cell = frame.Along(v);
+            const CellPlace tile = frame.TileOf({cell, cell, cell});
+            EXPECT_EQ(tile, frame.TileOfMetre({metre, metre, metre})) << v;
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                EXPECT_GE(cell, frame.OriginOf(tile)[axis]);
+                EXPECT_LT(cell, frame.OriginOf(tile)[axis] + frame.PerTile(axis));
+            }
         }
     }
 }
@@ -68,7 +71,7 @@ protected:
             if (!oracle_.emplace(at, region(random)).second) continue;
             const CellPlace tile{at[0] < 0 ? -1 : 0, at[1] < 0 ? -1 : 0, at[2] < 0 ? -1 : 0};
             CellSums& sums = tiles[tile];
-            sums.keys.push_back(KeyOf(at, OriginOf(frame_, tile)));
+            sums.keys.push_back(KeyOf(at, frame_.OriginOf(tile)));
             sums.sums.emplace_back();
             sums.sums.back().Add(Vector{});
         }
@@ -76,7 +79,7 @@ protected:
         for (const auto& [tile, sums] : tiles) places.push_back(tile);
         map_ = CellMap(frame_, places);
         std::size_t next = 0;
-        for (auto& [tile, sums] : tiles) Put(next++, OriginOf(frame_, tile), sums);
+        for (auto& [tile, sums] : tiles) Put(next++, frame_.OriginOf(tile), sums);
         map_.Number(std::vector<std::size_t>(places.size(), 4));
         std::vector<std::int32_t> names;
         for (std::size_t i = 0; i < places.size() * 4; ++i) names.push_back(i % 4);
@@ -141,7 +144,7 @@ TEST_P(CellMapModel, GoesThroughTheCellsAroundATile) {
                 bool within = true;
                 for (std::size_t axis = 0; axis < 3; ++axis)
                     within &= p[axis] >= low[axis] - depth &&
-                              p[axis] < low[axis] + frame_.PerTile() + depth;
+                              p[axis] < low[axis] + frame_.PerTile(axis) + depth;
                 if (within) expected.insert(p);
             }
             EXPECT_EQ(met, expected) << depth;
