@@ -19,9 +19,14 @@ bool IsFlat(const PlaceReport& place) {
     return n.x != 0 || n.y != 0 || n.z != 0;
 }
 
-std::string Distances(const PlaceReport& place, const PlaneSearchSettings& settings) {
-    return fmt::format("{:.1f} mm away, of {:.1f} mm allowed (--distance)",
-                       std::abs(place.nearestDistance) * 1000, settings.distance * 1000);
+// A plane that sags allows more than the distance does.
+std::string Distances(const PlaceReport& place, const PlaneSearchSettings& settings,
+                      const std::vector<WorldPlane>& planes) {
+    const auto i = static_cast<std::size_t>(place.nearest);
+    const double allowed = i < planes.size() ? planes[i].tolerance : settings.distance;
+    return fmt::format("{:.1f} mm away, of {:.1f} mm allowed{}",
+                       std::abs(place.nearestDistance) * 1000, allowed * 1000,
+                       allowed > settings.distance ? " for a plane of its rms" : " (--distance)");
 }
 
 std::string NameOf(std::int32_t plane, const std::vector<WorldPlane>& planes) {
@@ -40,10 +45,10 @@ std::string SentenceOf(const PlaceReport& place, const PlaneSearchSettings& sett
     switch (VerdictOf(place)) {
         case PlaceVerdict::OnPlane:
             return fmt::format("{} {}: {}", place.occupied ? "on" : "a point there would be on",
-                               NameOf(place.plane, planes), Distances(place, settings));
+                               NameOf(place.plane, planes), Distances(place, settings, planes));
         case PlaceVerdict::TooFar:
             return fmt::format("on none: the nearest around is {}: {}",
-                               NameOf(place.nearest, planes), Distances(place, settings));
+                               NameOf(place.nearest, planes), Distances(place, settings, planes));
         case PlaceVerdict::Dropped:
             return fmt::format(
                 "on none: the nearest plane around, {:.1f} mm away, is dropped, for a plane has at "

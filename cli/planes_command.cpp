@@ -74,6 +74,7 @@ Json JsonOf(const WorldPlane& plane) {
     json["centroid"] = JsonOf(plane.centroid);
     json["points"] = plane.points;
     json["rms"] = plane.rms;
+    json["tolerance"] = plane.tolerance;
     json["area"] = plane.area;
     json["regions"] = Json::array();
     for (const WorldPlane::Region& region : plane.regions) {
@@ -210,8 +211,7 @@ Expected<void> WriteFiles(const Arguments& arguments, OpenProject& project,
         done = WriteMesh(platform::FromUtf8(arguments.mesh), mesh.mesh, mesh.parts);
     }
     if (done && !arguments.outlines.empty())
-        done = WriteOutlines(platform::FromUtf8(arguments.outlines), finding.planes,
-                             finding.search->Settings().distance);
+        done = WriteOutlines(platform::FromUtf8(arguments.outlines), finding.planes);
     if (done && !arguments.picture.empty()) done = DrawPicture(arguments, project, finding, frame);
     if (done && arguments.apply)
         done = ApplyPlaneNumbers(project.Manager().projectFile, *finding.search,

@@ -82,6 +82,7 @@ std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
         out.equation = {n.x, n.y, n.z, -(n.x * c.x + n.y * c.y + n.z * c.z)};
         out.points = plane.points;
         out.rms = plane.rms;
+        out.tolerance = plane.tolerance;
         for (const PlaneRegion& region : plane.outline.regions) {
             out.regions.push_back({RingInWorld(plane, frame, region.outer), {}});
             for (const PlaneRing& hole : region.holes)

@@ -24,6 +24,7 @@ struct WorldPlane {
     SimplePointT<double> centroid;
     std::uint64_t points = 0;
     double rms = 0;
+    double tolerance = 0;  ///< metres: largest distance of a point from the plane of its cells
     double area = 0;
     std::vector<Region> regions;  ///< counter-clockwise seen from where the normal points
 };

@@ -148,6 +148,7 @@ Expected<void> PlaneSearch::Fit(const WorkTeam& team, const PlaneSearchOptions& 
     std::vector<PlaneRaster> rasters;
     for (std::size_t i = 0; i < regions.size(); ++i) {
         planes_[i].frame = frames[i];
+        planes_[i].tolerance = regionPlanes_[i].reach;
         rasters.push_back(RasterOf((*extents)[i]));
     }
     const auto sums = Assign(team, rasters);

@@ -52,8 +52,9 @@ struct FoundPlane {
     double offset = 0;  ///< normal . p + offset = 0
     Vector centre;      ///< mean of its points
     std::uint64_t points = 0;
-    double rms = 0;   ///< metres: of its points from it
-    double area = 0;  ///< square metres inside its outline
+    double rms = 0;        ///< metres: of its points from it
+    double tolerance = 0;  ///< metres: largest distance of a point from the plane of its cells
+    double area = 0;       ///< square metres inside its outline
     PlaneKind kind = PlaneKind::Other;
     PlaneFrame frame;
     PlaneOutline outline;  ///< in `frame`; vertices are the outline's own (raster_outline.h)
@@ -73,12 +74,12 @@ struct PlaceReport {
 
 /// All planes of a project.
 ///
-/// The project is worked through in tiles of a hundred cells along an axis at most. One pass over the
-/// points keeps, of each occupied cell, how many points it holds, where their mean is and how they
-/// spread. Regions grow over neighbouring cells, from the flattest on, as long as the cells' points
-/// lie on the plane that the region has made so far; pieces of one plane are joined from tile to
-/// tile and across gaps. A second pass gives each point to the nearest plane that passes its cell
-/// or one beside it, within the distance, and fits each plane to its points.
+/// The project is worked through in tiles of a hundred cells along an axis at most. One pass over
+/// the points keeps, of each occupied cell, how many points it holds, where their mean is and how
+/// they spread. Regions grow over neighbouring cells, from the flattest on, as long as the cells'
+/// points lie on the plane that the region has made so far; pieces of one plane are joined from
+/// tile to tile and across gaps. A second pass gives each point to the nearest plane that passes
+/// its cell or one beside it, within the distance, and fits each plane to its points.
 ///
 ///     auto search = PlaneSearch::Run(core, {});
 ///     if (!search) return Report(search.error());

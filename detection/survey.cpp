@@ -91,13 +91,24 @@ Expected<Findings> LookAround(CProjectCore& core, const CellFrame& frame, const 
     return all;
 }
 
+// Three quarters of the points lie in cells that hold so many, or more: strays are many cells, but
+// few points.
+std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
+    std::sort(counts.begin(), counts.end());
+    std::uint64_t total = 0, passed = 0;
+    for (const std::uint32_t count : counts) total += count;
+    for (const std::uint32_t count : counts)
+        if ((passed += count) * 4 >= total) return count;
+    return 0;
+}
+
 }  // namespace
 
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team) {
     for (std::size_t step = 0; step + 1 < CellFrame::kSizes.size(); ++step) {
         auto found = LookAround(core, CellFrame(step), team, false);
         if (!found) return tl::unexpected<Error>(found.error());
-        if (!found->counts.empty() && ValueAt(found->counts, 0.5) >= kTypicalPoints) return step;
+        if (TypicalCount(found->counts) >= kTypicalPoints) return step;
     }
     return CellFrame::kSizes.size() - 1;
 }

@@ -16,8 +16,9 @@ struct Survey {
 };
 
 /// The least cell size whose typical cell holds enough points to tell a plane from a heap: a place
-/// in CellFrame::kSizes. Typical is the median over the occupied cells of the places, so that the
-/// dense patch under a scanner does not decide for the rest.
+/// in CellFrame::kSizes. Three quarters of the points of the places lie in cells that hold two and
+/// more: neither the dense patch under a scanner nor the strays of a dense scan decide for the
+/// rest.
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team);
 
 /// Noise and spacing by cells of a size. Where no cell is flat the noise is 0 and the spacing the

@@ -21,17 +21,17 @@ Json JsonOf(const WorldPlane& plane, const WorldPlane::Ring& ring) {
     return json;
 }
 
-Json JsonOf(const WorldPlane& plane, double tolerance) {
+Json JsonOf(const WorldPlane& plane) {
     Json polygons = Json::array();
     for (const WorldPlane::Region& region : plane.regions) {
         Json rings = Json::array({JsonOf(plane, region.outer)});
         for (const WorldPlane::Ring& hole : region.holes) rings.push_back(JsonOf(plane, hole));
         polygons.push_back(rings);
     }
-    const Json properties{{"number", plane.number},     {"class", plane.kind},
-                          {"equation", plane.equation}, {"area", plane.area},
-                          {"points", plane.points},     {"rms", plane.rms},
-                          {"tolerance", tolerance}};
+    const Json properties{{"number", plane.number},      {"class", plane.kind},
+                          {"equation", plane.equation},  {"area", plane.area},
+                          {"points", plane.points},      {"rms", plane.rms},
+                          {"tolerance", plane.tolerance}};
     return Json{{"type", "Feature"},
                 {"id", plane.number},
                 {"properties", properties},
@@ -40,11 +40,11 @@ Json JsonOf(const WorldPlane& plane, double tolerance) {
 
 }  // namespace
 
-void PrintGeoJson(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance) {
+void PrintGeoJson(TextFile& file, const std::vector<WorldPlane>& planes) {
     // The null says, as GeoJSON of 2008 has it, that no coordinate system can be assumed.
     file.Print("{{\"type\": \"FeatureCollection\", \"crs\": null, \"features\": [");
     for (std::size_t i = 0; i < planes.size(); ++i)
-        file.Print("{}\n{}", i == 0 ? "" : ",", JsonOf(planes[i], tolerance).dump());
+        file.Print("{}\n{}", i == 0 ? "" : ",", JsonOf(planes[i]).dump());
     file.Print("\n]}}\n");
 }
 

@@ -56,8 +56,8 @@ Vector OriginOf(const std::vector<WorldPlane>& planes) {
 
 class IfcModel {
 public:
-    IfcModel(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance)
-        : file_(file), planes_(planes), tolerance_(tolerance), origin_(OriginOf(planes)) {}
+    IfcModel(TextFile& file, const std::vector<WorldPlane>& planes)
+        : file_(file), planes_(planes), origin_(OriginOf(planes)) {}
 
     void Print() {
         file_.Print(
@@ -102,7 +102,6 @@ private:
 
     TextFile& file_;
     const std::vector<WorldPlane>& planes_;
-    double tolerance_;
     Vector origin_;
     std::size_t last_ = 0;
     std::size_t axes_ = 0;
@@ -169,7 +168,7 @@ std::size_t IfcModel::PrintFace(const WorldPlane::Region& region) {
 void IfcModel::PrintProperties(const WorldPlane& plane, std::size_t element) {
     std::vector<std::size_t> properties;
     for (const auto& [name, type, value] :
-         {std::tuple{"Tolerance", "IFCPOSITIVELENGTHMEASURE", tolerance_},
+         {std::tuple{"Tolerance", "IFCPOSITIVELENGTHMEASURE", plane.tolerance},
           std::tuple{"Rms", "IFCLENGTHMEASURE", plane.rms},
           std::tuple{"Area", "IFCAREAMEASURE", plane.area}})
         properties.push_back(Add("IFCPROPERTYSINGLEVALUE('{}',$,{}({:.9E}),$)", name, type, value));
@@ -205,8 +204,8 @@ std::size_t IfcModel::PrintPlane(const WorldPlane& plane) {
 
 }  // namespace
 
-void PrintIfc(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance) {
-    IfcModel(file, planes, tolerance).Print();
+void PrintIfc(TextFile& file, const std::vector<WorldPlane>& planes) {
+    IfcModel(file, planes).Print();
 }
 
 }  // namespace orvix::cli

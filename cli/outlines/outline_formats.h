@@ -10,7 +10,7 @@ namespace orvix::cli {
 
 /// The formats behind WriteOutlines, a file each.
 void PrintDxf(TextFile& file, const std::vector<WorldPlane>& planes);
-void PrintGeoJson(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance);
-void PrintIfc(TextFile& file, const std::vector<WorldPlane>& planes, double tolerance);
+void PrintGeoJson(TextFile& file, const std::vector<WorldPlane>& planes);
+void PrintIfc(TextFile& file, const std::vector<WorldPlane>& planes);
 
 }  // namespace orvix::cli

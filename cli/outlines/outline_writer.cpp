@@ -10,8 +10,7 @@ bool IsOutlineName(const CString& path) {
     return HasEnding(path, L".dxf") || HasEnding(path, L".geojson") || HasEnding(path, L".ifc");
 }
 
-Expected<void> WriteOutlines(const CString& path, const std::vector<WorldPlane>& planes,
-                             double tolerance) {
+Expected<void> WriteOutlines(const CString& path, const std::vector<WorldPlane>& planes) {
     if (!IsOutlineName(path))
         return Fail(
             ErrorCode::BadInput,
@@ -20,9 +19,9 @@ Expected<void> WriteOutlines(const CString& path, const std::vector<WorldPlane>&
     if (HasEnding(path, L".dxf"))
         PrintDxf(file, planes);
     else if (HasEnding(path, L".geojson"))
-        PrintGeoJson(file, planes, tolerance);
+        PrintGeoJson(file, planes);
     else
-        PrintIfc(file, planes, tolerance);
+        PrintIfc(file, planes);
     return file.Commit();
 }
 

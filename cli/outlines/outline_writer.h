@@ -22,10 +22,7 @@ bool IsOutlineName(const CString& path);
 ///   tolerance, the rms, the area and the points. The model's zero lies near the planes, and a map
 ///   conversion tells where. Identifiers and dates follow from the planes, not from the clock.
 ///
-/// `tolerance` is the largest distance of a point from its plane, metres.
-///
 /// Errors   BadInput for another ending; NoSpace or Failure, with the path, when writing fails.
-Expected<void> WriteOutlines(const CString& path, const std::vector<WorldPlane>& planes,
-                             double tolerance);
+Expected<void> WriteOutlines(const CString& path, const std::vector<WorldPlane>& planes);
 
 }  // namespace orvix::cli

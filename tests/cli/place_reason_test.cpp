@@ -17,6 +17,7 @@ protected:
         settings_.leastPoints = 30;
         planes_.resize(2);
         planes_[1].kind = "wall";
+        planes_[1].tolerance = 0.04;
         place_.occupied = true;
         place_.points = 12;
         place_.cellNormal = {0, 1, 0};
@@ -39,6 +40,13 @@ TEST_F(PlaceReason, NamesThePlaneAndItsDistanceInMillimetres) {
     ExpectSaid("on plane 2, a wall: 3.1 mm away, of 40.0 mm allowed");
     ExpectSaid("turned by 11.5 degrees");
     EXPECT_DOUBLE_EQ(TurnInDegrees(place_), 11.459);
+}
+
+TEST_F(PlaceReason, NamesThePlanesOwnToleranceWhereThatIsMore) {
+    place_.plane = place_.nearest = 1;
+    place_.nearestDistance = 0.05;
+    planes_[1].tolerance = 0.06;
+    ExpectSaid("50.0 mm away, of 60.0 mm allowed for a plane of its rms");
 }
 
 TEST_F(PlaceReason, SaysOfAPlaceThatIsTooFarHowItIsTurned) {

@@ -154,6 +154,17 @@ TEST(PlaneSearch, FindsThemUnderNoiseAndOutliers) {
     EXPECT_GE(ShareFound(project, *search, building, 0.4, 0.006), 0.93);
 }
 
+TEST(PlaneSearch, ChoosesCellsByTheScanAndNotByItsStrays) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> side(0, 3);
+    std::vector<Vector> points;
+    for (int i = 0; i < 90'000; ++i) points.push_back({side(random), side(random), 0.55});
+    for (int i = 0; i < 9'000; ++i) points.push_back({side(random), side(random), side(random)});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    EXPECT_EQ(project.Search()->Settings().cellSize, 0.1);
+}
+
 TEST(PlaneSearch, GivesTheSameBitsAtAnyNumberOfThreads) {
     const test::ScratchFolder folder;
     Opened project(ImportBuilding(folder, SyntheticBuilding({.points = 200'000})));
