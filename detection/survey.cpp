@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 #include "detection/cell_shapes.h"
 #include "detection/gather_cells.h"
@@ -17,6 +18,8 @@ constexpr std::size_t kChunksAPlace = 16;
 constexpr std::uint64_t kPointsAPlace = 4096;
 constexpr std::uint32_t kTypicalPoints = 2;
 
+constexpr double kWorthwhile =
+    1.15;  // times the flat points of a size: what a larger one must find
 constexpr double kPlainShare = 0.45;  // of the flat cells: those that hold noise and nothing else
 
 template <class T>
@@ -102,15 +105,34 @@ std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
     return 0;
 }
 
+// Of the points: those in cells with a normal.
+double FlatShare(const Findings& found) {
+    const auto sum = [](const std::vector<std::uint32_t>& counts) {
+        return std::accumulate(counts.begin(), counts.end(), 0.0);
+    };
+    return found.counts.empty() ? 0 : sum(found.flatCounts) / sum(found.counts);
+}
+
 }  // namespace
 
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team) {
-    for (std::size_t step = 0; step + 1 < CellFrame::kSizes.size(); ++step) {
+    constexpr std::size_t kLast = CellFrame::kSizes.size() - 1;
+    std::size_t step = 0;
+    for (; step < kLast; ++step) {
         auto found = LookAround(core, CellFrame(step), team, false);
         if (!found) return tl::unexpected<Error>(found.error());
-        if (TypicalCount(found->counts) >= kTypicalPoints) return step;
+        if (TypicalCount(found->counts) >= kTypicalPoints) break;
     }
-    return CellFrame::kSizes.size() - 1;
+    double share = 0;
+    for (std::size_t next = step; next <= kLast; ++next) {
+        const auto found = LookAround(core, CellFrame(next), team, true);
+        if (!found) return tl::unexpected<Error>(found.error());
+        const double flat = FlatShare(*found);
+        if (next > step && flat <= kWorthwhile * share) break;
+        share = flat;
+        step = next;
+    }
+    return step;
 }
 
 Expected<Survey> SurveyCells(CProjectCore& core, const CellFrame& frame, const WorkTeam& team) {

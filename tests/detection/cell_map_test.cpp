@@ -225,7 +225,7 @@ TEST(CellNumbering, AgreesWithTheFrameAtTheRimsOfCells) {
             CCloudPoint<float> p;
             p.x = static_cast<float>(frame.Size() * static_cast<double>(random() % 4));
             p.y = p.z = static_cast<float>(frame.Size() / 2);
-            for (std::uint32_t step2 = random() % 3; step2 > 0; --step2)
+            for (auto steps = random() % 3; steps > 0; --steps)
                 p.x = std::nextafter(p.x, random() % 2 == 0 ? 100.0F : -100.0F);
             numbering.NumberOf(p);
             EXPECT_EQ(numbering.Place(), frame.PlaceOf(p)) << p.x;

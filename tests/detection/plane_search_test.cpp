@@ -165,6 +165,18 @@ TEST(PlaneSearch, ChoosesCellsByTheScanAndNotByItsStrays) {
     EXPECT_EQ(project.Search()->Settings().cellSize, 0.1);
 }
 
+TEST(PlaneSearch, ChoosesCellsThatHoldSeveralOfAScannersLines) {
+    std::vector<Vector> points;
+    for (int line = 0; line < 30; ++line)
+        for (int i = 0; i < 600; ++i) points.push_back({0.01 * i, 0.24 * line, 1.2});
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    const auto search = project.Search();
+    EXPECT_GT(search->Settings().cellSize, 0.1);
+    ASSERT_EQ(search->Planes().size(), 1U);
+    EXPECT_EQ(search->AssignedPoints(), points.size());
+}
+
 TEST(PlaneSearch, GivesTheSameBitsAtAnyNumberOfThreads) {
     const test::ScratchFolder folder;
     Opened project(ImportBuilding(folder, SyntheticBuilding({.points = 200'000})));
