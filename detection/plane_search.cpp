@@ -103,7 +103,7 @@ Expected<void> PlaneSearch::Derive(const WorkTeam& team, const PlaneSearchOption
     settings_.angle = orElse(options.angle, 20);
     settings_.leastArea = orElse(options.leastArea, std::max(0.25, 9 * size * size));
     settings_.leastPoints = orElse(options.leastPoints, 30);
-    settings_.bridge = options.bridge >= 0 ? options.bridge : std::max(0.3, size);
+    settings_.bridge = options.bridge >= 0 ? options.bridge : std::max(0.3, 2 * size);
     return {};
 }
 

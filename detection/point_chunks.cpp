@@ -20,6 +20,13 @@ tl::unexpected<Error> Torn(std::uint64_t at, std::uint64_t points) {
                             at, points));
 }
 
+// No point that has a cell (CellFrame::Holds) lies in such a 100 cm cell.
+bool IsTooFar(const CellPlace& metre) {
+    constexpr std::int32_t kMost = 100'000'000;
+    return std::any_of(metre.begin(), metre.end(),
+                       [](std::int32_t at) { return at < -kMost || at >= kMost; });
+}
+
 /// Takes the 100 cm cells in the order of the file.
 class Cutter {
 public:
@@ -79,6 +86,11 @@ Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame) 
         CIndexerSmall run;
         index->GetOffsetCount100(run.offset, run.count);
         const std::uint64_t at = cutter.Taken();
+        if (IsTooFar(metre))
+            return Fail(ErrorCode::Damaged,
+                        fmt::format("100 cm cell {} lies at {}, {}, {} m, where no point can be; "
+                                    "check the project or import it again",
+                                    i, metre[0], metre[1], metre[2]));
         if (run.offset != at || run.count > points - at) return Torn(at, points);
         cutter.Take(metre, run.count);
     }

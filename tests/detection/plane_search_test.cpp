@@ -371,6 +371,22 @@ TEST(PlaneSearch, ReportsAnIndexThatDoesNotLeadToEveryPoint) {
     EXPECT_EQ(search.error().code, ErrorCode::Damaged);
 }
 
+TEST(PlaneSearch, ReportsAnIndexCellWhereNoPointCanBe) {
+    const test::ScratchFolder folder;
+    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
+    ProjectManager manager;
+    ASSERT_TRUE(manager.Set(file, false));
+    auto index = test::ReadBytes(manager.gridIdx);
+    const std::int32_t far = std::numeric_limits<std::int32_t>::max();
+    std::memcpy(index.data(), &far, sizeof far);
+    test::WriteBytes(manager.gridIdx, index.data(), index.size());
+    Opened project(file);
+    const auto search = PlaneSearch::Run(project.Core(), {});
+    ASSERT_FALSE(search);
+    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
+    EXPECT_NE(search.error().message.find("cell 0"), std::string::npos) << search.error().message;
+}
+
 TEST(PlaneSearch, ReportsAPointWithoutAPlace) {
     const test::ScratchFolder folder;
     const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
