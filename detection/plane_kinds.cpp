@@ -13,12 +13,16 @@ constexpr double kMostShare = 0.3;                   // of a roof's cells that l
 constexpr double kCovering = 0.6;   // of a ceiling's cells, or a table's, that lie over something
 constexpr double kReach = 8;        // metres up or down that are looked at
 constexpr double kLeastReach = 6;   // cells, likewise
+constexpr double kAirborne = 0.15;  // metres between points: what is thinner is from the air
 constexpr double kFurniture = 1.5;  // metres: what is no higher is no ceiling
 
 }  // namespace
 
-PlaneJudge::PlaneJudge(const CellMap& map, const std::vector<Vector>& stations)
-    : map_(map), stations_(stations), reach_(std::max(kReach, kLeastReach * map.Frame().Size())) {
+PlaneJudge::PlaneJudge(const CellMap& map, const std::vector<Vector>& stations, double spacing)
+    : map_(map),
+      stations_(stations),
+      reach_(std::max(kReach, kLeastReach * map.Frame().Size())),
+      fromAir_(stations.empty() && spacing > kAirborne) {
     for (std::size_t tile = 0; tile < map.Tiles(); ++tile) {
         std::array<std::int64_t, 3> sum{};
         for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell)
@@ -84,14 +88,14 @@ bool PlaneJudge::Faces(const FoundPlane& plane) const {
 }
 
 // A level plane that scanners see from below is a ceiling. Where no scanner is known, one that
-// things hang from is, if it covers most of what lies below; covering it closely, it is the top of
-// a table or a cupboard.
+// things hang from is, if it covers most of what lies below and was not seen from the air; covering
+// it closely, it is the top of a table or a cupboard.
 PlaneKind PlaneJudge::KindOfLevel(std::span<const CellPlace> cells, bool seenFromBelow) const {
     if (seenFromBelow) return PlaneKind::Ceiling;
     if (!HangsFromIt(cells)) return PlaneKind::Floor;
     const bool open = ShareInSight(cells, 1, reach_) <= kMostShare;
     if (!stations_.empty()) return open ? PlaneKind::Roof : PlaneKind::Floor;
-    if (ShareInSight(cells, -1, reach_) <= kCovering) return PlaneKind::Roof;
+    if (fromAir_ || ShareInSight(cells, -1, reach_) <= kCovering) return PlaneKind::Roof;
     return ShareInSight(cells, -1, kFurniture) > kCovering ? PlaneKind::Other : PlaneKind::Ceiling;
 }
 

@@ -11,7 +11,7 @@ namespace orvix::detection {
 /// Tells what a plane is, and to which side its normal points, as PlaneSearch promises.
 class PlaneJudge {
 public:
-    PlaneJudge(const CellMap& map, const std::vector<Vector>& stations);
+    PlaneJudge(const CellMap& map, const std::vector<Vector>& stations, double spacing);
 
     /// Sets kind, normal and offset; `cells` are some of the plane's, spread over it.
     void Judge(std::span<const CellPlace> cells, FoundPlane& plane) const;
@@ -26,6 +26,7 @@ private:
     const CellMap& map_;
     const std::vector<Vector>& stations_;
     double reach_;   // metres up and down that are looked at
+    bool fromAir_;   // the scanner looked down
     Vector middle_;  // of the cells
 };
 

@@ -153,7 +153,7 @@ Expected<void> PlaneSearch::Fit(const WorkTeam& team, const PlaneSearchOptions& 
     }
     const auto sums = Assign(team, rasters);
     if (!sums) return tl::unexpected<Error>(sums.error());
-    const PlaneJudge judge(grown_.map, options.stations);
+    const PlaneJudge judge(grown_.map, options.stations, settings_.spacing);
     return team.Run(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
         planes_[i].points = static_cast<std::uint64_t>((*sums)[i].count);
         if (planes_[i].points < 3) return {};

@@ -92,10 +92,11 @@ struct PlaceReport {
 ///            from below. Else it is a floor, unless more stands below its rims than above: then,
 ///            without stations, it is a ceiling where it covers most of what lies below, or another
 ///            (a table) where it covers it from less than 1.5 m; what is left is a roof, for a
-///            known scanner only under open sky. Of the others those with open sky above are roofs.
+///            known scanner only under open sky. Without stations, points more than 0.15 m apart
+///            are from the air and know no ceilings. Of the others those with open sky above are
+///            roofs.
 /// Boundaries a plane that takes in more than noise, such as a floor that sags, reaches further
-/// than
-///            the distance: to 3 times the rms of its cells' points.
+///            than the distance: to 3 times the rms of its cells' points.
 /// Order      planes by their points, most first, equal ones by their first cell. The same project
 ///            and options give the same bits, at any number of threads and on every system; the
 ///            memory limit matters only where it makes cells larger.

@@ -19,8 +19,8 @@ namespace orvix::detection {
 /// scan drifts, and floors sag; what stands apart must prove itself.
 ///
 /// Order   pairs by how little they lose, equal ones by number, until none is left; the regions
-/// that
-///         remain keep the number of their first piece, then close ranks. The map's are renamed.
+///         that remain keep the number of their first piece, then close ranks. The map's are
+///         renamed.
 /// Errors  Cancelled.
 /// Cost    some 50 ns a cell, on as many threads as there are tiles, and n log n of the pairs.
 Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const WorkTeam& team,

@@ -20,8 +20,7 @@ namespace orvix::detection {
 ///        lies on the line between its neighbours unless it is shared. `twiceArea` becomes
 ///        the straightened rim's, `parent` stays.
 /// Order  a function of the arguments alone. What crosses what, and what lies inside of what, is
-/// decided
-///        in integers.
+///        decided in integers.
 /// Cost   n log n of the corners as a rule.
 /// Source D. Douglas, T. Peucker: Algorithms for the reduction of the number of points required
 ///        to represent a digitized line. Cartographica 10 (1973), 112-122.

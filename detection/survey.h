@@ -17,9 +17,9 @@ struct Survey {
 
 /// The least cell size whose typical cell holds enough points to tell a plane from a heap: a place
 /// in CellFrame::kSizes. Three quarters of the points of the places lie in cells that hold two and
-/// more: neither the dense patch under a scanner nor the strays of a dense scan decide for the rest.
-/// Where the next size finds a normal for many more points, it is that, and so on: a scanner of few
-/// lines leaves cells that hold one line each.
+/// more: neither the dense patch under a scanner nor the strays of a dense scan decide for the
+/// rest. Where the next size finds a normal for many more points, it is that, and so on: a scanner
+/// of few lines leaves cells that hold one line each.
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team);
 
 /// Noise and spacing by cells of a size. Where no cell is flat the noise is 0 and the spacing the
