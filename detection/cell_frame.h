@@ -112,8 +112,9 @@ private:
 /// Numbers the cells of a chunk in the order in which its points first meet them.
 ///
 ///     CellNumbering numbering(frame);
-///     for (const auto& p : points) Use(numbering.NumberOf(p), p);    // numbering.MetNew(): the
-///     first
+///     for (const auto& p : points) Use(numbering.NumberOf(p), p);
+///
+/// MetNew says of the last point whether it was the first in its cell.
 ///
 /// Boundaries points must have a cell (CellFrame::Holds) and come as a project stores them, one
 ///            100 cm cell (of cells of a metre and more: one 1000 cm cell) after the other; a cell

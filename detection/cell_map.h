@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "detection/cell_shapes.h"
@@ -35,14 +36,15 @@ private:
 
 /// Every cell of a cloud: where it is, and which region it belongs to.
 ///
-///     map.Put(tile, cells, shapes, std::move(regions));    // tiles in any order, from any thread
-///     map.Number();
-///     map.ForCellsWithin(tile, 1, [&](const CellPlace& place, std::int32_t region, ...) { ... });
+///     map.Put(tile, cells, shapes, regions, numbers);
+///     map.Number(counts);                                   // when every tile is put
+///     map.ForCellsWithin(tile, 1, [&](const CellPlace& place, std::size_t its, auto cell) { ...
+///     });
 ///
 /// Order    cells of a tile by x, then y, then z; regions tile by tile, in the order in which they
 ///          grew.
 /// Lifetime the regions' numbers are the tile's own until Number, then the cloud's.
-/// Threads  Put for different tiles and const calls may run side by side.
+/// Threads  Put for different tiles may run side by side; const calls likewise, after the last Put.
 /// Cost     12 bytes a cell.
 class CellMap {
 public:

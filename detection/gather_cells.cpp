@@ -16,7 +16,7 @@ tl::unexpected<Error> Placeless(std::uint64_t record) {
 
 tl::unexpected<Error> Strayed(std::uint64_t record) {
     return Fail(ErrorCode::Damaged,
-                fmt::format("record {} lies outside the 1000 cm cell that leads to it; check the "
+                fmt::format("record {} lies outside the 100 cm cell that leads to it; check the "
                             "project or import it again",
                             record));
 }

@@ -30,8 +30,7 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const CellFrame& frame,
                               const PointChunks& cut, std::size_t tile, double noise);
 
 /// Reads every point once and grows regions within each tile.
-///
-/// As many tiles are worked on at a time as half of `memoryLimit` surely holds, one at least.
+/// As many tiles are worked on at a time as half of `memoryLimit` holds as a rule, one at least.
 ///
 /// Order   what comes out is a function of the points alone: no tile sees another.
 /// Errors  GatherCells'; BadInput where what is kept of the cells takes more than the other half.

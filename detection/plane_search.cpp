@@ -51,6 +51,7 @@ Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
     const WorkTeam team(options.threads, options.proceed);
     std::unique_ptr<PlaneSearch> search(new PlaneSearch(core));
     if (core.AlivePointCount() == 0) return search;
+    if (!core.CreateAlivePointReader()) return NoView();
     if (auto done = search->Grow(team, options); !done) return tl::unexpected<Error>(done.error());
     if (auto done = search->Fit(team, options); !done) return tl::unexpected<Error>(done.error());
     search->Rank();
@@ -297,12 +298,12 @@ void PlaneSearch::Rank() {
 
 Expected<PlaceReport> PlaneSearch::Explain(const Vector& place) const {
     PlaceReport report;
-    const std::int32_t nearest = Assignment().At(place, false);
+    std::int32_t nearest = Assignment().At(place);
+    report.plane = PlaneOfRegion(nearest);
+    if (nearest == kNoRegion) nearest = Assignment().At(place, false);
     if (nearest != kNoRegion) {
         report.nearest = PlaneOfRegion(nearest);
         report.nearestDistance = regionPlanes_[static_cast<std::size_t>(nearest)].Distance(place);
-        const double reach = regionPlanes_[static_cast<std::size_t>(nearest)].reach;
-        if (std::abs(report.nearestDistance) <= reach) report.plane = report.nearest;
     }
     CCloudPoint<float> point;
     point.x = static_cast<float>(place.x);
@@ -315,8 +316,11 @@ Expected<PlaceReport> PlaneSearch::Explain(const Vector& place) const {
     Readers readers(core_, 1);
     const auto shaped = ReadTile(readers[0], frame_, cut_, tile, settings_.noise);
     if (!shaped) return tl::unexpected<Error>(shaped.error());
+    if (cell >= shaped->cells.Size() ||
+        shaped->cells.Key(cell) != grown_.map.NoteOf(tile, cell).Key())
+        return Fail(ErrorCode::Damaged, "the points have changed since; search again");
     report.occupied = true;
-    report.points = static_cast<std::uint32_t>(shaped->cells.Sum(cell).count);
+    report.points = static_cast<std::uint64_t>(shaped->cells.Sum(cell).count);
     report.cellNormal = shaped->shapes[cell].Normal();
     report.cellRms = shaped->shapes[cell].rms;
     if (report.nearest >= 0)

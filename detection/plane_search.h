@@ -63,11 +63,11 @@ struct FoundPlane {
 /// Why a place is in a plane or in none.
 struct PlaceReport {
     bool occupied = false;       ///< there are points in its cell
-    std::uint32_t points = 0;    ///< of its cell
+    std::uint64_t points = 0;    ///< of its cell
     Vector cellNormal;           ///< of zeros: the surroundings are not flat
     double cellRms = 0;          ///< metres, of the points that tell the normal
     std::int32_t plane = -1;     ///< the plane of a point at that place
-    std::int32_t nearest = -1;   ///< the plane that comes nearest of those around
+    std::int32_t nearest = -1;   ///< that plane, or else the nearest of those around
     double nearestDistance = 0;  ///< metres, signed, from `nearest`
     double nearestTurn = 0;      ///< the cosine between the cell's normal and the plane's
 };
@@ -97,7 +97,8 @@ struct PlaceReport {
 ///            roofs.
 /// Boundaries a plane that takes in more than noise, such as a floor that sags, reaches further
 ///            than the distance: to 3 times the rms of its cells' points.
-/// Order      planes by their points, most first, equal ones by their first cell. The same project
+/// Order      planes by their points, most first, equal ones as their regions began, tile by tile.
+/// The same project
 ///            and options give the same bits, at any number of threads and on every system; the
 ///            memory limit matters only where it makes cells larger.
 /// Errors     Damaged for a project whose points and cells contradict each other; BadInput where

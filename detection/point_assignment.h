@@ -47,9 +47,9 @@ public:
         std::span<const std::int32_t> choice;
         std::uint64_t record = cut_.chunks[chunk].first;
         return ForEachPoint(reader, cut_.chunks[chunk], [&](const CCloudPoint<float>& p) {
-            if (!numbering.Stays(p))
-                choice = ChoiceOf(chunk, CellFrame::Holds(p) ? numbering.NumberOf(p) : kNoCell);
-            use(p, record++, Nearest({p.x, p.y, p.z}, choice));
+            const bool placed = numbering.Stays(p) || CellFrame::Holds(p);
+            if (!numbering.Stays(p) && placed) choice = ChoiceOf(chunk, numbering.NumberOf(p));
+            use(p, record++, placed ? Nearest({p.x, p.y, p.z}, choice) : kNoRegion);
         });
     }
     /// The same in stretches: use(points, choice) for points of one cell and the planes that each

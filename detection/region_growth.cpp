@@ -57,7 +57,7 @@ private:
 
 // By flatness: the flattest first, and those of the same twentieth by number.
 std::vector<std::uint32_t> Grower::Seeds() const {
-    constexpr std::size_t kSteps = 1024;
+    constexpr std::size_t kSteps = 4096;
     const auto stepOf = [&](const CellShape& shape) {
         const double flat = shape.rms + shape.turn * tile_.Frame().Size();
         const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(flat)) >> 19;

@@ -16,6 +16,7 @@ namespace {
 // and where they do not.
 constexpr double kMostTouching = 0.75;
 constexpr double kMostApart = 0.35;
+constexpr double kMostReach = 20;  // cells: what lies farther apart is not looked at
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
 class Merger {
@@ -137,11 +138,14 @@ Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const Wor
                             CellMap& map, std::vector<Region>& regions) {
     const double size = map.Frame().Size();
     Merger merger(growth, regions);
-    const auto reach = std::max(1, static_cast<std::int32_t>(bridge / size + 1 + 1e-9));
+    const double cells = std::min(bridge / size, kMostReach) + 1 + 1e-9;
+    const auto reach = std::max(1, static_cast<std::int32_t>(cells));
     auto found = MeetingsOf(map, reach, merger, team);
     if (!found) return tl::unexpected<Error>(found.error());
     std::vector<Meeting> meetings = std::move(*found);
     while (JoinOnce(meetings, regions.size(), merger)) {
+        if (!team.Proceed())
+            return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
         for (auto& [pair, touch] : meetings)
             pair = std::minmax(merger.Root(pair.first), merger.Root(pair.second));
         std::erase_if(meetings, [](const Meeting& m) { return m.pair.first == m.pair.second; });

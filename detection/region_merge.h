@@ -13,16 +13,18 @@ namespace orvix::detection {
 /// both sides of a door. Of what remains, regions that are too small go.
 ///
 /// Two regions are one when cells of theirs lie within `bridge` metres of each other, to the next
-/// cell, and when one plane serves both: their points' rms from the plane through all of them is
-/// what a cell's may be (kMostSpread of the distance), and either's alone is three quarters of the
-/// distance at most, or about a third where the two do not touch. That is more than the noise: a
-/// scan drifts, and floors sag; what stands apart must prove itself.
+/// cell and over 20 cells at most, and when one plane serves both: their points' rms from the plane
+/// through all of them is what a cell's may be (kMostSpread of the distance), and either's alone is
+/// three quarters of the distance at most, or about a third where the two do not touch. That is
+/// more than the noise: a scan drifts, and floors sag; what stands apart must prove itself.
 ///
 /// Order   pairs by how little they lose, equal ones by number, until none is left; the regions
 ///         that remain keep the number of their first piece, then close ranks. The map's are
 ///         renamed.
 /// Errors  Cancelled.
-/// Cost    some 50 ns a cell, on as many threads as there are tiles, and n log n of the pairs.
+/// Cost    some 50 ns a cell where the bridge is a few cells, on as many threads as there are
+/// tiles,
+///         and n log n of the pairs in each of some tens of turns.
 Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const WorkTeam& team,
                             CellMap& map, std::vector<Region>& regions);
 

@@ -37,7 +37,7 @@ struct Rim {
 /// walk along a rim comes back to such a corner it has gone around a hole, which becomes a rim of
 /// its own: rims touch each other, if at all, in single corners, and none touches itself.
 ///
-///     for (const Rim& rim : TraceRims(raster)) Use(rim.corners, rim.area > 0);
+///     for (const Rim& rim : TraceRims(raster)) Use(rim.corners, rim.twiceArea > 0);
 ///
 /// Units  pixels: PlaneRaster::Corner tells where a corner lies.
 /// Order  a function of the raster alone; a rim may come before its parent.

@@ -61,6 +61,7 @@ Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut, const
         findings.counts.push_back(static_cast<std::uint32_t>(sum.count));
     if (!shapes) return findings;
     TileCells tile(frame, origin, {&*sums, 1});
+    if (auto checked = tile.Check(); !checked) return tl::unexpected<Error>(checked.error());
     tile.Link();
     const std::vector<CellShape> shaped = ShapesOf(tile);
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {

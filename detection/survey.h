@@ -11,7 +11,7 @@ namespace orvix::detection {
 
 /// What a look at some places of a cloud, evenly spread over its file, tells of the whole.
 struct Survey {
-    double noise = 0;    ///< metres: median distance of flat cells' points from their planes
+    double noise = 0;    ///< metres: that of the plainer 45 % of flat cells, rms
     double spacing = 0;  ///< metres between points on flat cells, typically
 };
 
@@ -26,7 +26,8 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team);
 /// cell's size.
 ///
 /// Order  a function of the project and the size alone.
-/// Cost   reads some tens of thousands of points.
+/// Errors GatherCells', and a place that comes twice.
+/// Cost   reads 4,096 points at 16 to 256 places, and walks over the 100 cm index.
 Expected<Survey> SurveyCells(CProjectCore& core, const CellFrame& frame, const WorkTeam& team);
 
 }  // namespace orvix::detection

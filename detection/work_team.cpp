@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <mutex>
 #include <new>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -29,6 +29,8 @@ public:
         } catch (const std::bad_alloc&) {
             done =
                 Fail(ErrorCode::Failure, "the system refuses more memory; lower the memory limit");
+        } catch (const std::exception& fault) {
+            done = Fail(ErrorCode::Failure, fault.what());
         }
         if (!done) FailWith(number, std::move(done));
     }
@@ -62,13 +64,14 @@ Expected<void> WorkTeam::Run(std::size_t jobs, const Job& job) const {
     Shift shift(jobs, job);
     const auto helpers = std::min<std::size_t>(threads_, jobs);
     std::vector<std::thread> threads;
+    threads.reserve(helpers);
     for (std::size_t worker = 1; worker < helpers; ++worker) {
         try {
             threads.emplace_back([&shift, worker] {
                 for (std::size_t number = 0; shift.Take(number);)
                     shift.Do(number, static_cast<unsigned>(worker));
             });
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) {
             break;  // the others do the work
         }
     }
