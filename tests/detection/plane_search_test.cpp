@@ -357,68 +357,40 @@ TEST(PlaneSearch, JoinsPiecesAcrossAGapOfTheBridgesWidth) {
     EXPECT_EQ(project.Search(options)->Planes()[0].outline.regions.size(), 2U);
 }
 
-TEST(PlaneSearch, ReportsAnIndexThatDoesNotLeadToEveryPoint) {
+/// What the search says of fifty points at 1, 2, 3, of whose points or index something was changed.
+enum class Changed { Points, Index };
+template <class T>
+Error ErrorOf(Changed what, std::size_t at, T value) {
     const test::ScratchFolder folder;
     const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
     ProjectManager manager;
-    ASSERT_TRUE(manager.Set(file, false));
-    auto index = test::ReadBytes(manager.gridIdx);
-    index[24] = 40;
-    test::WriteBytes(manager.gridIdx, index.data(), index.size());
-    Opened project(file);
-    const auto search = PlaneSearch::Run(project.Core(), {});
-    ASSERT_FALSE(search);
-    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
-}
-
-TEST(PlaneSearch, ReportsAnIndexCellWhereNoPointCanBe) {
-    const test::ScratchFolder folder;
-    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
-    ProjectManager manager;
-    ASSERT_TRUE(manager.Set(file, false));
-    auto index = test::ReadBytes(manager.gridIdx);
-    const std::int32_t far = std::numeric_limits<std::int32_t>::max();
-    std::memcpy(index.data(), &far, sizeof far);
-    test::WriteBytes(manager.gridIdx, index.data(), index.size());
-    Opened project(file);
-    const auto search = PlaneSearch::Run(project.Core(), {});
-    ASSERT_FALSE(search);
-    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
-    EXPECT_NE(search.error().message.find("cell 0"), std::string::npos) << search.error().message;
-}
-
-TEST(PlaneSearch, ReportsAPointWithoutAPlace) {
-    const test::ScratchFolder folder;
-    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
-    ProjectManager manager;
-    ASSERT_TRUE(manager.Set(file, false));
-    auto bytes = test::ReadBytes(manager.gridPts);
-    const float huge = 3e38F;
-    std::memcpy(bytes.data() + 7 * kAlivePointBytes, &huge, sizeof huge);
-    test::WriteBytes(manager.gridPts, bytes.data(), bytes.size());
-    Opened project(file);
-    const auto search = PlaneSearch::Run(project.Core(), {});
-    ASSERT_FALSE(search);
-    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
-    EXPECT_NE(search.error().message.find("record 7"), std::string::npos);
-}
-
-TEST(PlaneSearch, ReportsAPointThatStrayedFromItsTile) {
-    const test::ScratchFolder folder;
-    const CString file = WritePoints(folder, std::vector<Vector>(50, Vector{1, 2, 3}));
-    ProjectManager manager;
-    ASSERT_TRUE(manager.Set(file, false));
-    auto bytes = test::ReadBytes(manager.gridPts);
-    const float far = 77;
-    std::memcpy(bytes.data() + 9 * kAlivePointBytes, &far, sizeof far);
-    test::WriteBytes(manager.gridPts, bytes.data(), bytes.size());
+    EXPECT_TRUE(manager.Set(file, false));
+    const CString& damaged = what == Changed::Points ? manager.gridPts : manager.gridIdx;
+    auto bytes = test::ReadBytes(damaged);
+    std::memcpy(bytes.data() + at, &value, sizeof value);
+    test::WriteBytes(damaged, bytes.data(), bytes.size());
     Opened project(file);
     PlaneSearchOptions options;
     options.cellSize = 0.1;
     const auto search = PlaneSearch::Run(project.Core(), options);
-    ASSERT_FALSE(search);
-    EXPECT_EQ(search.error().code, ErrorCode::Damaged);
-    EXPECT_NE(search.error().message.find("record 9"), std::string::npos);
+    EXPECT_FALSE(search);
+    return search ? Error{} : search.error();
+}
+
+TEST(PlaneSearch, ReportsWhatInAProjectContradictsItself) {
+    const struct {
+        Error error;
+        std::string words;
+    } cases[] = {
+        {ErrorOf(Changed::Index, 24, std::uint8_t{40}), "lead to 40 of 50 points"},
+        {ErrorOf(Changed::Index, 0, std::numeric_limits<std::int32_t>::max()), "cell 0 lies at"},
+        {ErrorOf(Changed::Points, 7 * kAlivePointBytes, 3e38F), "record 7 has no finite place"},
+        {ErrorOf(Changed::Points, 9 * kAlivePointBytes, 77.0F), "record 9 lies outside"},
+    };
+    for (const auto& [error, words] : cases) {
+        EXPECT_EQ(error.code, ErrorCode::Damaged) << words;
+        EXPECT_NE(error.message.find(words), std::string::npos) << error.message;
+    }
 }
 
 TEST(PlaneSearch, CanBeCancelled) {
