@@ -320,8 +320,10 @@ void AddSearchOptions(CLI::App& verb, Arguments& arguments) {
     add("--min-area", options.leastArea,
         "Least area of a plane (default: 0.25, or 9 cells where these are larger)", "M2");
     add("--min-points", options.leastPoints, "Least points of a plane (default 30)", "N");
-    verb.add_option("--bridge", options.bridge,
-                    "Width of a gap across which pieces of one plane join (default 0.3; 0: none)")
+    verb.add_option(
+            "--bridge", options.bridge,
+            "Width of a gap across which pieces of one plane join (default 0.3, or two cells; "
+            "0: none)")
         ->check(CLI::Range(0.0, 1000.0).description(""))
         ->type_name("M");
     verb.add_option("--memory-limit", arguments.memoryLimit,

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "orvix/points/grid_cells.h"
@@ -91,6 +92,13 @@ public:
     [[nodiscard]] CellPlace PlaceOf(const CCloudPoint<float>& p) const {
         return {Along(p.x), Along(p.y), Along(p.z)};
     }
+    /// The cell of a place, as a point there would have it; none where no point can be.
+    [[nodiscard]] std::optional<CellPlace> PlaceOf(const SimplePointT<double>& place) const {
+        const auto x = static_cast<float>(place.x), y = static_cast<float>(place.y),
+                   z = static_cast<float>(place.z);
+        if (!Holds(x) || !Holds(y) || !Holds(z)) return std::nullopt;
+        return CellPlace{Along(x), Along(y), Along(z)};
+    }
     /// The middle of a cell, along one axis.
     [[nodiscard]] double Middle(std::int32_t place) const { return (place + 0.5) * size_; }
     [[nodiscard]] SimplePointT<double> Middle(const CellPlace& place) const {
@@ -141,7 +149,6 @@ public:
     /// Whether the last point was the first in its cell, and which cell that is.
     [[nodiscard]] bool MetNew() const { return isNew_; }
     [[nodiscard]] const CellPlace& Place() const { return place_; }
-    [[nodiscard]] std::uint32_t Count() const { return next_; }
 
 private:
     std::uint32_t Enter(const CellPlace& place) {

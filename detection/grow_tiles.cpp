@@ -23,10 +23,9 @@ Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
 
 class TileWork {
 public:
-    TileWork(CProjectCore& core, const CellFrame& frame, const PointChunks& cut,
-             const GrowthLimits& limits, const WorkTeam& team, std::uint64_t memoryLimit)
-        : frame_(frame),
-          cut_(cut),
+    TileWork(CProjectCore& core, const PointChunks& cut, const GrowthLimits& limits,
+             const WorkTeam& team, std::uint64_t memoryLimit)
+        : cut_(cut),
           limits_(limits),
           team_(team),
           memoryLimit_(memoryLimit),
@@ -35,7 +34,7 @@ public:
           regions_(cut.tiles.size()) {
         std::vector<CellPlace> places;
         for (const TileChunks& tile : cut.tiles) places.push_back(tile.place);
-        grown_.map = CellMap(frame, places);
+        grown_.map = CellMap(cut.frame, places);
         grown_.firstMet.resize(cut.chunks.size());
     }
 
@@ -51,7 +50,7 @@ public:
                     ErrorCode::BadInput,
                     fmt::format("cells of {} m take more than the {} bytes allowed; allow more "
                                 "memory, or choose larger cells",
-                                frame_.Size(), memoryLimit_));
+                                cut_.frame.Size(), memoryLimit_));
         }
         std::vector<std::size_t> counts;
         for (auto& regions : regions_) {
@@ -65,8 +64,8 @@ public:
 private:
     // The tiles up to which, from `first` on, memory surely suffices.
     [[nodiscard]] std::size_t BatchFrom(std::size_t first) const {
-        const auto mostCells =
-            static_cast<std::uint64_t>(frame_.PerTile(0) * frame_.PerTile(1) * frame_.PerTile(2));
+        const auto mostCells = static_cast<std::uint64_t>(
+            cut_.frame.PerTile(0) * cut_.frame.PerTile(1) * cut_.frame.PerTile(2));
         std::uint64_t bytes = 0;
         std::size_t last = first;
         for (; last < cut_.tiles.size(); ++last) {
@@ -87,8 +86,8 @@ private:
         return team_.Run(jobs.size(), [&](std::size_t job, unsigned worker) -> Expected<void> {
             const auto [tile, part] = jobs[job];
             const PointChunk& chunk = cut_.chunks[cut_.tiles[tile].chunks[part]];
-            auto cells = GatherCells(readers_[worker], chunk, frame_,
-                                     frame_.OriginOf(cut_.tiles[tile].place));
+            auto cells = GatherCells(readers_[worker], chunk, cut_.frame,
+                                     cut_.frame.OriginOf(cut_.tiles[tile].place));
             if (!cells) return tl::unexpected<Error>(cells.error());
             parts_[tile][part] = std::move(*cells);
             return {};
@@ -111,7 +110,7 @@ private:
             grown_.firstMet[cut_.tiles[tile].chunks[i]] = met;
             met += static_cast<std::uint32_t>(parts_[tile][i].keys.size());
         }
-        auto shaped = ShapeTile(frame_, cut_.tiles[tile].place, parts_[tile], limits_.noise);
+        auto shaped = ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise);
         parts_[tile] = {};
         if (!shaped) return tl::unexpected<Error>(shaped.error());
         Regions grown = GrowRegions(shaped->cells, shaped->shapes, limits_);
@@ -121,7 +120,6 @@ private:
         return {};
     }
 
-    const CellFrame& frame_;
     const PointChunks& cut_;
     const GrowthLimits& limits_;
     const WorkTeam& team_;
@@ -134,22 +132,22 @@ private:
 
 }  // namespace
 
-Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const CellFrame& frame,
-                              const PointChunks& cut, std::size_t tile, double noise) {
+Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut, std::size_t tile,
+                              double noise) {
     std::vector<CellSums> parts;
     const CellPlace& place = cut.tiles[tile].place;
     for (const std::uint32_t chunk : cut.tiles[tile].chunks) {
-        auto cells = GatherCells(reader, cut.chunks[chunk], frame, frame.OriginOf(place));
+        auto cells = GatherCells(reader, cut.chunks[chunk], cut.frame, cut.frame.OriginOf(place));
         if (!cells) return tl::unexpected<Error>(cells.error());
         parts.push_back(std::move(*cells));
     }
-    return ShapeTile(frame, place, parts, noise);
+    return ShapeTile(cut.frame, place, parts, noise);
 }
 
-Expected<GrownTiles> GrowTiles(CProjectCore& core, const CellFrame& frame, const PointChunks& cut,
+Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
                                const GrowthLimits& limits, const WorkTeam& team,
                                std::uint64_t memoryLimit) {
-    return TileWork(core, frame, cut, limits, team, memoryLimit).Run();
+    return TileWork(core, cut, limits, team, memoryLimit).Run();
 }
 
 }  // namespace orvix::detection

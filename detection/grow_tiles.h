@@ -26,8 +26,8 @@ struct ShapedTile {
 };
 
 /// Reads a tile as GrowTiles does, on the calling thread.
-Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const CellFrame& frame,
-                              const PointChunks& cut, std::size_t tile, double noise);
+Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut, std::size_t tile,
+                              double noise);
 
 /// Reads every point once and grows regions within each tile.
 /// As many tiles are worked on at a time as half of `memoryLimit` holds as a rule, one at least.
@@ -36,7 +36,7 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const CellFrame& frame,
 /// Errors  GatherCells'; BadInput where what is kept of the cells takes more than the other half.
 /// Cost    some 15 ns a point and 400 ns a cell, on as many threads as there are chunks, in the end
 ///         tiles; memory 12 bytes a cell, and 260 for those being worked on.
-Expected<GrownTiles> GrowTiles(CProjectCore& core, const CellFrame& frame, const PointChunks& cut,
+Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
                                const GrowthLimits& limits, const WorkTeam& team,
                                std::uint64_t memoryLimit);
 

@@ -52,17 +52,6 @@ struct MomentSum {
         squares[4] += p.y * p.z;
         squares[5] += p.z * p.z;
     }
-    /// `n` points of a mean, relative to the place, and a covariance about that mean.
-    void Add(double n, const Vector& mean, const Symmetric& covariance) {
-        count += n;
-        sum = sum + mean * n;
-        squares[0] += n * (covariance[0] + mean.x * mean.x);
-        squares[1] += n * (covariance[1] + mean.x * mean.y);
-        squares[2] += n * (covariance[2] + mean.x * mean.z);
-        squares[3] += n * (covariance[3] + mean.y * mean.y);
-        squares[4] += n * (covariance[4] + mean.y * mean.z);
-        squares[5] += n * (covariance[5] + mean.z * mean.z);
-    }
     /// Sums about the same place.
     void Add(const MomentSum& other) {
         count += other.count;

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "detection/gather_cells.h"
 #include "detection/plane_kinds.h"
@@ -66,8 +67,7 @@ Expected<void> PlaneSearch::Grow(const WorkTeam& team, const PlaneSearchOptions&
         step = *typical;
     }
     for (;; ++step) {
-        frame_ = CellFrame(step);
-        auto grown = GrowIn(team, options);
+        auto grown = GrowIn(CellFrame(step), team, options);
         // Where cells do not fit into memory, larger ones do.
         const bool mayGrow = !grown && grown.error().code == ErrorCode::BadInput &&
                              step + 1 < CellFrame::kSizes.size();
@@ -75,13 +75,14 @@ Expected<void> PlaneSearch::Grow(const WorkTeam& team, const PlaneSearchOptions&
     }
 }
 
-Expected<void> PlaneSearch::GrowIn(const WorkTeam& team, const PlaneSearchOptions& options) {
-    auto cut = CutIntoChunks(core_, frame_);
+Expected<void> PlaneSearch::GrowIn(const CellFrame& frame, const WorkTeam& team,
+                                   const PlaneSearchOptions& options) {
+    auto cut = CutIntoChunks(core_, frame);
     if (!cut) return tl::unexpected<Error>(cut.error());
     cut_ = std::move(*cut);
     if (auto done = Derive(team, options); !done) return done;
     const GrowthLimits limits = Limits();
-    auto grown = GrowTiles(core_, frame_, cut_, limits, team, options.memoryLimitBytes);
+    auto grown = GrowTiles(core_, cut_, limits, team, options.memoryLimitBytes);
     if (!grown) return tl::unexpected<Error>(grown.error());
     grown_ = std::move(*grown);
     if (auto done = MergeRegions(limits, settings_.bridge, team, grown_.map, grown_.regions); !done)
@@ -93,9 +94,9 @@ Expected<void> PlaneSearch::GrowIn(const WorkTeam& team, const PlaneSearchOption
 }
 
 Expected<void> PlaneSearch::Derive(const WorkTeam& team, const PlaneSearchOptions& options) {
-    const auto survey = SurveyCells(core_, frame_, team);
+    const auto survey = SurveyCells(core_, cut_, team);
     if (!survey) return tl::unexpected<Error>(survey.error());
-    const double size = frame_.Size();
+    const double size = cut_.frame.Size();
     const auto orElse = [](double given, double derived) { return given > 0 ? given : derived; };
     settings_.cellSize = size;
     settings_.noise = survey->noise;
@@ -305,16 +306,13 @@ Expected<PlaceReport> PlaneSearch::Explain(const Vector& place) const {
         report.nearest = PlaneOfRegion(nearest);
         report.nearestDistance = regionPlanes_[static_cast<std::size_t>(nearest)].Distance(place);
     }
-    CCloudPoint<float> point;
-    point.x = static_cast<float>(place.x);
-    point.y = static_cast<float>(place.y);
-    point.z = static_cast<float>(place.z);
+    const std::optional<CellPlace> home = cut_.frame.PlaceOf(place);
+    if (!home) return report;
     std::uint32_t cell = 0;
-    if (!CellFrame::Holds(point)) return report;
-    const std::size_t tile = grown_.map.Find(frame_.PlaceOf(point), cell);
+    const std::size_t tile = grown_.map.Find(*home, cell);
     if (tile == grown_.map.Tiles()) return report;
     Readers readers(core_, 1);
-    const auto shaped = ReadTile(readers[0], frame_, cut_, tile, settings_.noise);
+    const auto shaped = ReadTile(readers[0], cut_, tile, settings_.noise);
     if (!shaped) return tl::unexpected<Error>(shaped.error());
     if (cell >= shaped->cells.Size() ||
         shaped->cells.Key(cell) != grown_.map.NoteOf(tile, cell).Key())

@@ -144,7 +144,8 @@ private:
 
     explicit PlaneSearch(CProjectCore& core) : core_(core) {}
     Expected<void> Grow(const WorkTeam& team, const PlaneSearchOptions& options);
-    Expected<void> GrowIn(const WorkTeam& team, const PlaneSearchOptions& options);
+    Expected<void> GrowIn(const CellFrame& frame, const WorkTeam& team,
+                          const PlaneSearchOptions& options);
     Expected<void> Derive(const WorkTeam& team, const PlaneSearchOptions& options);
     Expected<void> Fit(const WorkTeam& team, const PlaneSearchOptions& options);
     Expected<std::vector<MomentSum>> Assign(const WorkTeam& team,
@@ -162,7 +163,6 @@ private:
 
     CProjectCore& core_;
     PlaneSearchSettings settings_;
-    CellFrame frame_;
     PointChunks cut_;
     GrownTiles grown_;
     PlaneChoices choices_;

@@ -30,12 +30,12 @@ bool IsTooFar(const CellPlace& metre) {
 /// Takes the 100 cm cells in the order of the file.
 class Cutter {
 public:
-    explicit Cutter(const CellFrame& frame) : frame_(frame) {}
+    explicit Cutter(const CellFrame& frame) { result_.frame = frame; }
 
     void Take(const CellPlace& metre, std::uint64_t count) {
         const CellPlace block{FloorTenth(metre[0]), FloorTenth(metre[1]), FloorTenth(metre[2])};
-        const CellPlace tile = frame_.TileOfMetre(metre);
-        const bool mayCut = frame_.InMetre() || !Same(block, block_);
+        const CellPlace tile = result_.frame.TileOfMetre(metre);
+        const bool mayCut = result_.frame.InMetre() || !Same(block, block_);
         if ((chunk_.count >= kChunkPoints && mayCut) || !Same(tile, tile_)) Cut();
         block_ = block;
         tile_ = tile;
@@ -64,7 +64,6 @@ private:
         chunk_ = {Taken(), 0, 0};
     }
 
-    CellFrame frame_;
     CellPlace block_{};
     CellPlace tile_{};
     PointChunk chunk_;

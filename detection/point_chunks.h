@@ -29,6 +29,7 @@ struct TileChunks {
 
 /// A project's points by chunk and by tile.
 struct PointChunks {
+    CellFrame frame;                 ///< of the cells that the chunks hold whole
     std::vector<PointChunk> chunks;  ///< in the order of the file
     std::vector<TileChunks> tiles;   ///< by place: x, then y, then z
     std::uint64_t points = 0;

@@ -54,16 +54,6 @@ std::vector<Rim> RimsToTell(const PlaneRaster& raster, const OutlineLimits& limi
 
 }  // namespace
 
-double SignedArea(const std::vector<Position>& ring) {
-    double twice = 0;
-    for (std::size_t i = 0; i < ring.size(); ++i) {
-        const Position& a = ring[i];
-        const Position& b = ring[(i + 1) % ring.size()];
-        twice += (a.x - ring[0].x) * (b.y - ring[0].y) - (b.x - ring[0].x) * (a.y - ring[0].y);
-    }
-    return twice / 2;
-}
-
 PlaneOutline OutlineOf(const PlaneRaster& raster, const OutlineLimits& limits) {
     std::vector<Rim> rims = RimsToTell(raster, limits);
     StraightenRims(rims, 1);

@@ -28,7 +28,4 @@ struct OutlineLimits {
 /// Cost    linear in the raster's words and its rims, straightening n log n as a rule.
 PlaneOutline OutlineOf(const PlaneRaster& raster, const OutlineLimits& limits);
 
-/// The area inside a ring, above 0 where it runs counter-clockwise.
-double SignedArea(const std::vector<SimplePoint2DT<double>>& ring);
-
 }  // namespace orvix::detection

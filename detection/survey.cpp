@@ -51,15 +51,15 @@ struct Findings {
     std::vector<float> rms;                 // of the same
 };
 
-Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut, const PointChunk& place,
-                        const CellFrame& frame, bool shapes) {
+Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut,
+                        const PointChunk& place) {
+    const CellFrame& frame = cut.frame;
     const CellPlace origin = frame.OriginOf(cut.tiles[place.tile].place);
     auto sums = GatherCells(reader, place, frame, origin);
     if (!sums) return tl::unexpected<Error>(sums.error());
     Findings findings;
     for (const MomentSum& sum : sums->sums)
         findings.counts.push_back(static_cast<std::uint32_t>(sum.count));
-    if (!shapes) return findings;
     TileCells tile(frame, origin, {&*sums, 1});
     if (auto checked = tile.Check(); !checked) return tl::unexpected<Error>(checked.error());
     tile.Link();
@@ -72,15 +72,12 @@ Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut, const
     return findings;
 }
 
-Expected<Findings> LookAround(CProjectCore& core, const CellFrame& frame, const WorkTeam& team,
-                              bool shapes) {
-    const auto cut = CutIntoChunks(core, frame);
-    if (!cut) return tl::unexpected<Error>(cut.error());
-    const std::vector<PointChunk> places = PlacesIn(*cut);
+Expected<Findings> LookAround(CProjectCore& core, const PointChunks& cut, const WorkTeam& team) {
+    const std::vector<PointChunk> places = PlacesIn(cut);
     std::vector<Findings> parts(places.size());
     Readers readers(core, team.Threads());
     auto done = team.Run(places.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
-        auto found = Look(readers[worker], *cut, places[i], frame, shapes);
+        auto found = Look(readers[worker], cut, places[i]);
         if (!found) return tl::unexpected<Error>(found.error());
         parts[i] = std::move(*found);
         return {};
@@ -118,29 +115,24 @@ double FlatShare(const Findings& found) {
 
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team) {
     constexpr std::size_t kLast = CellFrame::kSizes.size() - 1;
-    std::size_t step = 0;
-    for (; step < kLast; ++step) {
-        auto found = LookAround(core, CellFrame(step), team, false);
-        if (!found) return tl::unexpected<Error>(found.error());
-        if (TypicalCount(found->counts) >= kTypicalPoints) break;
-    }
-    double share = 0;
-    for (std::size_t next = step; next <= kLast; ++next) {
-        const auto found = LookAround(core, CellFrame(next), team, true);
+    double share = -1;  // of the size that has enough points a cell; before that, none
+    for (std::size_t step = 0;; ++step) {
+        const auto cut = CutIntoChunks(core, CellFrame(step));
+        if (!cut) return tl::unexpected<Error>(cut.error());
+        const auto found = LookAround(core, *cut, team);
         if (!found) return tl::unexpected<Error>(found.error());
         const double flat = FlatShare(*found);
-        if (next > step && flat <= kWorthwhile * share) break;
-        share = flat;
-        step = next;
+        if (share >= 0 && flat <= kWorthwhile * share) return step - 1;
+        if (step == kLast) return step;
+        if (share >= 0 || TypicalCount(found->counts) >= kTypicalPoints) share = flat;
     }
-    return step;
 }
 
-Expected<Survey> SurveyCells(CProjectCore& core, const CellFrame& frame, const WorkTeam& team) {
-    auto found = LookAround(core, frame, team, true);
+Expected<Survey> SurveyCells(CProjectCore& core, const PointChunks& cut, const WorkTeam& team) {
+    auto found = LookAround(core, cut, team);
     if (!found) return tl::unexpected<Error>(found.error());
     Survey survey;
-    survey.spacing = frame.Size();
+    survey.spacing = cut.frame.Size();
     if (!found->flatCounts.empty())
         survey.spacing /= std::sqrt(std::max<double>(ValueAt(found->flatCounts, 0.5), 1));
     if (!found->rms.empty()) survey.noise = ValueAt(found->rms, kPlainShare);

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "detection/cell_frame.h"
+#include "detection/point_chunks.h"
 #include "detection/work_team.h"
 #include "orvix/project/project_core.h"
 
@@ -22,12 +22,12 @@ struct Survey {
 /// of few lines leaves cells that hold one line each.
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const WorkTeam& team);
 
-/// Noise and spacing by cells of a size. Where no cell is flat the noise is 0 and the spacing the
-/// cell's size.
+/// Noise and spacing by the cells of the chunks. Where no cell is flat the noise is 0 and the
+/// spacing the cell's size.
 ///
-/// Order  a function of the project and the size alone.
+/// Order  a function of the chunks alone.
 /// Errors GatherCells', and a place that comes twice.
-/// Cost   reads 4,096 points at 16 to 256 places, and walks over the 100 cm index.
-Expected<Survey> SurveyCells(CProjectCore& core, const CellFrame& frame, const WorkTeam& team);
+/// Cost   reads 4,096 points at 16 to 256 places.
+Expected<Survey> SurveyCells(CProjectCore& core, const PointChunks& cut, const WorkTeam& team);
 
 }  // namespace orvix::detection

@@ -34,7 +34,6 @@ public:
     void Link();
 
     [[nodiscard]] const CellFrame& Frame() const { return frame_; }
-    [[nodiscard]] const CellPlace& Origin() const { return origin_; }
     /// The tile's middle, project frame.
     [[nodiscard]] const Vector& Middle() const { return middle_; }
     [[nodiscard]] std::uint32_t Size() const { return static_cast<std::uint32_t>(keys_.size()); }

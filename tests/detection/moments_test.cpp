@@ -59,8 +59,7 @@ TEST(MomentSum, OfCellsIsThatOfTheirPointsWhereverThePlaceLies) {
         all.Add(p - moved);
         (i % 3 == 0 ? first : second).Add(p);
     }
-    MomentSum joined;
-    joined.Add(first.count, first.Mean(), first.Covariance());
+    MomentSum joined = first;
     joined.Add(second);
     joined = joined.About(moved);
     const Symmetric a = all.Covariance(), b = joined.Covariance();

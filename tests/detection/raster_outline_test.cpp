@@ -10,6 +10,17 @@
 namespace orvix::detection {
 namespace {
 
+// Above 0 where the ring runs counter-clockwise.
+double SignedArea(const std::vector<SimplePoint2DT<double>>& ring) {
+    double twice = 0;
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        const auto& a = ring[i];
+        const auto& b = ring[(i + 1) % ring.size()];
+        twice += (a.x - ring[0].x) * (b.y - ring[0].y) - (b.x - ring[0].x) * (a.y - ring[0].y);
+    }
+    return twice / 2;
+}
+
 using Position = SimplePoint2DT<double>;
 
 PlaneRaster RasterOf(double width, double height, double pixel,
