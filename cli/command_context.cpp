@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/command_context.h"
 
-#include "cli/message.h"
 #include <fmt/format.h>
+
 #include <cstdio>
 #include <exception>
 #include <new>
+
+#include "cli/message.h"
 
 namespace orvix::cli {
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+
 #include <functional>
 #include <string>
 

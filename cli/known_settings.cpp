@@ -2,12 +2,13 @@
 #include "cli/known_settings.h"
 
 #include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <optional>
 
-#include "cli/amounts.h"
+#include "orvix/platform/amounts.h"
 #include "orvix/platform/cache.h"
 #include "orvix/platform/number_text.h"
 
@@ -121,7 +122,7 @@ std::string ValueText(const KnownSetting& setting, double value) {
 }
 
 Expected<void> WriteSetting(const KnownSetting& setting, std::string_view text) {
-    const std::optional<double> value = ParseNumber(text);
+    const std::optional<double> value = platform::ParseNumber(text);
     const char* fault = value ? FaultOf(setting.kind, *value) : "a number";
     if (fault != nullptr)
         return Fail(ErrorCode::BadInput,

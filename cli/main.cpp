@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <string>

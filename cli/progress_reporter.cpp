@@ -3,12 +3,13 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 
-#include "cli/amounts.h"
 #include "cli/message.h"
+#include "orvix/platform/amounts.h"
 #include "orvix/platform/terminal.h"
 
 namespace orvix::cli {
@@ -72,7 +73,7 @@ std::string BarLine(const ProgressState& state, int columns) {
     const double fraction = std::clamp(state.fraction, 0.0, 1.0);
     std::string tail =
         fmt::format(" {:3.0f} % {}, {} points{}", std::floor(fraction * 100), state.phase,
-                    CountText(state.points), LeftText(state.secondsLeft));
+                    platform::CountText(state.points), LeftText(state.secondsLeft));
     const int room = columns - 1 - static_cast<int>(tail.size()) - 2;
     const int width = std::min(room, 40);
     if (width < 8) return tail.substr(1, static_cast<std::size_t>(std::max(columns - 1, 1)));
@@ -101,7 +102,8 @@ void ProgressReporter::Print(const ProgressState& state) {
         Tell(fmt::format("{}\n", JsonLine(state)));
     } else {
         Tell(fmt::format("{:.0f} % {}, {} points{}\n", std::floor(state.fraction * 100),
-                         state.phase, CountText(state.points), LeftText(state.secondsLeft)));
+                         state.phase, platform::CountText(state.points),
+                         LeftText(state.secondsLeft)));
     }
 }
 

@@ -2,11 +2,12 @@
 #include "cli/verbs.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "cli/amounts.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::cli {
 
@@ -22,7 +23,7 @@ std::string FullName(const CLI::App& verb) {
 constexpr double kFarthest = 1e9;
 
 std::string CheckSeed(const std::string& text) {
-    const auto position = ParsePosition(text);
+    const auto position = platform::ParsePosition(text);
     if (!position)
         return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
     const bool near = std::all_of(position->begin(), position->end(),

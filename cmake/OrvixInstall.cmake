@@ -32,7 +32,8 @@ endif()
 orvix_version_resource(orvix_importer_shared "Orvix scan importer")
 target_include_directories(orvix_importer_shared PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
-target_link_libraries(orvix_importer_shared PUBLIC tl::expected PRIVATE $<BUILD_INTERFACE:orvix_static>)
+target_link_libraries(orvix_importer_shared PUBLIC tl::expected PRIVATE
+  $<BUILD_INTERFACE:orvix_static> $<BUILD_INTERFACE:orvix_parallel>)
 if(NOT MSVC)
   target_link_options(orvix_importer_shared PRIVATE "LINKER:--no-undefined" "LINKER:--exclude-libs,ALL")
 endif()

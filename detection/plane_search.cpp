@@ -2,16 +2,17 @@
 #include "detection/plane_search.h"
 
 #include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-#include "detection/gather_cells.h"
+#include "detection/cells/gather_cells.h"
+#include "detection/cells/survey.h"
+#include "detection/outlines/raster_outline.h"
 #include "detection/plane_kinds.h"
-#include "detection/raster_outline.h"
-#include "detection/region_merge.h"
-#include "detection/survey.h"
-#include "orvix/planes/symmetric_eigen.h"
+#include "detection/regions/region_merge.h"
+#include "orvix/geometry/symmetric_matrix.h"
 
 namespace orvix::detection {
 namespace {
@@ -49,25 +50,26 @@ Vector UnitNormalOf(const MomentSum& sum) {
 
 Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
                                                         const PlaneSearchOptions& options) {
-    const WorkTeam team(options.threads, options.proceed);
+    const parallel::Pool pool(options.threads, options.proceed,
+                              "the search for planes was cancelled");
     std::unique_ptr<PlaneSearch> search(new PlaneSearch(core));
     if (core.AlivePointCount() == 0) return search;
     if (!core.CreateAlivePointReader()) return NoView();
-    if (auto done = search->Grow(team, options); !done) return tl::unexpected<Error>(done.error());
-    if (auto done = search->Fit(team, options); !done) return tl::unexpected<Error>(done.error());
+    if (auto done = search->Grow(pool, options); !done) return tl::unexpected<Error>(done.error());
+    if (auto done = search->Fit(pool, options); !done) return tl::unexpected<Error>(done.error());
     search->Rank();
     return search;
 }
 
-Expected<void> PlaneSearch::Grow(const WorkTeam& team, const PlaneSearchOptions& options) {
+Expected<void> PlaneSearch::Grow(const parallel::Pool& pool, const PlaneSearchOptions& options) {
     std::size_t step = StepOf(options.cellSize);
     if (!(options.cellSize > 0)) {
-        const auto typical = TypicalCellStep(core_, team);
+        const auto typical = TypicalCellStep(core_, pool);
         if (!typical) return tl::unexpected<Error>(typical.error());
         step = *typical;
     }
     for (;; ++step) {
-        auto grown = GrowIn(CellFrame(step), team, options);
+        auto grown = GrowIn(CellFrame(step), pool, options);
         // Where cells do not fit into memory, larger ones do.
         const bool mayGrow = !grown && grown.error().code == ErrorCode::BadInput &&
                              step + 1 < CellFrame::kSizes.size();
@@ -75,26 +77,26 @@ Expected<void> PlaneSearch::Grow(const WorkTeam& team, const PlaneSearchOptions&
     }
 }
 
-Expected<void> PlaneSearch::GrowIn(const CellFrame& frame, const WorkTeam& team,
+Expected<void> PlaneSearch::GrowIn(const CellFrame& frame, const parallel::Pool& pool,
                                    const PlaneSearchOptions& options) {
     auto cut = CutIntoChunks(core_, frame);
     if (!cut) return tl::unexpected<Error>(cut.error());
     cut_ = std::move(*cut);
-    if (auto done = Derive(team, options); !done) return done;
+    if (auto done = Derive(pool, options); !done) return done;
     const GrowthLimits limits = Limits();
-    auto grown = GrowTiles(core_, cut_, limits, team, options.memoryLimitBytes);
+    auto grown = GrowTiles(core_, cut_, limits, pool, options.memoryLimitBytes);
     if (!grown) return tl::unexpected<Error>(grown.error());
     grown_ = std::move(*grown);
-    if (auto done = MergeRegions(limits, settings_.bridge, team, grown_.map, grown_.regions); !done)
+    if (auto done = MergeRegions(limits, settings_.bridge, pool, grown_.map, grown_.regions); !done)
         return done;
-    auto choices = PlaneChoices::Of(grown_.map, team);
+    auto choices = PlaneChoices::Of(grown_.map, pool);
     if (!choices) return tl::unexpected<Error>(choices.error());
     choices_ = std::move(*choices);
     return {};
 }
 
-Expected<void> PlaneSearch::Derive(const WorkTeam& team, const PlaneSearchOptions& options) {
-    const auto survey = SurveyCells(core_, cut_, team);
+Expected<void> PlaneSearch::Derive(const parallel::Pool& pool, const PlaneSearchOptions& options) {
+    const auto survey = SurveyCells(core_, cut_, pool);
     if (!survey) return tl::unexpected<Error>(survey.error());
     const double size = cut_.frame.Size();
     const auto orElse = [](double given, double derived) { return given > 0 ? given : derived; };
@@ -134,7 +136,7 @@ PlaneRaster PlaneSearch::RasterOf(RegionExtent& extent) const {
     return {bounds, pixel};
 }
 
-Expected<void> PlaneSearch::Fit(const WorkTeam& team, const PlaneSearchOptions& options) {
+Expected<void> PlaneSearch::Fit(const parallel::Pool& pool, const PlaneSearchOptions& options) {
     const std::vector<Region>& regions = grown_.regions;
     std::vector<PlaneFrame> frames;
     for (const Region& region : regions) {
@@ -144,7 +146,7 @@ Expected<void> PlaneSearch::Fit(const WorkTeam& team, const PlaneSearchOptions& 
         regionPlanes_.push_back({n, height, reach});
         frames.emplace_back(n.x, n.y, n.z, -height);
     }
-    auto extents = ExtentsOf(grown_.map, regions, frames, team);
+    auto extents = ExtentsOf(grown_.map, regions, frames, pool);
     if (!extents) return tl::unexpected<Error>(extents.error());
     planes_.resize(regions.size());
     std::vector<PlaneRaster> rasters;
@@ -153,10 +155,10 @@ Expected<void> PlaneSearch::Fit(const WorkTeam& team, const PlaneSearchOptions& 
         planes_[i].tolerance = regionPlanes_[i].reach;
         rasters.push_back(RasterOf((*extents)[i]));
     }
-    const auto sums = Assign(team, rasters);
+    const auto sums = Assign(pool, rasters);
     if (!sums) return tl::unexpected<Error>(sums.error());
     const PlaneJudge judge(grown_.map, options.stations, settings_.spacing);
-    return team.Run(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
+    return pool.RunJobs(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
         planes_[i].points = static_cast<std::uint64_t>((*sums)[i].count);
         if (planes_[i].points < 3) return {};
         planes_[i].centre = regions[i].plane.centre;
@@ -235,13 +237,13 @@ private:
 };
 
 // Gives each point to its plane: their moments about the regions' centres, and their marks.
-Expected<std::vector<MomentSum>> PlaneSearch::Assign(const WorkTeam& team,
+Expected<std::vector<MomentSum>> PlaneSearch::Assign(const parallel::Pool& pool,
                                                      std::vector<PlaneRaster>& rasters) const {
     std::vector<Sums> parts(Chunks());
-    Readers readers(core_, team.Threads());
-    std::vector<std::vector<std::int32_t>> slots(team.Threads());
+    Readers readers(core_, pool.Threads());
+    std::vector<std::vector<std::int32_t>> slots(pool.Threads());
     const PointAssignment assignment = Assignment();
-    auto done = team.Run(Chunks(), [&](std::size_t job, unsigned worker) -> Expected<void> {
+    auto done = pool.RunJobs(Chunks(), [&](std::size_t job, unsigned worker) -> Expected<void> {
         slots[worker].resize(regionPlanes_.size(), -1);
         Tally tally(*this, rasters, slots[worker]);
         const bool mapped = assignment.ForEachRun(

@@ -7,14 +7,14 @@
 #include <memory>
 #include <vector>
 
-#include "detection/moments.h"
-#include "detection/plane_raster.h"
-#include "detection/point_assignment.h"
-#include "detection/region_extents.h"
+#include "detection/cells/moments.h"
+#include "detection/outlines/plane_raster.h"
+#include "detection/regions/point_assignment.h"
+#include "detection/regions/region_extents.h"
+#include "orvix/geometry/plane_frame.h"
+#include "orvix/geometry/plane_outline.h"
 #include "orvix/platform/error.h"
 #include "orvix/project/project_core.h"
-#include "orvix/surfaces/plane_frame.h"
-#include "orvix/surfaces/plane_outline.h"
 
 namespace orvix::detection {
 
@@ -143,12 +143,12 @@ private:
     using Sums = std::vector<std::pair<std::int32_t, MomentSum>>;  // by region
 
     explicit PlaneSearch(CProjectCore& core) : core_(core) {}
-    Expected<void> Grow(const WorkTeam& team, const PlaneSearchOptions& options);
-    Expected<void> GrowIn(const CellFrame& frame, const WorkTeam& team,
+    Expected<void> Grow(const parallel::Pool& pool, const PlaneSearchOptions& options);
+    Expected<void> GrowIn(const CellFrame& frame, const parallel::Pool& pool,
                           const PlaneSearchOptions& options);
-    Expected<void> Derive(const WorkTeam& team, const PlaneSearchOptions& options);
-    Expected<void> Fit(const WorkTeam& team, const PlaneSearchOptions& options);
-    Expected<std::vector<MomentSum>> Assign(const WorkTeam& team,
+    Expected<void> Derive(const parallel::Pool& pool, const PlaneSearchOptions& options);
+    Expected<void> Fit(const parallel::Pool& pool, const PlaneSearchOptions& options);
+    Expected<std::vector<MomentSum>> Assign(const parallel::Pool& pool,
                                             std::vector<PlaneRaster>& rasters) const;
     void Finish(const MomentSum& sum, PlaneRaster& raster, FoundPlane& plane) const;
     void Rank();

@@ -3,8 +3,8 @@
 // reach what lies behind them. Content bytes 24 and 32 tell where the XML is.
 #include "fuzz/fuzz_reader.h"
 #include "importer/formats/byte_order.h"
-#include "importer/formats/e57.h"
-#include "tests/support/e57_writer.h"
+#include "importer/formats/e57/e57.h"
+#include "support/e57_writer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using orvix::importer::Load;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "fuzz/fuzz_reader.h"
-#include "importer/formats/ptx.h"
+#include "importer/formats/text/ptx.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     orvix::fuzz::ReadAsScan(orvix::importer::OpenPtx, data, size);

@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "orvix/platform/path.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::fuzz {
 namespace {

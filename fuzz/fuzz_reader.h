@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "importer/formats/scan_file.h"
-#include "importer/scan_reader.h"
+#include "importer/scans/scan_reader.h"
 
 namespace orvix::fuzz {
 

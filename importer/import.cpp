@@ -9,17 +9,18 @@
 #include <optional>
 #include <utility>
 
-#include "importer/coordinate_frame.h"
-#include "importer/crew.h"
-#include "importer/disk_space.h"
-#include "importer/import_scans.h"
-#include "importer/index_writer.h"
-#include "importer/project_publisher.h"
-#include "importer/record_sorter.h"
-#include "importer/run_merge.h"
-#include "importer/skeleton_writer.h"
-#include "importer/station_writer.h"
-#include "importer/surface_density.h"
+#include "importer/files/disk_space.h"
+#include "importer/formats/open_scan.h"
+#include "importer/grid/surface_density.h"
+#include "importer/import_pool.h"
+#include "importer/scans/coordinate_frame.h"
+#include "importer/scans/import_scans.h"
+#include "importer/sort/record_sorter.h"
+#include "importer/sort/run_merge.h"
+#include "importer/write/index_writer.h"
+#include "importer/write/project_publisher.h"
+#include "importer/write/skeleton_writer.h"
+#include "importer/write/station_writer.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/system.h"
 #include "orvix/project/transform_file.h"
@@ -110,7 +111,7 @@ public:
           options_(options),
           plan_(plan),
           meter_(callback),
-          crew_(meter_, plan.workers),
+          pool_(meter_, plan.workers),
           stations_(inputs, options),
           cloud_(plan.poolBytes) {
         report_.project = project;
@@ -150,7 +151,7 @@ private:
 
     Expected<void> Scan() {
         meter_.Begin(ImportPhase::Scan, InputBytes());
-        auto survey = SurveyScans(inputs_, options_, stations_, crew_);
+        auto survey = SurveyScans(inputs_, options_, stations_, pool_);
         if (!survey) return tl::unexpected<Error>(survey.error());
         survey_ = std::move(*survey);
         report_.read = survey_.Read();
@@ -185,7 +186,7 @@ private:
     }
 
     Expected<void> Sort() {
-        RecordSorter sorter(inputs_, stations_, survey_, options_, plan_, crew_);
+        RecordSorter sorter(inputs_, stations_, survey_, options_, plan_, pool_);
         const bool spills = sorter.WillSpill();
         if (auto enough = CheckSpace(spills); !enough) return enough;
         meter_.Begin(ImportPhase::Sort,
@@ -236,7 +237,7 @@ private:
         GridSink sink(points_, *index_);
         const std::uint64_t block = cloud_.onDisk ? plan_.fileBlockPoints : plan_.memoryBlockPoints;
         if (done) {
-            done = MergeRuns(cloud_.runs, survey_.frame, {block, options_.dedupe}, crew_, sink);
+            done = MergeRuns(cloud_.runs, survey_.frame, {block, options_.dedupe}, pool_, sink);
         }
         if (done) done = FinishGrid(sink.Duplicates());
         return done;
@@ -258,7 +259,7 @@ private:
                                     "imported, please report this",
                                     report_.read, accounted));
         }
-        return crew_.RunOne([&] {
+        return pool_.RunOne([&] {
             Expected<void> done = points_.Finish();
             return done ? index_->Finish() : done;
         });
@@ -267,7 +268,7 @@ private:
     Expected<void> WriteSkeleton() {
         meter_.Begin(ImportPhase::Skeleton, report_.written * kAlivePointBytes);
         const ProjectManager& project = publisher_->Working();
-        SkeletonWriter skeleton(project, options_.skeleton, crew_);
+        SkeletonWriter skeleton(project, options_.skeleton, pool_);
         const FinishedGrid grid{&points_, &index_->Cells100(), index_->Cells100Count()};
         auto written = skeleton.Write(grid, summary_);
         if (!written) return written;
@@ -340,7 +341,8 @@ private:
         Expected<void> done = summary_.histograms.Write(project);
         if (done) done = WriteStationFiles(project);
         if (done) {
-            done = WriteTransform(project.transformFile, LocalToWorld::Translation(survey_.origin));
+            done = detail::WriteTransform(project.transformFile,
+                                          detail::LocalToWorld::Translation(survey_.origin));
         }
         if (!done) return done;
         const CLOUD_HEADER head = Head();
@@ -358,9 +360,9 @@ private:
     // Once the project has appeared, a wish to cancel comes too late.
     Expected<void> Publish() {
         bool published = false;
-        auto done = crew_.RunOne([&]() -> Expected<void> {
+        auto done = pool_.RunOne([&]() -> Expected<void> {
             Expected<void> step = WriteRecords();
-            if (!step || crew_.Stopping()) return step;
+            if (!step || pool_.Stopping()) return step;
             step = points_.Close();
             if (step) step = publisher_->Publish();
             published = step.has_value();
@@ -375,7 +377,7 @@ private:
     const MemoryPlan& plan_;
     Clock::time_point start_ = Clock::now();
     ProgressMeter meter_;
-    Crew crew_;
+    ImportPool pool_;
     ImportReport report_;
     std::optional<ProjectPublisher> publisher_;
     StationTable stations_;

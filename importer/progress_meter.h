@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "importer/import.h"
+#include "importer/import_options.h"
 
 namespace orvix::importer {
 

@@ -9,7 +9,7 @@ build=(
     libcgal-dev libeigen3-dev libnanoflann-dev libsqlite3-dev
     libcli11-dev nlohmann-json3-dev libfmt-dev libexpected-dev libxxhash-dev libstb-dev
 )
-test=(libgtest-dev python3 python3-numpy pkg-config)
+test=(libgtest-dev libgmock-dev python3 python3-numpy pkg-config)
 # What compiles and runs the example in C#: 10 MB to fetch, 33 MB on the disk. Without it that test
 # is skipped.
 csharp=(mono-mcs)

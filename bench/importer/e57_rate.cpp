@@ -8,10 +8,10 @@
 #include <random>
 
 #include "bench/bench_support.h"
-#include "importer/scan_reader.h"
+#include "importer/formats/open_scan.h"
 #include "orvix/platform/file.h"
-#include "tests/support/e57_writer.h"
-#include "tests/support/scratch_folder.h"
+#include "support/e57_writer.h"
+#include "support/scratch_folder.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/record_hash.h"
-#include "tests/support/las_writer.h"
-#include "tests/support/scratch_folder.h"
+#include "support/las_writer.h"
+#include "support/scratch_folder.h"
 
 namespace {
 
@@ -90,7 +90,8 @@ void CheckAnswer(const ImportReport& report, const CString& gridPoints, std::uin
     const auto grid = platform::MappedFile::Open(gridPoints, error);
     bench::Require(grid.Size() == points * kAlivePointBytes, "Grid.pts has the wrong size");
     const auto* records = reinterpret_cast<const CCloudPoint<float>*>(grid.Data());
-    bench::Require(RecordHashSum(records, points) == report.checksum, "the checksums differ");
+    bench::Require(detail::RecordHashSum(records, points) == report.checksum,
+                   "the checksums differ");
 }
 
 }  // namespace

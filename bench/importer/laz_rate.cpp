@@ -10,9 +10,9 @@
 #include <random>
 
 #include "bench/bench_support.h"
-#include "importer/scan_reader.h"
-#include "tests/support/laz_writer.h"
-#include "tests/support/scratch_folder.h"
+#include "importer/formats/open_scan.h"
+#include "support/laz_writer.h"
+#include "support/scratch_folder.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 //     apt-get install --no-install-recommends libpcl-dev libopen3d-dev    (1.2 GB on the disk)
 //
 // series.py, beside this, runs sizes and densities, and draws them.
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -29,8 +29,8 @@
 #include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/transform_file.h"
-#include "tests/support/scratch_folder.h"
-#include "tests/support/synthetic_building.h"
+#include "support/scratch_folder.h"
+#include "support/synthetic_building.h"
 
 namespace {
 
@@ -225,7 +225,7 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
               manager.grid10cmIdx, manager.grid1to10cmIdx, manager.gridIdx);
     bench::Require(core.OpenCores(), "the points do not open");
     // Planes are compared in the project's frame.
-    truth.origin = ReadTransform(manager.transformFile)->Origin();
+    truth.origin = detail::ReadTransform(manager.transformFile)->Origin();
     for (test::TruePlane& plane : truth.planes)
         plane.offset += detection::Dot(plane.normal, truth.origin);
     const Measured ours = Search(a, core);

@@ -2,11 +2,12 @@
 #include "bench/planes/marked_planes.h"
 
 #include <fmt/format.h>
+
 #include <charconv>
 #include <cmath>
 
 #include "bench/planes/plane_score.h"
-#include "detection/moments.h"
+#include "detection/cells/moments.h"
 #include "orvix/platform/file.h"
 
 namespace orvix::bench {

@@ -5,8 +5,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "detection/moments.h"
-#include "tests/support/synthetic_building.h"
+#include "detection/cells/moments.h"
+#include "support/synthetic_building.h"
 
 namespace orvix::bench {
 

@@ -25,7 +25,7 @@
 #include "bench/bench_support.h"
 #include "orvix/stats/exhaustive_breaks.h"
 #include "orvix/stats/mathematic.h"
-#include "tests/support/plain_breaks.h"
+#include "support/plain_breaks.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "importer/scan_reader.h"
+#include "importer/scans/scan_reader.h"
 
 namespace orvix::importer {
 

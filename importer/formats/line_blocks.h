@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "importer/formats/scan_file.h"
-#include "importer/scan_reader.h"
+#include "importer/scans/scan_reader.h"
 
 namespace orvix::importer {
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <tl/expected.hpp>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

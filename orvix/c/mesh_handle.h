@@ -2,9 +2,9 @@
 #pragma once
 
 #include "orvix/c/orvix.h"
-#include "orvix/planes/plane_mesh.h"
+#include "orvix/planes/seed/plane_mesh.h"
 
 /// What stands behind the C interface's mesh handle.
 struct orvix_mesh {
-    orvix::TriangleMesh mesh;
+    orvix::detail::TriangleMesh mesh;
 };

@@ -11,17 +11,17 @@
 
 #include "orvix/c/mesh_handle.h"
 #include "orvix/c/project_handle.h"
-#include "orvix/planes/plane_from_seed.h"
-#include "orvix/planes/plane_mesh.h"
-#include "orvix/planes/project_cloud.h"
+#include "orvix/planes/seed/plane_from_seed.h"
+#include "orvix/planes/seed/plane_mesh.h"
+#include "orvix/planes/seed/project_cloud.h"
 
 using namespace orvix;
 using namespace orvix::detail;
 
 /// A grown plane with the frame in which it is told.
 struct orvix_plane {
-    SeedPlane grown;
-    LocalToWorld frame;
+    detail::SeedPlane grown;
+    detail::LocalToWorld frame;
     std::array<double, 4> equation{};
     std::size_t outlinePoints = 0;
     std::vector<orvix_ring> rings;
@@ -38,13 +38,13 @@ bool AllFinite(std::span<const double> values) {
     return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
-tl::expected<SeedPlaneOptions, Refusal> SearchOptions(const orvix_plane_options& given) {
+tl::expected<detail::SeedPlaneOptions, Refusal> SearchOptions(const orvix_plane_options& given) {
     const bool reachable = AllFinite({&given.reach, 1}) || given.reach > 0;
     if (!AllFinite({&given.split_size, 1}) || !AllFinite(given.diff) || !reachable ||
         !AllFinite({&given.max_distance, 1}) || !AllFinite({&given.snap_distance, 1})) {
         return Refuse(ORVIX_BAD_ARGUMENT, "a number in options is not finite");
     }
-    SeedPlaneOptions options;
+    detail::SeedPlaneOptions options;
     options.splitSize = std::max(given.split_size, 0.0);
     const auto orSettings = [](double diff) { return diff > 0 ? diff : -1.0; };
     options.diffA = orSettings(given.diff[0]);
@@ -93,7 +93,7 @@ double* Append(double* xyz, const Vector& p) {
 }
 
 orvix_plane_info InfoOf(const orvix_plane& plane) {
-    const SeedPlane& grown = plane.grown;
+    const detail::SeedPlane& grown = plane.grown;
     const FittedPlane& fitted = grown.plane;
     orvix_plane_info info{};
     info.ended = static_cast<std::int32_t>(grown.ended);
@@ -130,16 +130,16 @@ Answer Grow(orvix_project& project, const double* seed, const orvix_plane_option
     if (!AllFinite({seed, 3})) return Refuse(ORVIX_BAD_ARGUMENT, "the seed is not finite");
     const auto options = SearchOptions(given);
     if (!options) return tl::unexpected(options.error());
-    const LocalToWorld& frame = project.summary.frame;
+    const detail::LocalToWorld& frame = project.summary.frame;
     const Vector local = given.seed_is_local != 0 ? asked : frame.ToLocal(asked);
     const PlaneWormSettings settings(project.paths.projectFile, 1.0);
     ProjectCloud cloud(project.core);
-    auto grown = GrowPlaneFromSeed(cloud, settings, local, *options);
+    auto grown = detail::GrowPlaneFromSeed(cloud, settings, local, *options);
     if (!grown) return Refuse(grown.error());
     plane = std::make_unique<orvix_plane>();
     plane->grown = std::move(*grown);
     plane->frame = frame;
-    plane->equation = WorldEquation(plane->grown.plane, frame);
+    plane->equation = detail::WorldEquation(plane->grown.plane, frame);
     plane->outlinePoints = options->outlinePoints;
     ListRings(*plane);
     return {};
@@ -229,8 +229,9 @@ orvix_status orvix_plane_mesh(const orvix_plane* plane, orvix_mesh** mesh, orvix
         if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
         const FittedPlane& fitted = plane->grown.plane;
         auto made = std::make_unique<orvix_mesh>();
-        made->mesh = MeshOfPlane(fitted, Thinned(fitted.data(), plane->outlinePoints), plane->frame,
-                                 plane->equation);
+        made->mesh =
+            detail::MeshOfPlane(fitted, detail::Thinned(fitted.data(), plane->outlinePoints),
+                                plane->frame, plane->equation);
         if (made->mesh.triangles.empty()) {
             return Refuse(ORVIX_BAD_INPUT,
                           fmt::format("the plane's {} points enclose no area, so there is no mesh; "

@@ -137,7 +137,7 @@ orvix_status orvix_points_read_world(const orvix_project* project, uint64_t firs
     return Answered(error, [&]() -> Answer {
         if (auto sound = RequirePoints(project, first, count, xyz, "xyz"); !sound) return sound;
         std::array<orvix_point, kBlockPoints> block;
-        const LocalToWorld& frame = project->summary.frame;
+        const detail::LocalToWorld& frame = project->summary.frame;
         for (const std::uint64_t end = first + count; first < end;) {
             const std::uint64_t some = std::min(kBlockPoints, end - first);
             if (auto read = ReadPoints(*project, first, some, block.data()); !read) return read;

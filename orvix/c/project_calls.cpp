@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <Eigen/Geometry>
 #include <fmt/format.h>
 
-#include <Eigen/Geometry>
 #include <array>
 #include <limits>
 #include <memory>
@@ -9,7 +9,7 @@
 
 #include "orvix/c/project_handle.h"
 #include "orvix/platform/text.h"
-#include "orvix/project/project_check.h"
+#include "orvix/project/check/project_check.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 

@@ -24,7 +24,7 @@ struct orvix_project {
     ~orvix_project() { core.Close(); }
 
     orvix::ProjectManager paths;  ///< never opened
-    orvix::ProjectSummary summary;
+    orvix::detail::ProjectSummary summary;
     orvix::CProjectCore core;
     bool writable = false;
     orvix::platform::File points;

@@ -69,8 +69,8 @@ Answer RequireNormal(const double* equation) {
                               equation[2], equation[3]));
 }
 
-TriangleMesh Triangulate(std::vector<Vector> points, const double* equation,
-                         const std::vector<Vector>& boundary) {
+detail::TriangleMesh Triangulate(std::vector<Vector> points, const double* equation,
+                                 const std::vector<Vector>& boundary) {
     const std::size_t given = points.size();
     std::vector<int> faces;
     PointCloudGeometrics::ConstrainedSurface(
@@ -78,7 +78,7 @@ TriangleMesh Triangulate(std::vector<Vector> points, const double* equation,
         faces, &boundary);
     LiftPlanarVertices(points, given,
                        PlaneFrame(equation[0], equation[1], equation[2], equation[3]));
-    TriangleMesh mesh;
+    detail::TriangleMesh mesh;
     mesh.points = std::move(points);
     mesh.triangles.reserve(faces.size() / 4);
     for (std::size_t at = 0; at + 3 < faces.size(); at += 4) {
@@ -126,7 +126,7 @@ orvix_status orvix_mesh_read(const orvix_mesh* mesh, double* xyz, uint64_t point
                              uint64_t* triangle_count, orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
-        const TriangleMesh& made = mesh->mesh;
+        const detail::TriangleMesh& made = mesh->mesh;
         // Both numbers are told whether or not either list fits.
         const auto fillPoints = Fits(made.points.size(), xyz, point_capacity, points, "points");
         const auto fillTriangles =

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvix/geometry/symmetric_matrix.h"
 #include "orvix/planes/plane_shape.h"
-#include "orvix/planes/symmetric_eigen.h"
 #include "orvix/surfaces/outline_builder.h"
 
 namespace orvix {

@@ -7,10 +7,10 @@
 #include <memory>
 #include <vector>
 
+#include "orvix/geometry/plane_frame.h"
+#include "orvix/geometry/plane_outline.h"
 #include "orvix/platform/export.h"
 #include "orvix/points/records.h"
-#include "orvix/surfaces/plane_frame.h"
-#include "orvix/surfaces/plane_outline.h"
 
 namespace orvix {
 

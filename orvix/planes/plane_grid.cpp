@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "orvix/planes/vector_math.h"
+#include "orvix/planes/plane_vectors.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 
 namespace orvix {

@@ -3,10 +3,10 @@
 
 #include <limits>
 
+#include "orvix/geometry/plane_frame.h"
+#include "orvix/geometry/plane_outline.h"
+#include "orvix/geometry/polygon_index.h"
 #include "orvix/points/records.h"
-#include "orvix/surfaces/plane_frame.h"
-#include "orvix/surfaces/plane_outline.h"
-#include "orvix/surfaces/polygon_index.h"
 
 namespace orvix::detail {
 

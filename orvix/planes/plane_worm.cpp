@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "orvix/planes/vector_math.h"
+#include "orvix/planes/plane_vectors.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 
 namespace orvix {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <tl/expected.hpp>
+
 #include <string>
 #include <system_error>
 #include <utility>

@@ -6,7 +6,7 @@
 
 #include "orvix/points/records.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// Which cells of the grid a local coordinate lies in, along one axis.
 ///
@@ -37,4 +37,4 @@ inline AxisCell CellOf(float coordinate) {
     return cell;
 }
 
-}  // namespace orvix
+}  // namespace orvix::detail

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/points/nearest_neighbour.h"
 
+#include <nanoflann.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <nanoflann.hpp>
 #include <numeric>
 
 namespace orvix {

@@ -4,7 +4,7 @@
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
-namespace orvix {
+namespace orvix::detail {
 
 std::uint64_t RecordHash(const CCloudPoint<float>& record) {
     return XXH3_64bits(&record, sizeof record);
@@ -16,4 +16,4 @@ std::uint64_t RecordHashSum(const CCloudPoint<float>* records, std::uint64_t cou
     return sum;
 }
 
-}  // namespace orvix
+}  // namespace orvix::detail

@@ -5,7 +5,7 @@
 
 #include "orvix/points/records.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// A 64-bit hash of one alive record's 24 bytes. Sums of it modulo 2^64 compare sets of points
 /// without regard to their order: an import tells the sum of what it decoded, a walk the sum of
@@ -18,4 +18,4 @@ std::uint64_t RecordHash(const CCloudPoint<float>& record);
 /// The sum over an array of records.
 std::uint64_t RecordHashSum(const CCloudPoint<float>* records, std::uint64_t count);
 
-}  // namespace orvix
+}  // namespace orvix::detail

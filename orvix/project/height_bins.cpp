@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/project/height_bins.h"
 
-namespace orvix {
+namespace orvix::detail {
 namespace {
 
 constexpr std::int64_t kFineBins = 1'000'000;   // centimetres: 10 km
@@ -37,4 +37,4 @@ double HeightOfBin(std::int64_t bin, std::int64_t centimetres) {
     return static_cast<double>((2 * tens + 1) * kFarCentimetres) / 200.0;
 }
 
-}  // namespace orvix
+}  // namespace orvix::detail

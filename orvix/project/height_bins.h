@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace orvix {
+namespace orvix::detail {
 
 /// The bins in which the points of a project are counted by height, and in which they are
 /// classified.
@@ -20,4 +20,4 @@ std::int64_t HeightBin(float z);
 /// The middle of a bin, or of the `centimetres` high slice that holds it.
 double HeightOfBin(std::int64_t bin, std::int64_t centimetres = 1);
 
-}  // namespace orvix
+}  // namespace orvix::detail

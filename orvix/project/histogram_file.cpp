@@ -16,7 +16,7 @@
 #include "orvix/project/project_manager.h"
 #include "orvix/stats/mathematic.h"
 
-namespace orvix {
+namespace orvix::detail {
 namespace {
 
 constexpr std::size_t kRecordBytes = 12;
@@ -88,6 +88,10 @@ Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path) {
     return bins;
 }
 
+}  // namespace orvix::detail
+
+namespace orvix {
+
 void ProjectManager::ReadHistogram4Jenks(const CString& path, std::vector<double>* samples,
                                          const double& shift, const int& sampleCount,
                                          const int& unused) {
@@ -96,7 +100,7 @@ void ProjectManager::ReadHistogram4Jenks(const CString& path, std::vector<double
     std::error_code error;
     const platform::File file = platform::File::OpenRead(path, error);
     if (!error) {
-        ForEachRecord(file, [&](const Record& record) {
+        detail::ForEachRecord(file, [&](const detail::Record& record) {
             total += record.count;
             // A bin without points has the running total of the one before it and takes its place.
             table.insert_or_assign(table.end(), total, record.value + shift);

@@ -7,7 +7,7 @@
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// One bin of a histogram: 12 bytes in a file (value, then a 32-bit count, without padding).
 struct HistogramBin {
@@ -24,4 +24,4 @@ struct HistogramBin {
 /// Cost     one pass through a buffer of 64 KiB; 16 bytes a bin.
 Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path);
 
-}  // namespace orvix
+}  // namespace orvix::detail

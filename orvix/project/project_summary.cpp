@@ -11,7 +11,7 @@
 #include "orvix/project/project_paths.h"
 #include "orvix/project/station_files.h"
 
-namespace orvix {
+namespace orvix::detail {
 namespace {
 
 // Folders of a project nest three deep; a host's own may go a little further.
@@ -96,4 +96,4 @@ Expected<ProjectSummary> SummariseProject(const CString& projectFile) {
     return summary;
 }
 
-}  // namespace orvix
+}  // namespace orvix::detail

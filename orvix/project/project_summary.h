@@ -10,7 +10,7 @@
 #include "orvix/points/records.h"
 #include "orvix/project/transform_file.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// What a project tells about itself at a glance.
 struct ProjectSummary {
@@ -40,4 +40,4 @@ struct ProjectSummary {
 ///          Nothing is changed.
 Expected<ProjectSummary> SummariseProject(const CString& projectFile);
 
-}  // namespace orvix
+}  // namespace orvix::detail

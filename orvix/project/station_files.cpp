@@ -12,7 +12,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 
-namespace orvix {
+namespace orvix::detail {
 namespace {
 
 using Faults = std::vector<StationFault>;
@@ -117,4 +117,4 @@ StationFiles ReadStationFiles(const ProjectManager& project, int station,
     return files;
 }
 
-}  // namespace orvix
+}  // namespace orvix::detail

@@ -10,7 +10,7 @@
 #include "orvix/points/records.h"
 #include "orvix/project/project_manager.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// Where a station's files are.
 struct StationPaths {
@@ -53,4 +53,4 @@ struct StationFault {
 StationFiles ReadStationFiles(const ProjectManager& project, int station,
                               std::vector<StationFault>& faults);
 
-}  // namespace orvix
+}  // namespace orvix::detail

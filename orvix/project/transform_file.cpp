@@ -10,7 +10,7 @@
 
 #include "orvix/platform/file.h"
 
-namespace orvix {
+namespace orvix::detail {
 namespace {
 
 using Matrix = std::array<double, 16>;
@@ -114,4 +114,4 @@ Expected<void> WriteTransform(const CString& path, const LocalToWorld& frame) {
     return {};
 }
 
-}  // namespace orvix
+}  // namespace orvix::detail

@@ -8,7 +8,7 @@
 #include "orvix/platform/text.h"
 #include "orvix/points/records.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// Where a project's own frame lies in the world: a 4x4 affine matrix, row by row, whose last
 /// row is 0, 0, 0, 1. Points are stored as floats near the project's origin; the matrix adds the
@@ -47,4 +47,4 @@ Expected<LocalToWorld> ReadTransform(const CString& path);
 /// Creates or replaces a transform file.
 Expected<void> WriteTransform(const CString& path, const LocalToWorld& frame);
 
-}  // namespace orvix
+}  // namespace orvix::detail

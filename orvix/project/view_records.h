@@ -7,7 +7,7 @@
 
 #include "orvix/points/records.h"
 
-namespace orvix {
+namespace orvix::detail {
 
 /// The tables by which a viewer fetches the skeleton cell by cell, coarse first. Three files, all
 /// headerless arrays whose records are in the order of the skeleton files: by 1000 cm cell (x,
@@ -51,4 +51,4 @@ static_assert(offsetof(CoarseViewRecord, representative) == 36);
 static_assert(offsetof(CoarseViewRecord, reserved) == 40);
 static_assert(std::is_trivially_copyable_v<CoarseViewRecord>);
 
-}  // namespace orvix
+}  // namespace orvix::detail

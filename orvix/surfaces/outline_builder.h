@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "orvix/geometry/plane_outline.h"
 #include "orvix/points/records.h"
-#include "orvix/surfaces/plane_outline.h"
 
 namespace orvix::detail {
 

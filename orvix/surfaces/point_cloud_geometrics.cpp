@@ -6,8 +6,8 @@
 #include <set>
 #include <utility>
 
+#include "orvix/geometry/plane_frame.h"
 #include "orvix/surfaces/planar_triangulation.h"
-#include "orvix/surfaces/plane_frame.h"
 
 namespace orvix {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/surfaces/surface_mesh.h"
 
-#include "orvix/surfaces/polygon_index.h"
+#include "orvix/geometry/polygon_index.h"
 
 namespace orvix {
 

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <vector>
 
+#include "orvix/geometry/plane_frame.h"
+#include "orvix/geometry/plane_outline.h"
 #include "orvix/platform/export.h"
 #include "orvix/points/records.h"
-#include "orvix/surfaces/plane_frame.h"
-#include "orvix/surfaces/plane_outline.h"
 
 namespace orvix {
 

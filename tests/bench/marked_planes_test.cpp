@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "bench/planes/plane_score.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::bench {
 namespace {

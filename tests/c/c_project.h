@@ -8,8 +8,8 @@
 
 #include "orvix/c/orvix.h"
 #include "orvix/platform/text.h"
-#include "tests/support/scratch_folder.h"
-#include "tests/support/tiny_project.h"
+#include "support/scratch_folder.h"
+#include "support/tiny_project.h"
 
 namespace orvix::test {
 

@@ -159,8 +159,8 @@ TEST_F(CPointCalls, FindEachPointsCellAtEveryLevel) {
     for (std::size_t i = 0; i < tiny.points.size(); ++i) {
         const auto& p = tiny.points[i];
         const double world[] = {500.0 + p.x, 600.0 + p.y, 70.0 + p.z};
-        const AxisCell x = CellOf(p.x);
-        const AxisCell z = CellOf(p.z);
+        const detail::AxisCell x = detail::CellOf(p.x);
+        const detail::AxisCell z = detail::CellOf(p.z);
         for (const auto& [level, wantedX, wantedZ] :
              {std::tuple{1000, x.cell1000, z.cell1000}, std::tuple{100, x.cell100, z.cell100},
               std::tuple{10, x.cell100 * 10 + x.cell10, z.cell100 * 10 + z.cell10}}) {

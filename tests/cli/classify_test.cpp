@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "orvix/platform/text.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::test {
 

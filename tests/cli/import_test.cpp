@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
 #include <sstream>
 
 #include "orvix/platform/path.h"
+#include "support/las_writer.h"
+#include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
-#include "tests/support/las_writer.h"
 #include "tests/support/read_only_file.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::test {
 namespace {

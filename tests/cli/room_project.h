@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::test {
 

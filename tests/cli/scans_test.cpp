@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "orvix/platform/path.h"
+#include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::test {
 namespace {

@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "orvix/platform/path.h"
+#include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::test {
 namespace {

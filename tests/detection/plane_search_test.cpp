@@ -2,6 +2,7 @@
 #include "detection/plane_search.h"
 
 #include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -10,9 +11,9 @@
 #include "importer/import.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/transform_file.h"
-#include "tests/support/scratch_folder.h"
-#include "tests/support/synthetic_building.h"
-#include "tests/support/tiny_project.h"
+#include "support/scratch_folder.h"
+#include "support/synthetic_building.h"
+#include "support/tiny_project.h"
 
 namespace orvix::detection {
 namespace {
@@ -29,7 +30,7 @@ public:
                    manager_.LASScale(manager_.cloudHeader.scale), manager_.grid1000cmIdx,
                    manager_.grid10cmIdx, manager_.grid1to10cmIdx, manager_.gridIdx);
         EXPECT_TRUE(core_.OpenCores());
-        origin_ = ReadTransform(manager_.transformFile)->Origin();
+        origin_ = detail::ReadTransform(manager_.transformFile)->Origin();
     }
     ~Opened() {
         core_.Close();

@@ -5,10 +5,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "importer/import_scans.h"
+#include "importer/scans/import_scans.h"
+#include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {

@@ -6,12 +6,12 @@
 #include <chrono>
 #include <thread>
 
-#include "importer/disk_space.h"
-#include "importer/import_scans.h"
+#include "importer/files/disk_space.h"
+#include "importer/scans/import_scans.h"
 #include "orvix/project/project_manager.h"
+#include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {

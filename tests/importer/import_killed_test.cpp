@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "importer/import_scans.h"
+#include "importer/scans/import_scans.h"
 #include "orvix/project/project_manager.h"
+#include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
 #include "tests/support/process.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {

@@ -10,7 +10,7 @@
 #include <tuple>
 
 #include "orvix/platform/path.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {

@@ -4,14 +4,14 @@
 
 #include <cmath>
 
-#include "importer/import_scans.h"
+#include "importer/scans/import_scans.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/alive_point_reader.h"
-#include "orvix/project/project_check.h"
+#include "orvix/project/check/project_check.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/station_files.h"
+#include "support/scratch_folder.h"
 #include "tests/importer/memory_scan.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {
@@ -49,11 +49,11 @@ protected:
         MemoryPlan plan = PlanMemory(std::uint64_t{1} << 28, threads);
         return ImportScans(Open(scans), project, options, plan);
     }
-    StationFiles Files(int station) {
+    detail::StationFiles Files(int station) {
         ProjectManager manager;
         EXPECT_TRUE(manager.Set(project, false));
-        std::vector<StationFault> faults;
-        StationFiles files = ReadStationFiles(manager, station, faults);
+        std::vector<detail::StationFault> faults;
+        detail::StationFiles files = detail::ReadStationFiles(manager, station, faults);
         EXPECT_TRUE(faults.empty());
         return files;
     }
@@ -105,12 +105,12 @@ TEST_F(ImportStations, WritesPoseNameAndIntensitiesOfEveryStation) {
     ASSERT_TRUE(manager.GetScanIntensityRanges(1, low, high));
     EXPECT_EQ(low, 100);
     EXPECT_EQ(high, 190);
-    const StationFiles second = Files(1);
+    const detail::StationFiles second = Files(1);
     EXPECT_EQ(second.name, "yard");
     EXPECT_EQ((*second.orientation)[2], 1);
     EXPECT_DOUBLE_EQ((*second.orientation)[3], 1.5707963267948966);
     EXPECT_THAT(*Files(0).orientation, ElementsAre(0, 0, 1, 0));
-    EXPECT_TRUE(CheckProject(project)->Ok());
+    EXPECT_TRUE(detail::CheckProject(project)->Ok());
 }
 
 TEST_F(ImportStations, AScanWithoutAPoseHasANumberAndNoFiles) {
@@ -164,15 +164,16 @@ TEST_F(ImportStations, CheckNamesStationFilesThatAreNotRight) {
     const double axis[4] = {0, 0, 0.5, 1};
     const double position[3] = {1, nan, 3};
     const std::int16_t range[2] = {5, 4};
-    orvix::test::WriteBytes(StationPathsOf(manager, 0).orientation, axis, sizeof axis);
-    orvix::test::WriteBytes(StationPathsOf(manager, 0).position, position, sizeof position);
-    orvix::test::WriteBytes(StationPathsOf(manager, 0).intensities, range, sizeof range);
-    orvix::test::WriteBytes(StationPathsOf(manager, 1).position, position, 16);
-    orvix::test::WriteText(StationPathsOf(manager, 1).name, std::string(5000, 'a'));
-    const auto report = CheckProject(project);
+    orvix::test::WriteBytes(detail::StationPathsOf(manager, 0).orientation, axis, sizeof axis);
+    orvix::test::WriteBytes(detail::StationPathsOf(manager, 0).position, position, sizeof position);
+    orvix::test::WriteBytes(detail::StationPathsOf(manager, 0).intensities, range, sizeof range);
+    orvix::test::WriteBytes(detail::StationPathsOf(manager, 1).position, position, 16);
+    orvix::test::WriteText(detail::StationPathsOf(manager, 1).name, std::string(5000, 'a'));
+    const auto report = detail::CheckProject(project);
     ASSERT_EQ(report->total, 5u);
     std::string told;
-    for (const CheckFault& fault : report->faults) told += fault.file + " " + fault.what + "\n";
+    for (const detail::CheckFault& fault : report->faults)
+        told += fault.file + " " + fault.what + "\n";
     EXPECT_THAT(told, HasSubstr("station_0.orientation tells a turn by 1 about (0, 0, 0.5)"));
     EXPECT_THAT(told, HasSubstr("station_0.intens tells intensities from 5 to 4"));
     EXPECT_THAT(told, HasSubstr("station_1.pos holds 16 bytes instead of 24"));

@@ -9,14 +9,14 @@
 #include <random>
 #include <set>
 
-#include "importer/coordinate_frame.h"
-#include "importer/import_scans.h"
+#include "importer/scans/coordinate_frame.h"
+#include "importer/scans/import_scans.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/record_hash.h"
 #include "orvix/project/project_manager.h"
+#include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {
@@ -134,7 +134,7 @@ TEST_P(ImportModel, EveryFileIsWhatSortingEverythingInMemoryGives) {
         ASSERT_TRUE(report) << report.error().message;
         const auto records = RecordsOf(scans, report->origin);
         EXPECT_EQ(report->written, records.size());
-        EXPECT_EQ(report->checksum, RecordHashSum(records.data(), records.size()));
+        EXPECT_EQ(report->checksum, detail::RecordHashSum(records.data(), records.size()));
         const ProjectBytes written = ReadProject(project);
         const ProjectBytes expected = ExpectedProject(
             records, options.skeleton, static_cast<std::uint32_t>(scans.size()), report->origin);
@@ -167,7 +167,7 @@ TEST(Import, KeepsTheFirstOfPointsAtOnePositionWhenToldTo) {
             }
             EXPECT_EQ(report->written, kept.size());
             EXPECT_EQ(report->rejected.at("duplicate"), report->read - kept.size());
-            EXPECT_EQ(report->checksum, RecordHashSum(kept.data(), kept.size()));
+            EXPECT_EQ(report->checksum, detail::RecordHashSum(kept.data(), kept.size()));
             EXPECT_TRUE(ReadProject(project) ==
                         ExpectedProject(kept, options.skeleton,
                                         static_cast<std::uint32_t>(scans.size()), report->origin));

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "importer/memory_plan.h"
-#include "importer/scan_survey.h"
+#include "importer/scans/scan_survey.h"
+#include "importer/sort/memory_plan.h"
 
 namespace orvix::importer::test {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/planes/fitted_plane.h"
 
+#include <Eigen/Eigenvalues>
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
 #include <random>
 #include <stdexcept>
-
-#include <Eigen/Eigenvalues>
-#include <gtest/gtest.h>
 
 namespace orvix {
 namespace {

@@ -9,9 +9,9 @@
 
 #include "orvix/platform/cache.h"
 #include "orvix/points/alive_point_reader.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
+#include "support/tiny_project.h"
 #include "tests/support/settings_sandbox.h"
-#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

@@ -9,8 +9,8 @@
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/platform/path.h"
+#include "support/scratch_folder.h"
 #include "tests/support/read_only_file.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix::platform {
 namespace {

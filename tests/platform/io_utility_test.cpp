@@ -7,8 +7,8 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/system.h"
+#include "support/scratch_folder.h"
 #include "tests/support/last_error.h"
-#include "tests/support/scratch_folder.h"
 
 namespace orvix {
 namespace {

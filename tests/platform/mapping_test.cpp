@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::platform {
 namespace {

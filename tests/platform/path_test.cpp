@@ -7,7 +7,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/mapping.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::platform {
 namespace {

@@ -6,7 +6,7 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix {
 namespace {

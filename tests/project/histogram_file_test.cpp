@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "orvix/project/project_manager.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix {
 namespace {
@@ -73,7 +73,7 @@ TEST_F(HistogramFile, ReadsMoreRecordsThanABlockHolds) {
 TEST_F(HistogramFile, IsReadWholeWithRecordsOfOneValueJoined) {
     constexpr std::int32_t kMost = 2'147'483'647;
     Write({{-0.5, 3}, {1.5, kMost}, {1.5, kMost}, {1.5, 2}, {2.5, 0}, {3.5, 1}});
-    const auto bins = ReadHistogram(path);
+    const auto bins = detail::ReadHistogram(path);
     ASSERT_TRUE(bins);
     ASSERT_EQ(bins->size(), 3u);
     EXPECT_EQ((*bins)[1].value, 1.5);
@@ -87,16 +87,16 @@ TEST_F(HistogramFile, IsRefusedWhenItIsDamaged) {
         {{2, 1}, {1, 1}}, {{1, 1}, {2, -1}}, {{infinity, 1}}, {{std::nan(""), 1}}};
     for (const auto& records : spoilt) {
         Write(records);
-        const auto bins = ReadHistogram(path);
+        const auto bins = detail::ReadHistogram(path);
         ASSERT_FALSE(bins);
         EXPECT_EQ(bins.error().code, ErrorCode::Damaged);
         EXPECT_THAT(bins.error().message, testing::HasSubstr("z.hist"));
     }
     for (std::size_t extra = 1; extra < 12; ++extra) {
         Write({{1, 1}}, extra);
-        EXPECT_FALSE(ReadHistogram(path)) << extra;
+        EXPECT_FALSE(detail::ReadHistogram(path)) << extra;
     }
-    EXPECT_EQ(ReadHistogram(folder / L"none.hist").error().code, ErrorCode::Damaged);
+    EXPECT_EQ(detail::ReadHistogram(folder / L"none.hist").error().code, ErrorCode::Damaged);
 }
 
 TEST_F(HistogramFile, AddsNothingWhenItIsMissingButSorts) {

@@ -12,8 +12,8 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
-#include "tests/support/scratch_folder.h"
-#include "tests/support/tiny_project.h"
+#include "support/scratch_folder.h"
+#include "support/tiny_project.h"
 
 namespace orvix {
 namespace {

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <Eigen/Geometry>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <Eigen/Geometry>
 
 #include <cmath>
 #include <vector>
 
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "tests/support/scratch_folder.h"
+#include "support/scratch_folder.h"
 
 namespace orvix {
 namespace {
@@ -19,14 +19,14 @@ void ExpectNear(const SimplePointT<double>& a, const SimplePointT<double>& b, do
 }
 
 TEST(TransformFile, AddsTheOriginExactlyAndTakesItAwayExactly) {
-    const auto frame = LocalToWorld::Translation({690'000.0, 5'330'000.0, 512.0});
+    const auto frame = detail::LocalToWorld::Translation({690'000.0, 5'330'000.0, 512.0});
     const SimplePointT<double> world = frame.ToWorld(SimplePointT<double>{1.5, -2.25, 0.125});
     ExpectNear(world, {690'001.5, 5'329'997.75, 512.125}, 0);
     ExpectNear(frame.ToLocal(world), {1.5, -2.25, 0.125}, 0);
 }
 
 TEST(TransformFile, InvertsARotationWithScale) {
-    LocalToWorld frame;
+    detail::LocalToWorld frame;
     frame.m = {0, -2, 0, 10, 2, 0, 0, 20, 0, 0, 2, 30, 0, 0, 0, 1};
     const SimplePointT<double> world = frame.ToWorld(SimplePointT<double>{1, 2, 3});
     ExpectNear(world, {6, 22, 36}, 1e-12);
@@ -38,36 +38,36 @@ TEST(TransformFile, InvertsARotationWithScale) {
 
 TEST(TransformFile, IsTheIdentityWhereThereIsNoFile) {
     const ScratchFolder folder;
-    const auto frame = ReadTransform(folder / L"transform");
+    const auto frame = detail::ReadTransform(folder / L"transform");
     ASSERT_TRUE(frame);
-    EXPECT_EQ(frame->m, LocalToWorld{}.m);
+    EXPECT_EQ(frame->m, detail::LocalToWorld{}.m);
 }
 
 TEST(TransformFile, ReadsBackWhatItWrote) {
     const ScratchFolder folder;
-    const auto frame = LocalToWorld::Translation({1, 2, 3});
-    ASSERT_TRUE(WriteTransform(folder / L"transform", frame));
-    EXPECT_EQ(test::ReadBytes(folder / L"transform").size(), kTransformFileBytes);
-    EXPECT_EQ(ReadTransform(folder / L"transform")->m, frame.m);
+    const auto frame = detail::LocalToWorld::Translation({1, 2, 3});
+    ASSERT_TRUE(detail::WriteTransform(folder / L"transform", frame));
+    EXPECT_EQ(test::ReadBytes(folder / L"transform").size(), detail::kTransformFileBytes);
+    EXPECT_EQ(detail::ReadTransform(folder / L"transform")->m, frame.m);
 }
 
 TEST(TransformFile, RefusesSizesAndMatricesThatAreNoFrame) {
     const ScratchFolder folder;
     const CString path = folder / L"transform";
-    LocalToWorld skewed;
+    detail::LocalToWorld skewed;
     skewed.m[12] = 1;
-    LocalToWorld flat;
+    detail::LocalToWorld flat;
     flat.m[10] = 0;
-    LocalToWorld endless;
+    detail::LocalToWorld endless;
     endless.m[3] = std::numeric_limits<double>::infinity();
-    for (const LocalToWorld& frame : {skewed, flat, endless}) {
-        ASSERT_TRUE(WriteTransform(path, frame));
-        const auto read = ReadTransform(path);
+    for (const detail::LocalToWorld& frame : {skewed, flat, endless}) {
+        ASSERT_TRUE(detail::WriteTransform(path, frame));
+        const auto read = detail::ReadTransform(path);
         ASSERT_FALSE(read);
         EXPECT_EQ(read.error().code, ErrorCode::Damaged);
     }
     test::WriteText(path, "short");
-    EXPECT_EQ(ReadTransform(path).error().code, ErrorCode::Damaged);
+    EXPECT_EQ(detail::ReadTransform(path).error().code, ErrorCode::Damaged);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "orvix/stats/mathematic.h"
-#include "tests/support/plain_breaks.h"
+#include "support/plain_breaks.h"
 
 namespace orvix {
 namespace {

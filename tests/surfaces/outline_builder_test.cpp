@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/surfaces/outline_builder.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <functional>
 #include <random>
 
-#include <gtest/gtest.h>
-
-#include "orvix/surfaces/polygon_index.h"
+#include "orvix/geometry/polygon_index.h"
 
 namespace orvix::detail {
 namespace {

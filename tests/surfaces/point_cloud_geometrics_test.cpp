@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/surfaces/point_cloud_geometrics.h"
 
+#include <CGAL/ch_graham_andrew.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,11 +12,8 @@
 #include <random>
 #include <set>
 
-#include <CGAL/ch_graham_andrew.h>
-#include <gtest/gtest.h>
-
+#include "orvix/geometry/plane_frame.h"
 #include "orvix/surfaces/planar_triangulation.h"
-#include "orvix/surfaces/plane_frame.h"
 
 namespace orvix {
 namespace {

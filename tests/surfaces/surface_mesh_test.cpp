@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/surfaces/surface_mesh.h"
 
-#include <cmath>
-
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 #include "orvix/surfaces/outline_builder.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"

@@ -7,7 +7,7 @@
 #include <array>
 #include <utility>
 
-#include "importer/formats/las_records.h"
+#include "importer/formats/las/las_records.h"
 #include "importer/formats/laz/laz_layout.h"
 
 namespace orvix::importer {

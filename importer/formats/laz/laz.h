@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "importer/formats/las_header.h"
-#include "importer/scan_reader.h"
+#include "importer/formats/las/las_header.h"
+#include "importer/scans/scan_reader.h"
 
 namespace orvix::importer {
 

@@ -8,7 +8,7 @@
 
 #include "importer/formats/byte_order.h"
 #include "importer/formats/laz/integer_decoder.h"
-#include "importer/scan_reader.h"
+#include "importer/scans/scan_reader.h"
 
 namespace orvix::importer::laz {
 namespace {

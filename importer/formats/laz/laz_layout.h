@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "importer/formats/las_header.h"
+#include "importer/formats/las/las_header.h"
 #include "importer/formats/laz/chunk_decoder.h"
 
 namespace orvix::importer::laz {

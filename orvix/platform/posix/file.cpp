@@ -2,9 +2,9 @@
 #include "orvix/platform/file.h"
 
 #include <sys/stat.h>
+
 #include <fcntl.h>
 #include <unistd.h>
-
 #include <utility>
 
 #include "orvix/platform/posix/native.h"

@@ -2,10 +2,10 @@
 #include "orvix/platform/mapping.h"
 
 #include <sys/mman.h>
-#include <fcntl.h>
-#include <unistd.h>
 
+#include <fcntl.h>
 #include <limits>
+#include <unistd.h>
 
 #include "orvix/platform/posix/native.h"
 

@@ -4,14 +4,14 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <dirent.h>
-#include <fcntl.h>
-#include <stdio.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <dirent.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <memory>
+#include <stdio.h>
+#include <unistd.h>
 
 #include "orvix/platform/posix/native.h"
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/program.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
-
-#include <csignal>
 
 namespace orvix::platform {
 

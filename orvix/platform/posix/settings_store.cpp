@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/settings_store.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <pwd.h>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 #include "orvix/platform/error_channel.h"

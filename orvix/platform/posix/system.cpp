@@ -2,19 +2,19 @@
 #include "orvix/platform/system.h"
 
 #include <sys/resource.h>
-#include <dirent.h>
-#include <dlfcn.h>
-#include <link.h>
-#include <string.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fstream>
 #include <iterator>
+#include <link.h>
 #include <memory>
+#include <string.h>
 #include <string>
+#include <unistd.h>
 
 #include "orvix/platform/posix/native.h"
 

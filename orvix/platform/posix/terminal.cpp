@@ -2,10 +2,10 @@
 #include "orvix/platform/terminal.h"
 
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <string_view>
+#include <unistd.h>
 
 namespace orvix::platform {
 

@@ -3,12 +3,12 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <string_view>
+#include <unistd.h>
 
 namespace orvix::platform::qt {
 namespace {

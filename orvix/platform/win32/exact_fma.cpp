@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/win32/exact_fma.h"
 
-#include <xmmintrin.h>
-
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <xmmintrin.h>
 
 namespace orvix::platform::detail {
 namespace {

@@ -3,11 +3,10 @@
 
 #include <algorithm>
 #include <utility>
+#include <winioctl.h>
 
 #include "orvix/platform/path.h"
 #include "orvix/platform/win32/native.h"
-
-#include <winioctl.h>
 
 namespace orvix::platform {
 namespace {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <windows.h>
 
-#include <commctrl.h>
-
 #include <algorithm>
+#include <commctrl.h>
 #include <utility>
 
 #include "orvix/platform/params_window_maker.h"

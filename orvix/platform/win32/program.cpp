@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/program.h"
 
-#include "orvix/platform/text.h"
-
 #include <windows.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include "orvix/platform/text.h"
 
 namespace orvix::platform {
 namespace {

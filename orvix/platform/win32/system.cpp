@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/system.h"
 
-#include "orvix/platform/win32/native.h"
-
 #include <psapi.h>
 #include <tlhelp32.h>
+
+#include "orvix/platform/win32/native.h"
 
 namespace orvix::platform {
 namespace {

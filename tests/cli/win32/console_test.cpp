@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What a user of a console sees: every script, whatever code page the console is in.
-#include "tests/support/win32/child_process.h"
-
 #include <gtest/gtest.h>
 
 #include "orvix/platform/text.h"
 #include "tests/cli/command_runner.h"
+#include "tests/support/win32/child_process.h"
 
 namespace orvix::test {
 namespace {

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <random>
 
-#include "importer/formats/crc32c.h"
-#include "importer/formats/xml_tree.h"
+#include "importer/formats/e57/crc32c.h"
+#include "importer/formats/e57/xml_tree.h"
 #include "orvix/platform/path.h"
+#include "support/e57_writer.h"
 #include "tests/importer/formats/read_all.h"
-#include "tests/support/e57_writer.h"
 
 namespace orvix::test {
 namespace {

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/formats/las/las.h"
+
 #include <gmock/gmock.h>
 
 #include <limits>
 
-#include "importer/formats/las.h"
 #include "orvix/platform/file.h"
+#include "support/las_writer.h"
 #include "tests/importer/formats/read_all.h"
-#include "tests/support/las_writer.h"
 
 namespace orvix::test {
 namespace {

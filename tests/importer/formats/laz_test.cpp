@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "importer/formats/laz/laz_layout.h"
+#include "support/laz_writer.h"
 #include "tests/importer/formats/read_all.h"
-#include "tests/support/laz_writer.h"
 
 namespace orvix::test {
 namespace {

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 
 #include "orvix/platform/path.h"
+#include "support/las_writer.h"
 #include "tests/importer/formats/read_all.h"
-#include "tests/support/las_writer.h"
 
 namespace orvix::test {
 namespace {

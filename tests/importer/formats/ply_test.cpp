@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/formats/ply/ply.h"
+
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "importer/formats/ply.h"
 #include "tests/importer/formats/read_all.h"
 
 namespace orvix::test {

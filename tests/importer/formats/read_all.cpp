@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "importer/formats/open_scan.h"
+
 namespace orvix::test {
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "importer/scan_reader.h"
-#include "tests/support/scratch_folder.h"
+#include "importer/scans/scan_reader.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::test {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/formats/text.h"
+#include "importer/formats/text/text.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -8,6 +8,7 @@
 #include <random>
 
 #include "importer/formats/number_text.h"
+#include "importer/formats/open_scan.h"
 #include "tests/importer/formats/read_all.h"
 
 namespace orvix::test {

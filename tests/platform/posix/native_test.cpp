@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "orvix/platform/cache.h"
 #include "orvix/platform/error_channel.h"

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What only settings kept in files can meet: damage, and places that cannot be written to.
+#include "tests/support/posix/settings_files.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,7 +14,6 @@
 #include "orvix/platform/error_channel.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/settings_store.h"
-#include "tests/support/posix/settings_files.h"
 
 namespace orvix::platform {
 namespace {

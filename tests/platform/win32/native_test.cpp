@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What only this system has: the registry itself, paths past 260 characters, sharing, devices.
-#include <gtest/gtest.h>
-
 #include <windows.h>
+
+#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <thread>
@@ -14,8 +14,8 @@
 #include "orvix/platform/mapping.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/program.h"
+#include "support/scratch_folder.h"
 #include "tests/support/process.h"
-#include "tests/support/scratch_folder.h"
 #include "tests/support/settings_sandbox.h"
 
 namespace orvix::platform {

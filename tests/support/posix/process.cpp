@@ -3,6 +3,7 @@
 
 #include <sys/resource.h>
 #include <sys/wait.h>
+
 #include <array>
 #include <csignal>
 #include <cstdlib>

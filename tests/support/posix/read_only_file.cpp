@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/read_only_file.h"
 
-#include <unistd.h>
-
 #include <filesystem>
+#include <unistd.h>
 
 namespace orvix::test {
 namespace {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/process.h"
 
-#include "tests/support/win32/child_process.h"
-
 #include <array>
 #include <stdexcept>
 #include <thread>
 
 #include "orvix/platform/text.h"
+#include "tests/support/win32/child_process.h"
 
 namespace orvix::test {
 

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "cli/verbs.h"
+#include "edits/class_writer.h"
+#include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
+#include "orvix/platform/path.h"
+#include "orvix/project/project_gate.h"
+#include "output/output_file.h"
+#include "output/picture/histogram_picture.h"
+#include "reports/classification.h"
+#include "reports/field_histogram.h"
+
+namespace orvix::cli {
+
+namespace {
+
+struct Arguments {
+    std::string project;
+    std::string field = "intensity";
+    bool exact = false;
+    bool apply = false;
+    std::string picture;
+    reports::ClassifyOptions options;
+};
+
+constexpr const char* kExamples =
+    "  orvix classify scan.prj --field z --classes 6\n"
+    "  orvix classify scan.prj --field intensity --classes 4 --picture intensity.svg\n"
+    "  orvix classify scan.prj --field z --classes 5 --sample 8000 --seed 7 --json\n"
+    "  orvix classify scan.prj --field z --classes 5 --apply";
+
+double InWorld(const reports::FieldHistogram& histogram, double stored) {
+    return stored + histogram.shift;
+}
+
+Json JsonOf(const reports::FieldHistogram& histogram, const reports::Classification& classes,
+            const Arguments& arguments) {
+    Json json;
+    json["field"] = reports::WordOf(histogram.field);
+    json["points"] = histogram.points;
+    json["exact"] = classes.sampled == 0;
+    json["sampled"] = nullptr;
+    json["seed"] = nullptr;
+    if (classes.sampled > 0) {
+        json["sampled"] = classes.sampled;
+        json["seed"] = arguments.options.seed;
+    }
+    json["boundaries"] = Json::array();
+    for (const double boundary : classes.boundaries)
+        json["boundaries"].push_back(InWorld(histogram, boundary));
+    json["counts"] = classes.counts;
+    json["fit"] = classes.fit;
+    json["applied"] = nullptr;
+    json["picture"] = nullptr;
+    if (!arguments.picture.empty()) json["picture"] = arguments.picture;
+    return json;
+}
+
+double ShareOf(std::uint64_t count, std::uint64_t points) {
+    return 100.0 * static_cast<double>(count) / static_cast<double>(points);
+}
+
+std::string HowText(const reports::Classification& classes, const Arguments& arguments) {
+    if (classes.sampled == 0) return "by all points";
+    return fmt::format("by a sample of {} values, seed {}", platform::CountText(classes.sampled),
+                       arguments.options.seed);
+}
+
+std::string TextOf(const reports::FieldHistogram& histogram, const reports::Classification& classes,
+                   const Arguments& arguments) {
+    const char* unit = histogram.field == reports::Field::Height ? " m" : "";
+    std::string text = fmt::format(
+        "{} of {} points, {}\n", histogram.field == reports::Field::Height ? "height" : "intensity",
+        platform::CountText(histogram.points), HowText(classes, arguments));
+    for (std::size_t i = 0; i < classes.Classes(); ++i) {
+        text += fmt::format("{:>4}  {} {:>9} to {:>9}{}  {:>14} points  {:5.1f} %\n", i + 1,
+                            i == 0 ? "from " : "above", histogram.ValueText(classes.boundaries[i]),
+                            histogram.ValueText(classes.boundaries[i + 1]), unit,
+                            platform::CountText(classes.counts[i]),
+                            ShareOf(classes.counts[i], histogram.points));
+    }
+    return text + fmt::format("goodness of variance fit {:.6f}\n", classes.fit);
+}
+
+Expected<void> WritePicture(const reports::FieldHistogram& histogram,
+                            const reports::Classification& classes, const Arguments& arguments,
+                            const CString& project) {
+    if (arguments.picture.empty()) return {};
+    output::HistogramPanel panel{histogram, &classes, "", ""};
+    panel.title = fmt::format(
+        "{}: {} in {} natural classes", detail::Shown(platform::FileNameOf(project)),
+        histogram.field == reports::Field::Height ? "height" : "intensity", classes.Classes());
+    panel.subtitle = fmt::format("{} points, {}, goodness of variance fit {:.4f}",
+                                 platform::CountText(histogram.points), HowText(classes, arguments),
+                                 classes.fit);
+    return output::WriteSvg(platform::FromUtf8(arguments.picture), output::DrawHistograms({panel}));
+}
+
+Expected<std::uint64_t> Apply(const CString& project, reports::Field field,
+                              const reports::Classification& classes,
+                              const CommandContext& context) {
+    ProgressReporter progress(ProgressModeOf(context.progressWord));
+    const auto watch = [&progress](double fraction, std::uint64_t points) {
+        progress.Report({"classifying", fraction, points * 24, points, -1});
+        return !platform::Interrupted();
+    };
+    return edits::ApplyClasses(project, field, classes, watch);
+}
+
+Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& context) {
+    const Expected<CString> project = detail::RequireProject(arguments.project);
+    if (!project) return tl::unexpected<Error>(project.error());
+    if (!arguments.picture.empty()) {
+        const auto place = output::RequireOutputPlace(platform::FromUtf8(arguments.picture));
+        if (!place) return tl::unexpected<Error>(place.error());
+    }
+    const Expected<reports::FieldHistogram> histogram =
+        reports::ReadField(*project, reports::FieldOf(arguments.field));
+    if (!histogram) return tl::unexpected<Error>(histogram.error());
+    const Expected<reports::Classification> classes =
+        reports::Classify(histogram->bins, arguments.options);
+    if (!classes) return tl::unexpected<Error>(classes.error());
+    if (auto drawn = WritePicture(*histogram, *classes, arguments, *project); !drawn)
+        return tl::unexpected<Error>(drawn.error());
+    Outcome outcome{JsonOf(*histogram, *classes, arguments),
+                    TextOf(*histogram, *classes, arguments)};
+    if (!arguments.apply) return outcome;
+    const auto applied = Apply(*project, histogram->field, *classes, context);
+    if (!applied) return tl::unexpected<Error>(applied.error());
+    outcome.json["applied"] = *applied;
+    outcome.text += fmt::format("{} points carry their class, 1 to {}\n",
+                                platform::CountText(*applied), classes->Classes());
+    return outcome;
+}
+
+}  // namespace
+
+void AddClassifyVerb(CLI::App& app, CommandContext& context) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* verb = AddVerb(
+        app, context, "classify", "Divide intensities or heights into natural classes", kExamples,
+        [arguments](CommandContext& chosen) { return RunClassify(*arguments, chosen); });
+    verb->add_option("project", arguments->project, "The project file")
+        ->required()
+        ->type_name("PROJECT.prj");
+    AddChoice(*verb, "--field", arguments->field, "What to classify", {"intensity", "z"});
+    verb->add_option("--classes", arguments->options.classes, "Number of classes (default 5)")
+        ->check(CLI::Range(1, 255).description(""))
+        ->type_name("1..255");
+    auto* exact = verb->add_flag("--exact", arguments->exact, "Decide by all points (default)");
+    auto* sample = verb->add_option("--sample", arguments->options.sample,
+                                    "Decide by a sample of about N values instead")
+                       ->check(CLI::Range(1, 1'000'000).description(""))
+                       ->type_name("N")
+                       ->excludes(exact);
+    verb->add_option("--seed", arguments->options.seed, "Of the sample (default 1)")
+        ->type_name("S")
+        ->needs(sample);
+    verb->add_option("--picture", arguments->picture, "Draw the histogram with its classes")
+        ->type_name("OUT.svg");
+    verb->add_flag("--apply", arguments->apply,
+                   "Write each point's class, from 1, into the second value of its DCLC pair");
+    AddProgressOption(*verb, context);
+}
+
+}  // namespace orvix::cli

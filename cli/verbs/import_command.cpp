@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "cli/verbs.h"
+#include "importer/import.h"
+#include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
+#include "orvix/platform/path.h"
+#include "orvix/project/project_gate.h"
+
+namespace orvix::cli {
+
+namespace {
+
+using namespace importer;
+
+struct Arguments {
+    std::vector<std::string> paths;  // the inputs, then the project
+    std::string unit = "m";
+    std::string up = "z";
+    std::string skeleton = "10cm";
+    std::string memoryLimit = "1GiB";
+    std::vector<std::string> stations;
+    unsigned threads = 0;
+    bool dropZeros = false;
+    bool dedupe = false;
+    bool overwrite = false;
+};
+
+const std::map<std::string, LengthUnit> kUnits{{"m", LengthUnit::Metre},
+                                               {"mm", LengthUnit::Millimetre},
+                                               {"cm", LengthUnit::Centimetre},
+                                               {"ft", LengthUnit::Foot},
+                                               {"us-ft", LengthUnit::UsSurveyFoot}};
+const std::map<std::string, SkeletonSize> kSkeletons{{"1cm", SkeletonSize::OneCentimetre},
+                                                     {"10cm", SkeletonSize::TenCentimetres},
+                                                     {"1m", SkeletonSize::OneMetre}};
+
+constexpr std::uint64_t kLeastMemory = std::uint64_t{64} << 20;
+
+constexpr const char* kExamples =
+    "  orvix import scan.las scan.prj\n"
+    "  orvix import north.ply south.ply site.prj --skeleton 1cm    two stations, one project\n"
+    "  orvix import lobby.las lobby.prj --up y                     a scan whose y axis is up\n"
+    "  orvix import site.e57 hall.prj --station Hall                one scan of several\n"
+    "  orvix import tile.xyz tile.prj --unit us-ft --overwrite\n"
+    "  orvix import huge.las huge.prj --memory-limit 4GiB --progress json --json";
+
+ImportOptions OptionsOf(const Arguments& arguments) {
+    ImportOptions options;
+    options.unit = kUnits.at(arguments.unit);
+    options.up = arguments.up == "y" ? UpAxis::Y : UpAxis::Z;
+    options.skeleton = kSkeletons.at(arguments.skeleton);
+    options.memoryLimitBytes =
+        platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
+    options.threads = arguments.threads;
+    options.stationNames = arguments.stations;
+    options.dropZeros = arguments.dropZeros;
+    options.dedupe = arguments.dedupe;
+    options.overwrite = arguments.overwrite;
+    return options;
+}
+
+const char* WordOf(ImportPhase phase) {
+    switch (phase) {
+        case ImportPhase::Scan:
+            return "scanning";
+        case ImportPhase::Sort:
+            return "sorting";
+        case ImportPhase::Write:
+            return "writing";
+        case ImportPhase::Index:
+            return "indexing";
+        case ImportPhase::Skeleton:
+            return "thinning";
+        case ImportPhase::Finish:
+            break;
+    }
+    return "finishing";
+}
+
+Json JsonOf(const ImportReport& report) {
+    Json json;
+    json["project"] = detail::Shown(report.project);
+    json["inputs"] = Json::array();
+    for (const ImportedFile& input : report.inputs)
+        json["inputs"].push_back(Json{{"path", detail::Shown(input.path)},
+                                      {"format", input.format},
+                                      {"points", input.points}});
+    json["read"] = report.read;
+    json["written"] = report.written;
+    json["rejected"] = Json::object();
+    for (const auto& [reason, count] : report.rejected) json["rejected"][reason] = count;
+    json["skeleton_points"] = report.skeletonPoints;
+    json["stations"] = report.stations;
+    json["origin"] = report.origin;
+    json["checksum"] = platform::HexText(report.checksum);
+    json["seconds"] = report.seconds;
+    json["peak_memory_bytes"] = report.peakMemoryBytes;
+    json["warnings"] = report.warnings;
+    return json;
+}
+
+std::string TextOf(const ImportReport& report) {
+    std::string text;
+    for (const ImportedFile& input : report.inputs)
+        text += fmt::format("{}: {}, {} points\n", detail::Shown(input.path), input.format,
+                            platform::CountText(input.points));
+    text +=
+        fmt::format("{}: {} points written of {} read, {} in the skeleton, {} station{}\n",
+                    detail::Shown(report.project), platform::CountText(report.written),
+                    platform::CountText(report.read), platform::CountText(report.skeletonPoints),
+                    report.stations, report.stations == 1 ? "" : "s");
+    for (const auto& [reason, count] : report.rejected)
+        text += fmt::format("rejected: {} points, {}\n", platform::CountText(count), reason);
+    const double rate = report.seconds > 0 ? static_cast<double>(report.read) / report.seconds : 0;
+    text += fmt::format("{:.2f} s, {} points a second, {} of memory at most, checksum {}\n",
+                        report.seconds, platform::CountText(static_cast<std::uint64_t>(rate)),
+                        platform::BytesText(report.peakMemoryBytes),
+                        platform::HexText(report.checksum));
+    return text;
+}
+
+Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context) {
+    std::vector<CString> inputs;
+    for (const std::string& path : arguments.paths) inputs.push_back(platform::FromUtf8(path));
+    const CString project = inputs.back();
+    inputs.pop_back();
+    ProgressReporter progress(ProgressModeOf(context.progressWord));
+    const auto watch = [&progress](const ImportProgress& state) {
+        progress.Report(
+            {WordOf(state.phase), state.fraction, state.bytes, state.points, state.secondsLeft});
+        return !platform::Interrupted();
+    };
+    const Expected<ImportReport> report = Import(inputs, project, OptionsOf(arguments), watch);
+    progress.Finish();
+    if (!report) return tl::unexpected<Error>(report.error());
+    for (const std::string& warning : report->warnings) PrintNote("warning: " + warning);
+    return Outcome{JsonOf(*report), TextOf(*report)};
+}
+
+bool NamesProject(const std::string& path) {
+    const CString name = platform::FoldCase(platform::FileNameOf(platform::FromUtf8(path)));
+    const CString ending = platform::FoldCase(L".prj");
+    return name.size() > ending.size() && name.ends_with(ending);
+}
+
+// A forgotten project name would make the last scan the file to replace.
+std::string CheckPaths(const std::vector<std::string>& paths) {
+    if (!paths.empty() && NamesProject(paths.back())) return {};
+    return "the last path names the project to make and must end in .prj" +
+           (paths.empty() ? std::string() : ", but it is " + paths.back());
+}
+
+std::string CheckMemory(const std::string& text) {
+    const std::optional<std::uint64_t> bytes = platform::ParseBytes(text);
+    if (!bytes) return text + " is no amount of memory; write 512M, 1GiB or 2000000000";
+    if (*bytes < kLeastMemory) return "an import needs at least 64M, not " + text;
+    return {};
+}
+
+}  // namespace
+
+void AddImportVerb(CLI::App& app, CommandContext& context) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* verb =
+        AddVerb(app, context, "import", "Turn scan files into a project", kExamples,
+                [arguments](CommandContext& chosen) { return RunImport(*arguments, chosen); });
+    verb->add_option("paths", arguments->paths,
+                     "Scan files (E57, LAS, PCD, PLY, PTX, PTS, text), then the project to make")
+        ->required()
+        ->expected(2, -1)
+        ->type_name("INPUT... PROJECT.prj");
+    AddChoice(*verb, "--unit", arguments->unit, "Unit of the inputs' coordinates",
+              {"m", "mm", "cm", "ft", "us-ft"});
+    AddChoice(*verb, "--up", arguments->up, "The inputs' upward axis", {"z", "y"});
+    AddChoice(*verb, "--skeleton", arguments->skeleton, "Voxel of the thinned cloud",
+              {"1cm", "10cm", "1m"});
+    verb->add_option("--station", arguments->stations,
+                     "Import only the scans of this name (may be repeated)")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME");
+    verb->add_flag("--drop-zeros", arguments->dropZeros,
+                   "Reject points at exactly 0, 0, 0 in the input (no-returns)");
+    verb->add_flag("--dedupe", arguments->dedupe,
+                   "Keep only the first of points at the same position");
+    verb->add_flag("--overwrite", arguments->overwrite,
+                   "Replace an existing project once the new one is complete");
+    verb->add_option("--memory-limit", arguments->memoryLimit,
+                     "Memory to use at most, for example 512M or 4GiB (default 1GiB)")
+        ->check(CheckMemory)
+        ->type_name("SIZE");
+    verb->add_option("--threads", arguments->threads, "Threads to use (default 0: every core)")
+        ->check(CLI::Range(0u, 1024u).description(""))
+        ->type_name("N");
+    AddProgressOption(*verb, context);
+    verb->parse_complete_callback([arguments] {
+        const std::string fault = CheckPaths(arguments->paths);
+        if (!fault.empty()) throw CLI::ValidationError("paths", fault);
+    });
+}
+
+}  // namespace orvix::cli

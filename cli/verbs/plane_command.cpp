@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "cli/verbs.h"
+#include "cli/verbs/plane_search.h"
+#include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
+#include "orvix/project/project_gate.h"
+#include "output/output_file.h"
+#include "output/picture/png_writer.h"
+
+namespace orvix::cli {
+
+namespace {
+
+struct Arguments {
+    std::string project;
+    std::string seed;
+    std::string mesh;
+    std::string picture;
+    PlaneRequest request;
+};
+
+constexpr const char* kExamples =
+    "  orvix plane scan.prj --seed 12.4,3.08,1.5\n"
+    "  orvix plane scan.prj --seed -2.1,0.4,1.2 --local --reach 5\n"
+    "  orvix plane scan.prj --seed 12.4,3.08,1.5 --mesh wall.obj --picture wall.png\n"
+    "  orvix plane scan.prj --seed 12.4,3.08,1.5 --split 0.25 --angle 5 --distance 0.02 --json";
+
+const char* WordOf(PlaneWorm::Ended ended) {
+    switch (ended) {
+        case PlaneWorm::Ended::Exhausted:
+            return "edge";
+        case PlaneWorm::Ended::Outline:
+            return "outline";
+        case PlaneWorm::Ended::Reach:
+            return "reach";
+        case PlaneWorm::Ended::Budget:
+            return "budget";
+        case PlaneWorm::Ended::Stopped:
+            return "stopped";
+        case PlaneWorm::Ended::NotLaunched:
+            break;
+    }
+    return "not-launched";
+}
+
+const char* SentenceOf(PlaneWorm::Ended ended) {
+    switch (ended) {
+        case PlaneWorm::Ended::Exhausted:
+            return "points end or turn away on every side";
+        case PlaneWorm::Ended::Outline:
+            return "at the outline";
+        case PlaneWorm::Ended::Reach:
+            return "at the reach that was asked for";
+        case PlaneWorm::Ended::Budget:
+            return "after the most cells that one search looks at";
+        case PlaneWorm::Ended::Stopped:
+            return "stopped";
+        case PlaneWorm::Ended::NotLaunched:
+            break;
+    }
+    return "before it began";
+}
+
+Json JsonOf(const SimplePointT<double>& p) {
+    return Json::array({p.x, p.y, p.z});
+}
+
+Json NameOrNull(const std::string& path) {
+    return path.empty() ? Json() : Json(path);
+}
+
+Json JsonOf(const PlaneFinding& finding, const Arguments& arguments) {
+    const detail::SeedPlane& grown = finding.grown;
+    Json json;
+    json["equation"] = finding.equation;
+    json["centroid"] = JsonOf(finding.centroid);
+    json["rms"] = grown.rms;
+    json["max_distance"] = grown.maxDistance;
+    json["area"] = grown.area;
+    json["cells"] = grown.cells;
+    json["rejected_cells"] = grown.rejectedCells;
+    json["points"] = grown.points;
+    json["ended"] = WordOf(grown.ended);
+    json["seed"] = JsonOf(finding.seed);
+    json["snapped"] = grown.snapped;
+    json["noise"] = grown.noise;
+    json["split_size"] = grown.splitSize;
+    json["allowed_distance"] = grown.maxDistanceAllowed;
+    json["thinning"] = grown.thinning;
+    json["regions"] = grown.plane.Outline().regions.size();
+    json["holes"] = finding.holes;
+    json["mesh"] = NameOrNull(arguments.mesh);
+    json["picture"] = NameOrNull(arguments.picture);
+    return json;
+}
+
+std::string TextOf(const PlaneFinding& finding, const Arguments& arguments) {
+    const detail::SeedPlane& grown = finding.grown;
+    const auto& e = finding.equation;
+    std::string text =
+        fmt::format("plane     {:.6f} x {:+.6f} y {:+.6f} z {:+.4f} = 0\n", e[0], e[1], e[2], e[3]);
+    text += fmt::format("centroid  {:.3f}, {:.3f}, {:.3f}\n", finding.centroid.x,
+                        finding.centroid.y, finding.centroid.z);
+    text += fmt::format("area      {:.3f} m2, {} hole{}\n", grown.area, finding.holes,
+                        finding.holes == 1 ? "" : "s");
+    text += fmt::format("distance  rms {:.2f} mm, largest {:.2f} mm\n", grown.rms * 1000,
+                        grown.maxDistance * 1000);
+    text += fmt::format("points    {} in {} cells of {:.3f} m, {} cells rejected\n",
+                        platform::CountText(grown.points), platform::CountText(grown.cells),
+                        grown.splitSize, platform::CountText(grown.rejectedCells));
+    text += fmt::format("ended     {}\n", SentenceOf(grown.ended));
+    if (finding.mesh)
+        text += fmt::format("mesh      {}, {} triangles\n", arguments.mesh,
+                            platform::CountText(finding.mesh->triangles.size()));
+    if (finding.picture) text += fmt::format("picture   {}\n", arguments.picture);
+    return text;
+}
+
+Expected<void> WriteFiles(const PlaneFinding& finding, const Arguments& arguments) {
+    if (finding.mesh) {
+        auto written = output::WriteMesh(platform::FromUtf8(arguments.mesh), *finding.mesh);
+        if (!written) return written;
+    }
+    if (!finding.picture) return {};
+    return output::WritePng(platform::FromUtf8(arguments.picture),
+                            output::DrawPlane(*finding.picture));
+}
+
+Expected<void> RequirePlaces(const Arguments& arguments) {
+    for (const std::string* path : {&arguments.mesh, &arguments.picture}) {
+        if (path->empty()) continue;
+        if (auto place = output::RequireOutputPlace(platform::FromUtf8(*path)); !place)
+            return place;
+    }
+    return {};
+}
+
+Expected<Outcome> RunPlane(Arguments arguments) {
+    const Expected<CString> project = detail::RequireProject(arguments.project);
+    if (!project) return tl::unexpected<Error>(project.error());
+    if (auto places = RequirePlaces(arguments); !places)
+        return tl::unexpected<Error>(places.error());
+    arguments.request.seed =
+        platform::ParsePosition(arguments.seed).value_or(arguments.request.seed);
+    arguments.request.wantMesh = !arguments.mesh.empty();
+    arguments.request.wantPicture = !arguments.picture.empty();
+    const Expected<PlaneFinding> finding =
+        FindPlane(*project, arguments.request, [] { return !platform::Interrupted(); });
+    if (!finding) return tl::unexpected<Error>(finding.error());
+    if (auto written = WriteFiles(*finding, arguments); !written)
+        return tl::unexpected<Error>(written.error());
+    return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments)};
+}
+
+std::string CheckMeshName(const std::string& text) {
+    if (output::IsMeshName(platform::FromUtf8(text))) return {};
+    return text + " must end in .ply or .obj";
+}
+
+std::string CheckPictureName(const std::string& text) {
+    const bool png = text.size() > 4 && (text.ends_with(".png") || text.ends_with(".PNG"));
+    return png ? std::string() : text + " must end in .png";
+}
+
+struct AmountRange {
+    double least;
+    double most;
+    const char* unit;
+};
+
+void AddAmount(CLI::App& verb, const std::string& name, std::optional<double>& value,
+               const std::string& meaning, const AmountRange& range) {
+    const auto check = [range](const std::string& text) {
+        const std::optional<double> amount = platform::ParseNumber(text);
+        if (amount && *amount >= range.least && *amount <= range.most) return std::string();
+        return fmt::format("{} must be a number from {} to {}", text, range.least, range.most);
+    };
+    verb.add_option(name, value, meaning)->check(check)->type_name(range.unit);
+}
+
+void AddSearchOptions(CLI::App& verb, PlaneRequest& request) {
+    AddAmount(verb, "--split", request.splitSize,
+              "Side of a search cell (default: the project's, more where points are sparse)",
+              {0.001, detail::kLargestSplitSize, "M"});
+    AddAmount(verb, "--distance", request.distance,
+              "Largest distance of a point from the plane (default: from the noise at the seed)",
+              {1e-6, detail::kLargestSplitSize, "M"});
+    AddAmount(verb, "--reach", request.reach,
+              "Largest distance from the seed (default: until points end)", {0.001, 1e9, "M"});
+    AddAmount(verb, "--angle", request.angle, "Largest turn of a cell's normal",
+              {1e-6, 180, "DEGREES"});
+    CLI::Option* angle = verb.get_option("--angle");
+    const std::array components{std::pair{"--diff-a", &request.diffA},
+                                std::pair{"--diff-b", &request.diffB},
+                                std::pair{"--diff-c", &request.diffC}};
+    for (const auto& [name, value] : components)
+        verb.add_option(name, *value, "Largest difference of that component of a cell's normal")
+            ->check(CLI::Range(0.0, 2.0).description(""))
+            ->type_name("0..2")
+            ->excludes(angle);
+}
+
+}  // namespace
+
+void AddPlaneVerb(CLI::App& app, CommandContext& context) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* verb =
+        AddVerb(app, context, "plane", "Grow a plane from a point on a surface", kExamples,
+                [arguments](CommandContext&) { return RunPlane(*arguments); });
+    verb->add_option("project", arguments->project, "The project file")
+        ->required()
+        ->type_name("PROJECT.prj");
+    AddSeedOption(*verb, arguments->seed, "A point on the surface, in world coordinates")
+        ->required();
+    verb->add_flag("--local", arguments->request.local, "The seed is in the project's own frame");
+    AddSearchOptions(*verb, arguments->request);
+    verb->add_option("--mesh", arguments->mesh, "Write the surface as triangles")
+        ->check(CheckMeshName)
+        ->type_name("OUT.ply|OUT.obj");
+    verb->add_option("--picture", arguments->picture, "Draw the plane face on and in plan")
+        ->check(CheckPictureName)
+        ->type_name("OUT.png");
+}
+
+}  // namespace orvix::cli

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+#include <numbers>
+
+#include "cli/verbs.h"
+#include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
+#include "orvix/project/project_gate.h"
+#include "output/picture/png_writer.h"
+#include "reports/station_list.h"
+
+namespace orvix::cli {
+
+namespace {
+
+struct Arguments {
+    std::string project;
+    std::string picture;
+};
+
+constexpr const char* kExamples =
+    "  orvix stations scan.prj\n"
+    "  orvix stations scan.prj --json | jq '.stations[].position'\n"
+    "  orvix stations scan.prj --picture plan.png";
+
+Json JsonOf(const reports::ListedStation& station) {
+    Json json;
+    json["number"] = station.number;
+    json["name"] = station.name ? Json(*station.name) : Json();
+    json["position"] = Json();
+    if (const auto& p = station.position) json["position"] = Json::array({p->x, p->y, p->z});
+    json["orientation"] = Json();
+    if (const auto& turn = station.orientation) {
+        json["orientation"]["axis"] = Json::array({(*turn)[0], (*turn)[1], (*turn)[2]});
+        json["orientation"]["angle"] = (*turn)[3];
+    }
+    json["points"] = station.points;
+    json["intensity"] = Json();
+    if (station.points != 0) json["intensity"] = Json::array({station.lowest, station.highest});
+    return json;
+}
+
+std::string TextOf(const reports::ListedStation& station) {
+    std::string text = fmt::format("{:>5}  {:<20} {:>14} points", station.number,
+                                   station.name.value_or("-"), platform::CountText(station.points));
+    if (station.points != 0)
+        text += fmt::format(", intensity {} to {}", station.lowest, station.highest);
+    if (const auto& p = station.position)
+        text += fmt::format("\n       at {:.3f}, {:.3f}, {:.3f}", p->x, p->y, p->z);
+    if (const auto& turn = station.orientation)
+        text +=
+            fmt::format(", turned {:.4f} degrees about {:.6f}, {:.6f}, {:.6f}",
+                        (*turn)[3] * 180 / std::numbers::pi, (*turn)[0], (*turn)[1], (*turn)[2]);
+    return text + "\n";
+}
+
+Outcome OutcomeOf(const reports::StationList& list, const Arguments& arguments) {
+    Outcome outcome;
+    outcome.json["stations"] = Json::array();
+    for (const reports::ListedStation& station : list.stations) {
+        outcome.json["stations"].push_back(JsonOf(station));
+        outcome.text += TextOf(station);
+    }
+    outcome.json["picture"] = arguments.picture.empty() ? Json() : Json(arguments.picture);
+    if (!arguments.picture.empty())
+        outcome.text += fmt::format("picture   {}\n", arguments.picture);
+    return outcome;
+}
+
+Expected<Outcome> RunStations(const Arguments& arguments) {
+    const Expected<CString> project = detail::RequireProject(arguments.project);
+    if (!project) return tl::unexpected<Error>(project.error());
+    const auto list = reports::ListStations(
+        *project, arguments.picture.empty() ? reports::WantPicture::No : reports::WantPicture::Yes,
+        [] { return !platform::Interrupted(); });
+    if (!list) return tl::unexpected<Error>(list.error());
+    if (list->picture) {
+        auto written = output::WritePng(platform::FromUtf8(arguments.picture),
+                                        output::DrawStations(*list->picture));
+        if (!written) return tl::unexpected<Error>(written.error());
+    }
+    return OutcomeOf(*list, arguments);
+}
+
+std::string CheckPictureName(const std::string& text) {
+    const bool png = text.size() > 4 && (text.ends_with(".png") || text.ends_with(".PNG"));
+    return png ? std::string() : text + " must end in .png";
+}
+
+}  // namespace
+
+void AddStationsVerb(CLI::App& app, CommandContext& context) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* verb =
+        AddVerb(app, context, "stations", "List the scanner stations of a project", kExamples,
+                [arguments](CommandContext&) { return RunStations(*arguments); });
+    verb->add_option("project", arguments->project, "The project file")
+        ->required()
+        ->type_name("PROJECT.prj");
+    verb->add_option("--picture", arguments->picture, "Draw the stations over the cloud in plan")
+        ->check(CheckPictureName)
+        ->type_name("OUT.png");
+}
+
+}  // namespace orvix::cli

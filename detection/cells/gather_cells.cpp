@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/cells/gather_cells.h"
+
+#include <fmt/format.h>
+
+#include "detection/cells/cell_runs.h"
+
+namespace orvix::detection {
+namespace {
+
+tl::unexpected<Error> Placeless(std::uint64_t record) {
+    return Fail(
+        ErrorCode::Damaged,
+        fmt::format("record {} has no finite place; check the project or import it again", record));
+}
+
+tl::unexpected<Error> Strayed(std::uint64_t record) {
+    return Fail(ErrorCode::Damaged,
+                fmt::format("record {} lies outside the 100 cm cell that leads to it; check the "
+                            "project or import it again",
+                            record));
+}
+
+bool InTile(const CellFrame& frame, const CellPlace& place, const CellPlace& origin) {
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        if (place[axis] < origin[axis] || place[axis] - origin[axis] >= frame.PerTile(axis))
+            return false;
+    return true;
+}
+
+}  // namespace
+
+Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chunk,
+                               const CellFrame& frame, const CellPlace& origin) {
+    const Vector middle = TileCells::MiddleOf(frame, origin);
+    CellNumbering numbering(frame);
+    CellSums cells;
+    std::uint64_t record = chunk.first;
+    Expected<void> fault;  // the first
+    const auto check = [&](std::uint32_t cell) {
+        if (!fault) return false;
+        if (cell == kNoCell) {
+            fault = Placeless(record);
+        } else if (numbering.MetNew() && !InTile(frame, numbering.Place(), origin)) {
+            fault = Strayed(record);
+        }
+        return fault.has_value();
+    };
+    const auto take = [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
+        if (!check(cell)) return;
+        if (numbering.MetNew()) {
+            cells.keys.push_back(KeyOf(numbering.Place(), origin));
+            cells.sums.emplace_back();
+        }
+        MomentSum sum = cells.sums[cell];
+        for (const auto& p : points)
+            sum.Add(Vector{p.x - middle.x, p.y - middle.y, p.z - middle.z});
+        cells.sums[cell] = sum;
+        record += points.size();
+    };
+    const bool mapped = ForEachCellRun(reader, chunk, numbering, take);
+    if (!mapped) return NoView();
+    if (!fault) return tl::unexpected<Error>(fault.error());
+    return cells;
+}
+
+}  // namespace orvix::detection

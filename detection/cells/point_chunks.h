@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "detection/cells/cell_frame.h"
+#include "orvix/platform/error.h"
+#include "orvix/points/alive_point_reader.h"
+#include "orvix/project/project_core.h"
+
+namespace orvix::detection {
+
+/// A stretch of a project's points that holds whole cells of one tile.
+struct PointChunk {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+    std::uint32_t tile = 0;  ///< a place in PointChunks::tiles
+};
+
+/// A tile that holds points, and its chunks, in the order of the file.
+struct TileChunks {
+    CellPlace place{};  ///< tiles along each axis from the origin
+    std::uint64_t points = 0;
+    std::vector<std::uint32_t> chunks;
+};
+
+/// A project's points by chunk and by tile.
+struct PointChunks {
+    CellFrame frame;                 ///< of the cells that the chunks hold whole
+    std::vector<PointChunk> chunks;  ///< in the order of the file
+    std::vector<TileChunks> tiles;   ///< by place: x, then y, then z
+    std::uint64_t points = 0;
+};
+
+/// Cuts a project's points into chunks of some tens of thousands, or fewer where a tile ends.
+///
+/// Order   a function of the project and the cells' size alone.
+/// Errors  Damaged where the cells do not follow each other from the first point to the last.
+/// Cost    one walk over the 100 cm index.
+Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame);
+
+/// Calls `use` for each point of a chunk, in order; false where the points cannot be mapped.
+template <class Use>
+[[nodiscard]] bool ForEachPoint(CAlivePointReader& reader, const PointChunk& chunk, Use&& use) {
+    CCloudPoint<float> point;
+    CIndexerSmall run;
+    for (std::uint64_t done = 0; done < chunk.count; done += run.count) {
+        run.offset = chunk.first + done;
+        run.count = static_cast<std::uint32_t>(
+            std::min<std::uint64_t>(chunk.count - done, std::numeric_limits<std::int32_t>::max()));
+        while (reader.ReadIndexPoints(run)) {
+            if (reader.PtsMapAddressAlive() == nullptr) return false;
+            reader.ReadCurrentPoint(point);
+            use(point);
+        }
+    }
+    return true;
+}
+
+/// What a false of ForEachPoint is told as.
+inline tl::unexpected<Error> NoView() {
+    return Fail(ErrorCode::Failure, "the points cannot be mapped; close other programs and retry");
+}
+
+}  // namespace orvix::detection

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/cells/survey.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+
+#include "detection/cells/cell_shapes.h"
+#include "detection/cells/gather_cells.h"
+
+namespace orvix::detection {
+namespace {
+
+constexpr std::size_t kFewestPlaces = 16;
+constexpr std::size_t kMostPlaces = 256;
+constexpr std::size_t kChunksAPlace = 16;
+constexpr std::uint64_t kPointsAPlace = 4096;
+constexpr std::uint32_t kTypicalPoints = 2;
+
+constexpr double kWorthwhile =
+    1.15;  // times the flat points of a size: what a larger one must find
+constexpr double kPlainShare = 0.45;  // of the flat cells: those that hold noise and nothing else
+
+template <class T>
+T ValueAt(std::vector<T>& values, double share) {
+    const auto at = values.begin() +
+                    static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
+}
+
+// Stretches at the head of chunks; the last cells of each may be cut.
+std::vector<PointChunk> PlacesIn(const PointChunks& cut) {
+    const std::size_t places =
+        std::min(cut.chunks.size(),
+                 std::clamp(cut.chunks.size() / kChunksAPlace, kFewestPlaces, kMostPlaces));
+    std::vector<PointChunk> chosen;
+    for (std::size_t i = 0; i < places; ++i) {
+        PointChunk chunk = cut.chunks[cut.chunks.size() * i / places];
+        chunk.count = std::min(chunk.count, kPointsAPlace);
+        chosen.push_back(chunk);
+    }
+    return chosen;
+}
+
+/// What the cells of one stretch tell.
+struct Findings {
+    std::vector<std::uint32_t> counts;      // of every cell
+    std::vector<std::uint32_t> flatCounts;  // of those with a normal
+    std::vector<float> rms;                 // of the same
+};
+
+Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut,
+                        const PointChunk& place) {
+    const CellFrame& frame = cut.frame;
+    const CellPlace origin = frame.OriginOf(cut.tiles[place.tile].place);
+    auto sums = GatherCells(reader, place, frame, origin);
+    if (!sums) return tl::unexpected<Error>(sums.error());
+    Findings findings;
+    for (const MomentSum& sum : sums->sums)
+        findings.counts.push_back(static_cast<std::uint32_t>(sum.count));
+    TileCells tile(frame, origin, {&*sums, 1});
+    if (auto checked = tile.Check(); !checked) return tl::unexpected<Error>(checked.error());
+    tile.Link();
+    const std::vector<CellShape> shaped = ShapesOf(tile);
+    for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
+        if (!shaped[cell].HasNormal()) continue;
+        findings.flatCounts.push_back(static_cast<std::uint32_t>(tile.Sum(cell).count));
+        findings.rms.push_back(shaped[cell].rms);
+    }
+    return findings;
+}
+
+Expected<Findings> LookAround(CProjectCore& core, const PointChunks& cut,
+                              const parallel::Pool& pool) {
+    const std::vector<PointChunk> places = PlacesIn(cut);
+    std::vector<Findings> parts(places.size());
+    Readers readers(core, pool.Threads());
+    auto done = pool.RunJobs(places.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
+        auto found = Look(readers[worker], cut, places[i]);
+        if (!found) return tl::unexpected<Error>(found.error());
+        parts[i] = std::move(*found);
+        return {};
+    });
+    if (!done) return tl::unexpected<Error>(done.error());
+    Findings all;
+    for (const Findings& part : parts) {
+        all.counts.insert(all.counts.end(), part.counts.begin(), part.counts.end());
+        all.flatCounts.insert(all.flatCounts.end(), part.flatCounts.begin(), part.flatCounts.end());
+        all.rms.insert(all.rms.end(), part.rms.begin(), part.rms.end());
+    }
+    return all;
+}
+
+// Three quarters of the points lie in cells that hold so many, or more: strays are many cells, but
+// few points.
+std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
+    std::sort(counts.begin(), counts.end());
+    std::uint64_t total = 0, passed = 0;
+    for (const std::uint32_t count : counts) total += count;
+    for (const std::uint32_t count : counts)
+        if ((passed += count) * 4 >= total) return count;
+    return 0;
+}
+
+// Of the points: those in cells with a normal.
+double FlatShare(const Findings& found) {
+    const auto sum = [](const std::vector<std::uint32_t>& counts) {
+        return std::accumulate(counts.begin(), counts.end(), 0.0);
+    };
+    return found.counts.empty() ? 0 : sum(found.flatCounts) / sum(found.counts);
+}
+
+}  // namespace
+
+Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& pool) {
+    constexpr std::size_t kLast = CellFrame::kSizes.size() - 1;
+    double share = -1;  // of the size that has enough points a cell; before that, none
+    for (std::size_t step = 0;; ++step) {
+        const auto cut = CutIntoChunks(core, CellFrame(step));
+        if (!cut) return tl::unexpected<Error>(cut.error());
+        const auto found = LookAround(core, *cut, pool);
+        if (!found) return tl::unexpected<Error>(found.error());
+        const double flat = FlatShare(*found);
+        if (share >= 0 && flat <= kWorthwhile * share) return step - 1;
+        if (step == kLast) return step;
+        if (share >= 0 || TypicalCount(found->counts) >= kTypicalPoints) share = flat;
+    }
+}
+
+Expected<Survey> SurveyCells(CProjectCore& core, const PointChunks& cut,
+                             const parallel::Pool& pool) {
+    auto found = LookAround(core, cut, pool);
+    if (!found) return tl::unexpected<Error>(found.error());
+    Survey survey;
+    survey.spacing = cut.frame.Size();
+    if (!found->flatCounts.empty())
+        survey.spacing /= std::sqrt(std::max<double>(ValueAt(found->flatCounts, 0.5), 1));
+    if (!found->rms.empty()) survey.noise = ValueAt(found->rms, kPlainShare);
+    return survey;
+}
+
+}  // namespace orvix::detection

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/cells/tile_cells.h"
+
+#include <fmt/format.h>
+
+namespace orvix::detection {
+
+Vector TileCells::MiddleOf(const CellFrame& frame, const CellPlace& origin) {
+    const auto half = [&](std::size_t axis) {
+        return frame.Size() * (frame.PerTile(axis) - 1) / 2;
+    };
+    return frame.Middle(origin) + Vector{half(0), half(1), half(2)};
+}
+
+TileCells::TileCells(const CellFrame& frame, const CellPlace& origin, std::span<CellSums> parts)
+    : frame_(frame), origin_(origin), middle_(MiddleOf(frame, origin)) {
+    std::vector<CellKey> keys;
+    std::vector<const MomentSum*> sums;
+    for (const CellSums& part : parts) {
+        keys.insert(keys.end(), part.keys.begin(), part.keys.end());
+        for (const MomentSum& sum : part.sums) sums.push_back(&sum);
+    }
+    const std::vector<std::uint32_t> order = AscendingOrder(keys);
+    keys_.reserve(keys.size());
+    sums_.reserve(keys.size());
+    numbers_.resize(keys.size());
+    for (const std::uint32_t i : order) {
+        numbers_[i] = Size();
+        keys_.push_back(keys[i]);
+        sums_.push_back(*sums[i]);
+    }
+    for (CellSums& part : parts) part = {};
+}
+
+Expected<void> TileCells::Check() const {
+    for (std::uint32_t i = 1; i < Size(); ++i) {
+        if (keys_[i] != keys_[i - 1]) continue;
+        const Vector at = frame_.Middle(PlaceOf(keys_[i], origin_));
+        return Fail(ErrorCode::Damaged,
+                    fmt::format("the points at {}, {}, {} are not stored cell by cell; check "
+                                "the project or import it again",
+                                at.x, at.y, at.z));
+    }
+    return {};
+}
+
+void TileCells::Link() {
+    firstAround_.reserve(keys_.size() + 1);
+    around_.reserve(keys_.size() * 10);
+    std::uint32_t columns = 0;
+    const auto all = [](std::uint32_t) { return true; };
+    ForColumnsAround(keys_, all, [&](std::uint32_t, std::uint32_t first, std::uint32_t last) {
+        if (columns++ % 9 == 0) firstAround_.push_back(static_cast<std::uint32_t>(around_.size()));
+        for (std::uint32_t i = first; i < last; ++i) around_.push_back(i);
+    });
+    firstAround_.push_back(static_cast<std::uint32_t>(around_.size()));
+}
+
+}  // namespace orvix::detection

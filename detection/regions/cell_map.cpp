@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/regions/cell_map.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvix::detection {
+namespace {
+
+// What is steeper than 60 degrees, or no surface, stands.
+bool Stands(const CellShape& shape) {
+    return !shape.HasNormal() || std::abs(shape.normal[2]) < 0.5F;
+}
+
+bool IsPlain(const TileCells& cells, std::uint32_t cell, const std::vector<std::int32_t>& regions) {
+    if (cells.LiesAtRim(cell)) return false;
+    const std::int32_t its = regions[cell];
+    for (const std::uint32_t other : cells.Around(cell))
+        if (regions[other] != its && regions[other] != kNoRegion) return false;
+    return true;
+}
+
+}  // namespace
+
+CellMap::CellMap(const CellFrame& frame, std::span<const CellPlace> tiles) : frame_(frame) {
+    for (const CellPlace& place : tiles) {
+        Tile tile;
+        tile.place = place;
+        tile.origin = frame.OriginOf(place);
+        tiles_.push_back(std::move(tile));
+    }
+}
+
+void CellMap::Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
+                  const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers) {
+    Tile& its = tiles_[tile];
+    its.notes.reserve(cells.Size());
+    for (std::uint32_t i = 0; i < cells.Size(); ++i)
+        its.notes.emplace_back(cells.Key(i), cells.Sum(i).count, Stands(shapes[i]),
+                               IsPlain(cells, i, regions));
+    its.regions = regions;
+    its.numbers = std::move(numbers);
+}
+
+void CellMap::Number(std::span<const std::size_t> regions) {
+    std::int32_t first = 0;
+    for (std::size_t i = 0; i < tiles_.size(); ++i) {
+        tiles_[i].firstRegion = first;
+        first += static_cast<std::int32_t>(regions[i]);
+        cells_ += tiles_[i].notes.size();
+    }
+}
+
+void CellMap::Rename(std::span<const std::int32_t> names) {
+    for (Tile& tile : tiles_) {
+        for (std::int32_t& region : tile.regions)
+            if (region != kNoRegion)
+                region = names[static_cast<std::size_t>(tile.firstRegion + region)];
+        tile.firstRegion = 0;
+    }
+}
+
+std::size_t CellMap::TileAt(const CellPlace& tile) const {
+    const auto at = std::lower_bound(
+        tiles_.begin(), tiles_.end(), tile,
+        [](const Tile& its, const CellPlace& wanted) { return its.place < wanted; });
+    return at != tiles_.end() && Same(at->place, tile)
+               ? static_cast<std::size_t>(at - tiles_.begin())
+               : tiles_.size();
+}
+
+std::size_t CellMap::LowerBound(const Tile& tile, CellKey key) {
+    const auto at =
+        std::lower_bound(tile.notes.begin(), tile.notes.end(), key,
+                         [](CellNote note, CellKey wanted) { return note.Key() < wanted; });
+    return static_cast<std::size_t>(at - tile.notes.begin());
+}
+
+std::pair<std::uint32_t, std::uint32_t> CellMap::SliceOf(std::size_t tile, std::int32_t low,
+                                                         std::int32_t width) const {
+    const Tile& its = tiles_[tile];
+    const std::int32_t side = frame_.PerTile(0);
+    const std::int32_t from = std::max(low - its.origin[0], 0);
+    const std::int32_t to = std::min(low + width - its.origin[0], side);
+    if (from >= to) return {0, 0};
+    const auto at = [&](std::int32_t x) {
+        return static_cast<std::uint32_t>(LowerBound(its, static_cast<CellKey>(x + 1) * kKeyX));
+    };
+    return {at(from), at(to)};
+}
+
+std::size_t CellMap::Find(const CellPlace& place, std::uint32_t& cell) const {
+    const std::size_t tile = TileAt(frame_.TileOf(place));
+    if (tile == Tiles()) return tile;
+    const CellKey key = KeyOf(place, tiles_[tile].origin);
+    const std::size_t at = LowerBound(tiles_[tile], key);
+    if (at == tiles_[tile].notes.size() || tiles_[tile].notes[at].Key() != key) return Tiles();
+    cell = static_cast<std::uint32_t>(at);
+    return tile;
+}
+
+}  // namespace orvix::detection

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "detection/cells/cell_shapes.h"
+#include "detection/regions/region_growth.h"
+
+namespace orvix::detection {
+
+/// What is kept of a cell when its tile has been worked on: its place, about how many points it
+/// holds, whether what it holds stands upright, and whether it lies inside its tile, and no cell
+/// around it belongs to another region than it does itself.
+///
+/// Boundaries counts end at 511.
+class CellNote {
+public:
+    CellNote() = default;
+    CellNote(CellKey key, double points, bool stands, bool plain)
+        : bits_(key << 11 | static_cast<std::uint32_t>(points < kMost ? points : kMost) << 2 |
+                (stands ? 2U : 0U) | (plain ? 1U : 0U)) {}
+
+    [[nodiscard]] CellKey Key() const { return bits_ >> 11; }
+    [[nodiscard]] std::uint32_t Points() const { return bits_ >> 2 & kMost; }
+    [[nodiscard]] bool Stands() const { return (bits_ & 2) != 0; }
+    [[nodiscard]] bool IsPlain() const { return (bits_ & 1) != 0; }
+
+private:
+    static constexpr std::uint32_t kMost = 511;
+    std::uint32_t bits_ = 0;
+};
+
+/// Every cell of a cloud: where it is, and which region it belongs to.
+///
+///     map.Put(tile, cells, shapes, regions, numbers);
+///     map.Number(counts);                                   // when every tile is put
+///     map.ForCellsWithin(tile, 1, [&](const CellPlace& place, std::size_t its, auto cell) { ...
+///     });
+///
+/// Order    cells of a tile by x, then y, then z; regions tile by tile, in the order in which they
+///          grew.
+/// Lifetime the regions' numbers are the tile's own until Number, then the cloud's.
+/// Threads  Put for different tiles may run side by side; const calls likewise, after the last Put.
+/// Cost     12 bytes a cell.
+class CellMap {
+public:
+    CellMap() = default;
+    /// `tiles` ascend.
+    CellMap(const CellFrame& frame, std::span<const CellPlace> tiles);
+
+    void Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
+             const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers);
+    /// Numbers the regions through; `regions` tells how many each tile has.
+    void Number(std::span<const std::size_t> regions);
+    /// Gives each cell the region that its own has become; kNoRegion for none.
+    void Rename(std::span<const std::int32_t> names);
+
+    [[nodiscard]] const CellFrame& Frame() const { return frame_; }
+    [[nodiscard]] std::size_t Tiles() const { return tiles_.size(); }
+    [[nodiscard]] std::uint64_t Cells() const { return cells_; }
+    [[nodiscard]] std::uint32_t CellsIn(std::size_t tile) const {
+        return static_cast<std::uint32_t>(tiles_[tile].notes.size());
+    }
+    [[nodiscard]] const CellPlace& OriginOf(std::size_t tile) const { return tiles_[tile].origin; }
+    [[nodiscard]] CellNote NoteOf(std::size_t tile, std::uint32_t cell) const {
+        return tiles_[tile].notes[cell];
+    }
+    [[nodiscard]] CellPlace PlaceOf(std::size_t tile, std::uint32_t cell) const {
+        return detection::PlaceOf(tiles_[tile].notes[cell].Key(), tiles_[tile].origin);
+    }
+    [[nodiscard]] std::int32_t RegionOf(std::size_t tile, std::uint32_t cell) const {
+        const std::int32_t region = tiles_[tile].regions[cell];
+        return region == kNoRegion ? kNoRegion : tiles_[tile].firstRegion + region;
+    }
+    /// The cell of a tile that its points meet as the so-manyth.
+    [[nodiscard]] std::uint32_t CellMetAs(std::size_t tile, std::uint32_t number) const {
+        return tiles_[tile].numbers[number];
+    }
+    /// The tile at a place in tiles, or Tiles().
+    [[nodiscard]] std::size_t TileAt(const CellPlace& tile) const;
+    /// The tile that holds a cell at that place, or Tiles(); `cell` is set where there is one.
+    [[nodiscard]] std::size_t Find(const CellPlace& place, std::uint32_t& cell) const;
+
+    /// Calls use(place, tile, cell) for the cells of a tile and those up to `depth` cells around
+    /// it, tile by tile.
+    template <class Use>
+    void ForCellsWithin(std::size_t tile, std::int32_t depth, Use&& use) const {
+        CellPlace away;  // tiles
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            away[axis] = (depth + frame_.PerTile(axis) - 1) / frame_.PerTile(axis);
+        const CellPlace& home = tiles_[tile].place;
+        const CellPlace& origin = tiles_[tile].origin;
+        const auto inside = [&](const CellPlace& place) {
+            bool within = true;
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                within &= place[axis] >= origin[axis] - depth &&
+                          place[axis] < origin[axis] + frame_.PerTile(axis) + depth;
+            return within;
+        };
+        for (std::int32_t x = -away[0]; x <= away[0]; ++x) {
+            for (std::int32_t y = -away[1]; y <= away[1]; ++y) {
+                for (std::int32_t z = -away[2]; z <= away[2]; ++z) {
+                    const std::size_t at = TileAt({home[0] + x, home[1] + y, home[2] + z});
+                    if (at == Tiles()) continue;
+                    const auto [first, last] =
+                        SliceOf(at, origin[0] - depth, frame_.PerTile(0) + 2 * depth);
+                    for (std::uint32_t cell = first; cell < last; ++cell) {
+                        const CellPlace place = PlaceOf(at, cell);
+                        if (at == tile || inside(place)) use(place, at, cell);
+                    }
+                }
+            }
+        }
+    }
+    /// Calls use(note) for the cells of an upright column from `low` up to, and with, `high`, until
+    /// it says false.
+    template <class Use>
+    void ForColumn(std::int32_t x, std::int32_t y, std::int32_t low, std::int32_t high,
+                   Use&& use) const {
+        const std::int32_t side = frame_.PerTile(2);
+        for (std::int32_t z = low; z <= high;) {
+            const CellPlace tile = frame_.TileOf({x, y, z});
+            const std::int32_t end = std::min(high, tile[2] * side + side - 1);
+            const std::size_t at = TileAt(tile);
+            if (at != Tiles()) {
+                const Tile& its = tiles_[at];
+                const CellKey last = KeyOf({x, y, end}, its.origin);
+                for (std::size_t i = LowerBound(its, KeyOf({x, y, z}, its.origin));
+                     i < its.notes.size() && its.notes[i].Key() <= last; ++i)
+                    if (!use(its.notes[i])) return;
+            }
+            z = end + 1;
+        }
+    }
+
+    static constexpr std::uint64_t kBytesACell =
+        sizeof(CellNote) + sizeof(std::int32_t) + sizeof(std::uint32_t);
+
+private:
+    struct Tile {
+        CellPlace place{};
+        CellPlace origin{};
+        std::int32_t firstRegion = 0;
+        std::vector<CellNote> notes;        // by key
+        std::vector<std::int32_t> regions;  // of the same cells
+        std::vector<std::uint32_t> numbers;
+    };
+
+    static std::size_t LowerBound(const Tile& tile, CellKey key);
+    /// The tile's cells with x from `low` on, `width` of them: from, and up to without.
+    [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> SliceOf(std::size_t tile,
+                                                                  std::int32_t low,
+                                                                  std::int32_t width) const;
+
+    CellFrame frame_;
+    std::vector<Tile> tiles_;  // by place
+    std::uint64_t cells_ = 0;
+};
+
+}  // namespace orvix::detection

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/regions/grow_tiles.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "detection/cells/gather_cells.h"
+
+namespace orvix::detection {
+namespace {
+
+constexpr std::uint64_t kBytesAtWork = 260;  // a cell
+
+Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
+                               std::span<CellSums> parts, double noise) {
+    ShapedTile tile{TileCells(frame, frame.OriginOf(place), parts), {}};
+    if (auto checked = tile.cells.Check(); !checked) return tl::unexpected<Error>(checked.error());
+    tile.cells.Link();
+    tile.shapes = ShapesOf(tile.cells);
+    FindThinShapes(tile.cells, noise, tile.shapes);
+    return tile;
+}
+
+class TileWork {
+public:
+    TileWork(CProjectCore& core, const PointChunks& cut, const GrowthLimits& limits,
+             const parallel::Pool& pool, std::uint64_t memoryLimit)
+        : cut_(cut),
+          limits_(limits),
+          pool_(pool),
+          memoryLimit_(memoryLimit),
+          readers_(core, pool.Threads()),
+          parts_(cut.tiles.size()),
+          regions_(cut.tiles.size()) {
+        std::vector<CellPlace> places;
+        for (const TileChunks& tile : cut.tiles) places.push_back(tile.place);
+        grown_.map = CellMap(cut.frame, places);
+        grown_.firstMet.resize(cut.chunks.size());
+    }
+
+    Expected<GrownTiles> Run() {
+        std::uint64_t kept = 0;
+        for (std::size_t first = 0; first < cut_.tiles.size();) {
+            const std::size_t last = BatchFrom(first);
+            if (auto done = Gather(first, last); !done) return tl::unexpected<Error>(done.error());
+            if (auto done = Grow(first, last); !done) return tl::unexpected<Error>(done.error());
+            for (; first < last; ++first) kept += grown_.map.CellsIn(first) * CellMap::kBytesACell;
+            if (kept > memoryLimit_ / 2)
+                return Fail(
+                    ErrorCode::BadInput,
+                    fmt::format("cells of {} m take more than the {} bytes allowed; allow more "
+                                "memory, or choose larger cells",
+                                cut_.frame.Size(), memoryLimit_));
+        }
+        std::vector<std::size_t> counts;
+        for (auto& regions : regions_) {
+            counts.push_back(regions.size());
+            std::move(regions.begin(), regions.end(), std::back_inserter(grown_.regions));
+        }
+        grown_.map.Number(counts);
+        return std::move(grown_);
+    }
+
+private:
+    // The tiles up to which, from `first` on, memory surely suffices.
+    [[nodiscard]] std::size_t BatchFrom(std::size_t first) const {
+        const auto mostCells = static_cast<std::uint64_t>(
+            cut_.frame.PerTile(0) * cut_.frame.PerTile(1) * cut_.frame.PerTile(2));
+        std::uint64_t bytes = 0;
+        std::size_t last = first;
+        for (; last < cut_.tiles.size(); ++last) {
+            bytes += std::min(cut_.tiles[last].points, mostCells) * kBytesAtWork;
+            if (bytes > memoryLimit_ / 2 && last > first) break;
+        }
+        return last;
+    }
+    Expected<void> Gather(std::size_t first, std::size_t last) {
+        struct Job {
+            std::size_t tile, part;
+        };
+        std::vector<Job> jobs;
+        for (std::size_t tile = first; tile < last; ++tile) {
+            parts_[tile].resize(cut_.tiles[tile].chunks.size());
+            for (std::size_t i = 0; i < parts_[tile].size(); ++i) jobs.push_back({tile, i});
+        }
+        return pool_.RunJobs(jobs.size(), [&](std::size_t job, unsigned worker) -> Expected<void> {
+            const auto [tile, part] = jobs[job];
+            const PointChunk& chunk = cut_.chunks[cut_.tiles[tile].chunks[part]];
+            auto cells = GatherCells(readers_[worker], chunk, cut_.frame,
+                                     cut_.frame.OriginOf(cut_.tiles[tile].place));
+            if (!cells) return tl::unexpected<Error>(cells.error());
+            parts_[tile][part] = std::move(*cells);
+            return {};
+        });
+    }
+    // The tiles with most points first, so that no thread is left with a large one in the end.
+    Expected<void> Grow(std::size_t first, std::size_t last) {
+        std::vector<std::size_t> order;
+        for (std::size_t tile = first; tile < last; ++tile) order.push_back(tile);
+        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+            return cut_.tiles[a].points > cut_.tiles[b].points;
+        });
+        return pool_.RunJobs(order.size(), [&](std::size_t job, unsigned) -> Expected<void> {
+            return GrowIn(order[job]);
+        });
+    }
+    Expected<void> GrowIn(std::size_t tile) {
+        std::uint32_t met = 0;
+        for (std::size_t i = 0; i < parts_[tile].size(); ++i) {
+            grown_.firstMet[cut_.tiles[tile].chunks[i]] = met;
+            met += static_cast<std::uint32_t>(parts_[tile][i].keys.size());
+        }
+        auto shaped = ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise);
+        parts_[tile] = {};
+        if (!shaped) return tl::unexpected<Error>(shaped.error());
+        Regions grown = GrowRegions(shaped->cells, shaped->shapes, limits_);
+        regions_[tile] = std::move(grown.regions);
+        grown_.map.Put(tile, shaped->cells, shaped->shapes, grown.ofCell,
+                       shaped->cells.TakeNumbers());
+        return {};
+    }
+
+    const PointChunks& cut_;
+    const GrowthLimits& limits_;
+    const parallel::Pool& pool_;
+    std::uint64_t memoryLimit_;
+    Readers readers_;
+    std::vector<std::vector<CellSums>> parts_;  // of each tile
+    std::vector<std::vector<Region>> regions_;  // likewise
+    GrownTiles grown_;
+};
+
+}  // namespace
+
+Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut, std::size_t tile,
+                              double noise) {
+    std::vector<CellSums> parts;
+    const CellPlace& place = cut.tiles[tile].place;
+    for (const std::uint32_t chunk : cut.tiles[tile].chunks) {
+        auto cells = GatherCells(reader, cut.chunks[chunk], cut.frame, cut.frame.OriginOf(place));
+        if (!cells) return tl::unexpected<Error>(cells.error());
+        parts.push_back(std::move(*cells));
+    }
+    return ShapeTile(cut.frame, place, parts, noise);
+}
+
+Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
+                               const GrowthLimits& limits, const parallel::Pool& pool,
+                               std::uint64_t memoryLimit) {
+    return TileWork(core, cut, limits, pool, memoryLimit).Run();
+}
+
+}  // namespace orvix::detection

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "detection/cells/point_chunks.h"
+#include "detection/regions/cell_map.h"
+#include "detection/regions/region_growth.h"
+#include "orvix/project/project_core.h"
+#include "parallel/pool.h"
+
+namespace orvix::detection {
+
+/// A project's cells and the regions that grew in its tiles.
+struct GrownTiles {
+    CellMap map;
+    std::vector<Region> regions;          ///< tile by tile
+    std::vector<std::uint32_t> firstMet;  ///< of each chunk: how many cells its tile met before
+};
+
+/// The cells of one tile, and their shapes.
+struct ShapedTile {
+    TileCells cells;
+    std::vector<CellShape> shapes;
+};
+
+/// Reads a tile as GrowTiles does, on the calling thread.
+Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut, std::size_t tile,
+                              double noise);
+
+/// Reads every point once and grows regions within each tile.
+/// As many tiles are worked on at a time as half of `memoryLimit` holds as a rule, one at least.
+///
+/// Order   what comes out is a function of the points alone: no tile sees another.
+/// Errors  GatherCells'; BadInput where what is kept of the cells takes more than the other half.
+/// Cost    some 15 ns a point and 400 ns a cell, on as many threads as there are chunks, in the end
+///         tiles; memory 12 bytes a cell, and 260 for those being worked on.
+Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
+                               const GrowthLimits& limits, const parallel::Pool& pool,
+                               std::uint64_t memoryLimit);
+
+}  // namespace orvix::detection

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "detection/regions/cell_map.h"
+#include "parallel/pool.h"
+
+namespace orvix::detection {
+
+/// Which planes pass each cell or one beside it: those that a point in the cell may belong to.
+///
+/// Order  the planes of a cell ascend.
+/// Cost   4 bytes a cell, and some where several planes pass.
+class PlaneChoices {
+public:
+    PlaneChoices() = default;
+    /// Cancelled is the one failure.
+    static Expected<PlaneChoices> Of(const CellMap& map, const parallel::Pool& pool);
+
+    [[nodiscard]] std::span<const std::int32_t> At(std::size_t tile, std::uint32_t cell) const {
+        const Tile& its = tiles_[tile];
+        const std::int32_t* list = its.lists.data() + its.listOf[cell];
+        return {list + 1, static_cast<std::size_t>(list[0])};
+    }
+
+private:
+    /// Lists are a count and so many planes; equal ones that follow each other are kept once.
+    struct Tile {
+        std::vector<std::uint32_t> listOf;
+        std::vector<std::int32_t> lists;
+    };
+
+    static Tile ChoicesIn(const CellMap& map, std::size_t tile);
+
+    std::vector<Tile> tiles_;
+};
+
+}  // namespace orvix::detection

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/regions/region_extents.h"
+
+#include <algorithm>
+
+namespace orvix::detection {
+namespace {
+
+constexpr std::uint64_t kCellsKept = 200;  // of a region, and one more for each of its tiles
+
+/// The extents of the regions that one tile knows.
+using TileExtents = std::vector<std::pair<std::int32_t, RegionExtent>>;
+
+void Widen(Extends2DT<double>& bounds, const Extends2DT<double>& by) {
+    bounds.min = {std::min(bounds.min.x, by.min.x), std::min(bounds.min.y, by.min.y)};
+    bounds.max = {std::max(bounds.max.x, by.max.x), std::max(bounds.max.y, by.max.y)};
+}
+
+class TileLook {
+public:
+    TileLook(const std::vector<Region>& regions, const std::vector<PlaneFrame>& frames)
+        : regions_(regions), frames_(frames), slots_(regions.size(), -1) {}
+
+    TileExtents Look(const CellMap& map, std::size_t tile) {
+        TileExtents extents;
+        std::vector<std::uint64_t> met;
+        for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell) {
+            const std::int32_t region = map.RegionOf(tile, cell);
+            if (region == kNoRegion) continue;
+            const auto number = static_cast<std::size_t>(region);
+            if (slots_[number] < 0) {
+                slots_[number] = static_cast<std::int32_t>(extents.size());
+                extents.emplace_back(region, RegionExtent{});
+                met.push_back(0);
+            }
+            const auto slot = static_cast<std::size_t>(slots_[number]);
+            RegionExtent& extent = extents[slot].second;
+            const CellPlace place = map.PlaceOf(tile, cell);
+            const auto at = frames_[number].To2D(map.Frame().Middle(place));
+            Widen(extent.bounds, {at, at});
+            const std::uint64_t stride = 1 + regions_[number].cells / kCellsKept;
+            if (met[slot]++ % stride != 0) continue;
+            extent.cells.push_back(place);
+            extent.counts.push_back(map.NoteOf(tile, cell).Points());
+        }
+        for (const auto& [region, extent] : extents) slots_[static_cast<std::size_t>(region)] = -1;
+        return extents;
+    }
+
+private:
+    const std::vector<Region>& regions_;
+    const std::vector<PlaneFrame>& frames_;
+    std::vector<std::int32_t> slots_;  // of each region in the present tile's extents
+};
+
+}  // namespace
+
+Expected<std::vector<RegionExtent>> ExtentsOf(const CellMap& map,
+                                              const std::vector<Region>& regions,
+                                              const std::vector<PlaneFrame>& frames,
+                                              const parallel::Pool& pool) {
+    std::vector<TileExtents> parts(map.Tiles());
+    std::vector<std::unique_ptr<TileLook>> looks(pool.Threads());
+    auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned worker) -> Expected<void> {
+        if (!looks[worker]) looks[worker] = std::make_unique<TileLook>(regions, frames);
+        parts[tile] = looks[worker]->Look(map, tile);
+        return {};
+    });
+    if (!done) return tl::unexpected<Error>(done.error());
+    std::vector<RegionExtent> extents(regions.size());
+    for (const TileExtents& part : parts) {
+        for (const auto& [region, more] : part) {
+            RegionExtent& extent = extents[static_cast<std::size_t>(region)];
+            Widen(extent.bounds, more.bounds);
+            extent.cells.insert(extent.cells.end(), more.cells.begin(), more.cells.end());
+            extent.counts.insert(extent.counts.end(), more.counts.begin(), more.counts.end());
+        }
+    }
+    return extents;
+}
+
+}  // namespace orvix::detection

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/regions/region_merge.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <tuple>
+
+#include "detection/regions/near_regions.h"
+
+namespace orvix::detection {
+namespace {
+
+// Of the distance: the rms of a piece's points from the plane of the whole, where the pieces touch
+// and where they do not.
+constexpr double kMostTouching = 0.75;
+constexpr double kMostApart = 0.35;
+constexpr double kMostReach = 20;  // cells: what lies farther apart is not looked at
+constexpr double kNever = std::numeric_limits<double>::infinity();
+
+class Merger {
+public:
+    Merger(const GrowthLimits& growth, std::vector<Region>& regions)
+        : growth_(growth), regions_(regions), parent_(regions.size()) {
+        std::iota(parent_.begin(), parent_.end(), 0);
+    }
+
+    std::int32_t Root(std::int32_t i) {
+        while (Parent(i) != i) i = Parent(i) = Parent(Parent(i));
+        return i;
+    }
+    // What the worse of the two loses when they become one; infinite where they must not.
+    [[nodiscard]] double Loss(const RegionPair& pair, bool touch) const {
+        const Region& a = At(pair.first);
+        const Region& b = At(pair.second);
+        if (std::abs(Dot(a.plane.normal, b.plane.normal)) < growth_.leastCos) return kNever;
+        const Region both = Union(a, b);
+        if (both.rms > kMostSpread * growth_.distance) return kNever;
+        const double most = (touch ? kMostTouching : kMostApart) * growth_.distance;
+        const double spreadA = Spread(a, both.plane), spreadB = Spread(b, both.plane);
+        if (std::max(spreadA, spreadB) > most * most) return kNever;
+        return std::max(spreadA - a.rms * a.rms, spreadB - b.rms * b.rms);
+    }
+    void Join(const RegionPair& pair) {
+        Region& into = regions_[static_cast<std::size_t>(pair.first)];
+        into = Union(into, At(pair.second));
+        Parent(pair.second) = pair.first;
+    }
+    // The number that each region ends with; those that are left close ranks.
+    std::vector<std::int32_t> CloseRanks(double cellSize) {
+        std::vector<std::int32_t> names(regions_.size(), kNoRegion);
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < regions_.size(); ++i) {
+            const std::int32_t root = Root(static_cast<std::int32_t>(i));
+            if (root != static_cast<std::int32_t>(i)) {
+                names[i] = names[static_cast<std::size_t>(root)];
+            } else if (IsLargeEnough(regions_[i], growth_, cellSize)) {
+                names[i] = static_cast<std::int32_t>(kept);
+                regions_[kept++] = regions_[i];
+            }
+        }
+        regions_.resize(kept);
+        return names;
+    }
+
+private:
+    [[nodiscard]] const Region& At(std::int32_t i) const {
+        return regions_[static_cast<std::size_t>(i)];
+    }
+    std::int32_t& Parent(std::int32_t i) { return parent_[static_cast<std::size_t>(i)]; }
+    static Region Union(const Region& a, const Region& b) {
+        Region both = a;
+        both.sum.Add(b.sum.About(a.origin - b.origin));
+        both.cells += b.cells;
+        Refit(both);
+        return both;
+    }
+    // The mean square distance of a region's points from a plane.
+    static double Spread(const Region& region, const PlaneAt& plane) {
+        const double away = plane.Distance(region.plane.centre);
+        return Along(region.sum.Covariance(), plane.normal) + away * away;
+    }
+
+    const GrowthLimits& growth_;
+    std::vector<Region>& regions_;
+    std::vector<std::int32_t> parent_;
+};
+
+// Each pair once; it touches where any of its meetings does.
+void SortOnce(std::vector<Meeting>& meetings) {
+    std::sort(meetings.begin(), meetings.end(), [](const Meeting& a, const Meeting& b) {
+        return a.pair != b.pair ? a.pair < b.pair : a.touch > b.touch;
+    });
+    const auto samePair = [](const Meeting& a, const Meeting& b) { return a.pair == b.pair; };
+    meetings.erase(std::unique(meetings.begin(), meetings.end(), samePair), meetings.end());
+}
+
+Expected<std::vector<Meeting>> MeetingsOf(const CellMap& map, std::int32_t reach,
+                                          const Merger& merger, const parallel::Pool& pool) {
+    std::vector<std::vector<Meeting>> parts(map.Tiles());
+    auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned) -> Expected<void> {
+        parts[tile] = MeetingsIn(map, tile, reach, [&](const RegionPair& pair) {
+            return merger.Loss(pair, true) < kNever;
+        });
+        return {};
+    });
+    if (!done) return tl::unexpected<Error>(done.error());
+    std::vector<Meeting> meetings;
+    for (const auto& part : parts) meetings.insert(meetings.end(), part.begin(), part.end());
+    SortOnce(meetings);
+    return meetings;
+}
+
+// Joins the best pairs, each region once; false when no pair is left that may join.
+bool JoinOnce(const std::vector<Meeting>& meetings, std::size_t regions, Merger& merger) {
+    std::vector<std::pair<double, RegionPair>> ranked;
+    for (const Meeting& meeting : meetings) {
+        const double loss = merger.Loss(meeting.pair, meeting.touch);
+        if (loss < kNever) ranked.emplace_back(loss, meeting.pair);
+    }
+    std::sort(ranked.begin(), ranked.end());
+    // A region that changed is judged anew in the next turn.
+    std::vector<bool> changed(regions);
+    for (const auto& [loss, pair] : ranked) {
+        const auto a = static_cast<std::size_t>(pair.first);
+        const auto b = static_cast<std::size_t>(pair.second);
+        if (changed[a] || changed[b]) continue;
+        merger.Join(pair);
+        changed[a] = changed[b] = true;
+    }
+    return !ranked.empty();
+}
+
+}  // namespace
+
+Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const parallel::Pool& pool,
+                            CellMap& map, std::vector<Region>& regions) {
+    const double size = map.Frame().Size();
+    Merger merger(growth, regions);
+    const double cells = std::min(bridge / size, kMostReach) + 1 + 1e-9;
+    const auto reach = std::max(1, static_cast<std::int32_t>(cells));
+    auto found = MeetingsOf(map, reach, merger, pool);
+    if (!found) return tl::unexpected<Error>(found.error());
+    std::vector<Meeting> meetings = std::move(*found);
+    while (JoinOnce(meetings, regions.size(), merger)) {
+        if (!pool.Proceed())
+            return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
+        for (auto& [pair, touch] : meetings)
+            pair = std::minmax(merger.Root(pair.first), merger.Root(pair.second));
+        std::erase_if(meetings, [](const Meeting& m) { return m.pair.first == m.pair.second; });
+        SortOnce(meetings);
+    }
+    map.Rename(merger.CloseRanks(size));
+    return {};
+}
+
+}  // namespace orvix::detection

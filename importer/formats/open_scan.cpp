@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/formats/open_scan.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "importer/formats/e57/e57.h"
+#include "importer/formats/known_files.h"
+#include "importer/formats/las/las.h"
+#include "importer/formats/pcd/pcd.h"
+#include "importer/formats/ply/ply.h"
+#include "importer/formats/scan_file.h"
+#include "importer/formats/text/ptx.h"
+#include "importer/formats/text/text.h"
+
+namespace orvix::importer {
+
+Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path) {
+    auto file = ScanFile::Open(path);
+    if (!file) return tl::unexpected(file.error());
+    constexpr std::uint64_t kStartBytes = 4096;  // a PTX block's head is ten lines long
+    std::vector<std::uint8_t> start;
+    const auto bytes = static_cast<std::size_t>(std::min(file->Size(), kStartBytes));
+    if (auto read = file->ReadBlock(0, bytes, start); !read) return tl::unexpected(read.error());
+    const std::string_view magic(reinterpret_cast<const char*>(start.data()), start.size());
+
+    if (magic.starts_with("LASF")) return OpenLas(std::move(*file));
+    if (magic.starts_with("ASTM-E57")) return OpenE57(std::move(*file));
+    if (magic.starts_with("ply\n") || magic.starts_with("ply\r") || magic.starts_with("ply ")) {
+        return OpenPly(std::move(*file));
+    }
+    if (const auto reason = WhyNotRead(start)) return file->Bad(*reason);
+    if (LooksLikePcd(magic)) return OpenPcd(std::move(*file));
+    if (LooksLikePtx(magic)) return OpenPtx(std::move(*file));
+    return OpenText(std::move(*file));
+}
+
+}  // namespace orvix::importer

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "importer/files/raw_buffer.h"
+#include "importer/files/synced_file.h"
+#include "importer/grid/histograms.h"
+#include "importer/grid/voxel_thinner.h"
+
+namespace orvix::importer {
+
+/// A 100 cm cell and how many skeleton points it was thinned to.
+struct ThinnedCell {
+    std::array<std::int32_t, 3> cell{};
+    std::uint32_t points = 0;
+};
+
+/// Thins stretches of Grid.pts that consist of whole 100 cm cells, and counts their histograms.
+///
+/// Boundaries a cell of more than a block's points is read twice instead of kept.
+/// Threads    one a thread, over one file.
+class CloudThinner {
+public:
+    static constexpr std::size_t kBlockPoints = 65'536;
+
+    CloudThinner(const SyncedFile& points, SkeletonSize size, std::function<bool()> stopping)
+        : file_(points), size_(size), stopping_(std::move(stopping)), thinner_(size) {}
+
+    /// Thins points `first` to `first + count - 1` into `skeleton` and `cells`, both replaced.
+    Expected<void> Thin(std::uint64_t first, std::uint64_t count, Histograms& histograms);
+
+    std::vector<AlivePoint> skeleton;
+    std::vector<ThinnedCell> cells;
+
+private:
+    struct Stretch {
+        std::uint64_t first;
+        std::uint64_t end;
+    };
+
+    Expected<void> Read(const Stretch& stretch);
+    [[nodiscard]] std::size_t EndOfCell(std::size_t begin) const;
+    std::size_t ThinWholeCells(bool last, Histograms& histograms);
+    Expected<std::uint64_t> ThinLargeCell(const Stretch& stretch, Histograms& histograms);
+    void Finish(const ThinningCell& cell);
+
+    const SyncedFile& file_;
+    SkeletonSize size_;
+    std::function<bool()> stopping_;
+    VoxelThinner thinner_;
+    RawBuffer<AlivePoint> block_;
+};
+
+}  // namespace orvix::importer

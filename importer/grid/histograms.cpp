@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/grid/histograms.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "importer/files/synced_file.h"
+
+namespace orvix::importer {
+namespace {
+
+constexpr std::size_t kSliceValues = 256;
+constexpr std::int64_t kSliceCentimetres = 10;
+constexpr std::uint64_t kLargestCount = std::numeric_limits<std::int32_t>::max();
+
+using Record = std::array<std::uint8_t, 12>;
+
+Record RecordOf(double value, std::uint64_t count) {
+    const auto stored = static_cast<std::uint32_t>(count);
+    Record record;
+    std::memcpy(record.data(), &value, sizeof value);
+    std::memcpy(record.data() + sizeof value, &stored, sizeof stored);
+    return record;
+}
+
+// Joins bins that follow each other and have one value.
+void AddBin(std::vector<detail::HistogramBin>& bins, double value, std::uint64_t count) {
+    if (bins.empty() || bins.back().value != value) bins.push_back({value, 0});
+    bins.back().count += count;
+}
+
+}  // namespace
+
+Expected<void> WriteHistogram(const CString& path, const std::vector<detail::HistogramBin>& bins) {
+    RecordWriter<Record> writer;
+    Expected<void> done = writer.Create(path);
+    for (const detail::HistogramBin& bin : bins) {
+        for (std::uint64_t left = bin.count; done && left > 0;) {
+            const std::uint64_t count = std::min(left, kLargestCount);
+            done = writer.Add(RecordOf(bin.value, count));
+            left -= count;
+        }
+    }
+    return done ? writer.Finish() : done;
+}
+
+BinCounter::Page& BinCounter::FindPage(std::int64_t number) {
+    std::unique_ptr<Page>& page = pages_[number];
+    if (page == nullptr) page = std::make_unique<Page>();
+    last_ = page.get();
+    lastNumber_ = number;
+    return *last_;
+}
+
+void BinCounter::Take(BinCounter& other) {
+    for (auto& [number, page] : other.pages_) {
+        Page& mine = PageOf(number);
+        for (std::size_t i = 0; i < mine.size(); ++i) mine[i] += std::exchange((*page)[i], 0);
+    }
+}
+
+std::vector<std::pair<std::int64_t, std::uint64_t>> BinCounter::Bins() const {
+    std::vector<std::pair<std::int64_t, std::uint64_t>> bins;
+    for (const auto& [number, page] : pages_) {
+        for (std::size_t i = 0; i < page->size(); ++i) {
+            if ((*page)[i] == 0) continue;
+            bins.emplace_back(number * kPageBins + static_cast<std::int64_t>(i), (*page)[i]);
+        }
+    }
+    return bins;
+}
+
+void Histograms::Take(Histograms& other) {
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        intensities_[i] += std::exchange(other.intensities_[i], 0);
+    }
+    heights_.Take(other.heights_);
+}
+
+std::vector<detail::HistogramBin> Histograms::Intensities() const {
+    std::vector<detail::HistogramBin> bins;
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        if (intensities_[i] != 0) AddBin(bins, static_cast<double>(i), intensities_[i]);
+    }
+    return bins;
+}
+
+std::vector<detail::HistogramBin> Histograms::IntensitySlices() const {
+    std::vector<detail::HistogramBin> bins;
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        const auto centre =
+            static_cast<double>(i / kSliceValues * kSliceValues) + (kSliceValues - 1) / 2.0;
+        if (intensities_[i] != 0) AddBin(bins, centre, intensities_[i]);
+    }
+    return bins;
+}
+
+std::vector<detail::HistogramBin> Histograms::Heights() const {
+    std::vector<detail::HistogramBin> bins;
+    for (const auto& [bin, count] : heights_.Bins()) AddBin(bins, detail::HeightOfBin(bin), count);
+    return bins;
+}
+
+std::vector<detail::HistogramBin> Histograms::HeightSlices() const {
+    std::vector<detail::HistogramBin> bins;
+    for (const auto& [bin, count] : heights_.Bins()) {
+        AddBin(bins, detail::HeightOfBin(bin, kSliceCentimetres), count);
+    }
+    return bins;
+}
+
+Expected<void> Histograms::Write(const ProjectManager& project) const {
+    Expected<void> done = WriteHistogram(project.intensitiesHist, Intensities());
+    if (done) done = WriteHistogram(project.intensitiesSliceHist, IntensitySlices());
+    if (done) done = WriteHistogram(project.zHist, Heights());
+    if (done) done = WriteHistogram(project.zSliceHist, HeightSlices());
+    return done;
+}
+
+}  // namespace orvix::importer

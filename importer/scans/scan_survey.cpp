@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/scans/scan_survey.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "parallel/run_in_order.h"
+
+namespace orvix::importer {
+namespace {
+
+// Points of a piece that are looked at for its median position.
+constexpr std::size_t kMedianSamples = 2048;
+
+struct Box {
+    SimplePointT<double> min{kLargestWorld, kLargestWorld, kLargestWorld};
+    SimplePointT<double> max{-kLargestWorld, -kLargestWorld, -kLargestWorld};
+
+    void Add(const SimplePointT<double>& p) {
+        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
+        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
+    }
+    void Join(const Box& other) {
+        Add(other.min);
+        Add(other.max);
+    }
+};
+
+/// One piece and what it tells.
+struct SurveyJob : StationPiece {
+    std::uint64_t usable = 0;
+    AttributeRange range;
+    Box box;
+    std::uint64_t placed = 0;  // usable points that have a say in where the origin lies
+    SimplePointT<double> median;
+    std::vector<SimplePointT<double>> positions;
+    std::vector<double> axis;
+};
+
+bool IsPlausible(const SimplePointT<double>& world) {
+    const auto fits = [](double v) { return v >= -kLargestWorld && v <= kLargestWorld; };
+    return fits(world.x) && fits(world.y) && fits(world.z);
+}
+
+double MedianAlong(SurveyJob& job, double SimplePointT<double>::*axis) {
+    job.axis.clear();
+    const std::size_t step = job.positions.size() / kMedianSamples + 1;
+    for (std::size_t i = 0; i < job.positions.size(); i += step) {
+        job.axis.push_back(job.positions[i].*axis);
+    }
+    const auto middle = job.axis.begin() + static_cast<std::ptrdiff_t>((job.axis.size() - 1) / 2);
+    std::nth_element(job.axis.begin(), middle, job.axis.end());
+    return *middle;
+}
+
+void Examine(SurveyJob& job, bool dropZeros) {
+    job.usable = 0;
+    job.range = {};
+    job.box = {};
+    job.positions.clear();
+    for (const ScanPoint& point : job.decoded.points) {
+        if (FaultOf(point, dropZeros) != PointFault::None) continue;
+        ++job.usable;
+        job.range.Add(point);
+        const SimplePointT<double> world = job.placement.ToWorld(point.x, point.y, point.z);
+        if (!IsPlausible(world)) continue;
+        job.box.Add(world);
+        job.positions.push_back(world);
+    }
+    job.placed = job.positions.size();
+    if (job.placed == 0) return;
+    job.median = {MedianAlong(job, &SimplePointT<double>::x),
+                  MedianAlong(job, &SimplePointT<double>::y),
+                  MedianAlong(job, &SimplePointT<double>::z)};
+}
+
+// The local coordinate of a bound, cut to what can be stored; rounding is monotone, so every
+// point in range lies between the two.
+float LocalBound(double world, double origin) {
+    return ToLocal(std::clamp(world, origin - kLargestLocal, origin + kLargestLocal), origin);
+}
+
+ExtendsT<float> LocalBounds(const Box& box, const SimplePointT<double>& origin) {
+    const auto local = [&](const SimplePointT<double>& p) {
+        return SimplePointT<float>{LocalBound(p.x, origin.x), LocalBound(p.y, origin.y),
+                                   LocalBound(p.z, origin.z)};
+    };
+    return {local(box.min), local(box.max)};
+}
+
+float LargestMagnitude(const ExtendsT<float>& bounds) {
+    return std::max({std::fabs(bounds.min.x), std::fabs(bounds.min.y), std::fabs(bounds.min.z),
+                     std::fabs(bounds.max.x), std::fabs(bounds.max.y), std::fabs(bounds.max.z)});
+}
+
+/// The origin that all inputs, exported from one project, tell. It means the inputs' coordinates
+/// as they are: neither another unit nor another upward axis.
+std::optional<std::array<double, 3>> ExportedOrigin(const std::vector<ScanInput>& inputs,
+                                                    const ImportOptions& options) {
+    if (options.unit != LengthUnit::Metre || options.up != UpAxis::Z) return std::nullopt;
+    std::optional<std::array<double, 3>> origin;
+    for (const ScanInput& input : inputs) {
+        const auto told = input.reader->Info().exportedOrigin;
+        if (!told || (origin && *origin != *told)) return std::nullopt;
+        origin = told;
+    }
+    return origin;
+}
+
+}  // namespace
+
+std::uint64_t Survey::Read() const {
+    return std::accumulate(scans.begin(), scans.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const Scan& scan) { return sum + scan.Read(); });
+}
+
+Expected<void> PieceQueue::Rewind() {
+    current_ = 0;
+    for (const ScanInput& input : inputs_) {
+        if (auto rewound = input.reader->Rewind(); !rewound) return rewound;
+    }
+    return {};
+}
+
+Expected<bool> PieceQueue::TakeFrom(std::size_t input, StationPiece& next) {
+    ScanReader& reader = *inputs_[input].reader;
+    for (;;) {
+        if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
+        next.piece.scan = 0;
+        next.piece.fileBytes.reset();
+        Expected<bool> more = reader.Next(next.piece);
+        if (!more) return more;
+        if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
+        if (!*more) return false;
+        const auto station = stations_.Find(input, next.piece.scan);
+        if (!station) continue;
+        next.input = input;
+        next.station = *station;
+        next.reader = &reader;
+        next.placement = stations_[*station].placement;
+        return true;
+    }
+}
+
+Expected<bool> PieceQueue::Take(StationPiece& next) {
+    for (; current_ < inputs_.size(); ++current_) {
+        Expected<bool> more = TakeFrom(current_, next);
+        if (!more || *more) return more;
+    }
+    return false;
+}
+
+Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
+                             StationTable& stations, ImportPool& pool) {
+    Survey survey;
+    PieceQueue queue(inputs, stations);
+    Box box;
+    std::vector<WeightedPosition> medians;
+    parallel::OrderedSteps<SurveyJob> steps;
+    steps.take = [&](SurveyJob& job) { return queue.Take(job); };
+    steps.work = [&](SurveyJob& job) -> Expected<void> {
+        auto decoded = job.Decode();
+        if (decoded) Examine(job, options.dropZeros);
+        return decoded;
+    };
+    steps.commit = [&](SurveyJob& job) -> Expected<void> {
+        if (survey.scans.size() <= job.station) survey.scans.resize(job.station + 1);
+        Survey::Scan& scan = survey.scans[job.station];
+        scan.points += job.decoded.points.size();
+        scan.pointless.Join(job.decoded);
+        scan.range.Join(job.range);
+        survey.usable += job.usable;
+        if (job.placed != 0) {
+            box.Join(job.box);
+            medians.push_back({job.median, job.placed});
+        }
+        pool.Meter().Add(job.Bytes(), job.decoded.points.size());
+        return {};
+    };
+    if (auto done = parallel::RunInOrder(pool, steps); !done)
+        return tl::unexpected<Error>(done.error());
+    survey.scans.resize(stations.Count());
+    if (auto chosen = stations.RequireChosen(); !chosen) {
+        return tl::unexpected<Error>(chosen.error());
+    }
+    if (medians.empty()) return survey;
+    survey.origin = ChooseOrigin(medians);
+    if (const auto told = ExportedOrigin(inputs, options)) {
+        survey.origin = KeepOrigin(survey.origin, *told);
+    }
+    const ExtendsT<float> bounds = LocalBounds(box, survey.origin);
+    survey.frame = GridFrame(bounds);
+    survey.largestLocal = LargestMagnitude(bounds);
+    return survey;
+}
+
+}  // namespace orvix::importer

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "importer/grid/grid_key.h"
+
+namespace orvix::importer {
+
+/// The memory in which an import gathers sorted points: a few large slabs, cut into spans.
+///
+/// Lifetime  spans live until Clear; the slabs stay for the next round until Release.
+/// Errors    std::bad_alloc.
+/// Threads   `Take` from any thread.
+class RecordPool {
+public:
+    explicit RecordPool(std::uint64_t bytes) : limit_(bytes / sizeof(AlivePoint)) {}
+
+    /// Room for `count` records, not initialised. Being full is advice: it is still handed out.
+    std::span<AlivePoint> Take(std::size_t count);
+    [[nodiscard]] bool IsFull() const;
+    void Clear();
+    void Release();
+
+private:
+    struct Slab {
+        std::unique_ptr<std::byte[]> bytes;
+        std::size_t capacity = 0;
+        std::size_t used = 0;
+    };
+
+    mutable std::mutex mutex_;
+    std::vector<Slab> slabs_;
+    std::size_t current_ = 0;
+    std::uint64_t limit_;
+    std::uint64_t taken_ = 0;
+};
+
+}  // namespace orvix::importer

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "importer/import_pool.h"
+#include "importer/sort/block_sorter.h"
+#include "importer/sort/duplicates.h"
+#include "importer/sort/sorted_run.h"
+
+namespace orvix::importer {
+
+/// A stretch of the merged order: whole 10 cm cells, or a part of one.
+struct MergeTask {
+    CellKey low;                     ///< every cell from here on ...
+    CellKey high;                    ///< ... to before here
+    const SortedRun* run = nullptr;  ///< set: points of the one cell `low` from this run alone,
+    std::uint64_t first = 0;         ///< from here on ...
+    std::uint64_t count = 0;         ///< ... this many
+    /// Of the cell's points, which are to be left out (null: none), and the run's first among them.
+    std::shared_ptr<const std::vector<bool>> duplicates;
+    std::uint64_t firstInCell = 0;
+};
+
+/// A stretch of points in their final order, and the buffers it was made in.
+struct MergedBlock {
+    MergeTask task;
+    std::uint64_t offset = 0;  ///< its first point's number; set by the sink's Commit
+    RawBuffer<AlivePoint> points;
+    std::vector<CellCount> cells;
+    Removed removed;
+
+    RawBuffer<AlivePoint> gathered;
+    BlockSorter sorter;
+};
+
+/// Where merged blocks go.
+class MergeSink {
+public:
+    virtual ~MergeSink() = default;
+    /// One at a time, in order.
+    virtual Expected<void> Commit(MergedBlock& block) = 0;
+    /// On several threads at once, after Commit.
+    virtual Expected<void> Store(const MergedBlock& block) = 0;
+};
+
+struct MergeOptions {
+    std::uint64_t blockPoints = 0;  ///< points a block aims at; memory is 80 bytes each, a worker
+    bool removeDuplicates = false;
+};
+
+/// Merges runs into one order and hands it to a sink, block by block.
+///
+/// The keys sampled along the runs cut the order into ranges of whole cells that are certain to
+/// hold no more than a block's points; a range's points are copied out of all runs, in run order,
+/// and sorted in cache. A cell with more points than a block is handed on in parts as it stands:
+/// its points, run by run, are in order already.
+///
+/// Order   by cell; in a cell by run, then by place in the run.
+/// Errors  those of reading the runs and of the sink; Cancelled.
+/// Cost    every point is read once (with duplicates to be removed from a cell of more than a
+///         block, more often) and sorted once.
+Expected<void> MergeRuns(const std::vector<SortedRun>& runs, const GridFrame& frame,
+                         const MergeOptions& options, ImportPool& pool, MergeSink& sink);
+
+}  // namespace orvix::importer

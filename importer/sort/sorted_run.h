@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "importer/files/raw_buffer.h"
+#include "importer/files/synced_file.h"
+#include "importer/grid/grid_key.h"
+#include "orvix/platform/error.h"
+
+namespace orvix::importer {
+
+/// Points sorted by cell, in memory or in a file, with the keys of every `stride`-th of them, by
+/// which any range of cells is found with one look.
+///
+/// Order     runs are numbered in input order; the points of a run that share a cell are in input
+///           order.
+/// Lifetime  a run in memory borrows its points; a run in a file owns the file.
+struct SortedRun {
+    const AlivePoint* records = nullptr;  ///< null: the points are in `file`
+    std::shared_ptr<SyncedFile> file;
+    std::uint64_t count = 0;
+    std::uint32_t stride = 1;
+    std::vector<CellKey> samples;  ///< of points 0, stride, 2 * stride, ...
+};
+
+inline constexpr std::uint32_t kMemoryStride = 128;
+inline constexpr std::uint32_t kFileStride = 1024;
+
+SortedRun RunInMemory(const GridFrame& frame, std::span<const AlivePoint> points);
+
+/// Appends points `first` to `first + count - 1` of a run.
+Expected<void> AppendPoints(const SortedRun& run, std::uint64_t first, std::size_t count,
+                            RawBuffer<AlivePoint>& out);
+
+/// Appends the points whose keys lie in [low, high).
+/// Cost  a run in a file is read once, at most two strides more than is wanted.
+Expected<void> AppendRange(const SortedRun& run, const GridFrame& frame, const CellKey& low,
+                           const CellKey& high, RawBuffer<AlivePoint>& out);
+
+/// The number of points whose keys are below `key`.
+Expected<std::uint64_t> CountBelow(const SortedRun& run, const GridFrame& frame,
+                                   const CellKey& key);
+
+}  // namespace orvix::importer

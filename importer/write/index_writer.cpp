@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/write/index_writer.h"
+
+#include <fmt/format.h>
+
+#include <limits>
+
+namespace orvix::importer {
+namespace {
+
+constexpr std::uint64_t kLargestCount = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kFineKeysAMetre = 1000;
+
+CellKey BlockOf(const CellKey& key) {
+    return {key.block, 0};
+}
+
+CellKey MetreOf(const CellKey& key) {
+    return {key.block, key.inside / kFineKeysAMetre * kFineKeysAMetre};
+}
+
+tl::unexpected<Error> TooMany(const char* what) {
+    return Fail(ErrorCode::Failure,
+                fmt::format("{} is more than the {} that a grid index can tell; import the scans "
+                            "into several projects",
+                            what, kLargestCount));
+}
+
+}  // namespace
+
+Expected<void> IndexWriter::Create(const ProjectManager& project) {
+    Expected<void> done = blocks_.Create(project.grid1000cmIdx);
+    if (done) done = metres_.Create(project.gridIdx);
+    if (fineLevel_ == FineLevel::Omit) return done;
+    if (done) done = fines_.Create(project.grid10cmIdx);
+    if (done) done = fineRuns_.Create(project.grid1to10cmIdx);
+    return done;
+}
+
+Expected<void> IndexWriter::Add(std::span<const CellCount> cells) {
+    for (const CellCount& cell : cells) {
+        if (cell.count == 0) continue;
+        if (!started_ || cell.key != key_) {
+            if (auto opened = Open(cell.key); !opened) return opened;
+        }
+        if (cell.count > kLargestCount - metre_.count) {
+            return TooMany("the number of points in one cubic metre");
+        }
+        metre_.count += cell.count;
+        fine_.count += cell.count;
+        points_ += cell.count;
+    }
+    return {};
+}
+
+// Ends the open cells that do not hold `key` and starts those that do.
+Expected<void> IndexWriter::Open(const CellKey& key) {
+    const bool newBlock = !started_ || BlockOf(key) != BlockOf(key_);
+    const bool newMetre = newBlock || MetreOf(key) != MetreOf(key_);
+    if (started_) {
+        Expected<void> closed = CloseFine();
+        if (closed && newMetre) closed = CloseMetre();
+        if (closed && newBlock) closed = CloseBlock();
+        if (!closed) return closed;
+    }
+    const CellPosition cell = frame_.PositionOf(key);
+    const auto& [x, y, z] = cell.cell100;
+    if (newBlock) {
+        block_ = {detail::FloorTenth(x),
+                  detail::FloorTenth(y),
+                  detail::FloorTenth(z),
+                  0,
+                  metres_.Count(),
+                  0,
+                  0};
+    }
+    if (newMetre) {
+        metre_ = {x, y, z, 0, points_, 0, 0};
+        fineRun_ = {fines_.Count(), 0, 0};
+    }
+    fine_ = {cell.cell10[0], cell.cell10[1], cell.cell10[2], {}, points_, 0, 0};
+    key_ = key;
+    started_ = true;
+    return {};
+}
+
+Expected<void> IndexWriter::CloseFine() {
+    ++fineRun_.count;
+    return fineLevel_ == FineLevel::Write ? fines_.Add(fine_) : Expected<void>();
+}
+
+Expected<void> IndexWriter::CloseMetre() {
+    ++block_.count;
+    if (metres_.Count() == kLargestCount) return TooMany("the number of cubic metres with points");
+    Expected<void> done = metres_.Add(metre_);
+    if (done && fineLevel_ == FineLevel::Write) done = fineRuns_.Add(fineRun_);
+    return done;
+}
+
+Expected<void> IndexWriter::CloseBlock() {
+    return blocks_.Add(block_);
+}
+
+Expected<void> IndexWriter::Finish() {
+    Expected<void> done;
+    if (started_) {
+        done = CloseFine();
+        if (done) done = CloseMetre();
+        if (done) done = CloseBlock();
+    }
+    if (done) done = blocks_.Finish();
+    if (done) done = metres_.Finish();
+    if (fineLevel_ == FineLevel::Omit) return done;
+    if (done) done = fines_.Finish();
+    if (done) done = fineRuns_.Finish();
+    return done;
+}
+
+}  // namespace orvix::importer

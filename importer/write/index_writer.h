@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "importer/files/synced_file.h"
+#include "importer/grid/grid_key.h"
+#include "importer/sort/block_sorter.h"
+#include "orvix/points/records.h"
+#include "orvix/project/project_manager.h"
+
+namespace orvix::importer {
+
+/// Writes the four grid indexes from the 10 cm cells of Grid.pts, told in order.
+///
+///     IndexWriter index(frame, FineLevel::Write);
+///     index.Create(manager);  index.Add(cells) ... ;  index.Finish();
+///
+/// Order      a cell told in several parts, one after the other, is one cell.
+/// Boundaries a cell of more than 4,294,967,295 points, and a level of more such entries, cannot
+///            be told by the index records and are failures.
+/// Threads    one at a time.
+class IndexWriter {
+public:
+    /// Whether there is a 10 cm level: Grid10cm.idx and Grid1to10cm.idx.
+    enum class FineLevel { Write, Omit };
+
+    IndexWriter(const GridFrame& frame, FineLevel fineLevel)
+        : frame_(frame), fineLevel_(fineLevel) {}
+
+    Expected<void> Create(const ProjectManager& project);
+    Expected<void> Add(std::span<const CellCount> cells);
+    /// Ends the last cells and brings the files to the device.
+    Expected<void> Finish();
+
+    [[nodiscard]] std::uint64_t Points() const { return points_; }
+    /// The 100 cm index, to be read back after `Finish`.
+    [[nodiscard]] const SyncedFile& Cells100() const { return metres_.File(); }
+    [[nodiscard]] std::uint64_t Cells100Count() const { return metres_.Count(); }
+
+private:
+    Expected<void> Open(const CellKey& key);
+    Expected<void> CloseFine();
+    Expected<void> CloseMetre();
+    Expected<void> CloseBlock();
+
+    GridFrame frame_;
+    FineLevel fineLevel_;
+    RecordWriter<GridCellRecord> blocks_;  // 1000 cm
+    RecordWriter<GridCellRecord> metres_;  // 100 cm
+    RecordWriter<FineCellRecord> fines_;   // 10 cm
+    RecordWriter<CIndexerSmall> fineRuns_;
+    bool started_ = false;
+    CellKey key_;  // of the open cells
+    GridCellRecord block_;
+    GridCellRecord metre_;
+    FineCellRecord fine_;
+    CIndexerSmall fineRun_;
+    std::uint64_t points_ = 0;
+};
+
+}  // namespace orvix::importer

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/write/skeleton_writer.h"
+
+#include <algorithm>
+
+#include "importer/grid/cloud_thinner.h"
+#include "parallel/run_in_order.h"
+
+namespace orvix::importer {
+namespace {
+
+constexpr std::uint64_t kBatchPoints = CloudThinner::kBlockPoints;
+constexpr std::size_t kCoarseRecords = 1024;
+
+CPointDataFull DataOf(const AlivePoint& point) {
+    CPointDataFull data;
+    std::copy_n(point.attributes.begin(), data.attributes.size(), data.attributes.begin());
+    std::copy_n(point.attributes.begin() + 6, 2, data.reserved.begin());  // the station
+    return data;
+}
+
+/// Bounds, centroid and representative of one block of the coarse table, from its points, which
+/// are read twice, a piece at a time.
+class CoarseMeasure {
+public:
+    CoarseMeasure(const SyncedFile& coordinates, detail::CoarseViewRecord& block,
+                  const ImportPool& pool)
+        : file_(coordinates), block_(block), pool_(pool) {}
+
+    Expected<void> Measure() {
+        auto done = ForEachPoint([&](const SimplePointT<float>& p, std::uint64_t i) {
+            if (i == 0) block_.min = block_.max = p;
+            Extend(p);
+            sum_.x += p.x;
+            sum_.y += p.y;
+            sum_.z += p.z;
+        });
+        if (!done) return done;
+        return ForEachPoint([&](const SimplePointT<float>& p, std::uint64_t i) {
+            const double distance = SquaredDistance(p);
+            if (i != 0 && !(distance < nearest_)) return;
+            nearest_ = distance;
+            block_.representative = static_cast<std::uint32_t>(i);
+        });
+    }
+
+private:
+    template <class Visit>
+    Expected<void> ForEachPoint(const Visit& visit) {
+        std::vector<SimplePointT<float>> points;
+        for (std::uint64_t done = 0; done < block_.count && !pool_.Stopping();
+             done += points.size()) {
+            points.resize(std::min<std::uint64_t>(kBatchPoints, block_.count - done));
+            auto read = file_.ReadAt((block_.first + done) * kSkeletonRecordBytes, points.data(),
+                                     points.size() * kSkeletonRecordBytes);
+            if (!read) return read;
+            for (std::size_t i = 0; i < points.size(); ++i) visit(points[i], done + i);
+        }
+        return {};
+    }
+
+    void Extend(const SimplePointT<float>& p) {
+        block_.min = {std::min(block_.min.x, p.x), std::min(block_.min.y, p.y),
+                      std::min(block_.min.z, p.z)};
+        block_.max = {std::max(block_.max.x, p.x), std::max(block_.max.y, p.y),
+                      std::max(block_.max.z, p.z)};
+    }
+
+    [[nodiscard]] double SquaredDistance(const SimplePointT<float>& p) const {
+        const auto count = static_cast<double>(block_.count);
+        const double dx = p.x - sum_.x / count;
+        const double dy = p.y - sum_.y / count;
+        const double dz = p.z - sum_.z / count;
+        return dx * dx + dy * dy + dz * dz;
+    }
+
+    const SyncedFile& file_;
+    detail::CoarseViewRecord& block_;
+    const ImportPool& pool_;
+    SimplePointT<double> sum_;
+    double nearest_ = 0;
+};
+
+}  // namespace
+
+struct SkeletonWriter::Batch {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+    std::unique_ptr<CloudThinner> thinner;
+    Histograms histograms;
+    std::vector<SimplePointT<float>> coordinates;
+    std::vector<CPointDataFull> data;
+};
+
+struct SkeletonWriter::CoarseBatch {
+    std::uint64_t firstRecord = 0;
+    std::vector<detail::CoarseViewRecord> records;
+};
+
+Expected<void> SkeletonWriter::Create() {
+    Expected<void> done = coordinates_.Create(project_.gridSkeletCoordPts);
+    if (done) done = data_.Create(project_.gridSkeletDataPts);
+    if (done) done = cells_.Create(project_.viewEntriesDtv);
+    if (done) done = blocks_.Create(project_.viewGridDtv);
+    if (done) done = coarse_.Create(project_.viewGridLv);
+    return done;
+}
+
+Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& summary) {
+    if (auto created = Create(); !created) return created;
+    RecordScanner<GridCellRecord> cells(*grid.cells100, grid.cellCount);
+    parallel::OrderedSteps<Batch> steps;
+    steps.take = [&](Batch& batch) -> Expected<bool> {
+        batch.count = 0;
+        while (batch.count < kBatchPoints) {
+            const auto cell = cells.Peek();
+            if (!cell) return tl::unexpected<Error>(cell.error());
+            if (*cell == nullptr) break;
+            if (batch.count != 0 && (*cell)->count > kBatchPoints - batch.count) break;
+            if (batch.count == 0) batch.first = (*cell)->offset;
+            batch.count += (*cell)->count;
+            summary.aliveDensity.AddCell((*cell)->count);
+            cells.Take();
+        }
+        return batch.count != 0;
+    };
+    steps.work = [&](Batch& batch) -> Expected<void> {
+        if (batch.thinner == nullptr) {
+            batch.thinner = std::make_unique<CloudThinner>(*grid.points, size_,
+                                                           [this] { return pool_.Stopping(); });
+        }
+        auto thinned = batch.thinner->Thin(batch.first, batch.count, batch.histograms);
+        batch.coordinates.clear();
+        batch.data.clear();
+        for (const AlivePoint& point : batch.thinner->skeleton) {
+            batch.coordinates.push_back({point.x, point.y, point.z});
+            batch.data.push_back(DataOf(point));
+        }
+        return thinned;
+    };
+    steps.commit = [&](Batch& batch) {
+        pool_.Meter().Add(batch.count * sizeof(AlivePoint), batch.count);
+        return Commit(batch, summary);
+    };
+    auto done = parallel::RunInOrder(pool_, steps);
+    if (!done) return done;
+    summary.points = points_;
+    return pool_.RunOne([&] { return Finish(); });
+}
+
+Expected<void> SkeletonWriter::Commit(Batch& batch, SkeletonSummary& summary) {
+    summary.histograms.Take(batch.histograms);
+    for (const ThinnedCell& thinned : batch.thinner->cells) {
+        const auto& [x, y, z] = thinned.cell;
+        const detail::SkeletonBlockRecord block{detail::FloorTenth(x),
+                                                detail::FloorTenth(y),
+                                                detail::FloorTenth(z),
+                                                0,
+                                                cells_.Count(),
+                                                0,
+                                                0};
+        const bool sameBlock =
+            block_.count != 0 && block.x == block_.x && block.y == block_.y && block.z == block_.z;
+        if (!sameBlock) {
+            if (auto closed = CloseBlock(); !closed) return closed;
+            block_ = block;
+            blockFirst_ = points_;
+        }
+        ++block_.count;
+        if (auto added = cells_.Add({x, y, z, 0, points_, thinned.points, 0}); !added) {
+            return added;
+        }
+        points_ += thinned.points;
+        summary.skeletonDensity.AddCell(thinned.points);
+    }
+    Expected<void> done = coordinates_.Add(std::span<const SimplePointT<float>>(batch.coordinates));
+    if (done) done = data_.Add(std::span<const CPointDataFull>(batch.data));
+    return done;
+}
+
+// The coarse record's bounds and representative follow in WriteCoarse, once the block's points
+// can be read back.
+Expected<void> SkeletonWriter::CloseBlock() {
+    if (block_.count == 0) return {};
+    detail::CoarseViewRecord coarse;
+    coarse.first = blockFirst_;
+    coarse.count = static_cast<std::uint32_t>(points_ - blockFirst_);
+    Expected<void> done = blocks_.Add(block_);
+    return done ? coarse_.Add(coarse) : done;
+}
+
+Expected<void> SkeletonWriter::Finish() {
+    Expected<void> done = CloseBlock();
+    if (done) done = coordinates_.Finish();
+    if (done) done = data_.Finish();
+    if (done) done = cells_.Finish();
+    if (done) done = blocks_.Finish();
+    if (done) done = coarse_.Finish();
+    return done;
+}
+
+Expected<void> SkeletonWriter::WriteCoarse() {
+    RecordScanner<detail::CoarseViewRecord> records(coarse_.File(), coarse_.Count());
+    std::uint64_t taken = 0;
+    parallel::OrderedSteps<CoarseBatch> steps;
+    steps.take = [&](CoarseBatch& batch) -> Expected<bool> {
+        batch.firstRecord = taken;
+        batch.records.clear();
+        for (std::uint64_t points = 0;
+             points < kBatchPoints && batch.records.size() < kCoarseRecords;) {
+            const auto record = records.Peek();
+            if (!record) return tl::unexpected<Error>(record.error());
+            if (*record == nullptr) break;
+            batch.records.push_back(**record);
+            points += (*record)->count;
+            records.Take();
+            ++taken;
+        }
+        return !batch.records.empty();
+    };
+    steps.work = [&](CoarseBatch& batch) -> Expected<void> {
+        for (detail::CoarseViewRecord& record : batch.records) {
+            auto measured = CoarseMeasure(coordinates_.File(), record, pool_).Measure();
+            if (!measured) return measured;
+        }
+        return {};
+    };
+    steps.commit = [&](CoarseBatch& batch) -> Expected<void> {
+        const std::size_t bytes = batch.records.size() * sizeof(detail::CoarseViewRecord);
+        pool_.Meter().Add(bytes, 0);
+        return coarse_.WriteAt(batch.firstRecord, batch.records);
+    };
+    auto done = parallel::RunInOrder(pool_, steps);
+    if (!done) return done;
+    return pool_.RunOne([&] { return coarse_.Finish(); });
+}
+
+}  // namespace orvix::importer

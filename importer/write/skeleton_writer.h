@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "importer/files/synced_file.h"
+#include "importer/grid/histograms.h"
+#include "importer/grid/surface_density.h"
+#include "importer/import_options.h"
+#include "importer/import_pool.h"
+#include "orvix/project/project_manager.h"
+#include "orvix/project/view_records.h"
+
+namespace orvix::importer {
+
+/// The finished point file and its 100 cm index, to be read back.
+struct FinishedGrid {
+    const SyncedFile* points = nullptr;
+    const SyncedFile* cells100 = nullptr;
+    std::uint64_t cellCount = 0;
+};
+
+/// What the pass over the sorted points found.
+struct SkeletonSummary {
+    std::uint64_t points = 0;  ///< of the skeleton
+    Histograms histograms;     ///< of the alive points
+    SurfaceDensity aliveDensity;
+    SurfaceDensity skeletonDensity;
+};
+
+/// Thins the sorted cloud: one pass over Grid.pts writes the skeleton's coordinates and data, the
+/// two cell tables by which a viewer fetches it, and collects the histograms; then, block by
+/// block, the coarse table (orvix/project/view_records.h).
+///
+/// Order   skeleton points are in the order of Grid.pts's cells, inside a cell by voxel.
+/// Errors  those of the files; Cancelled.
+/// Cost    Grid.pts and the skeleton's coordinates are read once (the points of a cell of more
+///         than a batch twice); memory is a batch of 65,536 points a worker.
+class SkeletonWriter {
+public:
+    SkeletonWriter(const ProjectManager& project, SkeletonSize size, ImportPool& pool)
+        : project_(project), size_(size), pool_(pool) {}
+
+    Expected<void> Write(const FinishedGrid& grid, SkeletonSummary& summary);
+    /// What `WriteCoarse` will write.
+    [[nodiscard]] std::uint64_t CoarseBytes() const {
+        return coarse_.Count() * detail::kCoarseViewBytes;
+    }
+    /// After `Write`: bounds and representatives of the coarse table.
+    Expected<void> WriteCoarse();
+
+private:
+    struct Batch;
+    struct CoarseBatch;
+
+    Expected<void> Create();
+    Expected<void> Commit(Batch& batch, SkeletonSummary& summary);
+    Expected<void> CloseBlock();
+    Expected<void> Finish();
+
+    const ProjectManager& project_;
+    SkeletonSize size_;
+    ImportPool& pool_;
+    RecordWriter<SimplePointT<float>> coordinates_;
+    RecordWriter<CPointDataFull> data_;
+    RecordWriter<detail::SkeletonCellRecord> cells_;
+    RecordWriter<detail::SkeletonBlockRecord> blocks_;
+    RecordWriter<detail::CoarseViewRecord> coarse_;
+    detail::SkeletonBlockRecord block_;
+    std::uint64_t blockFirst_ = 0;  // first skeleton point of the open block
+    std::uint64_t points_ = 0;
+};
+
+}  // namespace orvix::importer

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/write/station_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "importer/files/synced_file.h"
+#include "orvix/project/station_files.h"
+
+namespace orvix::importer {
+namespace {
+
+Expected<void> WriteWhole(const CString& path, const void* data, std::size_t bytes) {
+    SyncedFile file;
+    Expected<void> done = file.Create(path, Durability::Lasting);
+    if (done) done = file.WriteAt(0, data, bytes);
+    if (done) done = file.Finish();
+    return done ? file.Close() : done;
+}
+
+template <class Value, std::size_t N>
+Expected<void> WriteValues(const CString& path, const std::array<Value, N>& values) {
+    return WriteWhole(path, values.data(), sizeof values);
+}
+
+std::int16_t Signed(std::uint16_t intensity) {
+    constexpr std::uint16_t kGreatest = std::numeric_limits<std::int16_t>::max();
+    return static_cast<std::int16_t>(std::min(intensity, kGreatest));
+}
+
+}  // namespace
+
+Expected<void> WriteStation(const ProjectManager& project, const StationRecord& station) {
+    const detail::StationPaths paths =
+        detail::StationPathsOf(project, static_cast<int>(station.number));
+    const SimplePointT<double>& p = station.pose.position;
+    const AxisAngle turn = AxisAngleOf(station.pose.rotation);
+    Expected<void> done = WriteValues(paths.position, std::array{p.x, p.y, p.z});
+    if (done) {
+        done = WriteValues(paths.orientation,
+                           std::array{turn.axis[0], turn.axis[1], turn.axis[2], turn.angle});
+    }
+    if (done) done = WriteWhole(paths.name, station.name.data(), station.name.size());
+    if (!done || !station.intensities) return done;
+    return WriteValues(paths.intensities, std::array{Signed(station.intensities->first),
+                                                     Signed(station.intensities->second)});
+}
+
+}  // namespace orvix::importer

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/planes/dialog/plane_params_values.h"
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+namespace orvix::detail {
+namespace {
+
+constexpr double kAngleStep = 0.015;
+
+std::int32_t Truncated(double value) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (value >= static_cast<double>(Limits::max())) return Limits::max();
+    if (value <= static_cast<double>(Limits::min())) return Limits::min();
+    return value == value ? static_cast<std::int32_t>(value) : 0;
+}
+
+double NextAbove(double value) {
+    return std::nextafter(value, std::numeric_limits<double>::infinity());
+}
+
+}  // namespace
+
+std::int32_t CentimetresOf(double splitSize) {
+    return Truncated(splitSize * 100.0);
+}
+
+double SplitSizeOf(std::int32_t centimetres) {
+    const double metres = centimetres / 100.0;
+    return CentimetresOf(metres) < centimetres ? NextAbove(metres) : metres;
+}
+
+std::int32_t AngleStepsOf(double diff) {
+    return Truncated(diff / kAngleStep);
+}
+
+double DiffOf(std::int32_t steps) {
+    const double diff = steps * kAngleStep;
+    return AngleStepsOf(diff) < steps ? NextAbove(diff) : diff;
+}
+
+double PassingAngle(double diff) {
+    if (!(diff > 0)) return 0;
+    return diff < 2 ? 2 * std::asin(diff / 2) * 180 / std::numbers::pi : 180;
+}
+
+int SpeedOf(std::int32_t minPlane) {
+    if (minPlane == kExactMinPlane) return 0;
+    return minPlane == kBalancedMinPlane ? 1 : 2;
+}
+
+std::int32_t MinPlaneOf(int speed, std::int32_t third) {
+    if (speed == 0) return kExactMinPlane;
+    return speed == 1 ? kBalancedMinPlane : third;
+}
+
+}  // namespace orvix::detail

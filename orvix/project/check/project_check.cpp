@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/check/project_check.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "orvix/platform/file.h"
+#include "orvix/project/check/check_cell_list.h"
+#include "orvix/project/check/check_skeleton.h"
+#include "orvix/project/project_paths.h"
+#include "orvix/project/project_settings_file.h"
+#include "orvix/project/station_files.h"
+#include "orvix/project/transform_file.h"
+
+namespace orvix::detail {
+namespace {
+
+using detail::CheckLog;
+
+// Up to `bytes` bytes from the start of a small file; `size` is the whole file's.
+std::vector<std::uint8_t> ReadStart(CheckLog& log, const CString& path, std::size_t bytes,
+                                    std::uint64_t& size) {
+    std::vector<std::uint8_t> start(bytes);
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    std::size_t read = 0;
+    if (!error) {
+        size = file.Size();
+        read = file.ReadAt(0, start.data(), start.size(), error);
+    }
+    if (error) log.CannotRead(path, error);
+    start.resize(read);
+    return start;
+}
+
+void CheckSettings(CheckLog& log, const CString& path) {
+    std::uint64_t size = 0;
+    const auto bytes = ReadStart(log, path, kProjectFileBytes, size);
+    const std::int32_t version = detail::SettingsVersionOf(bytes);
+    if (version < 0 || version > kSettingsVersion) {
+        log.Add(path, "has settings of version {}; versions up to {} are known", version,
+                kSettingsVersion);
+    } else if (const auto whole = detail::SettingsBytesOfVersion(version); size != whole) {
+        log.Add(path, "holds {} bytes where settings of version {} take {}", size, version, whole);
+    }
+}
+
+CLOUD_HEADER CheckHead(CheckLog& log, const CString& path) {
+    std::uint64_t size = 0;
+    const auto bytes = ReadStart(log, path, kHeadFileBytes, size);
+    CLOUD_HEADER head;
+    std::memcpy(&head, bytes.data(), bytes.size());
+    if (size != kHeadFileBytes) log.Add(path, "holds {} bytes instead of {}", size, kHeadFileBytes);
+    if (!std::isfinite(head.scale) || head.scale <= 0) {
+        log.Add(path, "tells a skeleton scale of {}", head.scale);
+    }
+    if (head.reserved72 != 0 || head.reserved84 != 0) log.Add(path, "has reserved bytes in use");
+    return head;
+}
+
+struct HistogramBin {
+    double value;
+    std::int32_t count;
+};
+
+HistogramBin BinAt(const detail::RecordFile<std::array<std::uint8_t, 12>>& bins, std::uint64_t i) {
+    const auto bytes = bins[i];
+    HistogramBin bin{};
+    std::memcpy(&bin.value, bytes.data(), sizeof bin.value);
+    std::memcpy(&bin.count, bytes.data() + sizeof bin.value, sizeof bin.count);
+    return bin;
+}
+
+// The sum of a histogram's counts. Bins of one value follow each other where a count is too large
+// for one of them.
+std::int64_t CheckHistogram(CheckLog& log, const CString& path) {
+    const detail::RecordFile<std::array<std::uint8_t, 12>> bins(path, log);
+    double previous = -std::numeric_limits<double>::infinity();
+    std::int64_t total = 0;
+    for (std::uint64_t i = 0; i < bins.Count(); ++i) {
+        const HistogramBin bin = BinAt(bins, i);
+        if (!std::isfinite(bin.value) || bin.value < previous) {
+            log.Add(path, "bin {} at {} comes before the one before it", i, bin.value);
+        }
+        if (bin.count < 0) log.Add(path, "bin {} counts {} points", i, bin.count);
+        previous = bin.value;
+        total += bin.count;
+        if (i % detail::kCheckBlock == 0 && !log.Advance(detail::kCheckBlock * 12)) break;
+    }
+    return total;
+}
+
+void CheckHistograms(CheckLog& log, const ProjectManager& paths, std::uint64_t points) {
+    const auto expected = static_cast<std::int64_t>(points);
+    for (const CString* path :
+         {&paths.intensitiesHist, &paths.intensitiesSliceHist, &paths.zHist, &paths.zSliceHist}) {
+        const std::int64_t total = CheckHistogram(log, *path);
+        if (total != expected) log.Add(*path, "counts {} points of {}", total, expected);
+    }
+}
+
+// A point's station has 16 bits; a head file that tells more is a fault of its own.
+constexpr std::uint32_t kMostStations = 65'536;
+
+void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t stations) {
+    std::vector<StationFault> faults;
+    for (std::uint32_t i = 0; i < std::min(stations, kMostStations); ++i) {
+        ReadStationFiles(paths, static_cast<int>(i), faults);
+    }
+    for (const StationFault& fault : faults) log.Add(fault.file, "{}", fault.what);
+}
+
+void CheckFiles(CheckLog& log, ProjectManager& paths) {
+    CheckSettings(log, paths.projectFile);
+    const CLOUD_HEADER head = CheckHead(log, paths.headFile);
+    if (const auto frame = ReadTransform(paths.transformFile); !frame) {
+        if (frame.error().code != ErrorCode::Damaged) return log.Refuse(frame.error());
+        log.Add(paths.transformFile, "{}", frame.error().message);
+    }
+    CheckStations(log, paths, head.stationCount);
+    const detail::GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
+    log.Expect(grid.points.Bytes());  // the skeleton is held against them once more
+    detail::CheckGrid(log, grid, paths.headFile, head);
+    if (!log.Cancelled()) detail::CheckCellList(log, paths, grid);
+    if (!log.Cancelled()) detail::CheckSkeleton(log, paths, grid, head);
+    if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
+}
+
+}  // namespace
+
+Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options) {
+    ProjectManager paths;
+    if (auto found = detail::FindProject(paths, projectFile); !found) {
+        return tl::unexpected(std::move(found.error()));
+    }
+    CheckLog log(options);
+    CheckFiles(log, paths);
+    if (log.Refusal()) return tl::unexpected(*log.Refusal());
+    if (log.Cancelled()) return Fail(ErrorCode::Cancelled, "the check was cancelled");
+    return log.Finish();
+}
+
+}  // namespace orvix::detail

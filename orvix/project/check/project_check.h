@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::detail {
+
+/// What is wrong with one file of a project, in UTF-8.
+struct CheckFault {
+    std::string file;  ///< its path
+    std::string what;  ///< one sentence with the numbers
+};
+
+struct CheckReport {
+    std::vector<CheckFault> faults;  ///< in the order in which the files are read
+    std::uint64_t total = 0;         ///< faults found; those not listed are counted here
+    [[nodiscard]] bool Ok() const { return total == 0; }
+};
+
+struct CheckOptions {
+    std::size_t maxFaults = 1000;  ///< listed at most
+    /// Called with the part done, 0 to 1, about every 20 ms; false cancels the check.
+    std::function<bool(double fraction)> progress;
+};
+
+/// Checks a project against itself: opens every file, and compares counts, sizes, records and
+/// points with what the others say about them. Nothing is created, changed or locked.
+///
+///     auto report = CheckProject(L"scan.prj");
+///     if (!report) return Report(report.error());
+///     for (const CheckFault& fault : report->faults) Print(fault.file, fault.what);
+///
+/// It holds that
+/// - the project file is a whole settings record of a known version, the head file is whole and
+///   its counts, bounds, scale and stations are those of the point files;
+/// - the runs of every index follow each other without a gap and cover their target, no entry is
+///   empty, cells ascend strictly (x, then y, then z) and lie inside their parents;
+/// - every alive point is finite and lies in the 100 cm cell and 10 cm cell whose runs hold it;
+/// - skeleton and view files agree with each other and with the grid, cell by cell; a skeleton of
+///   10 cm or 1 m has one point for each occupied cell of that size;
+/// - every skeleton point is one of the cloud's points, and its data record tells that point's
+///   intensity, colour, class and station (not its DCLC pair, which a host sets in either file);
+/// - index_hash, where there is one, lists the 100 cm cells in the order of their index;
+/// - the histograms' bins ascend and their counts sum up to the points.
+///
+/// Boundaries a project whose scale is 1.0 or more has no 10 cm level, and its files are not asked
+///            for. Of many faults of one kind in one file three are listed and the rest counted.
+/// Errors     BadInput when there is no such project, Cancelled, Failure when the system refuses to
+///            read a file that is there. Damage of any sort is a fault in the report, never an
+///            error or a crash.
+/// Threads    any number of checks at once, each on one thread.
+/// Cost       points are read twice, in file order, through mapped views, the small files too. No
+///            memory grows with the project. A project must not be cut short by another process
+///            meanwhile.
+Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options = {});
+
+}  // namespace orvix::detail

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/project/project_gate.h"
+
+#include <fmt/format.h>
+
+#include "orvix/platform/path.h"
+#include "orvix/project/project_manager.h"
+#include "orvix/project/project_paths.h"
+#include "orvix/project/project_settings_file.h"
+
+namespace orvix::detail {
+
+namespace {
+
+using detail::SettingsRecord;
+
+Expected<void> RequireFile(const CString& path) {
+    if (path.empty()) return Fail(ErrorCode::BadInput, "the project's name is empty");
+    if (!platform::PathExists(path))
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} does not exist; check the name, or make it with 'orvix import'",
+                                Shown(path)));
+    if (platform::IsFolder(path))
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} is a folder; name the project file, which ends in .prj and "
+                                "lies beside the project-files folder",
+                                Shown(path)));
+    return {};
+}
+
+Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecord cut) {
+    ProjectManager paths;
+    detail::BuildPaths(paths, path);
+    const bool hasFolder = platform::IsFolder(paths.projectFilesFolder);
+    if (record == SettingsRecord::Foreign || (record == SettingsRecord::Cut && !hasFolder))
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} is not a project: it holds no settings record of version 1 to "
+                                "{}; name the .prj file that 'orvix import' made",
+                                Shown(path), kSettingsVersion));
+    if (!hasFolder)
+        return Fail(ErrorCode::Damaged,
+                    fmt::format("{} has lost its project-files folder {}; put the folder back "
+                                "beside it, or import the scans again",
+                                Shown(path), Shown(paths.projectFilesFolder)));
+    if (record == SettingsRecord::Whole || cut == CutRecord::Taken) return {};
+    return Fail(ErrorCode::Damaged,
+                fmt::format("{} is cut short: its settings record is not whole; 'orvix check' "
+                            "lists every fault, and importing the scans again mends them",
+                            Shown(path)));
+}
+
+}  // namespace
+
+std::string Shown(const CString& path) {
+    return platform::ToUtf8(path);
+}
+
+Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
+    const CString path = platform::FromUtf8(argument);
+    if (auto there = RequireFile(path); !there) return tl::unexpected<Error>(there.error());
+    const auto record = detail::ExamineSettingsFile(path);
+    if (!record) return tl::unexpected<Error>(record.error());
+    if (auto whole = RequireParts(path, *record, cut); !whole)
+        return tl::unexpected<Error>(whole.error());
+    return path;
+}
+
+}  // namespace orvix::detail

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/export/cloud_writer.h"
+
+#include "output/file_ending.h"
+
+namespace orvix::output {
+
+bool IsCloudName(const CString& path) {
+    return path.size() > 4 &&
+           (HasEnding(path, L".ply") || HasEnding(path, L".las") || HasEnding(path, L".xyz"));
+}
+
+std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const ExportedCloud& cloud) {
+    if (HasEnding(path, L".ply")) return MakePlyCloudWriter(cloud);
+    if (HasEnding(path, L".las")) return MakeLasCloudWriter(cloud);
+    return MakeXyzCloudWriter();
+}
+
+}  // namespace orvix::output

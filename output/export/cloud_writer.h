@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvix/platform/text.h"
+#include "orvix/points/records.h"
+#include "orvix/project/transform_file.h"
+
+namespace orvix::output {
+
+/// What the points to export are like, known before the first one is written.
+struct ExportedCloud {
+    std::uint64_t points = 0;
+    detail::LocalToWorld frame;
+    ExtendsT<double> bounds;  ///< world
+};
+
+/// A position in the world and the attributes of an alive record.
+struct ExportedPoint {
+    SimplePointT<double> world;
+    std::uint16_t intensity = 0;
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+    std::uint8_t classification = 0;
+    std::uint16_t station = 0;
+    std::uint16_t dclcFirst = 0;
+    std::uint8_t dclcSecond = 0;
+};
+
+/// Turns points into the bytes of one file format.
+///
+///     auto writer = MakeCloudWriter(path, cloud);
+///     writer->Begin(bytes);                  // the header
+///     writer->Add(point, bytes);             // for each point
+///
+/// Order    as added.
+/// Boundaries as many points are added as the cloud has.
+/// Cost     appends to `bytes`; the caller writes and clears them.
+class CloudWriter {
+public:
+    using Bytes = std::vector<std::uint8_t>;
+
+    virtual ~CloudWriter() = default;
+    virtual void Begin(Bytes& bytes) const = 0;
+    virtual void Add(const ExportedPoint& point, Bytes& bytes) const = 0;
+    /// About how long a point is, for a look at the free space.
+    [[nodiscard]] virtual std::uint64_t PointBytes() const = 0;
+    /// What to tell people of the file: "PLY binary little-endian".
+    [[nodiscard]] virtual std::string Format() const = 0;
+};
+
+/// Whether the ending is one of .ply, .las and .xyz, in any case.
+bool IsCloudName(const CString& path);
+
+/// The writer for a path of such a name.
+std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const ExportedCloud& cloud);
+
+/// PLY, binary little-endian: positions as doubles, so that an import of the file gives the same
+/// local coordinates, bit for bit, and the project's origin as a comment that the import reads.
+std::unique_ptr<CloudWriter> MakePlyCloudWriter(const ExportedCloud& cloud);
+
+/// LAS 1.4, point format 7, the station as point source, the DCLC pair as extra bytes.
+///
+/// Units  the scale is 0.1 mm, and coarser by tens where the cloud reaches further than 32 bits of
+///        it; the offset is the project's origin. A position moves by up to half the scale.
+///        Colours are times 257.
+std::unique_ptr<CloudWriter> MakeLasCloudWriter(const ExportedCloud& cloud);
+
+/// Text: a line of names, then a point a line, blanks between the columns, positions with as many
+/// digits as it takes to read them back exactly.
+std::unique_ptr<CloudWriter> MakeXyzCloudWriter();
+
+}  // namespace orvix::output

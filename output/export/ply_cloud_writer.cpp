@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <fmt/format.h>
+
+#include <iterator>
+
+#include "output/export/cloud_writer.h"
+#include "output/export/little_endian.h"
+
+namespace orvix::output {
+
+namespace {
+
+class PlyCloudWriter final : public CloudWriter {
+public:
+    explicit PlyCloudWriter(const ExportedCloud& cloud) : cloud_(cloud) {}
+
+    void Begin(Bytes& bytes) const override {
+        const SimplePointT<double> origin = cloud_.frame.Origin();
+        fmt::format_to(std::back_inserter(bytes),
+                       "ply\nformat binary_little_endian 1.0\ncomment orvix_origin {} {} {}\n"
+                       "element vertex {}\nproperty double x\nproperty double y\n"
+                       "property double z\nproperty ushort intensity\nproperty uchar red\n"
+                       "property uchar green\nproperty uchar blue\n"
+                       "property uchar classification\nproperty ushort station\n"
+                       "property ushort dclc_first\nproperty uchar dclc_second\nend_header\n",
+                       origin.x, origin.y, origin.z, cloud_.points);
+    }
+
+    void Add(const ExportedPoint& point, Bytes& bytes) const override {
+        AppendNumber(bytes, point.world.x);
+        AppendNumber(bytes, point.world.y);
+        AppendNumber(bytes, point.world.z);
+        AppendNumber(bytes, point.intensity);
+        AppendNumber(bytes, point.red);
+        AppendNumber(bytes, point.green);
+        AppendNumber(bytes, point.blue);
+        AppendNumber(bytes, point.classification);
+        AppendNumber(bytes, point.station);
+        AppendNumber(bytes, point.dclcFirst);
+        AppendNumber(bytes, point.dclcSecond);
+    }
+
+    std::uint64_t PointBytes() const override { return 35; }
+    std::string Format() const override { return "PLY binary little-endian"; }
+
+private:
+    ExportedCloud cloud_;
+};
+
+}  // namespace
+
+std::unique_ptr<CloudWriter> MakePlyCloudWriter(const ExportedCloud& cloud) {
+    return std::make_unique<PlyCloudWriter>(cloud);
+}
+
+}  // namespace orvix::output

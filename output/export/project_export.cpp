@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/export/project_export.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "orvix/platform/amounts.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/path.h"
+#include "orvix/points/generic_reader.h"
+#include "orvix/project/open_project.h"
+#include "orvix/project/project_gate.h"
+#include "output/export/cloud_writer.h"
+#include "output/output_file.h"
+
+namespace orvix::output {
+
+namespace {
+
+constexpr std::size_t kBlockBytes = std::size_t{4} << 20;
+// Points between two looks at the callback.
+constexpr std::uint64_t kStretch = 65'536;
+
+std::uint16_t Number16(const std::uint8_t* bytes) {
+    return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
+}
+
+/// From a project's frame to the world. A shift is added per axis, and not at all where it is zero:
+/// coordinates come back bit for bit, the sign of a zero included.
+class ToWorldMap {
+public:
+    explicit ToWorldMap(const detail::LocalToWorld& frame) : frame_(frame), shift_(frame.Origin()) {
+        isShift_ = frame.m == detail::LocalToWorld::Translation(shift_).m;
+    }
+    [[nodiscard]] SimplePointT<double> operator()(const SimplePointT<double>& local) const {
+        if (!isShift_) return frame_.ToWorld(local);
+        return {Shifted(local.x, shift_.x), Shifted(local.y, shift_.y), Shifted(local.z, shift_.z)};
+    }
+
+private:
+    static double Shifted(double local, double shift) { return shift == 0 ? local : local + shift; }
+
+    detail::LocalToWorld frame_;
+    SimplePointT<double> shift_;
+    bool isShift_ = false;
+};
+
+class PointDecoder {
+public:
+    PointDecoder(const detail::LocalToWorld& frame, const ExportOptions& options)
+        : toWorld_(frame), options_(options) {}
+
+    /// False for a point that was not chosen.
+    bool Decode(const std::uint8_t* record, ExportedPoint& point) const {
+        point.station = Number16(record + 18);
+        if (options_.station && point.station != *options_.station) return false;
+        SimplePointT<float> local;
+        std::memcpy(&local, record, sizeof(local));
+        point.world = toWorld_({static_cast<double>(local.x), static_cast<double>(local.y),
+                                static_cast<double>(local.z)});
+        if (options_.box && !Inside(point.world, *options_.box)) return false;
+        point.intensity = Number16(record + 12);
+        point.red = record[14];
+        point.green = record[15];
+        point.blue = record[16];
+        point.classification = record[17];
+        point.dclcFirst = Number16(record + 20);
+        point.dclcSecond = record[22];
+        return true;
+    }
+
+private:
+    static bool Inside(const SimplePointT<double>& p, const ExtendsT<double>& box) {
+        return p.x >= box.min.x && p.x <= box.max.x && p.y >= box.min.y && p.y <= box.max.y &&
+               p.z >= box.min.z && p.z <= box.max.z;
+    }
+
+    ToWorldMap toWorld_;
+    const ExportOptions& options_;
+};
+
+class Export {
+public:
+    Export(const CString& gridPts, const detail::LocalToWorld& frame, const ExportOptions& options,
+           const ExportCallback& callback)
+        : path_(gridPts),
+          reader_(gridPts, static_cast<std::int64_t>(kAlivePointBytes), GenericReader::kRead,
+                  GenericReader::kPageRead, GenericReader::kViewRead),
+          decoder_(frame, options),
+          callback_(callback) {
+        cloud_.frame = frame;
+        constexpr double kFar = std::numeric_limits<double>::infinity();
+        cloud_.bounds = {{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
+    }
+
+    Expected<void> Count() {
+        return ForEachPoint([this](const ExportedPoint& point) {
+            ++cloud_.points;
+            ExtendsT<double>& b = cloud_.bounds;
+            const SimplePointT<double>& p = point.world;
+            b.min = {std::min(b.min.x, p.x), std::min(b.min.y, p.y), std::min(b.min.z, p.z)};
+            b.max = {std::max(b.max.x, p.x), std::max(b.max.y, p.y), std::max(b.max.z, p.z)};
+        });
+    }
+
+    Expected<void> Write(const CloudWriter& writer, OutputFile& file) {
+        pass_ = 1;
+        CloudWriter::Bytes block;
+        const auto flush = [&] {
+            file.Append(block.data(), block.size());
+            bytes_ += block.size();
+            block.clear();
+        };
+        writer.Begin(block);
+        auto done = ForEachPoint([&](const ExportedPoint& point) {
+            writer.Add(point, block);
+            ++written_;
+            if (block.size() >= kBlockBytes) flush();
+        });
+        if (!done) return done;
+        flush();
+        if (written_ == cloud_.points) return {};
+        return Fail(ErrorCode::Failure, fmt::format("{} changed while it was read; export it again "
+                                                    "when no other program is at work on it",
+                                                    detail::Shown(path_)));
+    }
+
+    [[nodiscard]] const ExportedCloud& Cloud() const { return cloud_; }
+    [[nodiscard]] std::uint64_t Bytes() const { return bytes_; }
+
+private:
+    template <class Use>
+    Expected<void> ForEachPoint(Use&& use) {
+        reader_.Reset();
+        ExportedPoint point;
+        for (bool more = true; more; reader_.Step()) {
+            std::uint64_t at = 0;
+            more = reader_.ReadChunk(at);
+            if (reader_.chunkView == nullptr && reader_.recordsInView != 0) {
+                return Fail(ErrorCode::Failure,
+                            detail::Shown(path_) + " could not be read; check its permissions");
+            }
+            for (std::uint64_t i = 0; i < reader_.recordsInView; ++i, at += kAlivePointBytes) {
+                if (decoder_.Decode(reader_.chunkView + at, point)) use(point);
+                if (i % kStretch == 0 && !MayGoOn()) {
+                    return Fail(ErrorCode::Cancelled,
+                                "the export was cancelled; nothing was "
+                                "written");
+                }
+            }
+        }
+        return {};
+    }
+
+    // Counting takes far less time than writing.
+    bool MayGoOn() {
+        constexpr double kCounting = 0.05;
+        const double share = reader_.Progress() / 100.0;
+        const double fraction =
+            pass_ == 0 ? kCounting * share : kCounting + (1 - kCounting) * share;
+        return !callback_ || callback_(fraction, written_, bytes_);
+    }
+
+    CString path_;
+    GenericReader reader_;
+    PointDecoder decoder_;
+    const ExportCallback& callback_;
+    ExportedCloud cloud_;
+    int pass_ = 0;
+    std::uint64_t written_ = 0;
+    std::uint64_t bytes_ = 0;
+};
+
+Expected<void> RequireTarget(const CString& target, ExistingFile existing) {
+    if (auto place = RequireOutputPlace(target); !place) return place;
+    if (existing == ExistingFile::Replace || !platform::PathExists(target)) return {};
+    return Fail(ErrorCode::BadInput,
+                fmt::format("{} exists already; give another name, or --overwrite to replace it",
+                            detail::Shown(target)));
+}
+
+Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {
+    std::error_code error;
+    const CString folder = platform::ParentOf(platform::AbsolutePath(target));
+    const std::uint64_t free = platform::FreeSpace(folder, error);
+    if (error || bytes <= free) return {};
+    return Fail(
+        ErrorCode::NoSpace,
+        fmt::format("{} takes about {} and its disk has {} free; free some space, or "
+                    "export to another disk",
+                    detail::Shown(target), platform::BytesText(bytes), platform::BytesText(free)));
+}
+
+}  // namespace
+
+Expected<ExportReport> ExportProject(const CString& project, const CString& target,
+                                     const ExportOptions& options, const ExportCallback& callback) {
+    const auto start = std::chrono::steady_clock::now();
+    if (auto there = RequireTarget(target, options.existing); !there)
+        return tl::unexpected<Error>(there.error());
+    auto opened = detail::OpenProject::Open(project);
+    if (!opened) return tl::unexpected<Error>(opened.error());
+    const ProjectManager& manager = (*opened)->Manager();
+    const auto frame = detail::ReadTransform(manager.transformFile);
+    if (!frame) return tl::unexpected<Error>(frame.error());
+
+    Export work(manager.gridPts, *frame, options, callback);
+    if (auto counted = work.Count(); !counted) return tl::unexpected<Error>(counted.error());
+    const ExportedCloud& cloud = work.Cloud();
+    if (cloud.points == 0)
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} holds no point to export{}; nothing was written",
+                                detail::Shown(project),
+                                options.station || options.box
+                                    ? " of that station or in that box; 'orvix info' tells the "
+                                      "stations and the bounds"
+                                    : ""));
+    const auto writer = MakeCloudWriter(target, cloud);
+    if (auto room = RequireRoom(target, cloud.points * writer->PointBytes()); !room)
+        return tl::unexpected<Error>(room.error());
+    OutputFile file(target);
+    if (auto written = work.Write(*writer, file); !written)
+        return tl::unexpected<Error>(written.error());
+    if (auto committed = file.Commit(); !committed) return tl::unexpected<Error>(committed.error());
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+    return ExportReport{cloud.points, work.Bytes(), writer->Format(), cloud.bounds, spent.count()};
+}
+
+}  // namespace orvix::output

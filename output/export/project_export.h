@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
+#include "orvix/points/records.h"
+
+namespace orvix::output {
+
+enum class ExistingFile { Keep, Replace };
+
+struct ExportOptions {
+    std::optional<std::uint16_t> station;  ///< only this station's points
+    std::optional<ExtendsT<double>> box;   ///< only points in it, its faces included; world
+    ExistingFile existing = ExistingFile::Keep;
+};
+
+struct ExportReport {
+    std::uint64_t points = 0;
+    std::uint64_t bytes = 0;  ///< of the file
+    std::string format;       ///< for people
+    ExtendsT<double> bounds;  ///< of the points, world
+    double seconds = 0;
+};
+
+/// Told the share of the work done (0 to 1), and the points and bytes written; false cancels.
+using ExportCallback =
+    std::function<bool(double fraction, std::uint64_t points, std::uint64_t bytes)>;
+
+/// Writes the points of a project, in world coordinates and with all that their records hold, to a
+/// .ply, .las or .xyz file (see the writers in cloud_writer.h).
+///
+/// Order    as in the project: cell by cell.
+/// Boundaries of the world coordinate of a point under a plain shift by zero, the sign of a zero
+///          stays.
+/// Errors   BadInput for a file that exists, unless it is to be replaced, a place that cannot be
+///          written to and a choice that holds no point; NoSpace, before the first byte where it
+///          can be told; Cancelled. The file appears whole or not at all.
+/// Cost     two passes over the mapped point file, one to count and one to write; memory stays
+/// flat.
+Expected<ExportReport> ExportProject(const CString& project, const CString& target,
+                                     const ExportOptions& options,
+                                     const ExportCallback& callback = {});
+
+}  // namespace orvix::output

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <vector>
+
+#include "output/text_file.h"
+#include "reports/planes_report.h"
+
+namespace orvix::output {
+
+/// The formats behind WriteOutlines, a file each.
+void PrintDxf(TextFile& file, const std::vector<reports::WorldPlane>& planes);
+void PrintGeoJson(TextFile& file, const std::vector<reports::WorldPlane>& planes);
+void PrintIfc(TextFile& file, const std::vector<reports::WorldPlane>& planes);
+
+}  // namespace orvix::output

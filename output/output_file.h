@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <system_error>
+
+#include "orvix/platform/error.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::output {
+
+/// Whether a file may appear under this name: its folder exists, and it is no folder itself. Asked
+/// before the work whose result the file is to hold.
+///
+/// Errors   BadInput, with the path.
+Expected<void> RequireOutputPlace(const CString& path);
+
+/// A result file that appears whole or not at all. It grows beside its name, with the ending
+/// .orvix-part, and takes the name when it is complete; a file of that name stays until then.
+///
+///     OutputFile file(path);
+///     file.Append(bytes.data(), bytes.size());
+///     return file.Commit();
+///
+/// Errors   the first failure is kept and told by `Commit`: NoSpace or Failure, with the path.
+/// Lifetime the destructor removes what was not committed.
+/// Cost     no buffer: hand over large blocks.
+class OutputFile {
+public:
+    explicit OutputFile(const CString& path);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void Append(const void* data, std::size_t bytes);
+    Expected<void> Commit();
+
+private:
+    CString path_;
+    CString part_;
+    std::error_code error_;
+    platform::File file_;
+    bool made_ = false;
+};
+
+}  // namespace orvix::output

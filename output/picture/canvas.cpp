@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/picture/canvas.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "output/picture/text_quads.h"
+
+namespace orvix::output {
+
+namespace {
+
+constexpr double kRaisedSize = 0.65;
+
+// Part of the sample [at, at + 1) that lies in [low, high).
+double Overlap(int at, double low, double high) {
+    return std::clamp(std::min(high, at + 1.0) - std::max(low, at * 1.0), 0.0, 1.0);
+}
+
+std::uint8_t Mix(std::uint8_t under, std::uint8_t over, double coverage) {
+    return static_cast<std::uint8_t>(std::lround(under + (over - under) * coverage));
+}
+
+double SquaredLength(Pixel2 v) {
+    return v.x * v.x + v.y * v.y;
+}
+
+struct TextPieceOf {
+    std::string text;
+    bool raised = false;
+};
+
+// Splits at "^2" and keeps to the characters that the letters cover.
+std::vector<TextPieceOf> Pieces(std::string_view text) {
+    std::vector<TextPieceOf> pieces(1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text.substr(i, 2) == "^2") {
+            pieces.push_back({"2", true});
+            pieces.push_back({});
+            ++i;
+        } else if ((static_cast<unsigned char>(text[i]) & 0xC0u) != 0x80u) {
+            pieces.back().text += text[i] >= ' ' && text[i] <= '~' ? text[i] : '?';
+        }
+    }
+    return pieces;
+}
+
+}  // namespace
+
+double TextWidth(std::string_view text, double size) {
+    double width = 0;
+    for (const TextPieceOf& piece : Pieces(text))
+        width += QuadsWidth(piece.text) * size * (piece.raised ? kRaisedSize : 1.0);
+    return width;
+}
+
+Canvas::Canvas(int width, int height, Colour background)
+    : width_(width),
+      height_(height),
+      samples_(static_cast<std::size_t>(width) * kSamples * height * kSamples, background) {}
+
+void Canvas::Blend(int x, int y, Colour colour, double coverage) {
+    if (x < 0 || y < 0 || x >= width_ * kSamples || y >= height_ * kSamples || coverage <= 0)
+        return;
+    Colour& sample = samples_[static_cast<std::size_t>(y) * width_ * kSamples + x];
+    sample = {Mix(sample.r, colour.r, coverage), Mix(sample.g, colour.g, coverage),
+              Mix(sample.b, colour.b, coverage)};
+}
+
+void Canvas::FillRect(const PixelRect& rect, Colour colour) {
+    const double left = rect.left * kSamples, right = left + rect.width * kSamples;
+    const double top = rect.top * kSamples, bottom = top + rect.height * kSamples;
+    for (int y = static_cast<int>(std::floor(top)); y < bottom; ++y)
+        for (int x = static_cast<int>(std::floor(left)); x < right; ++x)
+            Blend(x, y, colour, Overlap(x, left, right) * Overlap(y, top, bottom));
+}
+
+void Canvas::Frame(const PixelRect& rect, double width, Colour colour) {
+    FillRect({rect.left, rect.top, rect.width, width}, colour);
+    FillRect({rect.left, rect.top + rect.height - width, rect.width, width}, colour);
+    FillRect({rect.left, rect.top, width, rect.height}, colour);
+    FillRect({rect.left + rect.width - width, rect.top, width, rect.height}, colour);
+}
+
+void Canvas::Line(Pixel2 from, Pixel2 to, double width, Colour colour) {
+    const Pixel2 a{from.x * kSamples, from.y * kSamples};
+    const Pixel2 along{to.x * kSamples - a.x, to.y * kSamples - a.y};
+    const double half = width * kSamples / 2;
+    const double squared = SquaredLength(along);
+    const int bottom = static_cast<int>(std::ceil(std::max(a.y, a.y + along.y) + half + 1));
+    const int right = static_cast<int>(std::ceil(std::max(a.x, a.x + along.x) + half + 1));
+    for (int y = static_cast<int>(std::min(a.y, a.y + along.y) - half - 1); y < bottom; ++y) {
+        for (int x = static_cast<int>(std::min(a.x, a.x + along.x) - half - 1); x < right; ++x) {
+            const Pixel2 p{x + 0.5 - a.x, y + 0.5 - a.y};
+            const double dot = p.x * along.x + p.y * along.y;
+            const double t = squared > 0 ? std::clamp(dot / squared, 0.0, 1.0) : 0.0;
+            const Pixel2 off{p.x - t * along.x, p.y - t * along.y};
+            const double distance = std::sqrt(SquaredLength(off));
+            Blend(x, y, colour, std::clamp(half + 0.5 - distance, 0.0, 1.0));
+        }
+    }
+}
+
+void Canvas::Disc(Pixel2 centre, double radius, Colour colour) {
+    Line(centre, centre, 2 * radius, colour);
+}
+
+void Canvas::TextPiece(Pixel2 at, const std::string& text, double size, Colour colour) {
+    for (const TextQuad& quad : QuadsOf(text))
+        FillRect(
+            {at.x + quad.x * size, at.y + quad.y * size, quad.width * size, quad.height * size},
+            colour);
+}
+
+void Canvas::Text(Pixel2 at, std::string_view text, double size, Colour colour, Align align) {
+    if (align == Align::Right) at.x -= TextWidth(text, size);
+    if (align == Align::Centre) at.x -= TextWidth(text, size) / 2;
+    for (const TextPieceOf& piece : Pieces(text)) {
+        const double pieceSize = piece.raised ? size * kRaisedSize : size;
+        TextPiece({at.x, at.y - (piece.raised ? size : 0)}, piece.text, pieceSize, colour);
+        at.x += QuadsWidth(piece.text) * pieceSize;
+    }
+}
+
+std::vector<std::uint8_t> Canvas::Finish() const {
+    std::vector<std::uint8_t> bytes;
+    bytes.reserve(static_cast<std::size_t>(width_) * height_ * 3);
+    constexpr int kShare = kSamples * kSamples;
+    for (int y = 0; y < height_; ++y) {
+        for (int x = 0; x < width_; ++x) {
+            int r = kShare / 2, g = kShare / 2, b = kShare / 2;
+            for (int s = 0; s < kShare; ++s) {
+                const std::size_t row = static_cast<std::size_t>(y) * kSamples + s / kSamples;
+                const Colour& c = samples_[row * width_ * kSamples + x * kSamples + s % kSamples];
+                r += c.r, g += c.g, b += c.b;
+            }
+            for (const int sum : {r, g, b})
+                bytes.push_back(static_cast<std::uint8_t>(sum / kShare));
+        }
+    }
+    return bytes;
+}
+
+}  // namespace orvix::output

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvix::output {
+
+struct Colour {
+    std::uint8_t r = 0;
+    std::uint8_t g = 0;
+    std::uint8_t b = 0;
+};
+
+struct Pixel2 {
+    double x = 0;
+    double y = 0;
+};
+
+struct PixelRect {
+    double left = 0;
+    double top = 0;
+    double width = 0;
+    double height = 0;
+};
+
+enum class Align { Left, Centre, Right };
+
+/// A picture to draw on: x goes right, y goes down, in pixels of the finished picture.
+///
+/// It holds two samples a pixel along each axis, and edges cover samples in part, so that lines
+/// and letters come out smooth.
+///
+///     Canvas canvas(1600, 900, kWhite);
+///     canvas.Line({10, 10}, {200, 80}, 1.5, kInk);
+///     canvas.Text({10, 20}, "Face on", 2, kInk);
+///     WritePng(path, canvas);
+///
+/// Boundaries what falls outside is cut off.
+class Canvas {
+public:
+    static constexpr int kSamples = 2;  // along each axis of a pixel
+
+    Canvas(int width, int height, Colour background);
+
+    void FillRect(const PixelRect& rect, Colour colour);
+    void Frame(const PixelRect& rect, double width, Colour colour);
+    void Line(Pixel2 from, Pixel2 to, double width, Colour colour);
+    void Disc(Pixel2 centre, double radius, Colour colour);
+    /// Text whose top is at `at`; `size` is the height of a dot of the letters (a capital is 7
+    /// dots high). "^2" is a raised 2. Characters beyond ASCII show as "?".
+    void Text(Pixel2 at, std::string_view text, double size, Colour colour,
+              Align align = Align::Left);
+
+    [[nodiscard]] int Width() const { return width_; }
+    [[nodiscard]] int Height() const { return height_; }
+    /// One sample, at sample coordinates (kSamples a pixel).
+    void Blend(int x, int y, Colour colour, double coverage);
+    /// The finished picture: rows from the top, three bytes a pixel.
+    [[nodiscard]] std::vector<std::uint8_t> Finish() const;
+
+private:
+    void TextPiece(Pixel2 at, const std::string& text, double size, Colour colour);
+
+    int width_;
+    int height_;
+    std::vector<Colour> samples_;
+};
+
+double TextWidth(std::string_view text, double size);
+
+}  // namespace orvix::output

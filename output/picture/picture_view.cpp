@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/picture/picture_view.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace orvix::output {
+
+namespace {
+
+using Vector = PictureView::Vector;
+
+constexpr double kLevel = 0.99;
+
+Vector Unit(const Vector& v) {
+    const double length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+    return {v.x / length, v.y / length, v.z / length};
+}
+
+Vector Cross(const Vector& a, const Vector& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+}  // namespace
+
+void ViewBounds::Add(double x, double y) {
+    left = std::min(left, x);
+    right = std::max(right, x);
+    bottom = std::min(bottom, y);
+    top = std::max(top, y);
+}
+
+ViewBounds ViewBounds::Widened(double share, double least) const {
+    const double margin = share * std::max(Width(), Height());
+    const double dx = std::max(margin, (least - Width()) / 2);
+    const double dy = std::max(margin, (least - Height()) / 2);
+    return {left - dx, right + dx, bottom - dy, top + dy};
+}
+
+PictureView PictureView::Plan() {
+    return {};
+}
+
+PictureView PictureView::Facing(Vector normal) {
+    PictureView view;
+    if (std::fabs(normal.z) > kLevel) return view;
+    view.toward_ = normal;
+    view.right_ = Unit(Cross({0, 0, 1}, normal));
+    view.up_ = Cross(normal, view.right_);
+    return view;
+}
+
+void PictureView::Fit(const ViewBounds& bounds, const PixelRect& panel) {
+    panel_ = panel;
+    scale_ = std::min(panel.width / bounds.Width(), panel.height / bounds.Height());
+    centreX_ = (bounds.left + bounds.right) / 2;
+    centreY_ = (bounds.bottom + bounds.top) / 2;
+}
+
+Pixel2 PictureView::Place(const Vector& p) const {
+    return {panel_.left + panel_.width / 2 + (X(p) - centreX_) * scale_,
+            panel_.top + panel_.height / 2 - (Y(p) - centreY_) * scale_};
+}
+
+ViewBounds PictureView::Shown() const {
+    const double dx = panel_.width / scale_ / 2, dy = panel_.height / scale_ / 2;
+    return {centreX_ - dx, centreX_ + dx, centreY_ - dy, centreY_ + dy};
+}
+
+std::string PictureView::NameOf(const Vector& d) {
+    if (std::fabs(d.z) > 0.5) return std::fabs(d.z) > 0.95 ? "z" : "up the slope";
+    if (std::fabs(d.x) > 0.999) return d.x > 0 ? "x" : "-x";
+    if (std::fabs(d.y) > 0.999) return d.y > 0 ? "y" : "-y";
+    const double bearing = std::atan2(d.x, d.y) * 180 / std::numbers::pi;
+    return fmt::format("bearing {:.0f}", bearing < -0.5 ? bearing + 360 : bearing);
+}
+
+double RoundLength(double most) {
+    const double power = std::pow(10.0, std::floor(std::log10(most)));
+    for (const double step : {5.0, 2.0})
+        if (step * power <= most) return step * power;
+    return power;
+}
+
+std::string LengthText(double metres) {
+    if (metres >= 1000) return fmt::format("{:g} km", metres / 1000);
+    if (metres >= 1) return fmt::format("{:g} m", metres);
+    if (metres >= 0.0999) return fmt::format("{:.0f} cm", metres * 100);
+    return fmt::format("{:.2g} mm", metres * 1000);
+}
+
+}  // namespace orvix::output

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/sort/block_sorter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+
+namespace orvix::importer::test {
+namespace {
+
+ExtendsT<float> BoundsOf(const std::vector<AlivePoint>& points) {
+    ExtendsT<float> bounds{{points[0].x, points[0].y, points[0].z},
+                           {points[0].x, points[0].y, points[0].z}};
+    for (const AlivePoint& p : points) {
+        bounds.min = {std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y),
+                      std::min(bounds.min.z, p.z)};
+        bounds.max = {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y),
+                      std::max(bounds.max.z, p.z)};
+    }
+    return bounds;
+}
+
+class BlockSorterModel : public testing::TestWithParam<int> {};
+
+TEST_P(BlockSorterModel, SortsLikeStableSortAndCountsTheCells) {
+    std::mt19937 random(static_cast<unsigned>(GetParam()));
+    SCOPED_TRACE(testing::Message() << "seed " << GetParam());
+    // From one cell to the widest box there is, which no single number can order.
+    const float extent = std::vector<float>{0.05f, 3, 40, 5000, 9.9e6f}[GetParam() % 5];
+    std::uniform_real_distribution<float> coordinate(-extent, extent);
+    std::vector<AlivePoint> points(1 + random() % 3000);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        points[i] = {coordinate(random), coordinate(random), coordinate(random)};
+        std::memcpy(points[i].attributes.data(), &i, sizeof i);
+        if (random() % 3 == 0) points[i].x = points[0].x;
+    }
+    const GridFrame frame(BoundsOf(points));
+    std::vector<AlivePoint> sorted(points.size());
+    std::vector<CellCount> cells;
+    BlockSorter sorter;
+    sorter.Sort(frame, points, sorted.data(), &cells);
+    const auto placeOf = [](const AlivePoint& p) {
+        std::array<std::array<std::int32_t, 3>, 3> place{};
+        const std::array<float, 3> v{p.x, p.y, p.z};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const detail::AxisCell cell = detail::CellOf(v[axis]);
+            place[0][axis] = cell.cell1000;
+            place[1][axis] = cell.cell100;
+            place[2][axis] = cell.cell10;
+        }
+        return place;
+    };
+    std::stable_sort(points.begin(), points.end(), [&](const AlivePoint& a, const AlivePoint& b) {
+        return placeOf(a) < placeOf(b);
+    });
+    ASSERT_EQ(std::memcmp(points.data(), sorted.data(), points.size() * sizeof(AlivePoint)), 0);
+    std::size_t next = 0;
+    for (const CellCount& cell : cells) {
+        ASSERT_GT(cell.count, 0u);
+        const CellPosition position = frame.PositionOf(cell.key);
+        for (std::uint32_t i = 0; i < cell.count; ++i, ++next) {
+            const auto place = placeOf(points.at(next));
+            ASSERT_EQ(place[1], position.cell100);
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                ASSERT_EQ(place[2][axis], position.cell10[axis]);
+            }
+        }
+    }
+    EXPECT_EQ(next, points.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, BlockSorterModel, testing::Range(0, 64));
+
+}  // namespace
+}  // namespace orvix::importer::test

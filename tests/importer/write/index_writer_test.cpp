@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/write/index_writer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "importer/grid/surface_density.h"
+#include "importer/sort/memory_plan.h"
+#include "support/scratch_folder.h"
+
+namespace orvix::importer::test {
+namespace {
+
+constexpr std::uint32_t kMost = 0xFFFF'FFFF;
+
+TEST(IndexWriter, RefusesACubicMetreOfMorePointsThanItsRecordCanTell) {
+    const orvix::test::ScratchFolder folder;
+    ProjectManager project;
+    project.Create(folder / L"p.prj");
+    IndexWriter index(GridFrame(), IndexWriter::FineLevel::Write);
+    ASSERT_TRUE(index.Create(project));
+    const CellKey next{0, 1};
+    const CellKey nextMetre{0, 1000};
+    ASSERT_TRUE(index.Add(std::vector<CellCount>{{kFirstKey, kMost - 2}, {next, 1}, {next, 1}}));
+    const auto refused = index.Add(std::vector<CellCount>{{next, 1}});
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, testing::HasSubstr("4294967295"));
+    ASSERT_TRUE(index.Add(std::vector<CellCount>{{nextMetre, kMost}}));
+    EXPECT_EQ(index.Points(), 2 * std::uint64_t{kMost});
+}
+
+TEST(SurfaceDensity, IsTheMedianOverThePointsNotOverTheCells) {
+    SurfaceDensity density;
+    EXPECT_EQ(density.Median(), 0);
+    for (int i = 0; i < 90; ++i) density.AddCell(1);
+    density.AddCell(100);
+    EXPECT_EQ(density.Median(), 100);
+    density.AddCell(1'000'003);
+    EXPECT_EQ(density.Median(), 999'936);  // the upper 12 of 20 bits
+}
+
+TEST(SurfaceDensity, GivesStepsInHalfCentimetresWithinBounds) {
+    EXPECT_DOUBLE_EQ(BaseStep(27), 0.245);
+    EXPECT_DOUBLE_EQ(BaseStep(1e6), 0.025);
+    EXPECT_DOUBLE_EQ(BaseStep(0.01), 2.5);
+    EXPECT_DOUBLE_EQ(BaseStep(0), 0.1);
+}
+
+TEST(MemoryPlan, SharesOutWhatTheLimitAllows) {
+    for (const std::uint64_t limit :
+         {std::uint64_t{64} << 20, std::uint64_t{1} << 30, std::uint64_t{16} << 30}) {
+        for (const unsigned threads : {1u, 2u, 64u}) {
+            const MemoryPlan plan = PlanMemory(limit, threads);
+            EXPECT_GE(plan.workers, 1u);
+            EXPECT_LE(plan.workers, threads);
+            EXPECT_GE(plan.poolBytes, limit / 6);
+            EXPECT_LE(plan.poolBytes, limit);
+            EXPECT_LE(plan.workers * plan.memoryBlockPoints * 80, limit);
+        }
+    }
+    EXPECT_EQ(PlanMemory(std::uint64_t{1} << 30, 2).workers, 2u);
+    EXPECT_GE(PlanMemory(1, 0).workers, 1u);
+}
+
+}  // namespace
+}  // namespace orvix::importer::test

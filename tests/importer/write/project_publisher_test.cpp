@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/write/project_publisher.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/scratch_folder.h"
+
+namespace orvix::importer::test {
+namespace {
+
+using orvix::test::ReadBytes;
+using orvix::test::ScratchFolder;
+using orvix::test::WriteText;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Existing = ProjectPublisher::Existing;
+
+std::string TextOf(const CString& path) {
+    const auto bytes = ReadBytes(path);
+    return {bytes.begin(), bytes.end()};
+}
+
+void Fill(ProjectManager& project, const std::string& content) {
+    for (const CString* file :
+         {&project.headFile, &project.transformFile, &project.projectFile, &project.gridPts}) {
+        WriteText(*file, content);
+    }
+}
+
+void MakeFolders(const CString& outer, const CString& inner) {
+    std::error_code error;
+    platform::MakeFolder(outer, error);
+    platform::MakeFolder(platform::JoinPath(outer, inner), error);
+}
+
+TEST(ProjectPublisher, MakesTheProjectAppearWithNothingBesideIt) {
+    const ScratchFolder folder;
+    auto publisher = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+    ASSERT_TRUE(publisher) << publisher.error().message;
+    Fill(publisher->Working(), "new");
+    ASSERT_TRUE(publisher->ScratchFolder());
+    ASSERT_TRUE(publisher->RemoveScratch());
+    EXPECT_FALSE(platform::PathExists(folder / L"p.prj"));
+    ASSERT_TRUE(publisher->Publish());
+    { const ProjectPublisher done = std::move(*publisher); }
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_EQ(TextOf(folder / L"p.prj"), "new");
+    EXPECT_FALSE(platform::PathExists(folder / L"p_Project_Files/importing"));
+    EXPECT_FALSE(platform::PathExists(folder / L"p_Project_Files/runs"));
+}
+
+TEST(ProjectPublisher, RemovesWhatWasNotPublished) {
+    const ScratchFolder folder;
+    {
+        auto publisher = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+        ASSERT_TRUE(publisher);
+        Fill(publisher->Working(), "new");
+    }
+    EXPECT_THAT(folder.Names(), IsEmpty());
+}
+
+TEST(ProjectPublisher, LetsOneImportAtATimeWorkOnATarget) {
+    const ScratchFolder folder;
+    auto first = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+    ASSERT_TRUE(first);
+    const auto second = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+    ASSERT_FALSE(second);
+    EXPECT_THAT(second.error().message, HasSubstr("under way"));
+    EXPECT_TRUE(platform::PathExists(first->Working().projectFile));
+}
+
+TEST(ProjectPublisher, TakesTheFoldersThatADestroyedProjectLeavesButNoFiles) {
+    const ScratchFolder folder;
+    MakeFolders(folder / L"p_Project_Files", L"Data");
+    {
+        auto publisher = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+        ASSERT_TRUE(publisher) << publisher.error().message;
+        Fill(publisher->Working(), "new");
+        ASSERT_TRUE(publisher->Publish());
+    }
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
+    std::error_code error;
+    platform::RemoveFile(folder / L"p.prj", error);
+    const auto refused = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("p_Project_Files exists"));
+}
+
+TEST(ProjectPublisher, LeavesFilesThatCarryItsNamesAndStemFromNoImport) {
+    const ScratchFolder folder;
+    WriteText(folder / L"p.importing.prj", "mine");
+    const auto refused = ProjectPublisher::Begin(folder / L"p.prj", Existing::Replace);
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("in the way"));
+    EXPECT_EQ(TextOf(folder / L"p.importing.prj"), "mine");
+}
+
+TEST(ProjectPublisher, ReplacesOnlyWhatIsAProject) {
+    const ScratchFolder folder;
+    const CString target = folder / L"map.prj";
+    WriteText(target, "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\"]]");
+    const auto refused = ProjectPublisher::Begin(target, Existing::Replace);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code, ErrorCode::BadInput);
+    EXPECT_THAT(refused.error().message, HasSubstr("another program"));
+    EXPECT_THAT(folder.Names(), ElementsAre(L"map.prj"));
+    // One that was just created, and one that a power cut left short.
+    for (const std::string& start : {std::string(), std::string("\x0d\0\0\0\0", 5)}) {
+        WriteText(target, start);
+        EXPECT_TRUE(ProjectPublisher::Begin(target, Existing::Replace));
+    }
+}
+
+TEST(ProjectPublisher, KeepsFromAFolderThatBelongsToAProjectOfOtherCase) {
+    const ScratchFolder folder;
+    MakeFolders(folder / L"up_Project_Files", L"Index");
+    WriteText(folder / L"up.PRJ", "");
+    if (platform::PathExists(folder / L"up.prj")) return;  // here the two names are one file
+    const auto refused = ProjectPublisher::Begin(folder / L"up.prj", Existing::Replace);
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("up.PRJ"));
+}
+
+/// What an import that was killed while it published may leave; its lock file tells of it.
+struct Leftover {
+    const char* name;
+    bool oldAside;        // the old folder has stepped aside
+    bool oldExchanged;    // the old folder carries the working name
+    bool newInPlace;      // the target's folder is the new one
+    bool projectRenamed;  // and so is the project file
+    const char* survivor;
+};
+
+class ProjectPublisherAfterAKill : public testing::TestWithParam<Leftover> {};
+
+TEST_P(ProjectPublisherAfterAKill, FindsOneWholeProject) {
+    const Leftover& left = GetParam();
+    const ScratchFolder folder;
+    const auto place = [&](const CString& name, const char* content, bool marked) {
+        MakeFolders(folder / name, L"Index");
+        WriteText(folder / (name + L"/head"), content);
+        if (marked) WriteText(folder / (name + L"/importing"), "");
+    };
+    WriteText(folder / L"p.importing.lock", "");
+    WriteText(folder / L"p.prj", left.projectRenamed ? "new" : "old");
+    if (!left.projectRenamed) WriteText(folder / L"p.importing.prj", "new");
+    if (left.oldAside) place(L"p.importing_Replaced_Files", "old", false);
+    if (left.oldExchanged) place(L"p.importing_Project_Files", "old", false);
+    if (left.newInPlace) place(L"p_Project_Files", "new", true);
+    if (!left.newInPlace) place(L"p.importing_Project_Files", "new", true);
+    if (!left.newInPlace && !left.oldAside) place(L"p_Project_Files", "old", false);
+    const auto next = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+    ASSERT_FALSE(next) << "the project is there";
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
+    EXPECT_EQ(TextOf(folder / L"p.prj"), left.survivor);
+    EXPECT_EQ(TextOf(folder / L"p_Project_Files/head"), left.survivor);
+    EXPECT_FALSE(platform::PathExists(folder / L"p_Project_Files/importing"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Publishing, ProjectPublisherAfterAKill,
+    testing::Values(Leftover{"BeforeTheFolders", false, false, false, false, "old"},
+                    Leftover{"OldStoodAside", true, false, false, false, "old"},
+                    Leftover{"NewInPlaceOldAside", true, false, true, false, "old"},
+                    Leftover{"Exchanged", false, true, true, false, "old"},
+                    Leftover{"ProjectFileRenamed", false, true, true, true, "new"},
+                    Leftover{"ProjectFileRenamedOldAside", true, false, true, true, "new"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ProjectPublisher, UndoesAFirstImportThatWasKilledHalfPublished) {
+    const ScratchFolder folder;
+    WriteText(folder / L"p.importing.lock", "");
+    WriteText(folder / L"p.importing.prj", "new");
+    MakeFolders(folder / L"p_Project_Files", L"Index");
+    WriteText(folder / L"p_Project_Files/importing", "");
+    { ASSERT_TRUE(ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep)); }
+    EXPECT_THAT(folder.Names(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace orvix::importer::test

@@ -1,0 +1,484 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/planes/dialog/plane_params.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <set>
+
+#include "orvix/planes/dialog/caption_keys.h"
+#include "orvix/planes/dialog/plane_params_captions.h"
+#include "orvix/planes/dialog/plane_params_values.h"
+#include "orvix/platform/utility_lib.h"
+#include "support/scratch_folder.h"
+#include "support/tiny_project.h"
+#include "tests/support/settings_sandbox.h"
+
+namespace orvix {
+namespace {
+
+using platform::ParamsButton;
+using platform::ParamsSlider;
+using platform::ParamsStep;
+using Positions = std::array<int, platform::kParamsSliders>;  // M, DCM, CM, ABC, speed
+
+/// Remembers what it was told; its user is a script.
+struct FakeWindow final : platform::ParamsWindow {
+    using Script = std::function<void(FakeWindow&)>;
+    explicit FakeWindow(Script what) : script(std::move(what)) {}
+
+    int Run(void* owner, platform::ParamsEvents& told) override {
+        parent = owner;
+        events = &told;
+        code = 0;
+        told.Opened();
+        if (code == 0) script(*this);
+        return code;
+    }
+    void Close(int with) override { code = with; }
+    [[nodiscard]] CString Trouble() const override { return L"no screen"; }
+    void SetCaptions(const platform::ParamsCaptions& all) override { captions = all; }
+    void SetChoice(int entry) override { choice = entry; }
+    void SetRange(ParamsSlider slider, int low, int high) override {
+        ranges[static_cast<std::size_t>(slider)] = {low, high};
+    }
+    void SetPosition(ParamsSlider slider, int position) override {
+        positions[static_cast<std::size_t>(slider)] = position;
+    }
+    void SetValue(ParamsSlider slider, const CString& text) override {
+        values[static_cast<std::size_t>(slider)] = text;
+    }
+    void SetStep(const CString& text) override { step = text; }
+    void EnableView(bool enabled) override { view = enabled; }
+    void ShowPicture(const platform::ParamsPicture& shown) override { picture = shown.text; }
+    void StepAside() override { log += L"aside "; }
+    void ComeBack() override { log += L"back "; }
+
+    void Move(ParamsSlider slider, int position) { events->SliderMoved(slider, position); }
+    void Press(ParamsButton button) { events->ButtonPressed(button); }
+    void Step(ParamsSlider slider, ParamsStep direction) { events->StepPressed(slider, direction); }
+    void Choose(int entry) { events->ChoiceMade(entry); }
+
+    Script script;
+    platform::ParamsEvents* events = nullptr;
+    void* parent = nullptr;
+    int code = 0;
+    platform::ParamsCaptions captions;
+    int choice = -1;
+    std::array<std::pair<int, int>, platform::kParamsSliders> ranges;
+    Positions positions{};
+    std::array<CString, platform::kParamsSliders> values;
+    CString step;
+    bool view = false;
+    CString picture;
+    CString log;
+};
+
+struct PlaneParamsTest : testing::Test {
+    PlaneParamsTest() { UtilityLib::OverrideLocale(0x409); }
+
+    /// Opens the dialog, lets the script use it, and presses OK when the script has not closed it.
+    int Open(const FakeWindow::Script& script,
+             const std::function<void(PlaneParams&)>& prepare = {}, double least = 0) {
+        PlaneParams dialog(settings, true, least, nullptr);
+        if (prepare) prepare(dialog);
+        dialog.UseWindow(std::make_unique<FakeWindow>([&](FakeWindow& window) {
+            script(window);
+            if (window.code == 0) window.Press(ParamsButton::Ok);
+        }));
+        return dialog.DoModal();
+    }
+
+    void SetAlive(double splitSize, double diff = 0.15, std::int32_t minPlane = 0) {
+        settings->SetAliveSplitSize(splitSize);
+        settings->aliveDiffA = settings->aliveDiffB = settings->aliveDiffC = diff;
+        settings->aliveMinPlane = minPlane;
+        settings->usage = 0;
+        settings->SetUsage();
+    }
+
+    test::SettingsSandbox sandbox;
+    std::shared_ptr<PlaneWormSettings> settings =
+        std::make_shared<PlaneWormSettings>(false, true, ProjectManager(), 2.0);
+};
+
+TEST_F(PlaneParamsTest, OpensWithTheSetInUseItsRangesAndItsTexts) {
+    settings->stepClass = 1;
+    Open([](FakeWindow& w) {
+        EXPECT_EQ(w.choice, 1) << "usage 1 is the skeleton set";
+        EXPECT_EQ(w.positions, (Positions{0, 4, 0, 10, 0}));
+        EXPECT_THAT(w.ranges,
+                    testing::ElementsAre(std::pair(0, 10), std::pair(0, 10), std::pair(0, 10),
+                                         std::pair(1, 100), std::pair(0, 2)));
+        EXPECT_THAT(w.values,
+                    testing::ElementsAre(L"0 m", L"4 dcm", L"0 cm", L"10 (8.6\u00B0)", L"Exact"));
+        EXPECT_EQ(w.step, L"Step: 0.40 m");
+        EXPECT_EQ(w.captions.choices, (std::vector<CString>{L"Full cloud", L"Thinned cloud"}));
+        EXPECT_EQ(w.captions.scale, L"Thinned to 10 cm");
+        EXPECT_TRUE(w.view);
+    });
+}
+
+TEST_F(PlaneParamsTest, StoresWhatNobodyTouchedToTheLastBit) {
+    const double odd = std::nextafter(0.1473, 1.0);
+    SetAlive(odd);
+    settings->aliveDiffB = 0.0721;
+    settings->aliveDiffC = 1.9;
+    settings->aliveMinPlane = 9;
+    settings->SetSkeletSplitSize(12.345678);
+    settings->skeletDiffA = 0.001;
+    settings->skeletMinPlane = -7;
+    settings->usage = 3;
+    const int code = Open([](FakeWindow& w) {
+        EXPECT_EQ(w.positions, (Positions{10, 3, 4, 1, 2})) << "at their ends";
+        EXPECT_EQ(w.step, L"Step: 12.35 m") << "the value, not the sliders";
+        w.Choose(0);
+        EXPECT_EQ(w.positions, (Positions{0, 1, 4, 10, 2}));
+        w.Choose(1);
+    });
+    EXPECT_EQ(code, PlaneParams::kOk);
+    EXPECT_EQ(settings->aliveSplitSize, odd);
+    EXPECT_EQ(settings->aliveDiffA, 0.15);
+    EXPECT_EQ(settings->aliveDiffB, 0.0721);
+    EXPECT_EQ(settings->aliveDiffC, 1.9);
+    EXPECT_EQ(settings->aliveMinPlane, 9);
+    EXPECT_EQ(settings->skeletSplitSize, 12.345678);
+    EXPECT_EQ(settings->skeletDiffA, 0.001);
+    EXPECT_EQ(settings->skeletMinPlane, -7);
+    EXPECT_EQ(settings->usage, 1) << "switched away and back";
+    Open([](FakeWindow&) {});
+    settings->usage = 3;
+    Open([](FakeWindow&) {});
+    EXPECT_EQ(settings->usage, 3) << "any value but 0 is the skeleton set";
+}
+
+TEST_F(PlaneParamsTest, CancelChangesNothing) {
+    const auto before = *settings;
+    const int code = Open([](FakeWindow& w) {
+        for (const ParamsSlider slider : {ParamsSlider::Metres, ParamsSlider::Angle})
+            w.Step(slider, ParamsStep::Up);
+        w.Choose(0);
+        w.Press(ParamsButton::Default);
+        w.Press(ParamsButton::Cancel);
+    });
+    EXPECT_EQ(code, PlaneParams::kCancel);
+    EXPECT_EQ(settings->skeletSplitSize, before.skeletSplitSize);
+    EXPECT_EQ(settings->skeletDiffA, before.skeletDiffA);
+    EXPECT_EQ(settings->aliveSplitSize, before.aliveSplitSize);
+    EXPECT_EQ(settings->usage, before.usage);
+}
+
+// Every split size the sliders reach: stored, scaled, shown again as the same size and stored again
+// without any change.
+TEST_F(PlaneParamsTest, KeepsEveryReachableSplitSizeWithoutDrift) {
+    for (int m = 0; m <= 10; ++m) {
+        for (int dcm = 0; dcm <= 10; ++dcm) {
+            for (int cm = 0; cm <= 10; ++cm) {
+                const int sum = std::max(1, m * 100 + dcm * 10 + cm);
+                SetAlive(m == 0 ? 5.55 : 0.0);
+                Open([&](FakeWindow& w) {
+                    w.Move(ParamsSlider::Metres, m);
+                    w.Move(ParamsSlider::Decimetres, dcm);
+                    w.Move(ParamsSlider::Centimetres, cm);
+                    EXPECT_EQ(w.positions[0] * 100 + w.positions[1] * 10 + w.positions[2], sum);
+                });
+                const double stored = settings->aliveSplitSize;
+                ASSERT_NEAR(stored, sum / 100.0, 1e-14);
+                ASSERT_EQ(std::trunc(stored * 100), sum) << stored;
+                ASSERT_EQ(settings->SplitSizeScaled(), stored * 2.0);
+                Open([&](FakeWindow& w) {
+                    const Positions expected{std::min(sum / 100, 10), sum % 100 / 10, sum % 10, 10,
+                                             0};
+                    EXPECT_EQ(w.positions, expected);
+                });
+                ASSERT_EQ(settings->aliveSplitSize, stored);
+            }
+        }
+    }
+}
+
+TEST_F(PlaneParamsTest, KeepsEveryPositionOfTheAngularToleranceWithoutDrift) {
+    for (int position = 1; position <= 100; ++position) {
+        SetAlive(0.1, position == 1 ? 1.5 : 0.0);
+        Open([&](FakeWindow& w) { w.Move(ParamsSlider::Angle, position); });
+        const double stored = settings->diffA;
+        ASSERT_NEAR(stored, position * 0.015, 1e-15);
+        EXPECT_EQ(settings->diffB, stored);
+        EXPECT_EQ(settings->diffC, stored);
+        Open([&](FakeWindow& w) { EXPECT_EQ(w.positions[3], position); });
+        ASSERT_EQ(settings->diffA, stored);
+    }
+}
+
+TEST_F(PlaneParamsTest, StepButtonsMoveTheirSliderByOneAndStopAtItsEnds) {
+    struct Case {
+        ParamsSlider slider;
+        int low, high;
+    };
+    for (const Case& c : {Case{ParamsSlider::Metres, 0, 10}, Case{ParamsSlider::Decimetres, 0, 10},
+                          Case{ParamsSlider::Centimetres, 0, 10}, Case{ParamsSlider::Angle, 1, 100},
+                          Case{ParamsSlider::Speed, 0, 2}}) {
+        SetAlive(5.55, 0.45, 400);
+        Open([&](FakeWindow& w) {
+            const auto at = static_cast<std::size_t>(c.slider);
+            const Positions before = w.positions;
+            for (int i = before[at]; i < c.high + 2; ++i) {
+                Positions expected = before;
+                expected[at] = i > c.high ? c.high : i;
+                ASSERT_EQ(w.positions, expected) << "no other slider moves";
+                w.Step(c.slider, ParamsStep::Up);
+            }
+            for (int i = c.high; i > c.low - 2; --i) {
+                ASSERT_EQ(w.positions[at], i < c.low ? c.low : i);
+                w.Step(c.slider, ParamsStep::Down);
+            }
+        });
+    }
+}
+
+TEST_F(PlaneParamsTest, AStepAtASlidersEndTouchesNothing) {
+    SetAlive(12.345, 1.7, 77);
+    Open([](FakeWindow& w) {
+        w.Step(ParamsSlider::Metres, ParamsStep::Up);
+        w.Step(ParamsSlider::Angle, ParamsStep::Up);
+        w.Step(ParamsSlider::Speed, ParamsStep::Up);
+        w.Move(ParamsSlider::Metres, 10);
+    });
+    EXPECT_EQ(settings->aliveSplitSize, 12.345);
+    EXPECT_EQ(settings->aliveDiffA, 1.7);
+    EXPECT_EQ(settings->aliveMinPlane, 77);
+}
+
+TEST_F(PlaneParamsTest, MovingOneSliderOfTheSplitSizeTakesTheSumOfAllThree) {
+    SetAlive(12.347);
+    Open([](FakeWindow& w) {
+        w.Step(ParamsSlider::Centimetres, ParamsStep::Up);
+        EXPECT_EQ(w.step, L"Step: 10.35 m");
+        EXPECT_EQ(w.values[2], L"5 cm");
+    });
+    EXPECT_EQ(settings->splitSize, 10.35);
+    SetAlive(0.147);
+    Open([](FakeWindow& w) { w.Step(ParamsSlider::Angle, ParamsStep::Up); });
+    EXPECT_EQ(settings->splitSize, 0.147) << "the angle is no part of it";
+}
+
+TEST_F(PlaneParamsTest, ACellHasAnEdge) {
+    SetAlive(0.01);
+    Open([](FakeWindow& w) {
+        w.Step(ParamsSlider::Centimetres, ParamsStep::Down);
+        EXPECT_EQ(w.positions[2], 1);
+    });
+    EXPECT_EQ(settings->splitSize, 0.01);
+    const auto raise = [](FakeWindow& w) {
+        w.Step(ParamsSlider::Centimetres, ParamsStep::Up);
+        EXPECT_EQ(w.step, L"Step: 0.29 m");
+    };
+    Open(raise, {}, 0.29);
+    EXPECT_EQ(settings->splitSize, detail::SplitSizeOf(29)) << "the least size that was given";
+    for (const double least : {std::numeric_limits<double>::quiet_NaN(), -1.0, 1e300}) {
+        SetAlive(5.0);
+        Open([](FakeWindow& w) { w.Step(ParamsSlider::Metres, ParamsStep::Down); }, {}, least);
+        EXPECT_EQ(settings->splitSize, least > 0 ? 10.0 : 4.0);
+    }
+}
+
+TEST_F(PlaneParamsTest, SpeedStandsForNoneFourHundredAndTheSetsOwnOrOneHundred) {
+    SetAlive(0.1, 0.15, 9);
+    Open([](FakeWindow& w) {
+        EXPECT_EQ(w.values[4], L"Fast");
+        w.Move(ParamsSlider::Speed, 1);
+        EXPECT_EQ(w.values[4], L"Balanced");
+    });
+    EXPECT_EQ(settings->minPlane, 400);
+    Open([](FakeWindow& w) { w.Move(ParamsSlider::Speed, 2); });
+    EXPECT_EQ(settings->minPlane, 100);
+    settings->aliveMinPlane = 9;
+    Open([](FakeWindow& w) {
+        w.Move(ParamsSlider::Speed, 0);
+        w.Choose(1);
+        w.Move(ParamsSlider::Speed, 2);
+        w.Choose(0);
+        w.Move(ParamsSlider::Speed, 2);
+    });
+    EXPECT_EQ(settings->aliveMinPlane, 9) << "its own comes back";
+    EXPECT_EQ(settings->skeletMinPlane, 100);
+}
+
+TEST_F(PlaneParamsTest, EachSetKeepsItsChangesWhileTheOtherIsShown) {
+    SetAlive(0.2);
+    Open([](FakeWindow& w) {
+        w.Move(ParamsSlider::Decimetres, 7);
+        w.Choose(1);
+        EXPECT_EQ(w.positions, (Positions{0, 4, 0, 10, 0}));
+        w.Move(ParamsSlider::Metres, 3);
+        w.Move(ParamsSlider::Angle, 20);
+        w.Choose(0);
+        EXPECT_EQ(w.positions, (Positions{0, 7, 0, 10, 0}));
+        w.Choose(0);
+        w.Choose(1);
+        EXPECT_EQ(w.positions, (Positions{3, 4, 0, 20, 0}));
+    });
+    EXPECT_EQ(settings->aliveSplitSize, 0.7);
+    EXPECT_EQ(settings->skeletSplitSize, 3.4);
+    EXPECT_EQ(settings->skeletDiffC, detail::DiffOf(20));
+    EXPECT_EQ(settings->usage, 1);
+    EXPECT_EQ(settings->splitSize, 3.4) << "the chosen set is current";
+    EXPECT_EQ(settings->SplitSizeScaled(), 6.8);
+}
+
+TEST_F(PlaneParamsTest, DefaultRestoresTheSetShownAlone) {
+    settings->defaultStepA = 0.18;
+    settings->defaultStepB = 0.14;
+    SetAlive(3.0, 0.9, 400);
+    settings->SetSkeletSplitSize(2.0);
+    Open([](FakeWindow& w) {
+        w.Press(ParamsButton::Default);
+        EXPECT_EQ(w.positions, (Positions{0, 1, 4, 10, 0}));
+        EXPECT_EQ(w.step, L"Step: 0.14 m");
+    });
+    EXPECT_EQ(settings->aliveSplitSize, 0.14);
+    EXPECT_EQ(settings->aliveDiffB, 0.15);
+    EXPECT_EQ(settings->aliveMinPlane, 0);
+    EXPECT_EQ(settings->skeletSplitSize, 2.0);
+    Open([](FakeWindow& w) {
+        w.Choose(1);
+        w.Press(ParamsButton::Default);
+    });
+    EXPECT_EQ(settings->skeletSplitSize, 0.18);
+}
+
+TEST_F(PlaneParamsTest, DrawsWhatItShowsWhenItOpensAndAtView) {
+    std::vector<double> drawn;
+    const auto prepare = [&](PlaneParams& dialog) {
+        dialog.DrawCallback([&](const PlaneWormSettings& tried) {
+            drawn.push_back(tried.splitSize);
+            EXPECT_EQ(tried.SplitSizeScaled(), tried.splitSize * 2.0);
+            dialog.ShowPicture({0, 0, {}, L"drawn"});
+        });
+    };
+    SetAlive(0.2);
+    Open(
+        [&](FakeWindow& w) {
+            w.Step(ParamsSlider::Decimetres, ParamsStep::Up);
+            EXPECT_EQ(drawn, std::vector{0.2});
+            w.Press(ParamsButton::View);
+            EXPECT_EQ(w.picture, L"drawn");
+            EXPECT_EQ(w.log, L"") << "without an orbit the window stays";
+            w.Press(ParamsButton::Cancel);
+        },
+        prepare);
+    EXPECT_EQ(drawn, (std::vector{0.2, 0.3}));
+    EXPECT_EQ(settings->splitSize, 0.2) << "the settings themselves wait for OK";
+}
+
+TEST_F(PlaneParamsTest, StandsAsideWhileTheUserOrbits) {
+    FakeWindow* open = nullptr;
+    Open(
+        [&](FakeWindow& w) {
+            open = &w;
+            w.Press(ParamsButton::View);
+            EXPECT_EQ(w.log, L"aside orbit back ");
+        },
+        [&](PlaneParams& dialog) { dialog.OrbitCallback([&] { open->log += L"orbit "; }); });
+    PlaneParams plain(settings, false, 0, nullptr);
+    plain.DrawCallback([](const PlaneWormSettings&) { ADD_FAILURE() << "no preview is offered"; });
+    plain.UseWindow(std::make_unique<FakeWindow>([](FakeWindow& w) {
+        EXPECT_FALSE(w.view);
+        w.Press(ParamsButton::View);
+        w.Press(ParamsButton::Cancel);
+    }));
+    EXPECT_EQ(plain.DoModal(), PlaneParams::kCancel);
+}
+
+TEST_F(PlaneParamsTest, SaysWhyItCouldNotOpen) {
+    PlaneParams dialog(settings, false, 0, nullptr);
+    dialog.UseWindow(std::make_unique<FakeWindow>(
+        [](FakeWindow& w) { w.code = platform::ParamsWindow::kCannotOpen; }));
+    EXPECT_EQ(dialog.DoModal(), PlaneParams::kCannotOpen);
+    EXPECT_EQ(dialog.Trouble(), L"no screen");
+}
+
+TEST_F(PlaneParamsTest, MovesASliderOfTheHostsOwn) {
+    PlaneParams dialog(settings, false, 0, nullptr);
+    CSliderCtrl slider;
+    slider.SetRange(3, 4);
+    EXPECT_EQ(slider.GetPos(), 3);
+    EXPECT_TRUE(dialog.RStep(&slider));
+    EXPECT_FALSE(dialog.RStep(&slider));
+    EXPECT_EQ(slider.GetPos(), 4);
+    EXPECT_TRUE(dialog.LStep(&slider));
+    EXPECT_FALSE(dialog.LStep(&slider));
+}
+
+TEST_F(PlaneParamsTest, SavesIntoTheProjectAndReadsItBackUnchanged) {
+    test::ScratchFolder folder;
+    const CString path = folder / L"scan.prj";
+    test::WriteTinyProject(test::MakeTinyProject(test::RoomPoints(1)), path);
+    settings = std::make_shared<PlaneWormSettings>(path, 1.0);
+    Open([](FakeWindow& w) {
+        w.Choose(1);
+        w.Move(ParamsSlider::Centimetres, 9);
+        w.Move(ParamsSlider::Angle, 11);
+        w.Move(ParamsSlider::Speed, 1);
+    });
+    settings->Save();
+    const PlaneWormSettings kept(path, 1.0);
+    EXPECT_EQ(kept.usage, 1);
+    EXPECT_EQ(kept.splitSize, settings->skeletSplitSize);
+    EXPECT_EQ(kept.diffA, detail::DiffOf(11));
+    EXPECT_EQ(kept.minPlane, 400);
+    EXPECT_EQ(kept.aliveMinPlane, 9);
+}
+
+TEST(PlaneParamsValues, TellTheTurnThatNoNormalFailsAt) {
+    EXPECT_NEAR(detail::PassingAngle(0.15), 8.602, 1e-3);
+    EXPECT_EQ(detail::PassingAngle(2.5), 180);
+    EXPECT_EQ(detail::PassingAngle(-1), 0);
+    EXPECT_EQ(detail::PassingAngle(std::numeric_limits<double>::quiet_NaN()), 0);
+    // By brute force: a normal turned by that angle about any axis differs by no more.
+    const double radians = detail::PassingAngle(0.3) * std::acos(-1.0) / 180;
+    for (double a = 0; a < 6.28; a += 0.01) {
+        EXPECT_LE(std::fabs(std::cos(a + radians) - std::cos(a)), 0.3 + 1e-12);
+    }
+}
+
+TEST(PlaneParamsValues, TakeAnyNumber) {
+    for (const double wild : {1e300, -1e300, std::numeric_limits<double>::quiet_NaN()}) {
+        const auto centimetres = detail::CentimetresOf(wild);
+        EXPECT_TRUE(centimetres == 0 || std::abs(double(centimetres)) > 2e9);
+    }
+}
+
+TEST(CaptionKeys, GiveEveryCaptionOfEveryLanguageAKeyOfItsOwn) {
+    for (const int language : {0x409, 0x407, 0x40C, 0xC0A}) {
+        UtilityLib::OverrideLocale(language);
+        const auto captions = detail::CaptionsOfPlaneParams(0);
+        std::vector<CString> marked(captions.sliders.begin(), captions.sliders.end());
+        marked.insert(marked.end(), {captions.data, captions.defaults, captions.view});
+        std::set<wchar_t> keys;
+        for (const CString& caption : marked) {
+            const std::size_t at = caption.find(L'&');
+            ASSERT_LT(at + 1, caption.size()) << platform::ToUtf8(caption);
+            keys.insert(platform::FoldCase(caption.substr(at + 1, 1))[0]);
+        }
+        EXPECT_EQ(keys.size(), marked.size()) << std::hex << language;
+    }
+    UtilityLib::OverrideLocale(0x409);
+}
+
+TEST(CaptionKeys, PreferTheStartOfAWordAndDoubleAnAmpersand) {
+    detail::CaptionKeys keys;
+    EXPECT_EQ(keys.Mark(L"View"), L"&View");
+    EXPECT_EQ(keys.Mark(L"Vast \u00E9tage"), L"V&ast \u00E9tage");
+    EXPECT_EQ(keys.Mark(L"Very odd"), L"Very &odd");
+    EXPECT_EQ(keys.Mark(L"R & D"), L"&R && D");
+    EXPECT_EQ(keys.Mark(L"Voa"), L"Voa") << "every letter is taken";
+}
+
+}  // namespace
+}  // namespace orvix
