@@ -18,7 +18,6 @@ foreach(name CGAL::CGAL Eigen3::Eigen nlohmann_json::nlohmann_json CLI11::CLI11
   add_library(${name} INTERFACE IMPORTED GLOBAL)
   target_include_directories(${name} SYSTEM INTERFACE ${borrowed})
 endforeach()
-target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
 # GMP and MPFR are libraries, not headers: CGAL's exact numbers are Boost's here. Interval
 # arithmetic sets the rounding mode, which the compiler must then not assume.
 target_compile_definitions(CGAL::CGAL INTERFACE CGAL_NO_GMP=1 CGAL_NO_MPFR=1)

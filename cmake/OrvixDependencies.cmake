@@ -30,6 +30,8 @@ elseif(NOT WIN32 AND ORVIX_BUILD_DIALOG)
   find_package(Qt6 6.2 REQUIRED COMPONENTS Widgets)
 endif()
 
-# fmt is used as headers, so that no product depends on a further shared library.
+# fmt's headers alone are used, so that no product depends on a further shared library; what of them
+# is no template is compiled once, in orvix/platform/format.cpp.
 add_library(orvix_fmt INTERFACE)
-target_link_libraries(orvix_fmt INTERFACE fmt::fmt-header-only)
+get_target_property(fmt_include fmt::fmt-header-only INTERFACE_INCLUDE_DIRECTORIES)
+target_include_directories(orvix_fmt SYSTEM INTERFACE ${fmt_include})
