@@ -28,6 +28,10 @@ inline Vector Cross(const Vector& a, const Vector& b) {
 inline double Length(const Vector& a) {
     return std::sqrt(Dot(a, a));
 }
+/// Half-way between two places: (a + b) * 0.5 in each coordinate.
+inline Vector Middle(const Vector& a, const Vector& b) {
+    return {(a.x + b.x) * 0.5, (a.y + b.y) * 0.5, (a.z + b.z) * 0.5};
+}
 /// Of length 1; the zero vector stays.
 inline Vector Unit(const Vector& a) {
     const double length = Length(a);

@@ -5,7 +5,6 @@
 #include <cmath>
 
 #include "orvix/planes/plane_vectors.h"
-#include "orvix/surfaces/point_cloud_geometrics.h"
 
 namespace orvix {
 namespace {
@@ -27,13 +26,10 @@ std::int32_t Nearest(double cells) {
 PlaneGrid::PlaneGrid(const FittedPlane& plane, const SimplePointT<double>& seed, double splitSize) {
     SimplePointT<double> c1, c2, c3, c4;
     plane.GetContourBox(seed, splitSize, c1, c2, c3, c4);
-    SimplePointT<double> plusX, plusY;
-    PointCloudGeometrics::CalcMiddlePoint(&c1, &c2, &origin_);
-    PointCloudGeometrics::CalcMiddlePoint(&c4, &c2, &plusX);
-    PointCloudGeometrics::CalcMiddlePoint(&c3, &c2, &plusY);
+    origin_ = detail::Middle(c1, c2);
     pitch_ = splitSize * 0.5;
-    x_ = Unit(Minus(plusX, origin_));
-    y_ = Unit(Minus(plusY, origin_));
+    x_ = Unit(Minus(detail::Middle(c4, c2), origin_));
+    y_ = Unit(Minus(detail::Middle(c3, c2), origin_));
 }
 
 SimplePointT<double> PlaneGrid::Centre(const CellKey& key) const {

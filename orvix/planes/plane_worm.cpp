@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "orvix/planes/plane_vectors.h"
-#include "orvix/surfaces/point_cloud_geometrics.h"
 
 namespace orvix {
 namespace {
@@ -16,6 +15,7 @@ using detail::Cross;
 using detail::Dot;
 using detail::Length;
 using detail::Minus;
+using detail::Middle;
 using detail::Vector;
 
 enum Direction : std::int32_t {
@@ -59,12 +59,6 @@ bool OnOneLine(const std::vector<Vector>& points) {
     return std::none_of(points.begin(), points.end(), [&](const Vector& p) {
         return Length(Cross(Minus(p, first), axis)) > limit;
     });
-}
-
-Vector MiddlePoint(const Vector& a, const Vector& b) {
-    Vector middle;
-    PointCloudGeometrics::CalcMiddlePoint(&a, &b, &middle);
-    return middle;
 }
 
 }  // namespace
@@ -288,13 +282,13 @@ SimplePointT<double> PlaneWorm::BorderCorner(const CellSniff& cell,
     }
     switch (cell.direction) {
         case kUp:
-            return MiddlePoint(c1, c4);
+            return Middle(c1, c4);
         case kDown:
-            return MiddlePoint(c3, c2);
+            return Middle(c3, c2);
         case kLeft:
-            return MiddlePoint(c4, c2);
+            return Middle(c4, c2);
         default:
-            return MiddlePoint(c1, c3);
+            return Middle(c1, c3);
     }
 }
 
