@@ -7,10 +7,10 @@
 #include <cmath>
 #include <optional>
 
+#include "detection/cells/cloud_estimate.h"
 #include "detection/cells/gather_cells.h"
-#include "detection/cells/survey.h"
 #include "detection/outlines/raster_outline.h"
-#include "detection/plane_kinds.h"
+#include "detection/plane_classifier.h"
 #include "detection/regions/region_merge.h"
 #include "orvix/geometry/symmetric_matrix.h"
 
@@ -18,9 +18,9 @@ namespace orvix::detection {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kNoises = 4.5;           // in the distance of a point from its plane
-constexpr double kReach = 3;              // times the rms of a plane that takes in more than noise
-constexpr double kMostPixels = 1U << 28;  // of one plane: 32 MiB
+constexpr double kNoises = 4.5;          // in the distance of a point from its plane
+constexpr double kReach = 3;             // times the rms of a plane that takes in more than noise
+constexpr double kMaxPixels = 1U << 28;  // of one plane: 32 MiB
 
 // The cosine by its series: the maths library's differs in the last place from system to system.
 double Cosine(double radians) {
@@ -96,17 +96,17 @@ Expected<void> PlaneSearch::GrowIn(const CellFrame& frame, const parallel::Pool&
 }
 
 Expected<void> PlaneSearch::Derive(const parallel::Pool& pool, const PlaneSearchOptions& options) {
-    const auto survey = SurveyCells(core_, cut_, pool);
-    if (!survey) return tl::unexpected<Error>(survey.error());
+    const auto estimate = EstimateCloud(core_, cut_, pool);
+    if (!estimate) return tl::unexpected<Error>(estimate.error());
     const double size = cut_.frame.Size();
     const auto orElse = [](double given, double derived) { return given > 0 ? given : derived; };
     settings_.cellSize = size;
-    settings_.noise = survey->noise;
-    settings_.spacing = survey->spacing;
+    settings_.noise = estimate->noise;
+    settings_.spacing = estimate->spacing;
     settings_.distance = orElse(options.distance, std::max(kNoises * settings_.noise, 0.01));
     settings_.angle = orElse(options.angle, 20);
-    settings_.leastArea = orElse(options.leastArea, std::max(0.25, 9 * size * size));
-    settings_.leastPoints = orElse(options.leastPoints, 30);
+    settings_.minArea = orElse(options.minArea, std::max(0.25, 9 * size * size));
+    settings_.minPoints = orElse(options.minPoints, 30);
     settings_.bridge = options.bridge >= 0 ? options.bridge : std::max(0.3, 2 * size);
     return {};
 }
@@ -114,10 +114,10 @@ Expected<void> PlaneSearch::Derive(const parallel::Pool& pool, const PlaneSearch
 GrowthLimits PlaneSearch::Limits() const {
     GrowthLimits limits;
     limits.distance = settings_.distance;
-    limits.leastCos = Cosine(std::min(settings_.angle, 90.0) * kPi / 180);
+    limits.minCosine = Cosine(std::min(settings_.angle, 90.0) * kPi / 180);
     limits.noise = settings_.noise;
-    limits.leastArea = settings_.leastArea / 2;
-    limits.leastPoints = settings_.leastPoints;
+    limits.minArea = settings_.minArea / 2;
+    limits.minPoints = settings_.minPoints;
     return limits;
 }
 
@@ -132,7 +132,7 @@ PlaneRaster PlaneSearch::RasterOf(RegionExtent& extent) const {
         {extent.bounds.min.x - 3 * size, extent.bounds.min.y - 3 * size},
         {extent.bounds.max.x + 3 * size, extent.bounds.max.y + 3 * size}};
     double pixel = std::min(2 * size / std::sqrt(std::max<double>(*sparse, 1)), size);
-    while (PlaneRaster::PixelsOf(bounds, pixel) > kMostPixels) pixel *= 2;
+    while (PlaneRaster::PixelsOf(bounds, pixel) > kMaxPixels) pixel *= 2;
     return {bounds, pixel};
 }
 
@@ -157,13 +157,13 @@ Expected<void> PlaneSearch::Fit(const parallel::Pool& pool, const PlaneSearchOpt
     }
     const auto sums = Assign(pool, rasters);
     if (!sums) return tl::unexpected<Error>(sums.error());
-    const PlaneJudge judge(grown_.map, options.stations, settings_.spacing);
+    const PlaneClassifier classifier(grown_.map, options.stations, settings_.spacing);
     return pool.RunJobs(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
         planes_[i].points = static_cast<std::uint64_t>((*sums)[i].count);
         if (planes_[i].points < 3) return {};
         planes_[i].centre = regions[i].plane.centre;
         Finish((*sums)[i], rasters[i], planes_[i]);
-        judge.Judge((*extents)[i].cells, planes_[i]);
+        classifier.Classify((*extents)[i].cells, planes_[i]);
         return {};
     });
 }
@@ -270,8 +270,8 @@ void PlaneSearch::Finish(const MomentSum& sum, PlaneRaster& raster, FoundPlane& 
     plane.rms = std::sqrt(std::max(Along(sum.Covariance(), plane.normal), 0.0));
     raster.CloseGaps();
     OutlineLimits limits;
-    limits.leastHole = std::max(settings_.leastArea / 4, 9 * raster.Pixel() * raster.Pixel());
-    limits.leastIsland = settings_.leastArea / 10;
+    limits.minHoleArea = std::max(settings_.minArea / 4, 9 * raster.Pixel() * raster.Pixel());
+    limits.minIslandArea = settings_.minArea / 10;
     plane.outline = OutlineOf(raster, limits);
     plane.area = plane.outline.area;
     raster = {};
@@ -281,8 +281,8 @@ void PlaneSearch::Rank() {
     std::vector<std::int32_t> order;
     for (std::size_t i = 0; i < planes_.size(); ++i) {
         const FoundPlane& plane = planes_[i];
-        if (static_cast<double>(plane.points) >= settings_.leastPoints &&
-            plane.area >= settings_.leastArea)
+        if (static_cast<double>(plane.points) >= settings_.minPoints &&
+            plane.area >= settings_.minArea)
             order.push_back(static_cast<std::int32_t>(i));
     }
     const auto at = [](std::int32_t i) { return static_cast<std::size_t>(i); };
@@ -317,7 +317,7 @@ Expected<PlaceReport> PlaneSearch::Explain(const Vector& place) const {
     const auto shaped = ReadTile(readers[0], cut_, tile, settings_.noise);
     if (!shaped) return tl::unexpected<Error>(shaped.error());
     if (cell >= shaped->cells.Size() ||
-        shaped->cells.Key(cell) != grown_.map.NoteOf(tile, cell).Key())
+        shaped->cells.Key(cell) != grown_.map.SummaryOf(tile, cell).Key())
         return Fail(ErrorCode::Damaged, "the points have changed since; search again");
     report.occupied = true;
     report.points = static_cast<std::uint64_t>(shaped->cells.Sum(cell).count);

@@ -20,12 +20,12 @@ namespace orvix::detection {
 
 /// What to look for. Every 0 (of `bridge`: a negative one) stands for "as the cloud suggests".
 struct PlaneSearchOptions {
-    double cellSize = 0;     ///< metres: raised to the next of CellFrame::kSizes
-    double distance = 0;     ///< metres: a point's largest distance from its plane
-    double angle = 0;        ///< degrees: largest turn of a cell's normal; 0: 20
-    double leastArea = 0;    ///< square metres of outline that a plane has at least
-    double leastPoints = 0;  ///< points that a plane has at least; 0: 30
-    double bridge = -1;      ///< metres: pieces of one plane join across gaps of about this width
+    double cellSize = 0;   ///< metres: raised to the next of CellFrame::kSizes
+    double distance = 0;   ///< metres: a point's largest distance from its plane
+    double angle = 0;      ///< degrees: largest turn of a cell's normal; 0: 20
+    double minArea = 0;    ///< square metres of outline that a plane has at least
+    double minPoints = 0;  ///< points that a plane has at least; 0: 30
+    double bridge = -1;    ///< metres: pieces of one plane join across gaps of about this width
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;
     unsigned threads = 0;           ///< 0: every core
     std::vector<Vector> stations;   ///< scanner positions, project frame
@@ -39,8 +39,8 @@ struct PlaneSearchSettings {
     double noise = 0;    ///< metres: standard deviation of points about the planes of their cells
     double distance = 0;
     double angle = 0;
-    double leastArea = 0;
-    double leastPoints = 0;
+    double minArea = 0;
+    double minPoints = 0;
     double bridge = 0;
 };
 

@@ -37,8 +37,8 @@ std::string NameOf(std::int32_t plane, const std::vector<WorldPlane>& planes) {
 }
 
 std::string LeastOf(const PlaneSearchSettings& settings) {
-    return fmt::format("{:g} m2 (--min-area) and {:g} points (--min-points)", settings.leastArea,
-                       settings.leastPoints);
+    return fmt::format("{:g} m2 (--min-area) and {:g} points (--min-points)", settings.minArea,
+                       settings.minPoints);
 }
 
 std::string SentenceOf(const PlaceReport& place, const PlaneSearchSettings& settings,

@@ -53,7 +53,7 @@ PeerResult CgalRegionGrowing(const std::vector<SimplePointT<double>>& points,
     const Items items = ItemsOf(points, result);
     result.seconds = Seconds([&] {
         Neighbours neighbours(items, kNeighbours);
-        Regions region(items, settings.distance, settings.angleDegrees, settings.leastPoints);
+        Regions region(items, settings.distance, settings.angleDegrees, settings.minPoints);
         Sorting sorting(items, neighbours);
         sorting.sort();
         shapes::Region_growing<Items, Neighbours, Regions, Sorting::Seed_map> growing(
@@ -78,7 +78,7 @@ PeerResult CgalEfficientRansac(const std::vector<SimplePointT<double>>& points,
         ransac.add_shape_factory<shapes::Plane<Traits>>();
         Ransac::Parameters parameters;
         parameters.probability = 0.01;
-        parameters.min_points = settings.leastPoints;
+        parameters.min_points = settings.minPoints;
         parameters.epsilon = settings.distance;
         parameters.normal_threshold = std::cos(settings.angleDegrees * std::numbers::pi / 180);
         parameters.cluster_epsilon = settings.clusterDistance;

@@ -29,7 +29,7 @@ PeerResult IteratePlanes(Rest rest, std::size_t points, const PeerSettings& sett
         std::vector<bool> left(places.size(), true);
         bool found = false;
         for (const auto& cluster : rest.Clusters(inliers)) {
-            if (cluster.size() < settings.leastPoints) continue;
+            if (cluster.size() < settings.minPoints) continue;
             found = true;
             for (const auto at : cluster) {
                 result.labels[places[static_cast<std::size_t>(at)]] = number;
@@ -48,7 +48,7 @@ PeerResult IteratePlanes(Rest rest, std::size_t points, const PeerSettings& sett
         return found;
     };
     result.seconds = Seconds([&] {
-        for (int failures = 0; failures < 5 && places.size() >= settings.leastPoints;)
+        for (int failures = 0; failures < 5 && places.size() >= settings.minPoints;)
             failures = round() ? 0 : failures + 1;
     });
     return result;

@@ -66,7 +66,7 @@ public:
         tree->setInputCloud(cloud_, indices);
         pcl::EuclideanClusterExtraction<Point> extraction;
         extraction.setClusterTolerance(settings_.clusterDistance);
-        extraction.setMinClusterSize(static_cast<pcl::uindex_t>(settings_.leastPoints));
+        extraction.setMinClusterSize(static_cast<pcl::uindex_t>(settings_.minPoints));
         extraction.setSearchMethod(tree);
         extraction.setInputCloud(cloud_);
         extraction.setIndices(indices);
@@ -106,7 +106,7 @@ PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
     });
     result.seconds = Seconds([&] {
         pcl::RegionGrowing<Point, pcl::Normal> growing;
-        growing.setMinClusterSize(static_cast<pcl::uindex_t>(settings.leastPoints));
+        growing.setMinClusterSize(static_cast<pcl::uindex_t>(settings.minPoints));
         growing.setMaxClusterSize(static_cast<pcl::uindex_t>(points.size()));
         growing.setSearchMethod(tree);
         growing.setNumberOfNeighbours(kNeighbours);

@@ -13,7 +13,7 @@ namespace orvix::bench {
 struct PeerSettings {
     double distance = 0;      ///< metres
     double angleDegrees = 0;  ///< of a point's normal to its plane
-    std::size_t leastPoints = 0;
+    std::size_t minPoints = 0;
     double clusterDistance = 0;  ///< metres between points of one plane, where it is asked for
 };
 

@@ -35,8 +35,8 @@
 namespace {
 
 using namespace orvix;
+using bench::PlaneCounter;
 using bench::PlaneScore;
-using bench::PlaneTally;
 using detection::PlaneSearch;
 
 struct Arguments {
@@ -87,7 +87,7 @@ void AddOptions(CLI::App& app, Arguments& a) {
 struct Measured {
     std::unique_ptr<PlaneSearch> search;
     double seconds = 0;
-    std::uint64_t leastPoints = 0;  ///< of a plane of the least area
+    std::uint64_t minPoints = 0;    ///< of a plane of the least area
     std::uint64_t knownPoints = 0;  ///< that a true plane has at least, to count: rooms differ
 };
 
@@ -175,14 +175,14 @@ Measured Search(const Arguments& a, CProjectCore& core) {
     }
     ours.seconds = bench::Median(times);
     const auto& used = ours.search->Settings();
-    const double inLeastArea = used.leastArea / (used.spacing * used.spacing);
-    ours.leastPoints = static_cast<std::uint64_t>(std::max(used.leastPoints, inLeastArea));
-    ours.knownPoints = static_cast<std::uint64_t>(std::max(used.leastPoints, inLeastArea / 4));
+    const double inMinArea = used.minArea / (used.spacing * used.spacing);
+    ours.minPoints = static_cast<std::uint64_t>(std::max(used.minPoints, inMinArea));
+    ours.knownPoints = static_cast<std::uint64_t>(std::max(used.minPoints, inMinArea / 4));
     fmt::print(
         stderr,
         "cells {:g} m, {} cells, spacing {:.4f}, noise {:.4f}, distance {:.4f}, least {} points\n",
         used.cellSize, ours.search->Cells(), used.spacing, used.noise, used.distance,
-        ours.leastPoints);
+        ours.minPoints);
     return ours;
 }
 
@@ -194,8 +194,7 @@ void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, cons
         labels.push_back(t);
     });
     const auto& used = ours.search->Settings();
-    const bench::PeerSettings settings{used.distance, used.angle, ours.leastPoints,
-                                       4 * used.spacing};
+    const bench::PeerSettings settings{used.distance, used.angle, ours.minPoints, 4 * used.spacing};
     for (const bench::PlanePeer& peer : bench::PlanePeers()) {
         if (!a.peers.empty() &&
             std::find(a.peers.begin(), a.peers.end(), peer.name) == a.peers.end())
@@ -205,7 +204,7 @@ void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, cons
             continue;
         }
         const bench::PeerResult result = peer.run(points, settings);
-        PlaneTally tally(truth.planes);
+        PlaneCounter tally(truth.planes);
         for (std::size_t i = 0; i < points.size(); ++i)
             tally.Add(points[i], labels[i], result.labels[i]);
         const double seconds = result.normalSeconds + result.seconds;
@@ -229,7 +228,7 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     for (test::TruePlane& plane : truth.planes)
         plane.offset += detection::Dot(plane.normal, truth.origin);
     const Measured ours = Search(a, core);
-    PlaneTally tally(truth.planes);
+    PlaneCounter tally(truth.planes);
     ForEachPoint(core, *ours.search, truth,
                  [&](const auto& p, std::int32_t t, std::int32_t f) { tally.Add(p, t, f); });
     const PlaneScore score = tally.Score(ours.knownPoints);

@@ -24,10 +24,10 @@ std::size_t AtLeastTwo(const std::vector<std::size_t>& counts) {
 
 }  // namespace
 
-PlaneTally::PlaneTally(std::vector<test::TruePlane> planes)
+PlaneCounter::PlaneCounter(std::vector<test::TruePlane> planes)
     : planes_(std::move(planes)), trueCounts_(planes_.size()) {}
 
-void PlaneTally::Add(const Vector& point, std::int32_t truth, std::int32_t found) {
+void PlaneCounter::Add(const Vector& point, std::int32_t truth, std::int32_t found) {
     if (points_++ == 0) origin_ = point;
     if (truth >= 0) ++trueCounts_[static_cast<std::size_t>(truth)];
     if (found < 0) return;
@@ -48,7 +48,7 @@ void PlaneTally::Add(const Vector& point, std::int32_t truth, std::int32_t found
     ++*last_;
 }
 
-std::vector<PlaneTally::Pair> PlaneTally::Pairs() const {
+std::vector<PlaneCounter::Pair> PlaneCounter::Pairs() const {
     std::vector<Pair> pairs;
     for (const auto& [key, points] : shared_)
         pairs.push_back({static_cast<std::int32_t>(key >> 32),
@@ -59,15 +59,15 @@ std::vector<PlaneTally::Pair> PlaneTally::Pairs() const {
     return pairs;
 }
 
-bool PlaneTally::Judged(std::size_t found) const {
+bool PlaneCounter::Judged(std::size_t found) const {
     const std::uint64_t known = foundCounts_[found];
     return known > 0 && static_cast<double>(known * 2) >= sums_[found].count;
 }
 
-PlaneScore PlaneTally::Score(std::uint64_t leastPoints) const {
+PlaneScore PlaneCounter::Score(std::uint64_t minPoints) const {
     PlaneScore score;
     score.points = points_;
-    for (const std::uint64_t count : trueCounts_) score.known += count >= leastPoints ? 1 : 0;
+    for (const std::uint64_t count : trueCounts_) score.known += count >= minPoints ? 1 : 0;
     for (std::size_t f = 0; f < sums_.size(); ++f) score.found += Judged(f) ? 1 : 0;
     score.overlaps.assign(planes_.size(), 0);
     score.bestFound.assign(planes_.size(), -1);
@@ -77,7 +77,7 @@ PlaneScore PlaneTally::Score(std::uint64_t leastPoints) const {
     for (const Pair& pair : Pairs()) {
         const auto t = static_cast<std::size_t>(pair.truth);
         const auto f = static_cast<std::size_t>(pair.found);
-        if (trueCounts_[t] < leastPoints) continue;
+        if (trueCounts_[t] < minPoints) continue;
         if (pair.points * 10 >= trueCounts_[t]) {
             ++pieces[t];
             ++holds[f];

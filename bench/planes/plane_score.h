@@ -36,23 +36,23 @@ struct PlaneScore {
 
 /// Counts, point by point, what a score is made of.
 ///
-///     PlaneTally tally(building.Planes());
+///     PlaneCounter tally(building.Planes());
 ///     for (const auto& p : labelled) tally.Add(p.position, p.truth, p.found);
-///     const PlaneScore score = tally.Score(leastPoints);
+///     const PlaneScore score = tally.Score(minPoints);
 ///
 /// Order  the same points in the same order give the same score.
 /// Cost   a point some nanoseconds where its neighbours in the order share its planes; memory for
 ///        each plane and each pair of planes that share a point, none for points.
-class PlaneTally {
+class PlaneCounter {
 public:
-    explicit PlaneTally(std::vector<test::TruePlane> planes);
+    explicit PlaneCounter(std::vector<test::TruePlane> planes);
 
     /// `truth`, a place in the true planes, and `found` are -1 for a point of none; `truth` may be
     /// kUnknownPlane.
     void Add(const detection::Vector& point, std::int32_t truth, std::int32_t found);
     /// Planes of the matches are fitted to their points by least squares. True planes of fewer than
-    /// `leastPoints` points do not count.
-    [[nodiscard]] PlaneScore Score(std::uint64_t leastPoints) const;
+    /// `minPoints` points do not count.
+    [[nodiscard]] PlaneScore Score(std::uint64_t minPoints) const;
 
 private:
     struct Pair {

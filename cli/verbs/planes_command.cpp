@@ -87,14 +87,10 @@ Json JsonOf(const reports::WorldPlane& plane) {
 }
 
 Json JsonOf(const detection::PlaneSearchSettings& settings) {
-    return Json{{"cell", settings.cellSize},
-                {"spacing", settings.spacing},
-                {"noise", settings.noise},
-                {"distance", settings.distance},
-                {"angle", settings.angle},
-                {"min_area", settings.leastArea},
-                {"min_points", settings.leastPoints},
-                {"bridge", settings.bridge}};
+    return Json{{"cell", settings.cellSize},        {"spacing", settings.spacing},
+                {"noise", settings.noise},          {"distance", settings.distance},
+                {"angle", settings.angle},          {"min_area", settings.minArea},
+                {"min_points", settings.minPoints}, {"bridge", settings.bridge}};
 }
 
 Json NumberOrNull(std::int32_t plane) {
@@ -149,8 +145,8 @@ std::string TextOf(const PlanesFinding& finding, const Arguments& arguments) {
         "measured  spacing {:.1f} mm, noise {:.1f} mm\n"
         "used      cells {:g} m, distance {:.1f} mm, angle {:g} degrees, min area {:g} m2, "
         "min points {:g}, bridge {:g} m\n",
-        s.spacing * 1000, s.noise * 1000, s.cellSize, s.distance * 1000, s.angle, s.leastArea,
-        s.leastPoints, s.bridge);
+        s.spacing * 1000, s.noise * 1000, s.cellSize, s.distance * 1000, s.angle, s.minArea,
+        s.minPoints, s.bridge);
     const double share = search.Points() > 0
                              ? 100.0 * static_cast<double>(search.AssignedPoints()) /
                                    static_cast<double>(search.Points())
@@ -325,9 +321,9 @@ void AddSearchOptions(CLI::App& verb, Arguments& arguments) {
     add("--distance", options.distance,
         "Largest distance of a point from its plane (default: from the noise)", "M");
     add("--angle", options.angle, "Largest turn of a cell's normal (default 20)", "DEGREES");
-    add("--min-area", options.leastArea,
+    add("--min-area", options.minArea,
         "Least area of a plane (default: 0.25, or 9 cells where these are larger)", "M2");
-    add("--min-points", options.leastPoints, "Least points of a plane (default 30)", "N");
+    add("--min-points", options.minPoints, "Least points of a plane (default 30)", "N");
     verb.add_option(
             "--bridge", options.bridge,
             "Width of a gap across which pieces of one plane join (default 0.3, or two cells; "

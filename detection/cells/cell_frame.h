@@ -44,7 +44,7 @@ public:
                                                            {250, 250, 250},
                                                            {500, 500, 500}}};
     /// What no tile has more cells of along an axis.
-    static constexpr std::int32_t kMostAxisCells = 100;
+    static constexpr std::int32_t kMaxCellsPerAxis = 100;
 
     CellFrame() : CellFrame(0) {}
     /// `step` is a place in kSizes.
@@ -122,7 +122,7 @@ private:
 ///     CellNumbering numbering(frame);
 ///     for (const auto& p : points) Use(numbering.NumberOf(p), p);
 ///
-/// MetNew says of the last point whether it was the first in its cell.
+/// IsNew says of the last point whether it was the first in its cell.
 ///
 /// Boundaries points must have a cell (CellFrame::Holds) and come as a project stores them, one
 ///            100 cm cell (of cells of a metre and more: one 1000 cm cell) after the other; a cell
@@ -147,7 +147,7 @@ public:
         return Stays(p) ? current_ : Enter(frame_.PlaceOf(p));
     }
     /// Whether the last point was the first in its cell, and which cell that is.
-    [[nodiscard]] bool MetNew() const { return isNew_; }
+    [[nodiscard]] bool IsNew() const { return isNew_; }
     [[nodiscard]] const CellPlace& Place() const { return place_; }
 
 private:

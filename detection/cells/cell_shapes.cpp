@@ -7,19 +7,19 @@
 namespace orvix::detection {
 namespace {
 
-constexpr double kLeastPoints = 8;
-constexpr double kMostTurn = 0.05;   // of a normal that a cell tells by itself, radians
-constexpr double kMostRatio = 0.35;  // of the least spread to the middle one
-constexpr double kMostThin = 0.5;    // metres: cells in which the sides of a wall may meet
-constexpr double kMostNoise = 2;     // times the cloud's: rms of a shape found among others
+constexpr double kMinPoints = 8;
+constexpr double kMaxTurn = 0.05;         // of a normal that a cell tells by itself, radians
+constexpr double kMaxRatio = 0.35;        // of the least spread to the middle one
+constexpr double kMaxThinCellSize = 0.5;  // metres: cells in which the sides of a wall may meet
+constexpr double kMaxNoises = 2;          // times the cloud's: rms of a shape found among others
 
 // The shape that points tell, whose narrower spread along the plane is at least `width`.
 CellShape ShapeOf(const MomentSum& sum, double width) {
     CellShape shape;
     const double count = sum.count;
-    if (count < kLeastPoints) return shape;
+    if (count < kMinPoints) return shape;
     const Spread spread = SpreadOf(sum.Covariance());
-    if (spread.middle < width * width || spread.least > kMostRatio * kMostRatio * spread.middle)
+    if (spread.middle < width * width || spread.least > kMaxRatio * kMaxRatio * spread.middle)
         return shape;
     shape.normal = {static_cast<float>(spread.normal.x), static_cast<float>(spread.normal.y),
                     static_cast<float>(spread.normal.z)};
@@ -69,7 +69,7 @@ CellShape ShapeOfFlattest(const TileCells& tile, std::uint32_t cell) {
 
 // Whether so few points leave a cell's shape to its surroundings.
 bool AsksAround(const MomentSum& sum) {
-    return sum.count < 4 * kLeastPoints;
+    return sum.count < 4 * kMinPoints;
 }
 
 }  // namespace
@@ -81,18 +81,18 @@ std::vector<CellShape> ShapesOf(const TileCells& tile) {
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
         const CellShape shape = ShapeOf(tile.Sum(cell), width);
         const bool asksAround =
-            shape.HasNormal() ? shape.turn > kMostTurn : AsksAround(tile.Sum(cell));
+            shape.HasNormal() ? shape.turn > kMaxTurn : AsksAround(tile.Sum(cell));
         shapes.push_back(asksAround ? ShapeAround(tile, cell) : shape);
     }
     return shapes;
 }
 
 void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>& shapes) {
-    if (tile.Frame().Size() > kMostThin) return;
+    if (tile.Frame().Size() > kMaxThinCellSize) return;
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
         if (shapes[cell].HasNormal() || !AsksAround(tile.Sum(cell))) continue;
         const CellShape shape = ShapeOfFlattest(tile, cell);
-        if (shape.HasNormal() && shape.rms <= kMostNoise * noise) shapes[cell] = shape;
+        if (shape.HasNormal() && shape.rms <= kMaxNoises * noise) shapes[cell] = shape;
     }
 }
 

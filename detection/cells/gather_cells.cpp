@@ -41,14 +41,14 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
         if (!fault) return false;
         if (cell == kNoCell) {
             fault = Placeless(record);
-        } else if (numbering.MetNew() && !InTile(frame, numbering.Place(), origin)) {
+        } else if (numbering.IsNew() && !InTile(frame, numbering.Place(), origin)) {
             fault = Strayed(record);
         }
         return fault.has_value();
     };
     const auto take = [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
         if (!check(cell)) return;
-        if (numbering.MetNew()) {
+        if (numbering.IsNew()) {
             cells.keys.push_back(KeyOf(numbering.Place(), origin));
             cells.sums.emplace_back();
         }

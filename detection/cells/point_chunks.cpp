@@ -23,9 +23,9 @@ tl::unexpected<Error> Torn(std::uint64_t at, std::uint64_t points) {
 
 // No point that has a cell (CellFrame::Holds) lies in such a 100 cm cell.
 bool IsTooFar(const CellPlace& metre) {
-    constexpr std::int32_t kMost = 100'000'000;
+    constexpr std::int32_t kFarthest = 100'000'000;
     return std::any_of(metre.begin(), metre.end(),
-                       [](std::int32_t at) { return at < -kMost || at >= kMost; });
+                       [](std::int32_t at) { return at < -kFarthest || at >= kFarthest; });
 }
 
 /// Takes the 100 cm cells in the order of the file.

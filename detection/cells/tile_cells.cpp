@@ -14,7 +14,7 @@ Vector TileCells::MiddleOf(const CellFrame& frame, const CellPlace& origin) {
 
 TileCells::TileCells(const CellFrame& frame, const CellPlace& origin, std::span<CellSums> parts)
     : frame_(frame), origin_(origin), middle_(MiddleOf(frame, origin)) {
-    std::vector<CellKey> keys;
+    std::vector<TileKey> keys;
     std::vector<const MomentSum*> sums;
     for (const CellSums& part : parts) {
         keys.insert(keys.end(), part.keys.begin(), part.keys.end());

@@ -5,15 +5,15 @@
 #include <span>
 #include <vector>
 
-#include "detection/cells/cell_key.h"
 #include "detection/cells/moments.h"
+#include "detection/cells/tile_key.h"
 #include "orvix/platform/error.h"
 
 namespace orvix::detection {
 
 /// What the cells of a stretch of points hold, in the order in which they are met.
 struct CellSums {
-    std::vector<CellKey> keys;
+    std::vector<TileKey> keys;
     std::vector<MomentSum> sums;  ///< about the tile's middle
 };
 
@@ -37,7 +37,7 @@ public:
     /// The tile's middle, project frame.
     [[nodiscard]] const Vector& Middle() const { return middle_; }
     [[nodiscard]] std::uint32_t Size() const { return static_cast<std::uint32_t>(keys_.size()); }
-    [[nodiscard]] CellKey Key(std::uint32_t cell) const { return keys_[cell]; }
+    [[nodiscard]] TileKey Key(std::uint32_t cell) const { return keys_[cell]; }
     [[nodiscard]] const MomentSum& Sum(std::uint32_t cell) const { return sums_[cell]; }
     /// Whether cells of its neighbourhood lie in another tile.
     [[nodiscard]] bool LiesAtRim(std::uint32_t cell) const {
@@ -60,7 +60,7 @@ private:
     CellFrame frame_;
     CellPlace origin_;
     Vector middle_;
-    std::vector<CellKey> keys_;
+    std::vector<TileKey> keys_;
     std::vector<MomentSum> sums_;
     std::vector<std::uint32_t> numbers_;
     std::vector<std::uint32_t> firstAround_;

@@ -23,7 +23,7 @@ PlaneRing RingOf(const PlaneRaster& raster, const Rim& rim) {
 
 // What the outline tells: rims that are large enough, and not in a hole that is filled or beside a
 // piece that is dropped.
-std::vector<Rim> RimsToTell(const PlaneRaster& raster, const OutlineLimits& limits) {
+std::vector<Rim> RimsToKeep(const PlaneRaster& raster, const OutlineLimits& limits) {
     std::vector<Rim> rims = TraceRims(raster);
     const double pixelArea = raster.Pixel() * raster.Pixel();
     const auto areaOf = [&](const Rim& rim) {
@@ -33,29 +33,30 @@ std::vector<Rim> RimsToTell(const PlaneRaster& raster, const OutlineLimits& limi
     for (const Rim& rim : rims) largest = std::max(largest, areaOf(rim));
     const auto isSmall = [&](const Rim& rim) {
         const double area = areaOf(rim);
-        return area > 0 ? area < limits.leastIsland && area < largest : -area < limits.leastHole;
+        return area > 0 ? area < limits.minIslandArea && area < largest
+                        : -area < limits.minHoleArea;
     };
     std::vector<bool> small;
     for (const Rim& rim : rims) small.push_back(isSmall(rim));
     std::vector<std::size_t> place(rims.size(), kNoRim);
-    std::vector<Rim> told;
+    std::vector<Rim> kept;
     for (std::size_t i = 0; i < rims.size(); ++i) {
         bool dropped = false;
         for (std::size_t rim = i; rim != kNoRim && !dropped; rim = rims[rim].parent)
             dropped = small[rim];
         if (dropped) continue;
-        place[i] = told.size();
-        told.push_back(std::move(rims[i]));
+        place[i] = kept.size();
+        kept.push_back(std::move(rims[i]));
     }
-    for (Rim& rim : told)
+    for (Rim& rim : kept)
         if (rim.parent != kNoRim) rim.parent = place[rim.parent];
-    return told;
+    return kept;
 }
 
 }  // namespace
 
 PlaneOutline OutlineOf(const PlaneRaster& raster, const OutlineLimits& limits) {
-    std::vector<Rim> rims = RimsToTell(raster, limits);
+    std::vector<Rim> rims = RimsToKeep(raster, limits);
     StraightenRims(rims, 1);
     // A hole's parent stands before it: outer rims are larger than what they enclose.
     std::vector<std::size_t> order(rims.size());

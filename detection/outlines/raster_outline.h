@@ -8,8 +8,8 @@ namespace orvix::detection {
 
 /// What an outline leaves out.
 struct OutlineLimits {
-    double leastHole = 0;    ///< square metres: smaller holes are filled
-    double leastIsland = 0;  ///< likewise: smaller pieces are dropped, but for the largest
+    double minHoleArea = 0;    ///< square metres: smaller holes are filled
+    double minIslandArea = 0;  ///< likewise: smaller pieces are dropped, but for the largest
 };
 
 /// The outline of a raster's filled pixels: where they end, with holes and islands, straightened.

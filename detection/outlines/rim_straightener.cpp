@@ -65,7 +65,7 @@ public:
           reach_(std::max(tolerance, 1.0) + 1) {
         for (const Rim& rim : rims) {
             kept_.emplace_back(rim.corners.size(), Kept::No);
-            fresh_.emplace_back(rim.corners.size(), true);
+            unchecked_.emplace_back(rim.corners.size(), true);
         }
     }
 
@@ -78,8 +78,8 @@ private:
         std::size_t rim = 0;
         std::size_t from = 0;
         std::size_t to = 0;
-        std::size_t next = 0;  // the line after it
-        bool fresh = true;     // not yet held against the others, or the next one is not
+        std::size_t next = 0;   // the line after it
+        bool unchecked = true;  // not yet held against the others, or the next one is not
     };
     using Places = std::vector<std::pair<std::uint64_t, std::uint32_t>>;  // tile or row, line
 
@@ -91,17 +91,17 @@ private:
     [[nodiscard]] const RimCorner& To(const Line& line) const { return At(line.rim, line.to); }
 
     void StraightenAlone(std::size_t rim);
-    [[nodiscard]] std::size_t Farthest(const Line& line, double least) const;
+    [[nodiscard]] std::size_t Farthest(const Line& line, double beyond) const;
     void Straighten(std::size_t rim, std::size_t from, std::size_t to);
     void KeepAll(std::size_t rim, std::size_t from, std::size_t to);
-    void Freshen(std::size_t rim, std::size_t from, std::size_t to);
+    void MarkUnchecked(std::size_t rim, std::size_t from, std::size_t to);
     void Collect();
     void Place(std::uint32_t line);
-    bool MendCollisions(int round);
-    void Judge(std::size_t one, std::size_t other, std::vector<bool>& colliding);
-    bool MendNesting();
-    [[nodiscard]] bool IsBeset(std::size_t rim) const;
-    [[nodiscard]] bool IsBeset(const RimCorner& corner, std::size_t rim) const;
+    bool RepairCollisions(int round);
+    void Compare(std::size_t one, std::size_t other, std::vector<bool>& colliding);
+    bool RepairNesting();
+    [[nodiscard]] bool MayBeMisplaced(std::size_t rim) const;
+    [[nodiscard]] bool MayBeMisplaced(const RimCorner& corner, std::size_t rim) const;
     [[nodiscard]] std::vector<std::size_t> Misplaced(std::size_t rim, std::size_t line) const;
     [[nodiscard]] std::int64_t TwiceAreaOf(std::size_t rim) const;
     void Take(std::size_t rim);
@@ -111,7 +111,7 @@ private:
     double reach_;  // of a line into tiles beside it
     std::uint64_t tilesPerRow_ = 0;
     std::vector<std::vector<Kept>> kept_;
-    std::vector<std::vector<bool>> fresh_;  // of the corners: the line from there
+    std::vector<std::vector<bool>> unchecked_;  // of the corners: the line from there
     std::vector<Line> lines_;
     std::vector<std::size_t> firstLine_;  // of each rim
     Places tiles_, rows_;                 // which lines pass, in order
@@ -121,7 +121,7 @@ void RimStraightener::Run() {
     for (std::size_t rim = 0; rim < rims_.size(); ++rim) StraightenAlone(rim);
     for (int round = 0;; ++round) {
         Collect();
-        if (!MendCollisions(round) && !MendNesting()) break;
+        if (!RepairCollisions(round) && !RepairNesting()) break;
     }
     for (std::size_t rim = 0; rim < rims_.size(); ++rim) Take(rim);
 }
@@ -129,11 +129,11 @@ void RimStraightener::Run() {
 void RimStraightener::StraightenAlone(std::size_t rim) {
     const auto& corners = rims_[rim].corners;
     std::size_t farthest = 0;
-    std::int64_t most = -1;
+    std::int64_t largest = -1;
     for (std::size_t i = 0; i < corners.size(); ++i) {
         const std::int64_t squared = Dot(corners[0], corners[i], corners[i]);
-        if (squared <= most) continue;
-        most = squared;
+        if (squared <= largest) continue;
+        largest = squared;
         farthest = i;
     }
     kept_[rim][0] = kept_[rim][farthest] = Kept::Yes;
@@ -143,13 +143,13 @@ void RimStraightener::StraightenAlone(std::size_t rim) {
     if (count < 3) KeepAll(rim, 0, corners.size());
 }
 
-// The skipped corner farthest from a line, of those beyond `least`; 0 for none.
-std::size_t RimStraightener::Farthest(const Line& line, double least) const {
+// The skipped corner farthest from a line, of those beyond `beyond`; 0 for none.
+std::size_t RimStraightener::Farthest(const Line& line, double beyond) const {
     std::size_t farthest = 0;
     for (std::size_t i = line.from + 1; i < line.to; ++i) {
         const double distance = SquaredDistance(At(line.rim, i), From(line), To(line));
-        if (distance <= least) continue;
-        least = distance;
+        if (distance <= beyond) continue;
+        beyond = distance;
         farthest = i;
     }
     return farthest;
@@ -171,11 +171,11 @@ void RimStraightener::Straighten(std::size_t rim, std::size_t from, std::size_t 
 void RimStraightener::KeepAll(std::size_t rim, std::size_t from, std::size_t to) {
     for (std::size_t i = from; i < to; ++i)
         if (kept_[rim][i] == Kept::No) kept_[rim][i] = Kept::Yes;
-    Freshen(rim, from, to);
+    MarkUnchecked(rim, from, to);
 }
 
-void RimStraightener::Freshen(std::size_t rim, std::size_t from, std::size_t to) {
-    for (std::size_t i = from; i < to; ++i) fresh_[rim][i] = true;
+void RimStraightener::MarkUnchecked(std::size_t rim, std::size_t from, std::size_t to) {
+    for (std::size_t i = from; i < to; ++i) unchecked_[rim][i] = true;
 }
 
 void RimStraightener::Collect() {
@@ -187,16 +187,17 @@ void RimStraightener::Collect() {
         std::size_t from = 0;
         for (std::size_t i = 1; i <= kept_[rim].size(); ++i) {
             if (i < kept_[rim].size() && kept_[rim][i] == Kept::No) continue;
-            lines_.push_back({rim, from, i, lines_.size() + 1, fresh_[rim][from]});
+            lines_.push_back({rim, from, i, lines_.size() + 1, unchecked_[rim][from]});
             right = std::max(right, At(rim, from).x);
             from = i;
         }
         lines_.back().next = firstLine_.back();
-        fresh_[rim].assign(fresh_[rim].size(), false);
+        unchecked_[rim].assign(unchecked_[rim].size(), false);
     }
-    std::vector<bool> fresh;
-    for (const Line& line : lines_) fresh.push_back(line.fresh || lines_[line.next].fresh);
-    for (std::size_t i = 0; i < lines_.size(); ++i) lines_[i].fresh = fresh[i];
+    std::vector<bool> unchecked;
+    for (const Line& line : lines_)
+        unchecked.push_back(line.unchecked || lines_[line.next].unchecked);
+    for (std::size_t i = 0; i < lines_.size(); ++i) lines_[i].unchecked = unchecked[i];
     tiles_.clear();
     rows_.clear();
     tilesPerRow_ =
@@ -232,34 +233,34 @@ void RimStraightener::Place(std::uint32_t line) {
 }
 
 // Gives corners back to lines that collide; false where none does.
-bool RimStraightener::MendCollisions(int round) {
+bool RimStraightener::RepairCollisions(int round) {
     std::vector<bool> colliding(lines_.size());
     for (std::size_t first = 0, end = 0; first < tiles_.size(); first = end) {
         while (end < tiles_.size() && tiles_[end].first == tiles_[first].first) ++end;
         for (std::size_t i = first; i < end; ++i)
             for (std::size_t k = i + 1; k < end; ++k)
-                if (lines_[tiles_[i].second].fresh || lines_[tiles_[k].second].fresh)
-                    Judge(tiles_[i].second, tiles_[k].second, colliding);
+                if (lines_[tiles_[i].second].unchecked || lines_[tiles_[k].second].unchecked)
+                    Compare(tiles_[i].second, tiles_[k].second, colliding);
     }
-    bool mended = false;
+    bool repaired = false;
     for (std::size_t i = 0; i < lines_.size(); ++i) {
         const Line& line = lines_[i];
         if (!colliding[i] || line.to - line.from < 2) continue;
-        mended = true;
+        repaired = true;
         if (round >= kRounds) {
             KeepAll(line.rim, line.from, line.to);
             continue;
         }
-        Freshen(line.rim, line.from, line.to);
+        MarkUnchecked(line.rim, line.from, line.to);
         const std::size_t farthest = Farthest(line, -1);
         kept_[line.rim][farthest] = Kept::Yes;
         Straighten(line.rim, line.from, farthest);
         Straighten(line.rim, farthest, line.to);
     }
-    return mended;
+    return repaired;
 }
 
-void RimStraightener::Judge(std::size_t one, std::size_t other, std::vector<bool>& colliding) {
+void RimStraightener::Compare(std::size_t one, std::size_t other, std::vector<bool>& colliding) {
     const Line &e = lines_[one], &f = lines_[other];
     if (Collide(From(e), To(e), From(f), To(f))) colliding[one] = colliding[other] = true;
     if (e.rim == f.rim || To(e) != To(f)) return;
@@ -273,11 +274,11 @@ void RimStraightener::Judge(std::size_t one, std::size_t other, std::vector<bool
 }
 
 // Gives all corners back to rims that are turned over or lie in other rims than before.
-bool RimStraightener::MendNesting() {
+bool RimStraightener::RepairNesting() {
     std::vector<std::size_t> wrong;
     for (std::size_t rim = 0; rim < rims_.size(); ++rim) {
         if ((TwiceAreaOf(rim) > 0) != (rims_[rim].twiceArea > 0)) wrong.push_back(rim);
-        if (!IsBeset(rim)) continue;
+        if (!MayBeMisplaced(rim)) continue;
         const std::vector<std::size_t> others = Misplaced(rim, firstLine_[rim]);
         if (others.empty()) continue;
         wrong.push_back(rim);
@@ -289,17 +290,17 @@ bool RimStraightener::MendNesting() {
 
 // Whether a rim may lie in other rims than before: a corner that stayed where it was has changed
 // sides only where a line near it was straightened, and with one corner that has not, none has.
-bool RimStraightener::IsBeset(std::size_t rim) const {
+bool RimStraightener::MayBeMisplaced(std::size_t rim) const {
     std::size_t line = firstLine_[rim];
     do {
         const Line& at = lines_[line];
-        if (kept_[rim][at.from] != Kept::Shared && !IsBeset(From(at), rim)) return false;
+        if (kept_[rim][at.from] != Kept::Shared && !MayBeMisplaced(From(at), rim)) return false;
         line = at.next;
     } while (line != firstLine_[rim]);
     return true;
 }
 
-bool RimStraightener::IsBeset(const RimCorner& corner, std::size_t rim) const {
+bool RimStraightener::MayBeMisplaced(const RimCorner& corner, std::size_t rim) const {
     const auto tile = static_cast<std::uint64_t>(corner.y / kTile) * tilesPerRow_ +
                       static_cast<std::uint64_t>(corner.x / kTile);
     for (auto i = std::lower_bound(tiles_.begin(), tiles_.end(), std::pair(tile, 0U));

@@ -77,7 +77,7 @@ public:
 
 private:
     void Walk(const RimCorner& start, int startHeading);
-    void Visit(const RimCorner& at, bool pinched);
+    void Visit(const RimCorner& at, bool touching);
     void Close(std::size_t from);
     [[nodiscard]] std::size_t Around(std::size_t border, bool begins) const;
     [[nodiscard]] bool Filled(std::int64_t column, std::int64_t row) const {
@@ -89,7 +89,7 @@ private:
     Borders borders_;
     std::vector<Rim> rims_;
     std::vector<RimCorner> walk_;
-    std::unordered_map<std::uint64_t, std::size_t> pinches_;  // corner to place in walk_
+    std::unordered_map<std::uint64_t, std::size_t> touches_;  // corner to place in walk_
 };
 
 // Rows from below, borders from the left: what lies to the left of a border is always known.
@@ -141,13 +141,13 @@ void RimTracer::Walk(const RimCorner& start, int startHeading) {
         }
     } while (at != start || heading != startHeading);
     Close(0);
-    pinches_.clear();
+    touches_.clear();
 }
 
-void RimTracer::Visit(const RimCorner& at, bool pinched) {
-    if (pinched) {
+void RimTracer::Visit(const RimCorner& at, bool touching) {
+    if (touching) {
         const auto key = static_cast<std::uint64_t>(at.y * (raster_.Width() + 1) + at.x);
-        const auto [known, fresh] = pinches_.try_emplace(key, walk_.size());
+        const auto [known, fresh] = touches_.try_emplace(key, walk_.size());
         if (!fresh && known->second < walk_.size() && walk_[known->second] == at) {
             Close(known->second);
         } else {

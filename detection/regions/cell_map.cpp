@@ -12,7 +12,8 @@ bool Stands(const CellShape& shape) {
     return !shape.HasNormal() || std::abs(shape.normal[2]) < 0.5F;
 }
 
-bool IsPlain(const TileCells& cells, std::uint32_t cell, const std::vector<std::int32_t>& regions) {
+bool IsInterior(const TileCells& cells, std::uint32_t cell,
+                const std::vector<std::int32_t>& regions) {
     if (cells.LiesAtRim(cell)) return false;
     const std::int32_t its = regions[cell];
     for (const std::uint32_t other : cells.Around(cell))
@@ -34,10 +35,10 @@ CellMap::CellMap(const CellFrame& frame, std::span<const CellPlace> tiles) : fra
 void CellMap::Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
                   const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers) {
     Tile& its = tiles_[tile];
-    its.notes.reserve(cells.Size());
+    its.summaries.reserve(cells.Size());
     for (std::uint32_t i = 0; i < cells.Size(); ++i)
-        its.notes.emplace_back(cells.Key(i), cells.Sum(i).count, Stands(shapes[i]),
-                               IsPlain(cells, i, regions));
+        its.summaries.emplace_back(cells.Key(i), cells.Sum(i).count, Stands(shapes[i]),
+                                   IsInterior(cells, i, regions));
     its.regions = regions;
     its.numbers = std::move(numbers);
 }
@@ -47,15 +48,15 @@ void CellMap::Number(std::span<const std::size_t> regions) {
     for (std::size_t i = 0; i < tiles_.size(); ++i) {
         tiles_[i].firstRegion = first;
         first += static_cast<std::int32_t>(regions[i]);
-        cells_ += tiles_[i].notes.size();
+        cells_ += tiles_[i].summaries.size();
     }
 }
 
-void CellMap::Rename(std::span<const std::int32_t> names) {
+void CellMap::Renumber(std::span<const std::int32_t> newNumbers) {
     for (Tile& tile : tiles_) {
         for (std::int32_t& region : tile.regions)
             if (region != kNoRegion)
-                region = names[static_cast<std::size_t>(tile.firstRegion + region)];
+                region = newNumbers[static_cast<std::size_t>(tile.firstRegion + region)];
         tile.firstRegion = 0;
     }
 }
@@ -69,11 +70,11 @@ std::size_t CellMap::TileAt(const CellPlace& tile) const {
                : tiles_.size();
 }
 
-std::size_t CellMap::LowerBound(const Tile& tile, CellKey key) {
-    const auto at =
-        std::lower_bound(tile.notes.begin(), tile.notes.end(), key,
-                         [](CellNote note, CellKey wanted) { return note.Key() < wanted; });
-    return static_cast<std::size_t>(at - tile.notes.begin());
+std::size_t CellMap::LowerBound(const Tile& tile, TileKey key) {
+    const auto at = std::lower_bound(
+        tile.summaries.begin(), tile.summaries.end(), key,
+        [](CellSummary summary, TileKey wanted) { return summary.Key() < wanted; });
+    return static_cast<std::size_t>(at - tile.summaries.begin());
 }
 
 std::pair<std::uint32_t, std::uint32_t> CellMap::SliceOf(std::size_t tile, std::int32_t low,
@@ -84,7 +85,7 @@ std::pair<std::uint32_t, std::uint32_t> CellMap::SliceOf(std::size_t tile, std::
     const std::int32_t to = std::min(low + width - its.origin[0], side);
     if (from >= to) return {0, 0};
     const auto at = [&](std::int32_t x) {
-        return static_cast<std::uint32_t>(LowerBound(its, static_cast<CellKey>(x + 1) * kKeyX));
+        return static_cast<std::uint32_t>(LowerBound(its, static_cast<TileKey>(x + 1) * kKeyX));
     };
     return {at(from), at(to)};
 }
@@ -92,9 +93,10 @@ std::pair<std::uint32_t, std::uint32_t> CellMap::SliceOf(std::size_t tile, std::
 std::size_t CellMap::Find(const CellPlace& place, std::uint32_t& cell) const {
     const std::size_t tile = TileAt(frame_.TileOf(place));
     if (tile == Tiles()) return tile;
-    const CellKey key = KeyOf(place, tiles_[tile].origin);
+    const TileKey key = KeyOf(place, tiles_[tile].origin);
     const std::size_t at = LowerBound(tiles_[tile], key);
-    if (at == tiles_[tile].notes.size() || tiles_[tile].notes[at].Key() != key) return Tiles();
+    if (at == tiles_[tile].summaries.size() || tiles_[tile].summaries[at].Key() != key)
+        return Tiles();
     cell = static_cast<std::uint32_t>(at);
     return tile;
 }

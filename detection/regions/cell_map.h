@@ -17,20 +17,21 @@ namespace orvix::detection {
 /// around it belongs to another region than it does itself.
 ///
 /// Boundaries counts end at 511.
-class CellNote {
+class CellSummary {
 public:
-    CellNote() = default;
-    CellNote(CellKey key, double points, bool stands, bool plain)
-        : bits_(key << 11 | static_cast<std::uint32_t>(points < kMost ? points : kMost) << 2 |
+    CellSummary() = default;
+    CellSummary(TileKey key, double points, bool stands, bool plain)
+        : bits_(key << 11 |
+                static_cast<std::uint32_t>(points < kMaxPoints ? points : kMaxPoints) << 2 |
                 (stands ? 2U : 0U) | (plain ? 1U : 0U)) {}
 
-    [[nodiscard]] CellKey Key() const { return bits_ >> 11; }
-    [[nodiscard]] std::uint32_t Points() const { return bits_ >> 2 & kMost; }
+    [[nodiscard]] TileKey Key() const { return bits_ >> 11; }
+    [[nodiscard]] std::uint32_t Points() const { return bits_ >> 2 & kMaxPoints; }
     [[nodiscard]] bool Stands() const { return (bits_ & 2) != 0; }
-    [[nodiscard]] bool IsPlain() const { return (bits_ & 1) != 0; }
+    [[nodiscard]] bool IsInterior() const { return (bits_ & 1) != 0; }
 
 private:
-    static constexpr std::uint32_t kMost = 511;
+    static constexpr std::uint32_t kMaxPoints = 511;
     std::uint32_t bits_ = 0;
 };
 
@@ -57,27 +58,27 @@ public:
     /// Numbers the regions through; `regions` tells how many each tile has.
     void Number(std::span<const std::size_t> regions);
     /// Gives each cell the region that its own has become; kNoRegion for none.
-    void Rename(std::span<const std::int32_t> names);
+    void Renumber(std::span<const std::int32_t> newNumbers);
 
     [[nodiscard]] const CellFrame& Frame() const { return frame_; }
     [[nodiscard]] std::size_t Tiles() const { return tiles_.size(); }
     [[nodiscard]] std::uint64_t Cells() const { return cells_; }
     [[nodiscard]] std::uint32_t CellsIn(std::size_t tile) const {
-        return static_cast<std::uint32_t>(tiles_[tile].notes.size());
+        return static_cast<std::uint32_t>(tiles_[tile].summaries.size());
     }
     [[nodiscard]] const CellPlace& OriginOf(std::size_t tile) const { return tiles_[tile].origin; }
-    [[nodiscard]] CellNote NoteOf(std::size_t tile, std::uint32_t cell) const {
-        return tiles_[tile].notes[cell];
+    [[nodiscard]] CellSummary SummaryOf(std::size_t tile, std::uint32_t cell) const {
+        return tiles_[tile].summaries[cell];
     }
     [[nodiscard]] CellPlace PlaceOf(std::size_t tile, std::uint32_t cell) const {
-        return detection::PlaceOf(tiles_[tile].notes[cell].Key(), tiles_[tile].origin);
+        return detection::PlaceOf(tiles_[tile].summaries[cell].Key(), tiles_[tile].origin);
     }
     [[nodiscard]] std::int32_t RegionOf(std::size_t tile, std::uint32_t cell) const {
         const std::int32_t region = tiles_[tile].regions[cell];
         return region == kNoRegion ? kNoRegion : tiles_[tile].firstRegion + region;
     }
     /// The cell of a tile that its points meet as the so-manyth.
-    [[nodiscard]] std::uint32_t CellMetAs(std::size_t tile, std::uint32_t number) const {
+    [[nodiscard]] std::uint32_t CellOfNumber(std::size_t tile, std::uint32_t number) const {
         return tiles_[tile].numbers[number];
     }
     /// The tile at a place in tiles, or Tiles().
@@ -116,7 +117,7 @@ public:
             }
         }
     }
-    /// Calls use(note) for the cells of an upright column from `low` up to, and with, `high`, until
+    /// Calls use(summary) for the cells of an upright column from `low` up to, and with, `high`, until
     /// it says false.
     template <class Use>
     void ForColumn(std::int32_t x, std::int32_t y, std::int32_t low, std::int32_t high,
@@ -128,29 +129,29 @@ public:
             const std::size_t at = TileAt(tile);
             if (at != Tiles()) {
                 const Tile& its = tiles_[at];
-                const CellKey last = KeyOf({x, y, end}, its.origin);
+                const TileKey last = KeyOf({x, y, end}, its.origin);
                 for (std::size_t i = LowerBound(its, KeyOf({x, y, z}, its.origin));
-                     i < its.notes.size() && its.notes[i].Key() <= last; ++i)
-                    if (!use(its.notes[i])) return;
+                     i < its.summaries.size() && its.summaries[i].Key() <= last; ++i)
+                    if (!use(its.summaries[i])) return;
             }
             z = end + 1;
         }
     }
 
-    static constexpr std::uint64_t kBytesACell =
-        sizeof(CellNote) + sizeof(std::int32_t) + sizeof(std::uint32_t);
+    static constexpr std::uint64_t kBytesPerCell =
+        sizeof(CellSummary) + sizeof(std::int32_t) + sizeof(std::uint32_t);
 
 private:
     struct Tile {
         CellPlace place{};
         CellPlace origin{};
         std::int32_t firstRegion = 0;
-        std::vector<CellNote> notes;        // by key
-        std::vector<std::int32_t> regions;  // of the same cells
+        std::vector<CellSummary> summaries;  // by key
+        std::vector<std::int32_t> regions;   // of the same cells
         std::vector<std::uint32_t> numbers;
     };
 
-    static std::size_t LowerBound(const Tile& tile, CellKey key);
+    static std::size_t LowerBound(const Tile& tile, TileKey key);
     /// The tile's cells with x from `low` on, `width` of them: from, and up to without.
     [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> SliceOf(std::size_t tile,
                                                                   std::int32_t low,

@@ -10,7 +10,7 @@
 namespace orvix::detection {
 namespace {
 
-constexpr std::uint64_t kBytesAtWork = 260;  // a cell
+constexpr std::uint64_t kWorkBytesPerCell = 260;  // a cell
 
 Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
                                std::span<CellSums> parts, double noise) {
@@ -36,7 +36,7 @@ public:
         std::vector<CellPlace> places;
         for (const TileChunks& tile : cut.tiles) places.push_back(tile.place);
         grown_.map = CellMap(cut.frame, places);
-        grown_.firstMet.resize(cut.chunks.size());
+        grown_.firstNumber.resize(cut.chunks.size());
     }
 
     Expected<GrownTiles> Run() {
@@ -45,7 +45,8 @@ public:
             const std::size_t last = BatchFrom(first);
             if (auto done = Gather(first, last); !done) return tl::unexpected<Error>(done.error());
             if (auto done = Grow(first, last); !done) return tl::unexpected<Error>(done.error());
-            for (; first < last; ++first) kept += grown_.map.CellsIn(first) * CellMap::kBytesACell;
+            for (; first < last; ++first)
+                kept += grown_.map.CellsIn(first) * CellMap::kBytesPerCell;
             if (kept > memoryLimit_ / 2)
                 return Fail(
                     ErrorCode::BadInput,
@@ -65,12 +66,12 @@ public:
 private:
     // The tiles up to which, from `first` on, memory surely suffices.
     [[nodiscard]] std::size_t BatchFrom(std::size_t first) const {
-        const auto mostCells = static_cast<std::uint64_t>(
+        const auto maxCells = static_cast<std::uint64_t>(
             cut_.frame.PerTile(0) * cut_.frame.PerTile(1) * cut_.frame.PerTile(2));
         std::uint64_t bytes = 0;
         std::size_t last = first;
         for (; last < cut_.tiles.size(); ++last) {
-            bytes += std::min(cut_.tiles[last].points, mostCells) * kBytesAtWork;
+            bytes += std::min(cut_.tiles[last].points, maxCells) * kWorkBytesPerCell;
             if (bytes > memoryLimit_ / 2 && last > first) break;
         }
         return last;
@@ -108,7 +109,7 @@ private:
     Expected<void> GrowIn(std::size_t tile) {
         std::uint32_t met = 0;
         for (std::size_t i = 0; i < parts_[tile].size(); ++i) {
-            grown_.firstMet[cut_.tiles[tile].chunks[i]] = met;
+            grown_.firstNumber[cut_.tiles[tile].chunks[i]] = met;
             met += static_cast<std::uint32_t>(parts_[tile][i].keys.size());
         }
         auto shaped = ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise);

@@ -15,8 +15,8 @@ namespace orvix::detection {
 /// A project's cells and the regions that grew in its tiles.
 struct GrownTiles {
     CellMap map;
-    std::vector<Region> regions;          ///< tile by tile
-    std::vector<std::uint32_t> firstMet;  ///< of each chunk: how many cells its tile met before
+    std::vector<Region> regions;             ///< tile by tile
+    std::vector<std::uint32_t> firstNumber;  ///< of each chunk: how many cells its tile met before
 };
 
 /// The cells of one tile, and their shapes.

@@ -27,10 +27,10 @@ public:
         for (std::int32_t& at : low) at -= reach;
         // The cube of each coordinate: a division costs as much as all the rest.
         std::vector<std::int32_t> cubeOf;
-        for (std::int32_t i = 0; i < CellFrame::kMostAxisCells + 2 * reach; ++i)
+        for (std::int32_t i = 0; i < CellFrame::kMaxCellsPerAxis + 2 * reach; ++i)
             cubeOf.push_back(i / reach);
         const auto cube = [&](std::int32_t from) { return cubeOf[static_cast<std::size_t>(from)]; };
-        std::vector<CellKey> cubes;
+        std::vector<TileKey> cubes;
         std::vector<Entry> met;
         map.ForCellsWithin(tile, reach, [&](const CellPlace& p, std::size_t its, std::uint32_t at) {
             const std::int32_t region = map.RegionOf(its, at);
@@ -42,7 +42,7 @@ public:
         const std::vector<std::uint32_t> order = AscendingOrder(cubes);
         entries_.reserve(order.size());
         for (std::size_t i = 0; i < order.size();) {
-            const CellKey key = cubes[order[i]];
+            const TileKey key = cubes[order[i]];
             const std::size_t first = i;
             bool mixed = false;
             for (; i < order.size() && cubes[order[i]] == key; ++i) {
@@ -56,7 +56,7 @@ public:
         }
     }
 
-    std::vector<Meeting> Meetings(const std::function<bool(const RegionPair&)>& mayMeet) const {
+    std::vector<NearPair> Pairs(const std::function<bool(const RegionPair&)>& mayJoin) const {
         struct Contact {
             RegionPair pair;
             std::uint32_t a = 0, b = 0;  // patches
@@ -70,20 +70,20 @@ public:
         });
         std::sort(contacts.begin(), contacts.end(),
                   [](const Contact& a, const Contact& b) { return a.pair < b.pair; });
-        std::vector<Meeting> meetings;
+        std::vector<NearPair> pairs;
         for (std::size_t i = 0; i < contacts.size();) {
             const RegionPair pair = contacts[i].pair;
-            std::int32_t away = mayMeet(pair) ? reach_ + 1 : 0;
+            std::int32_t away = mayJoin(pair) ? reach_ + 1 : 0;
             for (; i < contacts.size() && contacts[i].pair == pair; ++i)
                 if (away > 1)
                     away = std::min(away, Away(patches_[contacts[i].a], patches_[contacts[i].b]));
-            if (away > 0 && away <= reach_) meetings.push_back({pair, away == 1});
+            if (away > 0 && away <= reach_) pairs.push_back({pair, away == 1});
         }
-        return meetings;
+        return pairs;
     }
 
 private:
-    void AddPatches(CellKey cube, std::uint32_t first) {
+    void AddPatches(TileKey cube, std::uint32_t first) {
         const auto size = static_cast<std::uint32_t>(entries_.size());
         for (std::uint32_t i = first; i < size; ++i) {
             if (i == first || entries_[i].region != entries_[i - 1].region) {
@@ -95,31 +95,31 @@ private:
     }
     // How many cells the closest two of the patches lie apart.
     [[nodiscard]] std::int32_t Away(const Patch& a, const Patch& b) const {
-        std::int32_t least = reach_ + 1;
+        std::int32_t nearest = reach_ + 1;
         for (std::uint32_t i = a.first; i < a.last; ++i) {
             for (std::uint32_t j = b.first; j < b.last; ++j) {
                 std::int32_t away = 1;
                 for (std::size_t axis = 0; axis < 3; ++axis)
                     away =
                         std::max(away, std::abs(entries_[i].place[axis] - entries_[j].place[axis]));
-                least = std::min(least, away);
-                if (least == 1) return least;
+                nearest = std::min(nearest, away);
+                if (nearest == 1) return nearest;
             }
         }
-        return least;
+        return nearest;
     }
 
     std::int32_t reach_;
     std::vector<Entry> entries_;  // by cube, then by region
-    std::vector<CellKey> keys_;   // of the patches: their cubes
+    std::vector<TileKey> keys_;   // of the patches: their cubes
     std::vector<Patch> patches_;
 };
 
 }  // namespace
 
-std::vector<Meeting> MeetingsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
-                                const std::function<bool(const RegionPair&)>& mayMeet) {
-    return NearTile(map, tile, reach).Meetings(mayMeet);
+std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
+                                  const std::function<bool(const RegionPair&)>& mayJoin) {
+    return NearTile(map, tile, reach).Pairs(mayJoin);
 }
 
 }  // namespace orvix::detection

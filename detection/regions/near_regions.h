@@ -15,21 +15,21 @@ namespace orvix::detection {
 using RegionPair = std::pair<std::int32_t, std::int32_t>;
 
 /// How close two regions come.
-struct Meeting {
+struct NearPair {
     RegionPair pair;
     bool touch = false;  ///< cells of theirs lie side by side
 
-    auto operator<=>(const Meeting&) const = default;
+    auto operator<=>(const NearPair&) const = default;
 };
 
 /// The regions that come near each other in a tile: pairs that have cells, one of which may lie in
-/// a tile beside it, within `reach` cells along every axis. Pairs that `mayMeet` refuses are left
+/// a tile beside it, within `reach` cells along every axis. Pairs that `mayJoin` refuses are left
 /// out unseen.
 /// Boundaries `reach` is 1 at least, and 26 at most.
 /// Order  by pair, each once.
 /// Cost   some 50 ns a cell for a reach of a few cells; it grows with the fourth power of the reach
 ///        where regions that may meet lie side by side without touching.
-std::vector<Meeting> MeetingsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
-                                const std::function<bool(const RegionPair&)>& mayMeet);
+std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
+                                  const std::function<bool(const RegionPair&)>& mayJoin);
 
 }  // namespace orvix::detection

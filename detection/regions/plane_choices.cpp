@@ -10,14 +10,14 @@ constexpr std::uint32_t kBeside = ~std::uint32_t{0};  // a cell of another tile
 
 /// The cells of a tile and those that touch it, by key.
 struct Neighbourhood {
-    std::vector<CellKey> keys;
+    std::vector<TileKey> keys;
     std::vector<std::int32_t> regions;
     std::vector<std::uint32_t> own;  // the tile's cell, or kBeside
 
     Neighbourhood(const CellMap& map, std::size_t tile) {
         CellPlace low = map.OriginOf(tile);
         for (std::int32_t& at : low) --at;
-        std::vector<std::pair<CellKey, std::int32_t>> rim;
+        std::vector<std::pair<TileKey, std::int32_t>> rim;
         map.ForCellsWithin(tile, 1,
                            [&](const CellPlace& place, std::size_t at, std::uint32_t cell) {
                                if (at != tile)
@@ -31,7 +31,7 @@ struct Neighbourhood {
         std::size_t next = 0;
         for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell) {
             // One further from the corner than in its own tile.
-            const CellKey key = map.NoteOf(tile, cell).Key() + kKeyX + kKeyY + 1;
+            const TileKey key = map.SummaryOf(tile, cell).Key() + kKeyX + kKeyY + 1;
             for (; next < rim.size() && rim[next].first < key; ++next)
                 Put(rim[next].first, rim[next].second, kBeside);
             Put(key, map.RegionOf(tile, cell), cell);
@@ -40,7 +40,7 @@ struct Neighbourhood {
     }
 
 private:
-    void Put(CellKey key, std::int32_t region, std::uint32_t its) {
+    void Put(TileKey key, std::int32_t region, std::uint32_t its) {
         keys.push_back(key);
         regions.push_back(region);
         own.push_back(its);
@@ -105,14 +105,14 @@ PlaneChoices::Tile PlaneChoices::ChoicesIn(const CellMap& map, std::size_t tile)
     List list;
     std::vector<std::int32_t> one;
     for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell) {
-        if (!map.NoteOf(tile, cell).IsPlain()) continue;
+        if (!map.SummaryOf(tile, cell).IsInterior()) continue;
         one.clear();
         if (map.RegionOf(tile, cell) != kNoRegion) one.push_back(map.RegionOf(tile, cell));
         choices.listOf[cell] = writer.Put(one);
     }
     std::uint32_t columns = 0;
     const auto wanted = [&](std::uint32_t i) {
-        return around.own[i] != kBeside && !map.NoteOf(tile, around.own[i]).IsPlain();
+        return around.own[i] != kBeside && !map.SummaryOf(tile, around.own[i]).IsInterior();
     };
     ForColumnsAround(around.keys, wanted,
                      [&](std::uint32_t i, std::uint32_t first, std::uint32_t last) {

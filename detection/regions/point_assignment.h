@@ -66,14 +66,14 @@ public:
     [[nodiscard]] std::int32_t Nearest(const Vector& p, std::span<const std::int32_t> choice,
                                        bool within = true) const {
         std::int32_t best = kNoRegion;
-        double least = 0;
+        double smallest = 0;
         for (const std::int32_t plane : choice) {
             const PlaneHeight& its = planes_[static_cast<std::size_t>(plane)];
             const double away = std::abs(its.Distance(p));
             if (within && away > its.reach) continue;
-            if (best != kNoRegion && away >= least) continue;
+            if (best != kNoRegion && away >= smallest) continue;
             best = plane;
-            least = away;
+            smallest = away;
         }
         return best;
     }
@@ -85,9 +85,9 @@ private:
     [[nodiscard]] std::span<const std::int32_t> ChoiceOf(std::size_t chunk,
                                                          std::uint32_t number) const {
         const std::size_t tile = cut_.chunks[chunk].tile;
-        const std::uint64_t met = std::uint64_t{grown_.firstMet[chunk]} + number;
+        const std::uint64_t met = std::uint64_t{grown_.firstNumber[chunk]} + number;
         if (number == kNoCell || met >= grown_.map.CellsIn(tile)) return {};
-        return choices_.At(tile, grown_.map.CellMetAs(tile, static_cast<std::uint32_t>(met)));
+        return choices_.At(tile, grown_.map.CellOfNumber(tile, static_cast<std::uint32_t>(met)));
     }
     const PointChunks& cut_;
     const GrownTiles& grown_;

@@ -41,7 +41,7 @@ public:
             const std::uint64_t stride = 1 + regions_[number].cells / kCellsKept;
             if (met[slot]++ % stride != 0) continue;
             extent.cells.push_back(place);
-            extent.counts.push_back(map.NoteOf(tile, cell).Points());
+            extent.counts.push_back(map.SummaryOf(tile, cell).Points());
         }
         for (const auto& [region, extent] : extents) slots_[static_cast<std::size_t>(region)] = -1;
         return extents;

@@ -8,7 +8,7 @@
 namespace orvix::detection {
 namespace {
 
-constexpr std::size_t kLeastCells = 3;
+constexpr std::size_t kMinCells = 3;
 
 class Grower {
 public:
@@ -17,31 +17,31 @@ public:
           shapes_(shapes),
           limits_(limits),
           seen_(tile.Size(), 0),
-          spent_(tile.Size()) {
+          discarded_(tile.Size()) {
         result_.ofCell.assign(tile.Size(), kNoRegion);
-        mostSpread_ = kMostSpread * limits.distance * kMostSpread * limits.distance;
+        maxSquaredSpread_ = kMaxSpread * limits.distance * kMaxSpread * limits.distance;
     }
 
     Regions Grow();
 
 private:
-    enum class Verdict { Apart, Edge, Joins };
+    enum class Match { None, Edge, Full };
 
     [[nodiscard]] std::vector<std::uint32_t> Seeds() const;
     bool Start(std::uint32_t seed);
     void Spread();
     void Join(std::uint32_t cell);
     void Fit();
-    void Settle();
-    [[nodiscard]] Verdict Judge(std::uint32_t cell) const;
+    void Recheck();
+    [[nodiscard]] Match MatchOf(std::uint32_t cell) const;
     [[nodiscard]] bool TouchesRim() const;
     void Keep();
-    void Release();
+    void Discard();
 
     const TileCells& tile_;
     const std::vector<CellShape>& shapes_;
     GrowthLimits limits_;
-    double mostSpread_ = 0;
+    double maxSquaredSpread_ = 0;
     Regions result_;
     Region region_;                     // about the tile's middle
     double height_ = 0;                 // of its plane over that, along its normal
@@ -50,9 +50,9 @@ private:
     std::vector<std::uint32_t> seen_;  // the round in which a cell was last judged
     std::uint32_t round_ = 0;
     enum class Role : std::uint8_t { Edge, Inner, Rim };
-    std::vector<Role> roles_;  // of cells_; an edge cell leads no further
-    std::size_t front_ = 0;    // of cells_: the first whose neighbours are not judged
-    std::vector<bool> spent_;  // cells whose region was too small: no seeds any more
+    std::vector<Role> roles_;      // of cells_; an edge cell leads no further
+    std::size_t front_ = 0;        // of cells_: the first whose neighbours are not judged
+    std::vector<bool> discarded_;  // cells whose region was too small: no seeds any more
 };
 
 // By flatness: the flattest first, and those of the same twentieth by number.
@@ -73,18 +73,18 @@ std::vector<std::uint32_t> Grower::Seeds() const {
     return seeds;
 }
 
-Grower::Verdict Grower::Judge(std::uint32_t cell) const {
+Grower::Match Grower::MatchOf(std::uint32_t cell) const {
     const MomentSum& sum = tile_.Sum(cell);
     const Vector& n = region_.plane.normal;
     // Both sides times the cell's points: how far their mean, and the mean square of them, is from
     // the plane.
     const double heights = Dot(n, sum.sum), rise = height_ * sum.count;
-    if (std::abs(heights - rise) > limits_.distance * sum.count) return Verdict::Apart;
+    if (std::abs(heights - rise) > limits_.distance * sum.count) return Match::None;
     const double spread = Along(sum.squares, n) - (2 * heights - rise) * height_;
-    if (spread > mostSpread_ * sum.count) return Verdict::Apart;
+    if (spread > maxSquaredSpread_ * sum.count) return Match::None;
     const CellShape& shape = shapes_[cell];
-    if (!shape.HasNormal()) return Verdict::Edge;
-    return std::abs(Dot(shape.Normal(), n)) >= limits_.leastCos ? Verdict::Joins : Verdict::Apart;
+    if (!shape.HasNormal()) return Match::Edge;
+    return std::abs(Dot(shape.Normal(), n)) >= limits_.minCosine ? Match::Full : Match::None;
 }
 
 void Grower::Join(std::uint32_t cell) {
@@ -107,7 +107,7 @@ bool Grower::Start(std::uint32_t seed) {
     height_ = Dot(region_.plane.normal, region_.plane.centre);
     roles_.clear();
     front_ = 0;
-    if (Judge(seed) != Verdict::Joins) return false;
+    if (MatchOf(seed) != Match::Full) return false;
     number_ = static_cast<std::int32_t>(result_.regions.size());
     seen_[seed] = round_;
     Join(seed);
@@ -125,10 +125,10 @@ void Grower::Spread() {
             role = Role::Rim;
             if (seen_[cell] == round_ || result_.ofCell[cell] != kNoRegion) continue;
             seen_[cell] = round_;
-            const Verdict verdict = Judge(cell);
-            if (verdict == Verdict::Apart) continue;
+            const Match match = MatchOf(cell);
+            if (match == Match::None) continue;
             Join(cell);
-            roles_.push_back(verdict == Verdict::Joins ? Role::Rim : Role::Edge);
+            roles_.push_back(match == Match::Full ? Role::Rim : Role::Edge);
         }
         roles_[front_] = role;
         if (cells_.size() >= refitAt) {
@@ -140,7 +140,7 @@ void Grower::Spread() {
 
 // Holds the cells against the plane that they made, twice: who does not fit leaves, and from the
 // rim of who does the region spreads again.
-void Grower::Settle() {
+void Grower::Recheck() {
     for (int turn = 0; turn < 2; ++turn) {
         Fit();
         ++round_;
@@ -151,7 +151,7 @@ void Grower::Settle() {
         for (std::size_t i = 0; i < grown; ++i) {
             const std::uint32_t cell = cells_[i];
             seen_[cell] = round_;
-            if (Judge(cell) == Verdict::Apart) {
+            if (MatchOf(cell) == Match::None) {
                 result_.ofCell[cell] = kNoRegion;
                 continue;
             }
@@ -182,23 +182,23 @@ void Grower::Keep() {
     result_.regions.push_back(std::move(region_));
 }
 
-void Grower::Release() {
+void Grower::Discard() {
     for (const std::uint32_t cell : cells_) {
         result_.ofCell[cell] = kNoRegion;
-        spent_[cell] = true;
+        discarded_[cell] = true;
     }
 }
 
 Regions Grower::Grow() {
     for (const std::uint32_t seed : Seeds()) {
-        if (result_.ofCell[seed] != kNoRegion || spent_[seed] || !Start(seed)) continue;
+        if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !Start(seed)) continue;
         Spread();
-        if (cells_.size() >= kLeastCells) Settle();
+        if (cells_.size() >= kMinCells) Recheck();
         if (IsLargeEnough(region_, limits_, tile_.Frame().Size()) ||
-            (cells_.size() >= kLeastCells && TouchesRim())) {
+            (cells_.size() >= kMinCells && TouchesRim())) {
             Keep();
         } else {
-            Release();
+            Discard();
         }
     }
     return std::move(result_);
@@ -214,12 +214,12 @@ void Refit(Region& region) {
 }
 
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
-    if (region.cells < kLeastCells || region.sum.count < limits.leastPoints) return false;
+    if (region.cells < kMinCells || region.sum.count < limits.minPoints) return false;
     const Vector& n = region.plane.normal;
     // A plane passes through so many cells for each cell's face of its area.
-    const double cellsAFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);
-    const double area = static_cast<double>(region.cells) * cellSize * cellSize / cellsAFace;
-    return area >= limits.leastArea;
+    const double cellsPerFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);
+    const double area = static_cast<double>(region.cells) * cellSize * cellSize / cellsPerFace;
+    return area >= limits.minArea;
 }
 
 Regions GrowRegions(const TileCells& tile, const std::vector<CellShape>& shapes,

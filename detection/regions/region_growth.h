@@ -11,14 +11,14 @@ namespace orvix::detection {
 /// What decides whether cells lie on one plane.
 struct GrowthLimits {
     double distance = 0;   ///< metres: of a point from the plane
-    double leastCos = 0;   ///< of the angle between a cell's normal and the plane's
+    double minCosine = 0;  ///< of the angle between a cell's normal and the plane's
     double noise = 0;      ///< metres: standard deviation of points on a plane
-    double leastArea = 0;  ///< square metres: what a region must cover, by its cells
-    double leastPoints = 0;
+    double minArea = 0;    ///< square metres: what a region must cover, by its cells
+    double minPoints = 0;
 };
 
 /// Of the distance: how far the points of a cell, and of joined regions, are from the plane, rms.
-inline constexpr double kMostSpread = 0.55;
+inline constexpr double kMaxSpread = 0.55;
 
 /// A plane through a point.
 struct PlaneAt {

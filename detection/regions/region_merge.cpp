@@ -14,9 +14,9 @@ namespace {
 
 // Of the distance: the rms of a piece's points from the plane of the whole, where the pieces touch
 // and where they do not.
-constexpr double kMostTouching = 0.75;
-constexpr double kMostApart = 0.35;
-constexpr double kMostReach = 20;  // cells: what lies farther apart is not looked at
+constexpr double kMaxTouching = 0.75;
+constexpr double kMaxApart = 0.35;
+constexpr double kMaxReach = 20;  // cells: what lies farther apart is not looked at
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
 class Merger {
@@ -34,10 +34,10 @@ public:
     [[nodiscard]] double Loss(const RegionPair& pair, bool touch) const {
         const Region& a = At(pair.first);
         const Region& b = At(pair.second);
-        if (std::abs(Dot(a.plane.normal, b.plane.normal)) < growth_.leastCos) return kNever;
+        if (std::abs(Dot(a.plane.normal, b.plane.normal)) < growth_.minCosine) return kNever;
         const Region both = Union(a, b);
-        if (both.rms > kMostSpread * growth_.distance) return kNever;
-        const double most = (touch ? kMostTouching : kMostApart) * growth_.distance;
+        if (both.rms > kMaxSpread * growth_.distance) return kNever;
+        const double most = (touch ? kMaxTouching : kMaxApart) * growth_.distance;
         const double spreadA = Spread(a, both.plane), spreadB = Spread(b, both.plane);
         if (std::max(spreadA, spreadB) > most * most) return kNever;
         return std::max(spreadA - a.rms * a.rms, spreadB - b.rms * b.rms);
@@ -48,20 +48,20 @@ public:
         Parent(pair.second) = pair.first;
     }
     // The number that each region ends with; those that are left close ranks.
-    std::vector<std::int32_t> CloseRanks(double cellSize) {
-        std::vector<std::int32_t> names(regions_.size(), kNoRegion);
+    std::vector<std::int32_t> Renumber(double cellSize) {
+        std::vector<std::int32_t> numbers(regions_.size(), kNoRegion);
         std::size_t kept = 0;
         for (std::size_t i = 0; i < regions_.size(); ++i) {
             const std::int32_t root = Root(static_cast<std::int32_t>(i));
             if (root != static_cast<std::int32_t>(i)) {
-                names[i] = names[static_cast<std::size_t>(root)];
+                numbers[i] = numbers[static_cast<std::size_t>(root)];
             } else if (IsLargeEnough(regions_[i], growth_, cellSize)) {
-                names[i] = static_cast<std::int32_t>(kept);
+                numbers[i] = static_cast<std::int32_t>(kept);
                 regions_[kept++] = regions_[i];
             }
         }
         regions_.resize(kept);
-        return names;
+        return numbers;
     }
 
 private:
@@ -87,37 +87,37 @@ private:
     std::vector<std::int32_t> parent_;
 };
 
-// Each pair once; it touches where any of its meetings does.
-void SortOnce(std::vector<Meeting>& meetings) {
-    std::sort(meetings.begin(), meetings.end(), [](const Meeting& a, const Meeting& b) {
+// Each pair once; it touches where any of its pairs does.
+void SortOnce(std::vector<NearPair>& pairs) {
+    std::sort(pairs.begin(), pairs.end(), [](const NearPair& a, const NearPair& b) {
         return a.pair != b.pair ? a.pair < b.pair : a.touch > b.touch;
     });
-    const auto samePair = [](const Meeting& a, const Meeting& b) { return a.pair == b.pair; };
-    meetings.erase(std::unique(meetings.begin(), meetings.end(), samePair), meetings.end());
+    const auto samePair = [](const NearPair& a, const NearPair& b) { return a.pair == b.pair; };
+    pairs.erase(std::unique(pairs.begin(), pairs.end(), samePair), pairs.end());
 }
 
-Expected<std::vector<Meeting>> MeetingsOf(const CellMap& map, std::int32_t reach,
-                                          const Merger& merger, const parallel::Pool& pool) {
-    std::vector<std::vector<Meeting>> parts(map.Tiles());
+Expected<std::vector<NearPair>> NearPairsOf(const CellMap& map, std::int32_t reach,
+                                            const Merger& merger, const parallel::Pool& pool) {
+    std::vector<std::vector<NearPair>> parts(map.Tiles());
     auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned) -> Expected<void> {
-        parts[tile] = MeetingsIn(map, tile, reach, [&](const RegionPair& pair) {
+        parts[tile] = NearPairsIn(map, tile, reach, [&](const RegionPair& pair) {
             return merger.Loss(pair, true) < kNever;
         });
         return {};
     });
     if (!done) return tl::unexpected<Error>(done.error());
-    std::vector<Meeting> meetings;
-    for (const auto& part : parts) meetings.insert(meetings.end(), part.begin(), part.end());
-    SortOnce(meetings);
-    return meetings;
+    std::vector<NearPair> pairs;
+    for (const auto& part : parts) pairs.insert(pairs.end(), part.begin(), part.end());
+    SortOnce(pairs);
+    return pairs;
 }
 
 // Joins the best pairs, each region once; false when no pair is left that may join.
-bool JoinOnce(const std::vector<Meeting>& meetings, std::size_t regions, Merger& merger) {
+bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& merger) {
     std::vector<std::pair<double, RegionPair>> ranked;
-    for (const Meeting& meeting : meetings) {
-        const double loss = merger.Loss(meeting.pair, meeting.touch);
-        if (loss < kNever) ranked.emplace_back(loss, meeting.pair);
+    for (const NearPair& near : pairs) {
+        const double loss = merger.Loss(near.pair, near.touch);
+        if (loss < kNever) ranked.emplace_back(loss, near.pair);
     }
     std::sort(ranked.begin(), ranked.end());
     // A region that changed is judged anew in the next turn.
@@ -138,20 +138,20 @@ Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const par
                             CellMap& map, std::vector<Region>& regions) {
     const double size = map.Frame().Size();
     Merger merger(growth, regions);
-    const double cells = std::min(bridge / size, kMostReach) + 1 + 1e-9;
+    const double cells = std::min(bridge / size, kMaxReach) + 1 + 1e-9;
     const auto reach = std::max(1, static_cast<std::int32_t>(cells));
-    auto found = MeetingsOf(map, reach, merger, pool);
+    auto found = NearPairsOf(map, reach, merger, pool);
     if (!found) return tl::unexpected<Error>(found.error());
-    std::vector<Meeting> meetings = std::move(*found);
-    while (JoinOnce(meetings, regions.size(), merger)) {
+    std::vector<NearPair> pairs = std::move(*found);
+    while (JoinOnce(pairs, regions.size(), merger)) {
         if (!pool.Proceed())
             return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
-        for (auto& [pair, touch] : meetings)
+        for (auto& [pair, touch] : pairs)
             pair = std::minmax(merger.Root(pair.first), merger.Root(pair.second));
-        std::erase_if(meetings, [](const Meeting& m) { return m.pair.first == m.pair.second; });
-        SortOnce(meetings);
+        std::erase_if(pairs, [](const NearPair& m) { return m.pair.first == m.pair.second; });
+        SortOnce(pairs);
     }
-    map.Rename(merger.CloseRanks(size));
+    map.Renumber(merger.Renumber(size));
     return {};
 }
 

@@ -14,7 +14,7 @@ namespace orvix::detection {
 ///
 /// Two regions are one when cells of theirs lie within `bridge` metres of each other, to the next
 /// cell and over 20 cells at most, and when one plane serves both: their points' rms from the plane
-/// through all of them is what a cell's may be (kMostSpread of the distance), and either's alone is
+/// through all of them is what a cell's may be (kMaxSpread of the distance), and either's alone is
 /// three quarters of the distance at most, or about a third where the two do not touch. That is
 /// more than the noise: a scan drifts, and floors sag; what stands apart must prove itself.
 ///

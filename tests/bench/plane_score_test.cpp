@@ -22,18 +22,18 @@ public:
 
     /// The score of labels; `label` tells that of a point by its place, 0 to 249.
     template <class Label>
-    [[nodiscard]] PlaneScore Score(Label&& label, std::uint64_t leastPoints = 30) const {
-        PlaneTally tally({{{0, 0, 1}, 0, 1}, {{0, 0, 1}, -1, 1}});
+    [[nodiscard]] PlaneScore Score(Label&& label, std::uint64_t minPoints = 30) const {
+        PlaneCounter tally({{{0, 0, 1}, 0, 1}, {{0, 0, 1}, -1, 1}});
         for (std::size_t i = 0; i < points_.size(); ++i)
             tally.Add(points_[i].position, points_[i].plane, label(i));
-        return tally.Score(leastPoints);
+        return tally.Score(minPoints);
     }
 
 private:
     std::vector<test::ScannedPoint> points_;
 };
 
-TEST(PlaneTally, GivesFullMarksToTheTruthUnderOtherNumbers) {
+TEST(PlaneCounter, GivesFullMarksToTheTruthUnderOtherNumbers) {
     const PlaneScore score = Levels().Score([](std::size_t i) {
         return i < 100 ? 4 : i < 200 ? 1 : -1;
     });
@@ -51,7 +51,7 @@ TEST(PlaneTally, GivesFullMarksToTheTruthUnderOtherNumbers) {
     EXPECT_EQ(score.overlaps, (std::vector<double>{1, 1}));
 }
 
-TEST(PlaneTally, HoldsWhatIsSharedAgainstWhatEitherHas) {
+TEST(PlaneCounter, HoldsWhatIsSharedAgainstWhatEitherHas) {
     // Plane 0: 60 of its 100 points, and 20 of none: 60 / 120. Plane 1: 80 of 100 and none more.
     const PlaneScore score = Levels().Score([](std::size_t i) {
         if (i < 60 || (i >= Levels::kNone && i < Levels::kNone + 20)) return 0;
@@ -64,7 +64,7 @@ TEST(PlaneTally, HoldsWhatIsSharedAgainstWhatEitherHas) {
     EXPECT_EQ(score.recall75, 0.5);
 }
 
-TEST(PlaneTally, CountsAPlaneOfTwoTenthsAsSplitAndTheirHolderAsJoined) {
+TEST(PlaneCounter, CountsAPlaneOfTwoTenthsAsSplitAndTheirHolderAsJoined) {
     // Plane 0 in pieces of 90 and 10 points, the lesser of which holds plane 1 as well.
     const PlaneScore score = Levels().Score([](std::size_t i) {
         return i < 90 ? 0 : i < 200 ? 1 : -1;
@@ -80,7 +80,7 @@ TEST(PlaneTally, CountsAPlaneOfTwoTenthsAsSplitAndTheirHolderAsJoined) {
     EXPECT_EQ(less.joined, 0U);
 }
 
-TEST(PlaneTally, CountsWhatWasFoundWhereNothingIsAgainstPrecisionAlone) {
+TEST(PlaneCounter, CountsWhatWasFoundWhereNothingIsAgainstPrecisionAlone) {
     const PlaneScore score = Levels().Score([](std::size_t i) {
         return i < 100 ? 0 : i < 200 ? 1 : 2;
     });
@@ -90,7 +90,7 @@ TEST(PlaneTally, CountsWhatWasFoundWhereNothingIsAgainstPrecisionAlone) {
     EXPECT_EQ(score.assigned, 1);
 }
 
-TEST(PlaneTally, AsksForNoTruePlaneOfFewerPointsThanTheLeast) {
+TEST(PlaneCounter, AsksForNoTruePlaneOfFewerPointsThanTheLeast) {
     const auto none = [](std::size_t) { return -1; };
     EXPECT_EQ(Levels().Score(none, 100).known, 2U);
     const PlaneScore score = Levels().Score(none, 101);
@@ -99,19 +99,19 @@ TEST(PlaneTally, AsksForNoTruePlaneOfFewerPointsThanTheLeast) {
     EXPECT_EQ(score.precision50, 0);
 }
 
-TEST(PlaneTally, MeasuresHowFarThePlanesOfMatchesAreOff) {
+TEST(PlaneCounter, MeasuresHowFarThePlanesOfMatchesAreOff) {
     // The lower level is told to be 2 mm lower and turned by a hundredth about the x axis.
-    PlaneTally tally({{{0, -0.0099995, 0.99995}, 0.002, 1}});
+    PlaneCounter tally({{{0, -0.0099995, 0.99995}, 0.002, 1}});
     for (int i = 0; i < 100; ++i) tally.Add({i % 10 * 0.1 - 0.45, i / 10 * 0.1 - 0.45, 0}, 0, 0);
     const PlaneScore score = tally.Score(30);
     EXPECT_NEAR(score.normalDegrees, 0.573, 0.001);
     EXPECT_NEAR(score.offsetMillimetres, 2, 1e-6);
 }
 
-TEST(PlaneTally, LeavesPlanesOnUnknownPointsOutOfThePrecision) {
+TEST(PlaneCounter, LeavesPlanesOnUnknownPointsOutOfThePrecision) {
     // Plane 0 and half as much again, and a plane of points of which what is known may differ.
     const auto scoreOf = [](std::int32_t others) {
-        PlaneTally tally({{{0, 0, 1}, 0, 1}});
+        PlaneCounter tally({{{0, 0, 1}, 0, 1}});
         for (int i = 0; i < 40; ++i)
             tally.Add({i % 5 * 1.0, i / 5 * 1.0, 0}, i < 20 ? 0 : others, i < 30 ? 0 : 1);
         return tally.Score(10);

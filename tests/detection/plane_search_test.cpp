@@ -206,7 +206,7 @@ TEST(PlaneSearch, TakesLargerCellsWhereMemoryIsShorter) {
     options.memoryLimitBytes = 500'000;
     const auto search = project.Search(options);
     EXPECT_GT(search->Settings().cellSize, project.Search()->Settings().cellSize);
-    EXPECT_LE(CellMap::kBytesACell * search->Cells(), options.memoryLimitBytes);
+    EXPECT_LE(CellMap::kBytesPerCell * search->Cells(), options.memoryLimitBytes);
     options.memoryLimitBytes = 50;
     const auto refused = PlaneSearch::Run(project.Core(), options);
     ASSERT_FALSE(refused);

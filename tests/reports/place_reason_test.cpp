@@ -14,8 +14,8 @@ protected:
         settings_.cellSize = 0.1;
         settings_.distance = 0.04;
         settings_.angle = 20;
-        settings_.leastArea = 0.25;
-        settings_.leastPoints = 30;
+        settings_.minArea = 0.25;
+        settings_.minPoints = 30;
         planes_.resize(2);
         planes_[1].kind = "wall";
         planes_[1].tolerance = 0.04;

@@ -37,7 +37,7 @@ TEST(CellFrame, HasTilesOfWholeCellsOfTheProject) {
     for (std::size_t step = 0; step < CellFrame::kSizes.size(); ++step) {
         const CellFrame frame(step);
         for (std::size_t axis = 0; axis < 3; ++axis)
-            EXPECT_LE(frame.PerTile(axis), CellFrame::kMostAxisCells);
+            EXPECT_LE(frame.PerTile(axis), CellFrame::kMaxCellsPerAxis);
         for (const float v : {-1000.0F, -10.0F, -5.0F, -0.01F, 0.0F, 4.99F, 9.99F, 10.0F, 499.5F}) {
             const std::int32_t metre = detail::CellOf(v).cell100, cell = frame.Along(v);
             const CellPlace tile = frame.TileOf({cell, cell, cell});
@@ -82,9 +82,9 @@ protected:
         std::size_t next = 0;
         for (auto& [tile, sums] : tiles) Put(next++, frame_.OriginOf(tile), sums);
         map_.Number(std::vector<std::size_t>(places.size(), 4));
-        std::vector<std::int32_t> names;
-        for (std::size_t i = 0; i < places.size() * 4; ++i) names.push_back(i % 4);
-        map_.Rename(names);
+        std::vector<std::int32_t> numbers;
+        for (std::size_t i = 0; i < places.size() * 4; ++i) numbers.push_back(i % 4);
+        map_.Renumber(numbers);
     }
     void Put(std::size_t number, const CellPlace& origin, CellSums& sums) {
         TileCells cells(frame_, origin, {&sums, 1});
@@ -127,7 +127,7 @@ TEST_P(CellMapModel, FindsEveryCellAndNoOther) {
                 column.push_back(z);
             }
             std::size_t met = 0;
-            map_.ForColumn(x, y, -kReach - 1, kReach, [&](CellNote) { return ++met > 0; });
+            map_.ForColumn(x, y, -kReach - 1, kReach, [&](CellSummary) { return ++met > 0; });
             EXPECT_EQ(met, column.size());
         }
     }
@@ -169,8 +169,8 @@ TEST_P(CellMapModel, TellsWhichRegionsMeetAcrossTheTilesToo) {
     for (const std::int32_t reach : {1, 2, 4}) {
         std::map<RegionPair, bool> met, expected;
         for (std::size_t tile = 0; tile < map_.Tiles(); ++tile)
-            for (const Meeting& m :
-                 MeetingsIn(map_, tile, reach, [](const RegionPair& p) { return p.second != 3; }))
+            for (const NearPair& m :
+                 NearPairsIn(map_, tile, reach, [](const RegionPair& p) { return p.second != 3; }))
                 met[m.pair] = met[m.pair] || m.touch;
         for (const auto& [place, region] : oracle_) {
             if (region == kNoRegion) continue;
@@ -204,16 +204,16 @@ TEST(CellNumbering, CountsCellsInTheOrderInWhichTheyAreMet) {
         return numbering.NumberOf(p);
     };
     EXPECT_EQ(numberOf(0.1F, 0.2F, 0.3F), 0U);
-    EXPECT_TRUE(numbering.MetNew());
+    EXPECT_TRUE(numbering.IsNew());
     EXPECT_EQ(numberOf(0.6F, 0.5F, 0.3F), 1U);
-    EXPECT_TRUE(numbering.MetNew());
+    EXPECT_TRUE(numbering.IsNew());
     EXPECT_EQ(numberOf(0.0F, 0.499999F, 0.3F), 0U);
-    EXPECT_FALSE(numbering.MetNew());
+    EXPECT_FALSE(numbering.IsNew());
     EXPECT_EQ(numberOf(1.0F, 0.5F, 0.3F), 2U);
     EXPECT_EQ(numberOf(-0.1F, -0.1F, -0.1F), 3U);
-    EXPECT_TRUE(numbering.MetNew());
+    EXPECT_TRUE(numbering.IsNew());
     EXPECT_EQ(numberOf(-0.4F, -0.2F, -0.1F), 3U);
-    EXPECT_FALSE(numbering.MetNew());
+    EXPECT_FALSE(numbering.IsNew());
 }
 
 TEST(CellNumbering, AgreesWithTheFrameAtTheRimsOfCells) {

@@ -33,8 +33,8 @@ public:
         tile.Link();
         GrowthLimits limits;
         limits.distance = 0.02;
-        limits.leastCos = 0.94;
-        limits.leastArea = 0.1;
+        limits.minCosine = 0.94;
+        limits.minArea = 0.1;
         return GrowRegions(tile, ShapesOf(tile), limits);
     }
 

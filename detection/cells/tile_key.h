@@ -12,30 +12,30 @@ namespace orvix::detection {
 
 /// A cell's place in its tile as one number of 21 bits, which sorts by x, then y, then z.
 ///
-/// Boundaries coordinates run from 1 to CellFrame::kMostAxisCells in the tile; 0 and one more are
+/// Boundaries coordinates run from 1 to CellFrame::kMaxCellsPerAxis in the tile; 0 and one more are
 ///            those of the cells around it.
-using CellKey = std::uint32_t;
+using TileKey = std::uint32_t;
 
-inline constexpr int kKeyBitsAnAxis = 7;
-inline constexpr CellKey kKeyX = CellKey{1} << (2 * kKeyBitsAnAxis);
-inline constexpr CellKey kKeyY = CellKey{1} << kKeyBitsAnAxis;
+inline constexpr int kKeyBitsPerAxis = 7;
+inline constexpr TileKey kKeyX = TileKey{1} << (2 * kKeyBitsPerAxis);
+inline constexpr TileKey kKeyY = TileKey{1} << kKeyBitsPerAxis;
 
 /// `origin` is the tile's first cell.
-inline CellKey KeyOf(const CellPlace& place, const CellPlace& origin) {
+inline TileKey KeyOf(const CellPlace& place, const CellPlace& origin) {
     const auto at = [&](std::size_t axis) {
-        return static_cast<CellKey>(place[axis]) - static_cast<CellKey>(origin[axis]) + 1;
+        return static_cast<TileKey>(place[axis]) - static_cast<TileKey>(origin[axis]) + 1;
     };
     return at(0) * kKeyX + at(1) * kKeyY + at(2);
 }
-inline CellPlace PlaceOf(CellKey key, const CellPlace& origin) {
-    const auto at = [](CellKey part) { return static_cast<std::int32_t>(part % kKeyY) - 1; };
+inline CellPlace PlaceOf(TileKey key, const CellPlace& origin) {
+    const auto at = [](TileKey part) { return static_cast<std::int32_t>(part % kKeyY) - 1; };
     return {origin[0] + at(key / kKeyX), origin[1] + at(key / kKeyY), origin[2] + at(key)};
 }
 
 /// The order in which keys ascend, equal ones as they come: the places of the first, the second ...
 ///
 /// Cost  two passes of counting.
-std::vector<std::uint32_t> AscendingOrder(std::span<const CellKey> keys);
+std::vector<std::uint32_t> AscendingOrder(std::span<const TileKey> keys);
 
 /// Calls use(cell, first, last) nine times for each cell that `wanted` says yes to: the cells
 /// `first` up to, without, `last` lie in one upright column of its neighbourhood and no more than
@@ -44,8 +44,8 @@ std::vector<std::uint32_t> AscendingOrder(std::span<const CellKey> keys);
 /// `keys` ascend. Cells at 0 along an axis must not be wanted.
 /// Cost  nine places that wander along: some 30 ns a cell that is wanted, 10 ns else.
 template <class Wanted, class Use>
-void ForColumnsAround(std::span<const CellKey> keys, Wanted&& wanted, Use&& use) {
-    constexpr std::array<CellKey, 9> kSteps{0 - kKeyX - kKeyY, 0 - kKeyX, 0 - kKeyX + kKeyY,
+void ForColumnsAround(std::span<const TileKey> keys, Wanted&& wanted, Use&& use) {
+    constexpr std::array<TileKey, 9> kSteps{0 - kKeyX - kKeyY, 0 - kKeyX, 0 - kKeyX + kKeyY,
                                             0 - kKeyY,         0,         kKeyY,
                                             kKeyX - kKeyY,     kKeyX,     kKeyX + kKeyY};
     std::array<std::size_t, 9> at{};
@@ -53,7 +53,7 @@ void ForColumnsAround(std::span<const CellKey> keys, Wanted&& wanted, Use&& use)
     for (std::size_t i = 0; i < size; ++i) {
         if (!wanted(static_cast<std::uint32_t>(i))) continue;
         for (std::size_t column = 0; column < 9; ++column) {
-            const CellKey lowest = keys[i] + kSteps[column] - 1;
+            const TileKey lowest = keys[i] + kSteps[column] - 1;
             std::size_t first = at[column];
             while (first < size && keys[first] < lowest) ++first;
             at[column] = first;

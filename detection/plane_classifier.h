@@ -9,19 +9,19 @@
 namespace orvix::detection {
 
 /// Tells what a plane is, and to which side its normal points, as PlaneSearch promises.
-class PlaneJudge {
+class PlaneClassifier {
 public:
-    PlaneJudge(const CellMap& map, const std::vector<Vector>& stations, double spacing);
+    PlaneClassifier(const CellMap& map, const std::vector<Vector>& stations, double spacing);
 
     /// Sets kind, normal and offset; `cells` are some of the plane's, spread over it.
-    void Judge(std::span<const CellPlace> cells, FoundPlane& plane) const;
+    void Classify(std::span<const CellPlace> cells, FoundPlane& plane) const;
 
 private:
-    [[nodiscard]] bool HangsFromIt(std::span<const CellPlace> cells) const;
+    [[nodiscard]] bool HasMoreBelow(std::span<const CellPlace> cells) const;
     [[nodiscard]] double ShareInSight(std::span<const CellPlace> cells, std::int32_t way,
                                       double metres) const;
     [[nodiscard]] PlaneKind KindOfLevel(std::span<const CellPlace> cells, bool seenFromBelow) const;
-    [[nodiscard]] bool Faces(const FoundPlane& plane) const;
+    [[nodiscard]] bool FacesStations(const FoundPlane& plane) const;
 
     const CellMap& map_;
     const std::vector<Vector>& stations_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/cells/survey.h"
+#include "detection/cells/cloud_estimate.h"
 
 #include <algorithm>
 #include <array>
@@ -12,11 +12,11 @@
 namespace orvix::detection {
 namespace {
 
-constexpr std::size_t kFewestPlaces = 16;
-constexpr std::size_t kMostPlaces = 256;
-constexpr std::size_t kChunksAPlace = 16;
-constexpr std::uint64_t kPointsAPlace = 4096;
-constexpr std::uint32_t kTypicalPoints = 2;
+constexpr std::size_t kMinSamples = 16;
+constexpr std::size_t kMaxSamples = 256;
+constexpr std::size_t kChunksPerSample = 16;
+constexpr std::uint64_t kPointsPerSample = 4096;
+constexpr std::uint32_t kMinTypicalCount = 2;
 
 constexpr double kWorthwhile =
     1.15;  // times the flat points of a size: what a larger one must find
@@ -30,62 +30,62 @@ T ValueAt(std::vector<T>& values, double share) {
     return *at;
 }
 
-// Stretches at the head of chunks; the last cells of each may be cut.
-std::vector<PointChunk> PlacesIn(const PointChunks& cut) {
-    const std::size_t places =
+// The heads of chunks, spread evenly; the last cells of each may be cut.
+std::vector<PointChunk> SamplesOf(const PointChunks& cut) {
+    const std::size_t samples =
         std::min(cut.chunks.size(),
-                 std::clamp(cut.chunks.size() / kChunksAPlace, kFewestPlaces, kMostPlaces));
+                 std::clamp(cut.chunks.size() / kChunksPerSample, kMinSamples, kMaxSamples));
     std::vector<PointChunk> chosen;
-    for (std::size_t i = 0; i < places; ++i) {
-        PointChunk chunk = cut.chunks[cut.chunks.size() * i / places];
-        chunk.count = std::min(chunk.count, kPointsAPlace);
+    for (std::size_t i = 0; i < samples; ++i) {
+        PointChunk chunk = cut.chunks[cut.chunks.size() * i / samples];
+        chunk.count = std::min(chunk.count, kPointsPerSample);
         chosen.push_back(chunk);
     }
     return chosen;
 }
 
-/// What the cells of one stretch tell.
-struct Findings {
+/// The cells of one sample.
+struct SampledCells {
     std::vector<std::uint32_t> counts;      // of every cell
     std::vector<std::uint32_t> flatCounts;  // of those with a normal
     std::vector<float> rms;                 // of the same
 };
 
-Expected<Findings> Look(CAlivePointReader& reader, const PointChunks& cut,
-                        const PointChunk& place) {
+Expected<SampledCells> ReadSample(CAlivePointReader& reader, const PointChunks& cut,
+                                  const PointChunk& sample) {
     const CellFrame& frame = cut.frame;
-    const CellPlace origin = frame.OriginOf(cut.tiles[place.tile].place);
-    auto sums = GatherCells(reader, place, frame, origin);
+    const CellPlace origin = frame.OriginOf(cut.tiles[sample.tile].place);
+    auto sums = GatherCells(reader, sample, frame, origin);
     if (!sums) return tl::unexpected<Error>(sums.error());
-    Findings findings;
+    SampledCells cells;
     for (const MomentSum& sum : sums->sums)
-        findings.counts.push_back(static_cast<std::uint32_t>(sum.count));
+        cells.counts.push_back(static_cast<std::uint32_t>(sum.count));
     TileCells tile(frame, origin, {&*sums, 1});
     if (auto checked = tile.Check(); !checked) return tl::unexpected<Error>(checked.error());
     tile.Link();
     const std::vector<CellShape> shaped = ShapesOf(tile);
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
         if (!shaped[cell].HasNormal()) continue;
-        findings.flatCounts.push_back(static_cast<std::uint32_t>(tile.Sum(cell).count));
-        findings.rms.push_back(shaped[cell].rms);
+        cells.flatCounts.push_back(static_cast<std::uint32_t>(tile.Sum(cell).count));
+        cells.rms.push_back(shaped[cell].rms);
     }
-    return findings;
+    return cells;
 }
 
-Expected<Findings> LookAround(CProjectCore& core, const PointChunks& cut,
-                              const parallel::Pool& pool) {
-    const std::vector<PointChunk> places = PlacesIn(cut);
-    std::vector<Findings> parts(places.size());
+Expected<SampledCells> ReadSamples(CProjectCore& core, const PointChunks& cut,
+                                   const parallel::Pool& pool) {
+    const std::vector<PointChunk> samples = SamplesOf(cut);
+    std::vector<SampledCells> parts(samples.size());
     Readers readers(core, pool.Threads());
-    auto done = pool.RunJobs(places.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
-        auto found = Look(readers[worker], cut, places[i]);
+    auto done = pool.RunJobs(samples.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
+        auto found = ReadSample(readers[worker], cut, samples[i]);
         if (!found) return tl::unexpected<Error>(found.error());
         parts[i] = std::move(*found);
         return {};
     });
     if (!done) return tl::unexpected<Error>(done.error());
-    Findings all;
-    for (const Findings& part : parts) {
+    SampledCells all;
+    for (const SampledCells& part : parts) {
         all.counts.insert(all.counts.end(), part.counts.begin(), part.counts.end());
         all.flatCounts.insert(all.flatCounts.end(), part.flatCounts.begin(), part.flatCounts.end());
         all.rms.insert(all.rms.end(), part.rms.begin(), part.rms.end());
@@ -105,7 +105,7 @@ std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
 }
 
 // Of the points: those in cells with a normal.
-double FlatShare(const Findings& found) {
+double FlatShare(const SampledCells& found) {
     const auto sum = [](const std::vector<std::uint32_t>& counts) {
         return std::accumulate(counts.begin(), counts.end(), 0.0);
     };
@@ -120,25 +120,25 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& 
     for (std::size_t step = 0;; ++step) {
         const auto cut = CutIntoChunks(core, CellFrame(step));
         if (!cut) return tl::unexpected<Error>(cut.error());
-        const auto found = LookAround(core, *cut, pool);
+        const auto found = ReadSamples(core, *cut, pool);
         if (!found) return tl::unexpected<Error>(found.error());
         const double flat = FlatShare(*found);
         if (share >= 0 && flat <= kWorthwhile * share) return step - 1;
         if (step == kLast) return step;
-        if (share >= 0 || TypicalCount(found->counts) >= kTypicalPoints) share = flat;
+        if (share >= 0 || TypicalCount(found->counts) >= kMinTypicalCount) share = flat;
     }
 }
 
-Expected<Survey> SurveyCells(CProjectCore& core, const PointChunks& cut,
-                             const parallel::Pool& pool) {
-    auto found = LookAround(core, cut, pool);
+Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
+                                      const parallel::Pool& pool) {
+    auto found = ReadSamples(core, cut, pool);
     if (!found) return tl::unexpected<Error>(found.error());
-    Survey survey;
-    survey.spacing = cut.frame.Size();
+    CloudEstimate estimate;
+    estimate.spacing = cut.frame.Size();
     if (!found->flatCounts.empty())
-        survey.spacing /= std::sqrt(std::max<double>(ValueAt(found->flatCounts, 0.5), 1));
-    if (!found->rms.empty()) survey.noise = ValueAt(found->rms, kPlainShare);
-    return survey;
+        estimate.spacing /= std::sqrt(std::max<double>(ValueAt(found->flatCounts, 0.5), 1));
+    if (!found->rms.empty()) estimate.noise = ValueAt(found->rms, kPlainShare);
+    return estimate;
 }
 
 }  // namespace orvix::detection

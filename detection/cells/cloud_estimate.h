@@ -10,7 +10,7 @@
 namespace orvix::detection {
 
 /// What a look at some places of a cloud, evenly spread over its file, tells of the whole.
-struct Survey {
+struct CloudEstimate {
     double noise = 0;    ///< metres: that of the plainer 45 % of flat cells, rms
     double spacing = 0;  ///< metres between points on flat cells, typically
 };
@@ -28,7 +28,7 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& 
 /// Order  a function of the chunks alone.
 /// Errors GatherCells', and a place that comes twice.
 /// Cost   reads 4,096 points at 16 to 256 places.
-Expected<Survey> SurveyCells(CProjectCore& core, const PointChunks& cut,
+Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
                              const parallel::Pool& pool);
 
 }  // namespace orvix::detection

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/cells/cell_key.h"
+#include "detection/cells/tile_key.h"
 
 namespace orvix::detection {
 namespace {
 
 constexpr int kDigitBits = 11;  // two digits tell a key
-constexpr CellKey kDigits = CellKey{1} << kDigitBits;
+constexpr TileKey kDigits = TileKey{1} << kDigitBits;
 
-void SortByDigit(std::span<const CellKey> keys, int shift, const std::vector<std::uint32_t>& from,
+void SortByDigit(std::span<const TileKey> keys, int shift, const std::vector<std::uint32_t>& from,
                  std::vector<std::uint32_t>& to) {
     std::array<std::uint32_t, kDigits + 1> starts{};
-    for (const CellKey key : keys) ++starts[(key >> shift) % kDigits + 1];
+    for (const TileKey key : keys) ++starts[(key >> shift) % kDigits + 1];
     for (std::size_t i = 1; i <= kDigits; ++i) starts[i] += starts[i - 1];
     for (const std::uint32_t i : from) to[starts[(keys[i] >> shift) % kDigits]++] = i;
 }
 
 }  // namespace
 
-std::vector<std::uint32_t> AscendingOrder(std::span<const CellKey> keys) {
+std::vector<std::uint32_t> AscendingOrder(std::span<const TileKey> keys) {
     std::vector<std::uint32_t> order(keys.size()), byLow(keys.size());
     for (std::uint32_t i = 0; i < keys.size(); ++i) order[i] = i;
     SortByDigit(keys, 0, order, byLow);
