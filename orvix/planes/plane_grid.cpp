@@ -32,11 +32,11 @@ PlaneGrid::PlaneGrid(const FittedPlane& plane, const SimplePointT<double>& seed,
     y_ = Unit(Minus(detail::Middle(c3, c2), origin_));
 }
 
-SimplePointT<double> PlaneGrid::Centre(const CellKey& key) const {
+SimplePointT<double> PlaneGrid::Centre(const PlaneCell& key) const {
     return Along(Along(origin_, x_, key.x * pitch_), y_, key.y * pitch_);
 }
 
-CellKey PlaneGrid::KeyOf(const SimplePointT<double>& p) const {
+PlaneCell PlaneGrid::KeyOf(const SimplePointT<double>& p) const {
     const SimplePointT<double> offset = Minus(p, origin_);
     return {Nearest(Dot(offset, x_) / pitch_), Nearest(Dot(offset, y_) / pitch_)};
 }

@@ -11,10 +11,10 @@
 namespace orvix {
 
 /// Grid coordinates of a cell on a plane; the seed's cell is (0, 0). Ordered by x, then y.
-struct CellKey {
+struct PlaneCell {
     std::int32_t x = 0;
     std::int32_t y = 0;
-    friend auto operator<=>(const CellKey&, const CellKey&) = default;
+    friend auto operator<=>(const PlaneCell&, const PlaneCell&) = default;
 };
 
 /// The cells of a plane search: a square lattice laid on a plane around a seed.
@@ -40,8 +40,8 @@ public:
     PlaneGrid() = default;
     PlaneGrid(const FittedPlane& plane, const SimplePointT<double>& seed, double splitSize);
 
-    [[nodiscard]] SimplePointT<double> Centre(const CellKey& key) const;
-    [[nodiscard]] CellKey KeyOf(const SimplePointT<double>& p) const;
+    [[nodiscard]] SimplePointT<double> Centre(const PlaneCell& key) const;
+    [[nodiscard]] PlaneCell KeyOf(const SimplePointT<double>& p) const;
     /// Distance between the centres of neighbouring cells.
     [[nodiscard]] double Pitch() const { return pitch_; }
 

@@ -14,8 +14,8 @@ namespace {
 using detail::Cross;
 using detail::Dot;
 using detail::Length;
-using detail::Minus;
 using detail::Middle;
+using detail::Minus;
 using detail::Vector;
 
 enum Direction : std::int32_t {
@@ -34,7 +34,7 @@ bool IsSeed(const PlaneWorm::CellSniff& cell) {
     return cell.direction < kUp;
 }
 
-CellKey Step(const CellKey& key, std::int32_t direction) {
+PlaneCell Step(const PlaneCell& key, std::int32_t direction) {
     switch (direction) {
         case kUp:
             return {key.x, key.y + 1};

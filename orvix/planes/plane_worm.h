@@ -81,8 +81,8 @@ public:
 
     /// A pending cell.
     struct CellSniff {
-        CellKey key;
-        CellKey origin;                     ///< the cell that spawned this one
+        PlaneCell key;
+        PlaneCell origin;                   ///< the cell that spawned this one
         SimplePointT<double> normal;        ///< the parent's until the cell's own is fitted
         std::int64_t index = 0;             ///< a point of the base point list; -1: none lies here
         double reach = 0;                   ///< limit of the distance from the seed point
@@ -93,7 +93,7 @@ public:
 
     /// A kept cell.
     struct Cell {
-        CellKey key;
+        PlaneCell key;
         std::vector<int> indices;  ///< as handed on: ascending distance from the centre
         SimplePointT<double> centre;
         SimplePointT<double> normal;    ///< of unit length
@@ -102,7 +102,7 @@ public:
     };
 
     struct RejectedCell {
-        CellKey key;
+        PlaneCell key;
         Rejection why = Rejection::FewPoints;
     };
 
@@ -213,7 +213,7 @@ private:
     bool bound_ = false;
     bool keepBorder_ = false;
     std::int32_t borderKind_ = 0;
-    std::map<CellKey, VisitedNode> visited_;
+    std::map<PlaneCell, VisitedNode> visited_;
     double largestDistance_ = 0;
     FittedPlane base_;
     std::shared_ptr<CNearestNeighbour> index_;
@@ -234,7 +234,7 @@ private:
     Ended ended_ = Ended::NotLaunched;
     std::array<double, 3> differences_{};
     PlaneGrid grid_;
-    std::map<CellKey, std::int64_t> basePointAt_;
+    std::map<PlaneCell, std::int64_t> basePointAt_;
     std::size_t fittedPoints_ = 0;
     FittedPlane fit_;  // of one cell; kept for its buffer
 };

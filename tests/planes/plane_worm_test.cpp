@@ -67,8 +67,8 @@ PlaneWorm WormIn(const Points& points, std::shared_ptr<PlaneWormSettings> settin
     return worm;
 }
 
-std::vector<CellKey> KeptKeys(const PlaneWorm& worm) {
-    std::vector<CellKey> keys;
+std::vector<PlaneCell> KeptKeys(const PlaneWorm& worm) {
+    std::vector<PlaneCell> keys;
     for (const auto& cell : worm.Cells()) keys.push_back(cell.key);
     return keys;
 }
@@ -126,9 +126,9 @@ TEST_F(PlaneWormTest, GrowsInTheOrderThatTheRelationsNumberGivesTheSeed) {
     auto worm = WormIn(floor);
     worm.SetStepBudget(9);
     worm.Launch(Relation::Visited);
-    EXPECT_THAT(KeptKeys(worm), ElementsAre(CellKey{0, 0}, CellKey{-1, 0}, CellKey{1, 0},
-                                            CellKey{-1, -1}, CellKey{-2, 0}, CellKey{-1, 1},
-                                            CellKey{1, -1}, CellKey{1, 1}, CellKey{2, 0}));
+    EXPECT_THAT(KeptKeys(worm), ElementsAre(PlaneCell{0, 0}, PlaneCell{-1, 0}, PlaneCell{1, 0},
+                                            PlaneCell{-1, -1}, PlaneCell{-2, 0}, PlaneCell{-1, 1},
+                                            PlaneCell{1, -1}, PlaneCell{1, 1}, PlaneCell{2, 0}));
     EXPECT_EQ(worm.HowItEnded(), Ended::Budget);
 
     FittedPlane base = Level();
@@ -139,21 +139,21 @@ TEST_F(PlaneWormTest, GrowsInTheOrderThatTheRelationsNumberGivesTheSeed) {
     worm.SetOutlineTest(false, true, false);
     worm.SetStepBudget(3);
     worm.Launch(Relation::Outline);
-    EXPECT_THAT(KeptKeys(worm), ElementsAre(CellKey{0, 0}, CellKey{0, -1}, CellKey{0, 1}));
+    EXPECT_THAT(KeptKeys(worm), ElementsAre(PlaneCell{0, 0}, PlaneCell{0, -1}, PlaneCell{0, 1}));
 
     worm.Clear();
     worm.SetSeed({});
     worm.SetSeedDirection(0);
     worm.SetStepBudget(5);
     worm.Launch(Relation::Visited);
-    EXPECT_THAT(KeptKeys(worm), ElementsAre(CellKey{0, 0}, CellKey{0, -1}, CellKey{0, 1},
-                                            CellKey{-1, 0}, CellKey{1, 0}));
+    EXPECT_THAT(KeptKeys(worm), ElementsAre(PlaneCell{0, 0}, PlaneCell{0, -1}, PlaneCell{0, 1},
+                                            PlaneCell{-1, 0}, PlaneCell{1, 0}));
 }
 
 /// The cells that a flood from the seed's two neighbours along x reaches, each tested by counting
 /// points one by one.
-std::set<CellKey> FloodOracle(const Points& points, double splitSize) {
-    const auto holds = [&](const CellKey& key) {
+std::set<PlaneCell> FloodOracle(const Points& points, double splitSize) {
+    const auto holds = [&](const PlaneCell& key) {
         int count = 0;
         for (const auto& p : points) {
             const double dx = p.x - key.x * splitSize / 2, dy = p.y - key.y * splitSize / 2;
@@ -161,13 +161,13 @@ std::set<CellKey> FloodOracle(const Points& points, double splitSize) {
         }
         return count >= 5;
     };
-    std::set<CellKey> flood;
-    std::set<CellKey> tried{{0, 0}};
+    std::set<PlaneCell> flood;
+    std::set<PlaneCell> tried{{0, 0}};
     if (!holds({})) return flood;
-    flood.insert(CellKey{});
-    std::vector<CellKey> pending{{-1, 0}, {1, 0}};
+    flood.insert(PlaneCell{});
+    std::vector<PlaneCell> pending{{-1, 0}, {1, 0}};
     while (!pending.empty()) {
-        const CellKey key = pending.back();
+        const PlaneCell key = pending.back();
         pending.pop_back();
         if (!tried.insert(key).second || !holds(key)) continue;
         flood.insert(key);
@@ -198,7 +198,7 @@ TEST_F(PlaneWormTest, KeepsExactlyTheCellsThatAFloodReachesWhateverTheShape) {
         auto worm = WormIn(shapes[i], Settings(0.31));
         worm.Launch(Relation::Visited);
         const auto keys = KeptKeys(worm);
-        const std::set<CellKey> kept(keys.begin(), keys.end());
+        const std::set<PlaneCell> kept(keys.begin(), keys.end());
         EXPECT_EQ(kept.size(), keys.size()) << "no cell twice, shape " << i;
         EXPECT_EQ(kept, FloodOracle(shapes[i], 0.31)) << "shape (or random seed + 1) " << i;
         EXPECT_EQ(worm.HowItEnded(), Ended::Exhausted);
@@ -297,7 +297,7 @@ TEST_F(PlaneWormTest, StaysInsideTheBasesOutlineAndEntersNoCellTwice) {
     worm.Launch(Relation::Outline);
     EXPECT_EQ(worm.HowItEnded(), Ended::Outline);
     const auto keys = KeptKeys(worm);
-    EXPECT_EQ(std::set<CellKey>(keys.begin(), keys.end()).size(), keys.size());
+    EXPECT_EQ(std::set<PlaneCell>(keys.begin(), keys.end()).size(), keys.size());
     EXPECT_GT(keys.size(), 90u);
     for (const auto& cell : worm.Cells()) EXPECT_TRUE(base.IsPointInContour(cell.centre));
 
@@ -321,7 +321,7 @@ TEST_F(PlaneWormTest, EntersOnlyCellsThatHoldAPointOfTheBasePointList) {
     worm.SetBasePoints({{0, 0.2, 3.0}, {0, 0.4, 0}, {0.2, 0.4, 0}, {0.2, 0.9, 0}});
     worm.Launch(Relation::Outline);
     EXPECT_THAT(KeptKeys(worm),
-                ElementsAre(CellKey{0, 0}, CellKey{0, 1}, CellKey{0, 2}, CellKey{1, 2}));
+                ElementsAre(PlaneCell{0, 0}, PlaneCell{0, 1}, PlaneCell{0, 2}, PlaneCell{1, 2}));
 }
 
 TEST_F(PlaneWormTest, CrawlsStraightOnInRelationFreeAndRefitsTheBaseAsItGoes) {

@@ -34,13 +34,13 @@ constexpr double kMostBend = 0.02;
 constexpr double kWorthwhileWidening = 1.05;
 
 struct KeyHash {
-    std::size_t operator()(const CellKey& key) const {
+    std::size_t operator()(const PlaneCell& key) const {
         const auto x = static_cast<std::uint32_t>(key.x);
         const auto y = static_cast<std::uint32_t>(key.y);
         return static_cast<std::size_t>((std::uint64_t{x} << 32 | y) * 0x9E3779B97F4A7C15u);
     }
 };
-using KeySet = std::unordered_set<CellKey, KeyHash>;
+using KeySet = std::unordered_set<PlaneCell, KeyHash>;
 
 /// Points of a cell of the plane's grid.
 struct Share {
@@ -48,12 +48,12 @@ struct Share {
     std::uint32_t all = 0;      // in the slab
     std::uint32_t offered = 0;  // to the worm so far
 };
-using Shares = std::unordered_map<CellKey, Share, KeyHash>;
+using Shares = std::unordered_map<PlaneCell, Share, KeyHash>;
 
 template <class Function>
-void ForEachAround(const CellKey& key, Function&& function) {
+void ForEachAround(const PlaneCell& key, Function&& function) {
     for (std::int32_t x = -1; x <= 1; ++x) {
-        for (std::int32_t y = -1; y <= 1; ++y) function(CellKey{key.x + x, key.y + y});
+        for (std::int32_t y = -1; y <= 1; ++y) function(PlaneCell{key.x + x, key.y + y});
     }
 }
 
@@ -167,7 +167,7 @@ private:
         KeySet flat;
         for (const auto& [key, unused] : shares) {
             Share around;
-            ForEachAround(key, [&](const CellKey& near) {
+            ForEachAround(key, [&](const PlaneCell& near) {
                 const auto found = shares.find(near);
                 if (found == shares.end()) return;
                 around.close += found->second.close;
@@ -175,12 +175,12 @@ private:
             });
             if (around.close >= kLeastInlierShare * around.all) flat.insert(key);
         }
-        ForEachAround({}, [&](const CellKey& near) { flat.insert(near); });
+        ForEachAround({}, [&](const PlaneCell& near) { flat.insert(near); });
         Points crawl;
         for (const auto& p : slab_.points) {
             const Vector position = detail::Widened(p);
             if (std::abs(detail::Distance(plane_, position)) > 2 * tolerance_) continue;
-            const CellKey key = grid.KeyOf(position);
+            const PlaneCell key = grid.KeyOf(position);
             if (!flat.contains(key)) continue;
             // A hundred points tell a cell's normal as well as a hundred thousand.
             Share& share = shares[key];
@@ -193,7 +193,7 @@ private:
     void Cover(const std::vector<PlaneWorm::Cell>& cells) {
         covered_.clear();
         for (const auto& cell : cells) {
-            ForEachAround(cell.key, [&](const CellKey& near) { covered_.insert(near); });
+            ForEachAround(cell.key, [&](const PlaneCell& near) { covered_.insert(near); });
         }
     }
 
