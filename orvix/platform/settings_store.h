@@ -40,32 +40,37 @@ struct NamedSetting {
     StoredSetting value;
 };
 
-/// A hierarchical store of typed values that several processes may use at once. `Cache` is the
-/// host's way to it; this is for what `Cache` does not show: types, bytes, lists, removal.
+/// What a lookup found.
+enum class Lookup {
+    Found,
+    Missing,
+    Unreadable,  ///< damaged, not open to this user, or held by another process for seconds
+};
+
+/// The settings store: typed values under key paths, shared by several processes at once. `Cache`
+/// is the host's way to it; these calls are for what `Cache` does not show: types, bytes, lists,
+/// removal.
 ///
 ///     if (const auto stored = QuerySetting(kCurrentUser, key, L"Debug")) Use(stored->bytes);
 ///
 /// Key paths are joined with "\" on every system; empty parts (a trailing "\" among them) are
 /// dropped. Keys and names compare without regard to case (`FoldCase`) and keep the spelling of
 /// their first use.
-/// On Linux each root is one SQLite file, `user.db` or `machine.db`, in $ORVIX_SETTINGS_DIR, or
-/// else $XDG_CONFIG_HOME/orvix (~/.config/orvix) and the first $XDG_CONFIG_DIRS/orvix
-/// (/etc/xdg/orvix). On Windows the roots are the registry's hives, a key path's parts are keys of
-/// their own, and what the registry refuses the result alone tells: a setting always has a usable
-/// value, and no box stands in the user's way.
 ///
 /// Errors    a missing store reads as empty without a word. A damaged store reads as empty,
 ///           refuses writes and says so on the error channel; a store of the current user that
-///           cannot be read or written says so too; once a process and root. That the machine's
-///           store cannot be written is what a plain user expects: the result alone tells it.
+///           cannot be read or written says so too; once per process and root. That the machine's
+///           store cannot be written is what a plain user expects: the result alone says so.
+///           On Windows it is always the result alone: a setting always has a usable value, and
+///           no box stands in the user's way.
 /// Threads   any; every call opens and closes the store.
 /// Cost      a fraction of a millisecond to read; a change waits until it is on the device, a
 ///           value stored again as it is does not.
-enum class Lookup {
-    Found,
-    Missing,
-    Unreadable,  ///< damaged, not open to this user, or held by another process for seconds
-};
+/// Source    on Linux one SQLite file per root, `user.db` or `machine.db`, in $ORVIX_SETTINGS_DIR,
+///           or else $XDG_CONFIG_HOME/orvix (~/.config/orvix) and the first $XDG_CONFIG_DIRS/orvix
+///           (/etc/xdg/orvix). On Windows the registry's hives, a key path's parts being keys of
+///           their own.
+
 /// Sets `value` when it is found.
 Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
                      StoredSetting& value);

@@ -28,6 +28,10 @@ int Refuse(int descriptor, int cause) {
     return -1;
 }
 
+int FlagsOf(FileAccess access) {
+    return access == FileAccess::Read ? O_RDONLY : O_RDWR;
+}
+
 int OpenPositioned(const CString& path, int flags) {
     // Without O_NONBLOCK, opening a pipe waits for its other end.
     const int descriptor = OpenDescriptor(path, flags | O_NONBLOCK);
@@ -41,8 +45,53 @@ int OpenPositioned(const CString& path, int flags) {
 
 }  // namespace
 
+namespace detail {
+
+Handle OpenOwn(const CString& path, FileAccess access, std::error_code& error) {
+    const int descriptor = OpenPositioned(path, FlagsOf(access));
+    return Succeeded(descriptor, error) ? HandleOf(descriptor) : nullptr;
+}
+
+Handle CreateOwn(const CString& path, std::error_code& error) {
+    const int descriptor = OpenDescriptor(path, O_RDWR | O_CREAT | O_TRUNC);
+    return Succeeded(descriptor, error) ? HandleOf(descriptor) : nullptr;
+}
+
+void CloseOwn(Handle file, std::error_code& error) {
+    error.clear();
+    // An interrupted close has released the descriptor all the same: it is not repeated.
+    if (close(DescriptorOf(file)) == -1 && errno != EINTR) error = LastError();
+}
+
+std::size_t ReadSome(Handle file, std::uint64_t offset, void* buffer, std::size_t bytes,
+                     std::error_code& error) {
+    const ssize_t moved =
+        Retry([&] { return pread(DescriptorOf(file), buffer, bytes, static_cast<off_t>(offset)); });
+    return Succeeded(moved, error) ? static_cast<std::size_t>(moved) : 0;
+}
+
+std::size_t WriteSome(Handle file, std::uint64_t offset, const void* data, std::size_t bytes,
+                      std::error_code& error) {
+    const ssize_t moved =
+        Retry([&] { return pwrite(DescriptorOf(file), data, bytes, static_cast<off_t>(offset)); });
+    return Succeeded(moved, error) ? static_cast<std::size_t>(moved) : 0;
+}
+
+/// What is never written takes no space here as it is.
+void PrepareWrite(Handle, std::uint64_t) {}
+
+std::error_code LastError() {
+    return {errno, std::system_category()};
+}
+
+void ForgetLastError() {
+    errno = 0;
+}
+
+}  // namespace detail
+
 Handle OpenExisting(const CString& path, FileAccess access) {
-    return HandleOf(OpenPositioned(path, access == FileAccess::Read ? O_RDONLY : O_RDWR));
+    return HandleOf(OpenPositioned(path, FlagsOf(access)));
 }
 
 void CloseHandleOf(Handle file) {
@@ -54,75 +103,6 @@ bool SizeOf(Handle file, std::uint64_t& size) {
     if (!IsValid(file) || fstat(DescriptorOf(file), &status) == -1) return false;
     size = static_cast<std::uint64_t>(status.st_size);
     return true;
-}
-
-File::File(File&& other) noexcept
-    : handle_(std::exchange(other.handle_, nullptr)),
-      appendOffset_(std::exchange(other.appendOffset_, 0)) {}
-
-File& File::operator=(File&& other) noexcept {
-    File taken(std::move(other));
-    std::swap(handle_, taken.handle_);
-    std::swap(appendOffset_, taken.appendOffset_);
-    return *this;
-}
-
-File::~File() {
-    CloseHandleOf(handle_);
-}
-
-File File::OpenRead(const CString& path, std::error_code& error) {
-    const int descriptor = OpenPositioned(path, O_RDONLY);
-    return Succeeded(descriptor, error) ? File(HandleOf(descriptor)) : File();
-}
-
-File File::OpenReadWrite(const CString& path, std::error_code& error) {
-    const int descriptor = OpenPositioned(path, O_RDWR);
-    return Succeeded(descriptor, error) ? File(HandleOf(descriptor)) : File();
-}
-
-File File::Create(const CString& path, std::error_code& error) {
-    const int descriptor = OpenDescriptor(path, O_RDWR | O_CREAT | O_TRUNC);
-    return Succeeded(descriptor, error) ? File(HandleOf(descriptor)) : File();
-}
-
-std::uint64_t File::Size() const {
-    std::uint64_t size = 0;
-    SizeOf(handle_, size);
-    return size;
-}
-
-std::size_t File::ReadAt(std::uint64_t offset, void* buffer, std::size_t bytes,
-                         std::error_code& error) const {
-    error.clear();
-    std::size_t done = 0;
-    while (done < bytes) {
-        const ssize_t moved = Retry([&] {
-            return pread(DescriptorOf(handle_), static_cast<char*>(buffer) + done, bytes - done,
-                         static_cast<off_t>(offset + done));
-        });
-        if (!Succeeded(moved, error) || moved == 0) break;
-        done += static_cast<std::size_t>(moved);
-    }
-    return done;
-}
-
-void File::WriteAt(std::uint64_t offset, const void* data, std::size_t bytes,
-                   std::error_code& error) {
-    error.clear();
-    for (std::size_t done = 0; done < bytes;) {
-        const ssize_t moved = Retry([&] {
-            return pwrite(DescriptorOf(handle_), static_cast<const char*>(data) + done,
-                          bytes - done, static_cast<off_t>(offset + done));
-        });
-        if (!Succeeded(moved, error)) return;
-        done += static_cast<std::size_t>(moved);
-    }
-}
-
-void File::Append(const void* data, std::size_t bytes, std::error_code& error) {
-    WriteAt(appendOffset_, data, bytes, error);
-    if (!error) appendOffset_ += bytes;
 }
 
 void File::Resize(std::uint64_t bytes, std::error_code& error) {
@@ -141,15 +121,6 @@ void File::Reserve(std::uint64_t bytes, std::error_code& error) {
 
 void File::Sync(std::error_code& error) {
     Succeeded(Retry([&] { return fsync(DescriptorOf(handle_)); }), error);
-}
-
-void File::Close(std::error_code& error) {
-    error.clear();
-    appendOffset_ = 0;
-    const Handle closing = std::exchange(handle_, nullptr);
-    if (!IsValid(closing)) return;
-    // An interrupted close has released the descriptor all the same: it is not repeated.
-    if (close(DescriptorOf(closing)) == -1 && errno != EINTR) error = LastError();
 }
 
 }  // namespace orvix::platform

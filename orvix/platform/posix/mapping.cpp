@@ -118,22 +118,5 @@ std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t of
     return base + skipped;
 }
 
-MappedFile MappedFile::Open(const CString& path, std::error_code& error) {
-    MappedFile mapped;
-    const File file = File::OpenRead(path, error);
-    if (error) return mapped;
-    mapped.size_ = file.Size();
-    if (mapped.size_ == 0) return mapped;
-    errno = 0;
-    const Handle mapping = CreateMapping(file.Get(), FileAccess::Read);
-    mapped.base_ = MapFileView(mapping, kViewRead, 0, mapped.size_);
-    if (mapped.base_ == nullptr) {
-        error = errno != 0 ? detail::LastError() : std::make_error_code(std::errc::io_error);
-        mapped.size_ = 0;
-    }
-    CloseMapping(mapping);
-    return mapped;
-}
-
 }  // namespace platform
 }  // namespace orvix

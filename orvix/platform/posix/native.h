@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-#include "orvix/platform/file.h"
+#include "orvix/platform/native_calls.h"
 
 namespace orvix::platform::detail {
 
@@ -15,10 +15,6 @@ namespace orvix::platform::detail {
 inline std::string NativePath(const CString& path) {
     if (path.find(L'\0') != CString::npos) return {};
     return ToUtf8(path);
-}
-
-inline std::error_code LastError() {
-    return {errno, std::system_category()};
 }
 
 /// Sets `error` from the outcome of a system call that tells failure by -1.

@@ -20,8 +20,6 @@ namespace {
 
 using namespace detail;
 
-constexpr wchar_t kSeparator = L'/';
-
 bool Status(const CString& path, struct stat& status) {
     return stat(NativePath(path).c_str(), &status) == 0;
 }
@@ -32,33 +30,16 @@ bool SameInode(const struct stat& a, const struct stat& b) {
 
 }  // namespace
 
-wchar_t PathSeparator() {
-    return kSeparator;
+namespace detail {
+
+std::wstring_view PathSeparators() {
+    return L"/";
 }
 
-CString JoinPath(const CString& folder, const CString& name) {
-    return folder + kSeparator + name;
-}
-
-CString RemoveExtension(const CString& path) {
-    const std::size_t dot = path.rfind(L'.');
-    const std::size_t separator = path.rfind(kSeparator);
-    const bool inFileName = dot != CString::npos && (separator == CString::npos || separator < dot);
-    return inFileName ? path.substr(0, dot) : path;
-}
-
-CString FileNameOf(const CString& path) {
-    const std::size_t separator = path.rfind(kSeparator);
-    return separator == CString::npos ? path : path.substr(separator + 1);
-}
-
-CString ParentOf(const CString& path) {
-    const std::size_t separator = path.rfind(kSeparator);
-    return separator == CString::npos ? CString() : path.substr(0, separator);
-}
+}  // namespace detail
 
 CString AbsolutePath(const CString& path) {
-    if (!path.empty() && path.front() == kSeparator) return path;
+    if (!path.empty() && path.front() == PathSeparator()) return path;
     std::error_code error;
     const std::filesystem::path current = std::filesystem::current_path(error);
     if (error) return path;
@@ -195,12 +176,6 @@ void Release(void* handle) {
 }
 
 }  // namespace
-
-PathLock& PathLock::operator=(PathLock&& other) noexcept {
-    PathLock taken(std::move(other));
-    std::swap(handle_, taken.handle_);
-    return *this;
-}
 
 PathLock::~PathLock() {
     Release(handle_);

@@ -228,13 +228,6 @@ Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
         [&](const Statement& row) { value = SettingAt(row, 0); });
 }
 
-std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
-                                          const CString& name) {
-    StoredSetting value;
-    if (LookUpSetting(root, key, name, value) != Lookup::Found) return std::nullopt;
-    return value;
-}
-
 bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes) {
     return Change(root, [&](Database& database) {

@@ -64,6 +64,58 @@ std::uint64_t FreeBeside(HANDLE file) {
 
 }  // namespace
 
+namespace detail {
+
+Handle OpenOwn(const CString& path, FileAccess access, std::error_code& error) {
+    const HANDLE file = OpenPositioned(path, access, kShareAll);
+    return Succeeded(IsValid(file), path, error) ? file : nullptr;
+}
+
+Handle CreateOwn(const CString& path, std::error_code& error) {
+    const HANDLE file =
+        CreateFileW(NativePath(path).c_str(), RightsOf(FileAccess::ReadWrite), kShareAll, nullptr,
+                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return Succeeded(IsValid(file), path, error) ? file : nullptr;
+}
+
+void CloseOwn(Handle file, std::error_code& error) {
+    Succeeded(CloseHandle(file), error);
+}
+
+std::size_t ReadSome(Handle file, std::uint64_t offset, void* buffer, std::size_t bytes,
+                     std::error_code& error) {
+    error.clear();
+    OVERLAPPED position = PositionOf(offset);
+    DWORD moved = 0;
+    const BOOL read = ReadFile(file, buffer, NextMove(bytes), &moved, &position);
+    if (!read && GetLastError() == ERROR_HANDLE_EOF) return 0;
+    return Succeeded(read, error) ? moved : 0;
+}
+
+std::size_t WriteSome(Handle file, std::uint64_t offset, const void* data, std::size_t bytes,
+                      std::error_code& error) {
+    OVERLAPPED position = PositionOf(offset);
+    DWORD moved = 0;
+    const BOOL written = WriteFile(file, data, NextMove(bytes), &moved, &position);
+    return Succeeded(written, error) ? moved : 0;
+}
+
+void PrepareWrite(Handle file, std::uint64_t offset) {
+    std::uint64_t size = 0;
+    SizeOf(file, size);
+    if (offset > size) MakeSparse(file);
+}
+
+std::error_code LastError() {
+    return ErrorOf(GetLastError());
+}
+
+void ForgetLastError() {
+    SetLastError(ERROR_SUCCESS);
+}
+
+}  // namespace detail
+
 Handle OpenExisting(const CString& path, FileAccess access) {
     return OpenPositioned(path, access, kShareReadWrite);
 }
@@ -77,79 +129,6 @@ bool SizeOf(Handle file, std::uint64_t& size) {
     if (!IsValid(file) || !GetFileSizeEx(file, &bytes)) return false;
     size = static_cast<std::uint64_t>(bytes.QuadPart);
     return true;
-}
-
-File::File(File&& other) noexcept
-    : handle_(std::exchange(other.handle_, nullptr)),
-      appendOffset_(std::exchange(other.appendOffset_, 0)) {}
-
-File& File::operator=(File&& other) noexcept {
-    File taken(std::move(other));
-    std::swap(handle_, taken.handle_);
-    std::swap(appendOffset_, taken.appendOffset_);
-    return *this;
-}
-
-File::~File() {
-    CloseHandleOf(handle_);
-}
-
-File File::OpenRead(const CString& path, std::error_code& error) {
-    const HANDLE file = OpenPositioned(path, FileAccess::Read, kShareAll);
-    return Succeeded(IsValid(file), path, error) ? File(file) : File();
-}
-
-File File::OpenReadWrite(const CString& path, std::error_code& error) {
-    const HANDLE file = OpenPositioned(path, FileAccess::ReadWrite, kShareAll);
-    return Succeeded(IsValid(file), path, error) ? File(file) : File();
-}
-
-File File::Create(const CString& path, std::error_code& error) {
-    const HANDLE file =
-        CreateFileW(NativePath(path).c_str(), RightsOf(FileAccess::ReadWrite), kShareAll, nullptr,
-                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    return Succeeded(IsValid(file), path, error) ? File(file) : File();
-}
-
-std::uint64_t File::Size() const {
-    std::uint64_t size = 0;
-    SizeOf(handle_, size);
-    return size;
-}
-
-std::size_t File::ReadAt(std::uint64_t offset, void* buffer, std::size_t bytes,
-                         std::error_code& error) const {
-    error.clear();
-    std::size_t done = 0;
-    while (done < bytes) {
-        OVERLAPPED position = PositionOf(offset + done);
-        DWORD moved = 0;
-        const BOOL read = ReadFile(handle_, static_cast<char*>(buffer) + done,
-                                   NextMove(bytes - done), &moved, &position);
-        if (!read && GetLastError() == ERROR_HANDLE_EOF) break;
-        if (!Succeeded(read, error) || moved == 0) break;
-        done += moved;
-    }
-    return done;
-}
-
-void File::WriteAt(std::uint64_t offset, const void* data, std::size_t bytes,
-                   std::error_code& error) {
-    error.clear();
-    if (bytes != 0 && offset > Size()) MakeSparse(handle_);
-    for (std::size_t done = 0; done < bytes;) {
-        OVERLAPPED position = PositionOf(offset + done);
-        DWORD moved = 0;
-        const BOOL written = WriteFile(handle_, static_cast<const char*>(data) + done,
-                                       NextMove(bytes - done), &moved, &position);
-        if (!Succeeded(written, error)) return;
-        done += moved;
-    }
-}
-
-void File::Append(const void* data, std::size_t bytes, std::error_code& error) {
-    WriteAt(appendOffset_, data, bytes, error);
-    if (!error) appendOffset_ += bytes;
 }
 
 void File::Resize(std::uint64_t bytes, std::error_code& error) {
@@ -187,13 +166,6 @@ void File::Sync(std::error_code& error) {
     } else {
         Succeeded(done, error);
     }
-}
-
-void File::Close(std::error_code& error) {
-    error.clear();
-    appendOffset_ = 0;
-    const Handle closing = std::exchange(handle_, nullptr);
-    if (IsValid(closing)) Succeeded(CloseHandle(closing), error);
 }
 
 }  // namespace orvix::platform

@@ -58,24 +58,5 @@ std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t of
                       static_cast<std::size_t>(bytes)));
 }
 
-MappedFile MappedFile::Open(const CString& path, std::error_code& error) {
-    MappedFile mapped;
-    const File file = File::OpenRead(path, error);
-    if (error) return mapped;
-    const std::uint64_t size = file.Size();
-    if (size == 0) return mapped;
-    SetLastError(ERROR_SUCCESS);
-    const detail::HandleOwner mapping(CreateMapping(file.Get(), FileAccess::Read));
-    mapped.base_ = MapFileView(mapping.Get(), kViewRead, 0, size);
-    if (mapped.base_ != nullptr) {
-        mapped.size_ = size;
-    } else {
-        const DWORD cause = GetLastError();
-        error = cause != ERROR_SUCCESS ? detail::ErrorOf(cause)
-                                       : std::make_error_code(std::errc::io_error);
-    }
-    return mapped;
-}
-
 }  // namespace platform
 }  // namespace orvix

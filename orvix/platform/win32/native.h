@@ -5,7 +5,7 @@
 
 #include <system_error>
 
-#include "orvix/platform/file.h"
+#include "orvix/platform/native_calls.h"
 
 namespace orvix::platform::detail {
 
@@ -21,10 +21,6 @@ CString NativePath(const CString& path);
 inline std::error_code ErrorOf(DWORD code) {
     return {static_cast<int>(code), std::system_category()};
 }
-inline std::error_code LastError() {
-    return ErrorOf(GetLastError());
-}
-
 /// The last error of a call that was given `path`, in the classes that callers tell apart: a name
 /// too long, a folder where a file was wanted.
 std::error_code LastErrorOn(const CString& path);

@@ -11,10 +11,6 @@ namespace {
 
 using namespace detail;
 
-constexpr wchar_t kSeparator = L'\\';
-/// Paths are joined with the first; those that users type may hold either.
-constexpr const wchar_t* kSeparators = L"\\/";
-
 bool IsFolderAttribute(DWORD attributes) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
@@ -88,30 +84,14 @@ void RemoveBelow(const CString& path, DWORD attributes, std::error_code& error) 
 
 }  // namespace
 
-wchar_t PathSeparator() {
-    return kSeparator;
+namespace detail {
+
+/// Paths that users type may hold either.
+std::wstring_view PathSeparators() {
+    return L"\\/";
 }
 
-CString JoinPath(const CString& folder, const CString& name) {
-    return folder + kSeparator + name;
-}
-
-CString RemoveExtension(const CString& path) {
-    const std::size_t dot = path.rfind(L'.');
-    const std::size_t separator = path.find_last_of(kSeparators);
-    const bool inFileName = dot != CString::npos && (separator == CString::npos || separator < dot);
-    return inFileName ? path.substr(0, dot) : path;
-}
-
-CString FileNameOf(const CString& path) {
-    const std::size_t separator = path.find_last_of(kSeparators);
-    return separator == CString::npos ? path : path.substr(separator + 1);
-}
-
-CString ParentOf(const CString& path) {
-    const std::size_t separator = path.find_last_of(kSeparators);
-    return separator == CString::npos ? CString() : path.substr(0, separator);
-}
+}  // namespace detail
 
 CString AbsolutePath(const CString& path) {
     const CString asked = path.empty() ? CString(L".") : path;
@@ -219,12 +199,6 @@ std::uint64_t FreeSpace(const CString& path, std::error_code& error) {
     Succeeded(GetDiskFreeSpaceExW(NativePath(folder).c_str(), &available, nullptr, nullptr), folder,
               error);
     return error ? 0 : available.QuadPart;
-}
-
-PathLock& PathLock::operator=(PathLock&& other) noexcept {
-    PathLock taken(std::move(other));
-    std::swap(handle_, taken.handle_);
-    return *this;
 }
 
 PathLock::~PathLock() {

@@ -152,13 +152,6 @@ Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
     return opened && ReadValue(opened.Get(), name, value) ? Lookup::Found : Lookup::Missing;
 }
 
-std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
-                                          const CString& name) {
-    StoredSetting value;
-    if (LookUpSetting(root, key, name, value) != Lookup::Found) return std::nullopt;
-    return value;
-}
-
 bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes) {
     const Key created = Key::Create(HiveOf(root), Plain(key));
