@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/file.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <utility>
 #include <winioctl.h>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/system.h"
 
+#include <windows.h>
+
 #include <psapi.h>
 #include <tlhelp32.h>
 
