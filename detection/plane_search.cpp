@@ -40,10 +40,7 @@ std::size_t StepOf(double cellSize) {
 }
 
 Vector UnitNormalOf(const MomentSum& sum) {
-    const Symmetric c = sum.Covariance();
-    const orvix::detail::EigenSystem3 eigen =
-        orvix::detail::DecomposeSymmetric({c[0], c[1], c[2], c[3], c[4], c[5]});
-    return {eigen.vectors[2][0], eigen.vectors[2][1], eigen.vectors[2][2]};
+    return detail::DecomposeSymmetric(sum.Covariance()).vectors[2];
 }
 
 }  // namespace
@@ -267,7 +264,7 @@ void PlaneSearch::Finish(const MomentSum& sum, PlaneRaster& raster, FoundPlane& 
     plane.normal = UnitNormalOf(sum);
     plane.centre = plane.centre + sum.Mean();
     plane.offset = -Dot(plane.normal, plane.centre);
-    plane.rms = std::sqrt(std::max(Along(sum.Covariance(), plane.normal), 0.0));
+    plane.rms = std::sqrt(std::max(QuadraticForm(sum.Covariance(), plane.normal), 0.0));
     raster.CloseGaps();
     OutlineLimits limits;
     limits.minHoleArea = std::max(settings_.minArea / 4, 9 * raster.Pixel() * raster.Pixel());

@@ -2,13 +2,15 @@
 #include "reports/planes_report.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "orvix/geometry/vector.h"
 
 namespace orvix::reports {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Cross, detail::Dot, detail::Length, detail::Vector;
+using detail::operator-, detail::operator*, detail::operator/;
 using detection::FoundPlane;
 
 const char* WordOf(detection::PlaneKind kind) {
@@ -28,11 +30,8 @@ const char* WordOf(detection::PlaneKind kind) {
 }
 
 Vector DirectionInWorld(const detail::LocalToWorld& frame, const Vector& direction) {
-    const Vector from = frame.ToWorld(Vector{});
-    const Vector to = frame.ToWorld(direction);
-    const Vector d{to.x - from.x, to.y - from.y, to.z - from.z};
-    const double length = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
-    return {d.x / length, d.y / length, d.z / length};
+    const Vector turned = frame.ToWorld(direction) - frame.ToWorld(Vector{});
+    return turned / Length(turned);
 }
 
 WorldPlane::Ring RingInWorld(const FoundPlane& plane, const detail::LocalToWorld& frame,
@@ -47,10 +46,7 @@ WorldPlane::Ring RingInWorld(const FoundPlane& plane, const detail::LocalToWorld
 double TwiceAreaOf(const WorldPlane::Ring& ring, const Vector& n, const Vector& o) {
     double twice = 0;
     for (std::size_t i = 0; i < ring.size(); ++i) {
-        const Vector &p = ring[i], &q = ring[(i + 1) % ring.size()];
-        const Vector a{p.x - o.x, p.y - o.y, p.z - o.z}, b{q.x - o.x, q.y - o.y, q.z - o.z};
-        twice += n.x * (a.y * b.z - a.z * b.y) + n.y * (a.z * b.x - a.x * b.z) +
-                 n.z * (a.x * b.y - a.y * b.x);
+        twice += Dot(n, Cross(ring[i] - o, ring[(i + 1) % ring.size()] - o));
     }
     return twice;
 }
@@ -60,13 +56,11 @@ double TwiceAreaOf(const WorldPlane::Ring& ring, const Vector& n, const Vector& 
 Vector CornerOf(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
     const Vector p = plane.frame.To3D(corner);
     const Vector& n = plane.normal;
-    const double away = n.x * p.x + n.y * p.y + n.z * p.z + plane.offset;
-    return {p.x - away * n.x, p.y - away * n.y, p.z - away * n.z};
+    return p - n * (Dot(n, p) + plane.offset);
 }
 
 bool IsTurned(const FoundPlane& plane) {
-    const Vector& own = plane.frame.Normal();
-    return own.x * plane.normal.x + own.y * plane.normal.y + own.z * plane.normal.z < 0;
+    return Dot(plane.frame.Normal(), plane.normal) < 0;
 }
 
 std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
@@ -79,7 +73,7 @@ std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
         const Vector n = DirectionInWorld(frame, plane.normal);
         out.centroid = frame.ToWorld(plane.centre);
         const Vector& c = out.centroid;
-        out.equation = {n.x, n.y, n.z, -(n.x * c.x + n.y * c.y + n.z * c.z)};
+        out.equation = {n.x, n.y, n.z, -Dot(n, c)};
         out.points = plane.points;
         out.rms = plane.rms;
         out.tolerance = plane.tolerance;

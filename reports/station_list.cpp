@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "orvix/geometry/vector.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/alive_point_reader.h"
@@ -19,7 +20,7 @@ namespace orvix::reports {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Vector, detail::operator-;
 
 constexpr std::uint32_t kMostStations = 65'536;
 constexpr std::uint64_t kPicturePoints = 2'000'000;
@@ -46,10 +47,7 @@ private:
     [[nodiscard]] output::StationsPicture Picture();
     void AddCloud(output::StationsPicture& picture);
     [[nodiscard]] output::StationMark MarkOf(const ListedStation& station) const;
-    [[nodiscard]] Vector Near(const Vector& world) const {
-        return {world.x - frame_.Origin().x, world.y - frame_.Origin().y,
-                world.z - frame_.Origin().z};
-    }
+    [[nodiscard]] Vector Near(const Vector& world) const { return world - frame_.Origin(); }
 
     detail::OpenProject& project_;
     const detail::LocalToWorld& frame_;

@@ -12,28 +12,13 @@
 namespace orvix::test {
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Cross, detail::Dot, detail::Unit, detail::Vector;
+using detail::operator+, detail::operator*;
 
 constexpr double kRoomX = 5, kRoomY = 4.2, kStorey = 3.2;  // metres from axis to axis
 constexpr double kDoorWidth = 0.95, kDoorHeight = 2.05;
 constexpr double kLeastPlane = 0.5;  // square metres
 constexpr double kLasScale = 0.0001;
-
-Vector operator+(const Vector& a, const Vector& b) {
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-Vector operator*(const Vector& a, double s) {
-    return {a.x * s, a.y * s, a.z * s};
-}
-double Dot(const Vector& a, const Vector& b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-Vector Cross(const Vector& a, const Vector& b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-Vector Unit(const Vector& a) {
-    return a * (1 / std::sqrt(Dot(a, a)));
-}
 
 // Four sorts of rooms, so that those that meet at a corner differ as well, and every storey differs
 // from the one below.

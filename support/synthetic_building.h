@@ -6,8 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include "orvix/geometry/vector.h"
 #include "orvix/platform/text.h"
-#include "orvix/points/records.h"
 
 namespace orvix::test {
 
@@ -59,7 +59,7 @@ public:
     [[nodiscard]] std::vector<ScannedPoint> Scan() const;
 
 private:
-    using Vector = SimplePointT<double>;
+    using Vector = detail::Vector;
     struct Rect {
         double left, bottom, right, top;
     };

@@ -132,13 +132,12 @@ void List(const std::vector<test::TruePlane>& planes, const PlaneScore& score) {
 struct Truth {
     std::vector<test::TruePlane> planes;     ///< in the project's frame
     std::vector<bench::MarkedPlane> marked;  ///< empty: intensities tell a point's plane
-    detection::Vector origin;
+    detail::Vector origin;
 
     [[nodiscard]] std::int32_t Of(const CCloudPoint<float>& p) const {
-        using detection::operator+;
+        using detail::operator+;
         if (planes.empty()) return -1;
-        if (!marked.empty())
-            return bench::LabelOf(marked, detection::Vector{p.x, p.y, p.z} + origin);
+        if (!marked.empty()) return bench::LabelOf(marked, detail::Vector{p.x, p.y, p.z} + origin);
         std::uint16_t intensity = 0;
         std::memcpy(&intensity, p.attributes.data(), sizeof intensity);
         return static_cast<std::int32_t>(intensity) - 1;
@@ -159,7 +158,7 @@ void ForEachPoint(CProjectCore& core, const PlaneSearch& search, const Truth& tr
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
         (void)search.ForEachPoint(*reader, chunk,
                                   [&](const auto& p, std::uint64_t, std::int32_t plane) {
-                                      use(detection::Vector{p.x, p.y, p.z}, truth.Of(p), plane);
+                                      use(detail::Vector{p.x, p.y, p.z}, truth.Of(p), plane);
                                   });
 }
 
@@ -187,7 +186,7 @@ Measured Search(const Arguments& a, CProjectCore& core) {
 }
 
 void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, const Truth& truth) {
-    std::vector<detection::Vector> points;
+    std::vector<detail::Vector> points;
     std::vector<std::int32_t> labels;
     ForEachPoint(core, *ours.search, truth, [&](const auto& p, std::int32_t t, auto) {
         points.push_back(p);
@@ -226,7 +225,7 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     // Planes are compared in the project's frame.
     truth.origin = detail::ReadTransform(manager.transformFile)->Origin();
     for (test::TruePlane& plane : truth.planes)
-        plane.offset += detection::Dot(plane.normal, truth.origin);
+        plane.offset += detail::Dot(plane.normal, truth.origin);
     const Measured ours = Search(a, core);
     PlaneCounter tally(truth.planes);
     ForEachPoint(core, *ours.search, truth,

@@ -7,14 +7,13 @@
 #include <cmath>
 
 #include "bench/planes/plane_score.h"
-#include "detection/cells/moments.h"
+#include "orvix/geometry/vector.h"
 #include "orvix/platform/file.h"
 
 namespace orvix::bench {
 namespace {
 
-using detection::Dot;
-using detection::Vector;
+using detail::Dot, detail::Vector;
 
 /// Even-odd over all rings, so that a hole's corners may run either way.
 bool Holds(const std::vector<MarkedPlane::Ring>& rings, double u, double v) {

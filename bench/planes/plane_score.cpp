@@ -8,10 +8,8 @@
 namespace orvix::bench {
 namespace {
 
-using detection::Dot;
-using detection::Vector;
-using detection::operator+;
-using detection::operator-;
+using detail::Dot, detail::Vector;
+using detail::operator+, detail::operator-;
 
 double Share(std::uint64_t part, std::uint64_t whole) {
     return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
@@ -92,7 +90,7 @@ PlaneScore PlaneCounter::Score(std::uint64_t minPoints) const {
         at75 += overlap >= 0.75 ? 1 : 0;
         judgedAt50 += Judged(f) ? 1 : 0;
         judgedAt75 += Judged(f) && overlap >= 0.75 ? 1 : 0;
-        const detection::Spread spread = detection::SpreadOf(sums_[f].Covariance());
+        const detail::PrincipalSpread spread = detail::SpreadOf(sums_[f].Covariance());
         const double cosine = std::min(std::abs(Dot(spread.normal, planes_[t].normal)), 1.0);
         angles += std::acos(cosine) * 180 / std::numbers::pi;
         const Vector centre = origin_ + sums_[f].Mean();

@@ -49,7 +49,7 @@ public:
 
     /// `truth`, a place in the true planes, and `found` are -1 for a point of none; `truth` may be
     /// kUnknownPlane.
-    void Add(const detection::Vector& point, std::int32_t truth, std::int32_t found);
+    void Add(const detail::Vector& point, std::int32_t truth, std::int32_t found);
     /// Planes of the matches are fitted to their points by least squares. True planes of fewer than
     /// `minPoints` points do not count.
     [[nodiscard]] PlaneScore Score(std::uint64_t minPoints) const;
@@ -69,7 +69,7 @@ private:
     std::unordered_map<std::uint64_t, std::uint64_t> shared_;  // by truth and found
     std::uint64_t lastKey_ = 0;
     std::uint64_t* last_ = nullptr;  // its count
-    detection::Vector origin_;
+    detail::Vector origin_;
     std::uint64_t points_ = 0;
     std::uint64_t assigned_ = 0;
 };

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <numbers>
 
+#include "orvix/geometry/vector.h"
 #include "orvix/planes/seed/plane_mesh.h"
 #include "orvix/planes/seed/project_cloud.h"
 #include "orvix/platform/amounts.h"
@@ -18,7 +19,7 @@ namespace orvix::cli {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Vector, detail::operator-;
 
 constexpr std::uint64_t kPicturePoints = 2'000'000;
 
@@ -45,10 +46,7 @@ public:
     NearFrame(const detail::LocalToWorld& frame, const Vector& centre)
         : frame_(frame), centre_(centre) {}
 
-    Vector operator()(const Vector& local) const {
-        const Vector world = frame_.ToWorld(local);
-        return {world.x - centre_.x, world.y - centre_.y, world.z - centre_.z};
-    }
+    Vector operator()(const Vector& local) const { return frame_.ToWorld(local) - centre_; }
 
 private:
     const detail::LocalToWorld& frame_;

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "cli/verbs.h"
+#include "orvix/geometry/vector.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/interrupt.h"
 #include "orvix/project/open_project.h"
@@ -24,9 +25,9 @@ namespace orvix::cli {
 
 namespace {
 
+using detail::Vector;
 using detection::PlaneSearch;
 using detection::PlaneSearchOptions;
-using Vector = SimplePointT<double>;
 
 struct Arguments {
     std::string project;

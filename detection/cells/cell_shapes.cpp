@@ -18,13 +18,13 @@ CellShape ShapeOf(const MomentSum& sum, double width) {
     CellShape shape;
     const double count = sum.count;
     if (count < kMinPoints) return shape;
-    const Spread spread = SpreadOf(sum.Covariance());
-    if (spread.middle < width * width || spread.least > kMaxRatio * kMaxRatio * spread.middle)
+    const detail::PrincipalSpread spread = SpreadOf(sum.Covariance());
+    if (spread.middle < width * width || spread.min > kMaxRatio * kMaxRatio * spread.middle)
         return shape;
     shape.normal = {static_cast<float>(spread.normal.x), static_cast<float>(spread.normal.y),
                     static_cast<float>(spread.normal.z)};
-    shape.rms = static_cast<float>(std::sqrt(spread.least * count / (count - 3)));
-    shape.turn = static_cast<float>(std::sqrt(spread.least / (spread.middle * count)));
+    shape.rms = static_cast<float>(std::sqrt(spread.min * count / (count - 3)));
+    shape.turn = static_cast<float>(std::sqrt(spread.min / (spread.middle * count)));
     return shape;
 }
 

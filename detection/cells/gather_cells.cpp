@@ -53,8 +53,7 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
             cells.sums.emplace_back();
         }
         MomentSum sum = cells.sums[cell];
-        for (const auto& p : points)
-            sum.Add(Vector{p.x - middle.x, p.y - middle.y, p.z - middle.z});
+        for (const auto& p : points) sum.Add(Vector{p.x, p.y, p.z} - middle);
         cells.sums[cell] = sum;
         record += points.size();
     };

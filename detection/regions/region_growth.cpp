@@ -80,7 +80,7 @@ Grower::Match Grower::MatchOf(std::uint32_t cell) const {
     // the plane.
     const double heights = Dot(n, sum.sum), rise = height_ * sum.count;
     if (std::abs(heights - rise) > limits_.distance * sum.count) return Match::None;
-    const double spread = Along(sum.squares, n) - (2 * heights - rise) * height_;
+    const double spread = QuadraticForm(sum.squares, n) - (2 * heights - rise) * height_;
     if (spread > maxSquaredSpread_ * sum.count) return Match::None;
     const CellShape& shape = shapes_[cell];
     if (!shape.HasNormal()) return Match::Edge;
@@ -207,10 +207,10 @@ Regions Grower::Grow() {
 }  // namespace
 
 void Refit(Region& region) {
-    const orvix::detection::Spread spread = SpreadOf(region.sum.Covariance());
+    const detail::PrincipalSpread spread = SpreadOf(region.sum.Covariance());
     region.plane.normal = spread.normal;
     region.plane.centre = region.origin + region.sum.Mean();
-    region.rms = std::sqrt(spread.least);
+    region.rms = std::sqrt(spread.min);
 }
 
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {

@@ -79,7 +79,7 @@ private:
     // The mean square distance of a region's points from a plane.
     static double Spread(const Region& region, const PlaneAt& plane) {
         const double away = plane.Distance(region.plane.centre);
-        return Along(region.sum.Covariance(), plane.normal) + away * away;
+        return QuadraticForm(region.sum.Covariance(), plane.normal) + away * away;
     }
 
     const GrowthLimits& growth_;

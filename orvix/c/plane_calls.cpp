@@ -11,6 +11,7 @@
 
 #include "orvix/c/mesh_handle.h"
 #include "orvix/c/project_handle.h"
+#include "orvix/geometry/vector.h"
 #include "orvix/planes/seed/plane_from_seed.h"
 #include "orvix/planes/seed/plane_mesh.h"
 #include "orvix/planes/seed/project_cloud.h"
@@ -29,8 +30,6 @@ struct orvix_plane {
 };
 
 namespace {
-
-using Vector = SimplePointT<double>;
 
 static_assert(sizeof(Vector) == 3 * sizeof(double));
 

@@ -11,6 +11,7 @@
 
 #include "orvix/c/boundary.h"
 #include "orvix/c/mesh_handle.h"
+#include "orvix/geometry/vector.h"
 #include "orvix/points/nearest_neighbour.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "orvix/surfaces/surface_mesh.h"
@@ -27,7 +28,6 @@ struct orvix_neighbours {
 
 namespace {
 
-using Vector = SimplePointT<double>;
 using Triangle = std::array<std::uint32_t, 3>;
 
 static_assert(sizeof(Vector) == 3 * sizeof(double));

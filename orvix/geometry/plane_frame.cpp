@@ -4,22 +4,17 @@
 #include <cmath>
 #include <limits>
 
+#include "orvix/geometry/vector.h"
+
 namespace orvix {
 namespace {
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
-double Length(const SimplePointT<double>& p) {
-    return std::sqrt(p.x * p.x + p.y * p.y + p.z * p.z);
-}
-
-SimplePointT<double> Cross(const SimplePointT<double>& p, const SimplePointT<double>& q) {
-    return {p.y * q.z - p.z * q.y, p.z * q.x - p.x * q.z, p.x * q.y - p.y * q.x};
-}
-
-void Normalise(SimplePointT<double>& p) {
-    const double length = Length(p);
-    if (length > 0) p = {p.x / length, p.y / length, p.z / length};
+/// Divides each coordinate, where `a * (1 / length)` would round once more.
+detail::Vector DividedByLength(const detail::Vector& a) {
+    const double length = detail::Length(a);
+    return length > 0 ? detail::operator/(a, length) : a;
 }
 
 }  // namespace
@@ -43,9 +38,8 @@ PlaneFrame::PlaneFrame(double a, double b, double c, double d,
 
     const bool level = std::abs(a) < kEpsilon && std::abs(b) < kEpsilon;
     u_ = level ? SimplePointT<double>{b, -c, 0} : SimplePointT<double>{b, -a, 0};
-    v_ = Cross(normal_, u_);
-    Normalise(u_);
-    Normalise(v_);
+    v_ = DividedByLength(detail::Cross(normal_, u_));
+    u_ = DividedByLength(u_);
 }
 
 }  // namespace orvix

@@ -8,7 +8,8 @@
 namespace orvix::detail {
 namespace {
 
-constexpr int kMostSteps = 32;
+constexpr int kMaxQlSteps = 32;  // per eigenvalue
+constexpr int kMaxNewtonSteps = 24;
 
 /// A tridiagonal matrix with the rotations that made it; `columns[i]` becomes eigenvector i.
 struct Tridiagonal {
@@ -18,7 +19,7 @@ struct Tridiagonal {
 };
 
 /// The exponent of the largest entry, so that squares of entries neither overflow nor vanish.
-int ScaleExponent(const SymmetricMatrix3& m) {
+int ScaleExponent(const SymmetricMatrix& m) {
     const double largest = std::max({std::abs(m.xx), std::abs(m.xy), std::abs(m.xz), std::abs(m.yy),
                                      std::abs(m.yz), std::abs(m.zz)});
     if (!(largest > 0) || !std::isfinite(largest)) return 0;
@@ -27,13 +28,13 @@ int ScaleExponent(const SymmetricMatrix3& m) {
     return exponent;
 }
 
-SymmetricMatrix3 Scaled(const SymmetricMatrix3& m, int exponent) {
+SymmetricMatrix Scaled(const SymmetricMatrix& m, int exponent) {
     const auto scale = [&](double value) { return std::ldexp(value, exponent); };
     return {scale(m.xx), scale(m.xy), scale(m.xz), scale(m.yy), scale(m.yz), scale(m.zz)};
 }
 
 /// Rotates about the x axis until the xz entry is 0.
-Tridiagonal ToTridiagonal(const SymmetricMatrix3& m) {
+Tridiagonal ToTridiagonal(const SymmetricMatrix& m) {
     Tridiagonal t;
     const double length = std::sqrt(m.xy * m.xy + m.xz * m.xz);
     t.columns[0] = {1, 0, 0};
@@ -105,22 +106,55 @@ void StepQl(Tridiagonal& t, std::size_t first, std::size_t end) {
 bool Diagonalise(Tridiagonal& t) {
     for (std::size_t first = 0; first < 3; ++first) {
         int steps = 0;
-        for (; steps < kMostSteps; ++steps) {
+        for (; steps < kMaxQlSteps; ++steps) {
             const std::size_t end = BlockEnd(t, first);
             if (end == first) break;
             StepQl(t, first, end);
         }
-        if (steps == kMostSteps) return false;
+        if (steps == kMaxQlSteps) return false;
     }
     return true;
 }
 
+// The smallest root of r^3 - r^2 + b r - c, whose roots are none below 0 and add up to 1.
+double SmallestRoot(double b, double c) {
+    double root = 0;
+    for (int i = 0; i < kMaxNewtonSteps; ++i) {
+        const double value = ((root - 1) * root + b) * root - c;
+        const double slope = (3 * root - 2) * root + b;
+        if (!(slope > 0) || !(value < 0)) break;
+        const double step = -value / slope;
+        root += step;
+        // The next step would be about its square over the slope.
+        if (step < 1e-8 * slope) break;
+    }
+    return root;
+}
+
+// The eigenvector of `root`: every cross product of two rows of m - root points along it, the
+// largest one with the smallest error.
+Vector EigenvectorOf(const SymmetricMatrix& m, double root) {
+    const Vector rows[3] = {
+        {m.xx - root, m.xy, m.xz}, {m.xy, m.yy - root, m.yz}, {m.xz, m.yz, m.zz - root}};
+    Vector best = Cross(rows[0], rows[1]);
+    double largest = Dot(best, best);
+    for (const auto& [i, j] : {std::pair{0, 2}, std::pair{1, 2}}) {
+        const Vector other = Cross(rows[i], rows[j]);
+        const double size = Dot(other, other);
+        if (size > largest) {
+            largest = size;
+            best = other;
+        }
+    }
+    return largest > 0 ? best * (1 / std::sqrt(largest)) : Vector{0, 0, 1};
+}
+
 }  // namespace
 
-EigenSystem3 DecomposeSymmetric(const SymmetricMatrix3& matrix) {
+EigenSystem DecomposeSymmetric(const SymmetricMatrix& matrix) {
     const int exponent = ScaleExponent(matrix);
     Tridiagonal t = ToTridiagonal(Scaled(matrix, -exponent));
-    EigenSystem3 result;
+    EigenSystem result;
     result.converged = Diagonalise(t);
     for (std::size_t i = 0; i < 2; ++i) {
         std::size_t largest = i;
@@ -132,9 +166,34 @@ EigenSystem3 DecomposeSymmetric(const SymmetricMatrix3& matrix) {
     }
     for (std::size_t i = 0; i < 3; ++i) {
         result.values[i] = std::ldexp(t.diagonal[i], exponent);
-        result.vectors[i] = t.columns[i];
+        result.vectors[i] = {t.columns[i][0], t.columns[i][1], t.columns[i][2]};
     }
     return result;
+}
+
+PrincipalSpread SpreadOf(const SymmetricMatrix& covariance) {
+    PrincipalSpread spread;
+    const double trace = covariance.xx + covariance.yy + covariance.zz;
+    if (!(trace > 0)) return spread;
+    const double share = 1 / trace;
+    const SymmetricMatrix m{covariance.xx * share, covariance.xy * share, covariance.xz * share,
+                            covariance.yy * share, covariance.yz * share, covariance.zz * share};
+    const double minorZ = m.xx * m.yy - m.xy * m.xy;
+    const double minorY = m.xx * m.zz - m.xz * m.xz;
+    const double minorX = m.yy * m.zz - m.yz * m.yz;
+    const double b = minorX + minorY + minorZ;
+    const double c =
+        m.xx * minorX - m.xy * (m.xy * m.zz - m.xz * m.yz) + m.xz * (m.xy * m.yz - m.xz * m.yy);
+    const double min = SmallestRoot(b, c);
+    // The other two add up to 1 - min, and their product follows from b.
+    const double rest = 1 - min;
+    const double product = b - min * rest;
+    const double root = std::sqrt(std::max(rest * rest - 4 * product, 0.0));
+    spread.normal = EigenvectorOf(m, min);
+    spread.min = min * trace;
+    spread.middle = std::max((rest - root) / 2, min) * trace;
+    spread.max = (rest + root) / 2 * trace;
+    return spread;
 }
 
 }  // namespace orvix::detail

@@ -5,39 +5,55 @@
 
 #include "orvix/points/records.h"
 
-/// Vectors in double precision, on the library's own points.
+/// Vectors in double precision, with operators, on the library's own points.
+///
+///     const Vector normal = Unit(Cross(b - a, c - a));
+///     const Vector foot = p - normal * Dot(normal, p - a);
+///
+/// Other rooms name what they use: `using detail::Cross, detail::Dot, detail::operator-;`.
+///
+/// Order  each coordinate is computed as the formula beside its function reads, from left to right:
+///        results are the same bits on every system. A product's factors may change places, a sum's
+///        terms may not.
 namespace orvix::detail {
 
 using Vector = SimplePointT<double>;
 
-inline Vector Minus(const Vector& a, const Vector& b) {
+constexpr Vector operator+(const Vector& a, const Vector& b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+constexpr Vector operator-(const Vector& a, const Vector& b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
-inline Vector Along(const Vector& a, const Vector& direction, double length) {
-    return {a.x + direction.x * length, a.y + direction.y * length, a.z + direction.z * length};
-}
-inline Vector Scaled(const Vector& a, double factor) {
+constexpr Vector operator*(const Vector& a, double factor) {
     return {a.x * factor, a.y * factor, a.z * factor};
 }
-inline double Dot(const Vector& a, const Vector& b) {
+/// Three divisions: rounds less than `a * (1 / divisor)`, and differs from it in the last place.
+constexpr Vector operator/(const Vector& a, double divisor) {
+    return {a.x / divisor, a.y / divisor, a.z / divisor};
+}
+
+/// (a.x b.x + a.y b.y) + a.z b.z
+constexpr double Dot(const Vector& a, const Vector& b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
-inline Vector Cross(const Vector& a, const Vector& b) {
+constexpr Vector Cross(const Vector& a, const Vector& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 inline double Length(const Vector& a) {
     return std::sqrt(Dot(a, a));
 }
 /// Half-way between two places: (a + b) * 0.5 in each coordinate.
-inline Vector Middle(const Vector& a, const Vector& b) {
-    return {(a.x + b.x) * 0.5, (a.y + b.y) * 0.5, (a.z + b.z) * 0.5};
+constexpr Vector Middle(const Vector& a, const Vector& b) {
+    return (a + b) * 0.5;
 }
-/// Of length 1; the zero vector stays.
+/// The direction of `a`: a * (1 / length). The zero vector stays. Where each coordinate is to be
+/// divided instead, write `a / Length(a)`.
 inline Vector Unit(const Vector& a) {
     const double length = Length(a);
-    return length > 0 ? Scaled(a, 1.0 / length) : a;
+    return length > 0 ? a * (1.0 / length) : a;
 }
-inline Vector Widened(const SimplePointT<float>& p) {
+constexpr Vector Widened(const SimplePointT<float>& p) {
     return {p.x, p.y, p.z};
 }
 

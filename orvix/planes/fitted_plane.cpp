@@ -5,13 +5,16 @@
 #include <cmath>
 
 #include "orvix/geometry/symmetric_matrix.h"
+#include "orvix/geometry/vector.h"
 #include "orvix/planes/plane_shape.h"
 #include "orvix/surfaces/outline_builder.h"
 
 namespace orvix {
 namespace {
 
-using Point = SimplePointT<double>;
+using detail::Cross, detail::Dot, detail::Length;
+using detail::operator+, detail::operator-, detail::operator*, detail::operator/;
+using Point = detail::Vector;
 using Position = SimplePoint2DT<double>;
 
 // Relative to 1 m or the largest coordinate: a nanometre near the origin, 10 micrometres at 10 km.
@@ -20,23 +23,14 @@ constexpr double kBoundSlack = 1e-9;
 constexpr double kLevelCosine = 0.99;
 
 Point Widen(const SimplePointT<float>& p) {
-    return {p.x, p.y, p.z};
+    return detail::Widened(p);
 }
 Point Widen(const SimplePointT<float>* p) {
-    return Widen(*p);
-}
-
-Point Cross(const Point& p, const Point& q) {
-    return {p.y * q.z - p.z * q.y, p.z * q.x - p.x * q.z, p.x * q.y - p.y * q.x};
-}
-
-double Dot(const Point& p, const Point& q) {
-    return p.x * q.x + p.y * q.y + p.z * q.z;
+    return detail::Widened(*p);
 }
 
 Point Normalised(const Point& p) {
-    const double length = std::sqrt(Dot(p, p));
-    return {p.x / length, p.y / length, p.z / length};
+    return p / Length(p);
 }
 
 void Grow(double coordinate, double& min, double& max) {
@@ -126,12 +120,12 @@ bool FittedPlane::getBestFitPlane() {
     const double count = static_cast<double>(points_.size());
     const double share = 1.0 / count;
     Point sum;
-    for (const Point& p : points_) sum = {sum.x + p.x, sum.y + p.y, sum.z + p.z};
-    centroid_ = {sum.x * share, sum.y * share, sum.z * share};
+    for (const Point& p : points_) sum = sum + p;
+    centroid_ = sum * share;
 
-    detail::SymmetricMatrix3 covariance;
+    detail::SymmetricMatrix covariance;
     for (const Point& p : points_) {
-        const Point q{p.x - centroid_.x, p.y - centroid_.y, p.z - centroid_.z};
+        const Point q = p - centroid_;
         covariance.xx += q.x * q.x;
         covariance.xy += q.x * q.y;
         covariance.xz += q.x * q.z;
@@ -143,7 +137,7 @@ bool FittedPlane::getBestFitPlane() {
                           &covariance.yz, &covariance.zz}) {
         *entry /= count;
     }
-    const detail::EigenSystem3 eigen = detail::DecomposeSymmetric(covariance);
+    const detail::EigenSystem eigen = detail::DecomposeSymmetric(covariance);
     const auto& [a, b, c] = eigen.vectors[2];
     set(a, b, c, -(a * centroid_.x + b * centroid_.y + c * centroid_.z), centroid_.x, centroid_.y,
         centroid_.z);
@@ -167,7 +161,7 @@ PlaneFrame FittedPlane::Frame() const {
 void FittedPlane::MakeVertical(const SimplePointT<double>& p) {
     const auto [a, b, c, d] = equation_;
     const double t = (a * p.x + b * p.y + c * p.z + d) / (a * a + b * b + c * c);
-    const Point onPlane{p.x - t * a, p.y - t * b, p.z - t * c};
+    const Point onPlane = p - Point{a, b, c} * t;
     const Point normal = Cross({0, 0, 1}, Frame().U());
     set(normal.x, normal.y, normal.z, -Dot(normal, onPlane), centroid_.x, centroid_.y, centroid_.z);
     shape_.reset();
@@ -255,10 +249,7 @@ void FittedPlane::GetContourBoxInner(const PlaneFrame& frame,
     const Point centre = frame.To3D(centre2D);
     const BoxAxes axes = ContourBoxAxes(frame.Normal());
     const double half = size / 2;
-    const auto corner = [&](double e, double f) {
-        return Point{centre.x + e * axes.e.x + f * axes.f.x, centre.y + e * axes.e.y + f * axes.f.y,
-                     centre.z + e * axes.e.z + f * axes.f.z};
-    };
+    const auto corner = [&](double e, double f) { return centre + axes.e * e + axes.f * f; };
     *corners[0] = corner(-half, -half);
     *corners[1] = corner(half, half);
     *corners[2] = corner(-half, half);

@@ -9,10 +9,8 @@
 namespace orvix {
 namespace {
 
-using detail::Along;
-using detail::Dot;
-using detail::Minus;
-using detail::Unit;
+using detail::Dot, detail::Middle, detail::Unit;
+using detail::operator+, detail::operator-, detail::operator*;
 
 constexpr double kFarthestKey = 1 << 30;
 
@@ -26,27 +24,27 @@ std::int32_t Nearest(double cells) {
 PlaneGrid::PlaneGrid(const FittedPlane& plane, const SimplePointT<double>& seed, double splitSize) {
     SimplePointT<double> c1, c2, c3, c4;
     plane.GetContourBox(seed, splitSize, c1, c2, c3, c4);
-    origin_ = detail::Middle(c1, c2);
+    origin_ = Middle(c1, c2);
     pitch_ = splitSize * 0.5;
-    x_ = Unit(Minus(detail::Middle(c4, c2), origin_));
-    y_ = Unit(Minus(detail::Middle(c3, c2), origin_));
+    x_ = Unit(Middle(c4, c2) - origin_);
+    y_ = Unit(Middle(c3, c2) - origin_);
 }
 
 SimplePointT<double> PlaneGrid::Centre(const PlaneCell& key) const {
-    return Along(Along(origin_, x_, key.x * pitch_), y_, key.y * pitch_);
+    return origin_ + x_ * (key.x * pitch_) + y_ * (key.y * pitch_);
 }
 
 PlaneCell PlaneGrid::KeyOf(const SimplePointT<double>& p) const {
-    const SimplePointT<double> offset = Minus(p, origin_);
+    const SimplePointT<double> offset = p - origin_;
     return {Nearest(Dot(offset, x_) / pitch_), Nearest(Dot(offset, y_) / pitch_)};
 }
 
 void PlaneGrid::Settle(const FittedPlane& plane) {
     const SimplePointT<double> normal = detail::UnitNormal(plane);
-    origin_ = Along(origin_, normal, -detail::Distance(plane, origin_));
-    x_ = Unit(Along(x_, normal, -Dot(x_, normal)));
-    const SimplePointT<double> level = Along(y_, normal, -Dot(y_, normal));
-    y_ = Unit(Along(level, x_, -Dot(level, x_)));
+    origin_ = origin_ + normal * -detail::Distance(plane, origin_);
+    x_ = Unit(x_ + normal * -Dot(x_, normal));
+    const SimplePointT<double> level = y_ + normal * -Dot(y_, normal);
+    y_ = Unit(level + x_ * -Dot(level, x_));
 }
 
 }  // namespace orvix

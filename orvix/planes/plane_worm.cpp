@@ -11,12 +11,8 @@
 namespace orvix {
 namespace {
 
-using detail::Cross;
-using detail::Dot;
-using detail::Length;
-using detail::Middle;
-using detail::Minus;
-using detail::Vector;
+using detail::Cross, detail::Dot, detail::Length, detail::Middle, detail::Vector;
+using detail::operator-, detail::operator*;
 
 enum Direction : std::int32_t {
     kAlongX = 1,
@@ -53,12 +49,11 @@ bool OnOneLine(const std::vector<Vector>& points) {
     const Vector& first = points.front();
     Vector axis;
     for (const Vector& p : points) {
-        if (Length(Minus(p, first)) > Length(axis)) axis = Minus(p, first);
+        if (Length(p - first) > Length(axis)) axis = p - first;
     }
     const double limit = 1e-3 * Dot(axis, axis);
-    return std::none_of(points.begin(), points.end(), [&](const Vector& p) {
-        return Length(Cross(Minus(p, first), axis)) > limit;
-    });
+    return std::none_of(points.begin(), points.end(),
+                        [&](const Vector& p) { return Length(Cross(p - first, axis)) > limit; });
 }
 
 }  // namespace
@@ -254,7 +249,7 @@ PlaneWorm::Cell PlaneWorm::Fit(const CellSniff& cell, const SimplePointT<double>
     fit_.AddPoints(points_.get(), indices, count, true);
     fit_.Generate(false);
     Vector normal = OnOneLine(fit_.data()) ? carried : detail::Normal(fit_);
-    if (Dot(normal, carried) < 0) normal = detail::Scaled(normal, -1.0);
+    if (Dot(normal, carried) < 0) normal = normal * -1.0;
     return {cell.key, {}, centre, normal, {fit_.x(), fit_.y(), fit_.z()}, false};
 }
 
@@ -277,7 +272,7 @@ SimplePointT<double> PlaneWorm::BorderCorner(const CellSniff& cell,
         const Vector corners[] = {c1, c2, c3, c4};
         return *std::min_element(std::begin(corners), std::end(corners),
                                  [&](const Vector& a, const Vector& b) {
-                                     return Length(Minus(a, seed_)) < Length(Minus(b, seed_));
+                                     return Length(a - seed_) < Length(b - seed_);
                                  });
     }
     switch (cell.direction) {
@@ -360,7 +355,7 @@ bool PlaneWorm::CheckCellDist(double& dist, SimplePointT<double>* centre,
                               const SimplePointT<double>* c1, const SimplePointT<double>* c2,
                               const SimplePointT<double>* c3, const SimplePointT<double>* c4,
                               const CellSniff& cell) {
-    dist = Length(Minus(*centre, seed_));
+    dist = Length(*centre - seed_);
     if (cell.reach >= dist) {
         switch (cell.direction) {
             case kUp:
@@ -375,7 +370,7 @@ bool PlaneWorm::CheckCellDist(double& dist, SimplePointT<double>* centre,
             default:
                 *centre = *c3;
         }
-        dist = Length(Minus(*centre, seed_));
+        dist = Length(*centre - seed_);
     }
     largestDistance_ = std::max(largestDistance_, dist);
     return dist > cell.reach;

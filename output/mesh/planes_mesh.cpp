@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "orvix/geometry/vector.h"
 #include "orvix/surfaces/planar_triangulation.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "orvix/surfaces/surface_mesh.h"
@@ -13,7 +14,7 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Vector;
 using detection::FoundPlane;
 
 constexpr std::uint32_t kUnused = ~std::uint32_t{0};

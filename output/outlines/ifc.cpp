@@ -4,6 +4,7 @@
 #include <map>
 #include <tuple>
 
+#include "orvix/geometry/vector.h"
 #include "output/outlines/global_id.h"
 #include "output/outlines/outline_formats.h"
 
@@ -11,7 +12,7 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Vector, detail::operator-;
 
 std::string ListOf(const std::vector<std::size_t>& ids) {
     std::string list = "(";
@@ -153,8 +154,7 @@ void IfcModel::PrintPlaces() {
 
 std::size_t IfcModel::PrintLoop(const reports::WorldPlane::Ring& ring) {
     std::vector<std::size_t> corners;
-    for (const Vector& p : ring)
-        corners.push_back(AddPoint({p.x - origin_.x, p.y - origin_.y, p.z - origin_.z}));
+    for (const Vector& p : ring) corners.push_back(AddPoint(p - origin_));
     return Add("IFCPOLYLOOP({})", ListOf(corners));
 }
 

@@ -8,7 +8,7 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = PictureView::Vector;
+using detail::Vector;
 
 void DrawScaleBar(Canvas& canvas, const PictureView& view, const PixelRect& panel) {
     const double length = RoundLength(panel.width * 0.28 / view.PixelsPerMetre());

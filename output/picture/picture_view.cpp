@@ -11,18 +11,9 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = PictureView::Vector;
+using detail::Cross, detail::Length, detail::Vector, detail::operator/;
 
 constexpr double kLevel = 0.99;
-
-Vector Unit(const Vector& v) {
-    const double length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-    return {v.x / length, v.y / length, v.z / length};
-}
-
-Vector Cross(const Vector& a, const Vector& b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
 
 }  // namespace
 
@@ -48,7 +39,8 @@ PictureView PictureView::Facing(Vector normal) {
     PictureView view;
     if (std::fabs(normal.z) > kLevel) return view;
     view.toward_ = normal;
-    view.right_ = Unit(Cross({0, 0, 1}, normal));
+    const Vector level = Cross({0, 0, 1}, normal);
+    view.right_ = level / Length(level);
     view.up_ = Cross(normal, view.right_);
     return view;
 }

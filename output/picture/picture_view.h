@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "orvix/points/records.h"
+#include "orvix/geometry/vector.h"
 #include "output/picture/canvas.h"
 
 namespace orvix::output {
@@ -28,7 +28,7 @@ struct ViewBounds {
 /// and which part of the world fills the panel.
 class PictureView {
 public:
-    using Vector = SimplePointT<double>;
+    using Vector = detail::Vector;
 
     /// From above: x to the right, y up.
     static PictureView Plan();
@@ -36,9 +36,9 @@ public:
     /// the plane is up. A plane within 8 degrees of level is seen as on a plan.
     static PictureView Facing(Vector normal);
 
-    [[nodiscard]] double X(const Vector& p) const { return Dot(p, right_); }
-    [[nodiscard]] double Y(const Vector& p) const { return Dot(p, up_); }
-    [[nodiscard]] double Depth(const Vector& p) const { return -Dot(p, toward_); }
+    [[nodiscard]] double X(const Vector& p) const { return detail::Dot(p, right_); }
+    [[nodiscard]] double Y(const Vector& p) const { return detail::Dot(p, up_); }
+    [[nodiscard]] double Depth(const Vector& p) const { return -detail::Dot(p, toward_); }
     [[nodiscard]] const Vector& Toward() const { return toward_; }
 
     /// Fits `bounds` into the panel, at one scale for both directions.
@@ -54,9 +54,6 @@ public:
     [[nodiscard]] std::string UpName() const { return NameOf(up_); }
 
 private:
-    static double Dot(const Vector& a, const Vector& b) {
-        return a.x * b.x + a.y * b.y + a.z * b.z;
-    }
     static std::string NameOf(const Vector& direction);
 
     Vector right_{1, 0, 0};

@@ -15,7 +15,7 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Dot, detail::Vector;
 
 constexpr int kWidth = 1640;
 constexpr int kHeight = 980;
@@ -25,10 +25,6 @@ constexpr PixelRect kPlanPanel{832, 128, 784, 788};
 constexpr Colour kOutline{16, 24, 40};
 constexpr Colour kSeed{214, 40, 57};
 constexpr Colour kPlaneTop{232, 119, 34};
-
-double Dot(const Vector& a, const Vector& b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
 
 Colour Blend(Colour a, Colour b, double t) {
     const auto mix = [t](std::uint8_t from, std::uint8_t to) {

@@ -12,7 +12,7 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Vector;
 
 constexpr int kWidth = 1880;
 constexpr int kHeight = 1650;
@@ -28,10 +28,6 @@ constexpr Colour kBorder{176, 184, 194};
 constexpr Colour kInk{28, 36, 48};
 constexpr Colour kSoftInk{92, 102, 116};
 constexpr Colour kLoose{186, 190, 196};
-
-Vector Wide(const SimplePointT<float>& p) {
-    return {p.x, p.y, p.z};
-}
 
 double Picked(std::vector<double>& values, double share) {
     const auto at = values.begin() +
@@ -77,8 +73,8 @@ ViewBounds PlanesDrawing::CoreBounds(const PictureView& view) const {
     std::vector<double> xs, ys;
     for (const auto& p : picture_.points) {
         if (p.plane < 0 && &p != &picture_.points.front()) continue;
-        xs.push_back(view.X(Wide(p.position)));
-        ys.push_back(view.Y(Wide(p.position)));
+        xs.push_back(view.X(detail::Widened(p.position)));
+        ys.push_back(view.Y(detail::Widened(p.position)));
     }
     if (xs.empty()) return {0, 1, 0, 1};
     return {Picked(xs, 0.0002), Picked(xs, 0.9998), Picked(ys, 0.0002), Picked(ys, 0.9998)};
@@ -93,7 +89,7 @@ void PlanesDrawing::DrawPanel(PictureView view, const PixelRect& panel, const st
     const double radius = std::clamp(0.75 * picture_.spacing * view.PixelsPerMetre(), 0.6, 4.5);
     SplatLayer layer(panel);
     for (const auto& p : picture_.points) {
-        const Vector at = Wide(p.position);
+        const Vector at = detail::Widened(p.position);
         if (fromAbove && p.ceiling) continue;
         const bool loose = p.plane < 0;
         layer.Add(view.Place(at), view.Depth(at), loose ? kLoose : PlaneColour(p.plane),

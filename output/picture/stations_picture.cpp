@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "orvix/geometry/vector.h"
 #include "output/picture/panel.h"
 #include "output/picture/splat_layer.h"
 
@@ -13,7 +14,7 @@ namespace orvix::output {
 
 namespace {
 
-using Vector = SimplePointT<double>;
+using detail::Vector;
 
 constexpr int kWidth = 1400;
 constexpr int kHeight = 1040;

@@ -326,14 +326,14 @@ Expected<SeedPlane> GrowPlaneFromSeed(detail::CloudSource& cloud, const PlaneWor
 std::array<double, 4> WorldEquation(const FittedPlane& plane, const LocalToWorld& frame) {
     // A plane's coefficients go with the inverse: a normal and one point say the same.
     const Vector normal = detail::UnitNormal(plane);
-    const Vector foot = detail::Scaled(normal, -detail::Distance(plane, {}));
+    const Vector foot = normal * -detail::Distance(plane, {});
     const Vector at = frame.ToWorld(foot);
     // The images of two directions in the plane span the world's plane.
     const Vector helper = std::abs(normal.z) < 0.5 ? Vector{0, 0, 1} : Vector{1, 0, 0};
     const Vector u = detail::Cross(normal, helper);
     const Vector v = detail::Cross(normal, u);
-    const Vector toU = detail::Minus(frame.ToWorld(u), frame.Origin());
-    const Vector toV = detail::Minus(frame.ToWorld(v), frame.Origin());
+    const Vector toU = frame.ToWorld(u) - frame.Origin();
+    const Vector toV = frame.ToWorld(v) - frame.Origin();
     const bool shifted = frame.m[0] == 1 && frame.m[5] == 1 && frame.m[10] == 1 &&
                          frame.m[1] == 0 && frame.m[2] == 0 && frame.m[4] == 0 && frame.m[6] == 0 &&
                          frame.m[8] == 0 && frame.m[9] == 0;
@@ -342,7 +342,7 @@ std::array<double, 4> WorldEquation(const FittedPlane& plane, const LocalToWorld
     const double leading = std::abs(world.z) == largest   ? world.z
                            : std::abs(world.y) == largest ? world.y
                                                           : world.x;
-    if (leading < 0) world = detail::Scaled(world, -1.0);
+    if (leading < 0) world = world * -1.0;
     return {world.x, world.y, world.z, -detail::Dot(world, at)};
 }
 

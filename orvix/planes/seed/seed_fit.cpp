@@ -70,7 +70,7 @@ Expected<Nearest> FindNearest(CloudSource& cloud, const Vector& seed) {
         cloud.ReadCell(cell, points);
         for (const auto& p : points) {
             const Vector position{p.x, p.y, p.z};
-            const double distance = Length(Minus(position, seed));
+            const double distance = Length(position - seed);
             if (distance < nearest.distance) nearest = {position, distance};
         }
         bound = std::min(bound, nearest.distance);
@@ -114,7 +114,7 @@ private:
                 cloud.ReadCell(cell, buffer);
                 for (const auto& p : buffer) {
                     const Vector position{p.x, p.y, p.z};
-                    const double distance = Length(Minus(position, seed));
+                    const double distance = Length(position - seed);
                     if (distance > radius_) continue;
                     if (seen_++ % stride == 0) points_.push_back({distance, position});
                 }
@@ -234,9 +234,9 @@ double Density(const Neighbourhood& around, const Fit& fit) {
 
 bool SpansPlane(const Neighbourhood& around) {
     const Vector first = around.Points().front().position;
-    const Vector last = Minus(around.Points().back().position, first);
+    const Vector last = around.Points().back().position - first;
     return std::any_of(around.Points().begin(), around.Points().end(), [&](const Neighbour& p) {
-        return Length(Cross(Minus(p.position, first), last)) > 1e-3 * Dot(last, last);
+        return Length(Cross(p.position - first, last)) > 1e-3 * Dot(last, last);
     });
 }
 

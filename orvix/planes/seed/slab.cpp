@@ -39,8 +39,8 @@ tl::unexpected<Error> CancelledSearch() {
 
 bool Slab::Meets(const ExtendsT<double>& box) const {
     const Vector normal = UnitNormal(plane);
-    const Vector half = Scaled(Minus(box.max, box.min), 0.5);
-    const Vector middle = Along(box.min, half, 1.0);
+    const Vector half = (box.max - box.min) * 0.5;
+    const Vector middle = box.min + half;
     const double span =
         std::abs(normal.x) * half.x + std::abs(normal.y) * half.y + std::abs(normal.z) * half.z;
     if (std::abs(Distance(plane, middle)) > halfThickness + span) return false;
@@ -51,7 +51,7 @@ bool Slab::Meets(const ExtendsT<double>& box) const {
 }
 
 bool Slab::Contains(const SimplePointT<double>& p) const {
-    return std::abs(Distance(plane, p)) <= halfThickness && Length(Minus(p, centre)) <= radius;
+    return std::abs(Distance(plane, p)) <= halfThickness && Length(p - centre) <= radius;
 }
 
 Expected<void> VisitSlab(CloudSource& cloud, const Slab& slab, const Proceed& proceed,
