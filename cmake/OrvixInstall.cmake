@@ -107,6 +107,9 @@ if(boost_terms)
   install(FILES ${boost_terms} RENAME libboost-dev.txt
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT runtime)
 endif()
+# The command's own: the letters of its pictures.
+install(FILES output/picture/font/LICENSE.txt RENAME dejavu-sans.txt
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT command)
 
 if(MINGW)
   install(FILES ${PROJECT_BINARY_DIR}/lib/orvix.def

@@ -94,7 +94,7 @@ output::PlanePicture PictureOf(const PlaneFinding& finding, const NearFrame& nea
     }
     picture.seed = near(grown.seed);
     picture.rms = grown.rms;
-    picture.title = fmt::format("Plane of {:.2f} m^2, rms {:.1f} mm", grown.area, grown.rms * 1000);
+    picture.title = fmt::format("Plane of {:.2f} m², rms {:.1f} mm", grown.area, grown.rms * 1000);
     picture.subtitle = fmt::format(
         "{} points in {} cells, largest distance {:.1f} mm, {}", platform::CountText(grown.points),
         platform::CountText(grown.cells), grown.maxDistance * 1000, TiltText(picture.normal));

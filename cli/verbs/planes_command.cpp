@@ -194,7 +194,7 @@ Expected<void> DrawPicture(const Arguments& arguments, detail::OpenProject& proj
     double area = 0;
     for (const reports::WorldPlane& plane : finding.planes) area += plane.area;
     picture.title =
-        fmt::format("{} planes, {:.1f} m^2", platform::CountText(finding.planes.size()), area);
+        fmt::format("{} planes, {:.1f} m²", platform::CountText(finding.planes.size()), area);
     picture.subtitle =
         fmt::format("{} of {} points within {:.1f} mm; grey: on none",
                     platform::CountText(search.AssignedPoints()),

@@ -4,13 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "output/picture/text_quads.h"
-
 namespace orvix::output {
 
 namespace {
-
-constexpr double kRaisedSize = 0.65;
 
 // Part of the sample [at, at + 1) that lies in [low, high).
 double Overlap(int at, double low, double high) {
@@ -21,36 +17,20 @@ std::uint8_t Mix(std::uint8_t under, std::uint8_t over, double coverage) {
     return static_cast<std::uint8_t>(std::lround(under + (over - under) * coverage));
 }
 
-double SquaredLength(Pixel2 v) {
-    return v.x * v.x + v.y * v.y;
+// Coverage from 0 to 255.
+std::uint8_t MixWhole(std::uint8_t under, std::uint8_t over, std::uint8_t coverage) {
+    return static_cast<std::uint8_t>((under * (255 - coverage) + over * coverage + 127) / 255);
 }
 
-struct TextPieceOf {
-    std::string text;
-    bool raised = false;
-};
-
-// Splits at "^2" and keeps to the characters that the letters cover.
-std::vector<TextPieceOf> Pieces(std::string_view text) {
-    std::vector<TextPieceOf> pieces(1);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text.substr(i, 2) == "^2") {
-            pieces.push_back({"2", true});
-            pieces.push_back({});
-            ++i;
-        } else if ((static_cast<unsigned char>(text[i]) & 0xC0u) != 0x80u) {
-            pieces.back().text += text[i] >= ' ' && text[i] <= '~' ? text[i] : '?';
-        }
-    }
-    return pieces;
+double SquaredLength(Pixel2 v) {
+    return v.x * v.x + v.y * v.y;
 }
 
 }  // namespace
 
 double TextWidth(std::string_view text, double size) {
     double width = 0;
-    for (const TextPieceOf& piece : Pieces(text))
-        width += QuadsWidth(piece.text) * size * (piece.raised ? kRaisedSize : 1.0);
+    for (const char32_t letter : LettersOf(text)) width += AdvanceOf(letter) * size;
     return width;
 }
 
@@ -105,20 +85,35 @@ void Canvas::Disc(Pixel2 centre, double radius, Colour colour) {
     Line(centre, centre, 2 * radius, colour);
 }
 
-void Canvas::TextPiece(Pixel2 at, const std::string& text, double size, Colour colour) {
-    for (const TextQuad& quad : QuadsOf(text))
-        FillRect(
-            {at.x + quad.x * size, at.y + quad.y * size, quad.width * size, quad.height * size},
-            colour);
+void Canvas::BlendLetter(const Letter& letter, int penX, int penY, Colour colour) {
+    const int left = penX + letter.left, top = penY + letter.top;
+    const int firstX = std::max(0, -left), endX = std::min(letter.width, width_ * kSamples - left);
+    const int firstY = std::max(0, -top), endY = std::min(letter.height, height_ * kSamples - top);
+    for (int y = firstY; y < endY; ++y) {
+        for (int x = firstX; x < endX; ++x) {
+            const std::uint8_t share =
+                letter.coverage[static_cast<std::size_t>(y) * letter.width + x];
+            Colour& sample =
+                samples_[static_cast<std::size_t>(top + y) * width_ * kSamples + left + x];
+            sample = {MixWhole(sample.r, colour.r, share), MixWhole(sample.g, colour.g, share),
+                      MixWhole(sample.b, colour.b, share)};
+        }
+    }
 }
 
 void Canvas::Text(Pixel2 at, std::string_view text, double size, Colour colour, Align align) {
     if (align == Align::Right) at.x -= TextWidth(text, size);
     if (align == Align::Centre) at.x -= TextWidth(text, size) / 2;
-    for (const TextPieceOf& piece : Pieces(text)) {
-        const double pieceSize = piece.raised ? size * kRaisedSize : size;
-        TextPiece({at.x, at.y - (piece.raised ? size : 0)}, piece.text, pieceSize, colour);
-        at.x += QuadsWidth(piece.text) * pieceSize;
+    double pen = at.x * kSamples;
+    const double baseLine = (at.y + kCapitalHeight * size) * kSamples;
+    for (const char32_t letter : LettersOf(text)) {
+        auto drawn = letters_.find({letter, size});
+        if (drawn == letters_.end())
+            drawn = letters_.emplace(std::pair(letter, size), DrawLetter(letter, size * kSamples))
+                        .first;
+        BlendLetter(drawn->second, static_cast<int>(std::floor(pen + 0.5)),
+                    static_cast<int>(std::floor(baseLine + 0.5)), colour);
+        pen += AdvanceOf(letter) * size * kSamples;
     }
 }
 

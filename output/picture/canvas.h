@@ -2,9 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <map>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "output/picture/letters.h"
 
 namespace orvix::output {
 
@@ -35,7 +38,7 @@ enum class Align { Left, Centre, Right };
 ///
 ///     Canvas canvas(1600, 900, kWhite);
 ///     canvas.Line({10, 10}, {200, 80}, 1.5, kInk);
-///     canvas.Text({10, 20}, "Face on", 2, kInk);
+///     canvas.Text({10, 20}, "Face on", 18, kInk);
 ///     WritePng(path, canvas);
 ///
 /// Boundaries what falls outside is cut off.
@@ -49,8 +52,8 @@ public:
     void Frame(const PixelRect& rect, double width, Colour colour);
     void Line(Pixel2 from, Pixel2 to, double width, Colour colour);
     void Disc(Pixel2 centre, double radius, Colour colour);
-    /// Text whose top is at `at`; `size` is the height of a dot of the letters (a capital is 7
-    /// dots high). "^2" is a raised 2. Characters beyond ASCII show as "?".
+    /// UTF-8 text, its capitals' top at `at`; `size` is the em of the letters, of which a capital is
+    /// almost three quarters high.
     void Text(Pixel2 at, std::string_view text, double size, Colour colour,
               Align align = Align::Left);
 
@@ -62,13 +65,15 @@ public:
     [[nodiscard]] std::vector<std::uint8_t> Finish() const;
 
 private:
-    void TextPiece(Pixel2 at, const std::string& text, double size, Colour colour);
+    void BlendLetter(const Letter& letter, int penX, int penY, Colour colour);
 
     int width_;
     int height_;
     std::vector<Colour> samples_;
+    std::map<std::pair<char32_t, double>, Letter> letters_;  // drawn so far, by letter and size
 };
 
+/// From the start of a text to where the next letter would start, in pixels.
 double TextWidth(std::string_view text, double size);
 
 }  // namespace orvix::output

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace orvix::output {
 
@@ -17,27 +18,7 @@ void DrawScaleBar(Canvas& canvas, const PictureView& view, const PixelRect& pane
     canvas.FillRect({at.x, at.y, width / 2, 7}, kInk);
     canvas.FillRect({at.x + width / 2, at.y, width / 2, 7}, kPaper);
     canvas.Frame({at.x, at.y, width, 7}, 1.5, kInk);
-    canvas.Text({at.x + width + 10, at.y - 5}, LengthText(length), 2, kInk);
-}
-
-void DrawAxes(Canvas& canvas, const PictureView& view, const PixelRect& panel) {
-    const Pixel2 at{panel.left + 26, panel.top + panel.height - 26};
-    const Pixel2 right{at.x + 54, at.y}, up{at.x, at.y - 54};
-    for (const double width : {6.0, 2.2}) {
-        const Colour colour = width > 3 ? kPaper : kInk;
-        canvas.Line(at, right, width, colour);
-        canvas.Line(at, up, width, colour);
-        for (const double side : {-6.0, 6.0}) {
-            canvas.Line(right, {right.x - 9, right.y + side}, width, colour);
-            canvas.Line(up, {up.x + side, up.y + 9}, width, colour);
-        }
-    }
-    const auto label = [&canvas](Pixel2 where, const std::string& text) {
-        canvas.FillRect({where.x - 4, where.y - 2, TextWidth(text, 2) + 6, 19}, kPaper);
-        canvas.Text(where, text, 2, kInk);
-    };
-    label({right.x + 12, right.y - 8}, view.RightName());
-    label({up.x + 14, up.y - 6}, view.UpName());
+    canvas.Text({at.x + width + 10, at.y - 5}, LengthText(length), kTextSize, kInk);
 }
 
 }  // namespace
@@ -45,7 +26,7 @@ void DrawAxes(Canvas& canvas, const PictureView& view, const PixelRect& panel) {
 void BeginPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel,
                 const std::string& name) {
     canvas.FillRect(panel, kPanel);
-    canvas.Text({panel.left, panel.top - 26}, name, 2, kInk);
+    canvas.Text({panel.left, panel.top - 26}, name, kTextSize, kInk);
     const ViewBounds shown = view.Shown();
     const double step = RoundLength(shown.Width() / 4);
     const double scale = view.PixelsPerMetre();
@@ -59,14 +40,43 @@ void FinishPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel
     // Lines that ran over the panel's edge are covered from outside.
     canvas.Frame(panel, 1.5, kBorder);
     DrawScaleBar(canvas, view, panel);
-    DrawAxes(canvas, view, panel);
+}
+
+void DrawViewAxes(Canvas& canvas, const PictureView& view, const PixelRect& panel) {
+    const Pixel2 at{panel.left + 26, panel.top + panel.height - 26};
+    const Pixel2 right{at.x + 54, at.y}, up{at.x, at.y - 54};
+    for (const double width : {6.0, 2.2}) {
+        const Colour colour = width > 3 ? kPaper : kInk;
+        canvas.Line(at, right, width, colour);
+        canvas.Line(at, up, width, colour);
+        for (const double side : {-6.0, 6.0}) {
+            canvas.Line(right, {right.x - 9, right.y + side}, width, colour);
+            canvas.Line(up, {up.x + side, up.y + 9}, width, colour);
+        }
+    }
+    const auto label = [&canvas](Pixel2 where, const std::string& text) {
+        canvas.FillRect({where.x - 4, where.y - 2, TextWidth(text, kTextSize) + 6, 19}, kPaper);
+        canvas.Text(where, text, kTextSize, kInk);
+    };
+    label({right.x + 12, right.y - 8}, view.RightName());
+    label({up.x + 14, up.y - 6}, view.UpName());
 }
 
 void DrawLabel(Canvas& canvas, Pixel2 at, const std::string& text, Colour colour) {
     for (const double dx : {-1.5, 0.0, 1.5})
         for (const double dy : {-1.5, 0.0, 1.5})
-            canvas.Text({at.x + dx, at.y + dy}, text, 2, kPaper);
-    canvas.Text(at, text, 2, colour);
+            canvas.Text({at.x + dx, at.y + dy}, text, kTextSize, kPaper);
+    canvas.Text(at, text, kTextSize, colour);
+}
+
+ViewBounds MiddleOf(std::vector<double> xs, std::vector<double> ys, double low, double high) {
+    const auto pick = [](std::vector<double>& values, double share) {
+        const auto at = values.begin() +
+                        static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+        std::nth_element(values.begin(), at, values.end());
+        return *at;
+    };
+    return {pick(xs, low), pick(xs, high), pick(ys, low), pick(ys, high)};
 }
 
 ViewBounds CoreBoundsOf(const PictureView& view, const std::vector<Vector>& points) {
@@ -76,17 +86,11 @@ ViewBounds CoreBoundsOf(const PictureView& view, const std::vector<Vector>& poin
         xs.push_back(view.X(p));
         ys.push_back(view.Y(p));
     }
-    const auto pick = [](std::vector<double>& values, double share) {
-        const auto at = values.begin() +
-                        static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-        std::nth_element(values.begin(), at, values.end());
-        return *at;
-    };
-    return {pick(xs, 0.01), pick(xs, 0.99), pick(ys, 0.01), pick(ys, 0.99)};
+    return MiddleOf(std::move(xs), std::move(ys), 0.01, 0.99);
 }
 
-double SplatRadius(double spacing, double pixelsPerMetre, double least, double most) {
-    return std::clamp(0.85 * spacing * pixelsPerMetre, least, most);
+double SplatRadius(double spacing, double pixelsPerMetre, double min, double max) {
+    return std::clamp(0.85 * spacing * pixelsPerMetre, min, max);
 }
 
 }  // namespace orvix::output

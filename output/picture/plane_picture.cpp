@@ -88,8 +88,8 @@ public:
         : picture_(picture), canvas_(kWidth, kHeight, kPaper) {}
 
     Canvas Draw() {
-        canvas_.Text({24, 22}, picture_.title, 3, kInk);
-        canvas_.Text({24, 66}, picture_.subtitle, 2, kSoftInk);
+        canvas_.Text({24, 22}, picture_.title, kTitleSize, kInk);
+        canvas_.Text({24, 66}, picture_.subtitle, kTextSize, kSoftInk);
         DrawFace();
         DrawPlan();
         return std::move(canvas_);
@@ -114,6 +114,7 @@ void PlaneDrawing::EndPanel(const PictureView& view, const PixelRect& panel) {
     canvas_.Disc(seed, 4.5, kSeed);
     DrawLabel(canvas_, {seed.x + 11, seed.y - 9}, "seed", kSeed);
     FinishPanel(canvas_, view, panel);
+    DrawViewAxes(canvas_, view, panel);
 }
 
 void PlaneDrawing::DrawCloud(const PictureView& view, const PixelRect& panel, double depthFrom,
@@ -195,11 +196,11 @@ void PlaneDrawing::DrawLegend(double range) {
     const double right = kFacePanel.left + kFacePanel.width;
     constexpr int kSteps = 160;
     const std::string high = "+" + LengthText(range), low = "-" + LengthText(range);
-    const double left = right - TextWidth(high, 2) - 10 - kSteps;
+    const double left = right - TextWidth(high, kTextSize) - 10 - kSteps;
     for (int i = 0; i < kSteps; ++i)
         canvas_.FillRect({left + i, top, 1, 9}, ResidualColour(2.0 * i / (kSteps - 1) - 1));
-    canvas_.Text({left - 10, top - 4}, low, 2, kInk, Align::Right);
-    canvas_.Text({right, top - 4}, high, 2, kInk, Align::Right);
+    canvas_.Text({left - 10, top - 4}, low, kTextSize, kInk, Align::Right);
+    canvas_.Text({right, top - 4}, high, kTextSize, kInk, Align::Right);
 }
 
 }  // namespace

@@ -18,8 +18,8 @@ struct PlanePicture {
     double cloudSpacing = 0.1;                             ///< metres between its points, about
     std::vector<std::vector<SimplePointT<double>>> rings;  ///< outline and holes
     SimplePointT<double> seed;
-    double rms = 0;     ///< metres; sets the range of the colours
-    std::string title;  ///< ASCII, "^2" for a raised 2
+    double rms = 0;  ///< metres; sets the range of the colours
+    std::string title;
     std::string subtitle;
 };
 

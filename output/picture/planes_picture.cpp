@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
-#include "output/picture/picture_view.h"
+#include "output/picture/panel.h"
 #include "output/picture/splat_layer.h"
 
 namespace orvix::output {
@@ -21,20 +22,7 @@ constexpr PixelRect kObliquePanel{952, 128, 904, 700};
 constexpr PixelRect kSouthPanel{24, 908, 904, 690};
 constexpr PixelRect kEastPanel{952, 908, 904, 690};
 
-constexpr Colour kPaper{255, 255, 255};
-constexpr Colour kPanel{247, 248, 250};
-constexpr Colour kGrid{228, 231, 236};
-constexpr Colour kBorder{176, 184, 194};
-constexpr Colour kInk{28, 36, 48};
-constexpr Colour kSoftInk{92, 102, 116};
 constexpr Colour kLoose{186, 190, 196};
-
-double Picked(std::vector<double>& values, double share) {
-    const auto at = values.begin() +
-                    static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-    std::nth_element(values.begin(), at, values.end());
-    return *at;
-}
 
 class PlanesDrawing {
 public:
@@ -42,8 +30,8 @@ public:
         : picture_(picture), canvas_(kWidth, kHeight, kPaper) {}
 
     Canvas Draw() {
-        canvas_.Text({24, 22}, picture_.title, 3, kInk);
-        canvas_.Text({24, 66}, picture_.subtitle, 2, kSoftInk);
+        canvas_.Text({24, 22}, picture_.title, kTitleSize, kInk);
+        canvas_.Text({24, 66}, picture_.subtitle, kTextSize, kSoftInk);
         const bool cut = std::any_of(picture_.points.begin(), picture_.points.end(),
                                      [](const auto& p) { return p.ceiling; });
         DrawPanel(PictureView::Plan(), kPlanPanel, cut ? "In plan, without ceilings" : "In plan",
@@ -59,8 +47,6 @@ private:
     void DrawPanel(PictureView view, const PixelRect& panel, const std::string& name,
                    bool fromAbove);
     [[nodiscard]] ViewBounds CoreBounds(const PictureView& view) const;
-    void DrawGrid(const PictureView& view, const PixelRect& panel);
-    void DrawScaleBar(const PictureView& view, const PixelRect& panel);
     void DrawAxes(const PictureView& view, const PixelRect& panel);
 
     const PlanesPicture& picture_;
@@ -77,15 +63,13 @@ ViewBounds PlanesDrawing::CoreBounds(const PictureView& view) const {
         ys.push_back(view.Y(detail::Widened(p.position)));
     }
     if (xs.empty()) return {0, 1, 0, 1};
-    return {Picked(xs, 0.0002), Picked(xs, 0.9998), Picked(ys, 0.0002), Picked(ys, 0.9998)};
+    return MiddleOf(std::move(xs), std::move(ys), 0.0002, 0.9998);
 }
 
 void PlanesDrawing::DrawPanel(PictureView view, const PixelRect& panel, const std::string& name,
                               bool fromAbove) {
     view.Fit(CoreBounds(view).Widened(0.04, 0.5), panel);
-    canvas_.FillRect(panel, kPanel);
-    canvas_.Text({panel.left, panel.top - 26}, name, 2, kInk);
-    DrawGrid(view, panel);
+    BeginPanel(canvas_, view, panel, name);
     const double radius = std::clamp(0.75 * picture_.spacing * view.PixelsPerMetre(), 0.6, 4.5);
     SplatLayer layer(panel);
     for (const auto& p : picture_.points) {
@@ -98,30 +82,8 @@ void PlanesDrawing::DrawPanel(PictureView view, const PixelRect& panel, const st
     const ViewBounds shown = view.Shown();
     layer.Shade(std::max(picture_.spacing * 4, std::max(shown.Width(), shown.Height()) / 60));
     layer.DrawOnto(canvas_);
-    canvas_.Frame(panel, 1.5, kBorder);
-    DrawScaleBar(view, panel);
+    FinishPanel(canvas_, view, panel);
     DrawAxes(view, panel);
-}
-
-void PlanesDrawing::DrawGrid(const PictureView& view, const PixelRect& panel) {
-    const ViewBounds shown = view.Shown();
-    const double step = RoundLength(shown.Width() / 4);
-    const double scale = view.PixelsPerMetre();
-    for (double x = std::ceil(shown.left / step) * step; x < shown.right; x += step)
-        canvas_.FillRect({panel.left + (x - shown.left) * scale, panel.top, 1, panel.height},
-                         kGrid);
-    for (double y = std::ceil(shown.bottom / step) * step; y < shown.top; y += step)
-        canvas_.FillRect({panel.left, panel.top + (shown.top - y) * scale, panel.width, 1}, kGrid);
-}
-
-void PlanesDrawing::DrawScaleBar(const PictureView& view, const PixelRect& panel) {
-    const double length = RoundLength(panel.width * 0.28 / view.PixelsPerMetre());
-    const double width = length * view.PixelsPerMetre();
-    const Pixel2 at{panel.left, panel.top + panel.height + 14};
-    canvas_.FillRect({at.x, at.y, width / 2, 7}, kInk);
-    canvas_.FillRect({at.x + width / 2, at.y, width / 2, 7}, kPaper);
-    canvas_.Frame({at.x, at.y, width, 7}, 1.5, kInk);
-    canvas_.Text({at.x + width + 10, at.y - 5}, LengthText(length), 2, kInk);
 }
 
 void PlanesDrawing::DrawAxes(const PictureView& view, const PixelRect& panel) {
@@ -142,8 +104,8 @@ void PlanesDrawing::DrawAxes(const PictureView& view, const PixelRect& panel) {
                              width, colour);
         }
         const Pixel2 where{tip.x + back.x * 1.3 - 5, tip.y + back.y * 1.3 - 7};
-        canvas_.FillRect({where.x - 3, where.y - 2, TextWidth(letter, 2) + 5, 19}, kPaper);
-        canvas_.Text(where, letter, 2, kInk);
+        canvas_.FillRect({where.x - 3, where.y - 2, TextWidth(letter, kTextSize) + 5, 19}, kPaper);
+        canvas_.Text(where, letter, kTextSize, kInk);
     }
 }
 

@@ -20,7 +20,7 @@ struct PlanesPicture {
     };
     std::vector<Point> points;
     double spacing = 0.1;  ///< metres between points, about
-    std::string title;     ///< ASCII, "^2" for a raised 2
+    std::string title;
     std::string subtitle;
 };
 

@@ -64,7 +64,7 @@ void DrawNames(Canvas& canvas, const PictureView& view, const std::vector<Statio
     }
     for (const StationMark& mark : marks) {
         const Pixel2 at = view.Place(mark.position);
-        const double width = TextWidth(mark.label, 2);
+        const double width = TextWidth(mark.label, kTextSize);
         PixelRect place{};
         for (const Pixel2 corner :
              {Pixel2{at.x + 15, at.y - 8}, Pixel2{at.x - 15 - width, at.y - 8},
@@ -102,8 +102,8 @@ void DrawCloud(Canvas& canvas, const PictureView& view, const StationsPicture& p
 
 Canvas DrawStations(const StationsPicture& picture) {
     Canvas canvas(kWidth, kHeight, kPaper);
-    canvas.Text({24, 22}, picture.title, 3, kInk);
-    canvas.Text({24, 66}, picture.subtitle, 2, kSoftInk);
+    canvas.Text({24, 22}, picture.title, kTitleSize, kInk);
+    canvas.Text({24, 66}, picture.subtitle, kTextSize, kSoftInk);
     PictureView view = PictureView::Plan();
     std::vector<Vector> shown;
     const double cut = CutHeight(picture);
@@ -120,6 +120,7 @@ Canvas DrawStations(const StationsPicture& picture) {
     for (const StationMark& mark : picture.marks) DrawMark(canvas, view, mark);
     DrawNames(canvas, view, picture.marks);
     FinishPanel(canvas, view, kPlan);
+    DrawViewAxes(canvas, view, kPlan);
     return canvas;
 }
 
