@@ -6,8 +6,7 @@
 namespace orvix::output {
 
 bool IsCloudName(const CString& path) {
-    return path.size() > 4 &&
-           (HasEnding(path, L".ply") || HasEnding(path, L".las") || HasEnding(path, L".xyz"));
+    return HasEnding(path, L".ply") || HasEnding(path, L".las") || HasEnding(path, L".xyz");
 }
 
 std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const ExportedCloud& cloud) {

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/export/project_export.h"
+
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -11,7 +13,6 @@
 #include "orvix/platform/path.h"
 #include "orvix/project/transform_file.h"
 #include "output/export/cloud_writer.h"
-#include "output/export/project_export.h"
 #include "support/las_writer.h"
 #include "support/scratch_folder.h"
 #include "tests/importer/formats/read_all.h"
