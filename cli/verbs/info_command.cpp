@@ -95,7 +95,7 @@ Expected<Outcome> RunInfo(const std::string& argument) {
 
 void AddInfoVerb(CLI::App& app, CommandContext& context) {
     const auto project = std::make_shared<std::string>();
-    CLI::App* verb = AddVerb(app, context, "info", "Tell what a project holds", kExamples,
+    CLI::App* verb = AddVerb(app, context, "info", "Show what a project holds", kExamples,
                              [project](CommandContext&) { return RunInfo(*project); });
     verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
 }

@@ -21,7 +21,7 @@ CellKey MetreOf(const CellKey& key) {
 
 tl::unexpected<Error> TooMany(const char* what) {
     return Fail(ErrorCode::Failure,
-                fmt::format("{} is more than the {} that a grid index can tell; import the scans "
+                fmt::format("{} is more than the {} that a grid index can hold; import the scans "
                             "into several projects",
                             what, kLargestCount));
 }

@@ -58,7 +58,7 @@ void ReadPosition(const CString& path, Faults& faults, StationFiles& station) {
     if (AllFinite(p)) {
         station.position = SimplePointT<double>{p[0], p[1], p[2]};
     } else {
-        faults.push_back({path, fmt::format("tells the position ({}, {}, {})", p[0], p[1], p[2])});
+        faults.push_back({path, fmt::format("holds the position ({}, {}, {})", p[0], p[1], p[2])});
     }
 }
 
@@ -71,7 +71,7 @@ void ReadOrientation(const CString& path, Faults& faults, StationFiles& station)
         return;
     }
     faults.push_back(
-        {path, fmt::format("tells a turn by {} about ({}, {}, {}), which is no axis of "
+        {path, fmt::format("holds a turn by {} about ({}, {}, {}), which is no axis of "
                            "length 1",
                            turn[3], turn[0], turn[1], turn[2])});
 }
@@ -83,7 +83,7 @@ void ReadIntensities(const CString& path, Faults& faults, StationFiles& station)
         station.intensities = range;
     } else {
         faults.push_back(
-            {path, fmt::format("tells intensities from {} to {}", range[0], range[1])});
+            {path, fmt::format("holds intensities from {} to {}", range[0], range[1])});
     }
 }
 

@@ -217,7 +217,7 @@ Expected<ExportReport> ExportProject(const CString& project, const CString& targ
                     fmt::format("{} holds no point to export{}; nothing was written",
                                 detail::Shown(project),
                                 options.station || options.box
-                                    ? " of that station or in that box; 'orvix info' tells the "
+                                    ? " of that station or in that box; 'orvix info' shows the "
                                       "stations and the bounds"
                                     : ""));
     const auto writer = MakeCloudWriter(target, cloud);

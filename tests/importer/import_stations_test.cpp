@@ -174,8 +174,8 @@ TEST_F(ImportStations, CheckNamesStationFilesThatAreNotRight) {
     std::string told;
     for (const detail::CheckFault& fault : report->faults)
         told += fault.file + " " + fault.what + "\n";
-    EXPECT_THAT(told, HasSubstr("station_0.orientation tells a turn by 1 about (0, 0, 0.5)"));
-    EXPECT_THAT(told, HasSubstr("station_0.intens tells intensities from 5 to 4"));
+    EXPECT_THAT(told, HasSubstr("station_0.orientation holds a turn by 1 about (0, 0, 0.5)"));
+    EXPECT_THAT(told, HasSubstr("station_0.intens holds intensities from 5 to 4"));
     EXPECT_THAT(told, HasSubstr("station_1.pos holds 16 bytes instead of 24"));
     EXPECT_THAT(told, HasSubstr("station_1.name holds 5000 bytes"));
 }

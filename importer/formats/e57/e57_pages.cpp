@@ -45,7 +45,7 @@ Expected<void> E57Pages::ReadHeader() {
     }
     if (pageBytes != kPageBytes || length % kPageBytes != 0) {
         return file_.Bad(fmt::format(
-            "the E57 header tells pages of {} bytes and a length of {}, where pages have {} bytes. "
+            "the E57 header says that a page has {} bytes and the file {}; a page has {} bytes. "
             "The file is damaged: copy or export it again.",
             pageBytes, length, kPageBytes));
     }

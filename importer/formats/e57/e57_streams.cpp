@@ -91,7 +91,7 @@ Expected<void> E57Streams::Load(std::uint64_t packet) {
     const std::uint8_t kind = packet_[0];
     const std::size_t length = std::size_t{importer::Load<std::uint16_t>(&packet_[2])} + 1;
     if (length < kLeastPacketBytes || length > section_.end - packet) {
-        return Bad(packet, fmt::format("tells a length of {} bytes, where the section has {} left",
+        return Bad(packet, fmt::format("says that it has {} bytes, where the section has {} left",
                                        length, section_.end - packet));
     }
     if (kind != kIndexPacket && kind != kDataPacket && kind != kEmptyPacket) {

@@ -78,7 +78,7 @@ Expected<std::vector<std::uint8_t>> FindParameters(const ScanFile& file, const L
         offset += bytes;
     }
     return file.Bad(
-        "the points are compressed (LAZ), but the record that tells how is missing. The file is "
+        "the points are compressed (LAZ), but the record that says how is missing. The file is "
         "damaged; copy or export it again.");
 }
 

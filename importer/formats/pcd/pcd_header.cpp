@@ -96,7 +96,7 @@ Expected<void> HeaderReading::Fill() {
     } else if (word == "binary_compressed") {
         header_.encoding = PcdEncoding::Compressed;
     } else {
-        return Bad(fmt::format("tells the unknown encoding \"{}\"", word.substr(0, 40)));
+        return Bad(fmt::format("names the unknown encoding \"{}\"", word.substr(0, 40)));
     }
     Expected<void> done = FillFields();
     if (done) done = FillPoints();
@@ -111,7 +111,7 @@ Expected<void> HeaderReading::FillFields() {
     if (names == nullptr || sizes == nullptr || types == nullptr ||
         sizes->size() != names->size() || types->size() != names->size() ||
         (counts != nullptr && counts->size() != names->size()) || names->size() > kMostFields) {
-        return Bad("does not tell a size and a type for each of its fields");
+        return Bad("does not contain a size and a type for each of its fields");
     }
     std::size_t bytes = 0;
     for (std::size_t i = 0; i < names->size(); ++i) {
@@ -124,7 +124,7 @@ Expected<void> HeaderReading::FillFields() {
             (field.type == 'I' || field.type == 'U' || field.type == 'F') &&
             (*types)[i].size() == 1 && (field.type != 'F' || size >= 4 || field.name == "_");
         if (!known || !counted || count == 0 || count > kMostRecordBytes) {
-            return Bad(fmt::format("tells the field {} of {} numbers of type {}{}",
+            return Bad(fmt::format("declares the field {} of {} numbers of type {}{}",
                                    field.name.substr(0, 40),
                                    counts == nullptr ? "1" : (*counts)[i].substr(0, 20),
                                    (*types)[i].substr(0, 20), (*sizes)[i].substr(0, 20)));
@@ -133,7 +133,7 @@ Expected<void> HeaderReading::FillFields() {
         field.count = static_cast<std::size_t>(count);
         bytes += field.Bytes();
         if (bytes > kMostRecordBytes) {
-            return Bad(fmt::format("tells points of more than {} bytes", kMostRecordBytes));
+            return Bad(fmt::format("declares points of more than {} bytes", kMostRecordBytes));
         }
         header_.fields.push_back(std::move(field));
     }
@@ -155,7 +155,7 @@ Expected<void> HeaderReading::FillPoints() {
     const Words* points = Line("POINTS");
     if (points != nullptr) {
         if (points->size() == 1 && ParseCount(points->front(), header_.points)) return {};
-        return Bad("tells no number of points in its line POINTS");
+        return Bad("holds no number of points in its line POINTS");
     }
     const Words* width = Line("WIDTH");
     const Words* height = Line("HEIGHT");
@@ -163,7 +163,7 @@ Expected<void> HeaderReading::FillPoints() {
     if (width == nullptr || width->size() != 1 || !ParseCount(width->front(), header_.points) ||
         (height != nullptr && (height->size() != 1 || !ParseCount(height->front(), rows))) ||
         (rows != 0 && header_.points > std::numeric_limits<std::uint64_t>::max() / rows)) {
-        return Bad("tells no number of points");
+        return Bad("holds no number of points");
     }
     header_.points *= rows;
     return {};

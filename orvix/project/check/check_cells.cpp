@@ -44,7 +44,7 @@ bool CheckRuns(CheckLog& log, const RecordFile<Record>& runs, std::uint64_t tota
         const Record run = runs[i];
         if (run.count == 0) log.Add(runs.Path(), "entry {} is empty", i);
         if (run.offset > total || run.count > total - run.offset) {
-            log.Add(runs.Path(), "entry {} tells {} {} from {} on, of which there are {}", i,
+            log.Add(runs.Path(), "entry {} names {} {} from {} on, of which there are {}", i,
                     run.count, target, run.offset, total);
         }
         if (run.offset != next) {
@@ -100,7 +100,7 @@ void CheckFineCells(CheckLog& log, const RecordFile<GridCellRecord>& cells100,
         if (cells10[run.offset].offset != parent.offset ||
             last.offset + last.count != parent.offset + parent.count) {
             log.Add(runs10.Path(),
-                    "entry {} tells 10 cm cells that hold other points than 100 cm "
+                    "entry {} names 10 cm cells that hold other points than 100 cm "
                     "cell {}",
                     i, KeyOf(parent));
         }

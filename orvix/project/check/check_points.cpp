@@ -135,14 +135,14 @@ void CheckHeadAgainst(CheckLog& log, const PointCheck& points, const CString& he
     const ExtendsT<double>& bounds = points.Bounds();
     if (!IsSame(bounds.min, head.bounds.min) || !IsSame(bounds.max, head.bounds.max)) {
         log.Add(headPath,
-                "tells bounds ({}, {}, {}) to ({}, {}, {}) where the points reach from "
+                "holds bounds ({}, {}, {}) to ({}, {}, {}) where the points reach from "
                 "({}, {}, {}) to ({}, {}, {})",
                 head.bounds.min.x, head.bounds.min.y, head.bounds.min.z, head.bounds.max.x,
                 head.bounds.max.y, head.bounds.max.z, bounds.min.x, bounds.min.y, bounds.min.z,
                 bounds.max.x, bounds.max.y, bounds.max.z);
     }
     if (points.Stations() > head.stationCount) {
-        log.Add(headPath, "tells {} stations where points name station {}", head.stationCount,
+        log.Add(headPath, "counts {} stations where points name station {}", head.stationCount,
                 points.Stations() - 1);
     }
 }
@@ -164,7 +164,7 @@ void CheckGrid(CheckLog& log, const GridFiles& grid, const CString& headPath,
     const Soundness sound = CheckLevels(log, grid);
     if (!grid.points.IsOpen() || log.Cancelled()) return;
     if (head.pointCount != grid.points.Count()) {
-        log.Add(headPath, "tells {} points where {} are stored", head.pointCount,
+        log.Add(headPath, "counts {} points where {} are stored", head.pointCount,
                 grid.points.Count());
     }
     PointCheck points(log, grid, sound);

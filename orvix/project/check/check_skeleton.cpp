@@ -135,7 +135,7 @@ void CheckCoarse(CheckLog& log, const ViewFiles& view, const Coordinates& points
         const CoarseViewRecord told = view.coarse[i];
         const Block block = Measure(view, view.blocks[i], points);
         if (told.first != block.first || told.count != block.count) {
-            log.Add(path, "record {} tells {} points from {} on instead of {} from {} on", i,
+            log.Add(path, "record {} names {} points from {} on instead of {} from {} on", i,
                     told.count, told.first, block.count, block.first);
         } else if (told.representative >= told.count) {
             log.Add(path, "record {} is represented by point {} of {}", i, told.representative,
@@ -147,7 +147,7 @@ void CheckCoarse(CheckLog& log, const ViewFiles& view, const Coordinates& points
                     i, told.representative);
         }
         if (!IsSame(told.min, block.min) || !IsSame(told.max, block.max)) {
-            log.Add(path, "record {} does not tell the bounds of its points", i);
+            log.Add(path, "record {} does not hold the bounds of its points", i);
         }
         if (told.reserved != 0) log.Add(path, "record {} has reserved bytes in use", i);
     }
@@ -176,7 +176,7 @@ void CheckSkeleton(CheckLog& log, const ProjectManager& paths, const GridFiles& 
     if (data.IsOpen()) log.Advance(data.Bytes());
     if (!points.IsOpen()) return;
     if (head.skeletonCount != points.Count()) {
-        log.Add(paths.headFile, "tells {} skeleton points where {} are stored", head.skeletonCount,
+        log.Add(paths.headFile, "counts {} skeleton points where {} are stored", head.skeletonCount,
                 points.Count());
     }
     if (data.IsOpen() && data.Count() != points.Count()) {

@@ -92,7 +92,7 @@ void Tell(CheckLog& log, const SkeletonFiles& skeleton, std::uint64_t first,
                     first + i);
         } else if (matches[i] == Match::Place) {
             log.Add(skeleton.data.Path(),
-                    "record {} does not tell intensity, colour, class and station of the "
+                    "record {} does not hold intensity, colour, class and station of the "
                     "cloud's point that it stands for",
                     first + i);
         } else if (matches[i] == Match::Repeated) {

@@ -59,7 +59,7 @@ CLOUD_HEADER CheckHead(CheckLog& log, const CString& path) {
     std::memcpy(&head, bytes.data(), bytes.size());
     if (size != kHeadFileBytes) log.Add(path, "holds {} bytes instead of {}", size, kHeadFileBytes);
     if (!std::isfinite(head.scale) || head.scale <= 0) {
-        log.Add(path, "tells a skeleton scale of {}", head.scale);
+        log.Add(path, "holds a skeleton scale of {}", head.scale);
     }
     if (head.reserved72 != 0 || head.reserved84 != 0) log.Add(path, "has reserved bytes in use");
     return head;

@@ -244,7 +244,7 @@ TEST(LazReader, ParametersThatAreNotReadAreNamedWithTheWayOut) {
     EXPECT_THAT(ReadAll(waveforms).error, AllOf(HasSubstr("waveforms"), wayOut));
     Bytes lost = laz;
     lost[375 + 2] = 'L';
-    EXPECT_THAT(ReadAll(lost).error, HasSubstr("the record that tells how is missing"));
+    EXPECT_THAT(ReadAll(lost).error, HasSubstr("the record that says how is missing"));
 }
 
 TEST(LazReader, NoTableHoweverWrongIsTrusted) {

@@ -199,11 +199,11 @@ TEST_F(ProjectCheckTest, SaysWhatIsWrongAndWhere) {
     const float nudged = project.points[0].z + (project.points[0].z > -0.1F ? -0.1F : 0.1F);
     EXPECT_THAT(SpoilField(manager.gridPts, 8, nudged), HasSubstr("point 0 lies in 10"));
     EXPECT_THAT(SpoilField(manager.headFile, 0, std::uint64_t{13}),
-                HasSubstr("tells 13 points where 12 are stored"));
-    EXPECT_THAT(SpoilField(manager.headFile, 48, 99.0), HasSubstr("tells bounds"));
-    EXPECT_THAT(SpoilField(manager.headFile, 16, -1.0), HasSubstr("tells a skeleton scale of -1"));
+                HasSubstr("counts 13 points where 12 are stored"));
+    EXPECT_THAT(SpoilField(manager.headFile, 48, 99.0), HasSubstr("holds bounds"));
+    EXPECT_THAT(SpoilField(manager.headFile, 16, -1.0), HasSubstr("holds a skeleton scale of -1"));
     EXPECT_THAT(SpoilField(manager.headFile, 80, std::uint32_t{2}),
-                HasSubstr("tells 2 stations where points name station 2"));
+                HasSubstr("counts 2 stations where points name station 2"));
     EXPECT_THAT(SpoilField(path, 0, std::int32_t{14}), HasSubstr("settings of version 14"));
     EXPECT_THAT(SpoilField(path, 0, std::int32_t{12}), HasSubstr("322 bytes where settings of "
                                                                  "version 12 take 310"));
@@ -226,7 +226,7 @@ TEST_F(ProjectCheckTest, HoldsEachSkeletonPointAndItsDataAgainstTheCloud) {
         const auto changed = static_cast<std::uint8_t>(
             test::ReadBytes(manager.gridSkeletDataPts)[last + byte] ^ 0x40);
         EXPECT_THAT(SpoilField(manager.gridSkeletDataPts, last + byte, changed),
-                    HasSubstr("does not tell intensity, colour, class and station"));
+                    HasSubstr("does not hold intensity, colour, class and station"));
     }
     const float moved = std::nextafter(project.skeleton.back().z, 1e9F);
     EXPECT_THAT(SpoilField(manager.gridSkeletCoordPts, last + 8, moved),
