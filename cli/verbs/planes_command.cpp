@@ -370,7 +370,7 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context) {
                    "Write each point's plane number, 0 for none, into the first value of its DCLC "
                    "pair");
     verb->add_option("--explain", arguments->explain,
-                     "Tell why a place is in a plane or in none, world coordinates")
+                     "Say why a place is in a plane or in none, world coordinates")
         ->check(CheckPlace)
         ->type_name("X,Y,Z");
 }
