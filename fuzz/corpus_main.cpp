@@ -27,22 +27,22 @@ std::uint64_t NextRandom(std::uint64_t& state) {
 /// Up to four faults: a bit, a byte that is often a limit, a run of one value, a doubled or a
 /// lost stretch.
 Bytes Spoil(Bytes bytes, std::uint64_t& state) {
-    constexpr std::array<std::uint8_t, 8> kTelling = {0, 1, 0x7F, 0x80, 0xFE, 0xFF, '\n', '-'};
+    constexpr std::array<std::uint8_t, 8> kEdgeBytes = {0, 1, 0x7F, 0x80, 0xFE, 0xFF, '\n', '-'};
     for (std::uint64_t faults = 1 + NextRandom(state) % 4; faults > 0 && !bytes.empty(); --faults) {
         const auto at = static_cast<std::ptrdiff_t>(NextRandom(state) % bytes.size());
         const auto left = static_cast<std::ptrdiff_t>(bytes.size()) - at;
         const auto run = std::min(static_cast<std::ptrdiff_t>(NextRandom(state) % 9), left);
         const auto spot = bytes.begin() + at;
-        const std::uint8_t telling = kTelling[NextRandom(state) % kTelling.size()];
+        const std::uint8_t edge = kEdgeBytes[NextRandom(state) % kEdgeBytes.size()];
         switch (NextRandom(state) % 5) {
             case 0:
                 *spot = static_cast<std::uint8_t>(*spot ^ (1u << (NextRandom(state) % 8)));
                 break;
             case 1:
-                *spot = telling;
+                *spot = edge;
                 break;
             case 2:
-                std::fill(spot, spot + run, telling);
+                std::fill(spot, spot + run, edge);
                 break;
             case 3: {
                 const Bytes copy(spot, spot + run);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The bytes are the content of the file's pages; pages and checksums are made here, so that faults
-// reach what lies behind them. Content bytes 24 and 32 tell where the XML is.
+// reach what lies behind them. Content bytes 24 and 32 say where the XML is.
 #include "fuzz/fuzz_reader.h"
 #include "importer/formats/byte_order.h"
 #include "importer/formats/e57/e57.h"

@@ -13,8 +13,8 @@ namespace {
 
 using namespace orvix::importer;
 
-// Points a byte: a compressed file makes 88 bytes of one at most.
-constexpr std::uint64_t kMostGrowth = 128;
+// Points per byte: a compressed file makes 88 bytes of one at most.
+constexpr std::uint64_t kMaxGrowth = 128;
 
 void Require(bool promise) {
     if (!promise) std::abort();
@@ -25,7 +25,7 @@ std::uint64_t ReadPass(ScanReader& reader) {
     RawPiece piece;
     DecodedPiece decoded;
     std::uint64_t seen = 0;
-    std::uint64_t told = 0;
+    std::uint64_t reported = 0;
     std::uint64_t points = 0;
     std::size_t scan = 0;
     for (;;) {
@@ -35,11 +35,11 @@ std::uint64_t ReadPass(ScanReader& reader) {
         const auto more = reader.Next(piece);
         if (!more) Require(!more.error().message.empty());
         if (!more || !*more) break;
-        Require(piece.bytes.size() <= kMostPieceBytes);
+        Require(piece.bytes.size() <= kMaxPieceBytes);
         Require(piece.scan >= scan && piece.scan < reader.Info().scans.size());
         scan = piece.scan;
-        told += piece.fileBytes.value_or(piece.bytes.size());
-        Require(told <= reader.FileBytes());
+        reported += piece.fileBytes.value_or(piece.bytes.size());
+        Require(reported <= reader.FileBytes());
         if (!reader.Decode(piece, decoded)) break;
         points += decoded.points.size() + decoded.Total();
         if (piece.records != 0) Require(piece.records == decoded.points.size() + decoded.Total());
@@ -50,7 +50,7 @@ std::uint64_t ReadPass(ScanReader& reader) {
         seen = seen * 31 + decoded.Total();
     }
     // LAZ points that are all equal take less than a byte each.
-    Require(points <= kMostGrowth * reader.FileBytes() || reader.Info().format.starts_with("LAZ"));
+    Require(points <= kMaxGrowth * reader.FileBytes() || reader.Info().format.starts_with("LAZ"));
     const auto declared = reader.Info().declaredPoints;
     Require(!declared || points <= *declared);
     return seen * 31 + points;

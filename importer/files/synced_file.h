@@ -36,7 +36,7 @@ public:
     [[nodiscard]] const CString& Path() const { return path_; }
 
 private:
-    tl::unexpected<Error> Trouble(std::error_code cause, const char* doing) const;
+    tl::unexpected<Error> FailTo(std::error_code cause, const char* doing) const;
 
     platform::File file_;
     CString path_;

@@ -29,7 +29,7 @@ std::size_t SizeOfLines(const std::vector<std::uint8_t>& bytes, std::uint8_t lin
 
 }  // namespace
 
-Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t mostLines) {
+Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t maxLines) {
     piece.fileOffset = offset_;
     piece.firstRecord = line_;
     piece.records = 0;
@@ -50,7 +50,7 @@ Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t mostLines) {
         }
         piece.bytes.erase(last.base(), piece.bytes.end());
     }
-    std::uint64_t lines = mostLines;
+    std::uint64_t lines = maxLines;
     piece.bytes.resize(SizeOfLines(piece.bytes, static_cast<std::uint8_t>(start_.lineEnd), lines));
     offset_ += piece.bytes.size();
     line_ += lines;

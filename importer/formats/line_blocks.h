@@ -26,8 +26,8 @@ public:
     LineBlocks(const ScanFile& file, const Start& start)
         : file_(&file), start_(start), offset_(start.offset), line_(start.line) {}
 
-    /// At most `mostLines` lines, of which there is one at least.
-    Expected<bool> Next(RawPiece& piece, std::uint64_t mostLines = ~std::uint64_t{0});
+    /// At most `maxLines` lines, of which there is one at least.
+    Expected<bool> Next(RawPiece& piece, std::uint64_t maxLines = ~std::uint64_t{0});
     void Rewind() { GoTo(start_.offset, start_.line); }
     /// Goes on at another line, by its first byte and its number.
     void GoTo(std::uint64_t offset, std::uint64_t line) {

@@ -8,13 +8,20 @@
 #include "importer/formats/e57/e57.h"
 #include "importer/formats/known_files.h"
 #include "importer/formats/las/las.h"
+#include "importer/formats/laz/laz.h"
 #include "importer/formats/pcd/pcd.h"
 #include "importer/formats/ply/ply.h"
-#include "importer/formats/scan_file.h"
 #include "importer/formats/text/ptx.h"
 #include "importer/formats/text/text.h"
 
 namespace orvix::importer {
+
+Expected<std::unique_ptr<ScanReader>> OpenLasOrLaz(ScanFile file) {
+    const auto header = ReadLasHeader(file);
+    if (!header) return tl::unexpected(header.error());
+    return header->compressed ? OpenLaz(std::move(file), *header)
+                              : OpenLas(std::move(file), *header);
+}
 
 Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path) {
     auto file = ScanFile::Open(path);
@@ -25,7 +32,7 @@ Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path) {
     if (auto read = file->ReadBlock(0, bytes, start); !read) return tl::unexpected(read.error());
     const std::string_view magic(reinterpret_cast<const char*>(start.data()), start.size());
 
-    if (magic.starts_with("LASF")) return OpenLas(std::move(*file));
+    if (magic.starts_with("LASF")) return OpenLasOrLaz(std::move(*file));
     if (magic.starts_with("ASTM-E57")) return OpenE57(std::move(*file));
     if (magic.starts_with("ply\n") || magic.starts_with("ply\r") || magic.starts_with("ply ")) {
         return OpenPly(std::move(*file));

@@ -6,7 +6,7 @@
 namespace orvix::importer {
 namespace {
 
-constexpr float kLargestIntensity = 65535.0f;
+constexpr float kMaxIntensity = 65535.0f;
 constexpr float kPtsOffset = 2048.0f;
 
 std::uint8_t LowByte(std::uint16_t value) {
@@ -34,11 +34,11 @@ AttributeScale::AttributeScale(const ScanInfo& info, const AttributeRange& range
     wideColour_ = info.colourBits.value_or(range.maxColour > 255 ? 16 : 8) > 8;
     if (range.intensities == 0) return;
     const bool notNegative = range.minIntensity >= 0;
-    if (range.wholeIntensities && notNegative && range.maxIntensity <= kLargestIntensity) return;
+    if (range.wholeIntensities && notNegative && range.maxIntensity <= kMaxIntensity) return;
     if (notNegative && range.maxIntensity <= 1.0f) {
-        factor_ = kLargestIntensity;
+        factor_ = kMaxIntensity;
     } else if (range.minIntensity >= -kPtsOffset && range.minIntensity <= -1.0f &&
-               range.maxIntensity <= kLargestIntensity - kPtsOffset) {
+               range.maxIntensity <= kMaxIntensity - kPtsOffset) {
         offset_ = kPtsOffset;
     } else {
         cut_ = true;
@@ -47,7 +47,7 @@ AttributeScale::AttributeScale(const ScanInfo& info, const AttributeRange& range
 
 std::uint16_t AttributeScale::Intensity(float value) const {
     if (!std::isfinite(value)) return 0;
-    const float scaled = std::clamp((value + offset_) * factor_, 0.0f, kLargestIntensity);
+    const float scaled = std::clamp((value + offset_) * factor_, 0.0f, kMaxIntensity);
     return static_cast<std::uint16_t>(static_cast<double>(scaled) + 0.5);
 }
 

@@ -13,10 +13,10 @@ namespace orvix::importer {
 
 /// Local coordinates of this magnitude or more are out of range: a float there is coarser than
 /// half a metre.
-inline constexpr double kLargestLocal = 1e7;
+inline constexpr double kMaxLocal = 1e7;
 /// World coordinates beyond this magnitude (metres) are no position on any map; they have no say
 /// in where the origin lies.
-inline constexpr double kLargestWorld = 1e12;
+inline constexpr double kMaxWorld = 1e12;
 /// From here on a float's step exceeds 0.1 mm.
 inline constexpr double kFineLocal = 1024.0;
 
@@ -80,7 +80,7 @@ inline float ToLocal(double world, double origin) {
 
 /// Whether a local position can be stored (a NaN cannot).
 inline bool InRange(const SimplePointT<double>& world, const SimplePointT<double>& origin) {
-    const auto fits = [](double local) { return local > -kLargestLocal && local < kLargestLocal; };
+    const auto fits = [](double local) { return local > -kMaxLocal && local < kMaxLocal; };
     return fits(world.x - origin.x) && fits(world.y - origin.y) && fits(world.z - origin.z);
 }
 

@@ -123,6 +123,6 @@ public:
 inline constexpr std::uint64_t kPieceBytes = 2u << 20;
 /// No piece is larger. Only a format whose pieces are cut by the file (a LAZ chunk) exceeds
 /// kPieceBytes.
-inline constexpr std::uint64_t kMostPieceBytes = 16u << 20;
+inline constexpr std::uint64_t kMaxPieceBytes = 16u << 20;
 
 }  // namespace orvix::importer

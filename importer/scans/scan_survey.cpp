@@ -14,8 +14,8 @@ namespace {
 constexpr std::size_t kMedianSamples = 2048;
 
 struct Box {
-    SimplePointT<double> min{kLargestWorld, kLargestWorld, kLargestWorld};
-    SimplePointT<double> max{-kLargestWorld, -kLargestWorld, -kLargestWorld};
+    SimplePointT<double> min{kMaxWorld, kMaxWorld, kMaxWorld};
+    SimplePointT<double> max{-kMaxWorld, -kMaxWorld, -kMaxWorld};
 
     void Add(const SimplePointT<double>& p) {
         min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
@@ -39,7 +39,7 @@ struct SurveyJob : StationPiece {
 };
 
 bool IsPlausible(const SimplePointT<double>& world) {
-    const auto fits = [](double v) { return v >= -kLargestWorld && v <= kLargestWorld; };
+    const auto fits = [](double v) { return v >= -kMaxWorld && v <= kMaxWorld; };
     return fits(world.x) && fits(world.y) && fits(world.z);
 }
 
@@ -78,7 +78,7 @@ void Examine(SurveyJob& job, bool dropZeros) {
 // The local coordinate of a bound, cut to what can be stored; rounding is monotone, so every
 // point in range lies between the two.
 float LocalBound(double world, double origin) {
-    return ToLocal(std::clamp(world, origin - kLargestLocal, origin + kLargestLocal), origin);
+    return ToLocal(std::clamp(world, origin - kMaxLocal, origin + kMaxLocal), origin);
 }
 
 ExtendsT<float> LocalBounds(const Box& box, const SimplePointT<double>& origin) {
@@ -89,7 +89,7 @@ ExtendsT<float> LocalBounds(const Box& box, const SimplePointT<double>& origin) 
     return {local(box.min), local(box.max)};
 }
 
-float LargestMagnitude(const ExtendsT<float>& bounds) {
+float MaxMagnitude(const ExtendsT<float>& bounds) {
     return std::max({std::fabs(bounds.min.x), std::fabs(bounds.min.y), std::fabs(bounds.min.z),
                      std::fabs(bounds.max.x), std::fabs(bounds.max.y), std::fabs(bounds.max.z)});
 }
@@ -191,7 +191,7 @@ Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportO
     }
     const ExtendsT<float> bounds = LocalBounds(box, survey.origin);
     survey.frame = GridFrame(bounds);
-    survey.largestLocal = LargestMagnitude(bounds);
+    survey.maxLocal = MaxMagnitude(bounds);
     return survey;
 }
 

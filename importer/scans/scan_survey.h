@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 #include "importer/import_options.h"
 #include "importer/import_pool.h"
 #include "importer/scans/attribute_scale.h"
@@ -53,8 +53,8 @@ struct Survey {
     std::vector<Scan> scans;   ///< by station
     std::uint64_t usable = 0;  ///< points that no reason rejects, their place aside
     SimplePointT<double> origin;
-    GridFrame frame;         ///< around the local coordinates of the points in range
-    float largestLocal = 0;  ///< greatest magnitude of a coordinate in it
+    GridFrame frame;     ///< around the local coordinates of the points in range
+    float maxLocal = 0;  ///< greatest magnitude of a coordinate in it
 
     [[nodiscard]] std::uint64_t Read() const;
 };

@@ -56,11 +56,11 @@ Expected<void> StationTable::Enter(std::size_t input, const ScanPart& part) {
         inputs_[input].reader->Omit(scan);
         return {};
     }
-    if (stations_.size() == kMostStations) {
+    if (stations_.size() == kMaxStations) {
         return Fail(ErrorCode::BadInput,
                     fmt::format("the inputs hold more than the {} stations of a project; import "
                                 "them into several projects",
-                                kMostStations));
+                                kMaxStations));
     }
     numbers_[input].push_back(stations_.size());
     Station& station = stations_.emplace_back();

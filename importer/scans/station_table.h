@@ -15,7 +15,7 @@
 
 namespace orvix::importer {
 
-inline constexpr std::size_t kMostStations =
+inline constexpr std::size_t kMaxStations =
     std::numeric_limits<std::uint16_t>::max() + std::size_t{1};
 
 /// An input of an import: its path for messages and its open reader.

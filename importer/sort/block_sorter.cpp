@@ -52,21 +52,21 @@ void BlockSorter::MakeEntries(const GridFrame& frame, std::span<const AlivePoint
     minBlock_ = ~std::uint64_t{0};
     maxBlock_ = 0;
     for (std::size_t i = 0; i < points.size(); ++i) {
-        const CellKey key = frame.KeyOf(points[i]);
+        const SortKey key = frame.KeyOf(points[i]);
         entries_[i] = {key.block, static_cast<std::uint32_t>(i), key.inside};
         minBlock_ = std::min(minBlock_, key.block);
         maxBlock_ = std::max(maxBlock_, key.block);
     }
 }
 
-void BlockSorter::SortByKey(std::uint64_t largestKey) {
+void BlockSorter::SortByKey(std::uint64_t maxKey) {
     const auto byKey = [](const Entry& a, const Entry& b) { return a.key < b.key; };
     if (entries_.Size() < kSmallBlock) {
         std::stable_sort(entries_.Data(), entries_.Data() + entries_.Size(), byKey);
         return;
     }
     const auto passes =
-        (static_cast<unsigned>(std::bit_width(largestKey)) + kDigitBits - 1) / kDigitBits;
+        (static_cast<unsigned>(std::bit_width(maxKey)) + kDigitBits - 1) / kDigitBits;
     Counters counters;
     for (unsigned pass = 0; pass < passes; ++pass) counters[pass].fill(0);
     for (const Entry& entry : entries_.All()) {
@@ -95,7 +95,7 @@ void BlockSorter::SortWide() {
 
 void BlockSorter::CountCells(std::vector<CellCount>& cells) const {
     for (const Entry& entry : entries_.All()) {
-        const CellKey key{entry.key, entry.inside};
+        const SortKey key{entry.key, entry.inside};
         if (cells.empty() || cells.back().key != key) cells.push_back({key, 0});
         ++cells.back().count;
     }

@@ -6,19 +6,13 @@
 #include <vector>
 
 #include "importer/files/raw_buffer.h"
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 
 namespace orvix::importer {
 
-/// A 10 cm cell and how many points of a stretch lie in it.
-struct CellCount {
-    CellKey key;
-    std::uint32_t count = 0;
-};
-
 /// Sorts a block of points that fits into a processor's cache by their 10 cm cells.
 ///
-/// Order      by CellKey; points of one cell keep their order.
+/// Order      by SortKey; points of one cell keep their order.
 /// Boundaries up to 2^32 - 1 points.
 /// Threads    one sorter a thread; it keeps its scratch memory between blocks.
 /// Cost       a radix sort over the bits in which the block's keys differ, 11 a pass; a block that
@@ -39,7 +33,7 @@ private:
     };
 
     void MakeEntries(const GridFrame& frame, std::span<const AlivePoint> points);
-    void SortByKey(std::uint64_t largestKey);
+    void SortByKey(std::uint64_t maxKey);
     void SortWide();
     void CountCells(std::vector<CellCount>& cells) const;
 

@@ -6,8 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "importer/grid/grid_key.h"
-#include "importer/sort/block_sorter.h"
+#include "importer/grid/grid_frame.h"
 #include "orvix/platform/error.h"
 
 namespace orvix::importer {

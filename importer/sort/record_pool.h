@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 
 namespace orvix::importer {
 

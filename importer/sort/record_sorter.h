@@ -5,9 +5,9 @@
 #include <functional>
 #include <vector>
 
+#include "importer/memory_plan.h"
 #include "importer/scans/scan_survey.h"
 #include "importer/sort/block_sorter.h"
-#include "importer/sort/memory_plan.h"
 #include "importer/sort/record_pool.h"
 #include "importer/sort/sorted_run.h"
 

@@ -26,22 +26,22 @@ public:
 
     Expected<std::vector<MergeTask>> Plan() {
         GatherSamples();
-        CellKey low = kFirstKey;
+        SortKey low = kFirstKey;
         std::uint64_t weight = 0;
         for (std::size_t i = 0; i < samples_.size();) {
-            const CellKey key = samples_[i].first;
+            const SortKey key = samples_[i].first;
             std::uint64_t keyWeight = 0;
             for (; i < samples_.size() && samples_[i].first == key; ++i) {
                 keyWeight += samples_[i].second;
             }
-            if (keyWeight > largestWeight_) {
+            if (keyWeight > maxWeight_) {
                 AddRange(low, key);
                 if (auto added = AddCell(key); !added) {
                     return tl::unexpected<Error>(added.error());
                 }
                 low = key.Next();
                 weight = 0;
-            } else if (weight + keyWeight > largestWeight_) {
+            } else if (weight + keyWeight > maxWeight_) {
                 AddRange(low, key);
                 low = key;
                 weight = keyWeight;
@@ -60,14 +60,14 @@ private:
         std::uint64_t slack = 0;
         for (const SortedRun& run : runs_) {
             slack += std::min<std::uint64_t>(run.stride, run.count);
-            for (const CellKey& key : run.samples) samples_.emplace_back(key, run.stride);
+            for (const SortKey& key : run.samples) samples_.emplace_back(key, run.stride);
         }
         std::sort(samples_.begin(), samples_.end());
         blockPoints_ = std::max(options_.blockPoints, 2 * slack);
-        largestWeight_ = blockPoints_ - slack;
+        maxWeight_ = blockPoints_ - slack;
     }
 
-    void AddRange(const CellKey& low, const CellKey& high) {
+    void AddRange(const SortKey& low, const SortKey& high) {
         if (!(low < high)) return;
         MergeTask task;
         task.low = low;
@@ -75,7 +75,7 @@ private:
         tasks_.push_back(task);
     }
 
-    Expected<void> AddCell(const CellKey& key) {
+    Expected<void> AddCell(const SortKey& key) {
         std::vector<CellPart> parts;
         for (const SortedRun& run : runs_) {
             const auto first = CountBelow(run, frame_, key);
@@ -130,9 +130,9 @@ private:
     const GridFrame& frame_;
     const MergeOptions& options_;
     const ImportPool& pool_;
-    std::vector<std::pair<CellKey, std::uint32_t>> samples_;
+    std::vector<std::pair<SortKey, std::uint32_t>> samples_;
     std::uint64_t blockPoints_ = 0;
-    std::uint64_t largestWeight_ = 0;
+    std::uint64_t maxWeight_ = 0;
     std::vector<MergeTask> tasks_;
 };
 

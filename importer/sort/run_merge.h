@@ -14,8 +14,8 @@ namespace orvix::importer {
 
 /// A stretch of the merged order: whole 10 cm cells, or a part of one.
 struct MergeTask {
-    CellKey low;                     ///< every cell from here on ...
-    CellKey high;                    ///< ... to before here
+    SortKey low;                     ///< every cell from here on ...
+    SortKey high;                    ///< ... to before here
     const SortedRun* run = nullptr;  ///< set: points of the one cell `low` from this run alone,
     std::uint64_t first = 0;         ///< from here on ...
     std::uint64_t count = 0;         ///< ... this many

@@ -12,14 +12,14 @@ struct Bracket {
 };
 
 // Between which points the first one that is not below `key` stands, both ends included.
-Bracket BracketOf(const SortedRun& run, const CellKey& key) {
+Bracket BracketOf(const SortedRun& run, const SortKey& key) {
     const auto sample = static_cast<std::uint64_t>(
         std::lower_bound(run.samples.begin(), run.samples.end(), key) - run.samples.begin());
     return {sample == 0 ? 0 : (sample - 1) * run.stride, std::min(sample * run.stride, run.count)};
 }
 
 const AlivePoint* FirstNotBelow(const GridFrame& frame, const AlivePoint* begin,
-                                const AlivePoint* end, const CellKey& key) {
+                                const AlivePoint* end, const SortKey& key) {
     return std::partition_point(begin, end,
                                 [&](const AlivePoint& p) { return frame.KeyOf(p) < key; });
 }
@@ -50,7 +50,7 @@ Expected<void> AppendPoints(const SortedRun& run, std::uint64_t first, std::size
 }
 
 Expected<std::uint64_t> CountBelow(const SortedRun& run, const GridFrame& frame,
-                                   const CellKey& key) {
+                                   const SortKey& key) {
     const Bracket bracket = BracketOf(run, key);
     if (run.records != nullptr) {
         return static_cast<std::uint64_t>(
@@ -67,8 +67,8 @@ Expected<std::uint64_t> CountBelow(const SortedRun& run, const GridFrame& frame,
            static_cast<std::uint64_t>(FirstNotBelow(frame, begin, begin + count, key) - begin);
 }
 
-Expected<void> AppendRange(const SortedRun& run, const GridFrame& frame, const CellKey& low,
-                           const CellKey& high, RawBuffer<AlivePoint>& out) {
+Expected<void> AppendRange(const SortedRun& run, const GridFrame& frame, const SortKey& low,
+                           const SortKey& high, RawBuffer<AlivePoint>& out) {
     const Bracket lowest = BracketOf(run, low);
     const Bracket highest = BracketOf(run, high);
     if (run.records != nullptr) {

@@ -8,7 +8,7 @@
 
 #include "importer/files/raw_buffer.h"
 #include "importer/files/synced_file.h"
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 #include "orvix/platform/error.h"
 
 namespace orvix::importer {
@@ -24,7 +24,7 @@ struct SortedRun {
     std::shared_ptr<SyncedFile> file;
     std::uint64_t count = 0;
     std::uint32_t stride = 1;
-    std::vector<CellKey> samples;  ///< of points 0, stride, 2 * stride, ...
+    std::vector<SortKey> samples;  ///< of points 0, stride, 2 * stride, ...
 };
 
 inline constexpr std::uint32_t kMemoryStride = 128;
@@ -38,11 +38,11 @@ Expected<void> AppendPoints(const SortedRun& run, std::uint64_t first, std::size
 
 /// Appends the points whose keys lie in [low, high).
 /// Cost  a run in a file is read once, at most two strides more than is wanted.
-Expected<void> AppendRange(const SortedRun& run, const GridFrame& frame, const CellKey& low,
-                           const CellKey& high, RawBuffer<AlivePoint>& out);
+Expected<void> AppendRange(const SortedRun& run, const GridFrame& frame, const SortKey& low,
+                           const SortKey& high, RawBuffer<AlivePoint>& out);
 
 /// The number of points whose keys are below `key`.
 Expected<std::uint64_t> CountBelow(const SortedRun& run, const GridFrame& frame,
-                                   const CellKey& key);
+                                   const SortKey& key);
 
 }  // namespace orvix::importer

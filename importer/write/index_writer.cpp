@@ -8,22 +8,22 @@
 namespace orvix::importer {
 namespace {
 
-constexpr std::uint64_t kLargestCount = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint32_t kFineKeysAMetre = 1000;
+constexpr std::uint64_t kMaxCount = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kFineKeysPerMetre = 1000;
 
-CellKey BlockOf(const CellKey& key) {
+SortKey BlockOf(const SortKey& key) {
     return {key.block, 0};
 }
 
-CellKey MetreOf(const CellKey& key) {
-    return {key.block, key.inside / kFineKeysAMetre * kFineKeysAMetre};
+SortKey MetreOf(const SortKey& key) {
+    return {key.block, key.inside / kFineKeysPerMetre * kFineKeysPerMetre};
 }
 
 tl::unexpected<Error> TooMany(const char* what) {
     return Fail(ErrorCode::Failure,
                 fmt::format("{} is more than the {} that a grid index can hold; import the scans "
                             "into several projects",
-                            what, kLargestCount));
+                            what, kMaxCount));
 }
 
 }  // namespace
@@ -43,7 +43,7 @@ Expected<void> IndexWriter::Add(std::span<const CellCount> cells) {
         if (!started_ || cell.key != key_) {
             if (auto opened = Open(cell.key); !opened) return opened;
         }
-        if (cell.count > kLargestCount - metre_.count) {
+        if (cell.count > kMaxCount - metre_.count) {
             return TooMany("the number of points in one cubic metre");
         }
         metre_.count += cell.count;
@@ -54,7 +54,7 @@ Expected<void> IndexWriter::Add(std::span<const CellCount> cells) {
 }
 
 // Ends the open cells that do not hold `key` and starts those that do.
-Expected<void> IndexWriter::Open(const CellKey& key) {
+Expected<void> IndexWriter::Open(const SortKey& key) {
     const bool newBlock = !started_ || BlockOf(key) != BlockOf(key_);
     const bool newMetre = newBlock || MetreOf(key) != MetreOf(key_);
     if (started_) {
@@ -91,7 +91,7 @@ Expected<void> IndexWriter::CloseFine() {
 
 Expected<void> IndexWriter::CloseMetre() {
     ++block_.count;
-    if (metres_.Count() == kLargestCount) return TooMany("the number of cubic metres with points");
+    if (metres_.Count() == kMaxCount) return TooMany("the number of cubic metres with points");
     Expected<void> done = metres_.Add(metre_);
     if (done && fineLevel_ == FineLevel::Write) done = fineRuns_.Add(fineRun_);
     return done;

@@ -5,8 +5,7 @@
 #include <span>
 
 #include "importer/files/synced_file.h"
-#include "importer/grid/grid_key.h"
-#include "importer/sort/block_sorter.h"
+#include "importer/grid/grid_frame.h"
 #include "orvix/points/records.h"
 #include "orvix/project/project_manager.h"
 
@@ -40,7 +39,7 @@ public:
     [[nodiscard]] std::uint64_t Cells100Count() const { return metres_.Count(); }
 
 private:
-    Expected<void> Open(const CellKey& key);
+    Expected<void> Open(const SortKey& key);
     Expected<void> CloseFine();
     Expected<void> CloseMetre();
     Expected<void> CloseBlock();
@@ -52,7 +51,7 @@ private:
     RecordWriter<FineCellRecord> fines_;   // 10 cm
     RecordWriter<CIndexerSmall> fineRuns_;
     bool started_ = false;
-    CellKey key_;  // of the open cells
+    SortKey key_;  // of the open cells
     GridCellRecord block_;
     GridCellRecord metre_;
     FineCellRecord fine_;

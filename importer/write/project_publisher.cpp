@@ -164,7 +164,7 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
                     fmt::format("another import of {} is under way; wait for it to end",
                                 ToUtf8(names.project)));
     }
-    Expected<void> done = leftovers ? Recover(names) : RefuseStrangers(names);
+    Expected<void> done = leftovers ? Recover(names) : RefuseOtherFiles(names);
     if (done) done = CheckTarget(names, existing);
     if (!done) return tl::unexpected<Error>(done.error());
     ProjectPublisher publisher(std::move(names), std::move(lock));
@@ -198,7 +198,7 @@ Expected<void> ProjectPublisher::Recover(const Names& names) {
     return {};
 }
 
-Expected<void> ProjectPublisher::RefuseStrangers(const Names& names) {
+Expected<void> ProjectPublisher::RefuseOtherFiles(const Names& names) {
     for (const CString* path : {&names.workingProject, &names.workingFiles, &names.aside}) {
         if (!platform::PathExists(*path)) continue;
         return Fail(ErrorCode::BadInput,

@@ -65,7 +65,7 @@ private:
     static Names NamesFor(const CString& target);
     static Expected<void> CheckTarget(const Names& names, Existing existing);
     static Expected<void> Recover(const Names& names);
-    static Expected<void> RefuseStrangers(const Names& names);
+    static Expected<void> RefuseOtherFiles(const Names& names);
     Expected<void> LayOut();
     Expected<void> SyncAll();
     Expected<void> SwapFiles();

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "importer/grid/cloud_thinner.h"
+#include "importer/write/cloud_thinner.h"
 #include "parallel/run_in_order.h"
 
 namespace orvix::importer {

@@ -6,21 +6,15 @@
 #include <vector>
 
 #include "importer/files/synced_file.h"
-#include "importer/grid/histograms.h"
-#include "importer/grid/surface_density.h"
 #include "importer/import_options.h"
 #include "importer/import_pool.h"
+#include "importer/write/grid_writer.h"
+#include "importer/write/histograms.h"
+#include "importer/write/surface_density.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/view_records.h"
 
 namespace orvix::importer {
-
-/// The finished point file and its 100 cm index, to be read back.
-struct FinishedGrid {
-    const SyncedFile* points = nullptr;
-    const SyncedFile* cells100 = nullptr;
-    std::uint64_t cellCount = 0;
-};
 
 /// What the pass over the sorted points found.
 struct SkeletonSummary {

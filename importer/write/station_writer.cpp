@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "importer/files/synced_file.h"
+#include "importer/scans/attribute_scale.h"
 #include "orvix/project/station_files.h"
 
 namespace orvix::importer {
@@ -25,11 +26,32 @@ Expected<void> WriteValues(const CString& path, const std::array<Value, N>& valu
 }
 
 std::int16_t Signed(std::uint16_t intensity) {
-    constexpr std::uint16_t kGreatest = std::numeric_limits<std::int16_t>::max();
-    return static_cast<std::int16_t>(std::min(intensity, kGreatest));
+    constexpr std::uint16_t kMax = std::numeric_limits<std::int16_t>::max();
+    return static_cast<std::int16_t>(std::min(intensity, kMax));
 }
 
 }  // namespace
+
+std::vector<StationRecord> StationRecordsOf(const std::vector<ScanInput>& inputs,
+                                            const StationTable& stations, const Survey& survey) {
+    std::vector<StationRecord> records;
+    for (std::size_t i = 0; i < stations.Count(); ++i) {
+        const Station& station = stations[i];
+        if (!station.pose) continue;
+        StationRecord& record =
+            records.emplace_back(StationRecord{i, station.name, *station.pose, {}});
+        record.pose.position.x -= survey.origin.x;
+        record.pose.position.y -= survey.origin.y;
+        record.pose.position.z -= survey.origin.z;
+        const ScanInfo& info = inputs[station.input].reader->Info();
+        const AttributeRange& range = survey.scans[i].range;
+        if (!info.hasIntensity || range.intensities == 0) continue;
+        const AttributeScale scale(info, range);
+        record.intensities.emplace(scale.Intensity(range.minIntensity),
+                                   scale.Intensity(range.maxIntensity));
+    }
+    return records;
+}
 
 Expected<void> WriteStation(const ProjectManager& project, const StationRecord& station) {
     const detail::StationPaths paths =

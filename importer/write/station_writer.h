@@ -5,26 +5,33 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "importer/scans/scan_pose.h"
+#include "importer/scans/scan_survey.h"
+#include "importer/scans/station_table.h"
 #include "orvix/platform/error.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::importer {
 
-/// What the files of one station tell.
+/// What the files of one station hold.
 struct StationRecord {
     std::size_t number = 0;
     std::string name;  ///< UTF-8
     ScanPose pose;     ///< in the project's own frame
-    std::optional<std::pair<std::uint16_t, std::uint16_t>> intensities;  ///< least, greatest
+    std::optional<std::pair<std::uint16_t, std::uint16_t>> intensities;  ///< min, max
 };
 
-/// Writes station_N.pos, .orientation, .name and, where intensities are told, .intens into the
+/// The records of those stations that have a pose, in the order of their numbers.
+std::vector<StationRecord> StationRecordsOf(const std::vector<ScanInput>& inputs,
+                                            const StationTable& stations, const Survey& survey);
+
+/// Writes station_N.pos, .orientation, .name and, for a station with intensities, .intens into the
 /// project's scanpos folder.
 ///
-/// Boundaries intensities above 32767 are told as 32767, the greatest that the file can hold.
-/// Errors   as SyncedFile.
+/// Boundaries intensities above 32767 are stored as 32767, the largest that the file can hold.
+/// Errors     as SyncedFile.
 Expected<void> WriteStation(const ProjectManager& project, const StationRecord& station);
 
 }  // namespace orvix::importer

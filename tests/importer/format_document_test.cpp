@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "importer/scans/import_scans.h"
+#include "importer/import_scans.h"
 #include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "importer/files/disk_space.h"
-#include "importer/scans/import_scans.h"
+#include "importer/import_scans.h"
 #include "orvix/project/project_manager.h"
 #include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "importer/scans/import_scans.h"
+#include "importer/import_scans.h"
 #include "orvix/project/project_manager.h"
 #include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"

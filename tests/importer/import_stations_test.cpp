@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "importer/scans/import_scans.h"
+#include "importer/import_scans.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/project/check/project_check.h"
@@ -36,8 +36,8 @@ MemoryScan TwoScans() {
         point.intensity = static_cast<float>(i * 10);
         scan.points.push_back(point);
     }
-    scan.pointsAPiece = 5;
-    scan.piecesAScan = 2;
+    scan.pointsPerPiece = 5;
+    scan.piecesPerScan = 2;
     scan.info.scans = {Posed("hall", {{1, 2, 3}, {}}),
                        Posed("yard", {{770'500, 100.25, 0}, {kHalf, 0, 0, kHalf}})};
     return scan;
@@ -116,7 +116,7 @@ TEST_F(ImportStations, WritesPoseNameAndIntensitiesOfEveryStation) {
 TEST_F(ImportStations, AScanWithoutAPoseHasANumberAndNoFiles) {
     MemoryScan plain = TwoScans();
     plain.info.scans = {ScanPart{}};
-    plain.piecesAScan = 0;
+    plain.piecesPerScan = 0;
     const auto report = Run({plain, TwoScans()});
     ASSERT_TRUE(report) << report.error().message;
     EXPECT_EQ(report->stations, 3u);

@@ -9,8 +9,8 @@
 #include <random>
 #include <set>
 
+#include "importer/import_scans.h"
 #include "importer/scans/coordinate_frame.h"
-#include "importer/scans/import_scans.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/record_hash.h"
 #include "orvix/project/project_manager.h"
@@ -102,7 +102,7 @@ std::vector<MemoryScan> RandomScans(std::uint64_t seed) {
     };
     std::vector<MemoryScan> scans(1 + below(3));
     for (MemoryScan& scan : scans) {
-        scan.pointsAPiece = 1 + below(400);
+        scan.pointsPerPiece = 1 + below(400);
         scan.points.resize(1 + below(1500));
         for (ScanPoint& p : scan.points) {
             p = At(coordinate(), coordinate(), shape == 2 ? 1.5 : coordinate());
@@ -179,7 +179,7 @@ TEST(Import, AccountsForEveryPointItLeavesOut) {
     MemoryScan scan;
     scan.points = {At(1, 2, 3), At(kNan, 0, 0),  At(0, kInfinity, 0), At(0, 0, 0),
                    At(2, 2, 3), At(9e6, 9e6, 0), At(2e7, 0, 0),       At(-1e300, 0, 0)};
-    scan.malformedAPiece = 4;
+    scan.malformedPerPiece = 4;
     ImportOptions options;
     options.dropZeros = true;
     const ScratchFolder folder;

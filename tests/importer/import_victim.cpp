@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "importer/scans/import_scans.h"
+#include "importer/import_scans.h"
 #include "orvix/platform/program.h"
 #include "orvix/platform/text.h"
 #include "tests/importer/memory_scan.h"

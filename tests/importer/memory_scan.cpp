@@ -19,12 +19,13 @@ public:
     Expected<bool> Next(RawPiece& piece) override {
         if (next_ >= scan_.points.size()) return false;
         if (scan_.before) {
-            auto allowed = scan_.before(pass_, next_ / scan_.pointsAPiece);
+            auto allowed = scan_.before(pass_, next_ / scan_.pointsPerPiece);
             if (!allowed) return tl::unexpected<Error>(allowed.error());
         }
         piece.firstRecord = next_;
-        if (scan_.piecesAScan != 0) piece.scan = next_ / scan_.pointsAPiece / scan_.piecesAScan;
-        piece.records = std::min(scan_.pointsAPiece, scan_.points.size() - next_);
+        if (scan_.piecesPerScan != 0)
+            piece.scan = next_ / scan_.pointsPerPiece / scan_.piecesPerScan;
+        piece.records = std::min(scan_.pointsPerPiece, scan_.points.size() - next_);
         piece.bytes.resize(piece.records * kPointBytes);
         next_ += piece.records;
         return true;
@@ -32,7 +33,7 @@ public:
     Expected<void> Decode(const RawPiece& piece, DecodedPiece& decoded) const override {
         const auto first = scan_.points.begin() + static_cast<std::ptrdiff_t>(piece.firstRecord);
         decoded.points.assign(first, first + static_cast<std::ptrdiff_t>(piece.records));
-        decoded.malformed = scan_.malformedAPiece;
+        decoded.malformed = scan_.malformedPerPiece;
         return {};
     }
     Expected<void> Rewind() override {

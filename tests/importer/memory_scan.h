@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "importer/memory_plan.h"
 #include "importer/scans/scan_survey.h"
-#include "importer/sort/memory_plan.h"
 
 namespace orvix::importer::test {
 
@@ -15,9 +15,9 @@ namespace orvix::importer::test {
 struct MemoryScan {
     std::vector<ScanPoint> points;
     ScanInfo info{"memory", {}, true, true, true, {}};
-    std::size_t pointsAPiece = 1000;
-    std::size_t piecesAScan = 0;  ///< 0: all pieces belong to the first of info.scans
-    std::uint64_t malformedAPiece = 0;
+    std::size_t pointsPerPiece = 1000;
+    std::size_t piecesPerScan = 0;  ///< 0: all pieces belong to the first of info.scans
+    std::uint64_t malformedPerPiece = 0;
     /// Called before each piece is handed out with the number of the pass (0: the first) and of
     /// the piece; an error ends the reading with it.
     std::function<Expected<void>(int pass, std::size_t piece)> before;

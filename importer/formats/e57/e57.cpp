@@ -85,7 +85,7 @@ private:
         constexpr std::size_t kTail = 8;
         piece.scan = scan_;
         piece.firstRecord = record_;
-        piece.records = std::min(part.decoder.RecordsAPiece(), part.scan.records - record_);
+        piece.records = std::min(part.decoder.RecordsPerPiece(), part.scan.records - record_);
         const std::vector<std::size_t> bytes = part.decoder.BytesOf(piece.records);
         std::size_t size = kTail;
         for (const std::size_t field : bytes) size += field;

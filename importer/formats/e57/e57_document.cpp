@@ -14,7 +14,7 @@
 namespace orvix::importer {
 namespace {
 
-constexpr std::size_t kMostFields = 1000;
+constexpr std::size_t kMaxFields = 1000;
 constexpr std::size_t kNameBytes = 4096;
 
 std::string_view Trimmed(std::string_view text) {
@@ -104,8 +104,8 @@ std::string TextOf(const XmlElement& parent, std::string_view child) {
 
 E57Field ReadField(const XmlElement& element, Reading& reading) {
     using Kind = E57Field::Kind;
-    constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
-    constexpr auto kGreatest = std::numeric_limits<std::int64_t>::max();
+    constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+    constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
     E57Field field;
     field.name = element.name;
     const std::string* type = element.Attribute("type");
@@ -117,8 +117,8 @@ E57Field ReadField(const XmlElement& element, Reading& reading) {
         field.bits = single ? 32 : 64;
     } else if (word == "Integer" || word == "ScaledInteger") {
         field.kind = word == "Integer" ? Kind::Integer : Kind::ScaledInteger;
-        field.minimum = reading.Whole(element, "minimum", kLeast);
-        field.maximum = reading.Whole(element, "maximum", kGreatest);
+        field.minimum = reading.Whole(element, "minimum", kMin);
+        field.maximum = reading.Whole(element, "maximum", kMax);
         field.scale = reading.Real(element, "scale", 1);
         field.offset = reading.Real(element, "offset", 0);
         if (field.maximum < field.minimum) {
@@ -141,8 +141,8 @@ void CollectFields(const XmlElement& parent, bool outermost, Reading& reading,
                    std::vector<E57Field>& fields) {
     for (const XmlElement& child : parent.children) {
         const std::string* type = child.Attribute("type");
-        if (fields.size() == kMostFields) {
-            return reading.Blame(parent, fmt::format("has more than {} fields", kMostFields));
+        if (fields.size() == kMaxFields) {
+            return reading.Blame(parent, fmt::format("has more than {} fields", kMaxFields));
         }
         if (type != nullptr && (*type == "Structure" || *type == "Vector")) {
             CollectFields(child, false, reading, fields);

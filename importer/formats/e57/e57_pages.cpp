@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kHeaderBytes = 48;
 constexpr std::uint64_t kBlockPages = 64;  // read at once
-constexpr std::uint64_t kMostXmlBytes = std::uint64_t{64} << 20;
+constexpr std::uint64_t kMaxXmlBytes = std::uint64_t{64} << 20;
 
 }  // namespace
 
@@ -117,12 +117,12 @@ Expected<void> E57Pages::Read(std::uint64_t logical, void* buffer, std::size_t b
 
 Expected<std::string> E57Pages::ReadXml() {
     const auto start = ToLogical(xmlPhysical_);
-    if (!start || xmlBytes_ > LogicalSize() - *start || xmlBytes_ > kMostXmlBytes) {
+    if (!start || xmlBytes_ > LogicalSize() - *start || xmlBytes_ > kMaxXmlBytes) {
         return file_.Bad(
             fmt::format("the E57 header places {} bytes of XML at byte {}, which is not inside the "
                         "file or more "
                         "than {}. The file is damaged: copy or export it again.",
-                        Grouped(xmlBytes_), Grouped(xmlPhysical_), Grouped(kMostXmlBytes)));
+                        Grouped(xmlBytes_), Grouped(xmlPhysical_), Grouped(kMaxXmlBytes)));
     }
     std::string xml(static_cast<std::size_t>(xmlBytes_), '\0');
     if (auto read = Read(*start, xml.data(), xml.size()); !read) {

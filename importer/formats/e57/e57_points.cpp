@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kBlock = 512;
 constexpr std::size_t kTail = 8;  // bytes after the last field, so that it too is read in words
-constexpr std::uint64_t kMostRecords = 1u << 16;
+constexpr std::uint64_t kMaxRecords = 1u << 16;
 
 /// The number of `bits` bits that begins at bit `at`; 64 bits from there on are in memory.
 std::uint64_t BitsAt(const std::uint8_t* bytes, std::uint64_t at, unsigned bits) {
@@ -86,10 +86,10 @@ void E57PointDecoder::UseWhole(const E57Scan& scan, std::array<const char*, 3> n
     }
 }
 
-std::uint64_t E57PointDecoder::RecordsAPiece() const {
-    if (recordBits_ == 0) return kMostRecords;
+std::uint64_t E57PointDecoder::RecordsPerPiece() const {
+    if (recordBits_ == 0) return kMaxRecords;
     const std::uint64_t fitting = (kPieceBytes - kTail) * 8 / recordBits_;
-    return std::min(kMostRecords, fitting / 8 * 8);
+    return std::min(kMaxRecords, fitting / 8 * 8);
 }
 
 std::vector<std::size_t> E57PointDecoder::BytesOf(std::uint64_t records) const {

@@ -38,7 +38,7 @@ public:
     /// The fields that are needed, by their number in the scan.
     [[nodiscard]] const std::vector<std::size_t>& Fields() const { return fields_; }
     /// Records of a piece: as many as fit.
-    [[nodiscard]] std::uint64_t RecordsAPiece() const;
+    [[nodiscard]] std::uint64_t RecordsPerPiece() const;
     /// How many bytes of each needed field's stream `records` records take.
     [[nodiscard]] std::vector<std::size_t> BytesOf(std::uint64_t records) const;
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint8_t kVectorSection = 1;
 constexpr std::size_t kSectionHeaderBytes = 32;
 constexpr std::size_t kPacketHeaderBytes = 6;
-constexpr std::size_t kLeastPacketBytes = 4;  // an empty one
+constexpr std::size_t kMinPacketBytes = 4;  // an empty one
 constexpr std::uint8_t kIndexPacket = 0;
 constexpr std::uint8_t kDataPacket = 1;
 constexpr std::uint8_t kEmptyPacket = 2;
@@ -90,7 +90,7 @@ Expected<void> E57Streams::Load(std::uint64_t packet) {
     if (auto read = pages_->Read(packet, packet_.data(), packet_.size()); !read) return read;
     const std::uint8_t kind = packet_[0];
     const std::size_t length = std::size_t{importer::Load<std::uint16_t>(&packet_[2])} + 1;
-    if (length < kLeastPacketBytes || length > section_.end - packet) {
+    if (length < kMinPacketBytes || length > section_.end - packet) {
         return Bad(packet, fmt::format("says that it has {} bytes, where the section has {} left",
                                        length, section_.end - packet));
     }

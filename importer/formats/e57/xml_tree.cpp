@@ -13,9 +13,9 @@ namespace {
 
 namespace pt = boost::property_tree;
 
-constexpr std::size_t kMostBytes = std::size_t{64} << 20;
-constexpr std::size_t kDeepest = 64;
-constexpr std::size_t kMostNodes = 2'000'000;
+constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
+constexpr std::size_t kMaxDepth = 64;
+constexpr std::size_t kMaxNodes = 2'000'000;
 
 tl::unexpected<Error> Bad(const std::string& what, std::size_t at) {
     return Fail(ErrorCode::BadInput, fmt::format("{}, at byte {} of it", what, at));
@@ -83,11 +83,11 @@ private:
         ++nodes_;
         if (closing) {
             if (depth_ > 0) --depth_;
-        } else if (last != '/' && ++depth_ > kDeepest) {
-            return Bad(fmt::format("its elements are nested more than {} deep", kDeepest), start);
+        } else if (last != '/' && ++depth_ > kMaxDepth) {
+            return Bad(fmt::format("its elements are nested more than {} deep", kMaxDepth), start);
         }
-        if (nodes_ > kMostNodes) {
-            return Bad(fmt::format("it holds more than {} elements and attributes", kMostNodes),
+        if (nodes_ > kMaxNodes) {
+            return Bad(fmt::format("it holds more than {} elements and attributes", kMaxNodes),
                        start);
         }
         return {};
@@ -132,8 +132,8 @@ const std::string* XmlElement::Attribute(std::string_view attributeName) const {
 }
 
 Expected<XmlElement> ParseXml(std::string_view text) {
-    if (text.size() > kMostBytes) {
-        return Bad(fmt::format("it is longer than {} bytes", kMostBytes), kMostBytes);
+    if (text.size() > kMaxBytes) {
+        return Bad(fmt::format("it is longer than {} bytes", kMaxBytes), kMaxBytes);
     }
     if (auto shape = ShapeCheck(text).Run(); !shape) return tl::unexpected(shape.error());
     pt::ptree tree;

@@ -4,9 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "importer/formats/las/las_header.h"
 #include "importer/formats/las/las_records.h"
-#include "importer/formats/laz/laz.h"
 
 namespace orvix::importer {
 namespace {
@@ -53,11 +51,8 @@ private:
 
 }  // namespace
 
-Expected<std::unique_ptr<ScanReader>> OpenLas(ScanFile file) {
-    const auto header = ReadLasHeader(file);
-    if (!header) return tl::unexpected(header.error());
-    if (header->compressed) return OpenLaz(std::move(file), *header);
-    return std::make_unique<LasReader>(std::move(file), *header);
+Expected<std::unique_ptr<ScanReader>> OpenLas(ScanFile file, const LasHeader& header) {
+    return std::make_unique<LasReader>(std::move(file), header);
 }
 
 }  // namespace orvix::importer

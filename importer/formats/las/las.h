@@ -3,12 +3,12 @@
 
 #include <memory>
 
-#include "importer/formats/scan_file.h"
+#include "importer/formats/las/las_header.h"
 #include "importer/scans/scan_reader.h"
 
 namespace orvix::importer {
 
-/// Reads LAS 1.0 to 1.4, all eleven point formats; a compressed file is handed to OpenLaz.
+/// Reads uncompressed LAS 1.0 to 1.4, all eleven point formats; for LAZ see OpenLaz.
 ///
 /// Units    coordinates are stored integer * scale + offset, in double; intensity and colours as
 ///          stored (u16); the class without its flag bits. Points flagged synthetic, key point,
@@ -17,6 +17,6 @@ namespace orvix::importer {
 /// Errors   see ReadLasHeader; a declared point outside the file is refused before the first
 ///          point is read.
 /// Cost     one read of 2 MiB a piece; 5 to 10 ns a point to decode.
-Expected<std::unique_ptr<ScanReader>> OpenLas(ScanFile file);
+Expected<std::unique_ptr<ScanReader>> OpenLas(ScanFile file, const LasHeader& header);
 
 }  // namespace orvix::importer

@@ -13,9 +13,9 @@
 namespace orvix::importer {
 namespace {
 
-constexpr std::size_t kShortestHeader = 227;
+constexpr std::size_t kMinHeaderBytes = 227;
 constexpr std::size_t kHeaderWithCount64 = 255;
-constexpr std::size_t kLongestHeader = 375;
+constexpr std::size_t kMaxHeaderBytes = 375;
 constexpr std::uint8_t kCompressionBits = 0xC0;
 constexpr std::uint8_t kCompressed = 0x80;  // the other bit marks what a prototype wrote
 
@@ -92,7 +92,7 @@ Expected<void> CheckSizes(const ScanFile& file, const StoredHeader& header) {
             "header is damaged: copy or export the file again.",
             header.recordBytes, header.pointFormat, header.layout.recordBytes));
     }
-    if (header.headerBytes < kShortestHeader || header.firstPointByte < header.headerBytes) {
+    if (header.headerBytes < kMinHeaderBytes || header.firstPointByte < header.headerBytes) {
         return file.Bad(fmt::format(
             "the header declares a header of {} bytes and points from byte {} on, which cannot "
             "both be. The header is damaged: copy or export the file again.",
@@ -143,9 +143,9 @@ Expected<void> CheckPoints(const ScanFile& file, const StoredHeader& header) {
 }  // namespace
 
 Expected<LasHeader> ReadLasHeader(const ScanFile& file) {
-    if (file.Size() < kShortestHeader) return BadHeaderCut(file, kShortestHeader);
+    if (file.Size() < kMinHeaderBytes) return BadHeaderCut(file, kMinHeaderBytes);
     std::vector<std::uint8_t> bytes;
-    const std::uint64_t read = std::min<std::uint64_t>(file.Size(), kLongestHeader);
+    const std::uint64_t read = std::min<std::uint64_t>(file.Size(), kMaxHeaderBytes);
     if (auto done = file.ReadBlock(0, static_cast<std::size_t>(read), bytes); !done) {
         return tl::unexpected(done.error());
     }

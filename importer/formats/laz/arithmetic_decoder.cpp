@@ -7,8 +7,8 @@ namespace orvix::importer::laz {
 namespace {
 
 constexpr std::uint32_t kShareBits = 15;
-constexpr std::uint32_t kMostCounts = 1u << kShareBits;
-constexpr std::uint32_t kMostBitCounts = 1u << 13;
+constexpr std::uint32_t kMaxCounts = 1u << kShareBits;
+constexpr std::uint32_t kMaxBitCounts = 1u << 13;
 constexpr std::uint16_t kNoSymbol = 0xFFFF;  // above every share
 
 // A cell of the table for each symbol, rounded up to a power of two, at least 16.
@@ -38,7 +38,7 @@ void FillTable(const ModelState& state, const ModelTables& tables) {
 
 void UpdateModel(ModelState& state, const ModelTables& tables) {
     state.total += state.cycle;
-    if (state.total > kMostCounts) state.total = HalveCounts(state, tables);
+    if (state.total > kMaxCounts) state.total = HalveCounts(state, tables);
     const std::uint32_t scale = 0x80000000u / state.total;
     std::uint32_t sum = 0;
     for (std::uint32_t i = 0; i < state.symbols; ++i) {
@@ -60,7 +60,7 @@ void ResetModel(ModelState& state, const ModelTables& tables, std::uint32_t symb
 
 void BitModel::Update() {
     total_ += cycle_;
-    if (total_ > kMostBitCounts) {
+    if (total_ > kMaxBitCounts) {
         total_ = (total_ + 1) >> 1;
         zeros_ = (zeros_ + 1) >> 1;
         if (zeros_ == total_) ++total_;

@@ -125,7 +125,7 @@ public:
 
     /// `count` (1 to 32) bits that no model describes.
     std::uint32_t Bits(std::uint32_t count) {
-        if (count <= kMostBits) return RawBits(count);
+        if (count <= kMaxBits) return RawBits(count);
         const std::uint32_t low = RawBits(16);
         return low | RawBits(count - 16) << 16;
     }
@@ -135,8 +135,8 @@ public:
 private:
     static constexpr std::uint32_t kShareBits = 15;
     static constexpr std::uint32_t kBitShareBits = 13;
-    static constexpr std::uint32_t kLeastLength = 1u << 24;
-    static constexpr std::uint32_t kMostBits = 19;
+    static constexpr std::uint32_t kMinLength = 1u << 24;
+    static constexpr std::uint32_t kMaxBits = 19;
     static constexpr std::uint32_t kGrantedBytes = 4;
 
     std::uint32_t RawBits(std::uint32_t count) {
@@ -154,7 +154,7 @@ private:
     }
 
     void Refill() {
-        while (length_ < kLeastLength) {
+        while (length_ < kMinLength) {
             value_ = value_ << 8 | NextByte();
             length_ <<= 8;
         }

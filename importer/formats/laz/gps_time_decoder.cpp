@@ -11,14 +11,14 @@ constexpr std::uint32_t kFirstDistance = 0;
 constexpr std::uint32_t kOnce = 1;
 constexpr std::uint32_t kFewTimes = 2;
 constexpr std::uint32_t kManyTimes = 3;
-constexpr std::uint32_t kMostTimes = 4;
+constexpr std::uint32_t kMaxTimes = 4;
 constexpr std::uint32_t kBackwards = 5;
 constexpr std::uint32_t kFarBackwards = 6;
 constexpr std::uint32_t kNoTimes = 7;
 constexpr std::uint32_t kUpperHalf = 8;
 
 constexpr std::int32_t kFew = 10;
-constexpr std::int32_t kExtremesInARow = 3;
+constexpr std::int32_t kConsecutiveExtremes = 3;
 
 }  // namespace
 
@@ -33,7 +33,7 @@ void GpsTimeDecoder::StartSeries(ArithmeticDecoder& in) {
 }
 
 void GpsTimeDecoder::CountExtreme(std::int32_t distance) {
-    if (++extremes_[series_] <= kExtremesInARow) return;
+    if (++extremes_[series_] <= kConsecutiveExtremes) return;
     distances_[series_] = distance;
     extremes_[series_] = 0;
 }
@@ -68,15 +68,15 @@ void GpsTimeDecoder::DecodeMultiple(ArithmeticDecoder& in, std::int32_t code) {
     } else if (code == 0) {
         distance = rest(0, kNoTimes);
         CountExtreme(distance);
-    } else if (code < kMostMultiple) {
+    } else if (code < kMaxMultiple) {
         distance = rest(code, code < kFew ? kFewTimes : kManyTimes);
-    } else if (code == kMostMultiple) {
-        distance = rest(kMostMultiple, kMostTimes);
+    } else if (code == kMaxMultiple) {
+        distance = rest(kMaxMultiple, kMaxTimes);
         CountExtreme(distance);
-    } else if (kMostMultiple - code > kLeastMultiple) {
-        distance = rest(kMostMultiple - code, kBackwards);
+    } else if (kMaxMultiple - code > kMinMultiple) {
+        distance = rest(kMaxMultiple - code, kBackwards);
     } else {
-        distance = rest(kLeastMultiple, kFarBackwards);
+        distance = rest(kMinMultiple, kFarBackwards);
         CountExtreme(distance);
     }
     Advance(distance);

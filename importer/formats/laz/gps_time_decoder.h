@@ -31,9 +31,9 @@ public:
 
 private:
     static constexpr int kSeries = 4;
-    static constexpr std::int32_t kMostMultiple = 500;
-    static constexpr std::int32_t kLeastMultiple = -10;
-    static constexpr std::int32_t kMultiples = kMostMultiple - kLeastMultiple + 1;
+    static constexpr std::int32_t kMaxMultiple = 500;
+    static constexpr std::int32_t kMinMultiple = -10;
+    static constexpr std::int32_t kMultiples = kMaxMultiple - kMinMultiple + 1;
 
     bool DecodeStep(ArithmeticDecoder& in);
     bool DecodeFirstDistance(ArithmeticDecoder& in);

@@ -139,10 +139,10 @@ Expected<void> CheckItems(const ScanFile& file, const LasHeader& header, const R
                                           "with records of {} bytes.",
                                           header.pointFormat, header.recordBytes));
     }
-    const std::uint16_t least = header.pointFormat >= 6 ? 3 : 2;
-    const std::uint16_t most = header.pointFormat >= 6 ? 4 : 2;
+    const std::uint16_t minVersion = header.pointFormat >= 6 ? 3 : 2;
+    const std::uint16_t maxVersion = header.pointFormat >= 6 ? 4 : 2;
     for (const Item& item : items) {
-        if (item.version >= least && item.version <= most &&
+        if (item.version >= minVersion && item.version <= maxVersion &&
             item.version == items.front().version) {
             continue;
         }
@@ -225,10 +225,10 @@ Expected<std::vector<Chunk>> ReadEntries(const ScanFile& file, const LasHeader& 
                                           "chunks, for which there is no room before it.",
                                           Grouped(*table), version, Grouped(count)));
     }
-    constexpr std::uint64_t kMostEntryBytes = 16;
+    constexpr std::uint64_t kMaxEntryBytes = 16;
     std::vector<std::uint8_t> bytes;
     const std::uint64_t coded = *table + kTableHeaderBytes;
-    const std::uint64_t length = std::min(file.BytesFrom(coded), (count + 1) * kMostEntryBytes);
+    const std::uint64_t length = std::min(file.BytesFrom(coded), (count + 1) * kMaxEntryBytes);
     if (auto read = file.ReadBlock(coded, static_cast<std::size_t>(length), bytes); !read) {
         return tl::unexpected(read.error());
     }
@@ -263,12 +263,12 @@ Expected<void> CountPoints(const ScanFile& file, const LasHeader& header, std::u
         if (!variable) chunk.points = std::min<std::uint64_t>(chunkPoints, header.points - points);
         chunk.firstPoint = points;
         points += chunk.points;
-        if (chunk.points > kMostChunkPoints || chunk.bytes > kMostPieceBytes) {
+        if (chunk.points > kMaxChunkPoints || chunk.bytes > kMaxPieceBytes) {
             return file.Bad(fmt::format(
                 "the chunk at byte {} has {} points in {} bytes; up to {} points in {} bytes are "
                 "read. {}",
                 Grouped(chunk.offset), Grouped(chunk.points), Grouped(chunk.bytes),
-                Grouped(kMostChunkPoints), Grouped(kMostPieceBytes), kWayOut));
+                Grouped(kMaxChunkPoints), Grouped(kMaxPieceBytes), kWayOut));
         }
     }
     if (points != header.points) {

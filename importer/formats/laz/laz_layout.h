@@ -24,9 +24,9 @@ struct LazLayout {
     std::vector<Chunk> chunks;  ///< in file order; no empty ones
 };
 
-/// A chunk of more points, or of more bytes (kMostPieceBytes), is not read: it is one piece of an
+/// A chunk of more points, or of more bytes (kMaxPieceBytes), is not read: it is one piece of an
 /// import and one share of its memory. The usual chunk has 50,000 points.
-inline constexpr std::uint64_t kMostChunkPoints = 1u << 20;
+inline constexpr std::uint64_t kMaxChunkPoints = 1u << 20;
 
 /// Reads the record of compression parameters and the table of chunks of a file whose header says
 /// that it is compressed, and checks both against the header and the file.

@@ -13,18 +13,18 @@ class RunningMedian {
 public:
     [[nodiscard]] std::int32_t Middle() const { return kept_[2]; }
     void Add(std::int32_t v) {
-        const bool below = dropLeast_ ? v <= kept_[2] : v < kept_[2];
-        const std::int32_t* stay = kept_.data() + (dropLeast_ ? 1 : 0);
+        const bool below = dropMin_ ? v <= kept_[2] : v < kept_[2];
+        const std::int32_t* stay = kept_.data() + (dropMin_ ? 1 : 0);
         const std::array<std::int32_t, 4> a{stay[0], stay[1], stay[2], stay[3]};
         kept_ = {std::min(a[0], v), std::min(a[1], std::max(a[0], v)),
                  std::min(a[2], std::max(a[1], v)), std::min(a[3], std::max(a[2], v)),
                  std::max(a[3], v)};
-        dropLeast_ = !below;
+        dropMin_ = !below;
     }
 
 private:
     std::array<std::int32_t, 5> kept_{};
-    bool dropLeast_ = false;
+    bool dropMin_ = false;
 };
 
 /// a + b modulo 2^32.
@@ -38,9 +38,9 @@ inline std::int32_t WrappingProduct(std::int32_t a, std::int32_t b) {
 }
 
 /// The context of a coordinate: whether the pulse has a single return, and how large the
-/// coordinates before it were, in steps of two up to `most`.
-inline std::uint32_t MagnitudeContext(std::uint32_t magnitude, std::uint32_t most, bool single) {
-    return (std::min(magnitude, most) & ~1u) | (single ? 1u : 0u);
+/// coordinates before it were, in steps of two up to `max`.
+inline std::uint32_t MagnitudeContext(std::uint32_t magnitude, std::uint32_t max, bool single) {
+    return (std::min(magnitude, max) & ~1u) | (single ? 1u : 0u);
 }
 
 }  // namespace orvix::importer::laz

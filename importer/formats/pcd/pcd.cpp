@@ -18,7 +18,7 @@ namespace orvix::importer {
 namespace {
 
 // However small a point is, a piece's points are decoded into memory.
-constexpr std::uint64_t kMostPoints = 1u << 17;
+constexpr std::uint64_t kMaxPoints = 1u << 17;
 
 /// Where one number of every point is: its type, and in the body the byte of the first point's.
 struct Column {
@@ -137,8 +137,7 @@ public:
     }
 
     Expected<bool> Next(RawPiece& piece) override {
-        piece.records =
-            std::min({kPieceBytes / recordBytes_, kMostPoints, Header().points - next_});
+        piece.records = std::min({kPieceBytes / recordBytes_, kMaxPoints, Header().points - next_});
         piece.firstRecord = next_;
         piece.fileOffset = Header().bodyByte + next_ * recordBytes_;
         if (piece.records == 0) return false;
@@ -175,7 +174,7 @@ public:
 
     /// Finds where in the stream the fields begin.
     Expected<void> FindStreams() {
-        constexpr std::uint64_t kMostGrowth = 128;  // a token of 3 bytes makes 264 at most
+        constexpr std::uint64_t kMaxGrowth = 128;  // a token of 3 bytes makes 264 at most
         std::array<std::uint8_t, 8> sizes{};
         if (auto read = File().Read(Header().bodyByte, sizes.data(), sizes.size()); !read) {
             return read;
@@ -185,7 +184,7 @@ public:
         const std::uint64_t first = Header().bodyByte + sizes.size();
         const std::uint64_t record = Header().RecordBytes();
         if (packed_ > File().BytesFrom(first) || unpacked / record != Header().points ||
-            unpacked % record != 0 || unpacked / kMostGrowth > packed_) {
+            unpacked % record != 0 || unpacked / kMaxGrowth > packed_) {
             return File().Bad(fmt::format(
                 "{} compressed bytes that make {} are declared at byte {}, for {} points of {} "
                 "bytes, and {} bytes are there. The file is cut short or damaged: copy or export "
@@ -207,7 +206,7 @@ public:
 
     Expected<bool> Next(RawPiece& piece) override {
         piece.firstRecord = next_;
-        piece.records = std::min({kPieceBytes / pointBytes_, kMostPoints, Header().points - next_});
+        piece.records = std::min({kPieceBytes / pointBytes_, kMaxPoints, Header().points - next_});
         if (piece.records == 0) return false;
         piece.bytes.resize(static_cast<std::size_t>(piece.records) * pointBytes_);
         std::uint8_t* out = piece.bytes.data();

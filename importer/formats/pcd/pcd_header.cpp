@@ -19,8 +19,8 @@ namespace orvix::importer {
 namespace {
 
 constexpr std::uint64_t kHeaderBytes = 64u << 10;
-constexpr std::size_t kMostRecordBytes = 64u << 10;
-constexpr std::size_t kMostFields = 1000;
+constexpr std::size_t kMaxRecordBytes = 64u << 10;
+constexpr std::size_t kMaxFields = 1000;
 
 using Words = std::vector<std::string_view>;
 
@@ -110,7 +110,7 @@ Expected<void> HeaderReading::FillFields() {
     const Words* counts = Line("COUNT");
     if (names == nullptr || sizes == nullptr || types == nullptr ||
         sizes->size() != names->size() || types->size() != names->size() ||
-        (counts != nullptr && counts->size() != names->size()) || names->size() > kMostFields) {
+        (counts != nullptr && counts->size() != names->size()) || names->size() > kMaxFields) {
         return Bad("does not contain a size and a type for each of its fields");
     }
     std::size_t bytes = 0;
@@ -123,7 +123,7 @@ Expected<void> HeaderReading::FillFields() {
             ParseCount((*sizes)[i], size) && (size == 1 || size == 2 || size == 4 || size == 8) &&
             (field.type == 'I' || field.type == 'U' || field.type == 'F') &&
             (*types)[i].size() == 1 && (field.type != 'F' || size >= 4 || field.name == "_");
-        if (!known || !counted || count == 0 || count > kMostRecordBytes) {
+        if (!known || !counted || count == 0 || count > kMaxRecordBytes) {
             return Bad(fmt::format("declares the field {} of {} numbers of type {}{}",
                                    field.name.substr(0, 40),
                                    counts == nullptr ? "1" : (*counts)[i].substr(0, 20),
@@ -132,8 +132,8 @@ Expected<void> HeaderReading::FillFields() {
         field.size = static_cast<std::size_t>(size);
         field.count = static_cast<std::size_t>(count);
         bytes += field.Bytes();
-        if (bytes > kMostRecordBytes) {
-            return Bad(fmt::format("declares points of more than {} bytes", kMostRecordBytes));
+        if (bytes > kMaxRecordBytes) {
+            return Bad(fmt::format("declares points of more than {} bytes", kMaxRecordBytes));
         }
         header_.fields.push_back(std::move(field));
     }

@@ -106,14 +106,14 @@ Expected<void> PlyBinaryReader::SkipElement() {
     constexpr std::uint64_t kStretch = 65'536;
     const PlyElement& element = header_.elements[element_];
     if (!element.HasList()) {
-        const std::uint64_t bytes = std::max<std::uint64_t>(element.LeastBytes(), 1);
-        if (element.LeastBytes() != 0 && element.count > file_.BytesFrom(offset_) / bytes) {
+        const std::uint64_t bytes = std::max<std::uint64_t>(element.MinBytes(), 1);
+        if (element.MinBytes() != 0 && element.count > file_.BytesFrom(offset_) / bytes) {
             return BadCutShort(file_, {.noun = element.name,
                                        .declared = element.count,
                                        .recordBytes = bytes,
                                        .firstByte = offset_});
         }
-        offset_ += element.LeastBytes() * (element.LeastBytes() != 0 ? element.count : 0);
+        offset_ += element.MinBytes() * (element.MinBytes() != 0 ? element.count : 0);
         record_ = element.count;
     }
     const std::uint64_t stop = record_ + std::min(element.count - record_, kStretch);
@@ -130,7 +130,7 @@ Expected<void> PlyBinaryReader::SkipElement() {
 }
 
 Expected<void> PlyBinaryReader::CutRecords(RawPiece& piece) {
-    const std::uint64_t recordBytes = header_.Vertex().LeastBytes();
+    const std::uint64_t recordBytes = header_.Vertex().MinBytes();
     const std::uint64_t left = header_.Vertex().count - record_;
     if (left > file_.BytesFrom(offset_) / recordBytes) {
         return BadCutShort(file_, {.noun = "vertices",

@@ -206,7 +206,7 @@ bool PlyElement::HasList() const {
                        [](const PlyProperty& p) { return p.countType.has_value(); });
 }
 
-std::uint64_t PlyElement::LeastBytes() const {
+std::uint64_t PlyElement::MinBytes() const {
     std::uint64_t bytes = 0;
     for (const PlyProperty& property : properties) {
         bytes += SizeOf(property.countType.value_or(property.type));

@@ -30,7 +30,7 @@ struct PlyElement {
 
     [[nodiscard]] bool HasList() const;
     /// Bytes of a binary record: exactly where there is no list, else with every list empty.
-    [[nodiscard]] std::uint64_t LeastBytes() const;
+    [[nodiscard]] std::uint64_t MinBytes() const;
 };
 
 /// What a PLY header tells, and where the body starts.

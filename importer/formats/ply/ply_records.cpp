@@ -86,7 +86,7 @@ void StoreValues(Role role, std::span<const double> values, double colourScale, 
 PlyRecordDecoder::PlyRecordDecoder(const PlyHeader& header)
     : properties_(header.Vertex().properties),
       roles_(header.columns.ByColumn()),
-      recordBytes_(static_cast<std::size_t>(header.Vertex().LeastBytes())),
+      recordBytes_(static_cast<std::size_t>(header.Vertex().MinBytes())),
       colourScale_(header.colourScale),
       hasLists_(header.Vertex().HasList()),
       bigEndian_(header.encoding == PlyEncoding::BigEndian) {

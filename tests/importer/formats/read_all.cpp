@@ -28,7 +28,7 @@ std::string ReadPass(ScanReader& reader, WholeScan& scan) {
         const auto more = reader.Next(piece);
         if (!more) return more.error().message;
         if (!*more) break;
-        EXPECT_LE(piece.bytes.size(), kMostPieceBytes);
+        EXPECT_LE(piece.bytes.size(), kMaxPieceBytes);
         EXPECT_GE(piece.scan, lastScan);
         EXPECT_LT(piece.scan, reader.Info().scans.size());
         if (piece.scan != lastScan) records = 0;

@@ -4,14 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "importer/grid/surface_density.h"
-#include "importer/sort/memory_plan.h"
+#include "importer/memory_plan.h"
+#include "importer/write/surface_density.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::importer::test {
 namespace {
 
-constexpr std::uint32_t kMost = 0xFFFF'FFFF;
+constexpr std::uint32_t kMax = 0xFFFF'FFFF;
 
 TEST(IndexWriter, RefusesACubicMetreOfMorePointsThanItsRecordCanTell) {
     const orvix::test::ScratchFolder folder;
@@ -19,14 +19,14 @@ TEST(IndexWriter, RefusesACubicMetreOfMorePointsThanItsRecordCanTell) {
     project.Create(folder / L"p.prj");
     IndexWriter index(GridFrame(), IndexWriter::FineLevel::Write);
     ASSERT_TRUE(index.Create(project));
-    const CellKey next{0, 1};
-    const CellKey nextMetre{0, 1000};
-    ASSERT_TRUE(index.Add(std::vector<CellCount>{{kFirstKey, kMost - 2}, {next, 1}, {next, 1}}));
+    const SortKey next{0, 1};
+    const SortKey nextMetre{0, 1000};
+    ASSERT_TRUE(index.Add(std::vector<CellCount>{{kFirstKey, kMax - 2}, {next, 1}, {next, 1}}));
     const auto refused = index.Add(std::vector<CellCount>{{next, 1}});
     ASSERT_FALSE(refused);
     EXPECT_THAT(refused.error().message, testing::HasSubstr("4294967295"));
-    ASSERT_TRUE(index.Add(std::vector<CellCount>{{nextMetre, kMost}}));
-    EXPECT_EQ(index.Points(), 2 * std::uint64_t{kMost});
+    ASSERT_TRUE(index.Add(std::vector<CellCount>{{nextMetre, kMax}}));
+    EXPECT_EQ(index.Points(), 2 * std::uint64_t{kMax});
 }
 
 TEST(SurfaceDensity, IsTheMedianOverThePointsNotOverTheCells) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/grid/histograms.h"
+#include "importer/write/histograms.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

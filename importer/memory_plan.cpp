@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/sort/memory_plan.h"
+#include "importer/memory_plan.h"
 
 #include <algorithm>
 #include <thread>
@@ -12,10 +12,10 @@ namespace {
 constexpr std::uint64_t kMiB = 1u << 20;
 constexpr std::uint64_t kPieceBytes = 24 * kMiB;    // a piece, its points, its records, its keys
 constexpr std::uint64_t kProcessBytes = 48 * kMiB;  // code, libraries, samples, write buffers
-constexpr std::uint64_t kBytesABlockPoint = 144;    // with a cell for each point
+constexpr std::uint64_t kBytesPerBlockPoint = 144;  // with a cell for each point
 constexpr std::uint64_t kMemoryBlock = 128 * 1024;  // fits a processor's cache
-constexpr std::uint64_t kLargestFileBlock = 1 << 20;
-constexpr std::uint64_t kLeastFileBlock = 128 * 1024;
+constexpr std::uint64_t kMaxFileBlock = 1 << 20;
+constexpr std::uint64_t kMinFileBlock = 128 * 1024;
 
 }  // namespace
 
@@ -28,8 +28,8 @@ MemoryPlan PlanMemory(std::uint64_t limitBytes, unsigned threads) {
     const std::uint64_t reserved = plan.workers * kPieceBytes + kProcessBytes;
     plan.poolBytes = std::max(limitBytes / 6, limitBytes - std::min(limitBytes, reserved));
     plan.memoryBlockPoints = kMemoryBlock;
-    plan.fileBlockPoints = std::clamp(limitBytes / 2 / plan.workers / kBytesABlockPoint,
-                                      kLeastFileBlock, kLargestFileBlock);
+    plan.fileBlockPoints = std::clamp(limitBytes / 2 / plan.workers / kBytesPerBlockPoint,
+                                      kMinFileBlock, kMaxFileBlock);
     return plan;
 }
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/grid/voxel_thinner.h"
+#include "importer/write/voxel_thinner.h"
 
 #include <algorithm>
 
 namespace orvix::importer {
 namespace {
 
-constexpr std::size_t kVoxelsACell = 1000;
+constexpr std::size_t kVoxelsPerCell = 1000;
 
 // 0..9 inside the 10 cm cell. The clamp keeps a coordinate whose hundredfold rounds across a
 // 10 cm boundary in the cell that its tenfold put it in.
@@ -29,7 +29,7 @@ ThinningCell ThinningCellOf(const AlivePoint& point, SkeletonSize size) {
 }
 
 VoxelThinner::VoxelThinner(SkeletonSize size)
-    : subdivided_(size == SkeletonSize::OneCentimetre), voxels_(subdivided_ ? kVoxelsACell : 1) {}
+    : subdivided_(size == SkeletonSize::OneCentimetre), voxels_(subdivided_ ? kVoxelsPerCell : 1) {}
 
 std::size_t VoxelThinner::VoxelOf(const AlivePoint& point) const {
     if (!subdivided_) return 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/grid/surface_density.h"
+#include "importer/write/surface_density.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,11 +10,11 @@ namespace orvix::importer {
 namespace {
 
 constexpr int kKeptBits = 12;
-constexpr double kPointsADisc = 20;
-constexpr double kLeastStep = 0.025;
-constexpr double kLargestStep = 2.5;
+constexpr double kPointsPerDisc = 20;
+constexpr double kMinStep = 0.025;
+constexpr double kMaxStep = 2.5;
 constexpr double kDefaultStep = 0.1;
-constexpr double kStepsAMetre = 200;  // half centimetres
+constexpr double kStepsPerMetre = 200;  // half centimetres
 
 }  // namespace
 
@@ -34,10 +34,10 @@ double SurfaceDensity::Median() const {
     return 0;
 }
 
-double BaseStep(double pointsASquareMetre) {
-    if (!(pointsASquareMetre > 0)) return kDefaultStep;
-    const double step = std::sqrt(kPointsADisc / (4 * std::numbers::pi * pointsASquareMetre));
-    return std::round(std::clamp(step, kLeastStep, kLargestStep) * kStepsAMetre) / kStepsAMetre;
+double BaseStep(double pointsPerSquareMetre) {
+    if (!(pointsPerSquareMetre > 0)) return kDefaultStep;
+    const double step = std::sqrt(kPointsPerDisc / (4 * std::numbers::pi * pointsPerSquareMetre));
+    return std::round(std::clamp(step, kMinStep, kMaxStep) * kStepsPerMetre) / kStepsPerMetre;
 }
 
 }  // namespace orvix::importer

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/grid/histograms.h"
+#include "importer/write/histograms.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kSliceValues = 256;
 constexpr std::int64_t kSliceCentimetres = 10;
-constexpr std::uint64_t kLargestCount = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint64_t kMaxCount = std::numeric_limits<std::int32_t>::max();
 
 using Record = std::array<std::uint8_t, 12>;
 
@@ -38,7 +38,7 @@ Expected<void> WriteHistogram(const CString& path, const std::vector<detail::His
     Expected<void> done = writer.Create(path);
     for (const detail::HistogramBin& bin : bins) {
         for (std::uint64_t left = bin.count; done && left > 0;) {
-            const std::uint64_t count = std::min(left, kLargestCount);
+            const std::uint64_t count = std::min(left, kMaxCount);
             done = writer.Add(RecordOf(bin.value, count));
             left -= count;
         }

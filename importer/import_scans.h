@@ -4,20 +4,19 @@
 #include <vector>
 
 #include "importer/import.h"
-#include "importer/scans/scan_survey.h"
-#include "importer/sort/memory_plan.h"
+#include "importer/memory_plan.h"
+#include "importer/scans/station_table.h"
 
 namespace orvix::importer {
 
-/// `Import` for scans that are open already, with memory shared out as told: what `Import` does
-/// after it opened its inputs.
+/// Imports scans that are open already: what `Import` does after it opened its inputs.
 ///
 ///     std::vector<ScanInput> inputs;
 ///     inputs.push_back({path, std::move(reader)});
 ///     auto report = ImportScans(inputs, project, options, PlanMemory(limit, threads), callback);
 ///
-/// Everything else is as `Import` says; the plan takes the place of the options' memory limit and
-/// threads.
+/// The plan takes the place of the options' memory limit and threads; everything else is as
+/// `Import` says.
 Expected<ImportReport> ImportScans(const std::vector<ScanInput>& inputs, const CString& project,
                                    const ImportOptions& options, const MemoryPlan& plan,
                                    const ImportCallback& callback = {});

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
 
+#include "importer/grid/sort_key.h"
 #include "orvix/points/grid_cells.h"
 #include "orvix/points/records.h"
 
@@ -12,28 +12,13 @@ namespace orvix::importer {
 
 using AlivePoint = CCloudPoint<float>;
 
-/// The place of a 10 cm cell in the order of Grid.pts: the 1000 cm cell (x, then y, then z), in
-/// it the 100 cm cell, in it the 10 cm cell.
-struct CellKey {
-    std::uint64_t block = 0;   ///< number of the 1000 cm cell within the frame
-    std::uint32_t inside = 0;  ///< 0..999,999: 100 cm digits x, y, z, then 10 cm digits x, y, z
-
-    auto operator<=>(const CellKey&) const = default;
-    /// The least key above this one.
-    [[nodiscard]] CellKey Next() const { return {block, inside + 1}; }
-};
-
-inline constexpr std::uint32_t kInsideKeys = 1'000'000;
-inline constexpr CellKey kFirstKey{0, 0};
-inline constexpr CellKey kEndKey{~std::uint64_t{0}, 0};
-
-/// The cells of a 10 cm cell: its 100 cm cell, and 0..9 an axis inside it.
+/// Where a 10 cm cell lies: in which 100 cm cell, and its place 0..9 along each axis inside it.
 struct CellPosition {
     std::array<std::int32_t, 3> cell100{};
     std::array<std::int8_t, 3> cell10{};
 };
 
-/// Numbers the cells of a box, so that a cell's place in the order is one number and a small one.
+/// Numbers the cells of a box, so that the sort key of a cell has few bits.
 ///
 /// Units      metres, project frame.
 /// Boundaries the box is at most 2 * 10^7 m wide, so that block numbers stay below 2^63.
@@ -44,7 +29,7 @@ public:
     explicit GridFrame(const ExtendsT<float>& bounds);
 
     /// Precondition: `point` lies in the box.
-    [[nodiscard]] CellKey KeyOf(const AlivePoint& point) const {
+    [[nodiscard]] SortKey KeyOf(const AlivePoint& point) const {
         const detail::AxisCell x = detail::CellOf(point.x);
         const detail::AxisCell y = detail::CellOf(point.y);
         const detail::AxisCell z = detail::CellOf(point.z);
@@ -55,7 +40,7 @@ public:
         return {block, static_cast<std::uint32_t>(inside100 * 1000 + inside10)};
     }
     [[nodiscard]] bool Contains(const AlivePoint& point) const;
-    [[nodiscard]] CellPosition PositionOf(const CellKey& key) const;
+    [[nodiscard]] CellPosition PositionOf(const SortKey& key) const;
 
 private:
     [[nodiscard]] std::uint64_t Along(const detail::AxisCell& cell, int axis) const {
@@ -66,7 +51,7 @@ private:
     }
 
     std::array<std::int32_t, 3> first_{};          // 1000 cm cell of the box's minimum corner
-    std::array<std::uint64_t, 3> cells_{1, 1, 1};  // 1000 cm cells an axis
+    std::array<std::uint64_t, 3> cells_{1, 1, 1};  // 1000 cm cells per axis
     ExtendsT<float> bounds_;
 };
 

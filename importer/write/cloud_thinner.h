@@ -8,8 +8,8 @@
 
 #include "importer/files/raw_buffer.h"
 #include "importer/files/synced_file.h"
-#include "importer/grid/histograms.h"
-#include "importer/grid/voxel_thinner.h"
+#include "importer/write/histograms.h"
+#include "importer/write/voxel_thinner.h"
 
 namespace orvix::importer {
 

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 #include "importer/import_options.h"
 
 namespace orvix::importer {

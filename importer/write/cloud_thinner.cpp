@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/grid/cloud_thinner.h"
+#include "importer/write/cloud_thinner.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 
 namespace orvix::importer {
 
@@ -18,7 +18,7 @@ bool GridFrame::Contains(const AlivePoint& point) const {
            point.y <= bounds_.max.y && point.z >= bounds_.min.z && point.z <= bounds_.max.z;
 }
 
-CellPosition GridFrame::PositionOf(const CellKey& key) const {
+CellPosition GridFrame::PositionOf(const SortKey& key) const {
     const std::array<std::uint64_t, 3> blocks{key.block / cells_[2] / cells_[1],
                                               key.block / cells_[2] % cells_[1],
                                               key.block % cells_[2]};

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "importer/grid/grid_key.h"
+#include "importer/grid/grid_frame.h"
 #include "orvix/platform/error.h"
 #include "orvix/project/height_bins.h"
 #include "orvix/project/histogram_file.h"

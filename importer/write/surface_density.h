@@ -28,6 +28,6 @@ private:
 /// The plane search's base step for a density: the neighbourhood that a default split (four
 /// steps) looks at is a disc of two steps' radius, and is to hold 20 points. Between 0.025 m and
 /// 2.5 m, to the nearest half centimetre; 0.1 m for a density of 0.
-double BaseStep(double pointsASquareMetre);
+double BaseStep(double pointsPerSquareMetre);
 
 }  // namespace orvix::importer

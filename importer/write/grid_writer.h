@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+
+#include "importer/files/synced_file.h"
+#include "importer/sort/run_merge.h"
+#include "importer/write/index_writer.h"
+#include "orvix/project/project_manager.h"
+
+namespace orvix::importer {
+
+/// The finished point file and its 100 cm index, to be read back.
+struct FinishedGrid {
+    const SyncedFile* points = nullptr;
+    const SyncedFile* cells100 = nullptr;
+    std::uint64_t cellCount = 0;
+};
+
+/// Writes merged blocks as the project's point file, Grid.pts, and their cells to its indexes.
+///
+///     GridWriter grid(frame, IndexWriter::FineLevel::Write);
+///     grid.Create(project);  MergeRuns(runs, frame, options, pool, grid);  grid.Finish();
+///
+/// Errors   those of SyncedFile and IndexWriter.
+/// Threads  `Store` on several at once, the rest on one at a time.
+class GridWriter final : public MergeSink {
+public:
+    GridWriter(const GridFrame& frame, IndexWriter::FineLevel fineLevel)
+        : index_(frame, fineLevel) {}
+
+    Expected<void> Create(const ProjectManager& project);
+    Expected<void> Commit(MergedBlock& block) override;
+    Expected<void> Store(const MergedBlock& block) override;
+    /// Brings points and indexes to the device; they can be read back from then on.
+    Expected<void> Finish();
+    /// Closes the point file.
+    Expected<void> Close() { return points_.Close(); }
+
+    [[nodiscard]] std::uint64_t Points() const { return index_.Points(); }
+    [[nodiscard]] const Removed& Duplicates() const { return removed_; }
+    [[nodiscard]] FinishedGrid Finished() const {
+        return {&points_, &index_.Cells100(), index_.Cells100Count()};
+    }
+
+private:
+    SyncedFile points_;
+    IndexWriter index_;
+    Removed removed_;
+};
+
+}  // namespace orvix::importer
