@@ -52,8 +52,8 @@ Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
     std::unique_ptr<PlaneSearch> search(new PlaneSearch(core));
     if (core.AlivePointCount() == 0) return search;
     if (!core.CreateAlivePointReader()) return NoView();
-    if (auto done = search->Grow(pool, options); !done) return tl::unexpected<Error>(done.error());
-    if (auto done = search->Fit(pool, options); !done) return tl::unexpected<Error>(done.error());
+    if (auto done = search->Grow(pool, options); !done) return ErrorOf(done);
+    if (auto done = search->Fit(pool, options); !done) return ErrorOf(done);
     search->Rank();
     return search;
 }
@@ -62,7 +62,7 @@ Expected<void> PlaneSearch::Grow(const parallel::Pool& pool, const PlaneSearchOp
     std::size_t step = StepOf(options.cellSize);
     if (!(options.cellSize > 0)) {
         const auto typical = TypicalCellStep(core_, pool);
-        if (!typical) return tl::unexpected<Error>(typical.error());
+        if (!typical) return ErrorOf(typical);
         step = *typical;
     }
     for (;; ++step) {
@@ -77,24 +77,24 @@ Expected<void> PlaneSearch::Grow(const parallel::Pool& pool, const PlaneSearchOp
 Expected<void> PlaneSearch::GrowIn(const CellFrame& frame, const parallel::Pool& pool,
                                    const PlaneSearchOptions& options) {
     auto cut = CutIntoChunks(core_, frame);
-    if (!cut) return tl::unexpected<Error>(cut.error());
+    if (!cut) return ErrorOf(cut);
     cut_ = std::move(*cut);
     if (auto done = Derive(pool, options); !done) return done;
     const GrowthLimits limits = Limits();
     auto grown = GrowTiles(core_, cut_, limits, pool, options.memoryLimitBytes);
-    if (!grown) return tl::unexpected<Error>(grown.error());
+    if (!grown) return ErrorOf(grown);
     grown_ = std::move(*grown);
     if (auto done = MergeRegions(limits, settings_.bridge, pool, grown_.map, grown_.regions); !done)
         return done;
     auto choices = PlaneChoices::Of(grown_.map, pool);
-    if (!choices) return tl::unexpected<Error>(choices.error());
+    if (!choices) return ErrorOf(choices);
     choices_ = std::move(*choices);
     return {};
 }
 
 Expected<void> PlaneSearch::Derive(const parallel::Pool& pool, const PlaneSearchOptions& options) {
     const auto estimate = EstimateCloud(core_, cut_, pool);
-    if (!estimate) return tl::unexpected<Error>(estimate.error());
+    if (!estimate) return ErrorOf(estimate);
     const double size = cut_.frame.Size();
     const auto orElse = [](double given, double derived) { return given > 0 ? given : derived; };
     settings_.cellSize = size;
@@ -144,7 +144,7 @@ Expected<void> PlaneSearch::Fit(const parallel::Pool& pool, const PlaneSearchOpt
         frames.emplace_back(n.x, n.y, n.z, -height);
     }
     auto extents = ExtentsOf(grown_.map, regions, frames, pool);
-    if (!extents) return tl::unexpected<Error>(extents.error());
+    if (!extents) return ErrorOf(extents);
     planes_.resize(regions.size());
     std::vector<PlaneRaster> rasters;
     for (std::size_t i = 0; i < regions.size(); ++i) {
@@ -153,7 +153,7 @@ Expected<void> PlaneSearch::Fit(const parallel::Pool& pool, const PlaneSearchOpt
         rasters.push_back(RasterOf((*extents)[i]));
     }
     const auto sums = Assign(pool, rasters);
-    if (!sums) return tl::unexpected<Error>(sums.error());
+    if (!sums) return ErrorOf(sums);
     const PlaneClassifier classifier(grown_.map, options.stations, settings_.spacing);
     return pool.RunJobs(planes_.size(), [&](std::size_t i, unsigned) -> Expected<void> {
         planes_[i].points = static_cast<std::uint64_t>((*sums)[i].count);
@@ -252,7 +252,7 @@ Expected<std::vector<MomentSum>> PlaneSearch::Assign(const parallel::Pool& pool,
         if (!mapped) return NoView();
         return {};
     });
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     std::vector<MomentSum> sums(regionPlanes_.size());
     for (const Sums& part : parts)
         for (const auto& [region, sum] : part) sums[static_cast<std::size_t>(region)].Add(sum);
@@ -312,7 +312,7 @@ Expected<PlaceReport> PlaneSearch::Explain(const Vector& place) const {
     if (tile == grown_.map.Tiles()) return report;
     Readers readers(core_, 1);
     const auto shaped = ReadTile(readers[0], cut_, tile, settings_.noise);
-    if (!shaped) return tl::unexpected<Error>(shaped.error());
+    if (!shaped) return ErrorOf(shaped);
     if (cell >= shaped->cells.Size() ||
         shaped->cells.Key(cell) != grown_.map.SummaryOf(tile, cell).Key())
         return Fail(ErrorCode::Damaged, "the points have changed since; search again");

@@ -140,9 +140,8 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
                                      const reports::Classification& classes,
                                      const ApplyCallback& callback) {
     auto opened = detail::OpenProject::Open(project);
-    if (!opened) return tl::unexpected<Error>(opened.error());
-    if (auto writable = (*opened)->RequireWritable(); !writable)
-        return tl::unexpected<Error>(writable.error());
+    if (!opened) return ErrorOf(opened);
+    if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
     CProjectCore& core = (*opened)->Core();
     const ProjectManager& paths = (*opened)->Manager();
     const CloseAtEnd close{core};
@@ -157,7 +156,7 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
     const Expected<std::uint64_t> written = ClassWriter(core, *table, callback).Run();
     if (!written) return written;
     for (const CString* path : {&paths.gridPts, &paths.gridSkeletDataPts}) {
-        if (auto synced = SyncFile(*path); !synced) return tl::unexpected<Error>(synced.error());
+        if (auto synced = SyncFile(*path); !synced) return ErrorOf(synced);
     }
     return written;
 }

@@ -53,12 +53,12 @@ Expected<void> CheckInputs(const std::vector<CString>& inputs, const CString& pr
 Expected<ImportReport> Import(const std::vector<CString>& inputs, const CString& project,
                               const ImportOptions& options, const ImportCallback& callback) {
     if (auto checked = CheckInputs(inputs, project); !checked) {
-        return tl::unexpected<Error>(checked.error());
+        return ErrorOf(checked);
     }
     std::vector<ScanInput> scans;
     for (const CString& path : inputs) {
         auto reader = OpenScan(path);
-        if (!reader) return tl::unexpected<Error>(reader.error());
+        if (!reader) return ErrorOf(reader);
         scans.push_back({path, std::move(*reader)});
     }
     return ImportScans(scans, project, options,

@@ -72,7 +72,7 @@ Expected<ImportReport> ImportRun::Run() {
     if (done) done = WriteGrid();
     if (done) done = WriteSkeleton();
     if (done) done = Publish();
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     meter_.Complete();
     report_.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
     report_.peakMemoryBytes = platform::PeakMemory();
@@ -83,7 +83,7 @@ Expected<void> ImportRun::Begin() {
     using Existing = ProjectPublisher::Existing;
     auto publisher = ProjectPublisher::Begin(
         report_.project, options_.overwrite ? Existing::Replace : Existing::Keep);
-    if (!publisher) return tl::unexpected<Error>(publisher.error());
+    if (!publisher) return ErrorOf(publisher);
     publisher_.emplace(std::move(*publisher));
     return {};
 }
@@ -97,7 +97,7 @@ std::uint64_t ImportRun::InputBytes() const {
 Expected<void> ImportRun::Scan() {
     meter_.Begin(ImportPhase::Scan, InputBytes());
     auto survey = SurveyScans(inputs_, options_, stations_, pool_);
-    if (!survey) return tl::unexpected<Error>(survey.error());
+    if (!survey) return ErrorOf(survey);
     survey_ = std::move(*survey);
     ReportSurvey(inputs_, stations_, survey_, report_);
     return {};

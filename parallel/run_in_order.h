@@ -65,7 +65,7 @@ Expected<void> RunInOrder(Pool& pool, const OrderedSteps<Job>& steps) {
             if (more) {
                 done = steps.work(job);
             } else {
-                done = tl::unexpected<Error>(more.error());
+                done = ErrorOf(more);
             }
             if (!queue.Await(number)) return {};
             if (done) done = steps.commit(job);

@@ -95,7 +95,7 @@ std::size_t Classification::ClassOf(double value) const {
 
 Expected<Classification> Classify(const std::vector<detail::HistogramBin>& bins,
                                   const ClassifyOptions& options) {
-    if (auto room = RequireRoom(bins, options); !room) return tl::unexpected<Error>(room.error());
+    if (auto room = RequireRoom(bins, options); !room) return ErrorOf(room);
     const Population all = PopulationOf(bins);
     Classification result;
     result.boundaries = options.sample == 0 ? ExactBoundaries(all, options.classes)

@@ -18,7 +18,7 @@ constexpr double kCentimetre = 0.01;
 
 Expected<double> WorldHeightOfZero(const ProjectManager& paths) {
     const Expected<detail::LocalToWorld> frame = detail::ReadTransform(paths.transformFile);
-    if (!frame) return tl::unexpected<Error>(frame.error());
+    if (!frame) return ErrorOf(frame);
     const bool upright = frame->m[8] == 0 && frame->m[9] == 0 && frame->m[10] == 1;
     return upright ? frame->m[11] : 0.0;
 }
@@ -44,21 +44,20 @@ std::string FieldHistogram::ValueText(double stored) const {
 
 Expected<FieldHistogram> ReadField(const CString& project, Field field) {
     ProjectManager paths;
-    if (auto found = detail::FindProject(paths, project); !found)
-        return tl::unexpected<Error>(found.error());
+    if (auto found = detail::FindProject(paths, project); !found) return ErrorOf(found);
     FieldHistogram histogram;
     histogram.field = field;
     const bool height = field == Field::Height;
     Expected<std::vector<detail::HistogramBin>> bins =
         detail::ReadHistogram(height ? paths.zHist : paths.intensitiesHist);
-    if (!bins) return tl::unexpected<Error>(bins.error());
+    if (!bins) return ErrorOf(bins);
     histogram.bins = std::move(*bins);
     for (const detail::HistogramBin& bin : histogram.bins) histogram.points += bin.count;
     if (histogram.bins.empty())
         return Fail(ErrorCode::BadInput, detail::Shown(project) + " has no points to count");
     if (!height) return histogram;
     const Expected<double> shift = WorldHeightOfZero(paths);
-    if (!shift) return tl::unexpected<Error>(shift.error());
+    if (!shift) return ErrorOf(shift);
     histogram.shift = *shift;
     histogram.binWidth = kCentimetre;
     return histogram;

@@ -138,14 +138,14 @@ Expected<std::uint64_t> EntriesOf(const CString& file, std::uint64_t recordBytes
 // The readers take an index as it is, so that what it leads to is checked here, before each use.
 Expected<void> Walk::MeasureIndexes() {
     const auto entries1000 = EntriesOf(Paths().grid1000cmIdx, kGridCellBytes);
-    if (!entries1000) return tl::unexpected<Error>(entries1000.error());
+    if (!entries1000) return ErrorOf(entries1000);
     const auto entries100 = EntriesOf(Paths().gridIdx, kGridCellBytes);
-    if (!entries100) return tl::unexpected<Error>(entries100.error());
+    if (!entries100) return ErrorOf(entries100);
     entries1000_ = *entries1000;
     entries100_ = *entries100;
     if (!project_.Core().Has10cm()) return {};
     const auto entries10 = EntriesOf(Paths().grid10cmIdx, kFineCellBytes);
-    if (!entries10) return tl::unexpected<Error>(entries10.error());
+    if (!entries10) return ErrorOf(entries10);
     entries10_ = *entries10;
     std::error_code error;
     runs_ = platform::MappedFile::Open(Paths().grid1to10cmIdx, error);
@@ -235,15 +235,15 @@ Expected<WalkLevel> Walk::Close(LevelTally& tally, const char* name) {
 
 Expected<void> Walk::Finish(WalkReport& report) {
     const auto level1000 = Close(*tally1000_, "1000 cm");
-    if (!level1000) return tl::unexpected<Error>(level1000.error());
+    if (!level1000) return ErrorOf(level1000);
     const auto level100 = Close(*tally100_, "100 cm");
-    if (!level100) return tl::unexpected<Error>(level100.error());
+    if (!level100) return ErrorOf(level100);
     report.level1000 = *level1000;
     report.level100 = *level100;
     bool agree = level1000->checksum == level100->checksum;
     if (tally10_) {
         const auto level10 = Close(*tally10_, "10 cm");
-        if (!level10) return tl::unexpected<Error>(level10.error());
+        if (!level10) return ErrorOf(level10);
         report.level10 = *level10;
         agree = agree && level10->checksum == level1000->checksum;
     }
@@ -256,7 +256,7 @@ Expected<WalkReport> Walk::Run() {
     if (!reader_ && pointCount_ > 0)
         return Fail(ErrorCode::Failure,
                     detail::Shown(Paths().gridPts) + " could not be mapped for reading");
-    if (auto measured = MeasureIndexes(); !measured) return tl::unexpected<Error>(measured.error());
+    if (auto measured = MeasureIndexes(); !measured) return ErrorOf(measured);
     WalkReport report;
     report.points = pointCount_;
     if (project_.Core().Has10cm()) report.level10.emplace();
@@ -266,7 +266,7 @@ Expected<WalkReport> Walk::Run() {
     tally100_.emplace(*reader_, pointCount_);
     if (project_.Core().Has10cm()) tally10_.emplace(*reader_, pointCount_);
     for (std::uint64_t entry = 0; entry < entries1000_; ++entry) {
-        if (auto walked = Walk1000(entry); !walked) return tl::unexpected<Error>(walked.error());
+        if (auto walked = Walk1000(entry); !walked) return ErrorOf(walked);
     }
     if (next100_ != entries100_)
         return Damage(Paths().grid1000cmIdx, fmt::format("its cells hold {} of {} cells of 100 cm",
@@ -274,7 +274,7 @@ Expected<WalkReport> Walk::Run() {
     if (tally10_ && next10_ != entries10_)
         return Damage(Paths().grid1to10cmIdx,
                       fmt::format("its runs hold {} of {} cells of 10 cm", next10_, entries10_));
-    if (auto finished = Finish(report); !finished) return tl::unexpected<Error>(finished.error());
+    if (auto finished = Finish(report); !finished) return ErrorOf(finished);
     return report;
 }
 
@@ -283,7 +283,7 @@ Expected<WalkReport> Walk::Run() {
 Expected<WalkReport> WalkProject(const CString& project, const WalkCallback& callback) {
     const auto start = std::chrono::steady_clock::now();
     auto opened = detail::OpenProject::Open(project);
-    if (!opened) return tl::unexpected<Error>(opened.error());
+    if (!opened) return ErrorOf(opened);
     Expected<WalkReport> report = Walk(**opened, callback).Run();
     if (report)
         report->seconds =

@@ -36,7 +36,7 @@ public:
     Expected<StationList> Run(WantPicture wanted) {
         Expected<void> done = ReadFiles();
         if (done) done = CountPoints();
-        if (!done) return tl::unexpected<Error>(done.error());
+        if (!done) return ErrorOf(done);
         if (wanted == WantPicture::Yes) list_.picture = Picture();
         return std::move(list_);
     }
@@ -159,9 +159,9 @@ output::StationsPicture Listing::Picture() {
 Expected<StationList> ListStations(const CString& project, WantPicture wanted,
                                    const std::function<bool()>& proceed) {
     auto opened = detail::OpenProject::Open(project);
-    if (!opened) return tl::unexpected<Error>(opened.error());
+    if (!opened) return ErrorOf(opened);
     const auto frame = detail::ReadTransform((*opened)->Manager().transformFile);
-    if (!frame) return tl::unexpected<Error>(frame.error());
+    if (!frame) return ErrorOf(frame);
     return Listing(**opened, *frame, proceed).Run(wanted);
 }
 

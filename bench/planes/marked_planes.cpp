@@ -44,10 +44,10 @@ public:
         while (!text.empty()) {
             const std::size_t end = std::min(text.find('\n'), text.size());
             ++line_;
-            if (auto done = Take(text.substr(0, end)); !done) return tl::unexpected(done.error());
+            if (auto done = Take(text.substr(0, end)); !done) return ErrorOf(done);
             text.remove_prefix(std::min(end + 1, text.size()));
         }
-        if (auto done = Finish(); !done) return tl::unexpected(done.error());
+        if (auto done = Finish(); !done) return ErrorOf(done);
         if (planes_.empty()) return Wrong("the file marks no plane");
         return std::move(planes_);
     }

@@ -41,7 +41,7 @@ std::string TextOf(const detail::CheckReport& report, const std::string& project
 
 Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) {
     const Expected<CString> path = detail::RequireProject(project, detail::CutRecord::Taken);
-    if (!path) return tl::unexpected<Error>(path.error());
+    if (!path) return ErrorOf(path);
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     detail::CheckOptions options;
     options.progress = [&progress](double fraction) {
@@ -50,7 +50,7 @@ Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) 
     };
     const Expected<detail::CheckReport> report = detail::CheckProject(*path, options);
     progress.Finish();
-    if (!report) return tl::unexpected<Error>(report.error());
+    if (!report) return ErrorOf(report);
     return Outcome{JsonOf(*report), TextOf(*report, project),
                    report->Ok() ? kExitOk : kExitDamaged};
 }

@@ -114,24 +114,24 @@ Expected<std::uint64_t> Apply(const CString& project, reports::Field field,
 
 Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& context) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     if (!arguments.picture.empty()) {
         const auto place = output::RequireOutputPlace(platform::FromUtf8(arguments.picture));
-        if (!place) return tl::unexpected<Error>(place.error());
+        if (!place) return ErrorOf(place);
     }
     const Expected<reports::FieldHistogram> histogram =
         reports::ReadField(*project, reports::FieldOf(arguments.field));
-    if (!histogram) return tl::unexpected<Error>(histogram.error());
+    if (!histogram) return ErrorOf(histogram);
     const Expected<reports::Classification> classes =
         reports::Classify(histogram->bins, arguments.options);
-    if (!classes) return tl::unexpected<Error>(classes.error());
+    if (!classes) return ErrorOf(classes);
     if (auto drawn = WritePicture(*histogram, *classes, arguments, *project); !drawn)
-        return tl::unexpected<Error>(drawn.error());
+        return ErrorOf(drawn);
     Outcome outcome{JsonOf(*histogram, *classes, arguments),
                     TextOf(*histogram, *classes, arguments)};
     if (!arguments.apply) return outcome;
     const auto applied = Apply(*project, histogram->field, *classes, context);
-    if (!applied) return tl::unexpected<Error>(applied.error());
+    if (!applied) return ErrorOf(applied);
     outcome.json["applied"] = *applied;
     outcome.text += fmt::format("{} points carry their class, 1 to {}\n",
                                 platform::CountText(*applied), classes->Classes());

@@ -46,14 +46,13 @@ Outcome OutcomeOf(const std::string& project, const std::vector<std::string>& re
 
 Expected<Outcome> RunDestroy(const std::string& argument) {
     const Expected<CString> project = detail::RequireProject(argument);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     CString folder;
     {
         // Only a complete project is destroyed, the one that the library would open.
         auto opened = detail::OpenProject::Open(*project);
-        if (!opened) return tl::unexpected<Error>(opened.error());
-        if (auto writable = (*opened)->RequireWritable(); !writable)
-            return tl::unexpected<Error>(writable.error());
+        if (!opened) return ErrorOf(opened);
+        if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
         folder = (*opened)->Manager().projectFilesFolder;
     }
     ProjectManager manager;

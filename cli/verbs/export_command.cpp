@@ -80,7 +80,7 @@ std::string TextOf(const output::ExportReport& report, const Arguments& argument
 
 Expected<Outcome> RunExport(const Arguments& arguments, CommandContext& context) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     output::ExportOptions options;
     options.station = arguments.station;
     if (!arguments.box.empty()) options.box = ParseBox(arguments.box);
@@ -94,7 +94,7 @@ Expected<Outcome> RunExport(const Arguments& arguments, CommandContext& context)
     const Expected<output::ExportReport> report =
         output::ExportProject(*project, platform::FromUtf8(arguments.target), options, watch);
     progress.Finish();
-    if (!report) return tl::unexpected<Error>(report.error());
+    if (!report) return ErrorOf(report);
     return Outcome{JsonOf(*report, arguments), TextOf(*report, arguments)};
 }
 

@@ -110,17 +110,17 @@ output::HistogramPanel PanelOf(const reports::FieldHistogram& histogram, const C
 
 Expected<Outcome> RunHistogram(const Arguments& arguments) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     if (!arguments.picture.empty()) {
         const auto place = output::RequireOutputPlace(platform::FromUtf8(arguments.picture));
-        if (!place) return tl::unexpected<Error>(place.error());
+        if (!place) return ErrorOf(place);
     }
     Outcome outcome;
     outcome.json["histograms"] = Json::array();
     std::vector<output::HistogramPanel> panels;
     for (const reports::Field field : FieldsOf(arguments.field)) {
         const Expected<reports::FieldHistogram> histogram = reports::ReadField(*project, field);
-        if (!histogram) return tl::unexpected<Error>(histogram.error());
+        if (!histogram) return ErrorOf(histogram);
         const output::Columns columns = output::ColumnsOf(*histogram, arguments.columns);
         outcome.json["histograms"].push_back(JsonOf(*histogram, columns));
         if (!outcome.text.empty()) outcome.text += "\n";
@@ -133,7 +133,7 @@ Expected<Outcome> RunHistogram(const Arguments& arguments) {
     if (auto drawn =
             output::WriteSvg(platform::FromUtf8(arguments.picture), output::DrawHistograms(panels));
         !drawn)
-        return tl::unexpected<Error>(drawn.error());
+        return ErrorOf(drawn);
     return outcome;
 }
 

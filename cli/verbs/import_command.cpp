@@ -137,7 +137,7 @@ Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context)
     };
     const Expected<ImportReport> report = Import(inputs, project, OptionsOf(arguments), watch);
     progress.Finish();
-    if (!report) return tl::unexpected<Error>(report.error());
+    if (!report) return ErrorOf(report);
     for (const std::string& warning : report->warnings) PrintNote("warning: " + warning);
     return Outcome{JsonOf(*report), TextOf(*report)};
 }

@@ -85,9 +85,9 @@ std::string TextOf(const detail::ProjectSummary& summary) {
 
 Expected<Outcome> RunInfo(const std::string& argument) {
     const Expected<CString> project = detail::RequireProject(argument);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     const Expected<detail::ProjectSummary> summary = detail::SummariseProject(*project);
-    if (!summary) return tl::unexpected<Error>(summary.error());
+    if (!summary) return ErrorOf(summary);
     return Outcome{JsonOf(*summary), TextOf(*summary)};
 }
 

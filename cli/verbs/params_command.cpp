@@ -43,8 +43,7 @@ void ChooseLanguage(const std::string& word) {
 
 // What is asked for first: a user who has set everything should not learn then that it was in vain.
 Expected<void> RequireChangeable(const CString& project) {
-    if (auto opened = detail::OpenProject::Open(project); !opened)
-        return tl::unexpected<Error>(opened.error());
+    if (auto opened = detail::OpenProject::Open(project); !opened) return ErrorOf(opened);
     if (IOUtility::FileIsWritable(project)) return {};
     return Fail(ErrorCode::Failure,
                 fmt::format("{} may not be written, so there is nowhere to keep the parameters; "
@@ -126,9 +125,8 @@ Expected<Outcome> Edit(const CString& project, PreviewSearch* search) {
 
 Expected<Outcome> RunParams(const Arguments& arguments) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
-    if (!project) return tl::unexpected<Error>(project.error());
-    if (auto changeable = RequireChangeable(*project); !changeable)
-        return tl::unexpected<Error>(changeable.error());
+    if (!project) return ErrorOf(project);
+    if (auto changeable = RequireChangeable(*project); !changeable) return ErrorOf(changeable);
     ChooseLanguage(arguments.language);
     const auto seed = platform::ParsePosition(arguments.seed);
     if (!seed) return Edit(*project, nullptr);

@@ -142,18 +142,16 @@ Expected<void> RequirePlaces(const Arguments& arguments) {
 
 Expected<Outcome> RunPlane(Arguments arguments) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
-    if (!project) return tl::unexpected<Error>(project.error());
-    if (auto places = RequirePlaces(arguments); !places)
-        return tl::unexpected<Error>(places.error());
+    if (!project) return ErrorOf(project);
+    if (auto places = RequirePlaces(arguments); !places) return ErrorOf(places);
     arguments.request.seed =
         platform::ParsePosition(arguments.seed).value_or(arguments.request.seed);
     arguments.request.wantMesh = !arguments.mesh.empty();
     arguments.request.wantPicture = !arguments.picture.empty();
     const Expected<PlaneFinding> finding =
         FindPlane(*project, arguments.request, [] { return !platform::Interrupted(); });
-    if (!finding) return tl::unexpected<Error>(finding.error());
-    if (auto written = WriteFiles(*finding, arguments); !written)
-        return tl::unexpected<Error>(written.error());
+    if (!finding) return ErrorOf(finding);
+    if (auto written = WriteFiles(*finding, arguments); !written) return ErrorOf(written);
     return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments)};
 }
 

@@ -146,10 +146,10 @@ Expected<detail::SeedPlane> Grow(detail::OpenProject& project, const detail::Loc
 Expected<PlaneFinding> FindPlane(const CString& path, const PlaneRequest& request,
                                  const std::function<bool()>& proceed) {
     auto project = detail::OpenProject::Open(path);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     const ProjectManager& manager = (*project)->Manager();
     const auto frame = detail::ReadTransform(manager.transformFile);
-    if (!frame) return tl::unexpected<Error>(frame.error());
+    if (!frame) return ErrorOf(frame);
     auto grown = Grow(**project, *frame, request, proceed);
     if (!grown) return WithOrigin(grown.error(), *frame);
 
@@ -162,7 +162,7 @@ Expected<PlaneFinding> FindPlane(const CString& path, const PlaneRequest& reques
     finding.holes = HolesOf(plane.Outline());
     if (request.wantMesh) {
         Expected<detail::TriangleMesh> mesh = MeshOf(finding, *frame);
-        if (!mesh) return tl::unexpected<Error>(mesh.error());
+        if (!mesh) return ErrorOf(mesh);
         finding.mesh = std::move(*mesh);
     }
     if (request.wantPicture)

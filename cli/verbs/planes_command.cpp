@@ -246,17 +246,15 @@ std::vector<Vector> StationsOf(ProjectManager& manager) {
 
 Expected<Outcome> RunPlanes(Arguments arguments) {
     const Expected<CString> path = detail::RequireProject(arguments.project);
-    if (!path) return tl::unexpected<Error>(path.error());
-    if (auto places = RequirePlaces(arguments); !places)
-        return tl::unexpected<Error>(places.error());
+    if (!path) return ErrorOf(path);
+    if (auto places = RequirePlaces(arguments); !places) return ErrorOf(places);
     auto project = detail::OpenProject::Open(*path);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     if (arguments.apply) {
-        if (auto writable = (*project)->RequireWritable(); !writable)
-            return tl::unexpected<Error>(writable.error());
+        if (auto writable = (*project)->RequireWritable(); !writable) return ErrorOf(writable);
     }
     const auto frame = detail::ReadTransform((*project)->Manager().transformFile);
-    if (!frame) return tl::unexpected<Error>(frame.error());
+    if (!frame) return ErrorOf(frame);
     PlaneSearchOptions& options = arguments.options;
     options.memoryLimitBytes =
         platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
@@ -266,7 +264,7 @@ Expected<Outcome> RunPlanes(Arguments arguments) {
     PlanesFinding finding;
     const auto start = std::chrono::steady_clock::now();
     auto search = PlaneSearch::Run((*project)->Core(), options);
-    if (!search) return tl::unexpected<Error>(search.error());
+    if (!search) return ErrorOf(search);
     finding.search = std::move(*search);
     finding.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -274,11 +272,11 @@ Expected<Outcome> RunPlanes(Arguments arguments) {
     if (const auto place = platform::ParsePosition(arguments.explain)) {
         const auto report =
             finding.search->Explain(frame->ToLocal(Vector{(*place)[0], (*place)[1], (*place)[2]}));
-        if (!report) return tl::unexpected<Error>(report.error());
+        if (!report) return ErrorOf(report);
         finding.place = *report;
     }
     if (auto written = WriteFiles(arguments, **project, finding, *frame); !written)
-        return tl::unexpected<Error>(written.error());
+        return ErrorOf(written);
     return Outcome{JsonOf(finding, arguments), TextOf(finding, arguments)};
 }
 

@@ -62,8 +62,7 @@ Expected<Outcome> RunGet(const std::string& name) {
 Expected<Outcome> RunSet(const std::string& name, const std::string& value) {
     const KnownSetting* setting = FindSetting(name);
     if (setting == nullptr) return Unknown(name);
-    if (auto written = WriteSetting(*setting, value); !written)
-        return tl::unexpected<Error>(written.error());
+    if (auto written = WriteSetting(*setting, value); !written) return ErrorOf(written);
     return Outcome{JsonOf(*setting), LineOf(*setting)};
 }
 
@@ -79,7 +78,7 @@ Expected<Outcome> RunReset(const std::vector<std::string>& names) {
     outcome.json["reset"] = Json::array();
     for (const KnownSetting* setting : chosen) {
         const Expected<bool> reset = ResetSetting(*setting);
-        if (!reset) return tl::unexpected<Error>(reset.error());
+        if (!reset) return ErrorOf(reset);
         if (!*reset) continue;
         outcome.json["reset"].push_back(setting->name);
         outcome.text += LineOf(*setting);

@@ -72,15 +72,15 @@ Outcome OutcomeOf(const reports::StationList& list, const Arguments& arguments) 
 
 Expected<Outcome> RunStations(const Arguments& arguments) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     const auto list = reports::ListStations(
         *project, arguments.picture.empty() ? reports::WantPicture::No : reports::WantPicture::Yes,
         [] { return !platform::Interrupted(); });
-    if (!list) return tl::unexpected<Error>(list.error());
+    if (!list) return ErrorOf(list);
     if (list->picture) {
         auto written = output::WritePng(platform::FromUtf8(arguments.picture),
                                         output::DrawStations(*list->picture));
-        if (!written) return tl::unexpected<Error>(written.error());
+        if (!written) return ErrorOf(written);
     }
     return OutcomeOf(*list, arguments);
 }

@@ -55,7 +55,7 @@ std::string TextOf(const reports::WalkReport& report) {
 
 Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) {
     const Expected<CString> project = detail::RequireProject(argument);
-    if (!project) return tl::unexpected<Error>(project.error());
+    if (!project) return ErrorOf(project);
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"walking", fraction, points * 24, points, -1});
@@ -63,7 +63,7 @@ Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) 
     };
     const Expected<reports::WalkReport> report = reports::WalkProject(*project, watch);
     progress.Finish();
-    if (!report) return tl::unexpected<Error>(report.error());
+    if (!report) return ErrorOf(report);
     return Outcome{JsonOf(*report), TextOf(*report)};
 }
 

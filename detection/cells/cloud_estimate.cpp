@@ -56,12 +56,12 @@ Expected<SampledCells> ReadSample(CAlivePointReader& reader, const PointChunks& 
     const CellFrame& frame = cut.frame;
     const CellPlace origin = frame.OriginOf(cut.tiles[sample.tile].place);
     auto sums = GatherCells(reader, sample, frame, origin);
-    if (!sums) return tl::unexpected<Error>(sums.error());
+    if (!sums) return ErrorOf(sums);
     SampledCells cells;
     for (const MomentSum& sum : sums->sums)
         cells.counts.push_back(static_cast<std::uint32_t>(sum.count));
     TileCells tile(frame, origin, {&*sums, 1});
-    if (auto checked = tile.Check(); !checked) return tl::unexpected<Error>(checked.error());
+    if (auto checked = tile.Check(); !checked) return ErrorOf(checked);
     tile.Link();
     const std::vector<CellShape> shaped = ShapesOf(tile);
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
@@ -79,11 +79,11 @@ Expected<SampledCells> ReadSamples(CProjectCore& core, const PointChunks& cut,
     Readers readers(core, pool.Threads());
     auto done = pool.RunJobs(samples.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
         auto found = ReadSample(readers[worker], cut, samples[i]);
-        if (!found) return tl::unexpected<Error>(found.error());
+        if (!found) return ErrorOf(found);
         parts[i] = std::move(*found);
         return {};
     });
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     SampledCells all;
     for (const SampledCells& part : parts) {
         all.counts.insert(all.counts.end(), part.counts.begin(), part.counts.end());
@@ -119,9 +119,9 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& 
     double share = -1;  // of the size that has enough points a cell; before that, none
     for (std::size_t step = 0;; ++step) {
         const auto cut = CutIntoChunks(core, CellFrame(step));
-        if (!cut) return tl::unexpected<Error>(cut.error());
+        if (!cut) return ErrorOf(cut);
         const auto found = ReadSamples(core, *cut, pool);
-        if (!found) return tl::unexpected<Error>(found.error());
+        if (!found) return ErrorOf(found);
         const double flat = FlatShare(*found);
         if (share >= 0 && flat <= kWorthwhile * share) return step - 1;
         if (step == kLast) return step;
@@ -132,7 +132,7 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& 
 Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
                                       const parallel::Pool& pool) {
     auto found = ReadSamples(core, cut, pool);
-    if (!found) return tl::unexpected<Error>(found.error());
+    if (!found) return ErrorOf(found);
     CloudEstimate estimate;
     estimate.spacing = cut.frame.Size();
     if (!found->flatCounts.empty())

@@ -59,7 +59,7 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
     };
     const bool mapped = ForEachCellRun(reader, chunk, numbering, take);
     if (!mapped) return NoView();
-    if (!fault) return tl::unexpected<Error>(fault.error());
+    if (!fault) return ErrorOf(fault);
     return cells;
 }
 

@@ -15,7 +15,7 @@ constexpr std::uint64_t kWorkBytesPerCell = 260;  // a cell
 Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
                                std::span<CellSums> parts, double noise) {
     ShapedTile tile{TileCells(frame, frame.OriginOf(place), parts), {}};
-    if (auto checked = tile.cells.Check(); !checked) return tl::unexpected<Error>(checked.error());
+    if (auto checked = tile.cells.Check(); !checked) return ErrorOf(checked);
     tile.cells.Link();
     tile.shapes = ShapesOf(tile.cells);
     FindThinShapes(tile.cells, noise, tile.shapes);
@@ -43,8 +43,8 @@ public:
         std::uint64_t kept = 0;
         for (std::size_t first = 0; first < cut_.tiles.size();) {
             const std::size_t last = BatchFrom(first);
-            if (auto done = Gather(first, last); !done) return tl::unexpected<Error>(done.error());
-            if (auto done = Grow(first, last); !done) return tl::unexpected<Error>(done.error());
+            if (auto done = Gather(first, last); !done) return ErrorOf(done);
+            if (auto done = Grow(first, last); !done) return ErrorOf(done);
             for (; first < last; ++first)
                 kept += grown_.map.CellsIn(first) * CellMap::kBytesPerCell;
             if (kept > memoryLimit_ / 2)
@@ -90,7 +90,7 @@ private:
             const PointChunk& chunk = cut_.chunks[cut_.tiles[tile].chunks[part]];
             auto cells = GatherCells(readers_[worker], chunk, cut_.frame,
                                      cut_.frame.OriginOf(cut_.tiles[tile].place));
-            if (!cells) return tl::unexpected<Error>(cells.error());
+            if (!cells) return ErrorOf(cells);
             parts_[tile][part] = std::move(*cells);
             return {};
         });
@@ -114,7 +114,7 @@ private:
         }
         auto shaped = ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise);
         parts_[tile] = {};
-        if (!shaped) return tl::unexpected<Error>(shaped.error());
+        if (!shaped) return ErrorOf(shaped);
         Regions grown = GrowRegions(shaped->cells, shaped->shapes, limits_);
         regions_[tile] = std::move(grown.regions);
         grown_.map.Put(tile, shaped->cells, shaped->shapes, grown.ofCell,
@@ -140,7 +140,7 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut,
     const CellPlace& place = cut.tiles[tile].place;
     for (const std::uint32_t chunk : cut.tiles[tile].chunks) {
         auto cells = GatherCells(reader, cut.chunks[chunk], cut.frame, cut.frame.OriginOf(place));
-        if (!cells) return tl::unexpected<Error>(cells.error());
+        if (!cells) return ErrorOf(cells);
         parts.push_back(std::move(*cells));
     }
     return ShapeTile(cut.frame, place, parts, noise);

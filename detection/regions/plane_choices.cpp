@@ -131,7 +131,7 @@ Expected<PlaneChoices> PlaneChoices::Of(const CellMap& map, const parallel::Pool
         choices.tiles_[tile] = ChoicesIn(map, tile);
         return {};
     });
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     return choices;
 }
 

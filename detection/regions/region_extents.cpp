@@ -66,7 +66,7 @@ Expected<std::vector<RegionExtent>> ExtentsOf(const CellMap& map,
         parts[tile] = looks[worker]->Look(map, tile);
         return {};
     });
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     std::vector<RegionExtent> extents(regions.size());
     for (const TileExtents& part : parts) {
         for (const auto& [region, more] : part) {

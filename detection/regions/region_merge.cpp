@@ -105,7 +105,7 @@ Expected<std::vector<NearPair>> NearPairsOf(const CellMap& map, std::int32_t rea
         });
         return {};
     });
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     std::vector<NearPair> pairs;
     for (const auto& part : parts) pairs.insert(pairs.end(), part.begin(), part.end());
     SortOnce(pairs);
@@ -141,7 +141,7 @@ Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const par
     const double cells = std::min(bridge / size, kMaxReach) + 1 + 1e-9;
     const auto reach = std::max(1, static_cast<std::int32_t>(cells));
     auto found = NearPairsOf(map, reach, merger, pool);
-    if (!found) return tl::unexpected<Error>(found.error());
+    if (!found) return ErrorOf(found);
     std::vector<NearPair> pairs = std::move(*found);
     while (JoinOnce(pairs, regions.size(), merger)) {
         if (!pool.Proceed())

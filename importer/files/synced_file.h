@@ -116,7 +116,7 @@ public:
             next_ = 0;
             if (count == 0) return nullptr;
             const auto read = file_.ReadAt(offset_, buffer_.data(), count * sizeof(Record));
-            if (!read) return tl::unexpected<Error>(read.error());
+            if (!read) return ErrorOf(read);
             offset_ += count * sizeof(Record);
             left_ -= count;
         }

@@ -37,7 +37,7 @@ Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t maxLines) {
     if (left == 0) return false;
     const auto bytes = static_cast<std::size_t>(std::min(left, kPieceBytes));
     if (auto read = file_->ReadBlock(offset_, bytes, piece.bytes); !read) {
-        return tl::unexpected(read.error());
+        return ErrorOf(read);
     }
     if (bytes < left) {
         const auto lineEnd = static_cast<std::uint8_t>(start_.lineEnd);

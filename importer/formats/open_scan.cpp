@@ -18,18 +18,18 @@ namespace orvix::importer {
 
 Expected<std::unique_ptr<ScanReader>> OpenLasOrLaz(ScanFile file) {
     const auto header = ReadLasHeader(file);
-    if (!header) return tl::unexpected(header.error());
+    if (!header) return ErrorOf(header);
     return header->compressed ? OpenLaz(std::move(file), *header)
                               : OpenLas(std::move(file), *header);
 }
 
 Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path) {
     auto file = ScanFile::Open(path);
-    if (!file) return tl::unexpected(file.error());
+    if (!file) return ErrorOf(file);
     constexpr std::uint64_t kStartBytes = 4096;  // a PTX block's head is ten lines long
     std::vector<std::uint8_t> start;
     const auto bytes = static_cast<std::size_t>(std::min(file->Size(), kStartBytes));
-    if (auto read = file->ReadBlock(0, bytes, start); !read) return tl::unexpected(read.error());
+    if (auto read = file->ReadBlock(0, bytes, start); !read) return ErrorOf(read);
     const std::string_view magic(reinterpret_cast<const char*>(start.data()), start.size());
 
     if (magic.starts_with("LASF")) return OpenLasOrLaz(std::move(*file));

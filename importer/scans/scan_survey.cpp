@@ -126,12 +126,12 @@ Expected<void> PieceQueue::Rewind() {
 Expected<bool> PieceQueue::TakeFrom(std::size_t input, StationPiece& next) {
     ScanReader& reader = *inputs_[input].reader;
     for (;;) {
-        if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
+        if (auto met = stations_.Meet(input); !met) return ErrorOf(met);
         next.piece.scan = 0;
         next.piece.fileBytes.reset();
         Expected<bool> more = reader.Next(next.piece);
         if (!more) return more;
-        if (auto met = stations_.Meet(input); !met) return tl::unexpected<Error>(met.error());
+        if (auto met = stations_.Meet(input); !met) return ErrorOf(met);
         if (!*more) return false;
         const auto station = stations_.Find(input, next.piece.scan);
         if (!station) continue;
@@ -178,11 +178,10 @@ Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportO
         pool.Meter().Add(job.Bytes(), job.decoded.points.size());
         return {};
     };
-    if (auto done = parallel::RunInOrder(pool, steps); !done)
-        return tl::unexpected<Error>(done.error());
+    if (auto done = parallel::RunInOrder(pool, steps); !done) return ErrorOf(done);
     survey.scans.resize(stations.Count());
     if (auto chosen = stations.RequireChosen(); !chosen) {
-        return tl::unexpected<Error>(chosen.error());
+        return ErrorOf(chosen);
     }
     if (medians.empty()) return survey;
     survey.origin = ChooseOrigin(medians);

@@ -127,7 +127,7 @@ Expected<std::vector<bool>> FindDuplicates(const CellReader& reader, std::uint64
             const auto count =
                 static_cast<std::size_t>(std::min<std::uint64_t>(kReadPoints, total - first));
             const auto points = reader(first, count);
-            if (!points) return tl::unexpected<Error>(points.error());
+            if (!points) return ErrorOf(points);
             for (std::size_t i = 0; i < count; ++i) {
                 if (decided[first + i]) continue;
                 const PositionSet::Outcome outcome = met.Add((*points)[i]);

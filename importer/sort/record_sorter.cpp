@@ -204,13 +204,13 @@ Expected<SortedRun> RecordSorter::MergeToDisk(const std::vector<SortedRun>& runs
     Expected<void> done = merged.file->Create(path, Durability::Temporary);
     RunSink sink(survey_.frame, merged, CountPoints(runs));
     if (done) done = MergeRuns(runs, survey_.frame, {blockPoints, false}, pool_, sink);
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     return merged;
 }
 
 Expected<void> RecordSorter::Spill(SortedCloud& cloud, const CString& folder) {
     auto run = MergeToDisk(cloud.runs, plan_.memoryBlockPoints, folder);
-    if (!run) return tl::unexpected<Error>(run.error());
+    if (!run) return ErrorOf(run);
     spilled_.push_back(std::move(*run));
     cloud.runs.clear();
     cloud.pool.Clear();
@@ -227,7 +227,7 @@ Expected<void> RecordSorter::ReduceRuns(SortedCloud& cloud, const CString& folde
                 std::make_move_iterator(spilled_.begin() + static_cast<std::ptrdiff_t>(first)),
                 std::make_move_iterator(spilled_.begin() + static_cast<std::ptrdiff_t>(end)));
             auto run = MergeToDisk(group, plan_.fileBlockPoints, folder);
-            if (!run) return tl::unexpected<Error>(run.error());
+            if (!run) return ErrorOf(run);
             longer.push_back(std::move(*run));
             for (const SortedRun& merged : group) {
                 std::error_code ignored;
@@ -266,7 +266,7 @@ Expected<void> RecordSorter::Sort(SortedCloud& cloud, const ScratchFolderSource&
         if (cloud.runs.empty()) continue;
         if (folder.empty()) {
             auto made = scratch();
-            if (!made) return tl::unexpected<Error>(made.error());
+            if (!made) return ErrorOf(made);
             folder = *made;
         }
         if (auto spilled = Spill(cloud, folder); !spilled) return spilled;

@@ -37,7 +37,7 @@ public:
             if (keyWeight > maxWeight_) {
                 AddRange(low, key);
                 if (auto added = AddCell(key); !added) {
-                    return tl::unexpected<Error>(added.error());
+                    return ErrorOf(added);
                 }
                 low = key.Next();
                 weight = 0;
@@ -79,15 +79,15 @@ private:
         std::vector<CellPart> parts;
         for (const SortedRun& run : runs_) {
             const auto first = CountBelow(run, frame_, key);
-            if (!first) return tl::unexpected<Error>(first.error());
+            if (!first) return ErrorOf(first);
             const auto end = CountBelow(run, frame_, key.Next());
-            if (!end) return tl::unexpected<Error>(end.error());
+            if (!end) return ErrorOf(end);
             if (*end > *first) parts.push_back({&run, *first, *end - *first});
         }
         std::shared_ptr<const std::vector<bool>> duplicates;
         if (options_.removeDuplicates) {
             auto found = DuplicatesOf(parts);
-            if (!found) return tl::unexpected<Error>(found.error());
+            if (!found) return ErrorOf(found);
             duplicates = std::make_shared<const std::vector<bool>>(std::move(*found));
         }
         std::uint64_t inCell = 0;
@@ -117,7 +117,7 @@ private:
                 const auto taken = static_cast<std::size_t>(
                     std::min<std::uint64_t>(count - buffer.Size(), part.count - first));
                 auto read = AppendPoints(*part.run, part.first + first, taken, buffer);
-                if (!read) return tl::unexpected<Error>(read.error());
+                if (!read) return ErrorOf(read);
                 first = 0;
                 if (buffer.Size() == count) break;
             }
@@ -184,7 +184,7 @@ Expected<void> MergeRuns(const std::vector<SortedRun>& runs, const GridFrame& fr
     std::vector<MergeTask> tasks;
     auto planned = pool.RunOne([&]() -> Expected<void> {
         auto plan = TaskPlanner(runs, frame, options, pool).Plan();
-        if (!plan) return tl::unexpected<Error>(plan.error());
+        if (!plan) return ErrorOf(plan);
         tasks = std::move(*plan);
         return {};
     });

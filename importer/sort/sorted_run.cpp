@@ -60,7 +60,7 @@ Expected<std::uint64_t> CountBelow(const SortedRun& run, const GridFrame& frame,
     RawBuffer<AlivePoint> points;
     const auto count = static_cast<std::size_t>(bracket.end - bracket.begin);
     if (auto read = AppendPoints(run, bracket.begin, count, points); !read) {
-        return tl::unexpected<Error>(read.error());
+        return ErrorOf(read);
     }
     const AlivePoint* const begin = points.Data();
     return bracket.begin +

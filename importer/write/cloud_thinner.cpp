@@ -16,7 +16,7 @@ Expected<void> CloudThinner::Thin(std::uint64_t first, std::uint64_t count,
         first += done;
         if (done != 0) continue;
         const auto large = ThinLargeCell({first, end}, histograms);
-        if (!large) return tl::unexpected<Error>(large.error());
+        if (!large) return ErrorOf(large);
         first += *large;
     }
     return {};
@@ -59,7 +59,7 @@ Expected<std::uint64_t> CloudThinner::ThinLargeCell(const Stretch& stretch,
     const ThinningCell cell = ThinningCellOf(block_[0], size_);
     Stretch left = stretch;
     for (bool inside = true; inside && left.first < left.end;) {
-        if (auto read = Read(left); !read) return tl::unexpected<Error>(read.error());
+        if (auto read = Read(left); !read) return ErrorOf(read);
         const auto end =
             std::find_if(block_.Data(), block_.Data() + block_.Size(),
                          [&](const AlivePoint& p) { return !(ThinningCellOf(p, size_) == cell); });
@@ -72,7 +72,7 @@ Expected<std::uint64_t> CloudThinner::ThinLargeCell(const Stretch& stretch,
     const std::uint64_t count = left.first - stretch.first;
     left = {stretch.first, left.first};
     while (left.first < left.end && !stopping_()) {
-        if (auto read = Read(left); !read) return tl::unexpected<Error>(read.error());
+        if (auto read = Read(left); !read) return ErrorOf(read);
         thinner_.Choose(block_.All());
         left.first += block_.Size();
     }

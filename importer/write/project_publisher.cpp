@@ -38,7 +38,7 @@ Expected<void> RenameEntry(const CString& from, const CString& to) {
 // record that is cut short is a damaged project, which an import is the way to mend.
 Expected<void> RefuseForeign(const CString& project) {
     const auto record = orvix::detail::ExamineSettingsFile(project);
-    if (!record) return tl::unexpected<Error>(record.error());
+    if (!record) return ErrorOf(record);
     if (*record != orvix::detail::SettingsRecord::Foreign) return {};
     return Fail(ErrorCode::BadInput,
                 fmt::format("{} is no project but a file of another program, and stays; give the "
@@ -152,9 +152,8 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
     if (target.empty()) return Fail(ErrorCode::BadInput, "the project has no name; give a path");
     Names names = NamesFor(target);
     const CString parent = platform::ParentOf(names.project);
-    if (auto named = RequireName(names.project); !named)
-        return tl::unexpected<Error>(named.error());
-    if (auto there = RequireFolder(parent); !there) return tl::unexpected<Error>(there.error());
+    if (auto named = RequireName(names.project); !named) return ErrorOf(named);
+    if (auto there = RequireFolder(parent); !there) return ErrorOf(there);
     const bool leftovers = platform::PathExists(names.lock);
     std::error_code error;
     platform::PathLock lock = platform::PathLock::TryAcquire(names.lock, error);
@@ -166,10 +165,10 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
     }
     Expected<void> done = leftovers ? Recover(names) : RefuseOtherFiles(names);
     if (done) done = CheckTarget(names, existing);
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     ProjectPublisher publisher(std::move(names), std::move(lock));
     done = publisher.LayOut();
-    if (!done) return tl::unexpected<Error>(done.error());
+    if (!done) return ErrorOf(done);
     return publisher;
 }
 

@@ -114,7 +114,7 @@ Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& 
         batch.count = 0;
         while (batch.count < kBatchPoints) {
             const auto cell = cells.Peek();
-            if (!cell) return tl::unexpected<Error>(cell.error());
+            if (!cell) return ErrorOf(cell);
             if (*cell == nullptr) break;
             if (batch.count != 0 && (*cell)->count > kBatchPoints - batch.count) break;
             if (batch.count == 0) batch.first = (*cell)->offset;
@@ -209,7 +209,7 @@ Expected<void> SkeletonWriter::WriteCoarse() {
         for (std::uint64_t points = 0;
              points < kBatchPoints && batch.records.size() < kCoarseRecords;) {
             const auto record = records.Peek();
-            if (!record) return tl::unexpected<Error>(record.error());
+            if (!record) return ErrorOf(record);
             if (*record == nullptr) break;
             batch.records.push_back(**record);
             points += (*record)->count;

@@ -62,7 +62,7 @@ tl::expected<Struct, Refusal> Taken(const Struct* given, const char* name) {
     Struct taken{};
     if (given == nullptr) return taken;
     if (auto sound = RequireSize(given->size, name); !sound) {
-        return tl::unexpected(std::move(sound.error()));
+        return ErrorOf(sound);
     }
     const auto* bytes = reinterpret_cast<const unsigned char*>(given);
     std::memcpy(&taken, bytes, std::min<std::size_t>(given->size, sizeof taken));

@@ -128,7 +128,7 @@ Answer Grow(orvix_project& project, const double* seed, const orvix_plane_option
     const Vector asked{seed[0], seed[1], seed[2]};
     if (!AllFinite({seed, 3})) return Refuse(ORVIX_BAD_ARGUMENT, "the seed is not finite");
     const auto options = SearchOptions(given);
-    if (!options) return tl::unexpected(options.error());
+    if (!options) return ErrorOf(options);
     const detail::LocalToWorld& frame = project.summary.frame;
     const Vector local = given.seed_is_local != 0 ? asked : frame.ToLocal(asked);
     const PlaneWormSettings settings(project.paths.projectFile, 1.0);
@@ -155,7 +155,7 @@ orvix_status orvix_plane_grow(orvix_project* project, const double* seed,
         if (auto there = RequirePointer(seed, "seed"); !there) return there;
         if (auto there = RequirePointer(plane, "plane"); !there) return there;
         const auto taken = Taken(options, "options");
-        if (!taken) return tl::unexpected(taken.error());
+        if (!taken) return ErrorOf(taken);
         std::unique_ptr<orvix_plane> found;
         auto done = Grow(*project, seed, *taken, found);
         if (done) *plane = found.release();
@@ -182,7 +182,7 @@ orvix_status orvix_plane_get_points(const orvix_plane* plane, double* xyz, uint6
         const auto& numbers = plane->grown.records;
         const void* either = xyz != nullptr ? static_cast<const void*>(xyz) : records;
         const auto fill = Fits(numbers.size(), either, capacity, count, "points");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
         if (records != nullptr) std::copy(numbers.begin(), numbers.end(), records);
         if (xyz == nullptr) return {};
@@ -197,7 +197,7 @@ orvix_status orvix_plane_get_rings(const orvix_plane* plane, orvix_ring* rings, 
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(plane, "plane"); !there) return there;
         const auto fill = Fits(plane->rings.size(), rings, capacity, count, "rings");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (*fill) std::copy(plane->rings.begin(), plane->rings.end(), rings);
         return {};
     });
@@ -212,7 +212,7 @@ orvix_status orvix_plane_get_ring(const orvix_plane* plane, uint64_t ring, doubl
         }
         const PlaneRing& wanted = *plane->ringPoints[static_cast<std::size_t>(ring)];
         const auto fill = Fits(wanted.points.size(), xyz, capacity, count, "vertices");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
         for (const Vector& p : plane->grown.plane.RingTo3D(wanted)) {
             xyz = Append(xyz, plane->frame.ToWorld(p));

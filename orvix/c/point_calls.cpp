@@ -51,7 +51,7 @@ tl::expected<std::uint64_t, Refusal> PointsOf(const orvix_project& project,
     std::uint64_t points = 0;
     for (const orvix_run& run : runs) {
         auto inside = RequireRange(run.offset, run.count, project.summary.points, "points");
-        if (!inside) return tl::unexpected(std::move(inside.error()));
+        if (!inside) return ErrorOf(inside);
         if (run.count > std::numeric_limits<std::uint64_t>::max() / kAlivePointBytes - points) {
             return Refuse(ORVIX_BAD_ARGUMENT, "the runs name more points than 64 bits count bytes");
         }
@@ -115,9 +115,9 @@ orvix_status orvix_points_read_runs(const orvix_project* project, const orvix_ru
         }
         const std::span given(runs, static_cast<std::size_t>(run_count));
         const auto total = PointsOf(*project, given);
-        if (!total) return tl::unexpected(total.error());
+        if (!total) return ErrorOf(total);
         const auto fill = Fits(*total, points, capacity, count, "points");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
         // Runs that follow one another in the file, as those of neighbouring cells do, are one
         // read.

@@ -182,7 +182,7 @@ orvix_status orvix_project_open(const char* path, const orvix_open_options* opti
         if (auto there = RequirePointer(path, "path"); !there) return there;
         if (auto there = RequirePointer(project, "project"); !there) return there;
         const auto taken = Taken(options, "options");
-        if (!taken) return tl::unexpected(taken.error());
+        if (!taken) return ErrorOf(taken);
         if (taken->access != ORVIX_READ && taken->access != ORVIX_READ_WRITE) {
             return Refuse(ORVIX_BAD_ARGUMENT,
                           fmt::format("options.access is {}; it is ORVIX_READ or ORVIX_READ_WRITE",
@@ -219,7 +219,7 @@ orvix_status orvix_project_get_text(const orvix_project* project, int32_t which,
         }
         const std::string utf8 = platform::ToUtf8(*texts[which]);
         const auto fill = Fits(utf8.size() + 1, text, capacity, count, "bytes");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (*fill) std::memcpy(text, utf8.c_str(), utf8.size() + 1);
         return {};
     });
@@ -231,7 +231,7 @@ orvix_status orvix_project_check(const char* path, const orvix_check_options* op
         if (auto there = RequirePointer(path, "path"); !there) return there;
         if (auto there = RequirePointer(faults, "faults"); !there) return there;
         const auto taken = Taken(options, "options");
-        if (!taken) return tl::unexpected(taken.error());
+        if (!taken) return ErrorOf(taken);
         CheckOptions how;
         if (taken->max_faults != 0) how.maxFaults = static_cast<std::size_t>(taken->max_faults);
         if (taken->proceed != nullptr) {

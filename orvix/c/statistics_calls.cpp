@@ -39,7 +39,7 @@ orvix_status orvix_histogram_sample(const orvix_project* project, int32_t which,
             return Refuse(ORVIX_BAD_ARGUMENT, fmt::format("{} samples are too many", sample_count));
         }
         if (auto fill = Fits(sample_count, samples, capacity, count, "samples"); !fill) {
-            return tl::unexpected(fill.error());
+            return ErrorOf(fill);
         }
         ProjectManager paths = project->paths;
         std::vector<double> drawn;
@@ -64,7 +64,7 @@ orvix_status orvix_natural_breaks(const double* values, uint64_t count, uint32_t
         }
         const auto fill =
             Fits(std::uint64_t{classes} + 1, breaks, capacity, break_count, "boundaries");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
         std::vector<double> sorted(values, values + count);
         if (!Ascend(sorted)) return Refuse(ORVIX_BAD_ARGUMENT, "the values do not ascend");

@@ -47,11 +47,11 @@ Answer RequireCountable(std::uint64_t count) {
 tl::expected<std::vector<Vector>, Refusal> Positions(const double* xyz, std::uint64_t count,
                                                      const char* name) {
     if (auto countable = RequireCountable(count); !countable) {
-        return tl::unexpected(std::move(countable.error()));
+        return ErrorOf(countable);
     }
     if (count == 0) return {};
     if (auto there = RequirePointer(xyz, name); !there) {
-        return tl::unexpected(std::move(there.error()));
+        return ErrorOf(there);
     }
     std::vector<Vector> positions(static_cast<std::size_t>(count));
     std::memcpy(static_cast<void*>(positions.data()), xyz, positions.size() * sizeof(Vector));
@@ -111,9 +111,9 @@ orvix_status orvix_triangulate(const double* xyz, uint64_t count, const double* 
         if (auto there = RequirePointer(equation, "equation"); !there) return there;
         if (auto sound = RequireNormal(equation); !sound) return sound;
         auto points = Positions(xyz, count, "xyz");
-        if (!points) return tl::unexpected(points.error());
+        if (!points) return ErrorOf(points);
         const auto line = Positions(boundary, boundary_count, "boundary");
-        if (!line) return tl::unexpected(line.error());
+        if (!line) return ErrorOf(line);
         auto made = std::make_unique<orvix_mesh>();
         made->mesh = Triangulate(std::move(*points), equation, *line);
         *mesh = made.release();
@@ -131,8 +131,8 @@ orvix_status orvix_mesh_read(const orvix_mesh* mesh, double* xyz, uint64_t point
         const auto fillPoints = Fits(made.points.size(), xyz, point_capacity, points, "points");
         const auto fillTriangles =
             Fits(made.triangles.size(), triangles, triangle_capacity, triangle_count, "triangles");
-        if (!fillPoints) return tl::unexpected(fillPoints.error());
-        if (!fillTriangles) return tl::unexpected(fillTriangles.error());
+        if (!fillPoints) return ErrorOf(fillPoints);
+        if (!fillTriangles) return ErrorOf(fillTriangles);
         if (*fillPoints) std::memcpy(xyz, made.points.data(), made.points.size() * sizeof(Vector));
         if (*fillTriangles) {
             std::memcpy(triangles, made.triangles.data(), made.triangles.size() * sizeof(Triangle));
@@ -176,7 +176,7 @@ orvix_status orvix_neighbours_within(const orvix_neighbours* neighbours, const d
                                          found);
         }
         const auto fill = Fits(found.size(), indices, capacity, count, "neighbours");
-        if (!fill) return tl::unexpected(fill.error());
+        if (!fill) return ErrorOf(fill);
         if (*fill) std::copy(found.begin(), found.end(), indices);
         return {};
     });

@@ -33,6 +33,15 @@ inline tl::unexpected<Error> Fail(ErrorCode code, std::string message) {
     return tl::unexpected<Error>(Error{code, std::move(message)});
 }
 
+/// The error of a call that failed, passed on as it is to one's own caller:
+///
+///     auto record = ReadRecord(path);
+///     if (!record) return ErrorOf(record);
+template <class T, class E>
+[[nodiscard]] tl::unexpected<E> ErrorOf(const tl::expected<T, E>& failed) {
+    return tl::unexpected<E>(failed.error());
+}
+
 /// The failure of a system call on `what`; a full disk or quota is told apart as NoSpace, a name
 /// that no file can have as BadInput.
 inline tl::unexpected<Error> FailSystem(std::error_code cause, const std::string& what) {

@@ -41,8 +41,7 @@ Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project)
     std::unique_ptr<OpenProject> opened(new OpenProject);
     ProjectManager& manager = opened->manager_;
     detail::BuildPaths(manager, project);
-    if (auto readable = RequireReadable(manager); !readable)
-        return tl::unexpected<Error>(readable.error());
+    if (auto readable = RequireReadable(manager); !readable) return ErrorOf(readable);
     manager.GetProjectSettings(&manager.projectSettings);
     manager.GetCloudHeader(&manager.cloudHeader);
     opened->core_.Open(manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.gridPts,

@@ -57,11 +57,10 @@ std::string Shown(const CString& path) {
 
 Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
     const CString path = platform::FromUtf8(argument);
-    if (auto there = RequireFile(path); !there) return tl::unexpected<Error>(there.error());
+    if (auto there = RequireFile(path); !there) return ErrorOf(there);
     const auto record = detail::ExamineSettingsFile(path);
-    if (!record) return tl::unexpected<Error>(record.error());
-    if (auto whole = RequireParts(path, *record, cut); !whole)
-        return tl::unexpected<Error>(whole.error());
+    if (!record) return ErrorOf(record);
+    if (auto whole = RequireParts(path, *record, cut); !whole) return ErrorOf(whole);
     return path;
 }
 

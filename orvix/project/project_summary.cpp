@@ -67,12 +67,12 @@ std::vector<std::string> StationNames(const ProjectManager& paths, std::uint32_t
 Expected<ProjectSummary> SummariseProject(const CString& projectFile) {
     ProjectManager paths;
     if (auto found = detail::FindProject(paths, projectFile); !found) {
-        return tl::unexpected(std::move(found.error()));
+        return ErrorOf(found);
     }
     CLOUD_HEADER head;
     paths.GetCloudHeader(&head);
     auto frame = ReadTransform(paths.transformFile);
-    if (!frame) return tl::unexpected(std::move(frame.error()));
+    if (!frame) return ErrorOf(frame);
 
     ProjectSummary summary;
     CString missing = IsAbsent(head) ? paths.headFile : CString();

@@ -113,7 +113,7 @@ Expected<void> ApplyPlaneNumbers(const CString& project, const PlaneSearch& sear
                     "there are more planes than a DCLC value can number, which is 65,535; raise "
                     "--min-area");
     auto opened = detail::OpenProject::Open(project);
-    if (!opened) return tl::unexpected<Error>(opened.error());
+    if (!opened) return ErrorOf(opened);
     if (auto writable = (*opened)->RequireWritable(); !writable) return writable;
     if (search.Points() == 0) return {};
     CProjectCore& core = (*opened)->Core();

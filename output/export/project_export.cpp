@@ -201,16 +201,15 @@ Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {
 Expected<ExportReport> ExportProject(const CString& project, const CString& target,
                                      const ExportOptions& options, const ExportCallback& callback) {
     const auto start = std::chrono::steady_clock::now();
-    if (auto there = RequireTarget(target, options.existing); !there)
-        return tl::unexpected<Error>(there.error());
+    if (auto there = RequireTarget(target, options.existing); !there) return ErrorOf(there);
     auto opened = detail::OpenProject::Open(project);
-    if (!opened) return tl::unexpected<Error>(opened.error());
+    if (!opened) return ErrorOf(opened);
     const ProjectManager& manager = (*opened)->Manager();
     const auto frame = detail::ReadTransform(manager.transformFile);
-    if (!frame) return tl::unexpected<Error>(frame.error());
+    if (!frame) return ErrorOf(frame);
 
     Export work(manager.gridPts, *frame, options, callback);
-    if (auto counted = work.Count(); !counted) return tl::unexpected<Error>(counted.error());
+    if (auto counted = work.Count(); !counted) return ErrorOf(counted);
     const ExportedCloud& cloud = work.Cloud();
     if (cloud.points == 0)
         return Fail(ErrorCode::BadInput,
@@ -222,11 +221,10 @@ Expected<ExportReport> ExportProject(const CString& project, const CString& targ
                                     : ""));
     const auto writer = MakeCloudWriter(target, cloud);
     if (auto room = RequireRoom(target, cloud.points * writer->PointBytes()); !room)
-        return tl::unexpected<Error>(room.error());
+        return ErrorOf(room);
     OutputFile file(target);
-    if (auto written = work.Write(*writer, file); !written)
-        return tl::unexpected<Error>(written.error());
-    if (auto committed = file.Commit(); !committed) return tl::unexpected<Error>(committed.error());
+    if (auto written = work.Write(*writer, file); !written) return ErrorOf(written);
+    if (auto committed = file.Commit(); !committed) return ErrorOf(committed);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
     return ExportReport{cloud.points, work.Bytes(), writer->Format(), cloud.bounds, spent.count()};
 }

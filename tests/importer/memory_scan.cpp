@@ -20,7 +20,7 @@ public:
         if (next_ >= scan_.points.size()) return false;
         if (scan_.before) {
             auto allowed = scan_.before(pass_, next_ / scan_.pointsPerPiece);
-            if (!allowed) return tl::unexpected<Error>(allowed.error());
+            if (!allowed) return ErrorOf(allowed);
         }
         piece.firstRecord = next_;
         if (scan_.piecesPerScan != 0)

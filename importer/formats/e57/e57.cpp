@@ -92,7 +92,7 @@ private:
         piece.bytes.assign(size, 0);
         piece.fileOffset = E57Pages::ToPhysical(part.section.data + told_);
         if (auto taken = streams_.Take(bytes, piece.bytes.data()); !taken) {
-            return tl::unexpected(taken.error());
+            return ErrorOf(taken);
         }
         record_ += piece.records;
         const bool last = record_ == part.scan.records;
@@ -132,9 +132,9 @@ Expected<void> RequireOwnBytes(const E57Pages& pages, const std::vector<Part>& p
 
 Expected<std::unique_ptr<ScanReader>> OpenE57(ScanFile file) {
     auto pages = E57Pages::Open(std::move(file));
-    if (!pages) return tl::unexpected(pages.error());
+    if (!pages) return ErrorOf(pages);
     const auto xml = pages->ReadXml();
-    if (!xml) return tl::unexpected(xml.error());
+    if (!xml) return ErrorOf(xml);
     auto scans = ReadE57Scans(*xml);
     if (!scans) {
         return pages->File().Bad(
@@ -147,7 +147,7 @@ Expected<std::unique_ptr<ScanReader>> OpenE57(ScanFile file) {
     std::vector<Part> parts;
     for (E57Scan& scan : *scans) {
         const auto section = FindE57Section(*pages, scan);
-        if (!section) return tl::unexpected(section.error());
+        if (!section) return ErrorOf(section);
         const E57PointDecoder decoder(scan);
         if (scan.records != 0 && !decoder.HasPosition()) {
             return pages->File().Bad(
@@ -157,7 +157,7 @@ Expected<std::unique_ptr<ScanReader>> OpenE57(ScanFile file) {
         }
         parts.push_back({std::move(scan), *section, decoder});
     }
-    if (auto own = RequireOwnBytes(*pages, parts); !own) return tl::unexpected(own.error());
+    if (auto own = RequireOwnBytes(*pages, parts); !own) return ErrorOf(own);
     return std::make_unique<E57Reader>(std::move(*pages), std::move(parts));
 }
 

@@ -246,7 +246,7 @@ Expected<std::vector<E57Scan>> ReadE57Scans(std::string_view xml) {
     // Writers fill the end of the section up.
     while (!xml.empty() && (xml.back() == '\0' || xml.back() == ' ')) xml.remove_suffix(1);
     auto root = ParseXml(xml);
-    if (!root) return tl::unexpected(root.error());
+    if (!root) return ErrorOf(root);
     if (root->name != "e57Root") {
         return Fail(ErrorCode::BadInput,
                     fmt::format("its outermost element is <{}> instead of <e57Root>",
@@ -257,7 +257,7 @@ Expected<std::vector<E57Scan>> ReadE57Scans(std::string_view xml) {
     if (list == nullptr) return scans;
     for (const XmlElement& element : list->children) {
         auto scan = ReadScan(element, scans.size());
-        if (!scan) return tl::unexpected(scan.error());
+        if (!scan) return ErrorOf(scan);
         scans.push_back(std::move(*scan));
     }
     return scans;

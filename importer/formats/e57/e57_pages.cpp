@@ -21,7 +21,7 @@ constexpr std::uint64_t kMaxXmlBytes = std::uint64_t{64} << 20;
 
 Expected<E57Pages> E57Pages::Open(ScanFile file) {
     E57Pages pages(std::move(file));
-    if (auto read = pages.ReadHeader(); !read) return tl::unexpected(read.error());
+    if (auto read = pages.ReadHeader(); !read) return ErrorOf(read);
     return pages;
 }
 
@@ -126,7 +126,7 @@ Expected<std::string> E57Pages::ReadXml() {
     }
     std::string xml(static_cast<std::size_t>(xmlBytes_), '\0');
     if (auto read = Read(*start, xml.data(), xml.size()); !read) {
-        return tl::unexpected(read.error());
+        return ErrorOf(read);
     }
     return xml;
 }

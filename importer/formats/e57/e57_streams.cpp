@@ -40,7 +40,7 @@ Expected<E57Section> FindE57Section(E57Pages& pages, const E57Scan& scan) {
     }
     std::array<std::uint8_t, kSectionHeaderBytes> header{};
     if (auto read = pages.Read(*start, header.data(), header.size()); !read) {
-        return tl::unexpected(read.error());
+        return ErrorOf(read);
     }
     if (header[0] != kVectorSection) {
         return BadSection(pages, scan,

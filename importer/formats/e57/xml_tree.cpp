@@ -135,7 +135,7 @@ Expected<XmlElement> ParseXml(std::string_view text) {
     if (text.size() > kMaxBytes) {
         return Bad(fmt::format("it is longer than {} bytes", kMaxBytes), kMaxBytes);
     }
-    if (auto shape = ShapeCheck(text).Run(); !shape) return tl::unexpected(shape.error());
+    if (auto shape = ShapeCheck(text).Run(); !shape) return ErrorOf(shape);
     pt::ptree tree;
     try {
         std::istringstream stream{std::string(text)};

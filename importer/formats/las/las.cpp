@@ -25,7 +25,7 @@ public:
         if (piece.records == 0) return false;
         const auto bytes = static_cast<std::size_t>(piece.records * header_.recordBytes);
         if (auto read = file_.ReadBlock(piece.fileOffset, bytes, piece.bytes); !read) {
-            return tl::unexpected(read.error());
+            return ErrorOf(read);
         }
         next_ += piece.records;
         return true;

@@ -147,13 +147,13 @@ Expected<LasHeader> ReadLasHeader(const ScanFile& file) {
     std::vector<std::uint8_t> bytes;
     const std::uint64_t read = std::min<std::uint64_t>(file.Size(), kMaxHeaderBytes);
     if (auto done = file.ReadBlock(0, static_cast<std::size_t>(read), bytes); !done) {
-        return tl::unexpected(done.error());
+        return ErrorOf(done);
     }
     StoredHeader header = LoadHeader(bytes);
-    if (auto kind = CheckKind(file, header); !kind) return tl::unexpected(kind.error());
+    if (auto kind = CheckKind(file, header); !kind) return ErrorOf(kind);
     header.layout = kPointFormats[header.pointFormat];
     for (const auto check : {CheckSizes, CheckTransform, CheckPoints}) {
-        if (auto checked = check(file, header); !checked) return tl::unexpected(checked.error());
+        if (auto checked = check(file, header); !checked) return ErrorOf(checked);
     }
     return LasHeader(header);
 }

@@ -42,7 +42,7 @@ public:
         piece.fileOffset = chunk.offset;
         const auto bytes = static_cast<std::size_t>(chunk.bytes);
         if (auto read = file_.ReadBlock(chunk.offset, bytes, piece.bytes); !read) {
-            return tl::unexpected(read.error());
+            return ErrorOf(read);
         }
         ++next_;
         return true;
@@ -92,7 +92,7 @@ private:
 
 Expected<std::unique_ptr<ScanReader>> OpenLaz(ScanFile file, const LasHeader& header) {
     auto layout = laz::ReadLazLayout(file, header);
-    if (!layout) return tl::unexpected(layout.error());
+    if (!layout) return ErrorOf(layout);
     return std::make_unique<LazReader>(std::move(file), header, std::move(*layout));
 }
 

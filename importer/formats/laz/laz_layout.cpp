@@ -62,7 +62,7 @@ Expected<std::vector<std::uint8_t>> FindParameters(const ScanFile& file, const L
         std::array<std::uint8_t, kRecordHeaderBytes> record{};
         if (header.firstPointByte - offset < record.size()) break;
         if (auto read = file.Read(offset, record.data(), record.size()); !read) {
-            return tl::unexpected(read.error());
+            return ErrorOf(read);
         }
         offset += record.size();
         const std::uint16_t bytes = Load<std::uint16_t>(record.data() + 20);
@@ -71,7 +71,7 @@ Expected<std::vector<std::uint8_t>> FindParameters(const ScanFile& file, const L
             Load<std::uint16_t>(record.data() + 18) == kParametersRecord) {
             std::vector<std::uint8_t> parameters;
             if (auto read = file.ReadBlock(offset, bytes, parameters); !read) {
-                return tl::unexpected(read.error());
+                return ErrorOf(read);
             }
             return parameters;
         }
@@ -84,7 +84,7 @@ Expected<std::vector<std::uint8_t>> FindParameters(const ScanFile& file, const L
 
 Expected<Parameters> ReadParameters(const ScanFile& file, const LasHeader& header) {
     const auto bytes = FindParameters(file, header);
-    if (!bytes) return tl::unexpected(bytes.error());
+    if (!bytes) return ErrorOf(bytes);
     const std::uint8_t* record = bytes->data();
     const std::size_t items =
         bytes->size() < kParametersBytes ? 0 : Load<std::uint16_t>(record + 32);
@@ -177,7 +177,7 @@ Expected<RecordShape> ShapeOf(const ScanFile& file, const LasHeader& header,
     shape.extraBytes = static_cast<std::uint16_t>(header.recordBytes - header.layout.recordBytes);
     shape.switchesReference = layered && parameters.items.front().version >= 4;
     if (auto checked = CheckItems(file, header, shape, parameters.items); !checked) {
-        return tl::unexpected(checked.error());
+        return ErrorOf(checked);
     }
     return shape;
 }
@@ -193,7 +193,7 @@ Expected<std::uint64_t> FindTable(const ScanFile& file, std::uint64_t firstChunk
     }
     const auto load = [&](std::uint64_t at) -> Expected<std::uint64_t> {
         if (auto read = file.Read(at, bytes.data(), bytes.size()); !read) {
-            return tl::unexpected(read.error());
+            return ErrorOf(read);
         }
         return Load<std::uint64_t>(bytes.data());
     };
@@ -213,10 +213,10 @@ Expected<std::uint64_t> FindTable(const ScanFile& file, std::uint64_t firstChunk
 Expected<std::vector<Chunk>> ReadEntries(const ScanFile& file, const LasHeader& header,
                                          std::uint64_t firstChunk, bool variable) {
     const auto table = FindTable(file, firstChunk);
-    if (!table) return tl::unexpected(table.error());
+    if (!table) return ErrorOf(table);
     std::array<std::uint8_t, kTableHeaderBytes> start{};
     if (auto read = file.Read(*table, start.data(), start.size()); !read) {
-        return tl::unexpected(read.error());
+        return ErrorOf(read);
     }
     const auto version = Load<std::uint32_t>(start.data());
     const std::uint64_t count = Load<std::uint32_t>(start.data() + 4);
@@ -230,7 +230,7 @@ Expected<std::vector<Chunk>> ReadEntries(const ScanFile& file, const LasHeader& 
     const std::uint64_t coded = *table + kTableHeaderBytes;
     const std::uint64_t length = std::min(file.BytesFrom(coded), (count + 1) * kMaxEntryBytes);
     if (auto read = file.ReadBlock(coded, static_cast<std::size_t>(length), bytes); !read) {
-        return tl::unexpected(read.error());
+        return ErrorOf(read);
     }
     ArithmeticDecoder in(bytes);
     const auto decoder = std::make_unique<IntegerDecoder<32, 2>>();
@@ -285,16 +285,16 @@ Expected<void> CountPoints(const ScanFile& file, const LasHeader& header, std::u
 
 Expected<LazLayout> ReadLazLayout(const ScanFile& file, const LasHeader& header) {
     const auto parameters = ReadParameters(file, header);
-    if (!parameters) return tl::unexpected(parameters.error());
+    if (!parameters) return ErrorOf(parameters);
     const auto shape = ShapeOf(file, header, *parameters);
-    if (!shape) return tl::unexpected(shape.error());
+    if (!shape) return ErrorOf(shape);
     LazLayout layout{*shape, header.pointFormat >= 6, {}};
     if (header.points == 0) return layout;
     const std::uint64_t firstChunk = header.firstPointByte + sizeof(std::uint64_t);
     auto chunks = ReadEntries(file, header, firstChunk, parameters->chunkPoints == kVariableChunks);
-    if (!chunks) return tl::unexpected(chunks.error());
+    if (!chunks) return ErrorOf(chunks);
     if (auto counted = CountPoints(file, header, parameters->chunkPoints, *chunks); !counted) {
-        return tl::unexpected(counted.error());
+        return ErrorOf(counted);
     }
     layout.chunks = std::move(*chunks);
     return layout;

@@ -143,7 +143,7 @@ public:
         if (piece.records == 0) return false;
         const auto bytes = static_cast<std::size_t>(piece.records * recordBytes_);
         if (auto read = File().ReadBlock(piece.fileOffset, bytes, piece.bytes); !read) {
-            return tl::unexpected(read.error());
+            return ErrorOf(read);
         }
         next_ += piece.records;
         return true;
@@ -213,7 +213,7 @@ public:
         for (std::size_t i = 0; i < streams_.size(); ++i) {
             const auto bytes = static_cast<std::size_t>(piece.records) * Columns()[i].size;
             if (auto taken = streams_[i].Take(out, bytes); !taken) {
-                return tl::unexpected(taken.error());
+                return ErrorOf(taken);
             }
             out += bytes;
         }
@@ -326,7 +326,7 @@ private:
 
 Expected<std::unique_ptr<ScanReader>> OpenPcd(ScanFile file) {
     auto header = ReadPcdHeader(file);
-    if (!header) return tl::unexpected(header.error());
+    if (!header) return ErrorOf(header);
     Expected<void> ready;
     std::unique_ptr<ScanReader> reader;
     if (header->points == 0 || header->encoding == PcdEncoding::Ascii) {
@@ -340,7 +340,7 @@ Expected<std::unique_ptr<ScanReader>> OpenPcd(ScanFile file) {
         ready = packed->FindStreams();
         reader = std::move(packed);
     }
-    if (!ready) return tl::unexpected(ready.error());
+    if (!ready) return ErrorOf(ready);
     return reader;
 }
 

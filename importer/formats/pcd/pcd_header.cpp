@@ -58,10 +58,10 @@ private:
 Expected<PcdHeader> HeaderReading::Run() {
     std::vector<std::uint8_t> bytes;
     const auto size = static_cast<std::size_t>(std::min(file_.Size(), kHeaderBytes));
-    if (auto read = file_.ReadBlock(0, size, bytes); !read) return tl::unexpected(read.error());
+    if (auto read = file_.ReadBlock(0, size, bytes); !read) return ErrorOf(read);
     Expected<void> done = ReadLines({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     if (done) done = Fill();
-    if (!done) return tl::unexpected(done.error());
+    if (!done) return ErrorOf(done);
     return std::move(header_);
 }
 

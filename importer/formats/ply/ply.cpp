@@ -7,7 +7,7 @@ namespace orvix::importer {
 
 Expected<std::unique_ptr<ScanReader>> OpenPly(ScanFile file) {
     auto header = ReadPlyHeader(file);
-    if (!header) return tl::unexpected(header.error());
+    if (!header) return ErrorOf(header);
     const bool ascii = header->encoding == PlyEncoding::Ascii;
     const PlyElement& vertex = header->Vertex();
     // A line holds at least a digit and a line end or blank for each property.

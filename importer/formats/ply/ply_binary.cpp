@@ -24,7 +24,7 @@ public:
             first_ = offset;
             if (auto read = file_->ReadBlock(offset, size, block_); !read) {
                 block_.clear();
-                return tl::unexpected(read.error());
+                return ErrorOf(read);
             }
         }
         return block_.data() + (offset - first_);
@@ -90,13 +90,13 @@ Expected<bool> PlyBinaryReader::Next(RawPiece& piece) {
     piece.firstRecord = atVertices ? record_ : 0;
     if (!atVertices) {
         piece.bytes.clear();
-        if (auto skipped = SkipElement(); !skipped) return tl::unexpected(skipped.error());
+        if (auto skipped = SkipElement(); !skipped) return ErrorOf(skipped);
         return true;
     }
     const PlyElement& vertex = header_.Vertex();
     if (record_ == vertex.count) return false;
     const auto cut = vertex.HasList() ? CutListRecords(piece) : CutRecords(piece);
-    if (!cut) return tl::unexpected(cut.error());
+    if (!cut) return ErrorOf(cut);
     return true;
 }
 
@@ -119,7 +119,7 @@ Expected<void> PlyBinaryReader::SkipElement() {
     const std::uint64_t stop = record_ + std::min(element.count - record_, kStretch);
     for (; record_ < stop; ++record_) {
         const auto end = RecordEnd(element, offset_);
-        if (!end) return tl::unexpected(end.error());
+        if (!end) return ErrorOf(end);
         offset_ = *end;
     }
     if (record_ == element.count) {
@@ -149,7 +149,7 @@ Expected<void> PlyBinaryReader::CutListRecords(RawPiece& piece) {
     const PlyElement& vertex = header_.Vertex();
     while (record_ < vertex.count) {
         const auto end = RecordEnd(vertex, offset_);
-        if (!end) return tl::unexpected(end.error());
+        if (!end) return ErrorOf(end);
         if (*end - piece.fileOffset > kPieceBytes) {
             if (piece.records != 0) break;
             return file_.Bad(fmt::format(
@@ -181,7 +181,7 @@ Expected<std::uint64_t> PlyBinaryReader::RecordEnd(const PlyElement& element,
             const std::size_t lead = SizeOf(*property.countType);
             if (lead > file_.BytesFrom(offset)) return cutShort(offset);
             const auto at = window_.At(offset, lead);
-            if (!at) return tl::unexpected(at.error());
+            if (!at) return ErrorOf(at);
             const bool bigEndian = header_.encoding == PlyEncoding::BigEndian;
             const std::int64_t length = LoadListLength(*property.countType, bigEndian, *at);
             if (length < 0) {

@@ -218,7 +218,7 @@ Expected<PlyHeader> ReadPlyHeader(const ScanFile& file) {
     std::vector<std::uint8_t> bytes;
     const std::uint64_t read = std::min(file.Size(), kHeaderLimit);
     if (auto done = file.ReadBlock(0, static_cast<std::size_t>(read), bytes); !done) {
-        return tl::unexpected(done.error());
+        return ErrorOf(done);
     }
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     HeaderParser parser;

@@ -146,7 +146,7 @@ public:
         if (bytes == 0) return false;
         std::vector<std::uint8_t> start;
         if (auto read = file_.ReadBlock(offset, bytes, start); !read) {
-            return tl::unexpected(read.error());
+            return ErrorOf(read);
         }
         BlockHead head;
         const bool whole = ReadHead({reinterpret_cast<const char*>(start.data()), bytes}, head);
@@ -195,8 +195,8 @@ bool LooksLikePtx(std::string_view start) {
 
 Expected<std::unique_ptr<ScanReader>> OpenPtx(ScanFile file) {
     auto reader = std::make_unique<PtxReader>(std::move(file));
-    if (auto first = reader->StartBlock(); !first) return tl::unexpected(first.error());
-    if (auto rewound = reader->Rewind(); !rewound) return tl::unexpected(rewound.error());
+    if (auto first = reader->StartBlock(); !first) return ErrorOf(first);
+    if (auto rewound = reader->Rewind(); !rewound) return ErrorOf(rewound);
     return reader;
 }
 

@@ -93,7 +93,7 @@ public:
 
     Expected<bool> Next(RawPiece& piece) override {
         if (linesLeft_ == std::uint64_t{0}) {
-            if (auto begun = BeginScan(); !begun) return tl::unexpected(begun.error());
+            if (auto begun = BeginScan(); !begun) return ErrorOf(begun);
         }
         piece.scan = scan_;
         const std::uint64_t before = lines_.Line();
@@ -158,7 +158,7 @@ private:
 
 Expected<std::unique_ptr<ScanReader>> OpenText(ScanFile file) {
     auto layout = SniffText(file);
-    if (!layout) return tl::unexpected(layout.error());
+    if (!layout) return ErrorOf(layout);
     return std::make_unique<TextReader>(std::move(file), std::move(*layout));
 }
 

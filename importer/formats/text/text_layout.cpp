@@ -305,9 +305,9 @@ Expected<TextLayout> SniffText(const ScanFile& file) {
     std::vector<std::uint8_t> bytes;
     const std::uint64_t read = std::min(file.Size(), kPieceBytes);
     if (auto done = file.ReadBlock(0, static_cast<std::size_t>(read), bytes); !done) {
-        return tl::unexpected(done.error());
+        return ErrorOf(done);
     }
-    if (auto text = CheckIsText(file, bytes); !text) return tl::unexpected(text.error());
+    if (auto text = CheckIsText(file, bytes); !text) return ErrorOf(text);
     const Sample sample = CollectLines({reinterpret_cast<const char*>(bytes.data()), bytes.size()},
                                        read == file.Size());
     if (sample.lines.empty() && read < file.Size()) {

@@ -73,7 +73,7 @@ public:
         double reach = std::max(kFirstReach, 10 * split_);
         for (int widenings = 0;;) {
             const double within = std::min(reach, options_.reach);
-            if (auto step = GrowWithin(within); !step) return tl::unexpected(step.error());
+            if (auto step = GrowWithin(within); !step) return ErrorOf(step);
             const bool further = ended_ == PlaneWorm::Ended::Reach && within < options_.reach;
             if (further) reach *= 2;
             // A surface that bends a little goes on once its bend is allowed for.
@@ -126,7 +126,7 @@ private:
         reach_ = reach;
         auto loaded = detail::LoadSlab(cloud_, SlabWithin(reach), options_.memoryLimitBytes,
                                        options_.proceed);
-        if (!loaded) return tl::unexpected(loaded.error());
+        if (!loaded) return ErrorOf(loaded);
         slab_ = std::move(*loaded);
         FittedPlane base = plane_;
         // The reach is measured from the base's centroid: here, from the seed.
@@ -247,7 +247,7 @@ private:
                         "hardly a point lies on the plane in the cells at the seed; allow a larger "
                         "distance from the plane or larger cells, or choose another seed");
         }
-        if (auto measured = Measure(result); !measured) return tl::unexpected(measured.error());
+        if (auto measured = Measure(result); !measured) return ErrorOf(measured);
         BuildOutline(result.plane);
         result.area = result.plane.Area();
         return result;
@@ -319,7 +319,7 @@ Expected<SeedPlane> GrowPlaneFromSeed(detail::CloudSource& cloud, const PlaneWor
                                 asked, kLargestSplitSize));
     }
     auto fit = detail::FitAtSeed(cloud, seed, options.snapDistance);
-    if (!fit) return tl::unexpected(fit.error());
+    if (!fit) return ErrorOf(fit);
     return Grower(cloud, settings, std::move(*fit), options).Grow();
 }
 

@@ -61,7 +61,7 @@ Expected<Nearest> FindNearest(CloudSource& cloud, const Vector& seed) {
     auto walked = cloud.VisitCells(near, [&](const CloudCell& cell) {
         bound = std::min(bound, FarthestInBox(cell.box, seed));
     });
-    if (!walked) return tl::unexpected(walked.error());
+    if (!walked) return ErrorOf(walked);
     Nearest nearest;
     std::vector<CCloudPoint<float>> points;
     // Stored boxes and points are rounded differently.
@@ -75,7 +75,7 @@ Expected<Nearest> FindNearest(CloudSource& cloud, const Vector& seed) {
         }
         bound = std::min(bound, nearest.distance);
     });
-    if (!walked) return tl::unexpected(walked.error());
+    if (!walked) return ErrorOf(walked);
     return nearest;
 }
 
@@ -85,7 +85,7 @@ public:
         Neighbourhood around;
         for (double radius = kStartRadius;; radius *= 1.5) {
             around.radius_ = std::min(radius, kLargestRadius);
-            if (auto read = around.Read(cloud, seed); !read) return tl::unexpected(read.error());
+            if (auto read = around.Read(cloud, seed); !read) return ErrorOf(read);
             if (around.seen_ >= kWantedNeighbours || radius >= kLargestRadius) break;
         }
         std::stable_sort(
@@ -255,7 +255,7 @@ double NoiseOf(const FittedPlane& plane, const std::vector<SimplePointT<double>>
 Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed,
                             double snapDistance) {
     const auto nearest = FindNearest(cloud, seed);
-    if (!nearest) return tl::unexpected(nearest.error());
+    if (!nearest) return ErrorOf(nearest);
     if (!(nearest->distance <= snapDistance)) {
         if (!std::isfinite(nearest->distance)) {
             return Fail(ErrorCode::BadInput, "the cloud holds no points to fit a plane to");
@@ -269,7 +269,7 @@ Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed
                 nearest->distance));
     }
     const auto around = Neighbourhood::Gather(cloud, nearest->position);
-    if (!around) return tl::unexpected(around.error());
+    if (!around) return ErrorOf(around);
     const char* fault = "do not span a plane";
     std::optional<Fit> fit;
     if (SpansPlane(*around)) {

@@ -64,7 +64,7 @@ Expected<SlabPoints> LoadSlab(CloudSource& cloud, const Slab& slab, std::uint64_
     std::uint64_t candidates = 0;
     auto counted = cloud.VisitCells([&](const ExtendsT<double>& box) { return slab.Meets(box); },
                                     [&](const CloudCell& cell) { candidates += cell.run.count; });
-    if (!counted) return tl::unexpected(counted.error());
+    if (!counted) return ErrorOf(counted);
     const std::uint64_t room = std::max<std::uint64_t>(memoryLimitBytes / kBytesPerPoint, 1);
     SlabPoints loaded;
     const std::uint64_t stride = candidates / room + (candidates % room != 0 ? 1 : 0);
@@ -74,7 +74,7 @@ Expected<SlabPoints> LoadSlab(CloudSource& cloud, const Slab& slab, std::uint64_
                           loaded.points.push_back(p);
                           loaded.records.push_back(record);
                       });
-    if (!read) return tl::unexpected(read.error());
+    if (!read) return ErrorOf(read);
     return loaded;
 }
 

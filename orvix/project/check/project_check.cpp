@@ -138,7 +138,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options) {
     ProjectManager paths;
     if (auto found = detail::FindProject(paths, projectFile); !found) {
-        return tl::unexpected(std::move(found.error()));
+        return ErrorOf(found);
     }
     CheckLog log(options);
     CheckFiles(log, paths);
