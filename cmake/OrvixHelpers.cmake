@@ -30,11 +30,11 @@ function(orvix_public_headers room)
   endforeach()
 endfunction()
 
-# orvix_window_resource(target): the dialogs that the library opens on Windows are resources of the
+# orvix_window_resource(target): the look of the library's windows on Windows is a resource of the
 # module that its code is part of: the DLL, or a program that links the archive and opens one.
 function(orvix_window_resource target)
   if(WIN32)
-    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/orvix/platform/win32/params_dialog.rc)
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/orvix/platform/win32/row_window.rc)
   endif()
 endfunction()
 

@@ -93,7 +93,7 @@ Outcome OutcomeOf(const PlaneWormSettings& settings, bool saved) {
 // its ticks.
 void Preview(PlaneParams& dialog, PreviewSearch& search) {
     dialog.DrawCallback([&dialog, &search](const PlaneWormSettings& tried) {
-        platform::ParamsPicture waiting;
+        platform::WindowPicture waiting;
         waiting.text = UtilityLib::LocaleString(localization::kSearching);
         dialog.ShowPicture(waiting);
         search.Start(tried);

@@ -36,7 +36,7 @@ void PreviewSearch::Start(const PlaneWormSettings& settings) {
     changed_.notify_one();
 }
 
-std::optional<platform::ParamsPicture> PreviewSearch::Take() {
+std::optional<platform::WindowPicture> PreviewSearch::Take() {
     const std::lock_guard lock(mutex_);
     return std::exchange(found_, std::nullopt);
 }
@@ -49,15 +49,15 @@ void PreviewSearch::Work() {
         const PlaneRequest request = *std::exchange(next_, std::nullopt);
         outdated_ = false;
         lock.unlock();
-        platform::ParamsPicture picture = Search(request);
+        platform::WindowPicture picture = Search(request);
         lock.lock();
         if (!outdated_) found_ = std::move(picture);
     }
 }
 
-platform::ParamsPicture PreviewSearch::Search(const PlaneRequest& request) const {
+platform::WindowPicture PreviewSearch::Search(const PlaneRequest& request) const {
     const auto finding = FindPlane(project_, request, [this] { return !outdated_; });
-    platform::ParamsPicture picture;
+    platform::WindowPicture picture;
     if (!finding) {
         picture.text = platform::FromUtf8(finding.error().message);
         return picture;

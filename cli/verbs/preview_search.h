@@ -9,7 +9,7 @@
 
 #include "cli/verbs/plane_search.h"
 #include "orvix/planes/plane_worm_settings.h"
-#include "orvix/platform/params_window.h"
+#include "orvix/platform/row_window.h"
 
 namespace orvix::cli {
 
@@ -35,18 +35,18 @@ public:
 
     void Start(const PlaneWormSettings& settings);
     /// The last search's picture, once, when it is there.
-    std::optional<platform::ParamsPicture> Take();
+    std::optional<platform::WindowPicture> Take();
 
 private:
     void Work();
-    [[nodiscard]] platform::ParamsPicture Search(const PlaneRequest& request) const;
+    [[nodiscard]] platform::WindowPicture Search(const PlaneRequest& request) const;
 
     CString project_;
     PlaneRequest request_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::optional<PlaneRequest> next_;
-    std::optional<platform::ParamsPicture> found_;
+    std::optional<platform::WindowPicture> found_;
     std::atomic<bool> outdated_ = false;  // the search under way is no longer wanted
     bool ending_ = false;
     std::thread worker_;  // last: it uses the others

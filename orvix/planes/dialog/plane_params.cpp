@@ -2,27 +2,22 @@
 #include "orvix/planes/dialog/plane_params.h"
 
 #include <algorithm>
-#include <array>
 #include <cassert>
 #include <utility>
 
-#include "orvix/planes/dialog/no_params_window.h"
 #include "orvix/planes/dialog/plane_params_captions.h"
-#include "orvix/planes/dialog/plane_params_sets.h"
+#include "orvix/planes/dialog/plane_params_state.h"
 #include "orvix/planes/dialog/plane_params_values.h"
-#include "orvix/platform/params_window_maker.h"
+#include "orvix/platform/row_window_maker.h"
 
 namespace orvix {
 namespace {
 
 using detail::ParameterSet;
+using detail::PlaneRow;
 using detail::WhichSet;
-using platform::ParamsButton;
-using platform::ParamsSlider;
-using platform::ParamsStep;
 
 constexpr double kDefaultDiff = 0.15;
-constexpr std::int32_t kLargestLeast = 1000;  // centimetres
 
 /// The choice's entries are the sets in this order.
 int EntryOf(WhichSet which) {
@@ -33,108 +28,7 @@ WhichSet SetOf(int entry) {
     return entry == 1 ? WhichSet::Skeleton : WhichSet::Alive;
 }
 
-std::int32_t LeastCentimetres(double least) {
-    std::int32_t centimetres = 1;
-    while (centimetres < kLargestLeast && detail::SplitSizeOf(centimetres) < least) ++centimetres;
-    return centimetres;
-}
-
 }  // namespace
-
-struct PlaneParams::State final : platform::ParamsEvents {
-    State(PlaneParams& dialog, std::shared_ptr<PlaneWormSettings> shared, bool draws, double value,
-          void* owner)
-        : self(dialog),
-          settings(std::move(shared)),
-          preview(draws),
-          least(LeastCentimetres(value)),
-          parent(owner) {}
-
-    CSliderCtrl& Slider(ParamsSlider slider) { return sliders[static_cast<std::size_t>(slider)]; }
-    [[nodiscard]] int Position(ParamsSlider slider) const {
-        return sliders[static_cast<std::size_t>(slider)].GetPos();
-    }
-    void Place(ParamsSlider slider, int position) { Slider(slider).SetPos(position); }
-    [[nodiscard]] bool Moved(ParamsSlider slider) const {
-        return Position(slider) != shown[static_cast<std::size_t>(slider)];
-    }
-    ParameterSet& Shown() { return sets.Shown(); }
-    void SetRange(ParamsSlider slider, int low, int high) {
-        Slider(slider).SetRange(low, high);
-        window->SetRange(slider, low, high);
-    }
-    void PlaceSplitSize(std::int32_t centimetres);
-
-    void Opened() override { self.OnInitDialog(); }
-    void ChoiceMade(int chosen) override;
-    void SliderMoved(ParamsSlider slider, int position) override;
-    void StepPressed(ParamsSlider slider, ParamsStep step) override;
-    void ButtonPressed(ParamsButton button) override;
-    void Tick() override {
-        if (tick) tick();
-    }
-
-    PlaneParams& self;
-    std::shared_ptr<PlaneWormSettings> settings;
-    bool preview;
-    std::int32_t least;
-    void* parent;
-    Draw draw;
-    Orbit orbit;
-    PlaneParams::Tick tick;
-    CString trouble;
-    detail::NoWindow noWindow;
-    std::unique_ptr<platform::ParamsWindow> hostWindow;
-    platform::ParamsWindow* window = &noWindow;
-
-    detail::ParameterSets sets;
-    int entry = 0;  // of the choice
-    std::array<CSliderCtrl, platform::kParamsSliders> sliders;
-    std::array<int, platform::kParamsSliders> shown{};  // positions that the set's values stand for
-};
-
-void PlaneParams::State::PlaceSplitSize(std::int32_t centimetres) {
-    Place(ParamsSlider::Metres, centimetres / 100);
-    Place(ParamsSlider::Decimetres, centimetres % 100 / 10);
-    Place(ParamsSlider::Centimetres, centimetres % 10);
-}
-
-void PlaneParams::State::ChoiceMade(int chosen) {
-    entry = chosen;
-    self.OnCbnSelchangeComboData();
-}
-
-void PlaneParams::State::SliderMoved(ParamsSlider slider, int position) {
-    Place(slider, position);
-    if (slider == ParamsSlider::Speed) return self.OnNMReleasedcaptureSliderSpeed();
-    self.OnNMReleasedcaptureSliderABC();
-}
-
-void PlaneParams::State::StepPressed(ParamsSlider slider, ParamsStep step) {
-    using Handler = void (PlaneParams::*)();
-    constexpr std::array<std::array<Handler, 2>, platform::kParamsSliders> kHandlers{{
-        {&PlaneParams::OnBnClickedButtonLM, &PlaneParams::OnBnClickedButtonRM},
-        {&PlaneParams::OnBnClickedButtonLDCM, &PlaneParams::OnBnClickedButtonRDCM},
-        {&PlaneParams::OnBnClickedButtonLCM, &PlaneParams::OnBnClickedButtonRCM},
-        {&PlaneParams::OnBnClickedButtonLABC, &PlaneParams::OnBnClickedButtonRABC},
-        {&PlaneParams::OnBnClickedButtonLSpeed, &PlaneParams::OnBnClickedButtonRSpeed},
-    }};
-    const auto& both = kHandlers[static_cast<std::size_t>(slider)];
-    (self.*both[step == ParamsStep::Down ? 0 : 1])();
-}
-
-void PlaneParams::State::ButtonPressed(ParamsButton button) {
-    switch (button) {
-        case ParamsButton::Default:
-            return self.OnBnClickedButtonDefault();
-        case ParamsButton::View:
-            return self.OnBnClickedView();
-        case ParamsButton::Ok:
-            return self.OnBnClickedOk();
-        case ParamsButton::Cancel:
-            return self.OnBnClickedCancel();
-    }
-}
 
 PlaneParams::PlaneParams(std::shared_ptr<PlaneWormSettings> settings, const bool& flag,
                          const double& value, void* parent)
@@ -146,9 +40,9 @@ PlaneParams::~PlaneParams() = default;
 
 int PlaneParams::DoModal() {
     State& s = *state_;
-    std::unique_ptr<platform::ParamsWindow> made;
+    std::unique_ptr<platform::RowWindow> made;
     if (!s.hostWindow) {
-        auto window = platform::MakeParamsWindow();
+        auto window = platform::MakeRowWindow("the plane parameters window");
         if (!window) {
             s.trouble = platform::FromUtf8(window.error().message);
             return kCannotOpen;
@@ -156,7 +50,7 @@ int PlaneParams::DoModal() {
         made = std::move(*window);
     }
     s.window = made ? made.get() : s.hostWindow.get();
-    const int code = s.window->Run(s.parent, s);
+    const int code = s.window->Run(s.parent, detail::PlaneParamsContent(s.settings->stepClass), s);
     s.trouble = code == kCannotOpen ? s.window->Trouble() : CString();
     s.window = &s.noWindow;
     return code;
@@ -166,7 +60,7 @@ const CString& PlaneParams::Trouble() const {
     return state_->trouble;
 }
 
-void PlaneParams::UseWindow(std::unique_ptr<platform::ParamsWindow> window) {
+void PlaneParams::UseWindow(std::unique_ptr<platform::RowWindow> window) {
     state_->hostWindow = std::move(window);
 }
 
@@ -182,7 +76,7 @@ void PlaneParams::TickCallback(Tick tick) {
     state_->tick = std::move(tick);
 }
 
-void PlaneParams::ShowPicture(const platform::ParamsPicture& picture) {
+void PlaneParams::ShowPicture(const platform::WindowPicture& picture) {
     state_->window->ShowPicture(picture);
 }
 
@@ -190,14 +84,11 @@ bool PlaneParams::OnInitDialog() {
     State& s = *state_;
     s.sets = detail::ParameterSets(*s.settings);
     s.entry = EntryOf(s.sets.Which());
-    s.window->SetCaptions(detail::CaptionsOfPlaneParams(s.settings->stepClass));
     s.window->SetChoice(s.entry);
-    s.window->EnableView(s.preview);
-    for (const ParamsSlider slider :
-         {ParamsSlider::Metres, ParamsSlider::Decimetres, ParamsSlider::Centimetres})
-        s.SetRange(slider, 0, 10);
-    s.SetRange(ParamsSlider::Angle, 1, 100);
-    s.SetRange(ParamsSlider::Speed, 0, 2);
+    s.window->EnableButton(static_cast<int>(detail::PlaneButton::View), s.preview);
+    for (std::size_t row = 0; row < detail::kPlaneRows; ++row)
+        s.sliders[row].SetRange(detail::kPlaneRowRanges[row].low,
+                                detail::kPlaneRowRanges[row].high);
     SetValues();
     DrawResult();
     return true;
@@ -208,17 +99,9 @@ void PlaneParams::SetValues() {
     s.sets.Show(SetOf(s.entry));
     const ParameterSet& set = s.Shown();
     s.PlaceSplitSize(detail::CentimetresOf(set.splitSize));
-    s.Place(ParamsSlider::Angle, detail::AngleStepsOf(set.diffs[0]));
-    s.Place(ParamsSlider::Speed, detail::SpeedOf(set.minPlane));
-    ShowSliders();
-}
-
-void PlaneParams::ShowSliders() {
-    State& s = *state_;
-    for (std::size_t i = 0; i < s.sliders.size(); ++i) s.shown[i] = s.sliders[i].GetPos();
-    UpdateAngle();
-    UpdateStep();
-    UpdateSpeed();
+    s.Slider(PlaneRow::Angle).SetPos(detail::AngleStepsOf(set.diffs[0]));
+    s.Slider(PlaneRow::Speed).SetPos(detail::SpeedOf(set.minPlane));
+    s.ShowSliders();
 }
 
 bool PlaneParams::LStep(CSliderCtrl* slider) {
@@ -233,122 +116,84 @@ bool PlaneParams::RStep(CSliderCtrl* slider) {
     return slider->GetPos() != before;
 }
 
-void PlaneParams::StepDown(ParamsSlider slider) {
-    if (LStep(&state_->Slider(slider))) TakeMoved();
-}
-
-void PlaneParams::StepUp(ParamsSlider slider) {
-    if (RStep(&state_->Slider(slider))) TakeMoved();
-}
-
 void PlaneParams::OnBnClickedButtonLABC() {
-    StepDown(ParamsSlider::Angle);
+    state_->StepDown(PlaneRow::Angle);
     UpdateAngle();
 }
 
 void PlaneParams::OnBnClickedButtonRABC() {
-    StepUp(ParamsSlider::Angle);
+    state_->StepUp(PlaneRow::Angle);
     UpdateAngle();
 }
 
 void PlaneParams::OnBnClickedButtonLCM() {
-    StepDown(ParamsSlider::Centimetres);
+    state_->StepDown(PlaneRow::Centimetres);
     UpdateStep();
 }
 
 void PlaneParams::OnBnClickedButtonRCM() {
-    StepUp(ParamsSlider::Centimetres);
+    state_->StepUp(PlaneRow::Centimetres);
     UpdateStep();
 }
 
 void PlaneParams::OnBnClickedButtonLDCM() {
-    StepDown(ParamsSlider::Decimetres);
+    state_->StepDown(PlaneRow::Decimetres);
     UpdateStep();
 }
 
 void PlaneParams::OnBnClickedButtonRDCM() {
-    StepUp(ParamsSlider::Decimetres);
+    state_->StepUp(PlaneRow::Decimetres);
     UpdateStep();
 }
 
 void PlaneParams::OnBnClickedButtonLM() {
-    StepDown(ParamsSlider::Metres);
+    state_->StepDown(PlaneRow::Metres);
     UpdateStep();
 }
 
 void PlaneParams::OnBnClickedButtonRM() {
-    StepUp(ParamsSlider::Metres);
+    state_->StepUp(PlaneRow::Metres);
     UpdateStep();
 }
 
 void PlaneParams::OnBnClickedButtonLSpeed() {
-    StepDown(ParamsSlider::Speed);
+    state_->StepDown(PlaneRow::Speed);
     UpdateSpeed();
 }
 
 void PlaneParams::OnBnClickedButtonRSpeed() {
-    StepUp(ParamsSlider::Speed);
+    state_->StepUp(PlaneRow::Speed);
     UpdateSpeed();
-}
-
-/// Values change where a slider stands elsewhere than it was shown, and nowhere else.
-void PlaneParams::TakeMoved() {
-    State& s = *state_;
-    if (s.Moved(ParamsSlider::Metres) || s.Moved(ParamsSlider::Decimetres) ||
-        s.Moved(ParamsSlider::Centimetres))
-        TakeSplitSize();
-    if (s.Moved(ParamsSlider::Angle))
-        s.Shown().diffs.fill(detail::DiffOf(s.Position(ParamsSlider::Angle)));
-    if (s.Moved(ParamsSlider::Speed))
-        s.Shown().minPlane =
-            detail::MinPlaneOf(s.Position(ParamsSlider::Speed), s.Shown().thirdMinPlane);
-    for (std::size_t i = 0; i < s.sliders.size(); ++i) s.shown[i] = s.sliders[i].GetPos();
-}
-
-void PlaneParams::TakeSplitSize() {
-    State& s = *state_;
-    const std::int32_t sum = s.Position(ParamsSlider::Metres) * 100 +
-                             s.Position(ParamsSlider::Decimetres) * 10 +
-                             s.Position(ParamsSlider::Centimetres);
-    if (sum < s.least) s.PlaceSplitSize(s.least);
-    s.Shown().splitSize = detail::SplitSizeOf(std::max(sum, s.least));
 }
 
 void PlaneParams::UpdateAngle() {
     State& s = *state_;
-    const int position = s.Position(ParamsSlider::Angle);
-    const double least = *std::ranges::min_element(s.Shown().diffs);
-    s.window->SetPosition(ParamsSlider::Angle, position);
-    s.window->SetValue(ParamsSlider::Angle,
-                       detail::AngleText(position, detail::PassingAngle(least)));
+    const double tightest = *std::ranges::min_element(s.Shown().diffs);
+    s.ShowRow(PlaneRow::Angle,
+              detail::AngleText(s.Position(PlaneRow::Angle), detail::PassingAngle(tightest)));
 }
 
 void PlaneParams::UpdateStep() {
     State& s = *state_;
-    const auto show = [&s](ParamsSlider slider, CString (*text)(int)) {
-        s.window->SetPosition(slider, s.Position(slider));
-        s.window->SetValue(slider, text(s.Position(slider)));
-    };
-    show(ParamsSlider::Metres, &detail::MetresText);
-    show(ParamsSlider::Decimetres, &detail::DecimetresText);
-    show(ParamsSlider::Centimetres, &detail::CentimetresText);
-    s.window->SetStep(detail::StepText(s.Shown().splitSize));
+    s.ShowRow(PlaneRow::Metres, detail::MetresText(s.Position(PlaneRow::Metres)));
+    s.ShowRow(PlaneRow::Decimetres, detail::DecimetresText(s.Position(PlaneRow::Decimetres)));
+    s.ShowRow(PlaneRow::Centimetres, detail::CentimetresText(s.Position(PlaneRow::Centimetres)));
+    s.window->SetGroupNote(detail::StepText(s.Shown().splitSize));
 }
 
 void PlaneParams::UpdateSpeed() {
     State& s = *state_;
-    s.window->SetPosition(ParamsSlider::Speed, s.Position(ParamsSlider::Speed));
-    s.window->SetValue(ParamsSlider::Speed, detail::SpeedText(s.Position(ParamsSlider::Speed)));
+    s.ShowRow(PlaneRow::Speed, detail::SpeedText(s.Position(PlaneRow::Speed)));
 }
 
 void PlaneParams::OnNMReleasedcaptureSliderABC() {
-    TakeMoved();
+    state_->TakeMoved();
     UpdateAngle();
     UpdateStep();
 }
 
 void PlaneParams::OnNMReleasedcaptureSliderSpeed() {
-    TakeMoved();
+    state_->TakeMoved();
     UpdateSpeed();
 }
 

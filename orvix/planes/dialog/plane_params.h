@@ -7,7 +7,7 @@
 #include "orvix/planes/dialog/slider_ctrl.h"
 #include "orvix/planes/plane_worm_settings.h"
 #include "orvix/platform/export.h"
-#include "orvix/platform/params_window.h"
+#include "orvix/platform/row_window.h"
 #include "orvix/platform/text.h"
 
 namespace orvix {
@@ -61,7 +61,7 @@ public:
     /// Why DoModal could not open the dialog, a sentence.
     [[nodiscard]] const CString& Trouble() const;
     /// A window of the host's own toolkit in place of the system's.
-    void UseWindow(std::unique_ptr<platform::ParamsWindow> window);
+    void UseWindow(std::unique_ptr<platform::RowWindow> window);
 
     /// The host's preview: called with a copy of the settings that holds what the dialog shows,
     /// its set current, when the dialog opens and at View.
@@ -73,10 +73,10 @@ public:
     /// long: work on another thread, show the result from here.
     void TickCallback(Tick tick);
     /// Shows a picture, or a text, beside the settings; for hosts without a drawing of their own.
-    void ShowPicture(const platform::ParamsPicture& picture);
+    void ShowPicture(const platform::WindowPicture& picture);
 
     /// What the window's events lead to. A host with a window of its own needs none of them: it
-    /// passes events to the ParamsEvents that its Run is given.
+    /// passes events to the RowWindowEvents that its Run is given.
     bool OnInitDialog();
     void SetValues();
     /// Moves a slider one position down or up; whether it moved, which at an end it does not.
@@ -111,12 +111,6 @@ public:
 
 private:
     struct State;
-
-    void StepDown(platform::ParamsSlider slider);
-    void StepUp(platform::ParamsSlider slider);
-    void TakeMoved();
-    void TakeSplitSize();
-    void ShowSliders();
 
     std::unique_ptr<State> state_;
 };

@@ -8,12 +8,14 @@
 
 #include "localization/text_ids.h"
 #include "orvix/planes/dialog/caption_keys.h"
+#include "orvix/planes/dialog/plane_params_rows.h"
 #include "orvix/platform/utility_lib.h"
 
 namespace orvix::detail {
 namespace {
 
 using namespace localization;
+using platform::ButtonRole;
 
 constexpr std::int32_t kLastStepClass = 3;
 
@@ -36,28 +38,37 @@ CString LongestSpeed() {
 
 }  // namespace
 
-platform::ParamsCaptions CaptionsOfPlaneParams(std::int32_t stepClass) {
+platform::RowWindowContent PlaneParamsContent(std::int32_t stepClass) {
     CaptionKeys keys;
     const auto marked = [&keys](unsigned int id) { return keys.Mark(Text(id)); };
     const auto scale = static_cast<unsigned int>(std::clamp(stepClass, 0, kLastStepClass));
-    platform::ParamsCaptions captions;
-    captions.title = Text(kPlaneParamsTitle);
-    captions.data = marked(kSelectData);
-    captions.choices = {Text(kFullCloud), Text(kThinnedCloud)};
-    captions.scale = Text(kThinnedTo1cm + scale);
-    captions.splitSize = Text(kSplitSize);
-    captions.sliders = {marked(kMetres), marked(kDecimetres), marked(kCentimetres),
-                        marked(kAngularTolerance), marked(kSpeed)};
-    captions.widest = {MetresText(10), DecimetresText(10), CentimetresText(10),
-                       AngleText(100, 180.0), LongestSpeed()};
-    captions.stepDown = Text(kStepDown);
-    captions.stepUp = Text(kStepUp);
-    captions.defaults = marked(kDefault);
-    captions.view = marked(kView);
+    platform::RowWindowContent content;
+    content.title = Text(kPlaneParamsTitle);
+    content.choiceCaption = marked(kSelectData);
+    content.choices = {Text(kFullCloud), Text(kThinnedCloud)};
+    content.choiceNote = Text(kThinnedTo1cm + scale);
+    content.groupCaption = Text(kSplitSize);
+    content.groupRows = kSplitSizeRows;
+    const auto addRow = [&](PlaneRow row, unsigned int id, const CString& widest) {
+        const PlaneRowRange range = kPlaneRowRanges[static_cast<std::size_t>(row)];
+        content.rows.push_back({marked(id), range.low, range.high, widest});
+    };
+    addRow(PlaneRow::Metres, kMetres, MetresText(10));
+    addRow(PlaneRow::Decimetres, kDecimetres, DecimetresText(10));
+    addRow(PlaneRow::Centimetres, kCentimetres, CentimetresText(10));
+    addRow(PlaneRow::Angle, kAngularTolerance, AngleText(100, 180.0));
+    addRow(PlaneRow::Speed, kSpeed, LongestSpeed());
+    content.stepDown = Text(kStepDown);
+    content.stepUp = Text(kStepUp);
+    const auto addButton = [&](PlaneButton button, const CString& caption, ButtonRole role) {
+        content.buttons.push_back({static_cast<int>(button), caption, role});
+    };
+    addButton(PlaneButton::Default, marked(kDefault), ButtonRole::Plain);
+    addButton(PlaneButton::View, marked(kView), ButtonRole::Plain);
     // Enter and Escape are their keys.
-    captions.ok = Text(kOk);
-    captions.cancel = Text(kCancel);
-    return captions;
+    addButton(PlaneButton::Ok, Text(kOk), ButtonRole::Accept);
+    addButton(PlaneButton::Cancel, Text(kCancel), ButtonRole::Cancel);
+    return content;
 }
 
 CString MetresText(int position) {

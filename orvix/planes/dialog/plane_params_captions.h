@@ -3,13 +3,14 @@
 
 #include <cstdint>
 
-#include "orvix/platform/params_window.h"
+#include "orvix/platform/row_window.h"
 
 namespace orvix::detail {
 
-/// The plane parameters window's captions in the current language, keys marked; `stepClass` picks
-/// the line that tells how far the project's skeleton is thinned.
-platform::ParamsCaptions CaptionsOfPlaneParams(std::int32_t stepClass);
+/// The plane parameters window in the current language: rows as PlaneRow, buttons as PlaneButton
+/// names them, keys marked. `stepClass` picks the line that says how far the project's skeleton is
+/// thinned.
+platform::RowWindowContent PlaneParamsContent(std::int32_t stepClass);
 
 CString MetresText(int position);       ///< "3 m"
 CString DecimetresText(int position);   ///< "3 dcm"

@@ -13,6 +13,7 @@
 
 #include "orvix/planes/dialog/caption_keys.h"
 #include "orvix/planes/dialog/plane_params_captions.h"
+#include "orvix/planes/dialog/plane_params_rows.h"
 #include "orvix/planes/dialog/plane_params_values.h"
 #include "orvix/platform/utility_lib.h"
 #include "support/scratch_folder.h"
@@ -22,57 +23,63 @@
 namespace orvix {
 namespace {
 
-using platform::ParamsButton;
-using platform::ParamsSlider;
-using platform::ParamsStep;
-using Positions = std::array<int, platform::kParamsSliders>;  // M, DCM, CM, ABC, speed
+using detail::PlaneButton;
+using detail::PlaneRow;
+using platform::SliderStep;
+using Positions = std::array<int, detail::kPlaneRows>;  // M, DCM, CM, ABC, speed
 
-/// Remembers what it was told; its user is a script.
-struct FakeWindow final : platform::ParamsWindow {
+/// Remembers what it was given; its user is a script.
+struct FakeWindow final : platform::RowWindow {
     using Script = std::function<void(FakeWindow&)>;
     explicit FakeWindow(Script what) : script(std::move(what)) {}
 
-    int Run(void* owner, platform::ParamsEvents& told) override {
+    int Run(void* owner, const platform::RowWindowContent& shown,
+            platform::RowWindowEvents& heard) override {
         parent = owner;
-        events = &told;
+        content = shown;
+        events = &heard;
         code = 0;
-        told.Opened();
+        heard.Opened();
         if (code == 0) script(*this);
         return code;
     }
     void Close(int with) override { code = with; }
     [[nodiscard]] CString Trouble() const override { return L"no screen"; }
-    void SetCaptions(const platform::ParamsCaptions& all) override { captions = all; }
     void SetChoice(int entry) override { choice = entry; }
-    void SetRange(ParamsSlider slider, int low, int high) override {
-        ranges[static_cast<std::size_t>(slider)] = {low, high};
+    void SetRow(std::size_t row, int position, const CString& value) override {
+        positions.at(row) = position;
+        values.at(row) = value;
     }
-    void SetPosition(ParamsSlider slider, int position) override {
-        positions[static_cast<std::size_t>(slider)] = position;
+    void SetGroupNote(const CString& text) override { step = text; }
+    void EnableButton(int id, bool enabled) override {
+        if (id == static_cast<int>(PlaneButton::View)) view = enabled;
     }
-    void SetValue(ParamsSlider slider, const CString& text) override {
-        values[static_cast<std::size_t>(slider)] = text;
-    }
-    void SetStep(const CString& text) override { step = text; }
-    void EnableView(bool enabled) override { view = enabled; }
-    void ShowPicture(const platform::ParamsPicture& shown) override { picture = shown.text; }
+    void ShowPicture(const platform::WindowPicture& shown) override { picture = shown.text; }
     void StepAside() override { log += L"aside "; }
     void ComeBack() override { log += L"back "; }
 
-    void Move(ParamsSlider slider, int position) { events->SliderMoved(slider, position); }
-    void Press(ParamsButton button) { events->ButtonPressed(button); }
-    void Step(ParamsSlider slider, ParamsStep direction) { events->StepPressed(slider, direction); }
+    void Move(PlaneRow row, int position) {
+        events->SliderMoved(static_cast<std::size_t>(row), position);
+    }
+    void Press(PlaneButton button) { events->ButtonPressed(static_cast<int>(button)); }
+    void Step(PlaneRow row, SliderStep direction) {
+        events->StepPressed(static_cast<std::size_t>(row), direction);
+    }
     void Choose(int entry) { events->ChoiceMade(entry); }
+    [[nodiscard]] std::vector<std::pair<int, int>> Ranges() const {
+        std::vector<std::pair<int, int>> ranges;
+        for (const platform::SliderRow& row : content.rows) ranges.emplace_back(row.low, row.high);
+        return ranges;
+    }
 
     Script script;
-    platform::ParamsEvents* events = nullptr;
+    platform::RowWindowEvents* events = nullptr;
     void* parent = nullptr;
     int code = 0;
-    platform::ParamsCaptions captions;
+    platform::RowWindowContent content;
     int choice = -1;
-    std::array<std::pair<int, int>, platform::kParamsSliders> ranges;
     Positions positions{};
-    std::array<CString, platform::kParamsSliders> values;
+    std::array<CString, detail::kPlaneRows> values;
     CString step;
     bool view = false;
     CString picture;
@@ -89,7 +96,7 @@ struct PlaneParamsTest : testing::Test {
         if (prepare) prepare(dialog);
         dialog.UseWindow(std::make_unique<FakeWindow>([&](FakeWindow& window) {
             script(window);
-            if (window.code == 0) window.Press(ParamsButton::Ok);
+            if (window.code == 0) window.Press(PlaneButton::Ok);
         }));
         return dialog.DoModal();
     }
@@ -112,14 +119,14 @@ TEST_F(PlaneParamsTest, OpensWithTheSetInUseItsRangesAndItsTexts) {
     Open([](FakeWindow& w) {
         EXPECT_EQ(w.choice, 1) << "usage 1 is the skeleton set";
         EXPECT_EQ(w.positions, (Positions{0, 4, 0, 10, 0}));
-        EXPECT_THAT(w.ranges,
+        EXPECT_THAT(w.Ranges(),
                     testing::ElementsAre(std::pair(0, 10), std::pair(0, 10), std::pair(0, 10),
                                          std::pair(1, 100), std::pair(0, 2)));
         EXPECT_THAT(w.values,
                     testing::ElementsAre(L"0 m", L"4 dcm", L"0 cm", L"10 (8.6\u00B0)", L"Exact"));
         EXPECT_EQ(w.step, L"Step: 0.40 m");
-        EXPECT_EQ(w.captions.choices, (std::vector<CString>{L"Full cloud", L"Thinned cloud"}));
-        EXPECT_EQ(w.captions.scale, L"Thinned to 10 cm");
+        EXPECT_EQ(w.content.choices, (std::vector<CString>{L"Full cloud", L"Thinned cloud"}));
+        EXPECT_EQ(w.content.choiceNote, L"Thinned to 10 cm");
         EXPECT_TRUE(w.view);
     });
 }
@@ -160,11 +167,11 @@ TEST_F(PlaneParamsTest, StoresWhatNobodyTouchedToTheLastBit) {
 TEST_F(PlaneParamsTest, CancelChangesNothing) {
     const auto before = *settings;
     const int code = Open([](FakeWindow& w) {
-        for (const ParamsSlider slider : {ParamsSlider::Metres, ParamsSlider::Angle})
-            w.Step(slider, ParamsStep::Up);
+        for (const PlaneRow slider : {PlaneRow::Metres, PlaneRow::Angle})
+            w.Step(slider, SliderStep::Up);
         w.Choose(0);
-        w.Press(ParamsButton::Default);
-        w.Press(ParamsButton::Cancel);
+        w.Press(PlaneButton::Default);
+        w.Press(PlaneButton::Cancel);
     });
     EXPECT_EQ(code, PlaneParams::kCancel);
     EXPECT_EQ(settings->skeletSplitSize, before.skeletSplitSize);
@@ -182,9 +189,9 @@ TEST_F(PlaneParamsTest, KeepsEveryReachableSplitSizeWithoutDrift) {
                 const int sum = std::max(1, m * 100 + dcm * 10 + cm);
                 SetAlive(m == 0 ? 5.55 : 0.0);
                 Open([&](FakeWindow& w) {
-                    w.Move(ParamsSlider::Metres, m);
-                    w.Move(ParamsSlider::Decimetres, dcm);
-                    w.Move(ParamsSlider::Centimetres, cm);
+                    w.Move(PlaneRow::Metres, m);
+                    w.Move(PlaneRow::Decimetres, dcm);
+                    w.Move(PlaneRow::Centimetres, cm);
                     EXPECT_EQ(w.positions[0] * 100 + w.positions[1] * 10 + w.positions[2], sum);
                 });
                 const double stored = settings->aliveSplitSize;
@@ -205,7 +212,7 @@ TEST_F(PlaneParamsTest, KeepsEveryReachableSplitSizeWithoutDrift) {
 TEST_F(PlaneParamsTest, KeepsEveryPositionOfTheAngularToleranceWithoutDrift) {
     for (int position = 1; position <= 100; ++position) {
         SetAlive(0.1, position == 1 ? 1.5 : 0.0);
-        Open([&](FakeWindow& w) { w.Move(ParamsSlider::Angle, position); });
+        Open([&](FakeWindow& w) { w.Move(PlaneRow::Angle, position); });
         const double stored = settings->diffA;
         ASSERT_NEAR(stored, position * 0.015, 1e-15);
         EXPECT_EQ(settings->diffB, stored);
@@ -217,12 +224,12 @@ TEST_F(PlaneParamsTest, KeepsEveryPositionOfTheAngularToleranceWithoutDrift) {
 
 TEST_F(PlaneParamsTest, StepButtonsMoveTheirSliderByOneAndStopAtItsEnds) {
     struct Case {
-        ParamsSlider slider;
+        PlaneRow slider;
         int low, high;
     };
-    for (const Case& c : {Case{ParamsSlider::Metres, 0, 10}, Case{ParamsSlider::Decimetres, 0, 10},
-                          Case{ParamsSlider::Centimetres, 0, 10}, Case{ParamsSlider::Angle, 1, 100},
-                          Case{ParamsSlider::Speed, 0, 2}}) {
+    for (const Case& c : {Case{PlaneRow::Metres, 0, 10}, Case{PlaneRow::Decimetres, 0, 10},
+                          Case{PlaneRow::Centimetres, 0, 10}, Case{PlaneRow::Angle, 1, 100},
+                          Case{PlaneRow::Speed, 0, 2}}) {
         SetAlive(5.55, 0.45, 400);
         Open([&](FakeWindow& w) {
             const auto at = static_cast<std::size_t>(c.slider);
@@ -231,11 +238,11 @@ TEST_F(PlaneParamsTest, StepButtonsMoveTheirSliderByOneAndStopAtItsEnds) {
                 Positions expected = before;
                 expected[at] = i > c.high ? c.high : i;
                 ASSERT_EQ(w.positions, expected) << "no other slider moves";
-                w.Step(c.slider, ParamsStep::Up);
+                w.Step(c.slider, SliderStep::Up);
             }
             for (int i = c.high; i > c.low - 2; --i) {
                 ASSERT_EQ(w.positions[at], i < c.low ? c.low : i);
-                w.Step(c.slider, ParamsStep::Down);
+                w.Step(c.slider, SliderStep::Down);
             }
         });
     }
@@ -244,10 +251,10 @@ TEST_F(PlaneParamsTest, StepButtonsMoveTheirSliderByOneAndStopAtItsEnds) {
 TEST_F(PlaneParamsTest, AStepAtASlidersEndTouchesNothing) {
     SetAlive(12.345, 1.7, 77);
     Open([](FakeWindow& w) {
-        w.Step(ParamsSlider::Metres, ParamsStep::Up);
-        w.Step(ParamsSlider::Angle, ParamsStep::Up);
-        w.Step(ParamsSlider::Speed, ParamsStep::Up);
-        w.Move(ParamsSlider::Metres, 10);
+        w.Step(PlaneRow::Metres, SliderStep::Up);
+        w.Step(PlaneRow::Angle, SliderStep::Up);
+        w.Step(PlaneRow::Speed, SliderStep::Up);
+        w.Move(PlaneRow::Metres, 10);
     });
     EXPECT_EQ(settings->aliveSplitSize, 12.345);
     EXPECT_EQ(settings->aliveDiffA, 1.7);
@@ -257,32 +264,32 @@ TEST_F(PlaneParamsTest, AStepAtASlidersEndTouchesNothing) {
 TEST_F(PlaneParamsTest, MovingOneSliderOfTheSplitSizeTakesTheSumOfAllThree) {
     SetAlive(12.347);
     Open([](FakeWindow& w) {
-        w.Step(ParamsSlider::Centimetres, ParamsStep::Up);
+        w.Step(PlaneRow::Centimetres, SliderStep::Up);
         EXPECT_EQ(w.step, L"Step: 10.35 m");
         EXPECT_EQ(w.values[2], L"5 cm");
     });
     EXPECT_EQ(settings->splitSize, 10.35);
     SetAlive(0.147);
-    Open([](FakeWindow& w) { w.Step(ParamsSlider::Angle, ParamsStep::Up); });
+    Open([](FakeWindow& w) { w.Step(PlaneRow::Angle, SliderStep::Up); });
     EXPECT_EQ(settings->splitSize, 0.147) << "the angle is no part of it";
 }
 
 TEST_F(PlaneParamsTest, ACellHasAnEdge) {
     SetAlive(0.01);
     Open([](FakeWindow& w) {
-        w.Step(ParamsSlider::Centimetres, ParamsStep::Down);
+        w.Step(PlaneRow::Centimetres, SliderStep::Down);
         EXPECT_EQ(w.positions[2], 1);
     });
     EXPECT_EQ(settings->splitSize, 0.01);
     const auto raise = [](FakeWindow& w) {
-        w.Step(ParamsSlider::Centimetres, ParamsStep::Up);
+        w.Step(PlaneRow::Centimetres, SliderStep::Up);
         EXPECT_EQ(w.step, L"Step: 0.29 m");
     };
     Open(raise, {}, 0.29);
     EXPECT_EQ(settings->splitSize, detail::SplitSizeOf(29)) << "the least size that was given";
     for (const double least : {std::numeric_limits<double>::quiet_NaN(), -1.0, 1e300}) {
         SetAlive(5.0);
-        Open([](FakeWindow& w) { w.Step(ParamsSlider::Metres, ParamsStep::Down); }, {}, least);
+        Open([](FakeWindow& w) { w.Step(PlaneRow::Metres, SliderStep::Down); }, {}, least);
         EXPECT_EQ(settings->splitSize, least > 0 ? 10.0 : 4.0);
     }
 }
@@ -291,19 +298,19 @@ TEST_F(PlaneParamsTest, SpeedStandsForNoneFourHundredAndTheSetsOwnOrOneHundred) 
     SetAlive(0.1, 0.15, 9);
     Open([](FakeWindow& w) {
         EXPECT_EQ(w.values[4], L"Fast");
-        w.Move(ParamsSlider::Speed, 1);
+        w.Move(PlaneRow::Speed, 1);
         EXPECT_EQ(w.values[4], L"Balanced");
     });
     EXPECT_EQ(settings->minPlane, 400);
-    Open([](FakeWindow& w) { w.Move(ParamsSlider::Speed, 2); });
+    Open([](FakeWindow& w) { w.Move(PlaneRow::Speed, 2); });
     EXPECT_EQ(settings->minPlane, 100);
     settings->aliveMinPlane = 9;
     Open([](FakeWindow& w) {
-        w.Move(ParamsSlider::Speed, 0);
+        w.Move(PlaneRow::Speed, 0);
         w.Choose(1);
-        w.Move(ParamsSlider::Speed, 2);
+        w.Move(PlaneRow::Speed, 2);
         w.Choose(0);
-        w.Move(ParamsSlider::Speed, 2);
+        w.Move(PlaneRow::Speed, 2);
     });
     EXPECT_EQ(settings->aliveMinPlane, 9) << "its own comes back";
     EXPECT_EQ(settings->skeletMinPlane, 100);
@@ -312,11 +319,11 @@ TEST_F(PlaneParamsTest, SpeedStandsForNoneFourHundredAndTheSetsOwnOrOneHundred) 
 TEST_F(PlaneParamsTest, EachSetKeepsItsChangesWhileTheOtherIsShown) {
     SetAlive(0.2);
     Open([](FakeWindow& w) {
-        w.Move(ParamsSlider::Decimetres, 7);
+        w.Move(PlaneRow::Decimetres, 7);
         w.Choose(1);
         EXPECT_EQ(w.positions, (Positions{0, 4, 0, 10, 0}));
-        w.Move(ParamsSlider::Metres, 3);
-        w.Move(ParamsSlider::Angle, 20);
+        w.Move(PlaneRow::Metres, 3);
+        w.Move(PlaneRow::Angle, 20);
         w.Choose(0);
         EXPECT_EQ(w.positions, (Positions{0, 7, 0, 10, 0}));
         w.Choose(0);
@@ -337,7 +344,7 @@ TEST_F(PlaneParamsTest, DefaultRestoresTheSetShownAlone) {
     SetAlive(3.0, 0.9, 400);
     settings->SetSkeletSplitSize(2.0);
     Open([](FakeWindow& w) {
-        w.Press(ParamsButton::Default);
+        w.Press(PlaneButton::Default);
         EXPECT_EQ(w.positions, (Positions{0, 1, 4, 10, 0}));
         EXPECT_EQ(w.step, L"Step: 0.14 m");
     });
@@ -347,7 +354,7 @@ TEST_F(PlaneParamsTest, DefaultRestoresTheSetShownAlone) {
     EXPECT_EQ(settings->skeletSplitSize, 2.0);
     Open([](FakeWindow& w) {
         w.Choose(1);
-        w.Press(ParamsButton::Default);
+        w.Press(PlaneButton::Default);
     });
     EXPECT_EQ(settings->skeletSplitSize, 0.18);
 }
@@ -364,12 +371,12 @@ TEST_F(PlaneParamsTest, DrawsWhatItShowsWhenItOpensAndAtView) {
     SetAlive(0.2);
     Open(
         [&](FakeWindow& w) {
-            w.Step(ParamsSlider::Decimetres, ParamsStep::Up);
+            w.Step(PlaneRow::Decimetres, SliderStep::Up);
             EXPECT_EQ(drawn, std::vector{0.2});
-            w.Press(ParamsButton::View);
+            w.Press(PlaneButton::View);
             EXPECT_EQ(w.picture, L"drawn");
             EXPECT_EQ(w.log, L"") << "without an orbit the window stays";
-            w.Press(ParamsButton::Cancel);
+            w.Press(PlaneButton::Cancel);
         },
         prepare);
     EXPECT_EQ(drawn, (std::vector{0.2, 0.3}));
@@ -381,7 +388,7 @@ TEST_F(PlaneParamsTest, StandsAsideWhileTheUserOrbits) {
     Open(
         [&](FakeWindow& w) {
             open = &w;
-            w.Press(ParamsButton::View);
+            w.Press(PlaneButton::View);
             EXPECT_EQ(w.log, L"aside orbit back ");
         },
         [&](PlaneParams& dialog) { dialog.OrbitCallback([&] { open->log += L"orbit "; }); });
@@ -389,8 +396,8 @@ TEST_F(PlaneParamsTest, StandsAsideWhileTheUserOrbits) {
     plain.DrawCallback([](const PlaneWormSettings&) { ADD_FAILURE() << "no preview is offered"; });
     plain.UseWindow(std::make_unique<FakeWindow>([](FakeWindow& w) {
         EXPECT_FALSE(w.view);
-        w.Press(ParamsButton::View);
-        w.Press(ParamsButton::Cancel);
+        w.Press(PlaneButton::View);
+        w.Press(PlaneButton::Cancel);
     }));
     EXPECT_EQ(plain.DoModal(), PlaneParams::kCancel);
 }
@@ -398,7 +405,7 @@ TEST_F(PlaneParamsTest, StandsAsideWhileTheUserOrbits) {
 TEST_F(PlaneParamsTest, SaysWhyItCouldNotOpen) {
     PlaneParams dialog(settings, false, 0, nullptr);
     dialog.UseWindow(std::make_unique<FakeWindow>(
-        [](FakeWindow& w) { w.code = platform::ParamsWindow::kCannotOpen; }));
+        [](FakeWindow& w) { w.code = platform::RowWindow::kCannotOpen; }));
     EXPECT_EQ(dialog.DoModal(), PlaneParams::kCannotOpen);
     EXPECT_EQ(dialog.Trouble(), L"no screen");
 }
@@ -422,9 +429,9 @@ TEST_F(PlaneParamsTest, SavesIntoTheProjectAndReadsItBackUnchanged) {
     settings = std::make_shared<PlaneWormSettings>(path, 1.0);
     Open([](FakeWindow& w) {
         w.Choose(1);
-        w.Move(ParamsSlider::Centimetres, 9);
-        w.Move(ParamsSlider::Angle, 11);
-        w.Move(ParamsSlider::Speed, 1);
+        w.Move(PlaneRow::Centimetres, 9);
+        w.Move(PlaneRow::Angle, 11);
+        w.Move(PlaneRow::Speed, 1);
     });
     settings->Save();
     const PlaneWormSettings kept(path, 1.0);
@@ -457,9 +464,12 @@ TEST(PlaneParamsValues, TakeAnyNumber) {
 TEST(CaptionKeys, GiveEveryCaptionOfEveryLanguageAKeyOfItsOwn) {
     for (const int language : {0x409, 0x407, 0x40C, 0xC0A}) {
         UtilityLib::OverrideLocale(language);
-        const auto captions = detail::CaptionsOfPlaneParams(0);
-        std::vector<CString> marked(captions.sliders.begin(), captions.sliders.end());
-        marked.insert(marked.end(), {captions.data, captions.defaults, captions.view});
+        const auto content = detail::PlaneParamsContent(0);
+        std::vector<CString> marked{content.choiceCaption};
+        for (const platform::SliderRow& row : content.rows) marked.push_back(row.caption);
+        for (const platform::WindowButton& button : content.buttons)
+            if (button.role == platform::ButtonRole::Plain) marked.push_back(button.caption);
+        ASSERT_EQ(marked.size(), 8u);
         std::set<wchar_t> keys;
         for (const CString& caption : marked) {
             const std::size_t at = caption.find(L'&');

@@ -17,9 +17,9 @@
 namespace orvix {
 namespace {
 
-using platform::ParamsButton;
-using platform::ParamsSlider;
-using platform::ParamsStep;
+using detail::PlaneButton;
+using detail::PlaneRow;
+using platform::SliderStep;
 using test::Key;
 using test::WindowDriver;
 
@@ -109,21 +109,21 @@ TEST_F(RealWindow, MovesSlidersByTheSameKeysEverywhere) {
         Alt('m');
         EXPECT_EQ(driver->Focus(), "slider 0");
         Press(Key::Right);
-        EXPECT_EQ(driver->Value(ParamsSlider::Metres), L"1 m");
+        EXPECT_EQ(driver->Value(PlaneRow::Metres), L"1 m");
         Press(Key::Up, 4);
         Press(Key::Left);
         Press(Key::Down);
-        EXPECT_EQ(driver->Value(ParamsSlider::Metres), L"3 m");
+        EXPECT_EQ(driver->Value(PlaneRow::Metres), L"3 m");
         Press(Key::PageUp, 2);
         Press(Key::PageDown);
-        EXPECT_EQ(driver->Value(ParamsSlider::Metres), L"5 m");
+        EXPECT_EQ(driver->Value(PlaneRow::Metres), L"5 m");
         Alt('a');
         EXPECT_EQ(driver->Focus(), "slider 3");
         Press(Key::PageUp);
-        EXPECT_EQ(driver->Value(ParamsSlider::Angle).substr(0, 3), L"30 ");
+        EXPECT_EQ(driver->Value(PlaneRow::Angle).substr(0, 3), L"30 ");
         Alt('p');
         Press(Key::Right, 3);
-        EXPECT_EQ(driver->Value(ParamsSlider::Speed), L"Fast");
+        EXPECT_EQ(driver->Value(PlaneRow::Speed), L"Fast");
         Press(Key::Enter);
     });
     EXPECT_EQ(code, PlaneParams::kOk);
@@ -138,32 +138,31 @@ TEST_F(RealWindow, SwitchesSetsAndStepsByButtons) {
     const int code = Open([&] {
         Alt('s');
         Press(Key::Up);
-        EXPECT_EQ(driver->Value(ParamsSlider::Decimetres), L"1 dcm") << "the alive set";
-        Click(ParamsSlider::Centimetres, ParamsStep::Up);
-        Click(ParamsSlider::Centimetres, ParamsStep::Up);
-        Click(ParamsSlider::Decimetres, ParamsStep::Down);
+        EXPECT_EQ(driver->Value(PlaneRow::Decimetres), L"1 dcm") << "the alive set";
+        Click(PlaneRow::Centimetres, SliderStep::Up);
+        Click(PlaneRow::Centimetres, SliderStep::Up);
+        Click(PlaneRow::Decimetres, SliderStep::Down);
         EXPECT_EQ(driver->Focus(), "slider 1") << "where the mouse left off";
         Alt('s');
         Press(Key::Down);
-        EXPECT_EQ(driver->Value(ParamsSlider::Decimetres), L"4 dcm");
-        Click(ParamsSlider::Metres, ParamsStep::Up);
+        EXPECT_EQ(driver->Value(PlaneRow::Decimetres), L"4 dcm");
+        Click(PlaneRow::Metres, SliderStep::Up);
         Alt('s');
         Press(Key::Up);
-        EXPECT_EQ(driver->Value(ParamsSlider::Centimetres), L"2 cm");
-        Click(ParamsButton::Ok);
+        EXPECT_EQ(driver->Value(PlaneRow::Centimetres), L"2 cm");
+        Click(PlaneButton::Ok);
     });
     EXPECT_EQ(code, PlaneParams::kOk);
     EXPECT_EQ(settings->usage, 0);
     EXPECT_EQ(settings->aliveSplitSize, 0.02);
     EXPECT_EQ(settings->skeletSplitSize, 1.4);
-    EXPECT_EQ(Open([&] { Click(ParamsButton::Default), Click(ParamsButton::Ok); }),
-              PlaneParams::kOk);
+    EXPECT_EQ(Open([&] { Click(PlaneButton::Default), Click(PlaneButton::Ok); }), PlaneParams::kOk);
     EXPECT_EQ(settings->splitSize, 0.14);
 }
 
 TEST_F(RealWindow, CancelsByButtonEscapeAndFrame) {
-    const Script changes = [&] { Click(ParamsSlider::Angle, ParamsStep::Up); };
-    EXPECT_EQ(Open([&] { changes(), Click(ParamsButton::Cancel); }), PlaneParams::kCancel);
+    const Script changes = [&] { Click(PlaneRow::Angle, SliderStep::Up); };
+    EXPECT_EQ(Open([&] { changes(), Click(PlaneButton::Cancel); }), PlaneParams::kCancel);
     EXPECT_EQ(Open([&] { changes(), Press(Key::Escape); }), PlaneParams::kCancel);
     EXPECT_EQ(Open([&] { changes(), driver->CloseFrame(), Settle(); }), PlaneParams::kCancel);
     EXPECT_EQ(settings->skeletDiffA, 0.15);
@@ -177,13 +176,13 @@ TEST_F(RealWindow, ShowsPicturesAndStandsAsideForTheOrbit) {
         // A text at first, then a picture of two pixels, the second by the window's own tick.
         const std::vector<std::uint8_t> rgb{255, 0, 0, 0, 0, 255};
         if (++drawn == 1) return;
-        dialog.ShowPicture(drawn == 2 ? platform::ParamsPicture{0, 0, {}, L"<searching>"}
-                                      : platform::ParamsPicture{2, 1, rgb, {}});
+        dialog.ShowPicture(drawn == 2 ? platform::WindowPicture{0, 0, {}, L"<searching>"}
+                                      : platform::WindowPicture{2, 1, rgb, {}});
     });
     dialog.OrbitCallback([&] { visibleInOrbit = driver->Visible(); });
     const int code = Run(dialog, [&] {
         const int narrow = driver->Width();
-        Click(ParamsButton::View);
+        Click(PlaneButton::View);
         const int wide = driver->Width();
         EXPECT_GT(wide, narrow + 200);
         Alt('v');

@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "orvix/platform/params_window.h"
+#include "orvix/planes/dialog/plane_params_rows.h"
+#include "orvix/platform/row_window.h"
 
 namespace orvix::test {
 
@@ -22,13 +23,13 @@ public:
     virtual ~WindowDriver() = default;
     virtual void Press(Key key) = 0;          ///< to the control that has the focus
     virtual void PressWithAlt(char key) = 0;  ///< a caption's key
-    virtual void Click(platform::ParamsButton button) = 0;
-    virtual void Click(platform::ParamsSlider slider, platform::ParamsStep step) = 0;
+    virtual void Click(detail::PlaneButton button) = 0;
+    virtual void Click(detail::PlaneRow row, platform::SliderStep step) = 0;
     virtual void CloseFrame() = 0;
 
     /// What has the focus: "choice", "slider 0" to "slider 4", "button 0" (Default) to "button 3".
     virtual std::string Focus() = 0;
-    virtual CString Value(platform::ParamsSlider slider) = 0;
+    virtual CString Value(detail::PlaneRow row) = 0;
     virtual bool Visible() = 0;
     virtual int Width() = 0;
     /// The texts that have less room than they take.

@@ -15,9 +15,9 @@
 namespace orvix::test {
 namespace {
 
-using platform::ParamsButton;
-using platform::ParamsSlider;
-using platform::ParamsStep;
+using detail::PlaneButton;
+using detail::PlaneRow;
+using platform::SliderStep;
 
 Qt::Key CodeOf(Key key) {
     switch (key) {
@@ -84,13 +84,13 @@ public:
     void PressWithAlt(char key) override {
         OnWindow([key] { QTest::keyClick(Focused(), key, Qt::AltModifier); });
     }
-    void Click(ParamsButton button) override {
+    void Click(PlaneButton button) override {
         OnWindow([button] {
             QTest::mouseClick(Nth<QPushButton>(static_cast<int>(button)), Qt::LeftButton);
         });
     }
-    void Click(ParamsSlider slider, ParamsStep step) override {
-        const int index = 2 * static_cast<int>(slider) + (step == ParamsStep::Up ? 1 : 0);
+    void Click(PlaneRow row, SliderStep step) override {
+        const int index = 2 * static_cast<int>(row) + (step == SliderStep::Up ? 1 : 0);
         OnWindow([index] { QTest::mouseClick(Nth<QToolButton>(index), Qt::LeftButton); });
     }
     void CloseFrame() override {
@@ -101,11 +101,10 @@ public:
         OnWindow([&name] { name = NameOf(Focused()); });
         return name;
     }
-    CString Value(ParamsSlider slider) override {
+    CString Value(PlaneRow row) override {
         CString text;
-        OnWindow([&] {
-            text = ValueOf(*Nth<QSlider>(static_cast<int>(slider)))->text().toStdWString();
-        });
+        OnWindow(
+            [&] { text = ValueOf(*Nth<QSlider>(static_cast<int>(row)))->text().toStdWString(); });
         return text;
     }
     bool Visible() override {

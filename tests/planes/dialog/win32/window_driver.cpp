@@ -5,16 +5,17 @@
 
 #include <algorithm>
 
-#include "orvix/platform/win32/params_dialog.h"
+#include "orvix/platform/win32/row_window_template.h"
 
 namespace orvix::test {
 namespace {
 
-using platform::ParamsButton;
-using platform::ParamsSlider;
-using platform::ParamsStep;
+using detail::PlaneButton;
+using detail::PlaneRow;
+using platform::SliderStep;
+using namespace platform::detail;
 
-constexpr int kButtons[] = {ORVIX_PARAMS_DEFAULT, ORVIX_PARAMS_VIEW, IDOK, IDCANCEL};
+constexpr int kButtons[] = {kButtonControls, kButtonControls + 1, IDOK, IDCANCEL};
 
 WPARAM CodeOf(Key key) {
     switch (key) {
@@ -54,26 +55,26 @@ public:
         constexpr LPARAM kAltIsDown = LPARAM{1} << 29;
         PostMessageW(Focused(), WM_SYSCHAR, static_cast<WPARAM>(key), kAltIsDown | 1);
     }
-    void Click(ParamsButton button) override {
+    void Click(PlaneButton button) override {
         PostMessageW(Control(kButtons[static_cast<int>(button)]), BM_CLICK, 0, 0);
     }
-    void Click(ParamsSlider slider, ParamsStep step) override {
-        const int base = step == ParamsStep::Down ? ORVIX_PARAMS_DOWN : ORVIX_PARAMS_UP;
-        PostMessageW(Control(base + static_cast<int>(slider)), BM_CLICK, 0, 0);
+    void Click(PlaneRow row, SliderStep step) override {
+        const int base = step == SliderStep::Down ? kDownControls : kUpControls;
+        PostMessageW(Control(base + static_cast<int>(row)), BM_CLICK, 0, 0);
     }
     void CloseFrame() override { PostMessageW(Dialog(), WM_SYSCOMMAND, SC_CLOSE, 0); }
 
     std::string Focus() override {
         const int number = GetDlgCtrlID(Focused());
-        if (number == ORVIX_PARAMS_CHOICE) return "choice";
-        const int slider = number - ORVIX_PARAMS_SLIDER;
+        if (number == kChoiceControl) return "choice";
+        const int slider = number - kSliderControls;
         if (slider >= 0 && slider < 5) return "slider " + std::to_string(slider);
         const auto button = std::find(std::begin(kButtons), std::end(kButtons), number);
         if (button == std::end(kButtons)) return "other " + std::to_string(number);
         return "button " + std::to_string(button - std::begin(kButtons));
     }
-    CString Value(ParamsSlider slider) override {
-        return TextOf(Control(ORVIX_PARAMS_VALUE + static_cast<int>(slider)));
+    CString Value(PlaneRow row) override {
+        return TextOf(Control(kValueControls + static_cast<int>(row)));
     }
     bool Visible() override { return IsWindowVisible(Dialog()) != FALSE; }
     int Width() override {
@@ -88,12 +89,12 @@ public:
              child = GetWindow(child, GW_HWNDNEXT)) {
             const LONG style = GetWindowLongW(child, GWL_STYLE);
             const int number = GetDlgCtrlID(child);
-            const bool drawn = number >= ORVIX_PARAMS_DOWN && number < ORVIX_PARAMS_VALUE;
+            const bool drawn = number >= kDownControls && number < kValueControls;
             if ((style & WS_VISIBLE) == 0 || drawn) continue;
             RECT room{};
             GetClientRect(child, &room);
             const auto wide = static_cast<int>(room.right);
-            if (number == ORVIX_PARAMS_CHOICE) {
+            if (number == kChoiceControl) {
                 // The arrow stands beside the text.
                 CheckChoices(child, wide - 2 * GetSystemMetrics(SM_CXVSCROLL), cut);
                 continue;
@@ -125,7 +126,7 @@ private:
         }
     }
     static BOOL CALLBACK TakeDialog(HWND window, LPARAM found) {
-        if (GetDlgItem(window, ORVIX_PARAMS_CHOICE) == nullptr) return TRUE;
+        if (GetDlgItem(window, kChoiceControl) == nullptr) return TRUE;
         *reinterpret_cast<HWND*>(found) = window;
         return FALSE;
     }

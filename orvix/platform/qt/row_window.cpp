@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/platform/params_window.h"
+#include "orvix/platform/row_window.h"
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QFileInfo>
@@ -20,10 +20,12 @@
 #include <QtWidgets/QToolButton>
 
 #include <algorithm>
-#include <array>
 #include <clocale>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orvix/platform/export.h"
@@ -78,65 +80,65 @@ struct Row {
     QLabel* value = nullptr;
 };
 
-/// Escape and the frame's button ask for Cancel instead of closing.
+/// Escape and the frame's button ask for the Cancel button instead of closing.
 class Dialog final : public QDialog {
 public:
-    explicit Dialog(ParamsEvents& events) : events_(events) {}
-    void reject() override { events_.ButtonPressed(ParamsButton::Cancel); }
+    Dialog(RowWindowEvents& events, const RowWindowContent& content) : events_(events) {
+        for (const WindowButton& button : content.buttons)
+            if (button.role == ButtonRole::Cancel) cancel_ = button.id;
+    }
+    void reject() override {
+        if (cancel_) events_.ButtonPressed(*cancel_);
+    }
 
 private:
-    ParamsEvents& events_;
+    RowWindowEvents& events_;
+    std::optional<int> cancel_;
 };
 
-class QtWindow final : public ParamsWindow {
+class QtWindow final : public RowWindow {
 public:
-    int Run(void* parent, ParamsEvents& events) override;
+    int Run(void* parent, const RowWindowContent& content, RowWindowEvents& events) override;
     void Close(int code) override {
         if (loop_ != nullptr) loop_->exit(code);
     }
     [[nodiscard]] CString Trouble() const override { return trouble_; }
-    void SetCaptions(const ParamsCaptions& captions) override;
     void SetChoice(int entry) override;
-    void SetRange(ParamsSlider slider, int low, int high) override;
-    void SetPosition(ParamsSlider slider, int position) override;
-    void SetValue(ParamsSlider slider, const CString& text) override;
-    void SetStep(const CString& text) override {
-        if (dialog_) step_->setText(Of(text));
+    void SetRow(std::size_t row, int position, const CString& value) override;
+    void SetGroupNote(const CString& text) override {
+        if (dialog_) groupNote_->setText(Of(text));
     }
-    void EnableView(bool enabled) override {
-        if (dialog_) view_->setEnabled(enabled);
+    void EnableButton(int id, bool enabled) override {
+        if (dialog_) buttons_.at(id)->setEnabled(enabled);
     }
-    void ShowPicture(const ParamsPicture& picture) override;
+    void ShowPicture(const WindowPicture& picture) override;
     void StepAside() override;
     void ComeBack() override;
 
 private:
-    void Build();
-    Row BuildRow(QGridLayout& grid, int line, ParamsSlider slider);
-    QToolButton* StepButton(ParamsSlider slider, ParamsStep step);
-    QPushButton* Button(ParamsButton button);
+    void Build(const RowWindowContent& content);
+    QLayout* BuildChoice(const RowWindowContent& content);
+    Row BuildRow(QGridLayout& grid, std::size_t index, const RowWindowContent& content);
+    QToolButton* StepButton(std::size_t row, SliderStep step, const QString& spoken);
+    QLayout* BuildButtons(const RowWindowContent& content);
+    QLabel* BuildPicture();
+    void AlignColumns(const RowWindowContent& content);
     void PutOver(void* parent);
-    Row& RowOf(ParamsSlider slider) { return rows_[static_cast<std::size_t>(slider)]; }
 
     CString trouble_;
-    ParamsEvents* events_ = nullptr;
+    RowWindowEvents* events_ = nullptr;
     std::unique_ptr<Dialog> dialog_;
     QEventLoop* loop_ = nullptr;
     std::unique_ptr<QWindow> parent_;
-    std::array<Row, kParamsSliders> rows_;
-    QLabel* data_ = nullptr;
+    std::vector<Row> rows_;
+    std::map<int, QPushButton*> buttons_;  // by id
+    QLabel* choiceCaption_ = nullptr;
     QComboBox* choice_ = nullptr;
-    QLabel* scale_ = nullptr;
-    QGroupBox* group_ = nullptr;
-    QLabel* step_ = nullptr;
-    QPushButton* defaults_ = nullptr;
-    QPushButton* view_ = nullptr;
-    QPushButton* ok_ = nullptr;
-    QPushButton* cancel_ = nullptr;
+    QLabel* groupNote_ = nullptr;
     QLabel* picture_ = nullptr;
 };
 
-int QtWindow::Run(void* parent, ParamsEvents& events) {
+int QtWindow::Run(void* parent, const RowWindowContent& content, RowWindowEvents& events) {
     std::string platform;
     if (QCoreApplication::instance() == nullptr) {
         const Display display = FindDisplay(HasWaylandPlugin());
@@ -149,8 +151,8 @@ int QtWindow::Run(void* parent, ParamsEvents& events) {
     QTimer timer;
     events_ = &events;
     loop_ = &loop;
-    dialog_ = std::make_unique<Dialog>(events);
-    Build();
+    dialog_ = std::make_unique<Dialog>(events, content);
+    Build(content);
     PutOver(parent);
     events.Opened();
     timer.callOnTimeout([&events] { events.Tick(); });
@@ -173,29 +175,35 @@ void QtWindow::PutOver(void* parent) {
     dialog_->windowHandle()->setTransientParent(parent_.get());
 }
 
-QToolButton* QtWindow::StepButton(ParamsSlider slider, ParamsStep step) {
+QToolButton* QtWindow::StepButton(std::size_t row, SliderStep step, const QString& spoken) {
     auto* const button = new QToolButton;
-    button->setArrowType(step == ParamsStep::Down ? Qt::LeftArrow : Qt::RightArrow);
+    button->setArrowType(step == SliderStep::Down ? Qt::LeftArrow : Qt::RightArrow);
     button->setFocusPolicy(Qt::NoFocus);
-    QObject::connect(button, &QToolButton::clicked, dialog_.get(), [this, slider, step] {
-        events_->StepPressed(slider, step);
+    button->setAccessibleName(spoken);
+    QObject::connect(button, &QToolButton::clicked, dialog_.get(), [this, row, step] {
+        events_->StepPressed(row, step);
         // The keys go on where the mouse left off.
-        RowOf(slider).slider->setFocus();
+        rows_[row].slider->setFocus();
     });
     return button;
 }
 
-Row QtWindow::BuildRow(QGridLayout& grid, int line, ParamsSlider slider) {
+Row QtWindow::BuildRow(QGridLayout& grid, std::size_t index, const RowWindowContent& content) {
+    const SliderRow& wanted = content.rows[index];
     Row row;
-    row.caption = new QLabel;
+    row.caption = new QLabel(Of(wanted.caption));
     row.slider = new QSlider(Qt::Horizontal);
     row.slider->setMinimumWidth(180);
+    row.slider->setRange(wanted.low, wanted.high);
+    row.slider->setPageStep(SliderPage(wanted.low, wanted.high));
     row.caption->setBuddy(row.slider);
-    row.down = StepButton(slider, ParamsStep::Down);
-    row.up = StepButton(slider, ParamsStep::Up);
+    const QString spoken = WithoutKey(row.caption->text()) + QStringLiteral(": ");
+    row.down = StepButton(index, SliderStep::Down, spoken + Of(content.stepDown));
+    row.up = StepButton(index, SliderStep::Up, spoken + Of(content.stepUp));
     row.value = new QLabel;
     QObject::connect(row.slider, &QSlider::valueChanged, dialog_.get(),
-                     [this, slider](int position) { events_->SliderMoved(slider, position); });
+                     [this, index](int position) { events_->SliderMoved(index, position); });
+    const int line = static_cast<int>(index);
     grid.addWidget(row.caption, line, 0);
     grid.addWidget(row.down, line, 1);
     grid.addWidget(row.slider, line, 2);
@@ -204,107 +212,97 @@ Row QtWindow::BuildRow(QGridLayout& grid, int line, ParamsSlider slider) {
     return row;
 }
 
-QPushButton* QtWindow::Button(ParamsButton button) {
-    auto* const made = new QPushButton;
-    QObject::connect(made, &QPushButton::clicked, dialog_.get(),
-                     [this, button] { events_->ButtonPressed(button); });
-    return made;
-}
-
-void QtWindow::Build() {
-    data_ = new QLabel;
+QLayout* QtWindow::BuildChoice(const RowWindowContent& content) {
+    choiceCaption_ = new QLabel(Of(content.choiceCaption));
     choice_ = new QComboBox;
-    data_->setBuddy(choice_);
-    scale_ = new QLabel;
-    group_ = new QGroupBox;
-    step_ = new QLabel;
+    choiceCaption_->setBuddy(choice_);
+    for (const CString& entry : content.choices) choice_->addItem(Of(entry));
     QObject::connect(choice_, &QComboBox::currentIndexChanged, dialog_.get(),
                      [this](int entry) { events_->ChoiceMade(entry); });
+    auto* const grid = new QGridLayout;
+    grid->addWidget(choiceCaption_, 0, 0);
+    grid->addWidget(choice_, 0, 1);
+    grid->addWidget(new QLabel(Of(content.choiceNote)), 1, 1);
+    grid->setColumnStretch(1, 1);
+    return grid;
+}
 
-    // The group's rows and the others stand in grids of the same columns.
-    auto* const top = new QGridLayout;
-    top->addWidget(data_, 0, 0);
-    top->addWidget(choice_, 0, 1);
-    top->addWidget(scale_, 1, 1);
-    top->setColumnStretch(1, 1);
-    auto* const inGroup = new QGridLayout(group_);
-    auto* const below = new QGridLayout;
-    for (std::size_t i = 0; i < kParamsSliders; ++i) {
-        const auto slider = static_cast<ParamsSlider>(i);
-        QGridLayout& grid = slider < ParamsSlider::Angle ? *inGroup : *below;
-        rows_[i] = BuildRow(grid, static_cast<int>(i), slider);
+QLayout* QtWindow::BuildButtons(const RowWindowContent& content) {
+    auto* const line = new QHBoxLayout;
+    bool atLeft = true;
+    for (const WindowButton& wanted : content.buttons) {
+        if (wanted.role != ButtonRole::Plain && std::exchange(atLeft, false)) {
+            line->addStretch(1);
+            line->addSpacing(24);
+        }
+        auto* const button = new QPushButton(Of(wanted.caption));
+        button->setDefault(wanted.role == ButtonRole::Accept);
+        QObject::connect(button, &QPushButton::clicked, dialog_.get(),
+                         [this, id = wanted.id] { events_->ButtonPressed(id); });
+        line->addWidget(button);
+        buttons_[wanted.id] = button;
     }
-    inGroup->addWidget(step_, 3, 1, 1, 4);
+    return line;
+}
+
+QLabel* QtWindow::BuildPicture() {
+    auto* const picture = new QLabel;
+    picture->setAlignment(Qt::AlignCenter);
+    picture->setWordWrap(true);
+    picture->setAutoFillBackground(true);
+    picture->setBackgroundRole(QPalette::Base);
+    picture->hide();
+    return picture;
+}
+
+void QtWindow::Build(const RowWindowContent& content) {
+    dialog_->setWindowTitle(Of(content.title));
+    // The group's rows and the others stand in grids of the same columns.
+    QLayout* const top = BuildChoice(content);
+    auto* const group = new QGroupBox(Of(content.groupCaption));
+    auto* const inGroup = new QGridLayout(group);
+    auto* const below = new QGridLayout;
+    rows_.clear();
+    for (std::size_t i = 0; i < content.rows.size(); ++i)
+        rows_.push_back(BuildRow(i < content.groupRows ? *inGroup : *below, i, content));
+    groupNote_ = new QLabel;
+    inGroup->addWidget(groupNote_, static_cast<int>(content.groupRows), 1, 1, 4);
     inGroup->setColumnStretch(2, 1);
     below->setColumnStretch(2, 1);
-
-    defaults_ = Button(ParamsButton::Default);
-    view_ = Button(ParamsButton::View);
-    ok_ = Button(ParamsButton::Ok);
-    cancel_ = Button(ParamsButton::Cancel);
-    ok_->setDefault(true);
-    auto* const buttons = new QHBoxLayout;
-    buttons->addWidget(defaults_);
-    buttons->addWidget(view_);
-    buttons->addStretch(1);
-    buttons->addSpacing(24);
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel_);
-
     // What stands outside the group keeps the group's inner margins, so that columns align.
     const QMargins margins = inGroup->contentsMargins();
-    for (QGridLayout* const grid : {top, below})
+    for (QLayout* const grid : {top, static_cast<QLayout*>(below)})
         grid->setContentsMargins(margins.left() + 1, 0, margins.right() + 1, 0);
+
     auto* const column = new QVBoxLayout;
     column->addLayout(top);
-    column->addWidget(group_);
+    column->addWidget(group);
     column->addLayout(below);
     column->addSpacing(8);
-    column->addLayout(buttons);
+    column->addLayout(BuildButtons(content));
     column->addStretch(1);  // beside a picture, which is higher
-    picture_ = new QLabel;
-    picture_->setAlignment(Qt::AlignCenter);
-    picture_->setWordWrap(true);
-    picture_->setAutoFillBackground(true);
-    picture_->setBackgroundRole(QPalette::Base);
-    picture_->hide();
+    picture_ = BuildPicture();
     auto* const whole = new QHBoxLayout(dialog_.get());
     whole->addLayout(column);
     whole->addWidget(picture_);
     whole->setSizeConstraint(QLayout::SetFixedSize);
+    AlignColumns(content);
 }
 
-void QtWindow::SetCaptions(const ParamsCaptions& captions) {
-    if (!dialog_) return;
-    dialog_->setWindowTitle(Of(captions.title));
-    data_->setText(Of(captions.data));
-    const QSignalBlocker quiet(choice_);
-    choice_->clear();
-    for (const CString& choice : captions.choices) choice_->addItem(Of(choice));
-    scale_->setText(Of(captions.scale));
-    group_->setTitle(Of(captions.splitSize));
-    defaults_->setText(Of(captions.defaults));
-    view_->setText(Of(captions.view));
-    ok_->setText(Of(captions.ok));
-    cancel_->setText(Of(captions.cancel));
-
-    int captionWidth = 0;
+/// Gives all captions, and all values, the width of the widest.
+void QtWindow::AlignColumns(const RowWindowContent& content) {
+    int captionWidth = choiceCaption_->sizeHint().width();
     int valueWidth = 0;
-    for (std::size_t i = 0; i < kParamsSliders; ++i) {
-        Row& row = rows_[i];
-        row.caption->setText(Of(captions.sliders[i]));
-        const QString spoken = WithoutKey(row.caption->text()) + QStringLiteral(": ");
-        row.down->setAccessibleName(spoken + Of(captions.stepDown));
-        row.up->setAccessibleName(spoken + Of(captions.stepUp));
-        captionWidth = std::max(captionWidth, row.caption->sizeHint().width());
-        const QFontMetrics metrics(row.value->font());
-        valueWidth = std::max(valueWidth, metrics.horizontalAdvance(Of(captions.widest[i])));
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        captionWidth = std::max(captionWidth, rows_[i].caption->sizeHint().width());
+        const QFontMetrics metrics(rows_[i].value->font());
+        const QString widest = Of(content.rows[i].widest);
+        valueWidth = std::max(valueWidth, metrics.horizontalAdvance(widest));
     }
-    captionWidth = std::max(captionWidth, data_->sizeHint().width());
     // Letters may be drawn a little wider than they are measured.
-    captionWidth += data_->fontMetrics().averageCharWidth();
-    valueWidth += data_->fontMetrics().averageCharWidth();
-    data_->setMinimumWidth(captionWidth);
+    captionWidth += choiceCaption_->fontMetrics().averageCharWidth();
+    valueWidth += choiceCaption_->fontMetrics().averageCharWidth();
+    choiceCaption_->setMinimumWidth(captionWidth);
     for (Row& row : rows_) {
         row.caption->setMinimumWidth(captionWidth);
         row.value->setMinimumWidth(valueWidth);
@@ -317,35 +315,23 @@ void QtWindow::SetChoice(int entry) {
     choice_->setCurrentIndex(entry);
 }
 
-void QtWindow::SetRange(ParamsSlider slider, int low, int high) {
+void QtWindow::SetRow(std::size_t row, int position, const CString& value) {
     if (!dialog_) return;
-    QSlider& control = *RowOf(slider).slider;
-    const QSignalBlocker quiet(control);
-    control.setRange(low, high);
-    control.setPageStep(ParamsPage(low, high));
+    const QSignalBlocker quiet(rows_[row].slider);
+    rows_[row].slider->setValue(position);
+    rows_[row].value->setText(Of(value));
 }
 
-void QtWindow::SetPosition(ParamsSlider slider, int position) {
-    if (!dialog_) return;
-    QSlider& control = *RowOf(slider).slider;
-    const QSignalBlocker quiet(control);
-    control.setValue(position);
-}
-
-void QtWindow::SetValue(ParamsSlider slider, const CString& text) {
-    if (dialog_) RowOf(slider).value->setText(Of(text));
-}
-
-void QtWindow::ShowPicture(const ParamsPicture& picture) {
+void QtWindow::ShowPicture(const WindowPicture& picture) {
     if (!dialog_) return;
     const QSize room = dialog_->screen()->availableGeometry().size();
     const int usedWide = dialog_->layout()->sizeHint().width();
     if (picture_->isHidden()) {
-        QSize place(kParamsPictureWidth, kParamsPictureHeight);
-        const QSize most(std::max(200, room.width() - usedWide - 40),
-                         std::max(150, room.height() - 80));
-        if (place.width() > most.width() || place.height() > most.height())
-            place.scale(most, Qt::KeepAspectRatio);
+        QSize place(kWindowPictureWidth, kWindowPictureHeight);
+        const QSize max(std::max(200, room.width() - usedWide - 40),
+                        std::max(150, room.height() - 80));
+        if (place.width() > max.width() || place.height() > max.height())
+            place.scale(max, Qt::KeepAspectRatio);
         picture_->setFixedSize(place);
         picture_->show();
     }
@@ -377,8 +363,8 @@ void QtWindow::ComeBack() {
 }  // namespace orvix::platform::qt
 
 /// The window, for the library to delete. The number counts the changes to its interface.
-extern "C" ORVIX_API orvix::platform::ParamsWindow* OrvixMakeParamsWindow1();
+extern "C" ORVIX_API orvix::platform::RowWindow* OrvixMakeRowWindow1();
 
-orvix::platform::ParamsWindow* OrvixMakeParamsWindow1() {
+orvix::platform::RowWindow* OrvixMakeRowWindow1() {
     return new orvix::platform::qt::QtWindow;
 }

@@ -5,17 +5,20 @@
 #include <commctrl.h>
 #include <utility>
 
-#include "orvix/platform/params_window_maker.h"
+#include "orvix/platform/row_window_maker.h"
 #include "orvix/platform/system.h"
-#include "orvix/platform/win32/params_dialog.h"
+#include "orvix/platform/win32/row_window_resource.h"
+#include "orvix/platform/win32/row_window_template.h"
 
 namespace orvix::platform {
 namespace {
 
+using namespace detail;
+
 constexpr UINT kTickMilliseconds = 50;
 constexpr UINT_PTR kTickTimer = 1;
 
-/// The module that this code is part of, which carries the dialog's resources.
+/// The module that this code is part of, which carries the manifest.
 HINSTANCE OwnModule() {
     HMODULE module = nullptr;
     GetModuleHandleExW(
@@ -60,7 +63,7 @@ public:
         wanted.cbSize = sizeof wanted;
         wanted.dwFlags = ACTCTX_FLAG_HMODULE_VALID | ACTCTX_FLAG_RESOURCE_NAME_VALID;
         wanted.hModule = OwnModule();
-        wanted.lpResourceName = MAKEINTRESOURCEW(ORVIX_PARAMS_MANIFEST);
+        wanted.lpResourceName = MAKEINTRESOURCEW(ORVIX_WINDOW_MANIFEST);
         context_ = CreateActCtxW(&wanted);
         active_ = context_ != INVALID_HANDLE_VALUE && ActivateActCtx(context_, &cookie_) != FALSE;
     }
@@ -87,55 +90,36 @@ bool LoadSliders() {
     return initialize != nullptr && initialize(&wanted) != FALSE;
 }
 
-int Number(ParamsSlider slider, int base) {
-    return base + static_cast<int>(slider);
-}
-
 bool IsOneOf(int number, int base) {
-    return number >= base && number < base + static_cast<int>(kParamsSliders);
+    return number >= base && number < base + kMaxOfEach;
 }
 
-ParamsSlider SliderOf(int number, int base) {
-    return static_cast<ParamsSlider>(number - base);
-}
-
-CString WithoutKey(const CString& caption) {
-    CString plain;
-    for (std::size_t at = 0; at < caption.size(); ++at) {
-        if (caption[at] == L'&') ++at;
-        if (at < caption.size()) plain += caption[at];
-    }
-    return plain;
-}
-
-class DialogWindow final : public ParamsWindow {
+class DialogWindow final : public RowWindow {
 public:
-    int Run(void* parent, ParamsEvents& events) override;
+    explicit DialogWindow(const std::string& name) : name_(FromUtf8(name)) {}
+
+    int Run(void* parent, const RowWindowContent& content, RowWindowEvents& events) override;
     void Close(int code) override { EndDialog(dialog_, code); }
     [[nodiscard]] CString Trouble() const override { return trouble_; }
-    void SetCaptions(const ParamsCaptions& captions) override;
     void SetChoice(int entry) override {
-        Send(ORVIX_PARAMS_CHOICE, CB_SETCURSEL, static_cast<WPARAM>(entry), 0);
+        Send(kChoiceControl, CB_SETCURSEL, static_cast<WPARAM>(entry), 0);
     }
-    void SetRange(ParamsSlider slider, int low, int high) override;
-    void SetPosition(ParamsSlider slider, int position) override {
-        Send(Number(slider, ORVIX_PARAMS_SLIDER), TBM_SETPOS, TRUE, position);
+    void SetRow(std::size_t row, int position, const CString& value) override {
+        Send(kSliderControls + static_cast<int>(row), TBM_SETPOS, TRUE, position);
+        Text(kValueControls + static_cast<int>(row), value);
     }
-    void SetValue(ParamsSlider slider, const CString& text) override {
-        Text(Number(slider, ORVIX_PARAMS_VALUE), text);
-    }
-    void SetStep(const CString& text) override { Text(ORVIX_PARAMS_STEP_TEXT, text); }
-    void EnableView(bool enabled) override {
-        EnableWindow(Control(ORVIX_PARAMS_VIEW), enabled ? TRUE : FALSE);
-    }
-    void ShowPicture(const ParamsPicture& picture) override;
+    void SetGroupNote(const CString& text) override { Text(kGroupNoteControl, text); }
+    void EnableButton(int id, bool enabled) override;
+    void ShowPicture(const WindowPicture& picture) override;
     void StepAside() override;
     void ComeBack() override;
 
 private:
     static INT_PTR CALLBACK Receive(HWND dialog, UINT message, WPARAM word, LPARAM value);
     INT_PTR Handle(UINT message, WPARAM word, LPARAM value);
+    void Fill();
     bool Command(int number, int what);
+    bool PressButton(int number);
     void Slid(HWND control);
     void Draw(const DRAWITEMSTRUCT& item) const;
     void DrawPicture(HDC device, const RECT& place) const;
@@ -149,31 +133,36 @@ private:
         SetWindowTextW(Control(number), text.c_str());
     }
 
+    CString name_;
     HWND dialog_ = nullptr;
     HWND parent_ = nullptr;
-    ParamsEvents* events_ = nullptr;
+    const RowWindowContent* content_ = nullptr;
+    RowWindowEvents* events_ = nullptr;
     CString trouble_;
     bool hasPlace_ = false;  // for the picture
-    ParamsPicture picture_;
+    WindowPicture picture_;
     std::vector<std::uint32_t> pixels_;  // its pixels, blue in the lowest byte
 };
 
-int DialogWindow::Run(void* parent, ParamsEvents& events) {
+int DialogWindow::Run(void* parent, const RowWindowContent& content, RowWindowEvents& events) {
     const PerMonitorScale scale;
     const CurrentLook look;
     if (!LoadSliders()) {
-        trouble_ = L"the plane parameters window needs comctl32.dll, which could not be loaded";
+        trouble_ = name_ + L" needs comctl32.dll, which could not be loaded";
         return kCannotOpen;
     }
+    content_ = &content;
     events_ = &events;
     parent_ = static_cast<HWND>(parent);
     hasPlace_ = false;
-    const INT_PTR code = DialogBoxParamW(OwnModule(), MAKEINTRESOURCEW(ORVIX_PARAMS_DIALOG),
-                                         parent_, &Receive, reinterpret_cast<LPARAM>(this));
+    const std::vector<WORD> dialog = RowWindowTemplate(content);
+    const INT_PTR code =
+        DialogBoxIndirectParamW(OwnModule(), reinterpret_cast<LPCDLGTEMPLATEW>(dialog.data()),
+                                parent_, &Receive, reinterpret_cast<LPARAM>(this));
     const DWORD error = GetLastError();
     dialog_ = nullptr;
     if (code > 0) return static_cast<int>(code);
-    trouble_ = L"the plane parameters window could not be opened: " + SystemMessage(error);
+    trouble_ = name_ + L" could not be opened: " + SystemMessage(error);
     return kCannotOpen;
 }
 
@@ -189,6 +178,7 @@ INT_PTR CALLBACK DialogWindow::Receive(HWND dialog, UINT message, WPARAM word, L
 INT_PTR DialogWindow::Handle(UINT message, WPARAM word, LPARAM value) {
     switch (message) {
         case WM_INITDIALOG:
+            Fill();
             SetTimer(dialog_, kTickTimer, kTickMilliseconds, nullptr);
             events_->Opened();
             return TRUE;  // the first control takes the focus
@@ -211,65 +201,63 @@ INT_PTR DialogWindow::Handle(UINT message, WPARAM word, LPARAM value) {
     }
 }
 
+/// What the template cannot hold.
+void DialogWindow::Fill() {
+    for (const CString& choice : content_->choices)
+        Send(kChoiceControl, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(choice.c_str()));
+    int number = kSliderControls;
+    for (const SliderRow& row : content_->rows) {
+        Send(number, TBM_SETRANGEMIN, FALSE, row.low);
+        Send(number, TBM_SETRANGEMAX, TRUE, row.high);
+        Send(number, TBM_SETPAGESIZE, 0, SliderPage(row.low, row.high));
+        ++number;
+    }
+    ShowWindow(Control(kPictureControl), SW_HIDE);
+}
+
 bool DialogWindow::Command(int number, int what) {
-    if (number == ORVIX_PARAMS_CHOICE) {
+    if (number == kChoiceControl) {
         if (what == CBN_SELCHANGE)
             events_->ChoiceMade(static_cast<int>(Send(number, CB_GETCURSEL, 0, 0)));
         return true;
     }
-    // Of two quick clicks on a button that the dialog draws, the second is told as a double one.
+    // Of two quick clicks on a button that the dialog draws, the second is reported as a double one.
     if (what != BN_CLICKED && what != BN_DOUBLECLICKED) return false;
-    if (number == IDOK) return events_->ButtonPressed(ParamsButton::Ok), true;
-    if (number == IDCANCEL) return events_->ButtonPressed(ParamsButton::Cancel), true;
-    if (number == ORVIX_PARAMS_DEFAULT) return events_->ButtonPressed(ParamsButton::Default), true;
-    if (number == ORVIX_PARAMS_VIEW) return events_->ButtonPressed(ParamsButton::View), true;
-    const bool down = IsOneOf(number, ORVIX_PARAMS_DOWN);
-    if (!down && !IsOneOf(number, ORVIX_PARAMS_UP)) return false;
-    const ParamsSlider slider = SliderOf(number, down ? ORVIX_PARAMS_DOWN : ORVIX_PARAMS_UP);
-    events_->StepPressed(slider, down ? ParamsStep::Down : ParamsStep::Up);
+    if (PressButton(number)) return true;
+    const bool down = IsOneOf(number, kDownControls);
+    if (!down && !IsOneOf(number, kUpControls)) return false;
+    const int row = number - (down ? kDownControls : kUpControls);
+    events_->StepPressed(static_cast<std::size_t>(row), down ? SliderStep::Down : SliderStep::Up);
     // The keys go on where the mouse left off.
-    SendMessageW(dialog_, WM_NEXTDLGCTL,
-                 reinterpret_cast<WPARAM>(Control(Number(slider, ORVIX_PARAMS_SLIDER))), TRUE);
+    SendMessageW(dialog_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(Control(kSliderControls + row)),
+                 TRUE);
     return true;
+}
+
+bool DialogWindow::PressButton(int number) {
+    for (std::size_t i = 0; i < content_->buttons.size(); ++i) {
+        if (ButtonControl(*content_, i) != number) continue;
+        events_->ButtonPressed(content_->buttons[i].id);
+        return true;
+    }
+    return false;
 }
 
 void DialogWindow::Slid(HWND control) {
     const int number = GetDlgCtrlID(control);
-    if (!IsOneOf(number, ORVIX_PARAMS_SLIDER)) return;
+    if (!IsOneOf(number, kSliderControls)) return;
     const auto position = static_cast<int>(SendMessageW(control, TBM_GETPOS, 0, 0));
-    events_->SliderMoved(SliderOf(number, ORVIX_PARAMS_SLIDER), position);
+    events_->SliderMoved(static_cast<std::size_t>(number - kSliderControls), position);
 }
 
-void DialogWindow::SetCaptions(const ParamsCaptions& captions) {
-    SetWindowTextW(dialog_, captions.title.c_str());
-    Text(ORVIX_PARAMS_DATA_CAPTION, captions.data);
-    Send(ORVIX_PARAMS_CHOICE, CB_RESETCONTENT, 0, 0);
-    for (const CString& choice : captions.choices)
-        Send(ORVIX_PARAMS_CHOICE, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(choice.c_str()));
-    Text(ORVIX_PARAMS_SCALE, captions.scale);
-    Text(ORVIX_PARAMS_GROUP, captions.splitSize);
-    for (std::size_t i = 0; i < kParamsSliders; ++i) {
-        const auto slider = static_cast<ParamsSlider>(i);
-        const CString& caption = captions.sliders[i];
-        Text(Number(slider, ORVIX_PARAMS_CAPTION), caption);
-        const CString spoken = WithoutKey(caption) + L": ";
-        Text(Number(slider, ORVIX_PARAMS_DOWN), spoken + captions.stepDown);
-        Text(Number(slider, ORVIX_PARAMS_UP), spoken + captions.stepUp);
-    }
-    Text(ORVIX_PARAMS_DEFAULT, captions.defaults);
-    Text(ORVIX_PARAMS_VIEW, captions.view);
-    Text(IDOK, captions.ok);
-    Text(IDCANCEL, captions.cancel);
+void DialogWindow::EnableButton(int id, bool enabled) {
+    if (dialog_ == nullptr) return;
+    for (std::size_t i = 0; i < content_->buttons.size(); ++i)
+        if (content_->buttons[i].id == id)
+            EnableWindow(Control(ButtonControl(*content_, i)), enabled ? TRUE : FALSE);
 }
 
-void DialogWindow::SetRange(ParamsSlider slider, int low, int high) {
-    const int number = Number(slider, ORVIX_PARAMS_SLIDER);
-    Send(number, TBM_SETRANGEMIN, FALSE, low);
-    Send(number, TBM_SETRANGEMAX, TRUE, high);
-    Send(number, TBM_SETPAGESIZE, 0, ParamsPage(low, high));
-}
-
-void DialogWindow::ShowPicture(const ParamsPicture& picture) {
+void DialogWindow::ShowPicture(const WindowPicture& picture) {
     if (dialog_ == nullptr) return;
     picture_ = picture;
     const std::size_t count = picture.rgb.size() / 3;
@@ -280,7 +268,7 @@ void DialogWindow::ShowPicture(const ParamsPicture& picture) {
     }
     picture_.rgb.clear();
     if (!std::exchange(hasPlace_, true)) MakePlaceForPicture();
-    InvalidateRect(Control(ORVIX_PARAMS_PICTURE), nullptr, FALSE);
+    InvalidateRect(Control(kPictureControl), nullptr, FALSE);
 }
 
 /// Widens the dialog to the right, as far as its monitor allows, and keeps it on the monitor.
@@ -302,8 +290,8 @@ void DialogWindow::MakePlaceForPicture() {
     const auto border = (frame.bottom - frame.top) - client.bottom;
     const auto roomWide = (work.right - work.left) - (frame.right - frame.left) - gap.right;
     const auto roomHigh = (work.bottom - work.top) - border - 2 * gap.bottom;
-    const int wantWide = MulDiv(kParamsPictureWidth, dpi, 96);
-    const int wantHigh = MulDiv(kParamsPictureHeight, dpi, 96);
+    const int wantWide = MulDiv(kWindowPictureWidth, dpi, 96);
+    const int wantHigh = MulDiv(kWindowPictureHeight, dpi, 96);
     const double shrink = std::min(
         {1.0, static_cast<double>(roomWide) / wantWide, static_cast<double>(roomHigh) / wantHigh});
     const int wide = std::max(1, static_cast<int>(wantWide * shrink));
@@ -316,7 +304,7 @@ void DialogWindow::MakePlaceForPicture() {
                                  std::max(work.left, work.right - frameWide));
     const auto top = std::clamp(frame.top - (frameHigh - (frame.bottom - frame.top)) / 2, work.top,
                                 std::max(work.top, work.bottom - frameHigh));
-    SetWindowPos(Control(ORVIX_PARAMS_PICTURE), nullptr, static_cast<int>(client.right),
+    SetWindowPos(Control(kPictureControl), nullptr, static_cast<int>(client.right),
                  static_cast<int>(gap.bottom), wide, high, SWP_NOZORDER | SWP_SHOWWINDOW);
     SetWindowPos(dialog_, nullptr, static_cast<int>(left), static_cast<int>(top), frameWide,
                  frameHigh, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -324,8 +312,8 @@ void DialogWindow::MakePlaceForPicture() {
 
 void DialogWindow::Draw(const DRAWITEMSTRUCT& item) const {
     RECT place = item.rcItem;
-    if (item.CtlID == ORVIX_PARAMS_PICTURE) return DrawPicture(item.hDC, place);
-    const bool down = IsOneOf(static_cast<int>(item.CtlID), ORVIX_PARAMS_DOWN);
+    if (item.CtlID == kPictureControl) return DrawPicture(item.hDC, place);
+    const bool down = IsOneOf(static_cast<int>(item.CtlID), kDownControls);
     const UINT pushed = (item.itemState & ODS_SELECTED) != 0 ? DFCS_PUSHED : 0;
     DrawFrameControl(item.hDC, &place, DFC_SCROLL,
                      (down ? DFCS_SCROLLLEFT : DFCS_SCROLLRIGHT) | pushed);
@@ -374,8 +362,8 @@ void DialogWindow::ComeBack() {
 
 }  // namespace
 
-Expected<std::unique_ptr<ParamsWindow>> MakeParamsWindow() {
-    return std::make_unique<DialogWindow>();
+Expected<std::unique_ptr<RowWindow>> MakeRowWindow(const std::string& name) {
+    return std::make_unique<DialogWindow>(name);
 }
 
 }  // namespace orvix::platform
