@@ -4,7 +4,8 @@
 #include <span>
 #include <vector>
 
-#include "detection/plane_search.h"
+#include "detection/found_plane.h"
+#include "detection/regions/cell_map.h"
 
 namespace orvix::detection {
 

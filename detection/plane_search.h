@@ -1,38 +1,39 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <vector>
 
-#include "detection/cells/moments.h"
-#include "detection/outlines/plane_raster.h"
-#include "detection/regions/point_assignment.h"
-#include "detection/regions/region_extents.h"
-#include "orvix/geometry/plane_frame.h"
-#include "orvix/geometry/plane_outline.h"
+#include "detection/found_plane.h"
 #include "orvix/platform/error.h"
-#include "orvix/project/project_core.h"
+#include "orvix/points/records.h"
+
+namespace orvix {
+class CAlivePointReader;
+class CProjectCore;
+}  // namespace orvix
 
 namespace orvix::detection {
 
-/// What to look for. Every 0 (of `bridge`: a negative one) stands for "as the cloud suggests".
+/// What to look for. A 0 (of `bridge`: a negative value) leaves the choice to the search, which
+/// takes it from the cloud where no other value is given here.
 struct PlaneSearchOptions {
-    double cellSize = 0;   ///< metres: raised to the next of CellFrame::kSizes
-    double distance = 0;   ///< metres: a point's largest distance from its plane
+    double cellSize = 0;   ///< metres; raised to the next of 0.1, 0.2, 0.25, 0.5, 1, 2, 5, 10
+    double distance = 0;   ///< metres: largest distance of a point from its plane
     double angle = 0;      ///< degrees: largest turn of a cell's normal; 0: 20
     double minArea = 0;    ///< square metres of outline that a plane has at least
     double minPoints = 0;  ///< points that a plane has at least; 0: 30
     double bridge = -1;    ///< metres: pieces of one plane join across gaps of about this width
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;
-    unsigned threads = 0;           ///< 0: every core
-    std::vector<Vector> stations;   ///< scanner positions, project frame
-    std::function<bool()> proceed;  ///< asked often, on the calling thread; false cancels
+    unsigned threads = 0;                        ///< 0: every core
+    std::vector<SimplePointT<double>> stations;  ///< scanner positions, project frame
+    std::function<bool()> proceed;  ///< called often, on the calling thread; false cancels
 };
 
-/// What was measured of a cloud, and what was used.
+/// The settings that a search used, and what it measured of the cloud to choose them.
 struct PlaneSearchSettings {
     double cellSize = 0;
     double spacing = 0;  ///< metres between points on the cloud's surfaces, typically
@@ -44,132 +45,103 @@ struct PlaneSearchSettings {
     double bridge = 0;
 };
 
-enum class PlaneKind { Floor, Ceiling, Wall, Roof, Other };
-
-/// One plane, in the project's own frame.
-struct FoundPlane {
-    Vector normal;      ///< of unit length, to the side that PlaneSearch says
-    double offset = 0;  ///< normal . p + offset = 0
-    Vector centre;      ///< mean of its points
-    std::uint64_t points = 0;
-    double rms = 0;        ///< metres: of its points from it
-    double tolerance = 0;  ///< metres: largest distance of a point from the plane of its cells
-    double area = 0;       ///< square metres inside its outline
-    PlaneKind kind = PlaneKind::Other;
-    PlaneFrame frame;
-    PlaneOutline outline;  ///< in `frame`; vertices are the outline's own (raster_outline.h)
+/// Points that follow each other in the point file, and the plane of each.
+struct PlanePoints {
+    std::uint64_t firstRecord = 0;  ///< of the first point
+    std::span<const CCloudPoint<float>> points;
+    std::span<const std::int32_t> planes;  ///< as many: a place in Planes(), or -1
 };
 
 /// Why a place is in a plane or in none.
 struct PlaceReport {
-    bool occupied = false;       ///< there are points in its cell
-    std::uint64_t points = 0;    ///< of its cell
-    Vector cellNormal;           ///< of zeros: the surroundings are not flat
-    double cellRms = 0;          ///< metres, of the points that tell the normal
-    std::int32_t plane = -1;     ///< the plane of a point at that place
-    std::int32_t nearest = -1;   ///< that plane, or else the nearest of those around
-    double nearestDistance = 0;  ///< metres, signed, from `nearest`
-    double nearestTurn = 0;      ///< the cosine between the cell's normal and the plane's
+    bool occupied = false;            ///< there are points in its cell
+    std::uint64_t points = 0;         ///< of its cell
+    SimplePointT<double> cellNormal;  ///< zeros where the surroundings are not flat
+    double cellRms = 0;               ///< metres, of the points that decide the normal
+    std::int32_t plane = -1;          ///< the plane of a point at that place
+    std::int32_t nearest = -1;        ///< that plane, or else the nearest of those around
+    double nearestDistance = 0;       ///< metres, signed, from `nearest`
+    double nearestTurn = 0;           ///< the cosine between the cell's normal and the plane's
 };
 
-/// All planes of a project.
+/// Finds all planes of a project, and the plane of each of its points.
 ///
-/// The project is worked through in tiles of a hundred cells along an axis at most. One pass over
-/// the points keeps, of each occupied cell, how many points it holds, where their mean is and how
-/// they spread. Regions grow over neighbouring cells, from the flattest on, as long as the cells'
-/// points lie on the plane that the region has made so far; pieces of one plane are joined from
-/// tile to tile and across gaps. A second pass gives each point to the nearest plane that passes
-/// its cell or one beside it, within the distance, and fits each plane to its points.
+/// Use this for a whole project. To fit one plane around a point that somebody picked, use
+/// GrowPlaneFromSeed (orvix/planes/seed): it needs no pass over all points.
 ///
 ///     auto search = PlaneSearch::Run(core, {});
 ///     if (!search) return Report(search.error());
 ///     for (const FoundPlane& plane : (*search)->Planes()) Use(plane.area, plane.outline);
 ///
+/// The project is worked through in tiles of up to a hundred cells along an axis. The first pass
+/// over the points stores, for each occupied cell, how many points it holds, their mean and how
+/// they spread. Regions grow over neighbouring cells, from the flattest on, as long as the cells'
+/// points lie on the region's plane; pieces of one plane are joined from tile to tile and across
+/// gaps. The second pass gives each point to the nearest of the planes that pass its cell or one
+/// beside it, within the distance, and fits each plane to its points.
+///
 /// Units      metres, project frame.
-/// Shape      a normal points to the scanners, where stations are known; else up, of a ceiling
-///            down, and of a wall away from the middle of the cloud. A plane within 10 degrees of
-///            upright is a wall. One within 10 degrees of level is a ceiling where scanners see it
-///            from below. Else it is a floor, unless more stands below its rims than above: then,
-///            without stations, it is a ceiling where it covers most of what lies below, or another
-///            (a table) where it covers it from less than 1.5 m; what is left is a roof, for a
-///            known scanner only under open sky. Without stations, points more than 0.15 m apart
-///            are from the air and know no ceilings. Of the others those with open sky above are
-///            roofs.
+/// Shape      the normal points to the scanners where stations are known. Without stations it
+///            points up, of a ceiling down, and of a wall away from the middle of the cloud.
+///              A plane within 10 degrees of upright is a wall.
+///              One within 10 degrees of level is a ceiling where scanners see it from below. Else
+///            it is a floor, unless more stands below its rims than above. Then, without stations,
+///            it is a ceiling where it covers most of what lies below, or another (a table) where
+///            it covers that from less than 1.5 m. What is left is a roof; where stations are
+///            known, only under open sky. Without stations, a cloud whose points are more than
+///            0.15 m apart was scanned from the air and has no ceilings.
+///              Of the planes that are neither, those under open sky are roofs.
+/// Order      planes by their points, most first, equal ones as their regions began, tile by tile.
+///            The same project and options give the same bits, at any number of threads and on
+///            every system; the memory limit matters only where it makes cells larger.
 /// Boundaries a plane that takes in more than noise, such as a floor that sags, reaches further
 ///            than the distance: to 3 times the rms of its cells' points.
-/// Order      planes by their points, most first, equal ones as their regions began, tile by tile.
-/// The same project
-///            and options give the same bits, at any number of threads and on every system; the
-///            memory limit matters only where it makes cells larger.
 /// Errors     Damaged for a project whose points and cells contradict each other; BadInput where
-///            even the largest cells take more memory than allowed; Cancelled.
+///            even the largest cells take more memory than allowed; Failure where the points
+///            cannot be mapped; Cancelled.
 /// Lifetime   `core` must stay open while the search is used.
 /// Threads    Run keeps the core to itself; const calls may run side by side afterwards.
-/// Cost       two passes over the points and about a microsecond a cell, on all threads; memory 20
-///            bytes a cell, 260 more for the cells of the tiles at work, and a bit for each pixel
-///            of each plane, whatever the number of points.
+/// Cost       two passes over the points and about a microsecond per cell, on all threads. Memory:
+///            20 bytes per cell, 260 more per cell of the tiles at work, and one bit per pixel of
+///            each plane, however many points there are.
 class PlaneSearch {
 public:
     static Expected<std::unique_ptr<PlaneSearch>> Run(CProjectCore& core,
                                                       const PlaneSearchOptions& options);
+    ~PlaneSearch();
+    PlaneSearch(const PlaneSearch&) = delete;
+    PlaneSearch& operator=(const PlaneSearch&) = delete;
 
-    [[nodiscard]] const PlaneSearchSettings& Settings() const { return settings_; }
-    [[nodiscard]] const std::vector<FoundPlane>& Planes() const { return planes_; }
-    [[nodiscard]] std::uint64_t Points() const { return cut_.points; }
-    [[nodiscard]] std::uint64_t AssignedPoints() const { return assigned_; }
-    [[nodiscard]] std::uint64_t Cells() const { return grown_.map.Cells(); }
+    [[nodiscard]] const PlaneSearchSettings& Settings() const;
+    [[nodiscard]] const std::vector<FoundPlane>& Planes() const;
+    [[nodiscard]] std::uint64_t Points() const;
+    [[nodiscard]] std::uint64_t AssignedPoints() const;
+    [[nodiscard]] std::uint64_t Cells() const;
 
     /// How many chunks the points come in; each may be read on a thread of its own.
-    [[nodiscard]] std::size_t Chunks() const { return cut_.chunks.size(); }
-    /// Calls use(point, record, plane) for each point of a chunk in the order of the file; `plane`
-    /// is a place in Planes(), or -1. False where the points cannot be mapped.
-    template <class Use>
-    [[nodiscard]] bool ForEachPoint(CAlivePointReader& reader, std::size_t chunk, Use&& use) const {
-        return Assignment().ForEach(
-            reader, chunk,
-            [&](const CCloudPoint<float>& p, std::uint64_t record, std::int32_t region) {
-                use(p, record, PlaneOfRegion(region));
-            });
-    }
+    [[nodiscard]] std::size_t Chunks() const;
+    /// Hands over the points of a chunk in the order of the file, some thousands at a time. They
+    /// are copies, which last until `use` returns; `use` may iterate runs with the same reader. The
+    /// reader may be another core's that has the same project open.
+    ///
+    ///     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
+    ///         if (auto done = search.ReadChunk(*reader, chunk, Use); !done) return done;
+    ///
+    /// Errors  Failure where the points cannot be mapped.
+    [[nodiscard]] Expected<void> ReadChunk(
+        CAlivePointReader& reader, std::size_t chunk,
+        const std::function<void(const PlanePoints&)>& use) const;
     /// The plane of a point at a place, by the same rule: a place in Planes(), or -1.
-    [[nodiscard]] std::int32_t PlaneOf(const Vector& place) const {
-        return PlaneOfRegion(Assignment().At(place));
-    }
+    [[nodiscard]] std::int32_t PlaneOf(const SimplePointT<double>& place) const;
     /// Reads the place's tile again, on the calling thread. Errors as of Run.
-    [[nodiscard]] Expected<PlaceReport> Explain(const Vector& place) const;
+    [[nodiscard]] Expected<PlaceReport> Explain(const SimplePointT<double>& place) const;
 
 private:
-    class Tally;
-    using Sums = std::vector<std::pair<std::int32_t, MomentSum>>;  // by region
+    struct State;
 
-    explicit PlaneSearch(CProjectCore& core) : core_(core) {}
-    Expected<void> Grow(const parallel::Pool& pool, const PlaneSearchOptions& options);
-    Expected<void> GrowIn(const CellFrame& frame, const parallel::Pool& pool,
-                          const PlaneSearchOptions& options);
-    Expected<void> Derive(const parallel::Pool& pool, const PlaneSearchOptions& options);
-    Expected<void> Fit(const parallel::Pool& pool, const PlaneSearchOptions& options);
-    Expected<std::vector<MomentSum>> Assign(const parallel::Pool& pool,
-                                            std::vector<PlaneRaster>& rasters) const;
-    void Finish(const MomentSum& sum, PlaneRaster& raster, FoundPlane& plane) const;
-    void Rank();
-    [[nodiscard]] GrowthLimits Limits() const;
-    [[nodiscard]] PlaneRaster RasterOf(RegionExtent& extent) const;
-    [[nodiscard]] PointAssignment Assignment() const {
-        return {cut_, grown_, choices_, regionPlanes_};
-    }
-    [[nodiscard]] std::int32_t PlaneOfRegion(std::int32_t region) const {
-        return region < 0 ? -1 : planeOf_[static_cast<std::size_t>(region)];
-    }
+    explicit PlaneSearch(std::unique_ptr<State> state);
 
-    CProjectCore& core_;
-    PlaneSearchSettings settings_;
-    PointChunks cut_;
-    GrownTiles grown_;
-    PlaneChoices choices_;
-    std::vector<PlaneHeight> regionPlanes_;  // what points are held against
-    std::vector<std::int32_t> planeOf_;      // of each region; -1: too small
-    std::vector<FoundPlane> planes_;
-    std::uint64_t assigned_ = 0;
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace orvix::detection

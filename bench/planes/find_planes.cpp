@@ -26,8 +26,7 @@
 #include "detection/plane_search.h"
 #include "importer/import.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_core.h"
-#include "orvix/project/project_manager.h"
+#include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"
@@ -156,10 +155,12 @@ template <class Use>
 void ForEachPoint(CProjectCore& core, const PlaneSearch& search, const Truth& truth, Use&& use) {
     const auto reader = core.CreateAlivePointReader();
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        (void)search.ForEachPoint(*reader, chunk,
-                                  [&](const auto& p, std::uint64_t, std::int32_t plane) {
-                                      use(detail::Vector{p.x, p.y, p.z}, truth.Of(p), plane);
-                                  });
+        (void)search.ReadChunk(*reader, chunk, [&](const detection::PlanePoints& block) {
+            for (std::size_t i = 0; i < block.points.size(); ++i) {
+                const auto& p = block.points[i];
+                use(detail::Vector{p.x, p.y, p.z}, truth.Of(p), block.planes[i]);
+            }
+        });
 }
 
 Measured Search(const Arguments& a, CProjectCore& core) {
@@ -215,15 +216,11 @@ void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, cons
 }
 
 void Measure(const Arguments& a, const CString& path, Truth truth) {
-    ProjectManager manager;
-    bench::Require(manager.Open(path), "the project does not open");
-    CProjectCore core;
-    core.Open(manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.gridPts,
-              manager.LASScale(manager.cloudHeader.scale), manager.grid1000cmIdx,
-              manager.grid10cmIdx, manager.grid1to10cmIdx, manager.gridIdx);
-    bench::Require(core.OpenCores(), "the points do not open");
+    const auto project = detail::OpenProject::Open(path);
+    bench::Require(project.has_value(), project ? "" : project.error().message);
+    CProjectCore& core = (*project)->Core();
     // Planes are compared in the project's frame.
-    truth.origin = detail::ReadTransform(manager.transformFile)->Origin();
+    truth.origin = detail::ReadTransform((*project)->Manager().transformFile)->Origin();
     for (test::TruePlane& plane : truth.planes)
         plane.offset += detail::Dot(plane.normal, truth.origin);
     const Measured ours = Search(a, core);
@@ -234,9 +231,6 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     Print(a, "orvix", "orvix planes", ours, ours.seconds, score);
     if (a.list) List(truth.planes, score);
     if (!a.noPeers) RunPeers(a, core, ours, truth);
-    core.Close();
-    manager.aliveReader.reset();
-    manager.Close();
 }
 
 void MeasureBuilding(const Arguments& a) {

@@ -8,6 +8,7 @@
 
 #include "detection/cells/cell_shapes.h"
 #include "detection/cells/gather_cells.h"
+#include "detection/cells/point_readers.h"
 
 namespace orvix::detection {
 namespace {
@@ -76,7 +77,7 @@ Expected<SampledCells> ReadSamples(CProjectCore& core, const PointChunks& cut,
                                    const parallel::Pool& pool) {
     const std::vector<PointChunk> samples = SamplesOf(cut);
     std::vector<SampledCells> parts(samples.size());
-    Readers readers(core, pool.Threads());
+    PointReaders readers(core, pool.Threads());
     auto done = pool.RunJobs(samples.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
         auto found = ReadSample(readers[worker], cut, samples[i]);
         if (!found) return ErrorOf(found);

@@ -29,6 +29,6 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& 
 /// Errors GatherCells', and a place that comes twice.
 /// Cost   reads 4,096 points at 16 to 256 places.
 Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
-                             const parallel::Pool& pool);
+                                      const parallel::Pool& pool);
 
 }  // namespace orvix::detection

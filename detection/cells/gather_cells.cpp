@@ -57,8 +57,7 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
         cells.sums[cell] = sum;
         record += points.size();
     };
-    const bool mapped = ForEachCellRun(reader, chunk, numbering, take);
-    if (!mapped) return NoView();
+    if (auto read = ForEachCellRun(reader, chunk, numbering, take); !read) return ErrorOf(read);
     if (!fault) return ErrorOf(fault);
     return cells;
 }

@@ -1,28 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
-#include <memory>
-#include <vector>
-
 #include "detection/cells/point_chunks.h"
 #include "detection/cells/tile_cells.h"
+#include "orvix/points/alive_point_reader.h"
 
 namespace orvix::detection {
-
-/// Readers of a project's points, one a thread, made when first asked for.
-class Readers {
-public:
-    Readers(CProjectCore& core, unsigned threads) : core_(core), readers_(threads) {}
-    CAlivePointReader& operator[](unsigned worker) {
-        if (!readers_[worker]) readers_[worker] = core_.CreateAlivePointReader();
-        return *readers_[worker];
-    }
-
-private:
-    CProjectCore& core_;
-    std::vector<std::shared_ptr<CAlivePointReader>> readers_;
-};
 
 /// Reads a chunk's points once and sums up those of each cell.
 ///

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 #include "detection/cells/cell_frame.h"
 #include "orvix/platform/error.h"
-#include "orvix/points/alive_point_reader.h"
 #include "orvix/project/project_core.h"
 
 namespace orvix::detection {
@@ -42,26 +39,8 @@ struct PointChunks {
 /// Cost    one walk over the 100 cm index.
 Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame);
 
-/// Calls `use` for each point of a chunk, in order; false where the points cannot be mapped.
-template <class Use>
-[[nodiscard]] bool ForEachPoint(CAlivePointReader& reader, const PointChunk& chunk, Use&& use) {
-    CCloudPoint<float> point;
-    CIndexerSmall run;
-    for (std::uint64_t done = 0; done < chunk.count; done += run.count) {
-        run.offset = chunk.first + done;
-        run.count = static_cast<std::uint32_t>(
-            std::min<std::uint64_t>(chunk.count - done, std::numeric_limits<std::int32_t>::max()));
-        while (reader.ReadIndexPoints(run)) {
-            if (reader.PtsMapAddressAlive() == nullptr) return false;
-            reader.ReadCurrentPoint(point);
-            use(point);
-        }
-    }
-    return true;
-}
-
-/// What a false of ForEachPoint is told as.
-inline tl::unexpected<Error> NoView() {
+/// The failure of a reader that got no view of the point file.
+inline tl::unexpected<Error> PointsNotMapped() {
     return Fail(ErrorCode::Failure, "the points cannot be mapped; close other programs and retry");
 }
 

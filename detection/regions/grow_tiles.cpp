@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "detection/cells/gather_cells.h"
+#include "detection/cells/point_readers.h"
 
 namespace orvix::detection {
 namespace {
@@ -126,7 +127,7 @@ private:
     const GrowthLimits& limits_;
     const parallel::Pool& pool_;
     std::uint64_t memoryLimit_;
-    Readers readers_;
+    PointReaders readers_;
     std::vector<std::vector<CellSums>> parts_;  // of each tile
     std::vector<std::vector<Region>> regions_;  // likewise
     GrownTiles grown_;

@@ -8,12 +8,12 @@ namespace orvix::detection {
 
 // A place in a cell without points goes by the cells around it.
 std::int32_t PointAssignment::At(const Vector& place, bool within) const {
-    const CellMap& map = grown_.map;
+    const CellMap& map = regions_.grown.map;
     const std::optional<CellPlace> home = map.Frame().PlaceOf(place);
     if (!home) return kNoRegion;
     std::uint32_t own = 0;
     if (const std::size_t tile = map.Find(*home, own); tile != map.Tiles())
-        return Nearest(place, choices_.At(tile, own), within);
+        return Nearest(place, regions_.choices.At(tile, own), within);
     std::vector<std::int32_t> choice;
     for (std::int32_t x = -1; x <= 1; ++x) {
         for (std::int32_t y = -1; y <= 1; ++y) {

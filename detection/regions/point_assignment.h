@@ -7,13 +7,12 @@
 #include <vector>
 
 #include "detection/cells/cell_runs.h"
-#include "detection/regions/grow_tiles.h"
-#include "detection/regions/plane_choices.h"
+#include "detection/regions/cloud_regions.h"
 
 namespace orvix::detection {
 
-/// A plane as the points with normal . p = height, project frame, and how far from it its points
-/// lie at most.
+/// A region's plane as the points with normal . p = height, project frame, and the largest distance
+/// of a point that belongs to it.
 struct PlaneHeight {
     Vector normal;
     double height = 0;
@@ -22,45 +21,50 @@ struct PlaneHeight {
     [[nodiscard]] double Distance(const Vector& p) const { return Dot(normal, p) - height; }
 };
 
-/// Tells the plane of each point: of the planes that pass its cell or one beside it, the nearest,
-/// unless it is further than that one's reach.
+/// Finds the plane of each point: the nearest of the planes that pass its cell or one beside it,
+/// unless the point is further away than that plane's reach.
 ///
-///     PointAssignment assignment(cut, grown, choices, planes);
-///     assignment.ForEach(reader, chunk, [](const auto& p, std::uint64_t record, auto plane) {
-///         ...
+///     PointAssignment assignment(regions, planes);
+///     auto done = assignment.ForEachRun(reader, chunk, [&](auto points, auto choice) {
+///         for (const auto& p : points) Use(p, assignment.Nearest({p.x, p.y, p.z}, choice));
 ///     });
 ///
 /// Boundaries a point between two planes belongs to the nearer one; equally near ones, to the one
 ///            with the lower number. kNoRegion for none.
 /// Lifetime   borrows what it is given.
-/// Threads    ForEach may run side by side, with a reader each.
+/// Threads    const calls may run side by side, with a reader each.
 class PointAssignment {
 public:
-    PointAssignment(const PointChunks& cut, const GrownTiles& grown, const PlaneChoices& choices,
-                    const std::vector<PlaneHeight>& planes)
-        : cut_(cut), grown_(grown), choices_(choices), planes_(planes) {}
+    PointAssignment(const CloudRegions& regions, const std::vector<PlaneHeight>& planes)
+        : regions_(regions), planes_(planes) {}
 
-    /// False where the points cannot be mapped.
+    /// Reads a chunk: use(points, choice) for stretches of points of one cell and the planes that
+    /// each of them may belong to. Errors as of ForEachBlock.
     template <class Use>
-    [[nodiscard]] bool ForEach(CAlivePointReader& reader, std::size_t chunk, Use&& use) const {
-        CellNumbering numbering(grown_.map.Frame());
-        std::span<const std::int32_t> choice;
-        std::uint64_t record = cut_.chunks[chunk].first;
-        return ForEachPoint(reader, cut_.chunks[chunk], [&](const CCloudPoint<float>& p) {
-            const bool placed = numbering.Stays(p) || CellFrame::Holds(p);
-            if (!numbering.Stays(p) && placed) choice = ChoiceOf(chunk, numbering.NumberOf(p));
-            use(p, record++, placed ? Nearest({p.x, p.y, p.z}, choice) : kNoRegion);
-        });
-    }
-    /// The same in stretches: use(points, choice) for points of one cell and the planes that each
-    /// of them may belong to, as Nearest tells.
-    template <class Use>
-    [[nodiscard]] bool ForEachRun(CAlivePointReader& reader, std::size_t chunk, Use&& use) const {
-        CellNumbering numbering(grown_.map.Frame());
-        return ForEachCellRun(reader, cut_.chunks[chunk], numbering,
+    [[nodiscard]] Expected<void> ForEachRun(CAlivePointReader& reader, std::size_t chunk,
+                                            Use&& use) const {
+        CellNumbering numbering(regions_.cut.frame);
+        return ForEachCellRun(reader, regions_.cut.chunks[chunk], numbering,
                               [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
                                   use(points, ChoiceOf(chunk, cell));
                               });
+    }
+    /// Reads a chunk in blocks: use(points, planes), with the plane of each point. Errors likewise.
+    template <class Use>
+    [[nodiscard]] Expected<void> ForEachBlock(CAlivePointReader& reader, std::size_t chunk,
+                                              Use&& use) const {
+        CellNumbering numbering(regions_.cut.frame);
+        std::vector<std::int32_t> planes;
+        const auto find = [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
+            const std::span<const std::int32_t> choice = ChoiceOf(chunk, cell);
+            for (const auto& p : points) planes.push_back(Nearest({p.x, p.y, p.z}, choice));
+        };
+        return detection::ForEachBlock(reader, regions_.cut.chunks[chunk],
+                                       [&](std::span<const CCloudPoint<float>> points) {
+                                           planes.clear();
+                                           ForEachCellRun(points, numbering, find);
+                                           use(points, std::span<std::int32_t>(planes));
+                                       });
     }
     /// The plane of a point among those it may belong to. `within` false: however far.
     [[nodiscard]] std::int32_t Nearest(const Vector& p, std::span<const std::int32_t> choice,
@@ -84,14 +88,15 @@ private:
     // Points that have moved since they were read first may meet cells that are not there.
     [[nodiscard]] std::span<const std::int32_t> ChoiceOf(std::size_t chunk,
                                                          std::uint32_t number) const {
-        const std::size_t tile = cut_.chunks[chunk].tile;
-        const std::uint64_t met = std::uint64_t{grown_.firstNumber[chunk]} + number;
-        if (number == kNoCell || met >= grown_.map.CellsIn(tile)) return {};
-        return choices_.At(tile, grown_.map.CellOfNumber(tile, static_cast<std::uint32_t>(met)));
+        const GrownTiles& grown = regions_.grown;
+        const std::size_t tile = regions_.cut.chunks[chunk].tile;
+        const std::uint64_t inTile = std::uint64_t{grown.firstNumber[chunk]} + number;
+        if (number == kNoCell || inTile >= grown.map.CellsIn(tile)) return {};
+        const auto cell = grown.map.CellOfNumber(tile, static_cast<std::uint32_t>(inTile));
+        return regions_.choices.At(tile, cell);
     }
-    const PointChunks& cut_;
-    const GrownTiles& grown_;
-    const PlaneChoices& choices_;
+
+    const CloudRegions& regions_;
     const std::vector<PlaneHeight>& planes_;
 };
 

@@ -34,10 +34,18 @@ std::array<std::uint8_t, kPointBytes> RecordOf(const SimplePointT<double>& at, s
     return record;
 }
 
+tl::unexpected<Error> PointsNotMapped() {
+    return Fail(ErrorCode::Failure, "the points cannot be mapped; close other programs and retry");
+}
+
 template <class Use>
 Expected<void> ForEachPlanePoint(CAlivePointReader& reader, const PlaneSearch& search, Use&& use) {
+    const auto useAll = [&use](const detection::PlanePoints& block) {
+        for (std::size_t i = 0; i < block.points.size(); ++i)
+            use(block.points[i], block.firstRecord + i, block.planes[i]);
+    };
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        if (!search.ForEachPoint(reader, chunk, use)) return detection::NoView();
+        if (auto done = search.ReadChunk(reader, chunk, useAll); !done) return done;
     return {};
 }
 
@@ -47,6 +55,18 @@ void SetNumber(std::uint8_t* at, std::int32_t plane) {
     if (std::memcmp(at, &number, sizeof number) != 0) std::memcpy(at, &number, sizeof number);
 }
 
+// False where the reader gets no view to write in.
+bool SetNumbers(CAlivePointReader& writer, const detection::PlanePoints& block) {
+    const CIndexerSmall run{block.firstRecord, static_cast<std::uint32_t>(block.points.size()), 0};
+    for (std::size_t i = 0; writer.ReadIndexPoints(run); ++i) {
+        if (writer.PtsMapAddressAlive() == nullptr) return false;
+        SetNumber(writer.PtsMapAddressAlive() + writer.CurrentPointPositionAlive() +
+                      offsetof(CCloudPoint<float>, dclcFirst),
+                  block.planes[i]);
+    }
+    return true;
+}
+
 Expected<void> NumberPoints(CProjectCore& core, const PlaneSearch& search,
                             const std::function<bool()>& proceed) {
     const auto reader = core.CreateAlivePointReaderWriter();
@@ -54,13 +74,12 @@ Expected<void> NumberPoints(CProjectCore& core, const PlaneSearch& search,
         if (!proceed())
             return Fail(ErrorCode::Cancelled,
                         "numbering the points was cancelled; run it again to number them all");
-        const bool mapped = search.ForEachPoint(
-            *reader, chunk, [&](const auto&, std::uint64_t, std::int32_t plane) {
-                SetNumber(reader->PtsMapAddressAlive() + reader->CurrentPointPositionAlive() +
-                              offsetof(CCloudPoint<float>, dclcFirst),
-                          plane);
-            });
-        if (!mapped) return detection::NoView();
+        bool mapped = true;
+        auto done = search.ReadChunk(*reader, chunk, [&](const detection::PlanePoints& block) {
+            mapped = mapped && SetNumbers(*reader, block);
+        });
+        if (!done) return done;
+        if (!mapped) return PointsNotMapped();
     }
     return {};
 }
@@ -73,7 +92,7 @@ Expected<void> NumberSkeleton(CProjectCore& core, const PlaneSearch& search) {
         if (!reader->ReadNextSkeletCoordPoint() || !reader->ReadNextSkeletDataPoint() ||
             reader->PtsMapAddressSkeletCoord() == nullptr ||
             reader->PtsMapAddressSkeletData() == nullptr)
-            return detection::NoView();
+            return PointsNotMapped();
         SimplePointT<float> place;
         reader->ReadCurrentSkeletPoint(place);
         SetNumber(reader->PtsMapAddressSkeletData() + reader->CurrentPointPositionSkeletData() +

@@ -7,9 +7,12 @@
 #include <cstring>
 #include <map>
 #include <random>
+#include <stdexcept>
 
+#include "detection/regions/cell_map.h"
 #include "importer/import.h"
-#include "orvix/project/project_manager.h"
+#include "orvix/geometry/vector.h"
+#include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"
@@ -18,36 +21,30 @@
 namespace orvix::detection {
 namespace {
 
+using detail::Dot, detail::Vector;
+using detail::operator+, detail::operator-, detail::operator*;
 using test::BuildingOptions;
 using test::SyntheticBuilding;
 
 /// A project that is open for the length of a test.
 class Opened {
 public:
-    explicit Opened(const CString& project) {
-        EXPECT_TRUE(manager_.Open(project));
-        core_.Open(manager_.gridSkeletCoordPts, manager_.gridSkeletDataPts, manager_.gridPts,
-                   manager_.LASScale(manager_.cloudHeader.scale), manager_.grid1000cmIdx,
-                   manager_.grid10cmIdx, manager_.grid1to10cmIdx, manager_.gridIdx);
-        EXPECT_TRUE(core_.OpenCores());
-        origin_ = detail::ReadTransform(manager_.transformFile)->Origin();
+    explicit Opened(const CString& path) {
+        auto opened = detail::OpenProject::Open(path);
+        if (!opened) throw std::runtime_error(opened.error().message);
+        project_ = std::move(*opened);
+        origin_ = detail::ReadTransform(project_->Manager().transformFile)->Origin();
     }
-    ~Opened() {
-        core_.Close();
-        manager_.aliveReader.reset();
-        manager_.Close();
-    }
-    CProjectCore& Core() { return core_; }
+    CProjectCore& Core() { return project_->Core(); }
     [[nodiscard]] const Vector& Origin() const { return origin_; }
     std::unique_ptr<PlaneSearch> Search(const PlaneSearchOptions& options = {}) {
-        auto search = PlaneSearch::Run(core_, options);
+        auto search = PlaneSearch::Run(Core(), options);
         EXPECT_TRUE(search) << search.error().message;
         return search ? std::move(*search) : nullptr;
     }
 
 private:
-    ProjectManager manager_;
-    CProjectCore core_;
+    std::unique_ptr<detail::OpenProject> project_;
     Vector origin_;
 };
 
@@ -72,7 +69,7 @@ CString WritePoints(const test::ScratchFolder& folder, const std::vector<Vector>
     return project;
 }
 
-/// Everything that a search tells, bit by bit.
+/// Everything that a search returns, bit by bit.
 std::vector<double> FingerprintOf(CProjectCore& core, const PlaneSearch& search) {
     std::vector<double> all;
     for (const FoundPlane& plane : search.Planes()) {
@@ -88,9 +85,11 @@ std::vector<double> FingerprintOf(CProjectCore& core, const PlaneSearch& search)
     }
     const auto reader = core.CreateAlivePointReader();
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        (void)search.ForEachPoint(
-            *reader, chunk,
-            [&](const auto&, std::uint64_t, std::int32_t plane) { all.push_back(plane); });
+        EXPECT_TRUE(search.ReadChunk(*reader, chunk, [&](const PlanePoints& block) {
+            EXPECT_EQ(block.points.size(), block.planes.size());
+            all.push_back(static_cast<double>(block.firstRecord));
+            all.insert(all.end(), block.planes.begin(), block.planes.end());
+        }));
     return all;
 }
 
@@ -102,14 +101,15 @@ double ShareFound(Opened& project, const PlaneSearch& search, const SyntheticBui
     std::map<int, std::size_t> counts;
     const auto reader = project.Core().CreateAlivePointReader();
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        (void)search.ForEachPoint(*reader, chunk,
-                                  [&](const auto& p, std::uint64_t, std::int32_t plane) {
-                                      std::uint16_t truth = 0;
-                                      std::memcpy(&truth, p.attributes.data(), sizeof truth);
-                                      if (truth == 0) return;
-                                      ++counts[truth - 1];
-                                      ++shared[{truth - 1, plane}];
-                                  });
+        EXPECT_TRUE(search.ReadChunk(*reader, chunk, [&](const PlanePoints& block) {
+            for (std::size_t i = 0; i < block.points.size(); ++i) {
+                std::uint16_t truth = 0;
+                std::memcpy(&truth, block.points[i].attributes.data(), sizeof truth);
+                if (truth == 0) continue;
+                ++counts[truth - 1];
+                ++shared[{truth - 1, block.planes[i]}];
+            }
+        }));
     double asked = 0, found = 0;
     for (std::size_t i = 0; i < building.Planes().size(); ++i) {
         const auto& truth = building.Planes()[i];

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/region_planes.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "detection/assigned_points.h"
+#include "detection/outlines/raster_outline.h"
+#include "detection/plane_classifier.h"
+#include "detection/regions/region_extents.h"
+#include "orvix/geometry/symmetric_matrix.h"
+
+namespace orvix::detection {
+namespace {
+
+constexpr double kReach = 3;             // times the rms of a plane that takes in more than noise
+constexpr double kMaxPixels = 1U << 28;  // of one plane: 32 MiB
+
+Vector UnitNormalOf(const MomentSum& sum) {
+    return detail::DecomposeSymmetric(sum.Covariance()).vectors[2];
+}
+
+// Pixels twice as wide as the points of the region's sparser cells are apart.
+PlaneRaster RasterOf(RegionExtent& extent, double cellSize) {
+    auto& counts = extent.counts;
+    const auto sparse =
+        counts.begin() + static_cast<std::ptrdiff_t>(0.3 * static_cast<double>(counts.size() - 1));
+    std::nth_element(counts.begin(), sparse, counts.end());
+    const Extends2DT<double> bounds{
+        {extent.bounds.min.x - 3 * cellSize, extent.bounds.min.y - 3 * cellSize},
+        {extent.bounds.max.x + 3 * cellSize, extent.bounds.max.y + 3 * cellSize}};
+    double pixel = std::min(2 * cellSize / std::sqrt(std::max<double>(*sparse, 1)), cellSize);
+    while (PlaneRaster::PixelsOf(bounds, pixel) > kMaxPixels) pixel *= 2;
+    return {bounds, pixel};
+}
+
+// The plane through a region's points, and their outline.
+void FitPlane(RegionPoints& points, double minArea, FoundPlane& plane) {
+    plane.normal = UnitNormalOf(points.sum);
+    plane.centre = points.centre + points.sum.Mean();
+    plane.offset = -Dot(plane.normal, plane.centre);
+    plane.rms = std::sqrt(std::max(QuadraticForm(points.sum.Covariance(), plane.normal), 0.0));
+    PlaneRaster& raster = points.raster;
+    raster.CloseGaps();
+    OutlineLimits limits;
+    limits.minHoleArea = std::max(minArea / 4, 9 * raster.Pixel() * raster.Pixel());
+    limits.minIslandArea = minArea / 10;
+    plane.outline = OutlineOf(raster, limits);
+    plane.area = plane.outline.area;
+    raster = {};
+}
+
+}  // namespace
+
+Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& regions,
+                                       const PlaneSearchSettings& settings,
+                                       const std::vector<SimplePointT<double>>& stations,
+                                       const parallel::Pool& pool) {
+    const CellMap& map = regions.grown.map;
+    RegionPlanes fitted;
+    std::vector<PlaneFrame> frames;
+    for (const Region& region : regions.grown.regions) {
+        const Vector& n = region.plane.normal;
+        const double height = Dot(n, region.plane.centre);
+        const double reach = std::max(settings.distance, kReach * region.rms);
+        fitted.heights.push_back({n, height, reach});
+        frames.emplace_back(n.x, n.y, n.z, -height);
+    }
+    auto extents = ExtentsOf(map, regions.grown.regions, frames, pool);
+    if (!extents) return ErrorOf(extents);
+    std::vector<RegionPoints> points;
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        points.push_back({regions.grown.regions[i].plane.centre, frames[i],
+                          RasterOf((*extents)[i], settings.cellSize), MomentSum{}});
+    if (auto done = AssignPoints(core, regions, fitted.heights, pool, points); !done)
+        return ErrorOf(done);
+    fitted.planes.resize(frames.size());
+    const PlaneClassifier classifier(map, stations, settings.spacing);
+    auto done = pool.RunJobs(frames.size(), [&](std::size_t i, unsigned) -> Expected<void> {
+        FoundPlane& plane = fitted.planes[i];
+        plane.frame = frames[i];
+        plane.tolerance = fitted.heights[i].reach;
+        plane.points = static_cast<std::uint64_t>(points[i].sum.count);
+        if (plane.points < 3) return {};
+        FitPlane(points[i], settings.minArea, plane);
+        classifier.Classify((*extents)[i].cells, plane);
+        return {};
+    });
+    if (!done) return ErrorOf(done);
+    return fitted;
+}
+
+}  // namespace orvix::detection

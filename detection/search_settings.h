@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "detection/cells/cloud_estimate.h"
+#include "detection/plane_search.h"
+#include "detection/regions/region_growth.h"
+
+namespace orvix::detection {
+
+/// The smallest of CellFrame::kSizes that is no smaller than a cell size asked for, or the largest.
+std::size_t CellStepFor(double cellSize);
+
+/// The settings of a search: those of the options, and where these leave the choice, what the
+/// cells' size and the cloud's noise suggest.
+PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSize,
+                                const CloudEstimate& cloud);
+
+/// What decides whether cells lie on one plane, by the settings of a search.
+GrowthLimits LimitsFor(const PlaneSearchSettings& settings);
+
+}  // namespace orvix::detection
