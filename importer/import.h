@@ -17,17 +17,17 @@ namespace orvix::importer {
 struct ImportedFile {
     CString path;
     std::string format;
-    std::uint64_t points = 0;  ///< read from it, rejected ones included, omitted scans not
+    std::uint64_t points = 0;  ///< read from it: with rejected ones, without omitted scans
 };
 
-/// What an import did. read = written + the sum of rejected.
+/// What an import did; `read` is `written` plus the sum of `rejected`.
 struct ImportReport {
     CString project;
     std::vector<ImportedFile> inputs;
     std::uint64_t read = 0;
     std::uint64_t written = 0;
     /// Reason -> points: "not a number", "out of range", "zero" (dropZeros), "duplicate" (dedupe),
-    /// "malformed"; of files that tell: "no return", "invalid", "direction only".
+    /// "malformed"; of files that mark such records: "no return", "invalid", "direction only".
     std::map<std::string, std::uint64_t> rejected;
     std::uint64_t skeletonPoints = 0;
     std::uint32_t stations = 0;
@@ -39,21 +39,22 @@ struct ImportReport {
     std::vector<std::string> warnings;  ///< sentences for the user
 };
 
-/// Turns scan files into a project: the project file and its project-files folder, complete.
+/// Turns scan files into a complete project: the project file and its project-files folder.
 ///
-/// Every scan is a station, numbered from 0 in the order of the inputs; most formats hold one scan
-/// a file. Where the file tells a pose, its points are brought into the file's frame in double
-/// precision, and the station's files (docs/FORMAT.md) are written. All or nothing: work happens
-/// beside the target and one rename makes the project appear, the project file last; a failed,
-/// cancelled or killed import leaves no project, and an existing one stays whole until then.
+/// Every scan is a station, numbered from 0 in the order of the inputs; in most formats a file
+/// holds one scan. Where the file holds a scan's pose, the points are brought into the file's frame
+/// in double precision, and the station's files (docs/FORMAT.md) are written. All or nothing: work
+/// happens beside the target and one rename makes the project appear, the project file last; a
+/// failed, cancelled or killed import leaves no project, and an existing one stays whole until
+/// then.
 ///
 /// Units    `project` and every output in metres; see `LengthUnit` for the inputs.
 /// Order    the same inputs give the same bytes at any thread count and memory limit; points of
 ///          one 10 cm cell keep their input order.
-/// Errors   every failure says what, where and what to do.
+/// Errors   every failure says what is wrong, where, and what to do.
 /// Threads  call it from one thread; it starts its own.
-/// Cost     two passes over the inputs; memory stays below the limit, disk needs about twice the
-///          project's size when the points do not fit into memory.
+/// Cost     two passes over the inputs; memory stays below the limit; the disk needs about twice
+///          the project's size when the points do not fit into memory.
 ORVIX_IMPORTER_API Expected<ImportReport> Import(const std::vector<CString>& inputs,
                                                  const CString& project,
                                                  const ImportOptions& options,

@@ -8,10 +8,14 @@
 
 namespace orvix::importer {
 
+/// The unit of an input's coordinates.
 enum class LengthUnit { Metre, Millimetre, Centimetre, Foot, UsSurveyFoot };
+/// Which axis of an input points upward.
 enum class UpAxis { Z, Y };
+/// The size of the cells of which the skeleton, the thinned cloud, keeps one point each.
 enum class SkeletonSize { OneCentimetre, TenCentimetres, OneMetre };
 
+/// How inputs are read and what the project is made of.
 struct ImportOptions {
     LengthUnit unit = LengthUnit::Metre;    ///< of the coordinates in the inputs
     UpAxis up = UpAxis::Z;                  ///< Y: (x, y, z) of the input becomes (z, x, y)
@@ -20,10 +24,11 @@ struct ImportOptions {
     bool overwrite = false;                 ///< replace an existing project
     std::vector<std::string> stationNames;  ///< import the scans of these names; empty: all
     SkeletonSize skeleton = SkeletonSize::TenCentimetres;
-    std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;  ///< resident, whole process, about
+    std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;  ///< resident, whole process; about
     unsigned threads = 0;                                     ///< 0: every core
 };
 
+/// The phases of an import, in their order.
 enum class ImportPhase { Scan, Sort, Write, Index, Skeleton, Finish };
 
 /// How far an import is. `fraction` runs from 0 to 1 over the whole import and never falls.
@@ -31,7 +36,7 @@ struct ImportProgress {
     ImportPhase phase = ImportPhase::Scan;
     double fraction = 0;
     std::uint64_t bytes = 0;   ///< handled so far in this phase
-    std::uint64_t points = 0;  ///< likewise
+    std::uint64_t points = 0;  ///< handled so far in this phase
     double secondsLeft = -1;   ///< estimate; negative while unknown
 };
 

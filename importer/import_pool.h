@@ -6,7 +6,7 @@
 
 namespace orvix::importer {
 
-/// The threads of an import, and the meter to which their work is reported.
+/// The threads of an import and the meter that their work is reported to.
 class ImportPool : public parallel::Pool {
 public:
     ImportPool(ProgressMeter& meter, unsigned threads)

@@ -5,7 +5,7 @@
 
 namespace orvix::importer {
 
-/// How an import shares out its memory.
+/// The shares of an import's memory.
 struct MemoryPlan {
     unsigned workers = 1;
     std::uint64_t poolBytes = 0;          ///< sorted points kept before a run goes to disk
@@ -18,13 +18,15 @@ struct MemoryPlan {
     std::uint32_t mergeRuns = 64;  ///< runs on disk merged at once
 };
 
-/// The plan for a limit on the process's resident memory.
+/// Divides a limit on the process's resident memory among workers, blocks and sorted points.
 ///
-/// A worker's pieces of input take about 24 MiB while they are decoded, and a block under merge up
-/// to 144 bytes a point; what these and the process itself leave of the limit holds sorted points.
-/// Workers are fewer than `threads` where a third of the limit does not hold their pieces.
-/// Boundaries limits under 64 MiB are overstepped by the least working set.
-/// Units      bytes; `threads` 0 means one a core.
+/// While it is decoded, a worker's piece of input takes about 24 MiB; while it is merged, a block
+/// takes up to 144 bytes per point. What these and the process itself leave of the limit holds
+/// sorted points. Workers are fewer than `threads` where a third of the limit does not hold their
+/// pieces.
+///
+/// Units      bytes; `threads` 0 means one per core.
+/// Boundaries an import needs more than a limit under 64 MiB, and takes it.
 MemoryPlan PlanMemory(std::uint64_t limitBytes, unsigned threads);
 
 }  // namespace orvix::importer

@@ -9,8 +9,8 @@
 
 namespace orvix::importer {
 
-/// Carries an import's progress from its worker threads to the caller's callback, and the
-/// caller's wish to stop back to them.
+/// Sums the progress of an import's threads and reports it to the caller's callback, which may ask
+/// to stop.
 ///
 ///     meter.Begin(ImportPhase::Scan, bytesOfAllInputs);
 ///     meter.Add(piece.bytes.size(), points);          // on a worker

@@ -10,7 +10,7 @@
 
 namespace orvix::parallel {
 
-/// Called on the calling thread while work is under way; false asks all work to stop.
+/// Called on the calling thread while there is work; false asks all work to stop.
 using Tick = std::function<bool()>;
 
 /// Runs work on threads of its own: one body on every thread, or numbered jobs in any order.
@@ -24,7 +24,7 @@ using Tick = std::function<bool()>;
 /// Errors   a failure asks the other threads to stop. Running out of memory in a job is a failure,
 ///          not an exception. Cancelled, once `tick` returned false.
 /// Threads  `tick` is called on the calling thread alone. `Stopping` and `Stop` anywhere.
-/// Cost     as many threads a call as the pool has; they end with the call.
+/// Cost     each call starts as many threads as the pool has; they end with the call.
 class Pool {
 public:
     using Body = std::function<Expected<void>(unsigned worker)>;

@@ -34,8 +34,10 @@ private:
     std::uint64_t next_ = 0;
 };
 
-/// Takes jobs in order, works on them at once, and commits them in order: what is committed does
-/// not depend on the number of threads. As many jobs are under way as there are threads.
+/// Takes jobs in order, works on several at once, and commits them in order.
+///
+/// What is committed does not depend on the number of threads. As many jobs are in work as there
+/// are threads.
 ///
 ///     OrderedSteps<Block> steps;
 ///     steps.take = ...; steps.work = ...; steps.commit = ...;

@@ -8,8 +8,10 @@
 
 namespace orvix::importer {
 
-/// Whether `bytes` more fit on the disk of an existing folder; NoSpace, with both numbers, when
-/// they do not. A file system that does not tell its free space is taken to have enough.
+/// Checks that `bytes` more fit on the disk of an existing folder.
+///
+/// Boundaries a file system that does not report its free space counts as having enough.
+/// Errors     NoSpace with both numbers.
 Expected<void> RequireSpace(const CString& folder, std::uint64_t bytes);
 
 }  // namespace orvix::importer

@@ -10,11 +10,13 @@
 
 namespace orvix::importer {
 
-/// A growing array of plain records that never fills what is about to be overwritten: in the
-/// import's inner loops a vector's zeros would be written once more than the data.
+/// A growing array of plain records that leaves new ones uninitialised.
 ///
-/// Lifetime  Resize and Grow keep the records there are; both may move them.
-/// Errors    std::bad_alloc, as a vector.
+/// In the import's inner loops new records are overwritten at once; a std::vector would fill them
+/// with zeros first.
+///
+/// Errors    std::bad_alloc, as std::vector.
+/// Lifetime  Resize and Grow keep the records that are there; both may move them.
 template <class T>
 class RawBuffer {
     static_assert(std::is_trivially_copyable_v<T>);

@@ -10,8 +10,8 @@ constexpr std::uint64_t kSyncBytes = 32u << 20;
 
 }  // namespace
 
-tl::unexpected<Error> SyncedFile::FailTo(std::error_code cause, const char* doing) const {
-    auto failure = FailSystem(cause, fmt::format("cannot {} {}", doing, platform::ToUtf8(path_)));
+tl::unexpected<Error> SyncedFile::FailTo(const char* verb, std::error_code cause) const {
+    auto failure = FailSystem(cause, fmt::format("cannot {} {}", verb, platform::ToUtf8(path_)));
     if (failure.value().code == ErrorCode::NoSpace) {
         failure.value().message += "; free some space, or import to another disk";
     }
@@ -23,28 +23,28 @@ Expected<void> SyncedFile::Create(const CString& path, Durability durability) {
     durability_ = durability;
     std::error_code error;
     file_ = platform::File::Create(path, error);
-    if (error) return FailTo(error, "create");
+    if (error) return FailTo("create", error);
     return {};
 }
 
 Expected<void> SyncedFile::WriteAt(std::uint64_t offset, const void* data, std::size_t bytes) {
     std::error_code error;
     file_.WriteAt(offset, data, bytes, error);
-    if (error) return FailTo(error, "write");
+    if (error) return FailTo("write", error);
     if (durability_ == Durability::Temporary) return {};
     if (pending_.fetch_add(bytes) + bytes < kSyncBytes) return {};
     const std::lock_guard<std::mutex> lock(syncing_);
     if (pending_.load() < kSyncBytes) return {};
     pending_ = 0;
     file_.Sync(error);
-    if (error) return FailTo(error, "write");
+    if (error) return FailTo("write", error);
     return {};
 }
 
 Expected<void> SyncedFile::ReadAt(std::uint64_t offset, void* data, std::size_t bytes) const {
     std::error_code error;
     const std::size_t read = file_.ReadAt(offset, data, bytes, error);
-    if (error) return FailTo(error, "read back");
+    if (error) return FailTo("read back", error);
     if (read != bytes) {
         return Fail(ErrorCode::Failure,
                     fmt::format("{} lost bytes while it was being written: {} of {} at {}; is "
@@ -57,14 +57,14 @@ Expected<void> SyncedFile::ReadAt(std::uint64_t offset, void* data, std::size_t 
 Expected<void> SyncedFile::Finish() {
     std::error_code error;
     if (durability_ == Durability::Lasting) file_.Sync(error);
-    if (error) return FailTo(error, "write");
+    if (error) return FailTo("write", error);
     return {};
 }
 
 Expected<void> SyncedFile::Close() {
     std::error_code error;
     file_.Close(error);
-    if (error) return FailTo(error, "close");
+    if (error) return FailTo("close", error);
     return {};
 }
 

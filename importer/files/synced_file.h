@@ -15,20 +15,21 @@
 
 namespace orvix::importer {
 
-/// Whether a file's bytes must have reached the device when it is finished.
+/// Whether `Finish` waits until a file's bytes have reached the device.
 enum class Durability { Lasting, Temporary };
 
-/// A file that is written from several threads and brought to the device as it grows, so that no
-/// single wait for the device lasts long and a cancelled import ends soon.
+/// A new file that several threads write, brought to the device as it grows.
+///
+/// So no single wait for the device is long, and a cancelled import ends soon.
 ///
 /// Errors   with the file's name; a full disk is NoSpace.
 /// Threads  `WriteAt` and `ReadAt` from any number; the rest from one.
-/// Cost     one system call a call; every 32 MiB a wait for the device, and one at `Finish`.
+/// Cost     one system call per call; a wait for the device every 32 MiB and at `Finish`.
 class SyncedFile {
 public:
     Expected<void> Create(const CString& path, Durability durability);
     Expected<void> WriteAt(std::uint64_t offset, const void* data, std::size_t bytes);
-    /// Reads exactly `bytes`; fewer there are a failure.
+    /// Reads exactly `bytes`; a shorter file is a failure.
     Expected<void> ReadAt(std::uint64_t offset, void* data, std::size_t bytes) const;
     /// Waits for the device; the file stays open for reading.
     Expected<void> Finish();
@@ -36,7 +37,7 @@ public:
     [[nodiscard]] const CString& Path() const { return path_; }
 
 private:
-    tl::unexpected<Error> FailTo(std::error_code cause, const char* doing) const;
+    [[nodiscard]] tl::unexpected<Error> FailTo(const char* verb, std::error_code cause) const;
 
     platform::File file_;
     CString path_;
@@ -45,7 +46,7 @@ private:
     std::atomic<std::uint64_t> pending_{0};
 };
 
-/// Appends records to a new file, in large blocks.
+/// Appends records to a new file in large blocks.
 ///
 ///     RecordWriter<GridCellRecord> writer;
 ///     if (auto made = writer.Create(path); !made) return made;
@@ -99,7 +100,7 @@ private:
     std::uint64_t count_ = 0;
 };
 
-/// Reads back, in order, the records that a RecordWriter finished.
+/// Reads a finished RecordWriter's records back in order.
 ///
 /// Errors   as SyncedFile.
 /// Threads  one at a time.

@@ -8,13 +8,14 @@
 
 namespace orvix::importer {
 
+/// The unsigned type of 1, 2, 4 or 8 bytes.
 template <std::size_t Bytes>
 using UnsignedOf = std::conditional_t<
     Bytes == 1, std::uint8_t,
     std::conditional_t<Bytes == 2, std::uint16_t,
                        std::conditional_t<Bytes == 4, std::uint32_t, std::uint64_t>>>;
 
-/// A number of a file in the given byte order, at any address.
+/// Reads a number of the given byte order from any address.
 template <class T, std::endian Order = std::endian::little>
 T Load(const std::uint8_t* bytes) {
     using Unsigned = UnsignedOf<sizeof(T)>;
@@ -26,7 +27,7 @@ T Load(const std::uint8_t* bytes) {
     return std::bit_cast<T>(static_cast<Unsigned>(value));
 }
 
-/// Puts a number at any address, little-endian.
+/// Writes a number, little-endian, to any address.
 template <class T>
 void Store(std::uint8_t* bytes, T value) {
     const auto bits = std::bit_cast<UnsignedOf<sizeof(T)>>(value);

@@ -16,7 +16,7 @@
 
 namespace orvix::importer {
 
-/// What a column of a text file or a property of a PLY vertex means to a point.
+/// Which part of a point a column of a text file or a property of a PLY vertex holds.
 enum class Role : std::uint8_t { X, Y, Z, Intensity, Red, Green, Blue, Class, None };
 inline constexpr std::size_t kRoles = 8;  ///< without None
 
@@ -38,15 +38,17 @@ struct RoleColumns {
     [[nodiscard]] std::vector<Role> ByColumn() const;
 };
 
-/// Tells roles by column names. Case, quotes and a unit in brackets ("X [m]") do not matter. Of
-/// several names for one role the plainest wins ("z" before "height"), of equal ones the first
-/// column. Colours count only when all three are there.
+/// Finds the roles of columns by their names.
+///
+/// Boundaries case, quotes and a unit in brackets ("X [m]") do not matter. Of several names for one
+///            role the plainest wins ("z" before "height"), of equal ones the first column.
+///            Colours count only when all three are there.
 RoleColumns FindRoles(std::span<const std::string> names);
 
-/// What the roles found mean for a file as a whole.
+/// Enters into `info` which attributes a file with these columns has.
 void DescribeRoles(const RoleColumns& columns, ScanInfo& info);
 
-/// Stores a value read from a file, whatever it is, where its role says.
+/// Stores any value read from a file in the member that its role names.
 ///
 /// Boundaries coordinates are kept as they are, not-a-number included; an intensity that is none
 ///            becomes 0; a colour (after `colourScale`) is rounded and clamped to 0..65535; a

@@ -8,8 +8,9 @@
 
 namespace orvix::importer {
 
-/// What to tell about a file whose first bytes are those of a format that is not read: its name
-/// and the way to a format that is. Empty when the bytes are of no such format.
+/// Explains why a file is not read whose first bytes are those of another known format.
+///
+/// Returns that format's name and the way to a format that is read; empty for other bytes.
 std::optional<std::string> WhyNotRead(std::span<const std::uint8_t> firstBytes);
 
 }  // namespace orvix::importer

@@ -26,7 +26,7 @@ public:
     LineBlocks(const ScanFile& file, const Start& start)
         : file_(&file), start_(start), offset_(start.offset), line_(start.line) {}
 
-    /// At most `maxLines` lines, of which there is one at least.
+    /// The next piece, of one to `maxLines` lines.
     Expected<bool> Next(RawPiece& piece, std::uint64_t maxLines = ~std::uint64_t{0});
     void Rewind() { GoTo(start_.offset, start_.line); }
     /// Goes on at another line, by its first byte and its number.

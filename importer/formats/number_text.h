@@ -14,7 +14,7 @@ namespace orvix::importer {
 ///     double x = 0;
 ///     const char* rest = ParseNumber(text.data(), text.data() + text.size(), '.', x);
 ///
-/// Cost     about 10 ns up to 15 digits, three times that for more.
+/// Cost     about 10 ns for up to 15 digits, three times that for more.
 const char* ParseNumber(const char* first, const char* last, char decimalPoint, double& value);
 
 /// Whether the whole text is one number.

@@ -14,7 +14,8 @@ namespace orvix::importer {
 /// begins as no other format does is text.
 ///
 /// Errors   BadInput for a missing or empty file, a folder, a format that is known but not read
-///          (the message names it), and a file that is no scan; Failure when reading is not permitted.
+///          (the message names it), and a file that is no scan; Failure when reading is not
+///          permitted.
 Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path);
 
 /// Opens a file that begins as LAS files do; its header says whether its points are compressed.

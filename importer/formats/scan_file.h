@@ -13,16 +13,15 @@
 
 namespace orvix::importer {
 
-/// An input file, open for reading, that can name itself in a message. What every format reads
-/// its bytes from.
+/// An input file that is open for reading; every format reads its bytes from one.
 ///
 ///     auto file = ScanFile::Open(path);
 ///     if (auto read = file->ReadBlock(offset, bytes, buffer); !read) return read.error();
 ///
 /// Boundaries a read that the file cannot fill whole is an error, never a short read; offsets and
 ///            lengths may come straight from a file's own claims.
-/// Errors     a missing, empty or unreadable file and a folder each end in a sentence of their
-///            own; a file that shrinks while it is read is told as such.
+/// Errors     a missing, an empty and an unreadable file, a folder, and a file that shrinks while
+///            it is read each have a sentence of their own.
 /// Threads    reads may run at once.
 class ScanFile {
 public:
@@ -52,7 +51,7 @@ private:
 /// A number for people: "20,000,000".
 std::string Grouped(std::uint64_t number);
 
-/// The sentence for a file that ends before its declared points do.
+/// What the sentence says about a file that ends before its declared points do.
 struct CutShort {
     std::string_view noun;  ///< "points", "vertices"
     std::uint64_t declared = 0;

@@ -20,7 +20,7 @@ struct CellPosition {
 
 /// Numbers the cells of a box, so that the sort key of a cell has few bits.
 ///
-/// Units      metres, project frame.
+/// Units      metres, in the project's own frame.
 /// Boundaries the box is at most 2 * 10^7 m wide, so that block numbers stay below 2^63.
 /// Threads    a plain value.
 class GridFrame {

@@ -11,11 +11,11 @@
 
 namespace orvix::importer {
 
-/// What the attribute values of one input range over. Ranges of pieces are joined in any order.
+/// The ranges of one scan's attribute values. Those of its pieces can be joined in any order.
 struct AttributeRange {
     float minIntensity = 0;  ///< meaningful while `intensities` is not 0
     float maxIntensity = 0;
-    std::uint64_t intensities = 0;  ///< finite ones met
+    std::uint64_t intensities = 0;  ///< how many are finite
     bool wholeIntensities = true;   ///< all of them are whole numbers
     std::uint16_t maxColour = 0;
 
@@ -35,12 +35,14 @@ struct AttributeRange {
     void Join(const AttributeRange& other);
 };
 
-/// Brings one input's intensities to u16 and its colours to u8 each.
+/// Converts one scan's intensities to u16 and its colours to u8 each.
 ///
-/// Intensities, by the range of the whole input, the first rule that applies:
+/// The range of the whole scan decides how intensities are converted; the first rule that fits
+/// applies:
 ///   1. whole numbers within 0..65535 are kept;
 ///   2. values within 0..1, at least one of them a fraction: times 65535, rounded;
-///   3. a smallest value within -2048..-1 (the -2048..2047 scale of PTS files): plus 2048, rounded;
+///   3. with the smallest value within -2048..-1 (the scale -2048..2047 of PTS files): plus 2048,
+///      rounded;
 ///   4. anything else is rounded and cut to 0..65535, with a warning.
 /// A value that is no finite number becomes 0. Rounding is to the nearest, halves away from zero.
 /// Colours: a scale of 8 bits (or of unknown bits with no value above 255) is kept, a larger one

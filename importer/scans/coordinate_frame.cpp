@@ -67,16 +67,16 @@ SimplePointT<double> ChooseOrigin(const std::vector<WeightedPosition>& medians) 
 }
 
 SimplePointT<double> KeepOrigin(const SimplePointT<double>& chosen,
-                                const std::array<double, 3>& told) {
+                                const std::array<double, 3>& stored) {
     constexpr double kNear = 1e5;
     const std::array<double, 3> own{chosen.x, chosen.y, chosen.z};
-    for (std::size_t axis = 0; axis < told.size(); ++axis) {
-        const double steps = told[axis] / kOriginStep;
-        if (!(std::fabs(told[axis] - own[axis]) <= kNear) || steps != std::round(steps)) {
+    for (std::size_t axis = 0; axis < stored.size(); ++axis) {
+        const double steps = stored[axis] / kOriginStep;
+        if (!(std::fabs(stored[axis] - own[axis]) <= kNear) || steps != std::round(steps)) {
             return chosen;
         }
     }
-    return {told[0] + 0.0, told[1] + 0.0, told[2] + 0.0};
+    return {stored[0] + 0.0, stored[1] + 0.0, stored[2] + 0.0};
 }
 
 }  // namespace orvix::importer

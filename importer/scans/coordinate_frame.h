@@ -14,13 +14,13 @@ namespace orvix::importer {
 /// Local coordinates of this magnitude or more are out of range: a float there is coarser than
 /// half a metre.
 inline constexpr double kMaxLocal = 1e7;
-/// World coordinates beyond this magnitude (metres) are no position on any map; they have no say
-/// in where the origin lies.
+/// World coordinates beyond this magnitude (metres) are no position on any map; the origin does not
+/// depend on them.
 inline constexpr double kMaxWorld = 1e12;
 /// From here on a float's step exceeds 0.1 mm.
 inline constexpr double kFineLocal = 1024.0;
 
-/// Turns an input's coordinates into world coordinates: metres, z up.
+/// Converts an input's coordinates to world coordinates: metres, z up.
 ///
 /// Units      millimetres and centimetres are divided by 1000 and 100, feet multiplied by 0.3048,
 ///            US survey feet by 1200 / 3937: one rounding each (two for the last).
@@ -42,8 +42,9 @@ private:
     bool yUp_;
 };
 
-/// Brings the points of one scan into the world: first the scan's map, then the input's axes, all
-/// in double precision.
+/// Converts the points of one scan to world coordinates: by the scan's map, then the input's axes.
+///
+/// Units      in double precision throughout.
 struct PointPlacement {
     std::optional<AffineMap> map;
     InputAxes axes;
@@ -55,22 +56,23 @@ struct PointPlacement {
     }
 };
 
-/// A value with the number of points it speaks for.
+/// A position that stands for `weight` points.
 struct WeightedPosition {
     SimplePointT<double> position;
     std::uint64_t weight = 0;
 };
 
-/// Where the project's own frame has its zero: per axis the weighted median of `medians` (each
-/// the median of some points), rounded to the nearest multiple of 100 m. Half of the pieces may
-/// be wild without moving it, so one point a thousand kilometres off cannot spoil the precision
-/// of the others; a cloud near zero keeps its coordinates.
+/// Chooses the origin of the project's own frame: per axis the weighted median of `medians` (each
+/// the median of some points), rounded to the nearest multiple of 100 m.
+///
+/// Half of the pieces may be wild without moving it, so one point a thousand kilometres off cannot
+/// spoil the precision of the others; a cloud near zero keeps its coordinates.
 SimplePointT<double> ChooseOrigin(const std::vector<WeightedPosition>& medians);
 
-/// An exported cloud comes back with the origin that it had: `told` is taken when all of its
-/// coordinates are multiples of 100 m within 100 km of `chosen`. Else `chosen` stays.
+/// Gives an exported cloud the origin back that it had: `stored` when all of its coordinates are
+/// multiples of 100 m within 100 km of `chosen`, else `chosen`.
 SimplePointT<double> KeepOrigin(const SimplePointT<double>& chosen,
-                                const std::array<double, 3>& told);
+                                const std::array<double, 3>& stored);
 
 /// The local coordinate of a world coordinate: the difference in double, then one rounding to
 /// float.
@@ -78,7 +80,7 @@ inline float ToLocal(double world, double origin) {
     return static_cast<float>(world - origin);
 }
 
-/// Whether a local position can be stored (a NaN cannot).
+/// Whether the local coordinates of a position can be stored; not-a-number cannot.
 inline bool InRange(const SimplePointT<double>& world, const SimplePointT<double>& origin) {
     const auto fits = [](double local) { return local > -kMaxLocal && local < kMaxLocal; };
     return fits(world.x - origin.x) && fits(world.y - origin.y) && fits(world.z - origin.z);

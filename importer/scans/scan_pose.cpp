@@ -24,7 +24,7 @@ std::optional<Vector> Unit(const Vector& v) {
     return Vector{v[0] / length, v[1] / length, v[2] / length};
 }
 
-// The greatest of the four components is found first, so that none is divided by a small one.
+// The largest of the four components is found first, so that none is divided by a small one.
 Quaternion QuaternionOf(const Vector& x, const Vector& y, const Vector& z) {
     const double trace = x[0] + y[1] + z[2];
     if (trace > 0) {

@@ -19,8 +19,7 @@ struct Quaternion {
 /// First `b`, then `a`.
 Quaternion operator*(const Quaternion& a, const Quaternion& b);
 
-/// The quaternion of length 1 in the same direction; empty for one that has none (zero, infinite,
-/// not a number).
+/// The quaternion of length 1 in the same direction; empty for zero, an infinity or not-a-number.
 std::optional<Quaternion> Normalised(const Quaternion& q);
 
 /// An affine map in double precision, three rows of four.
@@ -33,8 +32,9 @@ struct AffineMap {
     }
 };
 
-/// Where a scanner stood and how it was turned: it turns directions of the scanner's own axes into
-/// those of the frame in which `position` is given.
+/// Where a scanner stood and how it was turned.
+///
+/// The rotation takes directions along the scanner's own axes to the frame of `position`.
 struct ScanPose {
     SimplePointT<double> position{0, 0, 0};
     Quaternion rotation;
@@ -44,8 +44,8 @@ struct ScanPose {
 /// changes nothing, so that such coordinates keep their bits.
 std::optional<AffineMap> MapOf(const ScanPose& pose);
 
-/// The rotation nearest to how a matrix turns its axes: columns are made upright one after the
-/// other, x first. Empty where an axis vanishes or the matrix mirrors.
+/// The rotation of a matrix, without its scale and shear: its columns are made perpendicular one
+/// after the other, x first. Empty where an axis vanishes or the matrix mirrors.
 std::optional<Quaternion> RotationOf(const AffineMap& map);
 
 /// A rotation as stored in station files: a unit axis and an angle in radians, 0 to pi.

@@ -14,9 +14,10 @@
 
 namespace orvix::importer {
 
-/// One point as a scan file tells it, before pose, units, axes, origin and attribute ranges are
-/// applied: coordinates in the scan's own frame, the file's unit and axes; attributes at the file's
-/// own scale.
+/// One point as a scan file holds it.
+///
+/// Units  coordinates in the scan's own frame, in the file's unit and axes; attributes at the
+///        file's own scale. Pose, unit, axes, origin and ranges are applied later.
 struct ScanPoint {
     double x = 0;
     double y = 0;
@@ -28,14 +29,14 @@ struct ScanPoint {
     std::uint8_t classification = 0;
 };
 
-/// One of the scans that a file consists of: a station of the project.
+/// One scan of a file; it becomes a station of the project.
 struct ScanPart {
-    std::string name;              ///< UTF-8; empty where the file tells none
-    std::optional<ScanPose> pose;  ///< of the scanner, in the file's frame; unset: not told
+    std::string name;              ///< UTF-8; empty where the file holds none
+    std::optional<ScanPose> pose;  ///< of the scanner, in the file's frame; unset: not in it
     std::optional<AffineMap> map;  ///< from points to the file's frame; unset: they are in it
 };
 
-/// What a file's header tells.
+/// What is known of a file before its points are read.
 struct ScanInfo {
     std::string format;                           ///< for people: "LAS 1.4, point format 8"
     std::optional<std::uint64_t> declaredPoints;  ///< the header's count, if it has one
@@ -43,7 +44,7 @@ struct ScanInfo {
     bool hasColour = false;
     bool hasClassification = false;
     /// Set where the format fixes the colour scale: 8 (0..255) or 16 (0..65535). Unset where
-    /// writers use either (LAS): the largest value met decides.
+    /// writers use either (LAS): the largest value of the scan decides.
     std::optional<int> colourBits;
     /// Where a project that the file was exported from has its origin; world coordinates.
     std::optional<std::array<double, 3>> exportedOrigin = {};
@@ -52,18 +53,18 @@ struct ScanInfo {
     std::vector<ScanPart> scans = std::vector<ScanPart>(1);
 };
 
-/// A piece of a file: whole records or lines, cut but not yet understood.
+/// A piece of a file: whole records or lines, not decoded yet.
 struct RawPiece {
     std::uint64_t fileOffset = 0;   ///< where the piece's first byte stands in the file
     std::uint64_t firstRecord = 0;  ///< number of its first record or line, for messages
-    std::uint64_t records = 0;      ///< whole records in it; 0 where only decoding can tell
+    std::uint64_t records = 0;      ///< whole records in it; 0 where only decoding shows it
     std::size_t scan = 0;           ///< which of the file's scans it belongs to
     /// How much of `FileBytes` it stands for; unset: as much as `bytes` holds.
     std::optional<std::uint64_t> fileBytes;
     std::vector<std::uint8_t> bytes;
 };
 
-/// Records that hold no point, by reason; the import reports them as rejected.
+/// Counts records that hold no point, by reason; the import reports them as rejected.
 struct PointlessRecords {
     std::uint64_t malformed = 0;      ///< not understood: a line whose coordinate is no number
     std::uint64_t noReturn = 0;       ///< a direction in which the scanner met nothing
@@ -81,37 +82,39 @@ struct PointlessRecords {
     }
 };
 
-/// The points of a piece, and how many of its records hold none. Coordinates may be not-a-number
-/// or infinite.
+/// The points of a piece and how many of its records hold none.
+///
+/// Boundaries coordinates may be not-a-number or infinite.
 struct DecodedPiece : PointlessRecords {
     std::vector<ScanPoint> points;
 };
 
-/// Reads one scan file in two steps, so that any format can be decoded on every core: `Next`
-/// cuts the file serially into pieces of about `kPieceBytes`, `Decode` turns a piece into points.
-/// A format is one class in one file under formats/; `OpenScan` tells formats apart by content.
+/// Reads one scan file in two steps, so that any format can be decoded on every core.
+///
+/// `Next` cuts the file into pieces of about `kPieceBytes`, one after the other; `Decode` makes
+/// points of a piece. Each format has a room under formats/; `OpenScan` chooses one by content.
 ///
 ///     auto reader = OpenScan(path);
 ///     RawPiece piece;
 ///     while (*(*reader)->Next(piece)) (*reader)->Decode(piece, decoded);
 ///
-/// Order    pieces come in file order, points in record order.
+/// Order      pieces come in file order, points in record order.
 /// Boundaries a piece may be empty (a stretch of the file without points was skipped, and the
 ///            caller gets the chance to stop); a piece belongs to one scan, and scans come in
 ///            order. The caller hands in pieces whose `scan` is zero and `fileBytes` unset, and
 ///            decoded pieces without counts; `Decode` replaces the points that `decoded` held.
-/// Errors   BadInput with file, byte or line, numbers, and what to do; a file that ends before
-///          its declared points do is such an error, not a short read.
-/// Threads  `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
-///          pieces.
-/// Cost     `Next` reads, `Decode` computes; both reuse the caller's buffers.
+/// Errors     BadInput with file, byte or line, numbers, and what to do; a file that ends before
+///            its declared points do is such an error, not a short read.
+/// Threads    `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
+///            pieces.
+/// Cost       `Next` reads, `Decode` computes; both reuse the caller's buffers.
 class ScanReader {
 public:
     virtual ~ScanReader() = default;
     [[nodiscard]] virtual const ScanInfo& Info() const = 0;
     /// What a pass reads, for progress: as a rule the file's size.
     [[nodiscard]] virtual std::uint64_t FileBytes() const = 0;
-    /// Tells that a scan's pieces are not wanted; readers that can skip them do.
+    /// Says that a scan's pieces are not wanted; readers that can skip them do.
     virtual void Omit(std::size_t /*scan*/) {}
     /// False at the end of the file.
     virtual Expected<bool> Next(RawPiece& piece) = 0;

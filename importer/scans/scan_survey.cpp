@@ -27,12 +27,12 @@ struct Box {
     }
 };
 
-/// One piece and what it tells.
+/// One piece and what the survey takes from it.
 struct SurveyJob : StationPiece {
     std::uint64_t usable = 0;
     AttributeRange range;
     Box box;
-    std::uint64_t placed = 0;  // usable points that have a say in where the origin lies
+    std::uint64_t placed = 0;  // usable points on which the origin depends
     SimplePointT<double> median;
     std::vector<SimplePointT<double>> positions;
     std::vector<double> axis;
@@ -94,16 +94,16 @@ float MaxMagnitude(const ExtendsT<float>& bounds) {
                      std::fabs(bounds.max.x), std::fabs(bounds.max.y), std::fabs(bounds.max.z)});
 }
 
-/// The origin that all inputs, exported from one project, tell. It means the inputs' coordinates
-/// as they are: neither another unit nor another upward axis.
+/// The origin that all inputs hold, exported from one project. It holds for the inputs'
+/// coordinates as they are: in metres, with z upward.
 std::optional<std::array<double, 3>> ExportedOrigin(const std::vector<ScanInput>& inputs,
                                                     const ImportOptions& options) {
     if (options.unit != LengthUnit::Metre || options.up != UpAxis::Z) return std::nullopt;
     std::optional<std::array<double, 3>> origin;
     for (const ScanInput& input : inputs) {
-        const auto told = input.reader->Info().exportedOrigin;
-        if (!told || (origin && *origin != *told)) return std::nullopt;
-        origin = told;
+        const auto stored = input.reader->Info().exportedOrigin;
+        if (!stored || (origin && *origin != *stored)) return std::nullopt;
+        origin = stored;
     }
     return origin;
 }
@@ -126,12 +126,12 @@ Expected<void> PieceQueue::Rewind() {
 Expected<bool> PieceQueue::TakeFrom(std::size_t input, StationPiece& next) {
     ScanReader& reader = *inputs_[input].reader;
     for (;;) {
-        if (auto met = stations_.Meet(input); !met) return ErrorOf(met);
+        if (auto entered = stations_.EnterScans(input); !entered) return ErrorOf(entered);
         next.piece.scan = 0;
         next.piece.fileBytes.reset();
         Expected<bool> more = reader.Next(next.piece);
         if (!more) return more;
-        if (auto met = stations_.Meet(input); !met) return ErrorOf(met);
+        if (auto entered = stations_.EnterScans(input); !entered) return ErrorOf(entered);
         if (!*more) return false;
         const auto station = stations_.Find(input, next.piece.scan);
         if (!station) continue;
@@ -185,8 +185,8 @@ Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportO
     }
     if (medians.empty()) return survey;
     survey.origin = ChooseOrigin(medians);
-    if (const auto told = ExportedOrigin(inputs, options)) {
-        survey.origin = KeepOrigin(survey.origin, *told);
+    if (const auto stored = ExportedOrigin(inputs, options)) {
+        survey.origin = KeepOrigin(survey.origin, *stored);
     }
     const ExtendsT<float> bounds = LocalBounds(box, survey.origin);
     survey.frame = GridFrame(bounds);

@@ -30,7 +30,7 @@ inline constexpr const char* kDuplicate = "duplicate";
 
 using Rejections = std::map<std::string, std::uint64_t>;
 
-/// What keeps a point from being placed at all.
+/// Why a point cannot be placed at all.
 enum class PointFault { None, NotANumber, Zero };
 
 inline PointFault FaultOf(const ScanPoint& point, bool dropZeros) {
@@ -41,33 +41,33 @@ inline PointFault FaultOf(const ScanPoint& point, bool dropZeros) {
     return dropped ? PointFault::Zero : PointFault::None;
 }
 
-/// What the first pass over the inputs learned.
+/// What the first pass over the inputs found.
 struct Survey {
     struct Scan {
-        std::uint64_t points = 0;  ///< decoded, rejected ones included
+        std::uint64_t points = 0;  ///< decoded, with rejected ones
         PointlessRecords pointless;
         AttributeRange range;
 
         [[nodiscard]] std::uint64_t Read() const { return points + pointless.Total(); }
     };
     std::vector<Scan> scans;   ///< by station
-    std::uint64_t usable = 0;  ///< points that no reason rejects, their place aside
+    std::uint64_t usable = 0;  ///< points that only their place may reject
     SimplePointT<double> origin;
     GridFrame frame;     ///< around the local coordinates of the points in range
-    float maxLocal = 0;  ///< greatest magnitude of a coordinate in it
+    float maxLocal = 0;  ///< largest magnitude of a coordinate in it
 
     [[nodiscard]] std::uint64_t Read() const;
 };
 
-/// Reads every input once: its stations, counts, ranges, bounds, and where the origin lies.
+/// Reads every input once and finds stations, counts, ranges, bounds and the origin.
 ///
-/// Order    what pieces tell is joined in their order, so the result is the same at any number
-///          of threads.
+/// Order    the findings of pieces are joined in the order of the pieces, so the result is the same
+///          at any number of threads.
 /// Errors   those of the readers; Cancelled.
 Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
                              StationTable& stations, ImportPool& pool);
 
-/// A piece, what it decodes to, and the station that it belongs to.
+/// A piece, its points, and the station that it belongs to.
 struct StationPiece {
     RawPiece piece;
     DecodedPiece decoded;
@@ -80,14 +80,14 @@ struct StationPiece {
         static_cast<PointlessRecords&>(decoded) = {};
         return reader->Decode(piece, decoded);
     }
-    /// How far it brings a pass.
+    /// For progress: the bytes of the file that it stands for.
     [[nodiscard]] std::uint64_t Bytes() const {
         return piece.fileBytes.value_or(piece.bytes.size());
     }
 };
 
-/// Hands out the pieces of all inputs, one after the other, and enters the scans that it meets into
-/// the table of stations.
+/// Hands out the pieces of all inputs one after the other and enters their scans into the table of
+/// stations.
 class PieceQueue {
 public:
     PieceQueue(const std::vector<ScanInput>& inputs, StationTable& stations)

@@ -36,7 +36,7 @@ StationTable::StationTable(const std::vector<ScanInput>& inputs, const ImportOpt
       axes_(options.unit, options.up),
       numbers_(inputs.size()) {}
 
-Expected<void> StationTable::Meet(std::size_t input) {
+Expected<void> StationTable::EnterScans(std::size_t input) {
     ScanReader& reader = *inputs_[input].reader;
     const std::vector<ScanPart>& scans = reader.Info().scans;
     while (numbers_[input].size() < scans.size()) {

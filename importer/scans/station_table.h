@@ -15,10 +15,11 @@
 
 namespace orvix::importer {
 
+/// A record's station number has 16 bits.
 inline constexpr std::size_t kMaxStations =
     std::numeric_limits<std::uint16_t>::max() + std::size_t{1};
 
-/// An input of an import: its path for messages and its open reader.
+/// One input of an import: its open reader, and its path for messages.
 struct ScanInput {
     CString path;
     std::unique_ptr<ScanReader> reader;
@@ -28,30 +29,30 @@ struct ScanInput {
 struct Station {
     std::size_t input = 0;
     std::string name;              ///< never empty
-    std::optional<ScanPose> pose;  ///< in the world; unset: not told
+    std::optional<ScanPose> pose;  ///< in world coordinates; unset: the file holds none
     PointPlacement placement;
 };
 
-/// The stations of an import: the scans of all inputs that are wanted, numbered from 0 in the order
-/// of the inputs, within one in its own order.
+/// Numbers the wanted scans of all inputs: the stations of an import.
 ///
 /// A scan without a name of its own is called after its file ("north" for north.pcd), from the
 /// file's second scan on with its number ("yard 2").
 ///
-/// Order    inputs are met one after the other, so a number never depends on threads.
-/// Errors   BadInput for more than 65,536 stations, or a wanted name that no scan bears.
+/// Order    from 0 in the order of the inputs, within one input in its own order. Scans are entered
+///          in that order, so a number never depends on threads.
+/// Errors   BadInput for more than 65,536 stations, or a wanted name that no scan has.
 /// Lifetime borrows inputs and options.
 /// Threads  one at a time.
 class StationTable {
 public:
     StationTable(const std::vector<ScanInput>& inputs, const ImportOptions& options);
 
-    /// Enters what the input's reader tells of its scans by now, and tells it which are not wanted.
-    Expected<void> Meet(std::size_t input);
-    /// After all inputs were met: whether there is a scan for every name asked for.
+    /// Enters the scans that the input's reader knows by now and makes it omit those not wanted.
+    Expected<void> EnterScans(std::size_t input);
+    /// After all inputs were read: whether there is a scan for every name asked for.
     [[nodiscard]] Expected<void> RequireChosen() const;
 
-    /// The station of a scan that was met; empty when it is not wanted.
+    /// The station of a scan that was entered; empty when it is not wanted.
     [[nodiscard]] std::optional<std::size_t> Find(std::size_t input, std::size_t scan) const {
         return numbers_[input][scan];
     }
@@ -68,7 +69,7 @@ private:
     InputAxes axes_;
     std::vector<Station> stations_;
     std::vector<std::vector<std::optional<std::size_t>>> numbers_;  // by input and scan
-    std::vector<std::string> names_;                                // of all scans met
+    std::vector<std::string> names_;                                // of all scans entered
 };
 
 }  // namespace orvix::importer

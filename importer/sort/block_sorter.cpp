@@ -32,7 +32,7 @@ void BlockSorter::Sort(const GridFrame& frame, std::span<const AlivePoint> point
     if (maxBlock_ - minBlock_ >= kNarrowBlocks) {
         SortWide();
     } else {
-        // One number a key, counted from the least block met: few bits, few passes.
+        // One number per key, counted from the smallest block: few bits, few passes.
         std::uint64_t largest = 0;
         for (Entry& entry : entries_.All()) {
             entry.key = (entry.key - minBlock_) * kInsideKeys + entry.inside;

@@ -10,18 +10,18 @@
 
 namespace orvix::importer {
 
-/// Sorts a block of points that fits into a processor's cache by their 10 cm cells.
+/// Sorts a block of points by their 10 cm cells; the block should fit into a processor's cache.
 ///
 /// Order      by SortKey; points of one cell keep their order.
 /// Boundaries up to 2^32 - 1 points.
-/// Threads    one sorter a thread; it keeps its scratch memory between blocks.
-/// Cost       a radix sort over the bits in which the block's keys differ, 11 a pass; a block that
-///            spans more than 2^43 blocks of 1000 cm (a point far out in all three axes) is sorted
-///            by comparing. 32 bytes of scratch a point.
+/// Threads    one sorter per thread; it keeps its scratch memory between blocks.
+/// Cost       a radix sort over the bits in which the block's keys differ, 11 per pass; a block
+///            that spans more than 2^43 cells of 1000 cm (with a point far out in all three axes)
+///            is sorted by comparing. 32 bytes of scratch per point.
 class BlockSorter {
 public:
-    /// `cells`, unless null, is replaced by the cells met, in order. `sorted` holds as many
-    /// records as `points` and does not overlap it.
+    /// Writes the sorted points to `sorted`, which has room for as many and does not overlap them;
+    /// `cells`, unless null, is replaced by their cells in order.
     void Sort(const GridFrame& frame, std::span<const AlivePoint> points, AlivePoint* sorted,
               std::vector<CellCount>* cells);
 

@@ -89,10 +89,10 @@ std::size_t KeepFirst(std::span<AlivePoint> cell, AlivePoint* out, Removed& remo
                            });
                        });
     }
-    PositionSet met(cell.size());
+    PositionSet known(cell.size());
     return KeepNew(cell, out, removed,
                    [&](const AlivePoint& point, const AlivePoint*, std::size_t) {
-                       return met.Add(point) == PositionSet::Outcome::Known;
+                       return known.Add(point) == PositionSet::Outcome::Known;
                    });
 }
 
@@ -111,9 +111,9 @@ Removed RemoveDuplicates(std::span<AlivePoint> sorted, std::vector<CellCount>& c
     return removed;
 }
 
-// A point is decided once it is known to be new or known to be a duplicate. Whoever finds the
-// set full waits for the next round, and so do all its equals after it: the set never forgets
-// within a round, so the first of equal points is always decided first.
+// A point is decided once it is known to be new or a duplicate. A point that finds the set full
+// waits for the next round, and so do all its equals after it: within a round no position leaves
+// the set, so the first of equal points is always decided first.
 Expected<std::vector<bool>> FindDuplicates(const CellReader& reader, std::uint64_t total,
                                            std::size_t capacity,
                                            const std::function<bool()>& stopping) {
@@ -121,7 +121,7 @@ Expected<std::vector<bool>> FindDuplicates(const CellReader& reader, std::uint64
     std::vector<bool> decided(total, false);
     for (bool again = true; again;) {
         again = false;
-        PositionSet met(capacity);
+        PositionSet known(capacity);
         for (std::uint64_t first = 0; first < total; first += kReadPoints) {
             if (stopping()) return duplicate;
             const auto count =
@@ -130,7 +130,7 @@ Expected<std::vector<bool>> FindDuplicates(const CellReader& reader, std::uint64
             if (!points) return ErrorOf(points);
             for (std::size_t i = 0; i < count; ++i) {
                 if (decided[first + i]) continue;
-                const PositionSet::Outcome outcome = met.Add((*points)[i]);
+                const PositionSet::Outcome outcome = known.Add((*points)[i]);
                 duplicate[first + i] = outcome == PositionSet::Outcome::Known;
                 decided[first + i] = outcome != PositionSet::Outcome::Full;
                 again = again || outcome == PositionSet::Outcome::Full;

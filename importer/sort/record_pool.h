@@ -12,7 +12,7 @@
 
 namespace orvix::importer {
 
-/// The memory in which an import gathers sorted points: a few large slabs, cut into spans.
+/// Memory for an import's sorted points: a few large slabs, handed out in spans.
 ///
 /// Lifetime  spans live until Clear; the slabs stay for the next round until Release.
 /// Errors    std::bad_alloc.
@@ -21,8 +21,9 @@ class RecordPool {
 public:
     explicit RecordPool(std::uint64_t bytes) : limit_(bytes / sizeof(AlivePoint)) {}
 
-    /// Room for `count` records, not initialised. Being full is advice: it is still handed out.
+    /// Room for `count` records, not initialised; also once the pool is full.
     std::span<AlivePoint> Take(std::size_t count);
+    /// Whether the records handed out reach the pool's size; time to write them to disk.
     [[nodiscard]] bool IsFull() const;
     void Clear();
     void Release();

@@ -13,7 +13,7 @@
 
 namespace orvix::importer {
 
-/// All points of an import, sorted in runs, and what was met on the way.
+/// All points of an import, sorted in runs.
 struct SortedCloud {
     explicit SortedCloud(std::uint64_t poolBytes) : pool(poolBytes) {}
 
@@ -29,7 +29,7 @@ struct SortedCloud {
 /// Where temporary files may be written; asked for when the first is needed.
 using ScratchFolderSource = std::function<Expected<CString>()>;
 
-/// Turns the inputs into records sorted by cell: the second pass.
+/// Makes records of the inputs' points and sorts them by cell: the second pass over the inputs.
 ///
 /// Every piece is decoded, made into records and sorted on its own, in cache. The pieces stay in
 /// the pool as short runs; when it is full, they are merged into one run on disk and the pool

@@ -55,7 +55,7 @@ public:
 
 private:
     // A range that holds n samples of a run holds at most n + 1 strides of its points. So the
-    // weight of its samples plus one stride a run bounds what a block must hold.
+    // weight of its samples plus one stride per run bounds what a block must hold.
     void GatherSamples() {
         std::uint64_t slack = 0;
         for (const SortedRun& run : runs_) {

@@ -24,7 +24,7 @@ struct MergeTask {
     std::uint64_t firstInCell = 0;
 };
 
-/// A stretch of points in their final order, and the buffers it was made in.
+/// A stretch of points in their final order, with the buffers that it was made in.
 struct MergedBlock {
     MergeTask task;
     std::uint64_t offset = 0;  ///< its first point's number; set by the sink's Commit
@@ -46,22 +46,23 @@ public:
     virtual Expected<void> Store(const MergedBlock& block) = 0;
 };
 
+/// How runs are merged.
 struct MergeOptions {
-    std::uint64_t blockPoints = 0;  ///< points a block aims at; memory is 80 bytes each, a worker
+    std::uint64_t blockPoints = 0;  ///< to aim at per block; 80 bytes of memory each, per worker
     bool removeDuplicates = false;
 };
 
-/// Merges runs into one order and hands it to a sink, block by block.
+/// Merges runs into one order and hands the points to a sink, block by block.
 ///
-/// The keys sampled along the runs cut the order into ranges of whole cells that are certain to
-/// hold no more than a block's points; a range's points are copied out of all runs, in run order,
-/// and sorted in cache. A cell with more points than a block is handed on in parts as it stands:
-/// its points, run by run, are in order already.
+/// The keys sampled along the runs divide the order into ranges of whole cells that certainly hold
+/// no more than a block's points; a range's points are copied out of all runs, in run order, and
+/// sorted in cache. A cell of more points than a block is handed on in parts, run by run: its
+/// points are in order already.
 ///
 /// Order   by cell; in a cell by run, then by place in the run.
 /// Errors  those of reading the runs and of the sink; Cancelled.
-/// Cost    every point is read once (with duplicates to be removed from a cell of more than a
-///         block, more often) and sorted once.
+/// Cost    every point is read once and sorted once; where duplicates are removed, the points of a
+///         cell of more than a block are read more often.
 Expected<void> MergeRuns(const std::vector<SortedRun>& runs, const GridFrame& frame,
                          const MergeOptions& options, ImportPool& pool, MergeSink& sink);
 

@@ -13,11 +13,11 @@
 
 namespace orvix::importer {
 
-/// Points sorted by cell, in memory or in a file, with the keys of every `stride`-th of them, by
-/// which any range of cells is found with one look.
+/// Points sorted by cell, in memory or in a file, with the keys of every `stride`-th point.
 ///
-/// Order     runs are numbered in input order; the points of a run that share a cell are in input
-///           order.
+/// The keys show between which two of them a range of cells begins and ends.
+///
+/// Order     runs are in input order, and so are the points of a run that share a cell.
 /// Lifetime  a run in memory borrows its points; a run in a file owns the file.
 struct SortedRun {
     const AlivePoint* records = nullptr;  ///< null: the points are in `file`
@@ -30,6 +30,7 @@ struct SortedRun {
 inline constexpr std::uint32_t kMemoryStride = 128;
 inline constexpr std::uint32_t kFileStride = 1024;
 
+/// The run of sorted points that stay where they are.
 SortedRun RunInMemory(const GridFrame& frame, std::span<const AlivePoint> points);
 
 /// Appends points `first` to `first + count - 1` of a run.
@@ -37,7 +38,8 @@ Expected<void> AppendPoints(const SortedRun& run, std::uint64_t first, std::size
                             RawBuffer<AlivePoint>& out);
 
 /// Appends the points whose keys lie in [low, high).
-/// Cost  a run in a file is read once, at most two strides more than is wanted.
+///
+/// Cost  a run in a file is read once, with at most two strides of points beside those wanted.
 Expected<void> AppendRange(const SortedRun& run, const GridFrame& frame, const SortKey& low,
                            const SortKey& high, RawBuffer<AlivePoint>& out);
 

@@ -13,16 +13,17 @@
 
 namespace orvix::importer {
 
-/// A 100 cm cell and how many skeleton points it was thinned to.
+/// A 100 cm cell and its number of skeleton points.
 struct ThinnedCell {
     std::array<std::int32_t, 3> cell{};
     std::uint32_t points = 0;
 };
 
-/// Thins stretches of Grid.pts that consist of whole 100 cm cells, and counts their histograms.
+/// Thins stretches of Grid.pts and counts their histograms; a stretch consists of whole 100 cm
+/// cells.
 ///
 /// Boundaries a cell of more than a block's points is read twice instead of kept.
-/// Threads    one a thread, over one file.
+/// Threads    one thinner per thread; all may read one file.
 class CloudThinner {
 public:
     static constexpr std::size_t kBlockPoints = 65'536;

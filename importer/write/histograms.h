@@ -18,7 +18,7 @@ namespace orvix::importer {
 /// Writes a histogram file; a count above 2^31 - 1 takes several records of the same value.
 Expected<void> WriteHistogram(const CString& path, const std::vector<detail::HistogramBin>& bins);
 
-/// Counts by bin number, in pages that exist only where something was counted.
+/// Counts by bin number, in pages that exist only where there is something to count.
 class BinCounter {
 public:
     void Add(std::int64_t bin) { ++PageOf(bin >> kPageBits)[bin & (kPageBins - 1)]; }
@@ -43,17 +43,17 @@ private:
     std::int64_t lastNumber_ = 0;
 };
 
-/// The histograms of a cloud: how many points have an intensity, and how many lie at a height.
+/// Counts the histograms of a cloud: points per intensity and points per height.
 ///
-/// Units      intensity: its stored value, 0..65535. Height: metres, project frame.
-/// Shape      intensities.hist: a bin a value. intensities_slice.hist: 256 values a bin, told by
-///            its centre (256 i + 127.5). z.hist: a bin a centimetre, told by its centre.
-///            z_slice.hist: a bin ten centimetres.
+/// Units      intensity: its stored value, 0..65535. Height: metres, in the project's own frame.
+/// Shape      intensities.hist: a bin per value. intensities_slice.hist: a bin per 256 values,
+///            stored as its centre (256 i + 127.5). z.hist: a bin per centimetre, stored as its
+///            centre. z_slice.hist: a bin per ten centimetres.
 /// Boundaries heights of 10 km and more above or below the origin are counted in bins of 10 m in
 ///            both height files, so that memory is bounded however far a stray point lies.
 /// Order      ascending; only bins that hold points. A bin of more than 2^31 - 1 points is written
 ///            as several records of the same value.
-/// Threads    one a thread, joined with Take.
+/// Threads    one per thread, joined with Take.
 class Histograms {
 public:
     void Add(const AlivePoint& point) {

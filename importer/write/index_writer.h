@@ -11,14 +11,14 @@
 
 namespace orvix::importer {
 
-/// Writes the four grid indexes from the 10 cm cells of Grid.pts, told in order.
+/// Writes the four grid indexes from the 10 cm cells of Grid.pts, added in their order.
 ///
 ///     IndexWriter index(frame, FineLevel::Write);
 ///     index.Create(manager);  index.Add(cells) ... ;  index.Finish();
 ///
-/// Order      a cell told in several parts, one after the other, is one cell.
-/// Boundaries a cell of more than 4,294,967,295 points, and a level of more such entries, cannot
-///            be told by the index records and are failures.
+/// Order      a cell added in several parts, one after the other, is one cell.
+/// Boundaries a cell of more than 4,294,967,295 points or a level of more entries is a failure: an
+///            index record holds no larger number.
 /// Threads    one at a time.
 class IndexWriter {
 public:

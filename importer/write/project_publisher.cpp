@@ -35,7 +35,7 @@ Expected<void> RenameEntry(const CString& from, const CString& to) {
 }
 
 // Other programs keep files of that ending too, the coordinate system of a map beside its data. A
-// record that is cut short is a damaged project, which an import is the way to mend.
+// record that is cut short is a damaged project, which an import may replace.
 Expected<void> RefuseForeign(const CString& project) {
     const auto record = orvix::detail::ExamineSettingsFile(project);
     if (!record) return ErrorOf(record);

@@ -8,28 +8,27 @@
 
 namespace orvix::importer {
 
-/// Lays a project out beside its target and makes it appear in one step.
+/// Creates a project beside its target and makes it appear in one step.
 ///
 /// For the target scan.prj, work happens in scan.importing.prj and
 /// scan.importing_Project_Files, under the lock scan.importing.lock. Publishing renames the
 /// folder, then the project file; an existing project is exchanged for the new one in the same
-/// way and removed afterwards (where folders cannot be exchanged it steps aside as
-/// scan.importing_Replaced_Files in between). Until then an empty file `importing` in the new
-/// folder tells it from the one that it replaces.
+/// way and removed afterwards (where folders cannot be exchanged, it is renamed to
+/// scan.importing_Replaced_Files in between). Until then an empty file `importing` marks the new
+/// folder.
 ///
 ///     auto publisher = ProjectPublisher::Begin(L"scan.prj", ProjectPublisher::Existing::Keep);
 ///     ... write the files of publisher->Working() ...
 ///     publisher->Publish();
 ///
-/// Boundaries a project is replaced as a whole: whatever a host kept in its folder goes with it.
-/// Errors     the target's folder is missing or refuses to be written, the target is a folder,
-///            exists without leave to replace it, or is being imported by another process; files
-///            that carry the working names and stem from no import are left alone. Publishing
-///            that fails puts the existing project back.
-/// Lifetime   the destructor removes what was not published. What a killed import left is
-///            settled by the next `Begin` for the same target, which tells it by the lock file
-///            left behind: a replaced project that stepped aside comes back, a project half
-///            published and the working files go.
+/// Boundaries a project is replaced as a whole, with all that a host kept in its folder.
+/// Errors     the target's folder is missing or cannot be written, the target is a folder, exists
+///            and may not be replaced, or is being imported by another process. Files under the
+///            working names that no import made are left alone. When publishing fails, the
+///            existing project is put back.
+/// Lifetime   the destructor removes what was not published. What a killed import left is removed
+///            by the next `Begin` for the same target, which finds its lock file: a project that
+///            was renamed comes back, a half-published project and the working files go.
 /// Threads    one.
 class ProjectPublisher {
 public:

@@ -16,7 +16,7 @@
 
 namespace orvix::importer {
 
-/// What the pass over the sorted points found.
+/// What one pass over the sorted points counts.
 struct SkeletonSummary {
     std::uint64_t points = 0;  ///< of the skeleton
     Histograms histograms;     ///< of the alive points
@@ -24,14 +24,16 @@ struct SkeletonSummary {
     SurfaceDensity skeletonDensity;
 };
 
-/// Thins the sorted cloud: one pass over Grid.pts writes the skeleton's coordinates and data, the
-/// two cell tables by which a viewer fetches it, and collects the histograms; then, block by
-/// block, the coarse table (orvix/project/view_records.h).
+/// Thins the sorted cloud and writes the skeleton with its three tables.
+///
+/// `Write` reads Grid.pts once: it writes the skeleton's coordinates and data and the two cell
+/// tables by which a viewer fetches it, and counts the histograms. `WriteCoarse` then writes the
+/// coarse table, block by block (orvix/project/view_records.h).
 ///
 /// Order   skeleton points are in the order of Grid.pts's cells, inside a cell by voxel.
 /// Errors  those of the files; Cancelled.
 /// Cost    Grid.pts and the skeleton's coordinates are read once (the points of a cell of more
-///         than a batch twice); memory is a batch of 65,536 points a worker.
+///         than a batch twice); memory is a batch of 65,536 points per worker.
 class SkeletonWriter {
 public:
     SkeletonWriter(const ProjectManager& project, SkeletonSize size, ImportPool& pool)

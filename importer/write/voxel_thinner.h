@@ -11,8 +11,9 @@
 
 namespace orvix::importer {
 
-/// The cell whose points are thinned together: the 10 cm cell, for a skeleton of 1 m the 100 cm
-/// cell. Its points follow each other in Grid.pts.
+/// A cell whose points are thinned together: a 10 cm cell, for a skeleton of 1 m a 100 cm cell.
+///
+/// Its points follow each other in Grid.pts.
 struct ThinningCell {
     std::array<std::int32_t, 3> cell100{};
     std::array<std::int32_t, 3> cell10{};  // zero for a skeleton of 1 m
@@ -22,18 +23,18 @@ struct ThinningCell {
 
 ThinningCell ThinningCellOf(const AlivePoint& point, SkeletonSize size);
 
-/// Chooses, for each voxel of one cell, the point nearest to the centroid of the voxel's points.
+/// Chooses for each voxel of a cell the point nearest to the centroid of the voxel's points.
 ///
 ///     thinner.Add(points);      // once, or piece by piece in order
 ///     thinner.Choose(points);   // the same points again
 ///     thinner.Finish(chosen);   // appends the chosen ones; ready for the next cell
 ///
-/// Units      voxels are 1 cm (0..9 an axis inside the 10 cm cell), or the cell itself.
+/// Units      voxels are 1 cm (0..9 along each axis of the 10 cm cell), or the cell itself.
 /// Order      chosen points come by voxel: x, then y, then z.
 /// Boundaries centroids and squared distances are summed in double, in file order; of equally
 ///            near points the first is chosen.
-/// Threads    one a thread.
-/// Cost       two passes over the points; memory for 1000 voxels at most, whatever their number.
+/// Threads    one per thread.
+/// Cost       two passes over the points; memory for at most 1000 voxels.
 class VoxelThinner {
 public:
     explicit VoxelThinner(SkeletonSize size);

@@ -196,16 +196,16 @@ void AddSkeleton(ProjectBytes& files, const std::vector<Record>& skeleton) {
         const auto first = skeleton.begin() + static_cast<std::ptrdiff_t>(run.first);
         const std::vector<Record> points(first, first + static_cast<std::ptrdiff_t>(run.count));
         Bytes& out = files["LogicView/view_grid.lv"];
-        const auto extreme = [&](bool greatest, float Record::*axis) {
+        const auto extreme = [&](bool max, float Record::*axis) {
             const auto less = [axis](const Record& a, const Record& b) {
                 return a.*axis < b.*axis;
             };
-            Put(out, (greatest ? *std::max_element(points.begin(), points.end(), less)
-                               : *std::min_element(points.begin(), points.end(), less)).*
+            Put(out, (max ? *std::max_element(points.begin(), points.end(), less)
+                          : *std::min_element(points.begin(), points.end(), less)).*
                          axis);
         };
-        for (const bool greatest : {false, true}) {
-            for (const auto axis : {&Record::x, &Record::y, &Record::z}) extreme(greatest, axis);
+        for (const bool max : {false, true}) {
+            for (const auto axis : {&Record::x, &Record::y, &Record::z}) extreme(max, axis);
         }
         Put(out, run.first);
         Put(out, static_cast<std::uint32_t>(run.count));
@@ -260,12 +260,12 @@ Bytes HeadOf(const std::vector<Record>& records, std::uint64_t skeleton, double 
     Put(head, std::uint64_t{records.size()});
     Put(head, skeleton);
     Put(head, scale);
-    for (const bool greatest : {false, true}) {
+    for (const bool max : {false, true}) {
         for (const auto axis : {&Record::x, &Record::y, &Record::z}) {
             double extreme = records.front().*axis;
             for (const Record& r : records) {
                 const double v = r.*axis;
-                extreme = greatest ? std::max(extreme, v) : std::min(extreme, v);
+                extreme = max ? std::max(extreme, v) : std::min(extreme, v);
             }
             Put(head, extreme + 0.0);
         }

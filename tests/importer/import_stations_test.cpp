@@ -171,13 +171,13 @@ TEST_F(ImportStations, CheckNamesStationFilesThatAreNotRight) {
     orvix::test::WriteText(detail::StationPathsOf(manager, 1).name, std::string(5000, 'a'));
     const auto report = detail::CheckProject(project);
     ASSERT_EQ(report->total, 5u);
-    std::string told;
+    std::string reported;
     for (const detail::CheckFault& fault : report->faults)
-        told += fault.file + " " + fault.what + "\n";
-    EXPECT_THAT(told, HasSubstr("station_0.orientation holds a turn by 1 about (0, 0, 0.5)"));
-    EXPECT_THAT(told, HasSubstr("station_0.intens holds intensities from 5 to 4"));
-    EXPECT_THAT(told, HasSubstr("station_1.pos holds 16 bytes instead of 24"));
-    EXPECT_THAT(told, HasSubstr("station_1.name holds 5000 bytes"));
+        reported += fault.file + " " + fault.what + "\n";
+    EXPECT_THAT(reported, HasSubstr("station_0.orientation holds a turn by 1 about (0, 0, 0.5)"));
+    EXPECT_THAT(reported, HasSubstr("station_0.intens holds intensities from 5 to 4"));
+    EXPECT_THAT(reported, HasSubstr("station_1.pos holds 16 bytes instead of 24"));
+    EXPECT_THAT(reported, HasSubstr("station_1.name holds 5000 bytes"));
 }
 
 }  // namespace

@@ -276,18 +276,18 @@ TEST(Import, SaysWhyACloudWithoutAUsablePointMakesNoProject) {
 TEST(Import, ReportsProgressThatNeverFallsAndEndsAtOne) {
     const std::vector<MemoryScan> scans = RandomScans(0);
     const ScratchFolder folder;
-    std::vector<ImportProgress> told;
+    std::vector<ImportProgress> reported;
     const auto report =
         ImportScans(Open(scans), folder / L"p.prj", {}, TinyPlan(), [&](const ImportProgress& p) {
-            told.push_back(p);
+            reported.push_back(p);
             return true;
         });
     ASSERT_TRUE(report) << report.error().message;
-    EXPECT_TRUE(std::is_sorted(told.begin(), told.end(), [](const auto& a, const auto& b) {
+    EXPECT_TRUE(std::is_sorted(reported.begin(), reported.end(), [](const auto& a, const auto& b) {
         return std::tie(a.phase, a.fraction) < std::tie(b.phase, b.fraction);
     }));
-    EXPECT_EQ(told.back().fraction, 1.0);
-    EXPECT_EQ(told.front().fraction, 0.0);
+    EXPECT_EQ(reported.back().fraction, 1.0);
+    EXPECT_EQ(reported.front().fraction, 0.0);
 }
 
 }  // namespace

@@ -106,7 +106,7 @@ private:
     std::vector<Part> parts_;
     ScanInfo info_;
     std::size_t scan_ = 0;      // of the next piece
-    std::uint64_t record_ = 0;  // likewise
+    std::uint64_t record_ = 0;  // of the next piece
     E57Streams streams_;
     std::uint64_t told_ = 0;  // of the section's bytes, by pieces so far
 };

@@ -15,8 +15,8 @@ namespace orvix::importer {
 /// Order    scans as the XML lists them, records as stored; `firstRecord` is the number of a
 ///          piece's first record in its scan, from 0.
 /// Boundaries scans without records are there, with their poses. Pictures, groups of points and
-///            extensions are passed over; of pages that hold nothing else the checksums are not
-///            looked at.
+///            extensions are passed over; the checksums of pages that hold nothing else are not
+///            verified.
 /// Errors   see E57Pages, ReadE57Scans, FindE57Section and E57Streams; a scan with records but no
 ///          coordinates, and scans that share bytes.
 /// Cost     one thread takes the pages apart; decoding runs on every core. 22 million points/s on

@@ -184,17 +184,17 @@ void ReadPose(const XmlElement& scan, Reading& reading, ScanPose& pose) {
 std::optional<E57Limits> LimitsOf(const E57Scan& scan, std::string_view fieldName,
                                   const XmlElement* element, const std::string& childName,
                                   Reading& reading) {
-    const auto field = scan.Find(fieldName);
-    if (!field) return std::nullopt;
-    const E57Field& told = scan.fields[*field];
+    const auto place = scan.Find(fieldName);
+    if (!place) return std::nullopt;
+    const E57Field& field = scan.fields[*place];
     E57Limits limits{0, 0};
     if (element != nullptr && element->Child(childName + "Maximum") != nullptr) {
         limits = {reading.NumberOf(element, childName + "Minimum", 0),
                   reading.NumberOf(element, childName + "Maximum", 0)};
-    } else if (told.IsWhole() && told.bits <= 32) {
+    } else if (field.IsWhole() && field.bits <= 32) {
         const std::uint64_t span =
-            static_cast<std::uint64_t>(told.maximum) - static_cast<std::uint64_t>(told.minimum);
-        limits = {told.ValueOf(0), told.ValueOf(span)};
+            static_cast<std::uint64_t>(field.maximum) - static_cast<std::uint64_t>(field.minimum);
+        limits = {field.ValueOf(0), field.ValueOf(span)};
         if (limits.high < limits.low) std::swap(limits.low, limits.high);
     }
     const bool span = std::isfinite(limits.low) && std::isfinite(limits.high) &&

@@ -23,7 +23,7 @@ struct E57Field {
     std::int64_t maximum = 0;
     double scale = 1;  ///< of scaled integers
     double offset = 0;
-    unsigned bits = 64;  ///< of a record, 0 to 64; of a string at least
+    unsigned bits = 64;  ///< per record, 0 to 64; of a string the minimum
 
     [[nodiscard]] bool IsWhole() const {
         return kind == Kind::Integer || kind == Kind::ScaledInteger;
@@ -36,7 +36,7 @@ struct E57Field {
     }
 };
 
-/// The least and greatest value that a scan's attribute can take.
+/// The range of values that a scan's attribute can take.
 struct E57Limits {
     double low = 0;
     double high = 0;
@@ -46,7 +46,7 @@ struct E57Limits {
 struct E57Scan {
     std::string name;
     std::string guid;
-    ScanPose pose;  ///< the identity where the file tells none
+    ScanPose pose;  ///< the identity where the file holds none
     std::optional<E57Limits> intensity;
     std::array<std::optional<E57Limits>, 3> colour;  ///< red, green, blue
     std::uint64_t sectionPhysical = 0;               ///< where its points are

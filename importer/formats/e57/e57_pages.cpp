@@ -25,7 +25,7 @@ Expected<E57Pages> E57Pages::Open(ScanFile file) {
     return pages;
 }
 
-// The header tells the page size, so it is looked at before its page can be verified.
+// The header holds the page size, so it is looked at before its page can be verified.
 Expected<void> E57Pages::ReadHeader() {
     std::array<std::uint8_t, kHeaderBytes> header{};
     if (file_.Size() < kPageBytes) {

@@ -10,8 +10,10 @@
 
 namespace orvix::importer {
 
-/// An E57 file seen through its pages: 1020 bytes of content and a CRC-32C each. Offsets in the
-/// file's own tables count all bytes (physical); content lies without gaps in logical offsets.
+/// Reads the content of an E57 file out of its pages: 1020 bytes of content and a CRC-32C each.
+///
+/// Offsets in the file's own tables count all bytes (physical); in logical offsets the content has
+/// no gaps.
 ///
 ///     auto pages = E57Pages::Open(std::move(file));
 ///     const auto at = pages->ToLogical(physicalOffset);

@@ -35,11 +35,11 @@ void LoadFloats(const std::uint8_t* bytes, std::span<double> values) {
     }
 }
 
-float Spread(double value, const std::optional<E57Limits>& limits, double greatest) {
+float Spread(double value, const std::optional<E57Limits>& limits, double max) {
     if (!std::isfinite(value)) return 0;
     if (!limits) return static_cast<float>(std::clamp<double>(value, -FLT_MAX, FLT_MAX));
     const double share = (value - limits->low) / (limits->high - limits->low);
-    return static_cast<float>(std::floor(std::clamp(share, 0.0, 1.0) * greatest + 0.5));
+    return static_cast<float>(std::floor(std::clamp(share, 0.0, 1.0) * max + 0.5));
 }
 
 }  // namespace

@@ -12,10 +12,11 @@
 
 namespace orvix::importer {
 
-/// Unpacks the records of one scan and makes points of them.
+/// Unpacks the records of one E57 scan into points.
 ///
-/// Of a piece of n records, n a multiple of 8 but in the last, every field's stream part begins at
-/// a byte; the parts stand one after the other in the order of `Fields`, and eight bytes follow.
+/// All pieces but the last hold a multiple of 8 records, so that every field's part of its stream
+/// begins at a byte. The parts stand one after the other in the order of `Fields`, and eight bytes
+/// follow.
 ///
 /// Units      Cartesian coordinates as stored; spherical ones (range r, azimuth a, elevation e) as
 ///            r cos e cos a, r cos e sin a, r sin e. Attributes with limits are spread from them to
@@ -25,8 +26,8 @@ namespace orvix::importer {
 ///            but 0 invalid; flagged attributes are 0. With both kinds of coordinates the
 ///            Cartesian ones count.
 /// Threads    `Decode` on any number at once.
-/// Cost       some 40 ns a point, Cartesian with intensity and colours or spherical without, taking
-///            the pages apart included.
+/// Cost       about 40 ns per point, Cartesian with intensity and colours or spherical without;
+///            this includes taking the pages apart.
 class E57PointDecoder {
 public:
     explicit E57PointDecoder(const E57Scan& scan);

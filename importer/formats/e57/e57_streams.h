@@ -11,7 +11,7 @@
 
 namespace orvix::importer {
 
-/// Where a scan's records are: the data packets of one section, in logical offsets.
+/// The data packets that hold a scan's records: one section, in logical offsets.
 struct E57Section {
     std::uint64_t start = 0;  ///< the section's header
     std::uint64_t data = 0;   ///< the first packet
@@ -21,11 +21,12 @@ struct E57Section {
 };
 
 /// Finds and checks a scan's section.
+///
 /// Errors   BadInput: an offset outside the file, another kind of section, lengths that contradict
 ///          each other, more records than the section's bytes can hold.
 Expected<E57Section> FindE57Section(E57Pages& pages, const E57Scan& scan);
 
-/// Takes the byte streams of some of a scan's fields out of its data packets, side by side.
+/// Takes the byte streams of a scan's fields out of its data packets, side by side.
 ///
 /// A packet holds a part of each field's stream; parts need not end at a record, nor at the same
 /// record for all fields. Index packets and empty ones are passed over. Each field keeps its own
@@ -48,7 +49,7 @@ public:
 
     /// Fills `out` with the next `bytes[i]` of each field, field by field.
     Expected<void> Take(const std::vector<std::size_t>& bytes, std::uint8_t* out);
-    /// How much of the section's data was looked at so far.
+    /// How much of the section's data was read so far.
     [[nodiscard]] std::uint64_t BytesSeen() const { return seen_ - section_.data; }
 
 private:

@@ -10,7 +10,7 @@
 
 namespace orvix::importer {
 
-/// An element of an XML document, by its name as written (a prefix included).
+/// An element of an XML document; its name is as written, with a prefix.
 struct XmlElement {
     std::string name;
     std::string text;  ///< all character data directly in it, CDATA included
@@ -23,13 +23,13 @@ struct XmlElement {
     [[nodiscard]] const std::string* Attribute(std::string_view attributeName) const;
 };
 
-/// Parses a whole document, from bytes that may be hostile.
+/// Parses a whole XML document; its bytes may be hostile.
 ///
 /// Boundaries at most 64 MiB, 64 elements deep, 2,000,000 elements and attributes together, and no
-///            document type declaration, so that no entity can grow. All of that is known before
+///            document type declaration, so that no entity can grow. All of that is checked before
 ///            the parser itself starts.
 /// Errors   BadInput with what is wrong and at which byte of the text.
-/// Cost     some 300 bytes of memory an element.
+/// Cost     about 300 bytes of memory per element.
 Expected<XmlElement> ParseXml(std::string_view text);
 
 }  // namespace orvix::importer

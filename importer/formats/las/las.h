@@ -16,7 +16,7 @@ namespace orvix::importer {
 /// Order    as stored; `firstRecord` is the number of a piece's first point, from 0.
 /// Errors   see ReadLasHeader; a declared point outside the file is refused before the first
 ///          point is read.
-/// Cost     one read of 2 MiB a piece; 5 to 10 ns a point to decode.
+/// Cost     one read of 2 MiB per piece; 5 to 10 ns per point to decode.
 Expected<std::unique_ptr<ScanReader>> OpenLas(ScanFile file, const LasHeader& header);
 
 }  // namespace orvix::importer

@@ -9,15 +9,15 @@
 
 namespace orvix::importer {
 
-/// Turns uncompressed LAS records into points: coordinates as stored integer * scale + offset, in
-/// double.
+/// Decodes uncompressed LAS records into points.
 ///
+/// Units      coordinates are stored integer * scale + offset, in double.
 /// Boundaries `records` holds a record of the header's size for each of `points`.
-/// Cost       5 to 10 ns a point.
+/// Cost       5 to 10 ns per point.
 void DecodeLasRecords(const LasHeader& header, const std::uint8_t* records,
                       std::span<ScanPoint> points);
 
-/// What a reader tells of a file with this header.
+/// What is known of a file with this header.
 ScanInfo DescribeLas(const LasHeader& header);
 
 }  // namespace orvix::importer

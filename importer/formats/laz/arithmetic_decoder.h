@@ -30,9 +30,10 @@ void UpdateModel(ModelState& state, const ModelTables& tables);
 
 /// The learned frequencies of up to `Capacity` symbols.
 ///
-/// Every symbol met counts; from time to time, ever more rarely, the counts become shares of 2^15.
+/// Every symbol is counted; from time to time, ever more rarely, the counts become shares of 2^15.
 /// A table leads from the upper bits of a share to the first symbol that may own it.
-/// Cost  a few bytes a symbol; an update walks all symbols and the table.
+///
+/// Cost  a few bytes per symbol; an update walks all symbols and the table.
 template <std::uint32_t Capacity>
 class SymbolModel {
 public:
@@ -72,13 +73,12 @@ private:
 ///     ArithmeticDecoder in(bytes);
 ///     const unsigned symbol = in.Symbol(model);
 ///
-/// Boundaries past its bytes it reads zeros and keeps count: no byte outside `bytes` is ever
-///            touched, and `RanPastEnd` tells afterwards. An encoder's last bytes may be left out
-///            where they are zeros, so a few are granted.
-///            Whatever the bytes, `value_` stays below `length_`, so every share is below
-///            2^15 + 2^6 and every symbol within its model.
+/// Boundaries past its bytes it reads zeros and counts them: no byte outside `bytes` is ever
+///            read, and `RanPastEnd` reports it afterwards. An encoder may leave out its last
+///            bytes where they are zeros, so a few are granted. With any bytes `value_` stays below
+///            `length_`, so every share is below 2^15 + 2^6 and every symbol within its model.
 /// Threads    a plain value.
-/// Cost       one division and about one table look-up a symbol.
+/// Cost       one division and about one table look-up per symbol.
 /// Source     A. Said, Introduction to Arithmetic Coding: Theory and Practice, HPL-2004-76.
 class ArithmeticDecoder {
 public:

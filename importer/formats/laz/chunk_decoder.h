@@ -31,8 +31,8 @@ enum class Layers { All, OfImport };  ///< OfImport: coordinates, intensity, cla
 /// Boundaries never reads outside `bytes`, which must stay; any bytes give some records.
 /// Errors     null for a chunk too short for its first point and its table of layers, or with
 ///            layers that do not fit into it; `RanPastEnd` once the bytes were not enough.
-/// Threads    one thread a decoder.
-/// Cost       about 150 ns a point; opening one takes about 0.1 ms for its models.
+/// Threads    one thread per decoder.
+/// Cost       about 150 ns per point; opening one takes about 0.1 ms for its models.
 class ChunkDecoder {
 public:
     virtual ~ChunkDecoder() = default;

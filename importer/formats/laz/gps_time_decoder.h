@@ -10,8 +10,9 @@ namespace orvix::importer::laz {
 
 /// Decodes GPS times, as the 64 bits of their doubles, from up to four interleaved series.
 ///
-/// A time is told by its distance from the last one of its series, as a multiple of the series'
-/// usual distance and a rest.
+/// A time is coded as its distance from the last one of its series: a multiple of the series' usual
+/// distance, and a rest.
+///
 /// Boundaries a change of series is followed by another code; the fourth in a row ends the time,
 ///            so that no bytes keep the decoder here.
 class GpsTimeDecoder {

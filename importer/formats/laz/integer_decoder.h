@@ -8,7 +8,7 @@
 
 namespace orvix::importer::laz {
 
-/// Decodes whole numbers of `Bits` bits, each told by how far it lies from a prediction.
+/// Decodes whole numbers of `Bits` bits, each coded as its distance from a prediction.
 ///
 /// First comes the distance's magnitude k (it lies in -(2^k - 1) .. 2^k), by a model of the
 /// caller's context, then its place among those of that magnitude: the upper 8 bits by a model,

@@ -8,9 +8,11 @@
 
 namespace orvix::importer {
 
-/// Reads compressed LAS (LAZ) of point formats 0 to 3 (chunked, item version 2) and 6 to 8
-/// (layered, versions 3 and 4), with extra bytes, with chunks of fixed or varying size, and with
-/// the table of chunks told at the front or at the end.
+/// Reads compressed LAS (LAZ): point formats 0 to 3 (item version 2) and 6 to 8 (layered, item
+/// versions 3 and 4).
+///
+/// Records may have extra bytes, chunks a fixed or a varying size; the place of the table of chunks
+/// may stand at the front or at the end of the file.
 ///
 /// Units    as for plain LAS: what is decoded are its records, byte for byte.
 /// Order    as stored; a piece is a chunk, as a rule of 50,000 points.
@@ -18,7 +20,7 @@ namespace orvix::importer {
 /// Errors   see ReadLazLayout; a chunk whose bytes end before its points do is BadInput, with its
 ///          number and place. A flipped bit that leaves it enough bytes gives other points.
 /// Threads  chunks are decoded at once, each from its own bytes alone.
-/// Cost     about 0.2 microseconds a point.
+/// Cost     about 0.2 microseconds per point.
 Expected<std::unique_ptr<ScanReader>> OpenLaz(ScanFile file, const LasHeader& header);
 
 }  // namespace orvix::importer

@@ -182,7 +182,7 @@ Expected<RecordShape> ShapeOf(const ScanFile& file, const LasHeader& header,
     return shape;
 }
 
-/// Where the table of chunks stands: told before the first chunk or, by a writer that could not go
+/// Where the table of chunks stands: said before the first chunk or, by a writer that could not go
 /// back, in the file's last bytes.
 Expected<std::uint64_t> FindTable(const ScanFile& file, std::uint64_t firstChunk) {
     std::array<std::uint8_t, sizeof(std::uint64_t)> bytes{};

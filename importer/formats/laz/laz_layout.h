@@ -9,7 +9,7 @@
 
 namespace orvix::importer::laz {
 
-/// Points that were compressed together and can be read without any others.
+/// Points that were compressed together and can be decoded without any others.
 struct Chunk {
     std::uint64_t offset = 0;  ///< of its first byte in the file
     std::uint64_t bytes = 0;
@@ -17,7 +17,7 @@ struct Chunk {
     std::uint64_t firstPoint = 0;  ///< points in the chunks before
 };
 
-/// How the points of a compressed file are laid out.
+/// Where a compressed file holds its points, and how.
 struct LazLayout {
     RecordShape shape;
     bool layered = false;

@@ -156,7 +156,7 @@ private:
     IntegerDecoder<32, 20> z_;
 };
 
-/// Bytes of no known meaning: each is told by its difference from the last record's.
+/// Bytes of no known meaning: each is coded as its difference from the last record's.
 class ExtraBytesDecoder {
 public:
     ExtraBytesDecoder(const std::uint8_t* first, std::size_t count)

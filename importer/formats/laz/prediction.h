@@ -7,8 +7,10 @@
 
 namespace orvix::importer::laz {
 
-/// A running middle of a series: five kept numbers in order, of which each new one pushes out the
-/// greatest or the least, the greatest while new ones fall below the middle, else the least.
+/// The middle of the last numbers of a series: five are kept, in order.
+///
+/// Each new number pushes one out: the largest while new ones fall below the middle, else the
+/// smallest.
 class RunningMedian {
 public:
     [[nodiscard]] std::int32_t Middle() const { return kept_[2]; }

@@ -9,10 +9,10 @@
 
 namespace orvix::importer {
 
-/// Unpacks an LZF stream a stretch at a time, from a file.
+/// Unpacks an LZF stream of a file, stretch by stretch.
 ///
-/// A stream that was copied goes on from where the other stood: that is how several stretches of
-/// one stream are unpacked side by side. The format's references reach 8 KiB back, which is all
+/// A copy of a stream goes on from where the other stood: so several stretches of one stream are
+/// unpacked side by side. The format's references reach 8 KiB back, which is all
 /// that is kept. (A decoder of our own: the library of the format works on whole buffers of up to
 /// 4 GiB, and there is none for every system that we build for.)
 ///
@@ -22,7 +22,7 @@ namespace orvix::importer {
 /// Errors   BadInput: a stream that ends early, a reference to before its start.
 /// Lifetime borrows the file.
 /// Threads  one at a time; copies are independent.
-/// Cost     a nanosecond a byte, 72 KiB of memory.
+/// Cost     a nanosecond per byte, 72 KiB of memory.
 /// Source   M. Lehmann, LibLZF: the description of its format in lzf_d.c.
 class LzfStream {
 public:
@@ -48,7 +48,7 @@ private:
     std::vector<std::uint8_t> window_;
     std::uint64_t made_ = 0;
     std::size_t literals_ = 0;  // left to copy
-    std::size_t match_ = 0;     // likewise
+    std::size_t match_ = 0;     // left to copy
     std::uint64_t distance_ = 0;
 };
 

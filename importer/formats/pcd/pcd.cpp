@@ -249,7 +249,7 @@ private:
     std::uint64_t packed_ = 0;
     std::size_t pointBytes_ = 0;      // of the used columns
     std::vector<LzfStream> starts_;   // by column
-    std::vector<LzfStream> streams_;  // likewise, as far as they are
+    std::vector<LzfStream> streams_;  // by column, each as far as it is
     std::uint64_t next_ = 0;
 };
 

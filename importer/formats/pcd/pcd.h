@@ -9,19 +9,20 @@
 
 namespace orvix::importer {
 
-/// Reads PCD files, ascii, binary and compressed: x, y and z, and intensity, colour (three fields,
-/// or rgb in one) and class where fields are named so (see FindRoles).
+/// Reads PCD files: ascii, binary and compressed.
 ///
-/// The line VIEWPOINT is the scanner's pose, and points are in the scanner's frame: they are
-/// brought into the file's frame by it. A file of a version without that line tells no pose.
+/// Fields are x, y and z, and intensity, colour (three fields, or rgb in one) and class where they
+/// are named so (see FindRoles). The line VIEWPOINT is the scanner's pose, and points are in the
+/// scanner's frame: the pose brings them into the file's frame. A file of a version without that
+/// line holds no pose.
 ///
 /// Units    coordinates and intensity as stored. Organised clouds are clouds like any other; their
 ///          empty places are points that are not a number.
 /// Order    as stored; `firstRecord` is the number of a piece's first point, from 0.
 /// Errors   see ReadPcdHeader and LzfStream; fewer points than declared are an error with both
 ///          numbers. A line of an ascii file without a number for each coordinate is malformed.
-/// Cost     a compressed file is unpacked a field at a time, side by side, once to find where
-///          fields begin and once a pass; memory does not grow with it.
+/// Cost     a compressed file is unpacked field by field, side by side: once to find where fields
+///          begin, and once per pass; memory does not grow with it.
 Expected<std::unique_ptr<ScanReader>> OpenPcd(ScanFile file);
 
 }  // namespace orvix::importer

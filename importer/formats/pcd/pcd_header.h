@@ -15,8 +15,8 @@ namespace orvix::importer {
 
 enum class PcdEncoding { Ascii, Binary, Compressed };
 
-/// A field of a point: `count` numbers of `size` bytes; 'F' floating-point, 'U' unsigned, 'I'
-/// signed.
+/// A field of a point: `count` numbers of `size` bytes each, of type 'F' (floating-point), 'U'
+/// (unsigned) or 'I' (signed).
 struct PcdField {
     std::string name;
     char type = 'F';
@@ -26,7 +26,7 @@ struct PcdField {
     [[nodiscard]] std::size_t Bytes() const { return size * count; }
 };
 
-/// What a PCD header tells, and where the body starts.
+/// What a PCD header says, and where the body starts.
 struct PcdHeader {
     std::string version;
     std::vector<PcdField> fields;
@@ -47,8 +47,9 @@ bool LooksLikePcd(std::string_view start);
 
 /// Reads a PCD header of version 0.5 to 0.7.
 ///
-/// Lines in any order up to DATA; comments are skipped; COUNT is 1 where it is missing, POINTS the
-/// product of WIDTH and HEIGHT.
+/// Lines up to DATA come in any order; comments are skipped. A missing COUNT is 1, a missing POINTS
+/// is the product of WIDTH and HEIGHT.
+///
 /// Boundaries a header is at most 64 KiB long, a point at most 64 KiB.
 /// Errors   BadInput with the line: a number or type that is none, a field without size or type, no
 ///          x, y and z, no DATA, a viewpoint that does not turn.

@@ -9,11 +9,12 @@
 
 namespace orvix::importer {
 
-/// Reads PLY files, ascii and binary of both byte orders: the vertex element's x, y and z, and
-/// intensity, colour and class where its properties are named so (see FindRoles).
+/// Reads PLY files: ascii, and binary of both byte orders.
 ///
-/// Elements before the vertices are skipped exactly, lists included; what follows the vertices is
-/// not read. In an ascii file every element is a line of its own and empty lines are none.
+/// A point is a vertex's x, y and z, and intensity, colour and class where its properties are named
+/// so (see FindRoles). Elements before the vertices are skipped exactly, with their lists; what
+/// follows the vertices is not read. In an ascii file every element is a line of its own, and empty
+/// lines are skipped.
 ///
 /// Units    coordinates and intensity as stored; floating-point colours times 65535.
 /// Order    as stored; `firstRecord` is the number of a piece's first vertex, from 0.
@@ -23,7 +24,7 @@ namespace orvix::importer {
 /// Cost     vertices without lists are cut in bulk, others one by one.
 Expected<std::unique_ptr<ScanReader>> OpenPly(ScanFile file);
 
-/// The two kinds of body.
+/// Readers of the two kinds of body.
 std::unique_ptr<ScanReader> MakePlyAsciiReader(ScanFile file, PlyHeader header);
 std::unique_ptr<ScanReader> MakePlyBinaryReader(ScanFile file, PlyHeader header);
 

@@ -53,7 +53,7 @@ std::vector<std::string_view> Words(std::string_view line) {
     return words;
 }
 
-/// Reads the header's lines one by one; each method tells what is wrong with its line, if
+/// Reads the header's lines one by one; each method says what is wrong with its line, if
 /// anything is.
 class HeaderParser {
 public:
@@ -186,7 +186,7 @@ std::string Printable(std::string_view line) {
     return text;
 }
 
-/// The header is read in one go; only its first line tells how lines end.
+/// The header is read in one go; only its first line shows how lines end.
 char LineEndOf(std::string_view text) {
     const std::size_t end = text.find_first_of("\r\n");
     const bool carriageReturn = end != std::string_view::npos && text[end] == '\r' &&

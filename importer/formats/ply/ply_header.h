@@ -29,11 +29,11 @@ struct PlyElement {
     std::vector<PlyProperty> properties;
 
     [[nodiscard]] bool HasList() const;
-    /// Bytes of a binary record: exactly where there is no list, else with every list empty.
+    /// Bytes of a binary record when every list in it is empty.
     [[nodiscard]] std::uint64_t MinBytes() const;
 };
 
-/// What a PLY header tells, and where the body starts.
+/// What a PLY header says, and where the body starts.
 struct PlyHeader {
     PlyEncoding encoding = PlyEncoding::Ascii;
     std::vector<PlyElement> elements;
@@ -52,16 +52,17 @@ struct PlyHeader {
 
 /// Reads a PLY header.
 ///
-/// Lines end with LF, CR LF or CR. Comments and obj_info lines are skipped, but for the comment in
-/// which an exported project tells its origin: orvix_origin and three numbers.
-/// Colours of one-byte properties reach to 255, of two-byte ones to 65535, of floating-point ones
-/// to 1; of four-byte integers the largest value met decides.
+/// Lines end with LF, CR LF or CR. Comments and obj_info lines are skipped, except the comment in
+/// which an exported project stores its origin: orvix_origin and three numbers.
+///
+/// Units      colours of one-byte properties reach to 255, of two-byte ones to 65535, of
+///            floating-point ones to 1; of four-byte integers the largest value decides.
 /// Boundaries a header is at most 1 MiB long and holds at most 4,096 properties.
-/// Errors   BadInput with the line: an unknown keyword, type or format, a count that is none, no
-///          vertex element, one without x, y and z.
+/// Errors     BadInput with the line: an unknown keyword, type or format, a count that is none, no
+///            vertex element, one without x, y and z.
 Expected<PlyHeader> ReadPlyHeader(const ScanFile& file);
 
-/// What the reader tells of a file with this header.
+/// What is known of a file with this header.
 ScanInfo DescribePly(const PlyHeader& header);
 
 }  // namespace orvix::importer

@@ -9,12 +9,12 @@
 
 namespace orvix::importer {
 
-/// Turns binary vertex records into points.
+/// Decodes binary vertex records into points.
 ///
 /// Records without lists are decoded column by column in blocks that stay in the cache; records
 /// with lists are walked one by one.
 ///
-/// Boundaries the bytes hold whole records (the reader that cut them made sure).
+/// Boundaries the bytes hold whole records; the reader that cut them makes sure.
 /// Threads    any number at once.
 class PlyRecordDecoder {
 public:

@@ -9,16 +9,16 @@
 
 namespace orvix::importer {
 
-/// Whether the start of a file is a PTX block's: two counts, the scanner's position and axes, and a
-/// 4 x 4 matrix, each row a line.
+/// Whether a file begins with the head of a PTX block: two counts, the scanner's position and axes,
+/// and a 4 x 4 matrix, a line per row.
 bool LooksLikePtx(std::string_view start);
 
-/// Reads PTX files: blocks of columns x rows lines "x y z intensity" or "x y z intensity red green
-/// blue", each block a scan with its pose.
+/// Reads PTX files: blocks of lines, each block a scan with its pose.
 ///
-/// Points are brought into the file's frame by the block's matrix, rows times points as the format
-/// has it. The scanner stands where the block's position and axes say; where these are 0 0 0 and
-/// the axes themselves, where the matrix takes them.
+/// A block has columns x rows lines "x y z intensity" or "x y z intensity red green blue". Its
+/// matrix brings the points into the file's frame, rows times points as the format has it. The
+/// scanner stands where the block's position and axes say; where these are 0 0 0 and the axes
+/// themselves, where the matrix takes them.
 ///
 /// Units    coordinates and intensity as written.
 /// Order    as written; `firstRecord` is the number of a piece's first line in the file, from 0.

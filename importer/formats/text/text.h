@@ -8,10 +8,11 @@
 
 namespace orvix::importer {
 
-/// Reads text scans (XYZ, TXT, ASC, CSV, PTS): a point a line, the layout told by the content
-/// (see SniffText). A file that begins with a count of points may hold further scans, each led by a
-/// count of its own (PTS): one begins where as many lines as the last count told have passed and
-/// the next line is a count.
+/// Reads text scans (XYZ, TXT, ASC, CSV, PTS): a point per line, in a layout found by SniffText.
+///
+/// A file that begins with a count of points may hold further scans, each after a count of its own
+/// (PTS): one begins where as many lines as the last count says have passed and the next line is a
+/// count.
 ///
 /// Units    coordinates and intensity as written; colours as written, or times 65535 where they
 ///          run from 0 to 1.
@@ -20,7 +21,7 @@ namespace orvix::importer {
 ///            coordinate is no number counts as malformed; an unreadable attribute is 0. "nan" and
 ///            "inf" are coordinates. A line is at most 2 MiB long.
 /// Errors   see SniffText and LineBlocks.
-/// Cost     one read of 2 MiB a piece; about 10 ns a number to decode.
+/// Cost     one read of 2 MiB per piece; about 10 ns per number to decode.
 Expected<std::unique_ptr<ScanReader>> OpenText(ScanFile file);
 
 }  // namespace orvix::importer

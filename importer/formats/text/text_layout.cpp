@@ -102,7 +102,7 @@ Sample CollectLines(std::string_view text, bool wholeFile) {
     return sample;
 }
 
-/// Names in a comment may be separated by anything, whatever separates the data.
+/// Names in a comment may have another separator than the data.
 RoleColumns RolesOfNames(std::string_view line, char separator) {
     std::string_view text = line;
     while (!text.empty() && (text[0] == '#' || text[0] == '/' || IsBlank(text[0]))) {

@@ -25,33 +25,34 @@ struct TextLayout {
     bool unitColours = false;  ///< colours run from 0 to 1
 };
 
-/// A line without points: "#", "//" or, where ";" separates nothing, ";" leads a comment.
+/// Whether a line is a comment: it begins with "#", "//" or, where ";" separates nothing, ";".
 bool IsCommentLine(std::string_view line, char separator);
 
 /// The columns of a line, without the blanks around them; quotes are kept. A separator at the end
 /// of the line starts no further column.
 std::vector<std::string_view> SplitColumns(std::string_view line, char separator);
 
-/// The number of a line that holds a whole number and nothing else, as it leads points in PTS
-/// files.
+/// The number of a line that holds only a whole number, as the count before the points of a PTS
+/// file.
 std::optional<std::uint64_t> CountIn(std::string_view line);
 
-/// Tells a text scan's layout by its first lines (up to 1,000 of the first 2 MiB).
+/// Finds the layout of a text scan from its first lines (up to 1,000 of the first 2 MiB).
 ///
 /// Separator and decimal point: of semicolon, comma, tab and blanks, each with a decimal point
-/// and (but for the comma) a decimal comma, the pair under which most lines hold three coordinates;
-/// the earlier of equal ones. A first line that holds only a whole number is a count, which is
-/// skipped and trusted no further than for telling where another scan may begin. Columns are told
-/// by a line of names before the first point, comment (one of the last 20) or not; without names by
-/// their number:
+/// and (except the comma) a decimal comma, the pair with which most lines hold three coordinates;
+/// the earlier of equal ones. A first line that holds only a whole number is a count; it is skipped
+/// and serves only to find where another scan may begin. A line of names before the first point
+/// names the columns, whether it is a comment (one of the last 20) or not; without names their
+/// number decides:
 ///
 ///     3  x y z         6  x y z red green blue (no colours where one is negative)
-///     4  x y z i       7  x y z i red green blue (likewise)
+///     4  x y z i       7  x y z i red green blue (no colours where one is negative)
 ///
 /// and any other number of columns is x y z and columns that are not read. Colours with a
 /// fraction and none above 1 run from 0 to 1.
-/// Errors   BadInput: text in UTF-16, bytes that no text holds, no layout under which at least half
-/// of the lines hold three numbers.
+///
+/// Errors   BadInput: text in UTF-16, bytes that no text holds, no layout with which at least half
+///          of the lines hold three numbers.
 Expected<TextLayout> SniffText(const ScanFile& file);
 
 /// For people: "text, comma-separated: x y z intensity".

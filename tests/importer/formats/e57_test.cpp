@@ -212,20 +212,20 @@ TEST(E57, NoTruncationGoesUnnoticed) {
 }
 
 TEST(E57, BelievesNoOffsetNorCount) {
-    const auto told = [](std::optional<std::uint64_t> offset,
-                         std::optional<std::uint64_t> records) {
+    const auto messageFor = [](std::optional<std::uint64_t> offset,
+                               std::optional<std::uint64_t> records) {
         return ReadAll(MakeE57({{.name = "s",
                                  .columns = Line(60),
                                  .toldOffset = offset,
                                  .toldRecords = records}}))
             .error;
     };
-    EXPECT_THAT(told({}, 61), HasSubstr("before the last of its records"));
-    EXPECT_THAT(told({}, 1'000'000'000'000), HasSubstr("cannot hold its"));
-    EXPECT_THAT(told({}, 9'223'372'036'854'775'807), HasSubstr("cannot hold its"));
-    EXPECT_THAT(told(1'000'000, {}), HasSubstr("not inside the file"));
-    EXPECT_THAT(told(1022, {}), HasSubstr("not inside the file"));
-    EXPECT_THAT(told(0, {}), HasSubstr("section of kind 65"));
+    EXPECT_THAT(messageFor({}, 61), HasSubstr("before the last of its records"));
+    EXPECT_THAT(messageFor({}, 1'000'000'000'000), HasSubstr("cannot hold its"));
+    EXPECT_THAT(messageFor({}, 9'223'372'036'854'775'807), HasSubstr("cannot hold its"));
+    EXPECT_THAT(messageFor(1'000'000, {}), HasSubstr("not inside the file"));
+    EXPECT_THAT(messageFor(1022, {}), HasSubstr("not inside the file"));
+    EXPECT_THAT(messageFor(0, {}), HasSubstr("section of kind 65"));
     EXPECT_THAT(ReadAll(MakeE57({{.name = "a", .columns = Line(9)},
                                  {.name = "b", .columns = Line(9), .toldOffset = 48}}))
                     .error,

@@ -18,7 +18,7 @@ using namespace orvix::importer;
 std::string ReadPass(ScanReader& reader, WholeScan& scan) {
     RawPiece piece;
     DecodedPiece decoded;
-    std::uint64_t told = 0;
+    std::uint64_t reported = 0;
     std::size_t lastScan = 0;
     std::uint64_t records = 0;  // of the scan so far
     for (;;) {
@@ -33,8 +33,8 @@ std::string ReadPass(ScanReader& reader, WholeScan& scan) {
         EXPECT_LT(piece.scan, reader.Info().scans.size());
         if (piece.scan != lastScan) records = 0;
         lastScan = piece.scan;
-        told += piece.fileBytes.value_or(piece.bytes.size());
-        EXPECT_LE(told, reader.FileBytes());
+        reported += piece.fileBytes.value_or(piece.bytes.size());
+        EXPECT_LE(reported, reader.FileBytes());
         const auto done = reader.Decode(piece, decoded);
         if (!done) return done.error().message;
         const std::uint64_t met = decoded.points.size() + decoded.Total();

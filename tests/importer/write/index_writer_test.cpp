@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t kMax = 0xFFFF'FFFF;
 
-TEST(IndexWriter, RefusesACubicMetreOfMorePointsThanItsRecordCanTell) {
+TEST(IndexWriter, RefusesACubicMetreOfMorePointsThanItsRecordCanHold) {
     const orvix::test::ScratchFolder folder;
     ProjectManager project;
     project.Create(folder / L"p.prj");

@@ -123,7 +123,7 @@ TEST(ProjectPublisher, KeepsFromAFolderThatBelongsToAProjectOfOtherCase) {
     EXPECT_THAT(refused.error().message, HasSubstr("up.PRJ"));
 }
 
-/// What an import that was killed while it published may leave; its lock file tells of it.
+/// What an import that was killed while it published may leave; its lock file shows it.
 struct Leftover {
     const char* name;
     bool oldAside;        // the old folder has stepped aside
