@@ -15,7 +15,7 @@ PlaneRaster::PlaneRaster(const Extends2DT<double>& bounds, double pixel)
     : left_(bounds.min.x - kMargin * pixel),
       bottom_(bounds.min.y - kMargin * pixel),
       pixel_(pixel),
-      perMetre_(1 / pixel),
+      pixelsPerMetre_(1 / pixel),
       width_(static_cast<std::int64_t>((bounds.max.x - bounds.min.x) / pixel) + 1 + 2 * kMargin),
       height_(static_cast<std::int64_t>((bounds.max.y - bounds.min.y) / pixel) + 1 + 2 * kMargin),
       words_(static_cast<std::size_t>((width_ + 63) / 64)),

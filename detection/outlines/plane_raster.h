@@ -9,17 +9,17 @@
 
 namespace orvix::detection {
 
-/// Which square pixels of a plane hold points.
+/// One bit for each square pixel of a plane: whether points lie in it.
 ///
 ///     PlaneRaster raster(bounds, 0.05);
 ///     raster.Mark({s, t});
 ///     raster.CloseGaps();
 ///
-/// Units      metres of the plane's 2D frame.
+/// Units      metres, in the plane's 2D frame.
+/// Order      the same marks give the same raster, in any order and from any thread.
 /// Boundaries a margin of three pixels surrounds the bounds; a mark outside them is left out.
-/// Order      the same marks give the same raster, in whatever order and from whatever thread.
 /// Threads    Mark may run side by side, the other calls may not.
-/// Cost       one bit a pixel.
+/// Cost       one bit per pixel.
 class PlaneRaster {
 public:
     PlaneRaster() = default;
@@ -29,8 +29,8 @@ public:
     static double PixelsOf(const Extends2DT<double>& bounds, double pixel);
 
     void Mark(const SimplePoint2DT<double>& p) {
-        const double column = (p.x - left_) * perMetre_;
-        const double row = (p.y - bottom_) * perMetre_;
+        const double column = (p.x - left_) * pixelsPerMetre_;
+        const double row = (p.y - bottom_) * pixelsPerMetre_;
         if (!(column >= 0 && row >= 0 && column < 1e9 && row < 1e9)) return;
         const auto at = static_cast<std::int64_t>(column);
         if (at >= width_ || static_cast<std::int64_t>(row) >= height_) return;
@@ -41,7 +41,7 @@ public:
         if ((bits.load(std::memory_order_relaxed) & bit) == 0)
             bits.fetch_or(bit, std::memory_order_relaxed);
     }
-    /// Fills what is narrower than about two pixels, and leaves the rims where they are.
+    /// Fills gaps narrower than about two pixels and leaves the rims where they are.
     void CloseGaps();
 
     [[nodiscard]] bool At(std::int64_t column, std::int64_t row) const {
@@ -69,10 +69,10 @@ private:
     double left_ = 0;
     double bottom_ = 0;
     double pixel_ = 1;
-    double perMetre_ = 1;
+    double pixelsPerMetre_ = 1;
     std::int64_t width_ = 0;
     std::int64_t height_ = 0;
-    std::size_t words_ = 0;  // a row
+    std::size_t words_ = 0;  // per row
     std::vector<std::uint64_t> bits_;
 };
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "detection/outlines/rim_straightener.h"
+#include "detection/outlines/rim_tracer.h"
 
 namespace orvix::detection {
 namespace {
@@ -21,8 +22,8 @@ PlaneRing RingOf(const PlaneRaster& raster, const Rim& rim) {
     return ring;
 }
 
-// What the outline tells: rims that are large enough, and not in a hole that is filled or beside a
-// piece that is dropped.
+// The rims that are large enough and lie neither in a hole that is filled nor in a piece that is
+// dropped.
 std::vector<Rim> RimsToKeep(const PlaneRaster& raster, const OutlineLimits& limits) {
     std::vector<Rim> rims = TraceRims(raster);
     const double pixelArea = raster.Pixel() * raster.Pixel();

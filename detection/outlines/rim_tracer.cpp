@@ -6,6 +6,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "detection/outlines/corner_geometry.h"
+
 namespace orvix::detection {
 namespace {
 
@@ -60,12 +62,9 @@ Borders::Borders(const PlaneRaster& raster) {
 }
 
 std::int64_t TwiceAreaOf(const std::vector<RimCorner>& corners) {
-    const RimCorner& o = corners[0];
     std::int64_t twice = 0;
-    for (std::size_t i = 1; i + 1 < corners.size(); ++i) {
-        const RimCorner &a = corners[i], &b = corners[i + 1];
-        twice += (a.x - o.x) * (b.y - o.y) - (b.x - o.x) * (a.y - o.y);
-    }
+    for (std::size_t i = 1; i + 1 < corners.size(); ++i)
+        twice += TwiceAreaOf(corners[0], corners[i], corners[i + 1]);
     return twice;
 }
 
