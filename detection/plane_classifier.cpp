@@ -96,6 +96,7 @@ PlaneKind PlaneClassifier::KindOfLevel(std::span<const CellPlace> cells, bool se
     if (!HasMoreBelow(cells)) return PlaneKind::Floor;
     const bool open = ShareInSight(cells, 1, reach_) <= kMaxCoveredShare;
     if (!stations_.empty()) return open ? PlaneKind::Roof : PlaneKind::Floor;
+    // BEHAVIOUR A4
     if (fromAir_ || ShareInSight(cells, -1, reach_) <= kCovering) return PlaneKind::Roof;
     return ShareInSight(cells, -1, kFurniture) > kCovering ? PlaneKind::Other : PlaneKind::Ceiling;
 }

@@ -36,7 +36,7 @@ PlaneRaster RasterOf(RegionExtent& extent, double cellSize) {
 
 // The plane through a region's points, and their outline.
 void FitPlane(RegionPoints& points, double minArea, FoundPlane& plane) {
-    plane.normal = UnitNormalOf(points.sum);
+    plane.normal = UnitNormalOf(points.sum);  // BEHAVIOUR A6
     plane.centre = points.centre + points.sum.Mean();
     plane.offset = -Dot(plane.normal, plane.centre);
     plane.rms = std::sqrt(std::max(QuadraticForm(points.sum.Covariance(), plane.normal), 0.0));
@@ -62,7 +62,7 @@ Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& r
     for (const Region& region : regions.grown.regions) {
         const Vector& n = region.plane.normal;
         const double height = Dot(n, region.plane.centre);
-        const double reach = std::max(settings.distance, kReach * region.rms);
+        const double reach = std::max(settings.distance, kReach * region.rms);  // BEHAVIOUR A2
         fitted.heights.push_back({n, height, reach});
         frames.emplace_back(n.x, n.y, n.z, -height);
     }

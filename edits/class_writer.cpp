@@ -93,6 +93,7 @@ private:
             std::uint8_t* const record = view + reader_->CurrentPointPositionAlive();
             float z = 0;
             std::memcpy(&z, record + offsetof(CCloudPoint<float>, z), sizeof z);
+            // BEHAVIOUR A11
             SetByte(record + offsetof(CCloudPoint<float>, dclcSecond),
                     table_.Of(z, record + offsetof(CCloudPoint<float>, attributes)));
         }

@@ -127,7 +127,7 @@ Expected<void> ImportRun::Sort() {
 
 Expected<void> ImportRun::WriteGrid() {
     meter_.Begin(ImportPhase::Write, cloud_.points * kAlivePointBytes);
-    const bool fine = options_.skeleton != SkeletonSize::OneMetre;
+    const bool fine = options_.skeleton != SkeletonSize::OneMetre;  // BEHAVIOUR I11
     grid_.emplace(survey_.frame,
                   fine ? IndexWriter::FineLevel::Write : IndexWriter::FineLevel::Omit);
     const std::uint64_t block = cloud_.onDisk ? plan_.fileBlockPoints : plan_.memoryBlockPoints;
@@ -174,6 +174,7 @@ ProjectFacts ImportRun::Facts() const {
 }
 
 // Once the project has appeared, a wish to cancel comes too late.
+// BEHAVIOUR I18
 Expected<void> ImportRun::Publish() {
     bool published = false;
     auto done = pool_.RunOne([&]() -> Expected<void> {

@@ -87,7 +87,7 @@ static_assert(std::ranges::adjacent_find(kRows, std::ranges::greater_equal(), &R
 }  // namespace
 
 Language LanguageOf(int identifier) {
-    constexpr unsigned int kPrimaryLanguage = 0x3FF;
+    constexpr unsigned int kPrimaryLanguage = 0x3FF;  // BEHAVIOUR O6
     switch (static_cast<unsigned int>(identifier) & kPrimaryLanguage) {
         case 0x07:
             return Language::German;

@@ -38,7 +38,7 @@ WorldPlane::Ring RingInWorld(const FoundPlane& plane, const detail::LocalToWorld
                              const PlaneRing& ring) {
     WorldPlane::Ring out;
     for (const auto& corner : ring.points) out.push_back(frame.ToWorld(CornerOf(plane, corner)));
-    if (IsTurned(plane)) std::reverse(out.begin() + 1, out.end());
+    if (IsTurned(plane)) std::reverse(out.begin() + 1, out.end());  // BEHAVIOUR A10
     return out;
 }
 
@@ -82,6 +82,7 @@ std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
             for (const PlaneRing& hole : region.holes)
                 out.regions.back().holes.push_back(RingInWorld(plane, frame, hole));
             // Corners were brought onto the plane, and took the area along.
+            // BEHAVIOUR A9
             out.area += TwiceAreaOf(out.regions.back().outer, n, c) / 2;
             for (const WorldPlane::Ring& hole : out.regions.back().holes)
                 out.area += TwiceAreaOf(hole, n, c) / 2;

@@ -29,6 +29,7 @@ public:
 
     // False for a run that is empty, out of the file, or not the one after the run before.
     bool Add(std::uint64_t offset, std::uint32_t count) {
+        // BEHAVIOUR C4
         if (count == 0 || offset != level_.points || count > pointCount_ - offset) return false;
         level_.points += count;
         for (std::uint64_t done = 0; done < count;) {

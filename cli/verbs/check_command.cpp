@@ -52,7 +52,7 @@ Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) 
     progress.Finish();
     if (!report) return ErrorOf(report);
     return Outcome{JsonOf(*report), TextOf(*report, project),
-                   report->Ok() ? kExitOk : kExitDamaged};
+                   report->Ok() ? kExitOk : kExitDamaged};  // BEHAVIOUR C6
 }
 
 }  // namespace

@@ -150,7 +150,7 @@ bool NamesProject(const std::string& path) {
 
 // A forgotten project name would make the last scan the file to replace.
 std::string CheckPaths(const std::vector<std::string>& paths) {
-    if (!paths.empty() && NamesProject(paths.back())) return {};
+    if (!paths.empty() && NamesProject(paths.back())) return {};  // BEHAVIOUR C5
     return "the last path names the project to make and must end in .prj" +
            (paths.empty() ? std::string() : ", but it is " + paths.back());
 }

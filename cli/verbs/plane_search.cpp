@@ -110,6 +110,7 @@ std::size_t HolesOf(const PlaneOutline& outline) {
 Expected<detail::TriangleMesh> MeshOf(const PlaneFinding& finding,
                                       const detail::LocalToWorld& frame) {
     const detail::SeedPlane& grown = finding.grown;
+    // BEHAVIOUR C7
     detail::TriangleMesh mesh = detail::MeshOfPlane(
         grown.plane, detail::Thinned(grown.plane.data(), detail::SeedPlaneOptions{}.outlinePoints),
         frame, finding.equation);

@@ -21,6 +21,7 @@ constexpr std::uint32_t kMinTypicalCount = 2;
 
 constexpr double kWorthwhile =
     1.15;  // times the flat points of a size: what a larger one must find
+// BEHAVIOUR A3
 constexpr double kPlainShare = 0.45;  // of the flat cells: those that hold noise and nothing else
 
 template <class T>

@@ -44,7 +44,7 @@ std::vector<Rim> RimsToKeep(const PlaneRaster& raster, const OutlineLimits& limi
     for (std::size_t i = 0; i < rims.size(); ++i) {
         bool dropped = false;
         for (std::size_t rim = i; rim != kNoRim && !dropped; rim = rims[rim].parent)
-            dropped = small[rim];
+            dropped = small[rim];  // BEHAVIOUR A8
         if (dropped) continue;
         place[i] = kept.size();
         kept.push_back(std::move(rims[i]));

@@ -144,7 +144,7 @@ void RimTracer::Walk(const RimCorner& start, int startHeading) {
 }
 
 void RimTracer::Visit(const RimCorner& at, bool touching) {
-    if (touching) {
+    if (touching) {  // BEHAVIOUR A7
         const auto key = static_cast<std::uint64_t>(at.y * (raster_.Width() + 1) + at.x);
         const auto [known, fresh] = touches_.try_emplace(key, walk_.size());
         if (!fresh && known->second < walk_.size() && walk_[known->second] == at) {

@@ -67,6 +67,7 @@ public:
                                        });
     }
     /// The plane of a point among those it may belong to. `within` false: however far.
+    // BEHAVIOUR A1
     [[nodiscard]] std::int32_t Nearest(const Vector& p, std::span<const std::int32_t> choice,
                                        bool within = true) const {
         std::int32_t best = kNoRegion;

@@ -138,7 +138,7 @@ Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const par
                             CellMap& map, std::vector<Region>& regions) {
     const double size = map.Frame().Size();
     Merger merger(growth, regions);
-    const double cells = std::min(bridge / size, kMaxReach) + 1 + 1e-9;
+    const double cells = std::min(bridge / size, kMaxReach) + 1 + 1e-9;  // BEHAVIOUR A5
     const auto reach = std::max(1, static_cast<std::int32_t>(cells));
     auto found = NearPairsOf(map, reach, merger, pool);
     if (!found) return ErrorOf(found);

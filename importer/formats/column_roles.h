@@ -83,6 +83,7 @@ inline void StoreValue(Role role, double value, double colourScale, ScanPoint& p
         case Role::Blue:
             point.blue = colour();
             break;
+        // BEHAVIOUR X8
         case Role::Class:
             point.classification =
                 value >= 0 && value < 256 ? static_cast<std::uint8_t>(value) : std::uint8_t{0};

@@ -35,7 +35,7 @@ Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t maxLines) {
     piece.records = 0;
     const std::uint64_t left = file_->BytesFrom(offset_);
     if (left == 0) return false;
-    const auto bytes = static_cast<std::size_t>(std::min(left, kPieceBytes));
+    const auto bytes = static_cast<std::size_t>(std::min(left, kPieceBytes));  // BEHAVIOUR X14
     if (auto read = file_->ReadBlock(offset_, bytes, piece.bytes); !read) {
         return ErrorOf(read);
     }

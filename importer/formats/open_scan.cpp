@@ -37,7 +37,7 @@ Expected<std::unique_ptr<ScanReader>> OpenScan(const CString& path) {
     if (magic.starts_with("ply\n") || magic.starts_with("ply\r") || magic.starts_with("ply ")) {
         return OpenPly(std::move(*file));
     }
-    if (const auto reason = WhyNotRead(start)) return file->Bad(*reason);
+    if (const auto reason = WhyNotRead(start)) return file->Bad(*reason);  // BEHAVIOUR X1
     if (LooksLikePcd(magic)) return OpenPcd(std::move(*file));
     if (LooksLikePtx(magic)) return OpenPtx(std::move(*file));
     return OpenText(std::move(*file));

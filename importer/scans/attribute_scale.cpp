@@ -35,7 +35,7 @@ AttributeScale::AttributeScale(const ScanInfo& info, const AttributeRange& range
     if (range.intensities == 0) return;
     const bool notNegative = range.minIntensity >= 0;
     if (range.wholeIntensities && notNegative && range.maxIntensity <= kMaxIntensity) return;
-    if (notNegative && range.maxIntensity <= 1.0f) {
+    if (notNegative && range.maxIntensity <= 1.0f) {  // BEHAVIOUR I8
         factor_ = kMaxIntensity;
     } else if (range.minIntensity >= -kPtsOffset && range.minIntensity <= -1.0f &&
                range.maxIntensity <= kMaxIntensity - kPtsOffset) {

@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kOriginStep = 100.0;
 
+// BEHAVIOUR I1
 double WeightedMedian(std::vector<std::pair<double, std::uint64_t>> values) {
     std::sort(values.begin(), values.end());
     std::uint64_t total = 0;
@@ -38,7 +39,7 @@ InputAxes::InputAxes(LengthUnit unit, UpAxis up) : yUp_(up == UpAxis::Y) {
         case LengthUnit::Metre:
             break;
         case LengthUnit::Millimetre:
-            divisor_ = 1000;
+            divisor_ = 1000;  // BEHAVIOUR I3
             break;
         case LengthUnit::Centimetre:
             divisor_ = 100;
@@ -55,6 +56,7 @@ InputAxes::InputAxes(LengthUnit unit, UpAxis up) : yUp_(up == UpAxis::Y) {
 
 ScanPose InputAxes::ToWorld(const ScanPose& pose) const {
     // A third of a turn about (1, 1, 1) takes x to y, y to z and z to x.
+    // BEHAVIOUR I4
     constexpr Quaternion kYUp{0.5, 0.5, 0.5, 0.5};
     const SimplePointT<double>& p = pose.position;
     return {ToWorld(p.x, p.y, p.z), yUp_ ? kYUp * pose.rotation : pose.rotation};
@@ -66,6 +68,7 @@ SimplePointT<double> ChooseOrigin(const std::vector<WeightedPosition>& medians) 
             OriginAlong(medians, &SimplePointT<double>::z)};
 }
 
+// BEHAVIOUR C10
 SimplePointT<double> KeepOrigin(const SimplePointT<double>& chosen,
                                 const std::array<double, 3>& stored) {
     constexpr double kNear = 1e5;

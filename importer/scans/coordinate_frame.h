@@ -13,7 +13,7 @@ namespace orvix::importer {
 
 /// Local coordinates of this magnitude or more are out of range: a float there is coarser than
 /// half a metre.
-inline constexpr double kMaxLocal = 1e7;
+inline constexpr double kMaxLocal = 1e7;  // BEHAVIOUR I2
 /// World coordinates beyond this magnitude (metres) are no position on any map; the origin does not
 /// depend on them.
 inline constexpr double kMaxWorld = 1e12;
@@ -50,7 +50,7 @@ struct PointPlacement {
     InputAxes axes;
 
     [[nodiscard]] SimplePointT<double> ToWorld(double x, double y, double z) const {
-        if (!map) return axes.ToWorld(x, y, z);
+        if (!map) return axes.ToWorld(x, y, z);  // BEHAVIOUR I6
         const SimplePointT<double> p = map->Apply(x, y, z);
         return axes.ToWorld(p.x, p.y, p.z);
     }

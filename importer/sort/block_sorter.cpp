@@ -62,6 +62,7 @@ void BlockSorter::MakeEntries(const GridFrame& frame, std::span<const AlivePoint
 void BlockSorter::SortByKey(std::uint64_t maxKey) {
     const auto byKey = [](const Entry& a, const Entry& b) { return a.key < b.key; };
     if (entries_.Size() < kSmallBlock) {
+        // BEHAVIOUR I9
         std::stable_sort(entries_.Data(), entries_.Data() + entries_.Size(), byKey);
         return;
     }

@@ -25,6 +25,7 @@ std::uint64_t Mix(std::uint64_t value) {
 
 std::uint64_t HashPosition(const AlivePoint& point) {
     // Adding zero makes both zeros one.
+    // BEHAVIOUR I13
     const auto bits = [](float value) { return std::bit_cast<std::uint32_t>(value + 0.0f); };
     return Mix(Mix(bits(point.x) | std::uint64_t{bits(point.y)} << 32) + bits(point.z));
 }

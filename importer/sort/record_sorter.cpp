@@ -15,6 +15,7 @@
 namespace orvix::importer {
 namespace {
 
+// BEHAVIOUR I20
 tl::unexpected<Error> Changed(const CString& path) {
     return Fail(ErrorCode::BadInput,
                 fmt::format("{} changed while it was being imported; import it again once it is "

@@ -69,6 +69,7 @@ Expected<void> RequireFolder(const CString& folder) {
 
 // Publishing renames: it would put a file and a folder where the links are and leave what they
 // point to behind.
+// BEHAVIOUR I16
 Expected<void> RefuseLinks(const CString& project, const CString& files) {
     for (const CString* path : {&project, &files}) {
         if (!platform::IsLink(*path)) continue;
@@ -103,6 +104,7 @@ Expected<void> RefuseSharedFolder(const CString& project, const CString& files) 
 }
 
 // Whether a folder holds files at any depth; folders alone are what a destroyed project leaves.
+// BEHAVIOUR I17
 bool HoldsFiles(const CString& folder) {
     std::error_code error;
     for (const CString& name : platform::ListFolder(folder, error)) {
@@ -281,6 +283,7 @@ Expected<void> ProjectPublisher::SyncAll() {
 
 // The new folder takes the target's name; an existing one goes to where the new one was, in one
 // step where the system can.
+// BEHAVIOUR I14
 Expected<void> ProjectPublisher::SwapFiles() {
     replaced_ = platform::PathExists(names_.files);
     if (!replaced_) return RenameEntry(names_.workingFiles, names_.files);

@@ -37,10 +37,10 @@ std::vector<StationRecord> StationRecordsOf(const std::vector<ScanInput>& inputs
     std::vector<StationRecord> records;
     for (std::size_t i = 0; i < stations.Count(); ++i) {
         const Station& station = stations[i];
-        if (!station.pose) continue;
+        if (!station.pose) continue;  // BEHAVIOUR I5
         StationRecord& record =
             records.emplace_back(StationRecord{i, station.name, *station.pose, {}});
-        record.pose.position.x -= survey.origin.x;
+        record.pose.position.x -= survey.origin.x;  // BEHAVIOUR I7
         record.pose.position.y -= survey.origin.y;
         record.pose.position.z -= survey.origin.z;
         const ScanInfo& info = inputs[station.input].reader->Info();

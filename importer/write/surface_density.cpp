@@ -34,6 +34,7 @@ double SurfaceDensity::Median() const {
     return 0;
 }
 
+// BEHAVIOUR I12
 double BaseStep(double pointsPerSquareMetre) {
     if (!(pointsPerSquareMetre > 0)) return kDefaultStep;
     const double step = std::sqrt(kPointsPerDisc / (4 * std::numbers::pi * pointsPerSquareMetre));

@@ -55,6 +55,7 @@ void VoxelThinner::Choose(std::span<const AlivePoint> points) {
         const double dy = point.y - voxel.sum.y / count;
         const double dz = point.z - voxel.sum.z / count;
         const double squaredDistance = dx * dx + dy * dy + dz * dz;
+        // BEHAVIOUR I10
         if (voxel.hasChosen && !(squaredDistance < voxel.squaredDistance)) continue;
         voxel.hasChosen = true;
         voxel.squaredDistance = squaredDistance;

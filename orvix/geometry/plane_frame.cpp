@@ -36,7 +36,7 @@ PlaneFrame::PlaneFrame(double a, double b, double c, double d,
                       reference.z + step * normal_.z};
     }
 
-    const bool level = std::abs(a) < kEpsilon && std::abs(b) < kEpsilon;
+    const bool level = std::abs(a) < kEpsilon && std::abs(b) < kEpsilon;  // BEHAVIOUR F1
     u_ = level ? SimplePointT<double>{b, -c, 0} : SimplePointT<double>{b, -a, 0};
     v_ = DividedByLength(detail::Cross(normal_, u_));
     u_ = DividedByLength(u_);

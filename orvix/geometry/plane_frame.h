@@ -33,7 +33,7 @@ public:
     /// projection onto the plane; any other one is kept as given.
     PlaneFrame(double a, double b, double c, double d, const SimplePointT<double>& reference = {});
 
-    SimplePoint2DT<double> To2D(const SimplePointT<double>& p) const {
+    SimplePoint2DT<double> To2D(const SimplePointT<double>& p) const {  // BEHAVIOUR F2
         return {u_.x * p.x + u_.y * p.y + u_.z * p.z, v_.x * p.x + v_.y * p.y + v_.z * p.z};
     }
 

@@ -18,7 +18,7 @@ using Point = detail::Vector;
 using Position = SimplePoint2DT<double>;
 
 // Relative to 1 m or the largest coordinate: a nanometre near the origin, 10 micrometres at 10 km.
-constexpr double kBoundSlack = 1e-9;
+constexpr double kBoundSlack = 1e-9;  // BEHAVIOUR F5
 // The cosine within which a plane counts as level when a contour box is laid out.
 constexpr double kLevelCosine = 0.99;
 
@@ -36,7 +36,7 @@ Point Normalised(const Point& p) {
 void Grow(double coordinate, double& min, double& max) {
     if (min > coordinate) {
         min = coordinate;
-    } else if (coordinate > max) {
+    } else if (coordinate > max) {  // BEHAVIOUR F3
         max = coordinate;
     }
 }
@@ -64,7 +64,7 @@ struct BoxAxes {
 BoxAxes ContourBoxAxes(const Point& normal) {
     const double side = 2 * normal.x + normal.y + 4 * normal.z;
     const Point m = side >= 0 ? normal : Point{-normal.x, -normal.y, -normal.z};
-    const bool level = m.z > kLevelCosine;
+    const bool level = m.z > kLevelCosine;  // BEHAVIOUR F9
     const Point e = level ? Normalised({1 - m.x * m.x, -m.x * m.y, -m.x * m.z})
                           : Normalised(Cross({0, 0, 1}, m));
     return {e, Cross(m, e)};
@@ -148,7 +148,7 @@ bool FittedPlane::getBestFitPlane() {
 void FittedPlane::set(const double& a, const double& b, const double& c, const double& d,
                       const double& x, const double& y, const double& z) {
     fit_ = {a, b, c, d};
-    equation_ = fit_;
+    equation_ = fit_;  // BEHAVIOUR F4
     centroid_ = {x, y, z};
 }
 

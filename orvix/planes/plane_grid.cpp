@@ -25,13 +25,13 @@ PlaneGrid::PlaneGrid(const FittedPlane& plane, const SimplePointT<double>& seed,
     SimplePointT<double> c1, c2, c3, c4;
     plane.GetContourBox(seed, splitSize, c1, c2, c3, c4);
     origin_ = Middle(c1, c2);
-    pitch_ = splitSize * 0.5;
+    pitch_ = splitSize * 0.5;  // BEHAVIOUR W5
     x_ = Unit(Middle(c4, c2) - origin_);
     y_ = Unit(Middle(c3, c2) - origin_);
 }
 
 SimplePointT<double> PlaneGrid::Centre(const PlaneCell& key) const {
-    return origin_ + x_ * (key.x * pitch_) + y_ * (key.y * pitch_);
+    return origin_ + x_ * (key.x * pitch_) + y_ * (key.y * pitch_);  // BEHAVIOUR W6
 }
 
 PlaneCell PlaneGrid::KeyOf(const SimplePointT<double>& p) const {

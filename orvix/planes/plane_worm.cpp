@@ -132,8 +132,8 @@ void PlaneWorm::Launch(RelationToBase relation) {
     if (!LayGrid(relation)) return;
     CellSniff seed;
     const bool chosen = seedDirection_ >= 0 && seedDirection_ <= kAlongY;
-    seed.direction = chosen ? seedDirection_ : static_cast<std::int32_t>(relation);
-    GrowInWaves(RecursiveNeighbourPlaneSearch(seed));
+    seed.direction = chosen ? seedDirection_ : static_cast<std::int32_t>(relation);  // BEHAVIOUR W9
+    GrowInWaves(RecursiveNeighbourPlaneSearch(seed));  // BEHAVIOUR W11
     if (relation == RelationToBase::Free && base_.data().size() > fittedPoints_) FitBase();
 }
 
@@ -196,9 +196,9 @@ std::vector<PlaneWorm::CellSniff> PlaneWorm::RecursiveNeighbourPlaneSearch(CellS
     Cell found = Fit(cell, centre, indices, count);
     cell.normal = found.normal;
     const int cap = settings_->minPlane;
-    if (cap > 2 && cap < count) count = cap;
+    if (cap > 2 && cap < count) count = cap;  // BEHAVIOUR W14
     found.indices.assign(indices, indices + count);
-    if (collect_ != nullptr) collect_(indices, count);
+    if (collect_ != nullptr) collect_(indices, count);  // BEHAVIOUR W7
 
     const bool tested = !IsSeed(cell) && relation_ != RelationToBase::Free;
     if (tested && !NormalFits(cell.normal)) {
@@ -213,7 +213,7 @@ std::vector<PlaneWorm::CellSniff> PlaneWorm::RecursiveNeighbourPlaneSearch(CellS
     }
     cells_.push_back(std::move(found));
     if (relation_ == RelationToBase::Free) TakeUp(fit_.data());
-    if (IsSeed(cell)) seed_ = {base_.x(), base_.y(), base_.z()};
+    if (IsSeed(cell)) seed_ = {base_.x(), base_.y(), base_.z()};  // BEHAVIOUR W10
     return Children(cell);
 }
 
@@ -227,7 +227,7 @@ bool PlaneWorm::Enter(const CellSniff& cell, const SimplePointT<double>& centre)
         return false;
     }
     const auto listed = static_cast<std::int64_t>(basePoints_.size());
-    if (listed > 0 && (cell.index < 0 || cell.index >= listed)) {
+    if (listed > 0 && (cell.index < 0 || cell.index >= listed)) {  // BEHAVIOUR W12
         beyondOutline_ = true;
         return false;
     }
@@ -255,7 +255,7 @@ PlaneWorm::Cell PlaneWorm::Fit(const CellSniff& cell, const SimplePointT<double>
 
 bool PlaneWorm::NormalFits(const SimplePointT<double>& normal) {
     const auto difference = [](double ours, double base) {
-        return std::abs(std::abs(ours) - std::abs(base));
+        return std::abs(std::abs(ours) - std::abs(base));  // BEHAVIOUR W8
     };
     differences_ = {difference(normal.x, base_.a()), difference(normal.y, base_.b()),
                     difference(normal.z, base_.c())};
@@ -303,7 +303,7 @@ void PlaneWorm::FitBase() {
 
 std::vector<PlaneWorm::CellSniff> PlaneWorm::Children(const CellSniff& cell) {
     std::vector<CellSniff> children;
-    if (!(grid_.Pitch() > 0)) return children;
+    if (!(grid_.Pitch() > 0)) return children;  // BEHAVIOUR W13
     const std::int32_t from = cell.direction;
     if (IsSeed(cell)) {
         if (from != kAlongX) {

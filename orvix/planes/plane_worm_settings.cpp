@@ -49,7 +49,7 @@ void WriteNumber(const CString& name, double value) {
 /// Stores four base steps where a split size is negative.
 void RepairSplitSize(double PROJECT_SETTINGS::*splitSize, ProjectManager& project) {
     PROJECT_SETTINGS repaired = project.projectSettings;
-    if (!(repaired.*splitSize < 0.0)) return;
+    if (!(repaired.*splitSize < 0.0)) return;  // BEHAVIOUR W4
     repaired.*splitSize = kSplitSizeInBaseSteps * repaired.baseStep;
     project.SetProjectSettings(repaired);
 }
@@ -119,6 +119,7 @@ void PlaneWormSettings::ScaleSets() {
 void PlaneWormSettings::CalculateDefaultSteps(ProjectManager source) {
     const double scaled = source.cloudHeader.scale * 100.0;
     // Truncated, not rounded: a grid of 0.0199 m counts as 1 cm, one of 0.0999 m as 9 cm.
+    // BEHAVIOUR W1
     switch (Truncated(scaled)) {
         case 1:
             stepClass = 0, defaultStepA = 0.14, defaultStepB = 0.14;
@@ -155,7 +156,7 @@ void PlaneWormSettings::Save() {
 void PlaneWormSettings::Save(const double& size, const double& diff, const int& verticalSwitch,
                              const int& autoDetectSwitch) {
     WriteNumber(FamilyName(L"SplitSize", alive), size);
-    for (const wchar_t* name : {L"DiffA", L"DiffB", L"DiffC"}) {
+    for (const wchar_t* name : {L"DiffA", L"DiffB", L"DiffC"}) {  // BEHAVIOUR W3
         WriteNumber(FamilyName(name, alive), diff);
     }
     Cache::WriteRegistry(kCurrentUser, CString(kWormKey), CString(L"Vertical"), verticalSwitch);
@@ -210,6 +211,7 @@ void PlaneWormSettings::SetUsage() {
     minPlane = aliveSet ? aliveMinPlane : skeletMinPlane;
 }
 
+// BEHAVIOUR W2
 void PlaneWormSettings::SetDiff(const double&) {
     aliveDiffA = skeletDiffA = aliveDiffB = skeletDiffB = aliveDiffC = skeletDiffC = kOpenDiff;
     SetUsage();

@@ -35,6 +35,7 @@ std::optional<CString> AcceptedText(const platform::StoredSetting& stored) {
     const std::vector<std::byte>& bytes = stored.bytes;
     const bool isText =
         stored.type == platform::kSettingText || stored.type == platform::kSettingExpandableText;
+    // BEHAVIOUR U3
     if (!isText || bytes.size() > kLongestValueBytes || bytes.size() % 2 != 0) return {};
     if (bytes.empty()) return CString();
     if (UnitAt(bytes, bytes.size() - 2) != 0) return {};
@@ -50,7 +51,7 @@ struct ReadText {
         platform::StoredSetting stored;
         const platform::Lookup lookup = platform::LookUpSetting(root, key, name, stored);
         if (lookup == platform::Lookup::Found) text = AcceptedText(stored);
-        writeBack = !text && lookup != platform::Lookup::Unreadable;
+        writeBack = !text && lookup != platform::Lookup::Unreadable;  // BEHAVIOUR U5
     }
     std::optional<CString> text;
     bool writeBack = false;
@@ -65,7 +66,7 @@ CString OrEmpty(const wchar_t* text) {
 CString Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
                             const CString& defaultValue) {
     const ReadText read(root, key, name);
-    if (read.writeBack) WriteRegistry(root, key, name, defaultValue);
+    if (read.writeBack) WriteRegistry(root, key, name, defaultValue);  // BEHAVIOUR U1
     return read.text.value_or(defaultValue);
 }
 
@@ -110,7 +111,7 @@ namespace detail {
 namespace {
 
 std::int32_t ReadDebugFlag() {
-    const platform::QuietSettings quiet;
+    const platform::QuietSettings quiet;  // BEHAVIOUR U6
     return Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\Orvix\\Shared\\Cache", L"Debug", 0);
 }
 

@@ -16,6 +16,7 @@ int IOUtility::GetFileSizeQW(void* file, std::uint64_t* size) {
     return platform::SizeOf(file, *size) ? 1 : 0;
 }
 
+// BEHAVIOUR O4
 bool IOUtility::FileIsWritable(const CString& path) {
     const platform::Handle file = platform::OpenExisting(path, platform::FileAccess::ReadWrite);
     platform::CloseHandleOf(file);
@@ -24,7 +25,7 @@ bool IOUtility::FileIsWritable(const CString& path) {
 
 void IOUtility::GetUniqueFilename(CString& path) {
     const CString base = path;
-    for (int number = 1; platform::PathExists(path); ++number) {
+    for (int number = 1; platform::PathExists(path); ++number) {  // BEHAVIOUR O1
         path = base + std::to_wstring(number);
     }
 }
@@ -35,6 +36,7 @@ void IOUtility::LastErr() {
     CString text =
         L"failed with error " + std::to_wstring(static_cast<std::int32_t>(code)) + L": " + message;
     // The display buffer has the message's own length, its terminating zero included.
+    // BEHAVIOUR O2
     text.resize(message.empty() ? 0 : message.size() - 1);
     platform::ReportError(text.c_str());
 }

@@ -62,6 +62,7 @@ bool IsHuge(std::string_view number) {
 
 }  // namespace
 
+// BEHAVIOUR U4
 std::int32_t LeadingInteger(std::wstring_view text) {
     const std::string number = NumberStart(text);
     std::int32_t value = 0;
@@ -80,6 +81,7 @@ double LeadingDouble(std::wstring_view text) {
     return number.starts_with('-') ? -magnitude : magnitude;
 }
 
+// BEHAVIOUR U2
 CString SixDigits(double value) {
     constexpr std::size_t kLongest = 320;  // 309 digits of the largest double, sign, point, six
     char digits[kLongest];

@@ -26,7 +26,7 @@ wchar_t* NumberAsText(unsigned int id, int) {
 GetString LoadGetString() {
     void* const library = platform::LoadSharedLibrary(L"Orvix.Localization");
     void* const symbol = platform::FindSymbol(library, "GetString");
-    return symbol != nullptr ? reinterpret_cast<GetString>(symbol) : &NumberAsText;
+    return symbol != nullptr ? reinterpret_cast<GetString>(symbol) : &NumberAsText;  // BEHAVIOUR O5
 }
 
 int ReadLocale() {
@@ -40,6 +40,7 @@ int ReadLocale() {
 int UtilityLib::_locale = ReadLocale();
 wchar_t* (*UtilityLib::getString)(unsigned int, int) = nullptr;
 
+// BEHAVIOUR O3
 bool UtilityLib::IsProcessRunning(const wchar_t* name) {
     if (name == nullptr) return false;
     const std::vector<CString> names = platform::ProcessNames();

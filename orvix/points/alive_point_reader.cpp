@@ -70,7 +70,7 @@ void CAlivePointReader::Reset() {
     firstPending_ = {};
     nextRun_ = {};
     batchInProgress_ = false;
-    for (reader_vars* rv : {&skeletData_, &skeletCoord_, &alive_}) InitRv(*rv);
+    for (reader_vars* rv : {&skeletData_, &skeletCoord_, &alive_}) InitRv(*rv);  // BEHAVIOUR R8
     ReleaseRunView();
 }
 
@@ -105,6 +105,7 @@ bool CAlivePointReader::NextChunk(reader_vars& rv, const point_file& file,
 
     // Counted in whole windows although views advance by less: the last view begins early and
     // grows by up to a granule per view before it.
+    // BEHAVIOUR R2
     const bool whole = file.size >= kViewBytes && file.size - kViewBytes >= rv.mappedBytes;
     const std::uint64_t left = file.size - std::min(file.size, rv.viewOffset);
     const std::uint64_t length = whole ? kViewBytes : left;
@@ -128,7 +129,7 @@ bool CAlivePointReader::NextRunChunk(const CIndexerSmall& run) noexcept {
         rv.runRemaining = kNoRun;
         return false;
     }
-    rv.chunkPoints = std::min(rv.runRemaining, kRunChunkPoints);
+    rv.chunkPoints = std::min(rv.runRemaining, kRunChunkPoints);  // BEHAVIOUR R5
     if (rv.runRemaining > kRunChunkPoints) rv.runRemaining -= kRunChunkPoints;
     rv.chunkBytes = rv.chunkPoints * kAlivePointBytes;
     rv.chunkPosition = (rv.runDone + run.offset) * kAlivePointBytes;
@@ -208,9 +209,10 @@ bool CAlivePointReader::ContinueBatch(std::vector<CIndexerSmall>& runs,
         return run.offset + run.count - firstPending_->offset;
     };
     for (; nextRun_ != runs.end(); ++nextRun_) {
-        if ((pendingPoints_ + nextRun_->count) * kAlivePointBytes > batchBudget_) {
+        if ((pendingPoints_ + nextRun_->count) * kAlivePointBytes > batchBudget_) {  // BEHAVIOUR R6
             // The view reaches over the run that did not fit, although only those before it are
             // copied.
+            // BEHAVIOUR R7
             ReadIndexesPts(out, firstPending_, nextRun_, spanTo(*nextRun_), pendingPoints_);
             firstPending_ = nextRun_;
             pendingPoints_ = 0;

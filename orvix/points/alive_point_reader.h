@@ -125,6 +125,7 @@ public:
     /// `ReadSkeletPointData` of the same position. The view follows the data record's granule and
     /// the argument gives the place within it, so a position in another granule reads other bytes.
     void ReadSkeletPoint(const std::int64_t& position, SimplePointT<float>& point) {
+        // BEHAVIOUR R3
         ReadAt(skeletCoord_, skeletCoordFile_, skeletData_.granule, position, point);
         skeletCoord_.granule = GranuleOf(position);
     }
@@ -216,6 +217,7 @@ private:
     template <std::uint64_t RecordBytes>
     static bool Advance(reader_vars& rv, const point_file& file) {
         // Equality decides and nothing else: a chunk without a whole record hands one out.
+        // BEHAVIOUR R1
         if (rv.indexInChunk == rv.chunkCount) [[unlikely]] {
             if (!NextChunk(rv, file, RecordBytes)) return false;
         }
@@ -238,6 +240,7 @@ private:
         const std::uint64_t start = granule * kGranuleBytes;
         const std::uint64_t place = static_cast<std::uint64_t>(position) % kGranuleBytes;
         if (start != rv.viewOffset || rv.view == nullptr) MoveView(rv, file, start);
+        // BEHAVIOUR R4
         if (rv.view == nullptr || file.size - start < place + sizeof record) return;
         std::memcpy(&record, rv.view + place, sizeof record);
     }

@@ -79,6 +79,7 @@ void GenericReader::ReadPoint(const std::uint64_t& index, std::uint64_t& bufferO
     bufferOffset = position % kGranuleBytes;
     const std::uint64_t start = position - bufferOffset;
     const std::uint64_t left = fileSize - std::min(fileSize, start);
+    // BEHAVIOUR R14
     const std::uint64_t length = std::min(left, std::max(kGranuleBytes, bufferOffset + recordSize));
     if (length > 0) pointView = Map(start, length);
 }
@@ -88,11 +89,11 @@ void GenericReader::FreePoint() {
 }
 
 int GenericReader::Progress() const {
-    return static_cast<int>(chunksDone * 100 / chunkTotal);
+    return static_cast<int>(chunksDone * 100 / chunkTotal);  // BEHAVIOUR R13
 }
 
 void GenericReader::Reset() {
-    chunkTotal = fileSize / kChunkBytes + 1;
+    chunkTotal = fileSize / kChunkBytes + 1;  // BEHAVIOUR R12
     chunksDone = 0;
     chunkTenth = chunkTotal / 10;
     recordsInView = 0;

@@ -37,6 +37,7 @@ bool CIndexHashReader::Find(const SimplePointT<int>& cell, int& index) const {
     const auto bits = [](std::int32_t value) { return static_cast<std::uint32_t>(value); };
     const std::uint32_t row =
         (bits(cell.z) - bits(originZ_)) * bits(sizeY_) - bits(originY_) + bits(cell.y);
+    // BEHAVIOUR R11
     const std::uint32_t wrapped = row * bits(sizeX_) - bits(originX_) + bits(cell.x);
     const auto key = static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(wrapped)});
     const auto found = std::find(keys_.begin(), keys_.end(), key);

@@ -50,7 +50,7 @@ bool CIndexReader::ReadIndex(reader* level, const unsigned int& n) {
     }
     level->entryOffset = level->bufferOffset + level->handedOut * level->recordBytes;
     ++level->handedOut;
-    return !(level->lastView && level->handedOut == level->entriesInView);
+    return !(level->lastView && level->handedOut == level->entriesInView);  // BEHAVIOUR R9
 }
 
 void CIndexReader::NextView(reader& level, std::uint32_t n) {
@@ -102,6 +102,7 @@ template <class Record>
 Record CIndexReader::Current(const reader* level) {
     Record record;
     // An entry beyond those in the view does not exist and reads as zeros.
+    // BEHAVIOUR R10
     if (level == nullptr || level->view == nullptr || level->handedOut > level->entriesInView) {
         return record;
     }

@@ -18,7 +18,7 @@ struct Neighbour {
     double squaredDistance;
     int index;
 
-    bool operator<(const Neighbour& other) const {
+    bool operator<(const Neighbour& other) const {  // BEHAVIOUR N2
         if (squaredDistance != other.squaredDistance) {
             return squaredDistance < other.squaredDistance;
         }
@@ -97,7 +97,7 @@ struct CNearestNeighbour::TreeOf final : Tree {
         int source = 0;
         for (const auto& point : points) {
             const Position position = positionOf(point);
-            if (IsFinite(position)) entries.push_back({position, source});
+            if (IsFinite(position)) entries.push_back({position, source});  // BEHAVIOUR N4
             ++source;
         }
         index = std::make_unique<Index>(Dimension, *this, kLeafPoints);
@@ -192,14 +192,14 @@ CNearestNeighbour::CNearestNeighbour(const std::vector<SimplePointT<float>>* poi
 CNearestNeighbour::~CNearestNeighbour() = default;
 
 int* CNearestNeighbour::Find(const SimplePointT<double>* query, double radius, int& count) {
-    if (radius < 0.0) {
+    if (radius < 0.0) {  // BEHAVIOUR N1
         found_.assign(1, 0);
         if (!tree_->Nearest(*query, found_.front())) found_.clear();
     } else {
         tree_->Within(*query, radius, found_);
     }
     count = static_cast<int>(found_.size());
-    if (count != 0) {
+    if (count != 0) {  // BEHAVIOUR N3
         result_ = std::make_unique_for_overwrite<int[]>(found_.size());
         std::copy(found_.begin(), found_.end(), result_.get());
     }

@@ -22,7 +22,7 @@ std::int64_t HeightBin(float z) {
     const auto truncated = static_cast<std::int64_t>(centimetres);
     const std::int64_t bin =
         truncated - static_cast<std::int64_t>(centimetres < static_cast<double>(truncated));
-    if (bin >= -kFineBins && bin < kFineBins) return bin;
+    if (bin >= -kFineBins && bin < kFineBins) return bin;  // BEHAVIOUR I19
     const std::int64_t tens = FloorDivide(bin, kFarCentimetres);
     return tens < 0 ? tens - kFarOffset : tens + kFarOffset;
 }

@@ -103,6 +103,7 @@ void ProjectManager::ReadHistogram4Jenks(const CString& path, std::vector<double
         detail::ForEachRecord(file, [&](const detail::Record& record) {
             total += record.count;
             // A bin without points has the running total of the one before it and takes its place.
+            // BEHAVIOUR H3
             table.insert_or_assign(table.end(), total, record.value + shift);
         });
     }

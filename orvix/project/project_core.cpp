@@ -35,7 +35,7 @@ void CProjectCore::Open(const CString& skeletCoordPath, const CString& skeletDat
     skeletDataPath_ = skeletDataPath;
     alivePath_ = alivePath;
     lasScale_ = lasScale;
-    index1000Path_ = index1000Path;
+    index1000Path_ = index1000Path;  // BEHAVIOUR P14
     index10Path_ = index10Path;
     runs10Path_ = runs10Path;
     index100Path_ = index100Path;
@@ -62,6 +62,7 @@ void CProjectCore::MapFiles(FileAccess access) {
 bool CProjectCore::OpenCores() {
     OpenFiles(FileAccess::Read);
     // The coordinate file is not tested: a project without its skeleton can still be walked.
+    // BEHAVIOUR P13
     if (!platform::IsValid(skeletDataFile_) || !platform::IsValid(aliveFile_)) return false;
     MapFiles(FileAccess::Read);
     return true;
@@ -120,7 +121,7 @@ std::shared_ptr<CIndexReader> CProjectCore::CreateIndexReader() const {
 }
 
 ProjectType CProjectCore::ProjectTypeFromSkeletScale(const double& scale) {
-    const double centimetres = std::trunc(scale * 100.0);
+    const double centimetres = std::trunc(scale * 100.0);  // BEHAVIOUR P15
     if (centimetres == 1.0) return ProjectType::OneCentimetre;
     if (centimetres == 10.0) return ProjectType::TenCentimetres;
     return centimetres == 100.0 ? ProjectType::OneMetre : ProjectType::Other;

@@ -14,6 +14,7 @@ namespace {
 
 using detail::SettingsRecord;
 
+// BEHAVIOUR C1
 Expected<void> RequireFile(const CString& path) {
     if (path.empty()) return Fail(ErrorCode::BadInput, "the project's name is empty");
     if (!platform::PathExists(path))
@@ -32,6 +33,7 @@ Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecor
     ProjectManager paths;
     detail::BuildPaths(paths, path);
     const bool hasFolder = platform::IsFolder(paths.projectFilesFolder);
+    // BEHAVIOUR C2
     if (record == SettingsRecord::Foreign || (record == SettingsRecord::Cut && !hasFolder))
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} is not a project: it holds no settings record of version 1 to "
@@ -42,7 +44,7 @@ Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecor
                     fmt::format("{} has lost its project-files folder {}; put the folder back "
                                 "beside it, or import the scans again",
                                 Shown(path), Shown(paths.projectFilesFolder)));
-    if (record == SettingsRecord::Whole || cut == CutRecord::Taken) return {};
+    if (record == SettingsRecord::Whole || cut == CutRecord::Taken) return {};  // BEHAVIOUR C3
     return Fail(ErrorCode::Damaged,
                 fmt::format("{} is cut short: its settings record is not whole; 'orvix check' "
                             "lists every fault, and importing the scans again mends them",

@@ -56,6 +56,7 @@ bool RemoveFile(const CString& path) {
 
 // Index comes before the station folder, which lies in it unless the grid files are redirected.
 // The note is written while the station folder of a new project does not exist yet.
+// BEHAVIOUR P1
 void MakeFolders(const ProjectManager& paths) {
     MakeFolder(paths.projectFilesFolder);
     WriteFile(platform::JoinPath(paths.scanposFolder, L"rtfm.txt"), kStationNote.data(),
@@ -127,14 +128,14 @@ bool ProjectManager::Set(const CString& path, bool create) {
         return true;
     }
     detail::BuildPaths(*this, path);
-    MakeFolders(*this);
+    MakeFolders(*this);  // BEHAVIOUR P3
     if (create && !platform::PathExists(projectFile)) WriteFile(projectFile, nullptr, 0);
     GetProjectSettings(&projectSettings);
     GetCloudHeader(&cloudHeader);
     if (create) return true;
     const unsigned fault = FaultOf(*this);
     if (fault == 0) return true;
-    errorText = UtilityLib::LocaleString(fault);
+    errorText = UtilityLib::LocaleString(fault);  // BEHAVIOUR P4
     Close();
     return false;
 }
@@ -149,6 +150,7 @@ bool ProjectManager::Open(const CString& path) {
     const platform::Handle file = platform::OpenExisting(gridPts, platform::FileAccess::Read);
     if (!platform::IsValid(file)) return false;
     platform::SizeOf(file, pointFileSize);
+    // BEHAVIOUR P9
     const platform::Handle mapping = platform::CreateMapping(file, platform::FileAccess::Read);
     openPointFile_ = std::shared_ptr<OpenPointFile>(new OpenPointFile{file, mapping});
     pointFile = file;
@@ -161,7 +163,7 @@ bool ProjectManager::Open(const CString& path) {
 }
 
 void ProjectManager::Close() {
-    if (openPointFile_ != nullptr) openPointFile_->Close();
+    if (openPointFile_ != nullptr) openPointFile_->Close();  // BEHAVIOUR P8
     openPointFile_.reset();
     pointMapping = nullptr;
     pointFile = nullptr;
@@ -172,7 +174,7 @@ void ProjectManager::Destroy(const CString& path) {
 }
 
 void ProjectManager::Destroy() {
-    if (projectFile.empty()) return;
+    if (projectFile.empty()) return;  // BEHAVIOUR P7
     RemoveFile(platform::JoinPath(scanposFolder, L"rtfm.txt"));
     RemoveFile(platform::JoinPath(indexFolder, L"originaltransforms"));
     for (const CString* file : {&headFile,
@@ -212,6 +214,7 @@ void ProjectManager::Destroy() {
 
 // Data stays. DataView is asked for twice: a viewer that was letting go of it during the first
 // request has done so by the second.
+// BEHAVIOUR P5, P6
 void ProjectManager::EraseDirs() {
     for (const CString* folder : {&panoFolder, &scanposFolder, &indexFolder, &colorPlaneFolder,
                                   &slicesFolder, &dataViewFolder, &dataViewFolder, &logicViewFolder,
@@ -241,7 +244,7 @@ void ProjectManager::GetCloudHeader(CLOUD_HEADER* header) {
     std::error_code error;
     const platform::File file = platform::File::OpenRead(headFile, error);
     if (error) {
-        header->pointCount = ~std::uint64_t{0};
+        header->pointCount = ~std::uint64_t{0};  // BEHAVIOUR P10
         return;
     }
     header->stationCount = 0;

@@ -106,6 +106,7 @@ std::string_view LastLine(std::string_view text) {
 
 CString GridFolder(const CString& indexFolder) {
     const std::string redirection = ReadTail(platform::JoinPath(indexFolder, L"network"));
+    // BEHAVIOUR P2
     return redirection.empty() ? indexFolder : platform::FromUtf8(LastLine(redirection));
 }
 

@@ -124,7 +124,7 @@ void DecodeSettings(std::span<const std::uint8_t> bytes, PROJECT_SETTINGS& setti
     for (const Field& field : kFields) {
         if (IsLacking(version, field)) {
             std::memcpy(MemoryOf(settings, field), &field.absent, field.width);
-        } else if (field.fileOffset + field.width <= bytes.size()) {
+        } else if (field.fileOffset + field.width <= bytes.size()) {  // BEHAVIOUR P11
             std::memcpy(MemoryOf(settings, field), bytes.data() + field.fileOffset, field.width);
         }
     }
@@ -133,7 +133,7 @@ void DecodeSettings(std::span<const std::uint8_t> bytes, PROJECT_SETTINGS& setti
 std::array<std::uint8_t, kProjectFileBytes> EncodeSettings(std::int32_t version,
                                                            const PROJECT_SETTINGS& settings) {
     std::array<std::uint8_t, kProjectFileBytes> bytes{};
-    std::memcpy(bytes.data(), &version, kVersionBytes);
+    std::memcpy(bytes.data(), &version, kVersionBytes);  // BEHAVIOUR P12
     const auto* memory = reinterpret_cast<const std::byte*>(&settings);
     for (const Field& field : kFields) {
         std::memcpy(bytes.data() + field.fileOffset, memory + field.memoryOffset, field.width);
@@ -164,7 +164,7 @@ Expected<SettingsRecord> ExamineSettingsFile(const CString& path) {
     if (error) return FailSystem(error, platform::ToUtf8(path) + " cannot be read");
     if (file.Size() == 0) return SettingsRecord::Cut;
     const std::int32_t version = SettingsVersionOf({start.data(), read});
-    const bool known = version >= 1 && version <= kSettingsVersion;
+    const bool known = version >= 1 && version <= kSettingsVersion;  // BEHAVIOUR I15
     if (!known || file.Size() > kProjectFileBytes) return SettingsRecord::Foreign;
     const bool whole = file.Size() >= SettingsBytesOfVersion(version);
     return whole ? SettingsRecord::Whole : SettingsRecord::Cut;

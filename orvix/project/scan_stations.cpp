@@ -29,7 +29,7 @@ bool ReadStation(const ProjectManager& project, int station, const wchar_t* endi
     if (error) return false;
     std::array<Value, kCount> stored;
     const std::size_t bytes = file.ReadAt(0, stored.data(), sizeof stored, error);
-    std::copy_n(stored.begin(), bytes / sizeof(Value), values.begin());
+    std::copy_n(stored.begin(), bytes / sizeof(Value), values.begin());  // BEHAVIOUR H1
     return true;
 }
 
@@ -58,7 +58,7 @@ void ProjectManager::GetScanRotation(const int& station, ScanRotation& rotation)
     std::array<double, 4> values{};
     if (!ReadStation(*this, station, L".orientation", values)) return;
     const Eigen::Vector3d axis(values[0], values[1], values[2]);
-    rotation.linear() = Eigen::AngleAxisd(values[3], axis).toRotationMatrix();
+    rotation.linear() = Eigen::AngleAxisd(values[3], axis).toRotationMatrix();  // BEHAVIOUR H2
 }
 
 }  // namespace orvix

@@ -9,7 +9,7 @@
 namespace orvix::detail {
 namespace {
 
-constexpr double kEqualShare = 1e-12;
+constexpr double kEqualShare = 1e-12;  // BEHAVIOUR H9
 
 // The smallest of the positions that are equal to the best.
 std::size_t FirstOf(const LeastSums& sums, std::size_t length, std::size_t j, double tolerance) {

@@ -166,6 +166,7 @@ private:
     }
 
     // Of equal sums the smaller position.
+    // BEHAVIOUR H8
     void DecideRow(Row& row, const Level& below) const {
         double least = std::numeric_limits<double>::infinity();
         std::size_t best = 0;

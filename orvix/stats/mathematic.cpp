@@ -39,6 +39,7 @@ void Mathematic::PreapareHistogram4Jenks(const int& sampleCount, const int&,
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     for (int i = 0; i < sampleCount; ++i) {
         const std::int64_t drawn = detail::ScaleDraw(detail::DrawOfRuntime(), total, 0);
+        // BEHAVIOUR H6, H7
         const auto entry = histogram.upper_bound(static_cast<std::int32_t>(drawn));
         if (entry != histogram.end()) samples->push_back(entry->second);
     }
@@ -53,7 +54,7 @@ void Mathematic::CalculateCentroid(const std::vector<CCloudPoint<float>>& points
                                    CCloudPoint<double>& sums) {
     sums.x = sums.y = sums.z = 0.0;
     for (const CCloudPoint<float>& point : points) {
-        sums.x += static_cast<double>(point.x);
+        sums.x += static_cast<double>(point.x);  // BEHAVIOUR H10
         sums.y += static_cast<double>(point.y);
         sums.z += static_cast<double>(point.z);
     }
@@ -103,6 +104,7 @@ long long Mathematic::Rand(long long upper, long long lower) {
 
 double Mathematic::round(const double& x) {
     const double half = x < 0.0 ? -0.5 : 0.5;
+    // BEHAVIOUR H11
     return static_cast<double>(detail::TruncateTo<std::int64_t>(x * 1000.0 + half)) / 1000.0;
 }
 

@@ -19,7 +19,7 @@ namespace {
 using Position = SimplePoint2DT<double>;
 using Kernel = CGAL::Epick;
 
-constexpr double kRadiusInEdges = 3;
+constexpr double kRadiusInEdges = 3;  // BEHAVIOUR F6
 constexpr double kVotingCells = 4096;
 constexpr std::size_t kMostVotes = 24;
 
@@ -121,6 +121,7 @@ private:
 
 /// Keeps the leftmost, rightmost, lowest and highest site of each raster cell; of equal ones the
 /// one of the lowest rank.
+// BEHAVIOUR F8
 void Thin(Sites& sites, std::size_t mostPoints) {
     const Raster raster(sites.positions, static_cast<double>(mostPoints) / 4);
     constexpr std::uint32_t kNone = UINT32_MAX;
@@ -364,7 +365,7 @@ PlaneOutline Assemble(const Sites& sites, std::vector<Loop> loops, double radius
     std::vector<std::size_t> regionOf(loops.size(), kNoRegion);  // every component has a rim
     for (const Loop& loop : loops) {
         if (loop.area <= 0) continue;
-        if (loop.area < radius * radius && !outline.regions.empty()) break;
+        if (loop.area < radius * radius && !outline.regions.empty()) break;  // BEHAVIOUR F7
         regionOf[static_cast<std::size_t>(loop.component)] = outline.regions.size();
         outline.regions.push_back({ToRing(sites, loop), {}});
         outline.area += loop.area;

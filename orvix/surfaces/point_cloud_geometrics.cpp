@@ -26,7 +26,7 @@ void InsertPolyline(PlanarTriangulation& triangulation, const PlaneFrame& frame,
         return IsFinite(flat.x, flat.y) ? triangulation.insert(Kernel::Point_2(flat.x, flat.y))
                                         : VertexHandle();
     };
-    for (std::size_t k = 1; k < boundary.size(); ++k) {
+    for (std::size_t k = 1; k < boundary.size(); ++k) {  // BEHAVIOUR S4
         const VertexHandle from = insert(boundary[k - 1]);
         const VertexHandle to = insert(boundary[k]);
         if (from == VertexHandle() || to == VertexHandle() || from == to) continue;
@@ -35,6 +35,7 @@ void InsertPolyline(PlanarTriangulation& triangulation, const PlaneFrame& frame,
 }
 
 // The planar position itself, with the signed distance of (s, t, 0) from the plane as height.
+// BEHAVIOUR S2
 SimplePointT<double> AppendedPoint(const PlaneFrame& frame, double s, double t) {
     return {s, t, (frame.A() * s + frame.B() * t + frame.D()) / frame.NormalLength()};
 }
@@ -50,7 +51,7 @@ void PointCloudGeometrics::Surface(const std::vector<SimplePointT<double>>& poin
         const Kernel::Point_2 flat =
             plane.to_2d(Kernel::Point_3(points[i].x, points[i].y, points[i].z));
         if (!IsFinite(flat.x(), flat.y())) continue;
-        if (!taken.emplace(flat.x(), flat.y()).second) continue;
+        if (!taken.emplace(flat.x(), flat.y()).second) continue;  // BEHAVIOUR S1
         triangulation.insert(flat)->index = static_cast<std::int32_t>(i);
     }
     ExtractSurfaceFaces(triangulation, faces);
@@ -107,7 +108,7 @@ double PointCloudGeometrics::Angle(const CGAL::Vector_3<CGAL::Epick>& a,
     const double lengthA = std::sqrt(a.squared_length());
     const double lengthB = std::sqrt(b.squared_length());
     if (lengthA == 0 || lengthB == 0) return 0.0;
-    return std::acos(lengthB * ((a * b) / lengthA));
+    return std::acos(lengthB * ((a * b) / lengthA));  // BEHAVIOUR S5
 }
 
 void PointCloudGeometrics::Polar(const double& angle, const double& radius,

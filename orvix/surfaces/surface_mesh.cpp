@@ -34,6 +34,7 @@ std::vector<int> FacesInsideOutline(const std::vector<SimplePointT<double>>& poi
         const SimplePoint2DT<double> p = corner(1);
         const SimplePoint2DT<double> q = corner(2);
         const SimplePoint2DT<double> r = corner(3);
+        // BEHAVIOUR S3
         if (!index.Contains({(p.x + q.x + r.x) / 3, (p.y + q.y + r.y) / 3})) continue;
         kept.insert(kept.end(), {3, faces[f + 1], faces[f + 2], faces[f + 3]});
     }

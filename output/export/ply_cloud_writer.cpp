@@ -17,6 +17,7 @@ public:
     void Begin(Bytes& bytes) const override {
         const SimplePointT<double> origin = cloud_.frame.Origin();
         fmt::format_to(std::back_inserter(bytes),
+                       // BEHAVIOUR C9
                        "ply\nformat binary_little_endian 1.0\ncomment orvix_origin {} {} {}\n"
                        "element vertex {}\nproperty double x\nproperty double y\n"
                        "property double z\nproperty ushort intensity\nproperty uchar red\n"

@@ -180,6 +180,7 @@ Expected<void> RequireTarget(const CString& target, ExistingFile existing) {
     if (auto place = RequireOutputPlace(target); !place) return place;
     if (existing == ExistingFile::Replace || !platform::PathExists(target)) return {};
     return Fail(ErrorCode::BadInput,
+                // BEHAVIOUR C11
                 fmt::format("{} exists already; give another name, or --overwrite to replace it",
                             detail::Shown(target)));
 }

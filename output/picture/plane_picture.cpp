@@ -79,7 +79,7 @@ double CutHeight(const PlanePicture& picture) {
         highest = std::max(highest, p.z);
     }
     const bool upright = std::fabs(picture.normal.z) < 0.5;
-    return upright ? lowest + 0.7 * (highest - lowest) : highest + 1.5;
+    return upright ? lowest + 0.7 * (highest - lowest) : highest + 1.5;  // BEHAVIOUR C8
 }
 
 class PlaneDrawing {

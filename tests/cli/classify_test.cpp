@@ -83,6 +83,7 @@ TEST_F(ClassifyVerb, DrawsTheSameSampleForTheSameSeed) {
     EXPECT_EQ(Classify(options), classes);
 }
 
+// BEHAVIOUR A11
 TEST_F(ClassifyVerb, WritesEachPointsClassAndNothingElse) {
     const auto before = Points();
     const Json classes = Classify({"--field", "z", "--classes", "3", "--apply"});

@@ -40,6 +40,7 @@ TEST(CommandLine, HelpsWithExamplesOnEveryVerb) {
 
 class UsageErrors : public testing::TestWithParam<std::vector<std::string>> {};
 
+// BEHAVIOUR C5
 TEST_P(UsageErrors, EndWithCode2AndASentence) {
     const Json error = OrvixError(GetParam());
     EXPECT_EQ(error["exit"], 2);

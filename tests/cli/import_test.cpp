@@ -75,6 +75,7 @@ TEST_P(DegenerateClouds, EndInAProjectThatChecksAndWalks) {
 
 INSTANTIATE_TEST_SUITE_P(OnePointTenEqualFlatLineFarAway, DegenerateClouds, testing::Range(0, 5));
 
+// BEHAVIOUR I11
 TEST_F(ImportVerb, AcceptsASkeletonOfOneMetreWithoutTenCentimetreCells) {
     WriteCloud(folder_ / L"cloud.xyz", Room());
     OrvixJson({"import", File(L"cloud.xyz"), Project(), "--skeleton", "1m"});

@@ -72,6 +72,7 @@ double TriangleArea(const Cloud& p, const std::array<std::size_t, 3>& t, double&
     return std::sqrt(nx * nx + ny * ny + nz * nz) / 2;
 }
 
+// BEHAVIOUR C7
 TEST_F(PlaneVerb, WritesAMeshInTheWorldThatLeavesTheWindowOpenAndFacesOneWay) {
     const Json wall = Plane(kWallSeed, {"--mesh", File(L"wall.obj")});
     EXPECT_EQ(wall["mesh"], File(L"wall.obj"));

@@ -62,6 +62,7 @@ TEST_F(PlanesVerb, ExplainsAPlaceOnAPlaneAndOneOffIt) {
     EXPECT_NE(off["why"].get<std::string>().find("holds no point"), std::string::npos);
 }
 
+// BEHAVIOUR A11
 TEST_F(PlanesVerb, WritesPlaneNumbersIntoThePairsAndNothingElse) {
     ProjectManager manager;
     ASSERT_TRUE(manager.Set(*folder_ / L"room.prj", false));
@@ -118,6 +119,7 @@ TEST_F(PlanesVerb, WritesEveryPointWithItsPlane) {
     EXPECT_EQ(assigned, found["assigned_points"]);
 }
 
+// BEHAVIOUR A9
 TEST_F(PlanesVerb, MeshesEveryPlaneAsAPartOfItsArea) {
     const Json found = Planes({"--mesh", File(L"planes.obj")});
     std::istringstream text(TextOf(L"planes.obj"));
@@ -168,6 +170,7 @@ TEST_F(PlanesVerb, WritesOutlinesAsClosedPolylinesOnLayers) {
     EXPECT_TRUE(text.ends_with("0\nEOF\n"));
 }
 
+// BEHAVIOUR A10
 TEST_F(PlanesVerb, WritesOutlinesAsFeaturesWhoseRingsClose) {
     const Json found = Planes({"--outlines", File(L"planes.geojson")});
     const Json features = Json::parse(TextOf(L"planes.geojson"))["features"];

@@ -74,6 +74,7 @@ TEST_F(CommandInAShell, SaysWhatIsNoFile) {
     }
 }
 
+// BEHAVIOUR I16
 TEST_F(CommandInAShell, KeepsFromProjectsThatAreLinks) {
     WriteRoom();
     OrvixJson({"import", File(L"room.xyz"), File(L"p.prj")});
@@ -126,6 +127,7 @@ TEST_F(CommandInAShell, KeepsWithinTheLeastMemoryWhereEachPointHasACell) {
 }
 #endif
 
+// BEHAVIOUR U9
 TEST_F(CommandInAShell, SaysThatDamagedSettingsCannotBeReset) {
     const ChildSettingsSandbox sandbox;
     EXPECT_EQ(

@@ -90,6 +90,7 @@ TEST_F(ProjectVerbs, FindNoFaultInASoundProject) {
 }
 
 // Every count and offset of every index, one record at a time, set to what leads out of its file.
+// BEHAVIOUR C4
 TEST_F(ProjectVerbs, SurviveSpoiltIndexEntries) {
     struct Field {
         const wchar_t* file;
@@ -131,6 +132,7 @@ TEST_F(ProjectVerbs, SurviveFilesCutShort) {
     }
 }
 
+// BEHAVIOUR C6
 TEST_F(ProjectVerbs, NameAFileThatIsMissing) {
     std::error_code error;
     platform::RemoveFile(Index(L"Grid.pts"), error);
@@ -164,6 +166,7 @@ TEST_F(ProjectVerbs, ChangeNothingWhereTheyAreRefused) {
     EXPECT_TRUE(platform::ListFolder(elsewhere.Path(), error).empty());
 }
 
+// BEHAVIOUR C3
 TEST_F(ProjectVerbs, CallAProjectFileThatIsCutShortDamagedAllAlike) {
     const std::vector<std::uint8_t> whole = ReadBytes(project_);
     for (const std::size_t bytes : {std::size_t{0}, std::size_t{4}, whole.size() - 1}) {
@@ -189,6 +192,7 @@ TEST_F(ProjectVerbs, EndAPlaneSearchOfCellsBeyondAllMeasure) {
     }
 }
 
+// BEHAVIOUR C1, C2
 TEST_F(ProjectVerbs, RefuseWhatIsNoProjectAndLeaveItAlone) {
     const ScratchFolder other;
     WriteText(other / L"notes.prj", "this is not a project, though it ends in .prj");

@@ -128,6 +128,7 @@ double ShareFound(Opened& project, const PlaneSearch& search, const SyntheticBui
     return found / asked;
 }
 
+// BEHAVIOUR A3
 TEST(PlaneSearch, FindsTheKnownPlanesOfABuilding) {
     const test::ScratchFolder folder;
     const SyntheticBuilding building({.points = 400'000});
@@ -285,6 +286,7 @@ std::vector<Vector> Table(double height, bool walls) {
     return points;
 }
 
+// BEHAVIOUR A4
 TEST(PlaneSearch, TellsCeilingsFromTablesByWhatTheyCover) {
     for (const auto& [height, kind] :
          {std::pair(2.6, PlaneKind::Ceiling), std::pair(0.9, PlaneKind::Other)}) {
@@ -303,6 +305,7 @@ TEST(PlaneSearch, TellsCeilingsFromTablesByWhatTheyCover) {
     }
 }
 
+// BEHAVIOUR A4
 TEST(PlaneSearch, TakesWhatAScannerSeesFromBelowForACeiling) {
     const test::ScratchFolder folder;
     Opened project(WritePoints(folder, Table(2.6, false)));
@@ -343,6 +346,7 @@ TEST(PlaneSearch, PointsNormalsToTheScannerWhereItIsKnown) {
     }
 }
 
+// BEHAVIOUR A5
 TEST(PlaneSearch, JoinsPiecesAcrossAGapOfTheBridgesWidth) {
     std::vector<Vector> points;
     for (int x = 0; x < 200; ++x)

@@ -25,6 +25,7 @@ TEST(PlaneFrame, TakesTheHorizontalDirectionAsItsFirstAxis) {
     ExpectNear(frame.V(), {36 / 65.0, 48 / 65.0, -25 / 65.0}, 1e-15);
 }
 
+// BEHAVIOUR F1
 TEST(PlaneFrame, TurnsOntoTheYAxisWhereThePlaneIsLevel) {
     const PlaneFrame frame(0, 0, 1, -2);
     ExpectNear(frame.U(), {0, -1, 0}, 0);
@@ -46,6 +47,7 @@ TEST(PlaneFrame, MovesOnlyAReferenceAtTheOriginOntoThePlane) {
     ExpectNear(PlaneFrame(0, 0, 2, -6, {1, 0, 0}).Reference(), {1, 0, 0}, 0);
 }
 
+// BEHAVIOUR F2
 TEST(PlaneFrame, DoesNotSubtractTheReference) {
     const PlaneFrame near(1, 2, 3, 4);
     const PlaneFrame far(1, 2, 3, 4, {70, 80, 90});

@@ -70,6 +70,7 @@ TEST(ImportEndings, ReportAtLeastTenTimesASecondWhileAReaderIsSlow) {
     EXPECT_GE(calls, 10 * std::chrono::duration<double>(Clock::now() - start).count());
 }
 
+// BEHAVIOUR I14
 TEST(ImportEndings, KeepAnExistingProjectUnlessToldToReplaceIt) {
     const ScratchFolder folder;
     const CString project = folder / L"p.prj";
@@ -108,6 +109,7 @@ TEST(ImportEndings, KeepAnExistingProjectWholeWhenItsReplacementFails) {
     EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
 }
 
+// BEHAVIOUR I20
 TEST(ImportEndings, NameAnInputThatChangesBetweenThePasses) {
     for (const double moved : {1e6, 0.0}) {
         MemoryScan scan = Room(5000);

@@ -73,6 +73,7 @@ protected:
     ImportOptions options;
 };
 
+// BEHAVIOUR I6
 TEST_F(ImportStations, BringsEachScansPointsIntoTheFrameOfTheFile) {
     MemoryScan scan = TwoScans();
     scan.info.scans[1].pose->position.x = scan.info.scans[1].map->m[3] = 700;
@@ -113,6 +114,7 @@ TEST_F(ImportStations, WritesPoseNameAndIntensitiesOfEveryStation) {
     EXPECT_TRUE(detail::CheckProject(project)->Ok());
 }
 
+// BEHAVIOUR I5
 TEST_F(ImportStations, AScanWithoutAPoseHasANumberAndNoFiles) {
     MemoryScan plain = TwoScans();
     plain.info.scans = {ScanPart{}};
@@ -149,6 +151,7 @@ TEST_F(ImportStations, AScanWithoutPointsKeepsItsNumber) {
     EXPECT_EQ(Files(4).name, "yard");
 }
 
+// BEHAVIOUR I7
 TEST_F(ImportStations, TellsIntensitiesAboveTheFilesRangeAsItsGreatest) {
     MemoryScan scan = TwoScans();
     scan.points[3].intensity = 40'000;

@@ -118,6 +118,7 @@ std::vector<MemoryScan> RandomScans(std::uint64_t seed) {
 
 class ImportModel : public testing::TestWithParam<int> {};
 
+// BEHAVIOUR I9, I10
 TEST_P(ImportModel, EveryFileIsWhatSortingEverythingInMemoryGives) {
     const auto seed = static_cast<std::uint64_t>(GetParam());
     SCOPED_TRACE(testing::Message() << "seed " << seed);
@@ -149,6 +150,7 @@ TEST_P(ImportModel, EveryFileIsWhatSortingEverythingInMemoryGives) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ImportModel, testing::Range(0, 64));
 
+// BEHAVIOUR I13
 TEST(Import, KeepsTheFirstOfPointsAtOnePositionWhenToldTo) {
     for (std::uint64_t seed : {3u, 5u, 13u, 21u, 2u}) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
@@ -220,6 +222,7 @@ TEST(Import, RoundsOnceToAFloatNearTheCloudHoweverFarItLies) {
     EXPECT_TRUE(report->warnings.empty());
 }
 
+// BEHAVIOUR I1
 TEST(Import, LetsNoWildPointMoveTheOrigin) {
     MemoryScan scan;
     scan.points.assign(99, At(512, 512, 512));
@@ -231,6 +234,7 @@ TEST(Import, LetsNoWildPointMoveTheOrigin) {
     EXPECT_EQ(report->rejected.at("out of range"), 1u);
 }
 
+// BEHAVIOUR I2
 TEST(Import, WarnsWithTheStepWhereFloatsAreCoarserThanATenthOfAMillimetre) {
     MemoryScan scan;
     scan.points.assign(9, At(0, 0, 0));

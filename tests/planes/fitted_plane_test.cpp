@@ -49,6 +49,7 @@ Points SheetWithWindow(const PlaneFrame& frame, const SimplePoint2DT<double>& mi
     return points;
 }
 
+// BEHAVIOUR F3
 TEST(FittedPlane, RaisesAMaximumOnlyByAPointThatDoesNotLowerTheMinimum) {
     FittedPlane plane;
     plane.AddPoint({1, 2, 3});
@@ -254,6 +255,7 @@ TEST(FittedPlane, SharesItsOutlineWithCopiesUntilOneGetsANewOne) {
     EXPECT_EQ(plane.Area(), 0);
 }
 
+// BEHAVIOUR F5
 TEST(FittedPlane, Takes3dBoundsABillionthWider) {
     FittedPlane plane;
     plane.AddPoint({0, 0, 1000});
@@ -282,6 +284,7 @@ void ExpectContourBox(const FittedPlane& plane, const Point& centre, const Point
     ExpectNear(c4, corner(1, -1), 1e-12);
 }
 
+// BEHAVIOUR F9
 TEST(FittedPlane, LaysContourBoxesAlongXOnFloorsAndUprightOnWalls) {
     const Point x{1, 0, 0};
     const Point y{0, 1, 0};

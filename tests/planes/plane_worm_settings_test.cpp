@@ -74,6 +74,7 @@ TEST_F(PlaneWormSettingsTest, ReadOneFamilyOfNamesIntoBothSets) {
     EXPECT_EQ(skelet.diffB, 0.15);
 }
 
+// BEHAVIOUR W3
 TEST_F(PlaneWormSettingsTest, SaveOneToleranceAndThePartsOfASplitSizeToTheStore) {
     PlaneWormSettings settings(true, true, ProjectManager(), 1.0);
     settings.Save(1, 2, 5, 0.2, 1, 0);
@@ -113,6 +114,7 @@ TEST_F(PlaneWormSettingsTest, LoadFromAProjectTheSetThatItsUsageSelects) {
     EXPECT_EQ(settings.minPlane, 0);
 }
 
+// BEHAVIOUR W4
 TEST_F(PlaneWormSettingsTest, RepairNegativeSplitSizesOfAProjectAndSaveThemBack) {
     PROJECT_SETTINGS stored;
     stored.baseStep = 0.25;
@@ -145,6 +147,7 @@ TEST_F(PlaneWormSettingsTest, SaveEveryFieldOfTheSearchToTheProjectAndNothingEls
     EXPECT_EQ(manager.projectSettings.hostField3, 42u);
 }
 
+// BEHAVIOUR W1
 TEST_F(PlaneWormSettingsTest, TruncateTheSkeletonGridToWholeCentimetres) {
     const auto steps = [](double scale) {
         ProjectManager project;
@@ -163,6 +166,7 @@ TEST_F(PlaneWormSettingsTest, TruncateTheSkeletonGridToWholeCentimetres) {
     EXPECT_EQ(steps(std::numeric_limits<double>::quiet_NaN()).stepClass, 3);
 }
 
+// BEHAVIOUR W2
 TEST_F(PlaneWormSettingsTest, OpenEveryToleranceWhateverTheArgument) {
     PlaneWormSettings settings(false, true, ProjectManager(), 2.0);
     settings.SetSkeletSplitSize(0.9);

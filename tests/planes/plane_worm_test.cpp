@@ -104,6 +104,7 @@ TEST_F(PlaneWormTest, RejectsASeedWithFewerThanFivePointsWithoutACallback) {
     EXPECT_EQ(worm.HowItEnded(), Ended::Exhausted);
 }
 
+// BEHAVIOUR W14
 TEST_F(PlaneWormTest, HandsOnTheNearestPointsUpToAMinPlaneAboveTwo) {
     const Points floor = Floor(0.6F);
     for (const auto& [minPlane, expected] : {std::pair{0, 49}, {2, 49}, {10, 10}, {60, 49}}) {
@@ -121,6 +122,7 @@ TEST_F(PlaneWormTest, HandsOnTheNearestPointsUpToAMinPlaneAboveTwo) {
     }
 }
 
+// BEHAVIOUR W9
 TEST_F(PlaneWormTest, GrowsInTheOrderThatTheRelationsNumberGivesTheSeed) {
     const Points floor = Floor(3);
     auto worm = WormIn(floor);
@@ -178,6 +180,7 @@ std::set<PlaneCell> FloodOracle(const Points& points, double splitSize) {
     return flood;
 }
 
+// BEHAVIOUR W5
 TEST_F(PlaneWormTest, KeepsExactlyTheCellsThatAFloodReachesWhateverTheShape) {
     const auto lShape = [](float u, float v) { return u < 0.5F || v < -0.5F; };
     const auto door = [](float u, float v) { return std::abs(u - 0.6F) > 0.3F || v > 0.4F; };
@@ -218,6 +221,7 @@ Points Corner() {
     return points;
 }
 
+// BEHAVIOUR W7
 TEST_F(PlaneWormTest, ShowsTheHostThePointsOfACellBeforeItFailsTheNormalTest) {
     auto settings = Settings();
     settings->diffA = settings->diffC = 0.05;
@@ -268,6 +272,7 @@ TEST_F(PlaneWormTest, StaysOnOneTreadOfAStair) {
     for (const auto& cell : worm.Cells()) EXPECT_LT(std::abs(cell.centre.x), 0.26);
 }
 
+// BEHAVIOUR W10
 TEST_F(PlaneWormTest, EndsAtTheReachMeasuredFromTheBasesCentroid) {
     auto worm = WormIn(Floor(3));
     FittedPlane base;
@@ -312,6 +317,7 @@ TEST_F(PlaneWormTest, StaysInsideTheBasesOutlineAndEntersNoCellTwice) {
     EXPECT_EQ(worm.Cells().size(), 25u) << "centres at -0.4 to 0.4; a fixed outline goes first";
 }
 
+// BEHAVIOUR W12
 TEST_F(PlaneWormTest, EntersOnlyCellsThatHoldAPointOfTheBasePointList) {
     auto worm = WormIn(Floor(2));
     FittedPlane base = Level();
@@ -335,6 +341,7 @@ TEST_F(PlaneWormTest, CrawlsStraightOnInRelationFreeAndRefitsTheBaseAsItGoes) {
     EXPECT_NEAR(worm.Base().b() / worm.Base().c(), 0, 1e-6);
 }
 
+// BEHAVIOUR W11
 TEST_F(PlaneWormTest, StopsBeforeItsNextCellWhenTheFlagIsSet) {
     auto worm = WormIn(Floor(3));
     Listen(worm);
@@ -369,6 +376,7 @@ TEST_F(PlaneWormTest, CanBeStoppedFromAnotherThread) {
     EXPECT_EQ(worm.HowItEnded(), Ended::Stopped);
 }
 
+// BEHAVIOUR W6
 TEST_F(PlaneWormTest, GivesTheSameCellsAgainAfterAClearAndNoneWithoutOne) {
     auto worm = WormIn(Corner());
     worm.Launch(Relation::Visited);

@@ -41,6 +41,7 @@ TEST_F(CacheTest, WritesTextWithItsTerminatingZero) {
     EXPECT_EQ(Stored().bytes, Utf16({u"-42", 4}));
 }
 
+// BEHAVIOUR U1
 TEST_F(CacheTest, WritesBackTheDefaultOfAMissingValue) {
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, kKey, L"text", CString(L"d")), L"d");
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, kKey.c_str(), L"long", -3), -3);
@@ -61,6 +62,7 @@ TEST_F(CacheTest, WritesNothingWithoutADefaultAndOnlyTheKeyForANullText) {
     EXPECT_TRUE(platform::ListSettings(kCurrentUser, kKey).empty());
 }
 
+// BEHAVIOUR U3
 TEST_F(CacheTest, AcceptsTextOfUpTo512BytesEndingInZero) {
     const std::u16string longest = std::u16string(255, u'7') + u'\0';
     Store(platform::kSettingText, Utf16(longest));
@@ -75,6 +77,7 @@ TEST_F(CacheTest, AcceptsTextOfUpTo512BytesEndingInZero) {
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, kKey, L"v", 5.0), 0.0);
 }
 
+// BEHAVIOUR U3
 TEST_F(CacheTest, CountsAnythingElseAsMissingAndOverwritesIt) {
     std::vector<std::byte> odd = Utf16({u"12", 3});
     odd.insert(odd.begin(), std::byte{1});
@@ -99,6 +102,7 @@ TEST_F(CacheTest, CountsAnythingElseAsMissingAndOverwritesIt) {
     }
 }
 
+// BEHAVIOUR U4
 TEST_F(CacheTest, ReadsTheNumberThatATextStartsWith) {
     Store(platform::kSettingText, Utf16({u"12abc", 6}));
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, kKey.c_str(), L"v", 5), 12);

@@ -43,6 +43,7 @@ TEST(IOUtility, SetsTheSizeOfAClosedHandleToZero) {
     EXPECT_EQ(size, 0u);
 }
 
+// BEHAVIOUR O4
 TEST(IOUtility, FindsExistingFilesWritableAndChangesNothing) {
     const ScratchFolder folder;
     test::WriteText(folder / L"a", "abc");
@@ -53,6 +54,7 @@ TEST(IOUtility, FindsExistingFilesWritableAndChangesNothing) {
     EXPECT_FALSE(IOUtility::FileIsWritable(folder.Path()));
 }
 
+// BEHAVIOUR O1
 TEST(IOUtility, CountsOnFromATakenNameAfterItsExtension) {
     const ScratchFolder folder;
     CString path = folder / L"a.txt";
@@ -70,6 +72,7 @@ TEST(IOUtility, CountsOnFromATakenNameAfterItsExtension) {
 
 CString shown;
 
+// BEHAVIOUR O2
 TEST(IOUtility, ShowsTheLastErrorCutToTheLengthOfItsMessage) {
     const ErrorChannel before = SetErrorChannel([](const wchar_t* text) { shown = text; });
     for (const std::uint32_t code : {2u, 5u, 13u}) {

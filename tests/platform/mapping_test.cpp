@@ -88,6 +88,7 @@ TEST_F(Mapping, GivesNoWriteAccessWhereItWasMadeForReading) {
     EXPECT_EQ(CreateMapping(readOnly.Get(), FileAccess::ReadWrite), nullptr);
 }
 
+// BEHAVIOUR O7
 TEST_F(Mapping, LeavesViewsUsableAfterItIsClosed) {
     Map(2 * kStep, FileAccess::ReadWrite);
     std::uint8_t* const view = MapFileView(mapping_, kViewAll, kStep, kStep);

@@ -55,6 +55,7 @@ TEST(LeadingDouble, SaturatesAtInfinityAndAtZero) {
     EXPECT_EQ(LeadingDouble(L"0." + std::wstring(500, L'0') + L"1e+900"), kInfinity);
 }
 
+// BEHAVIOUR U2
 TEST(SixDigits, WritesAPointWhateverTheLocale) {
     // Skips nothing: where the system lacks the locale, the plain one is tested.
     const char* const before = std::setlocale(LC_ALL, nullptr);
@@ -65,6 +66,7 @@ TEST(SixDigits, WritesAPointWhateverTheLocale) {
     std::setlocale(LC_ALL, restored.c_str());
 }
 
+// BEHAVIOUR U2
 TEST(SixDigits, RoundsAsThePlainFormatDoes) {
     EXPECT_EQ(SixDigits(1.25), L"1.250000");
     EXPECT_EQ(SixDigits(-0.0), L"-0.000000");

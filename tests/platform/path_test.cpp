@@ -178,6 +178,7 @@ TEST(Path, TellsFreeSpaceAndSyncsFolders) {
     EXPECT_TRUE(error);
 }
 
+// BEHAVIOUR O8
 TEST(PathLock, AdmitsOneHolderAndLeavesNoFile) {
     const ScratchFolder folder;
     const CString path = folder / L"lock";

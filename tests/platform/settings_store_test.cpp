@@ -39,6 +39,7 @@ TEST(SettingsStore, KeepsTypeAndBytesOfEachRootApart) {
     EXPECT_FALSE(QuerySetting(kCurrentUser, L"A", L"name"));
 }
 
+// BEHAVIOUR U8
 TEST(SettingsStore, ComparesKeysAndNamesWithoutCaseAndDropsEmptyParts) {
     const SettingsSandbox sandbox;
     ASSERT_TRUE(Store(L"SOFTWARE\\Orvix\\", L"Größe", "1"));

@@ -28,6 +28,7 @@ protected:
     }
 };
 
+// BEHAVIOUR O6
 TEST_F(UtilityLibTest, TellsTextsInFourLanguagesWhateverTheCountry) {
     constexpr unsigned int kId = localization::kProjectFileMissing;
     EXPECT_EQ(kId, 1370u);
@@ -39,6 +40,7 @@ TEST_F(UtilityLibTest, TellsTextsInFourLanguagesWhateverTheCountry) {
     EXPECT_EQ(TextIn(0x809, 1366), TextIn(0x409, 1366));
 }
 
+// BEHAVIOUR O5
 TEST_F(UtilityLibTest, FallsBackToEnglishAndThenToTheNumber) {
     for (const int language : {0x411, 0, -1, 0x7FFFFFFF}) {
         EXPECT_EQ(TextIn(language, 1370), TextIn(0x409, 1370)) << language;
@@ -93,6 +95,7 @@ TEST(SharedLibrary, IsNoneWhereThereIsNone) {
     EXPECT_EQ(platform::FindSymbol(library, "NoSuchExport"), nullptr);
 }
 
+// BEHAVIOUR O3
 TEST(IsProcessRunning, FindsThisProcessWithoutRegardToCaseButNeverTheFirst) {
     const std::vector<CString> names = platform::ProcessNames();
     ASSERT_GT(names.size(), 1u);

@@ -85,6 +85,7 @@ TEST_F(AlivePointReader, StartsARecordThatStraddlesAViewInTheNextView) {
     EXPECT_EQ(reader.PtsMapAddressAlive(), nullptr);
 }
 
+// BEHAVIOUR R1
 TEST_F(AlivePointReader, GoesOnReturningTrueWhenTheLastViewHoldsNoWholeRecord) {
     const MappedRecords eightMiB(AliveFile(349'525, 8));
     ASSERT_EQ(eightMiB.Size(), CAlivePointReader::kViewBytes);
@@ -96,6 +97,7 @@ TEST_F(AlivePointReader, GoesOnReturningTrueWhenTheLastViewHoldsNoWholeRecord) {
     for (int i = 0; i < 1'000; ++i) ASSERT_TRUE(emptyReader.ReadNextPoint());
 }
 
+// BEHAVIOUR R5
 TEST_F(AlivePointReader, ServesALongRunInChunksThatFitAViewWhereverTheyBegin) {
     const MappedRecords file(AliveFile(350'000));
     Reader reader(file);
@@ -133,6 +135,7 @@ TEST_F(AlivePointReader, AppendsARunWithoutMovingTheCursors) {
     EXPECT_TRUE(reported.empty());
 }
 
+// BEHAVIOUR R7
 TEST_F(AlivePointReader, ReportsARunThatCannotBeMappedAndAppendsNothing) {
     const MappedRecords file(AliveFile(100));
     Reader reader(file);
@@ -154,6 +157,7 @@ TEST_F(AlivePointReader, ReportsARunThatCannotBeMappedAndAppendsNothing) {
     EXPECT_EQ(reported, std::vector<std::wstring>(3, L"ReadIndexesPoints  ERROR"));
 }
 
+// BEHAVIOUR R6
 TEST_F(AlivePointReader, ReadsOneRunAsABatchWithoutRegardToTheBudget) {
     const MappedRecords file(AliveFile(5'000));
     Reader reader(file);
@@ -168,6 +172,7 @@ TEST_F(AlivePointReader, ReadsOneRunAsABatchWithoutRegardToTheBudget) {
     EXPECT_EQ(out.size(), 4'000u);
 }
 
+// BEHAVIOUR R6, R8
 TEST_F(AlivePointReader, HandsABatchBackOnceTheOutputHasPassedTheLimitAndThenResumes) {
     const MappedRecords file(AliveFile(1'000));
     Reader reader(file);
@@ -223,6 +228,7 @@ TEST_F(AlivePointReader, ChangesRecordsInPlaceThroughTheirAddress) {
               0);
 }
 
+// BEHAVIOUR R3
 TEST_F(AlivePointReader, FindsASkeletonCoordinateInTheGranuleOfTheDataRecordReadLast) {
     const CString coordPath = WriteNumbered<Coord>(folder_ / L"coord", 20'000);
     const MappedRecords alive(AliveFile(1)), coord(coordPath),
@@ -270,6 +276,7 @@ TEST_F(AlivePointReader, ReadsRecordsBeyondFourGigabytes) {
     EXPECT_TRUE(SameBytes(out[0], Alive{}) && SameBytes(out[2], Alive{}));
 }
 
+// BEHAVIOUR R4
 TEST_F(AlivePointReader, LeavesTheRecordAsItWasForAPositionPastTheEnd) {
     const MappedRecords file(AliveFile(10, 13));
     Reader reader(file);
@@ -381,6 +388,7 @@ protected:
 
 std::unique_ptr<AlivePointReaderModel::Files> AlivePointReaderModel::files_;
 
+// BEHAVIOUR R2
 TEST_P(AlivePointReaderModel, AnyMixOfCallsAgreesWithAPlainVector) {
     SCOPED_TRACE(testing::Message() << "seed " << GetParam());
     for (int call = 0; call < 8 && !HasFatalFailure(); ++call) {

@@ -71,6 +71,7 @@ TEST_F(GenericReaderTest, StartsARecordThatStraddlesAChunkInTheNextChunk) {
     EXPECT_EQ(reader.recordsInView, 400'000u - 349'525);
 }
 
+// BEHAVIOUR R12, R13
 TEST_F(GenericReaderTest, TellsProgressByChunks) {
     WriteZeros(kChunk);
     Reader reader = OpenToRead(16);
@@ -131,6 +132,7 @@ TEST_F(GenericReaderTest, HasNoRecordsPastTheEnd) {
     }
 }
 
+// BEHAVIOUR R14
 TEST_F(GenericReaderTest, MapsTheGranuleOfARecordAndAllOfTheRecord) {
     test::WriteNumbered<Record>(path, 6'000);
     Reader reader = OpenToRead();
@@ -178,6 +180,7 @@ TEST_F(GenericReaderTest, WritesThroughAWritableView) {
     EXPECT_EQ(bytes[3 * sizeof(Record)], 0xCD);
 }
 
+// BEHAVIOUR R14
 TEST_F(GenericReaderTest, LeavesASingleRecordsViewToTheCaller) {
     test::WriteNumbered<Record>(path, 10);
     std::uint8_t* view = nullptr;

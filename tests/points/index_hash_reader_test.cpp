@@ -47,6 +47,7 @@ TEST_F(IndexHashReader, FindsTheFirstOfEqualKeysAndLeavesTheIndexOtherwise) {
     EXPECT_EQ(index, 1);
 }
 
+// BEHAVIOUR R11
 TEST_F(IndexHashReader, GivesACellOutsideTheBoxAKeyToo) {
     Write({31});
     // One past the row's end is the next row's first.

@@ -98,6 +98,7 @@ TEST_F(IndexReader, WalksFromEveryLargeCellToItsSmallestCells) {
     EXPECT_EQ(visited, expected);
 }
 
+// BEHAVIOUR R9
 TEST_F(IndexReader, TellsWhetherAnotherEntryFollowsAndReadsNothingAfterTheFalse) {
     CIndexReader index(metres_, tens_, fine_, runs_, false);
     for (int i = 0; i < 5; ++i) {
@@ -162,6 +163,7 @@ TEST_F(IndexReader, ReadsARunThatTheFileCutsShortToItsEnd) {
     EXPECT_EQ(Offset100(index), 4'000u);
 }
 
+// BEHAVIOUR R10
 TEST_F(IndexReader, ReadsEntriesThatDoNotExistAsZeros) {
     test::WriteText(folder_ / L"empty", "");
     for (const CString& path : {folder_ / L"missing", folder_ / L"empty", folder_.Path()}) {

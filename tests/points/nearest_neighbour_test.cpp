@@ -71,6 +71,7 @@ Points Scene(std::uint32_t seed, std::mt19937& random) {
 
 class NearestNeighbourOracle : public testing::TestWithParam<std::uint32_t> {};
 
+// BEHAVIOUR N1, N2
 TEST_P(NearestNeighbourOracle, AgreesWithBruteForceOnRadiusNearestAndTies) {
     SCOPED_TRACE(testing::Message() << "seed " << GetParam());
     std::mt19937 random(GetParam());
@@ -93,6 +94,7 @@ TEST_P(NearestNeighbourOracle, AgreesWithBruteForceOnRadiusNearestAndTies) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, NearestNeighbourOracle, testing::Range(0u, 40u));
 
+// BEHAVIOUR N3
 TEST(NearestNeighbour, KeepsThePreviousArrayWhenNothingIsFound) {
     const Points points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
     CNearestNeighbour index(&points);
@@ -129,6 +131,7 @@ TEST(NearestNeighbour, TakesItsCoordinatesFromEveryContainer) {
     EXPECT_EQ(Find(ofPointers, {-2, 2, 7}, 0.0), std::vector<int>{0});
 }
 
+// BEHAVIOUR N4
 TEST(NearestNeighbour, FindsNothingNearWhatIsNotFinite) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float inf = std::numeric_limits<float>::infinity();

@@ -58,6 +58,7 @@ TEST_F(HistogramFile, IgnoresATrailingPartialRecord) {
     EXPECT_THAT(Read(), Each(1.25));
 }
 
+// BEHAVIOUR H3
 TEST_F(HistogramFile, LetsABinWithoutPointsTakeThePlaceOfTheOneBeforeIt) {
     Write({{1.25, 1'000'000}, {9.5, 0}, {7.5, 0}});
     EXPECT_THAT(Read(), Each(7.5));

@@ -69,6 +69,7 @@ TEST_F(ProjectCoreTest, OpensMapsAndCountsTheThreeFiles) {
     EXPECT_TRUE(core.OpenCores());
 }
 
+// BEHAVIOUR P14
 TEST_F(ProjectCoreTest, WalksEveryCellOfEveryLevelToEveryPoint) {
     ASSERT_TRUE(core.OpenCores());
     const auto cells = core.CreateIndexReader();
@@ -95,6 +96,7 @@ TEST_F(ProjectCoreTest, WalksEveryCellOfEveryLevelToEveryPoint) {
     EXPECT_EQ(std::memcmp(walked.data(), project.points.data(), walked.size() * 24), 0);
 }
 
+// BEHAVIOUR P13
 TEST_F(ProjectCoreTest, AMissingSkeletonCoordinateFileCountsNoPointsAndDoesNotFail) {
     ASSERT_TRUE(core.OpenCores());
     core.Close();
@@ -160,6 +162,7 @@ TEST_F(ProjectCoreTest, AReaderWriterChangesPointsInPlace) {
     EXPECT_EQ(bytes[20] + 256 * bytes[21], 4711);
 }
 
+// BEHAVIOUR P8
 TEST_F(ProjectCoreTest, CopiesCarryTheSameHandles) {
     ASSERT_TRUE(core.OpenCores());
     {
@@ -170,6 +173,7 @@ TEST_F(ProjectCoreTest, CopiesCarryTheSameHandles) {
     EXPECT_TRUE(core.CreateAlivePointReader()->ReadNextPoint());
 }
 
+// BEHAVIOUR P15
 TEST(ProjectType, DropsTheFractionOfTheCentimetres) {
     using enum ProjectType;
     const auto type = [](double scale) { return CProjectCore::ProjectTypeFromSkeletScale(scale); };

@@ -105,6 +105,7 @@ TEST_F(ProjectManagerTest, CreateMakesTheFoldersAndAnEmptyProjectFile) {
     EXPECT_EQ(manager.GetRecapFolder(), JoinPath(manager.projectFilesFolder, L"Recap"));
 }
 
+// BEHAVIOUR P3
 TEST_F(ProjectManagerTest, SetWithoutCreateMakesFoldersButNoProjectFileAndTellsTheMissingFile) {
     EXPECT_FALSE(manager.Set(path, false));
     EXPECT_EQ(Tree(folder.Path()), kFolders);
@@ -112,6 +113,7 @@ TEST_F(ProjectManagerTest, SetWithoutCreateMakesFoldersButNoProjectFileAndTellsT
     EXPECT_NE(Text(1366), Text(1370));
 }
 
+// BEHAVIOUR P1
 TEST_F(ProjectManagerTest, TheStationNoteExistsFromTheSecondSetOn) {
     manager.Set(path, true);
     const CString note = JoinPath(manager.scanposFolder, L"rtfm.txt");
@@ -134,6 +136,7 @@ TEST_F(ProjectManagerTest, AProjectFileWithoutExtensionAppendsToItsWholeName) {
     EXPECT_EQ(manager.projectName, L"plain");
 }
 
+// BEHAVIOUR P2
 TEST_F(ProjectManagerTest, TheLastLineOfANetworkFileMovesGridSkeletonAndStations) {
     manager.Set(path, true);
     const CString network = JoinPath(manager.indexFolder, L"network");
@@ -174,6 +177,7 @@ TEST_F(ProjectManagerTest, OpensACompleteProjectAndReadsItsPoints) {
     EXPECT_EQ(manager.pointMapping, nullptr);
 }
 
+// BEHAVIOUR P8
 TEST_F(ProjectManagerTest, ACopyOfAnOpenManagerMayDieWithoutClosingTheOthersFiles) {
     WriteProject();
     ASSERT_TRUE(manager.Open(path));
@@ -205,6 +209,7 @@ TEST_F(ProjectManagerTest, EachMissingFileOfACompleteProjectFailsWithTheMissingT
     }
 }
 
+// BEHAVIOUR P4
 TEST_F(ProjectManagerTest, AReadOnlyPointFileFailsWithTheReadOnlyText) {
     WriteProject();
     ASSERT_TRUE(manager.Open(path));
@@ -218,6 +223,7 @@ TEST_F(ProjectManagerTest, AReadOnlyPointFileFailsWithTheReadOnlyText) {
     EXPECT_EQ(manager.errorText, Text(1366));
 }
 
+// BEHAVIOUR P5
 TEST_F(ProjectManagerTest, DestroyLeavesDataImagesAndStations) {
     WriteProject();
     manager.Set(path, true);
@@ -236,6 +242,7 @@ TEST_F(ProjectManagerTest, DestroyLeavesDataImagesAndStations) {
                L"scan_Project_Files/Index/scanpos/station_0.pos"}));
 }
 
+// BEHAVIOUR P7
 TEST_F(ProjectManagerTest, DestroyOfAnIncompleteProjectDeletesNothing) {
     manager.Create(path);
     manager.Destroy(path);
@@ -253,6 +260,7 @@ TEST_F(ProjectManagerTest, CanOverwriteDeletesTheSkeletonMarkThatItFinds) {
     EXPECT_FALSE(manager.CanOverwrite(manager.projectFilesFolder));
 }
 
+// BEHAVIOUR P10
 TEST_F(ProjectManagerTest, AMissingHeadFileSetsEveryBitOfTheFirstWordAndKeepsTheStations) {
     manager.Create(path);
     CLOUD_HEADER header;
@@ -266,6 +274,7 @@ TEST_F(ProjectManagerTest, AMissingHeadFileSetsEveryBitOfTheFirstWordAndKeepsThe
     EXPECT_EQ(header.stationCount, 8U);
 }
 
+// BEHAVIOUR P10
 TEST_F(ProjectManagerTest, AShortHeadFileLeavesTheFieldsThatItLacks) {
     manager.Create(path);
     CLOUD_HEADER written;
@@ -287,6 +296,7 @@ TEST_F(ProjectManagerTest, AShortHeadFileLeavesTheFieldsThatItLacks) {
     EXPECT_EQ(header.stationCount, 0U);
 }
 
+// BEHAVIOUR P12
 TEST_F(ProjectManagerTest, SettingsGoToTheProjectFileUnderTheManagersVersion) {
     manager.Create(path);
     PROJECT_SETTINGS settings;

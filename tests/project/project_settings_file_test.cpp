@@ -122,6 +122,7 @@ TEST(ProjectSettingsFile, ReadsBackEveryFieldThatItWrote) {
     EXPECT_EQ(Flat(read), Flat(Filled(101)));
 }
 
+// BEHAVIOUR P11
 TEST(ProjectSettingsFile, GivesTheFixedValuesToTheFieldsOfLaterVersions) {
     Bytes file = GoldenFile(4);
     file.resize(204);
@@ -139,6 +140,7 @@ TEST(ProjectSettingsFile, GivesTheFixedValuesToTheFieldsOfLaterVersions) {
     EXPECT_EQ(read.minCellPoints, 10);
 }
 
+// BEHAVIOUR P11
 TEST(ProjectSettingsFile, ReadsEveryTruncationOfEveryVersionAsAStreamWould) {
     for (std::int32_t version = -1; version <= 14; ++version) {
         const Bytes whole = GoldenFile(version);

@@ -57,6 +57,7 @@ TEST_F(ScanStations, LeaveTheOutputsOfAMissingStation) {
     EXPECT_EQ(Rotation(), Eigen::Matrix4d::Identity());
 }
 
+// BEHAVIOUR H1
 TEST_F(ScanStations, LeaveTheValuesThatAShortFileLacks) {
     const std::vector<double> stored{10, 20, 30};
     for (std::size_t bytes = 0; bytes <= 24; ++bytes) {
@@ -92,6 +93,7 @@ TEST_F(ScanStations, TurnCounterClockwiseAboutTheAxis) {
     EXPECT_EQ(Rotation().col(3), Eigen::Vector4d(0, 0, 0, 1));
 }
 
+// BEHAVIOUR H2
 TEST_F(ScanStations, TakeTheAxisAsItIsStored) {
     const Eigen::Vector3d axis(1, -2, 0.5);
     const double angle = 0.7;
@@ -109,6 +111,7 @@ TEST_F(ScanStations, TakeTheAxisAsItIsStored) {
     }
 }
 
+// BEHAVIOUR H1
 TEST_F(ScanStations, StandUprightWhereTheAngleIsMissing) {
     WriteOrientation({0, 0, 1});
     EXPECT_EQ(Rotation(), Eigen::Matrix4d::Identity());

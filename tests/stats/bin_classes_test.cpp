@@ -27,6 +27,7 @@ TEST(BinClasses, WeighBinsByTheirPoints) {
                 ElementsAre(0, 2, 3));
 }
 
+// BEHAVIOUR H9
 TEST(BinClasses, GiveATieToTheLongerLastClass) {
     EXPECT_THAT(BinClasses(Values{1, 2, 3}, Values{7, 7, 7}, 2), ElementsAre(0, 1));
     // 0.1, 0.2, 0.3 are not evenly spaced as doubles: that is within the tolerance.

@@ -32,6 +32,7 @@ TEST(Mathematic, AveragesInOrderAndHasNoAverageOfNothing) {
     EXPECT_TRUE(std::isnan(Mathematic::Average({})));
 }
 
+// BEHAVIOUR H10
 TEST(Mathematic, HandsOutTheSumsOfCoordinatesAsTheCentroid) {
     CCloudPoint<float> a;
     a.x = 1, a.y = 2, a.z = 3;
@@ -107,6 +108,7 @@ TEST(Mathematic, RoundsToThreeDecimalsHalvesAwayFromZero) {
     EXPECT_EQ(Mathematic::round(-0.0), 0.0);
 }
 
+// BEHAVIOUR H11
 TEST(Mathematic, RoundsWhatLeavesTheIntegersToTheSmallest) {
     for (const double x : {9.3e15, -9.3e15, std::numeric_limits<double>::infinity(),
                            std::numeric_limits<double>::quiet_NaN()}) {
@@ -142,6 +144,7 @@ TEST(Mathematic, DrawsWhatTheRuntimesGeneratorWasSeededFor) {
     EXPECT_EQ(Mathematic::Rand(32'767, 0), second);
 }
 
+// BEHAVIOUR H4
 TEST(RandomDraw, OfTheRuntimeFillsFifteenBits) {
     std::srand(1);
     int bits = 0;
@@ -153,6 +156,7 @@ TEST(RandomDraw, OfTheRuntimeFillsFifteenBits) {
     EXPECT_EQ(bits, detail::kLargestDraw);
 }
 
+// BEHAVIOUR H4
 TEST(RandomDraw, OfASeedIsTheSameOnEverySystem) {
     detail::SeededDraws draws(1);
     EXPECT_EQ(draws(), 41);
@@ -160,6 +164,7 @@ TEST(RandomDraw, OfASeedIsTheSameOnEverySystem) {
     EXPECT_EQ(draws(), 6'334);
 }
 
+// BEHAVIOUR H5
 TEST(RandomDraw, ScalesInSinglePrecisionToBothEnds) {
     EXPECT_EQ(detail::ScaleDraw(0, 100, 5), 5);
     EXPECT_EQ(detail::ScaleDraw(32'767, 100, 5), 105);
@@ -190,6 +195,7 @@ TEST(JenksSample, DrawsBinsInProportionToTheirPoints) {
     EXPECT_NEAR(share(3.5), 0.6, 0.03);
 }
 
+// BEHAVIOUR H7
 TEST(JenksSample, AddsNothingForDrawsThatReachTheLastKey) {
     // The first key is 0: no draw is below it, and every draw but 0..3 of 4 is past the last.
     const auto samples = Sample(4'000, {{0, 1.0}, {1, 2.0}}, 4);
@@ -213,6 +219,7 @@ TEST(JenksSample, SortsNaNLast) {
         std::all_of(firstNaN, samples.end(), [](double value) { return std::isnan(value); }));
 }
 
+// BEHAVIOUR H6
 TEST(JenksSample, WrapsDrawsOfMoreThanTwoToTheThirtyOnePoints) {
     // Draws from 2^31 to 2^32 - 1 are negative in 32 bits, below every key: the first bin's.
     const auto samples = Sample(2'000, {{1, 1.0}, {4'294'967'296, 2.0}}, 4'294'967'040);

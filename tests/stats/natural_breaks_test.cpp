@@ -59,6 +59,7 @@ TEST(NaturalBreaks, OfEqualValuesAreThatValue) {
     EXPECT_THAT(Breaks(Values(40, 2.5), 4), ElementsAre(-1, 2.5, 2.5, 2.5, 2.5));
 }
 
+// BEHAVIOUR H8
 TEST(NaturalBreaks, GiveATieToTheLongerLastClass) {
     // {1} {2 3} and {1 2} {3} are equally good.
     EXPECT_THAT(Breaks({1, 2, 3}, 2), ElementsAre(-1, 1, 3));

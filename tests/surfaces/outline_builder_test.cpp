@@ -55,6 +55,7 @@ double SignedArea(const PlaneRing& ring) {
     return twice / 2;
 }
 
+// BEHAVIOUR F6
 TEST(BuildOutline, FindsASquareWithASquareHole) {
     const Positions positions =
         Grid(30, 30, [](int x, int y) { return x <= 10 || x >= 20 || y <= 10 || y >= 20; });
@@ -153,6 +154,7 @@ TEST_P(BuildOutlineModel, RandomPointsHaveOneRegionWithoutHolesThatHoldsThem) {
 }
 INSTANTIATE_TEST_SUITE_P(Seeds, BuildOutlineModel, testing::Range(0U, 6U));
 
+// BEHAVIOUR F6
 TEST(BuildOutline, IsNotLedByADensePatch) {
     std::mt19937 random(9);
     Positions positions = RandomRectangle(random, 20000, 1, 1);
@@ -163,6 +165,7 @@ TEST(BuildOutline, IsNotLedByADensePatch) {
     EXPECT_NEAR(outline.area, 100, 4);
 }
 
+// BEHAVIOUR F8
 TEST(BuildOutline, ThinsLargeSetsToAboutTheSameOutline) {
     std::mt19937 random(10);
     const Positions positions = RandomRectangle(random, 40000, 4, 4);
@@ -173,6 +176,7 @@ TEST(BuildOutline, ThinsLargeSetsToAboutTheSameOutline) {
     EXPECT_LE(thinned.regions[0].outer.points.size(), all.regions[0].outer.points.size());
 }
 
+// BEHAVIOUR F7
 TEST(BuildOutline, HasNoRegionForTooFewPointsOrPointsOnALine) {
     EXPECT_TRUE(BuildOutline({}, {}).regions.empty());
     EXPECT_TRUE(BuildOutline({{1, 2}, {3, 4}}, {}).regions.empty());

@@ -138,6 +138,7 @@ TEST(PointCloudGeometrics, HasNoFacesForPointsOnALine) {
     EXPECT_TRUE(faces.empty());
 }
 
+// BEHAVIOUR S1
 TEST(PointCloudGeometrics, SurfaceKeepsTheFirstAndConstrainedSurfaceTheLastOfEqualPositions) {
     Points points{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 5}, {1, 0, -2}};
     std::vector<int> first;
@@ -167,6 +168,7 @@ TEST(PointCloudGeometrics, ConstrainedSurfaceKeepsTheBoundaryAsEdges) {
     EXPECT_EQ(points.size(), 4U);
 }
 
+// BEHAVIOUR S4
 TEST(PointCloudGeometrics, LeavesTheBoundaryOpen) {
     Points points{{-3, 0, 0}, {0, -1, 0}, {3, 0, 0}, {0, 1, 0}, {0, 4, 0}};
     const Points boundary{points[0], points[4], points[2]};
@@ -175,6 +177,7 @@ TEST(PointCloudGeometrics, LeavesTheBoundaryOpen) {
     EXPECT_FALSE(HasEdge(faces, 0, 2));
 }
 
+// BEHAVIOUR S2
 TEST(PointCloudGeometrics, AppendsBoundaryPointsAsPlanarPositionsWithTheirDistance) {
     const PlaneFrame frame(1, 2, 3, -4);
     std::mt19937 random(4);
@@ -238,6 +241,7 @@ TEST(PointCloudGeometrics, CountsThePolygonsRimAsInside) {
     EXPECT_TRUE(Geometrics::ptArrToCGPolygon({}).is_empty());
 }
 
+// BEHAVIOUR S5
 TEST(PointCloudGeometrics, AngleMultipliesByTheLengthOfItsSecondVector) {
     using Vector = CGAL::Vector_3<Kernel>;
     EXPECT_EQ(Geometrics::Angle(Vector(1, 0, 0), Vector(0, 1, 0)), std::acos(0.0));

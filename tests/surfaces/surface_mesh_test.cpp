@@ -50,6 +50,7 @@ struct Sheet {
     }
 };
 
+// BEHAVIOUR S3
 TEST(SurfaceMesh, AMeshCutToItsOutlineHasTheOutlinesArea) {
     Sheet sheet;
     const std::size_t given = sheet.points.size();

@@ -86,7 +86,7 @@ private:
 
 // As much of a UTF-8 text as a name holds, and no half letter at its end.
 std::string_view ShortName(std::string_view text) {
-    if (text.size() <= kNameBytes) return text;
+    if (text.size() <= kNameBytes) return text;  // BEHAVIOUR X19
     std::size_t end = kNameBytes;
     const auto continues = [&](std::size_t at) {
         return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
@@ -162,6 +162,7 @@ void ReadCodecs(const XmlElement& points, Reading& reading) {
     }
 }
 
+// BEHAVIOUR X17
 void ReadPose(const XmlElement& scan, Reading& reading, ScanPose& pose) {
     const XmlElement* element = scan.Child("pose");
     if (element == nullptr) return;

@@ -24,6 +24,7 @@ namespace orvix::importer {
 ///          short, a page whose checksum is not that of its bytes. Every page is verified whenever
 ///          it is read.
 /// Threads  one at a time.
+// BEHAVIOUR X18
 class E57Pages {
 public:
     static Expected<E57Pages> Open(ScanFile file);

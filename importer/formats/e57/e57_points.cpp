@@ -35,6 +35,7 @@ void LoadFloats(const std::uint8_t* bytes, std::span<double> values) {
     }
 }
 
+// BEHAVIOUR X15
 float Spread(double value, const std::optional<E57Limits>& limits, double max) {
     if (!std::isfinite(value)) return 0;
     if (!limits) return static_cast<float>(std::clamp<double>(value, -FLT_MAX, FLT_MAX));
@@ -127,7 +128,7 @@ void E57PointDecoder::Append(const Block& block, std::size_t count, DecodedPiece
     };
     for (std::size_t i = 0; i < count; ++i) {
         if (set(kState, i)) {
-            ++(values[kState][i] == 1 ? decoded.directionOnly : decoded.invalid);
+            ++(values[kState][i] == 1 ? decoded.directionOnly : decoded.invalid);  // BEHAVIOUR X16
             continue;
         }
         ScanPoint& point = decoded.points.emplace_back();

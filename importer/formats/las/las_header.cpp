@@ -40,7 +40,7 @@ std::uint64_t DeclaredPoints(const std::vector<std::uint8_t>& bytes, const Store
     const bool hasCount64 = header.minorVersion >= 4 && header.headerBytes >= kHeaderWithCount64 &&
                             bytes.size() >= kHeaderWithCount64;
     const auto count64 = hasCount64 ? Load<std::uint64_t>(bytes.data() + 247) : 0;
-    return count64 != 0 ? count64 : count32;
+    return count64 != 0 ? count64 : count32;  // BEHAVIOUR X3
 }
 
 StoredHeader LoadHeader(const std::vector<std::uint8_t>& bytes) {
@@ -132,6 +132,7 @@ bool HasCompressionRecord(const ScanFile& file, const StoredHeader& stored) {
 
 Expected<void> CheckPoints(const ScanFile& file, const StoredHeader& header) {
     if (header.compressed) return {};
+    // BEHAVIOUR X2
     if (header.points <= file.BytesFrom(header.firstPointByte) / header.recordBytes) return {};
     if (HasCompressionRecord(file, header)) return file.Bad(kUnknownCompression);
     return BadCutShort(file, {.noun = "points",

@@ -20,7 +20,7 @@ void DecodeRecords(const LasHeader& header, const std::uint8_t* record, std::spa
         point.z = Load<std::int32_t>(record + 8) * scale[2] + offset[2];
         point.intensity = Load<std::uint16_t>(record + 12);
         point.classification =
-            static_cast<std::uint8_t>(record[layout.classByte] & layout.classMask);
+            static_cast<std::uint8_t>(record[layout.classByte] & layout.classMask);  // BEHAVIOUR X6
         if constexpr (HasColour) {
             point.red = Load<std::uint16_t>(record + layout.colourByte);
             point.green = Load<std::uint16_t>(record + layout.colourByte + 2);

@@ -60,7 +60,7 @@ public:
         for (std::size_t first = 0; first < decoded.points.size(); first += perBlock) {
             const std::size_t count = std::min(perBlock, decoded.points.size() - first);
             decoder->Decode(std::span(records).first(count * header_.recordBytes));
-            if (decoder->RanPastEnd()) return BadChunk(piece);
+            if (decoder->RanPastEnd()) return BadChunk(piece);  // BEHAVIOUR X5
             DecodeLasRecords(header_, records.data(),
                              std::span(decoded.points).subspan(first, count));
         }

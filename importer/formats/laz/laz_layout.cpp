@@ -263,7 +263,7 @@ Expected<void> CountPoints(const ScanFile& file, const LasHeader& header, std::u
         if (!variable) chunk.points = std::min<std::uint64_t>(chunkPoints, header.points - points);
         chunk.firstPoint = points;
         points += chunk.points;
-        if (chunk.points > kMaxChunkPoints || chunk.bytes > kMaxPieceBytes) {
+        if (chunk.points > kMaxChunkPoints || chunk.bytes > kMaxPieceBytes) {  // BEHAVIOUR X4
             return file.Bad(fmt::format(
                 "the chunk at byte {} has {} points in {} bytes; up to {} points in {} bytes are "
                 "read. {}",

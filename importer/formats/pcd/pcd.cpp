@@ -107,7 +107,7 @@ public:
         info_.hasColour |= header_.packed.has_value();
         info_.colourBits = 8;
         ScanPart& scan = info_.scans.front();
-        scan.pose = header_.viewpoint;
+        scan.pose = header_.viewpoint;  // BEHAVIOUR X20
         if (scan.pose) scan.map = MapOf(*scan.pose);
     }
 

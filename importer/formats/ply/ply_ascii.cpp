@@ -101,7 +101,7 @@ Expected<void> PlyAsciiReader::Decode(const RawPiece& piece, DecodedPiece& decod
         if (DecodeLine(line, point)) {
             decoded.points.push_back(point);
         } else {
-            ++decoded.malformed;
+            ++decoded.malformed;  // BEHAVIOUR X9
         }
     }
     return {};

@@ -173,7 +173,7 @@ void HeaderParser::ChooseColourScale() {
     if (!header.columns.HasColour()) return;
     const auto& properties = header.Vertex().properties;
     const PlyType type = properties[header.columns.Of(Role::Red)].type;
-    if (IsFloating(type)) header.colourScale = 65535;
+    if (IsFloating(type)) header.colourScale = 65535;  // BEHAVIOUR X7
     if (SizeOf(type) == 1) header.colourBits = 8;
     if (SizeOf(type) == 2 || IsFloating(type)) header.colourBits = 16;
 }

@@ -73,7 +73,7 @@ AffineMap AxesOf(const BlockHead& head) {
 std::optional<ScanPart> PartOf(const BlockHead& head) {
     const AffineMap map = MapOf(head);
     AffineMap axes = AxesOf(head);
-    if (axes.m == AffineMap{}.m) axes = map;
+    if (axes.m == AffineMap{}.m) axes = map;  // BEHAVIOUR X22
     const auto rotation = RotationOf(axes);
     if (!rotation || !RotationOf(map)) return std::nullopt;
     ScanPart part;
@@ -124,7 +124,7 @@ public:
             if (!DecodeLine(line, point)) {
                 ++decoded.malformed;
             } else if (point.x == 0 && point.y == 0 && point.z == 0) {
-                ++decoded.noReturn;
+                ++decoded.noReturn;  // BEHAVIOUR X21
             } else {
                 decoded.points.push_back(point);
             }

@@ -70,7 +70,7 @@ bool DecodeLine(std::string_view line, const TextLayout& layout, ScanPoint& poin
         if (role != Role::None) {
             double value = 0;
             const bool isNumber = columns.Number(value);
-            if (!isNumber && role <= Role::Z) return false;
+            if (!isNumber && role <= Role::Z) return false;  // BEHAVIOUR X13
             StoreValue(role, isNumber ? value : 0, layout.colourScale, point);
         }
         columns.Advance();
@@ -138,7 +138,7 @@ private:
                          layout_.data.lineEnd);
         std::string_view line;
         if (!lines.Next(line) || lines.Rest().empty()) return {};
-        const auto count = CountIn(line);
+        const auto count = CountIn(line);  // BEHAVIOUR X23
         if (!count || *count == 0) return {};
         linesLeft_ = count;
         lines_.GoTo(offset + bytes - lines.Rest().size(), lines_.Line() + 1);

@@ -34,6 +34,7 @@ struct Dialect {
     char separator;
     char decimalPoint;
 };
+// BEHAVIOUR X11
 constexpr Dialect kDialects[] = {{';', '.'}, {';', ','},  {',', '.'}, {'\t', '.'},
                                  {' ', '.'}, {'\t', ','}, {' ', ','}};
 
@@ -158,7 +159,7 @@ public:
 
 private:
     void SkipCount() {
-        if (lines_.empty() || !IsCount(lines_.front().text)) return;
+        if (lines_.empty() || !IsCount(lines_.front().text)) return;  // BEHAVIOUR X10
         count_ = CountIn(lines_.front().text);
         lines_.erase(lines_.begin());
     }
@@ -202,7 +203,7 @@ void Trial::ChooseColumnsByNumber() {
     for (const auto& [columns, lines] : linesByWidth) {
         if (columns >= 3 && lines > linesByWidth[width]) width = columns;
     }
-    if (width == 4 || width == 7) columns_.Set(Role::Intensity, 3);
+    if (width == 4 || width == 7) columns_.Set(Role::Intensity, 3);  // BEHAVIOUR X12
     if ((width == 6 || width == 7) && !AnyNegative(width - 3)) {
         columns_.Set(Role::Red, width - 3);
         columns_.Set(Role::Green, width - 2);

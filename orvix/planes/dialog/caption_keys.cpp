@@ -18,6 +18,7 @@ bool StartsWord(const CString& text, std::size_t at) {
 
 }  // namespace
 
+// BEHAVIOUR D11
 CString CaptionKeys::Mark(const CString& caption) {
     const auto find = [&](bool inside) {
         std::size_t at = 0;

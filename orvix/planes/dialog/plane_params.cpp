@@ -197,6 +197,7 @@ void PlaneParams::OnNMReleasedcaptureSliderSpeed() {
     UpdateSpeed();
 }
 
+// BEHAVIOUR D7
 void PlaneParams::OnBnClickedButtonDefault() {
     State& s = *state_;
     const double step =
@@ -219,7 +220,7 @@ void PlaneParams::OnBnClickedView() {
 
 void PlaneParams::DrawResult() {
     State& s = *state_;
-    if (!s.preview || !s.draw) return;
+    if (!s.preview || !s.draw) return;  // BEHAVIOUR D9
     PlaneWormSettings tried = *s.settings;
     s.sets.StoreInto(tried);
     s.draw(tried);
@@ -238,7 +239,7 @@ void PlaneParams::SwichData(const bool& alive) {
 
 void PlaneParams::OnBnClickedOk() {
     State& s = *state_;
-    s.sets.StoreInto(*s.settings);
+    s.sets.StoreInto(*s.settings);  // BEHAVIOUR D8
     s.window->Close(kOk);
 }
 

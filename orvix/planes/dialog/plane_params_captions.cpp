@@ -92,6 +92,7 @@ CString SpeedText(int position) {
     return Text(kNames[std::clamp(position, 0, 2)]);
 }
 
+// BEHAVIOUR D10
 CString StepText(double splitSize) {
     return Widened(fmt::format("Step: {:.2f} m", splitSize));
 }

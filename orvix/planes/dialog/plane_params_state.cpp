@@ -57,6 +57,7 @@ void PlaneParams::State::StepUp(Row row) {
 
 void PlaneParams::State::TakeMoved() {
     if (Moved(Row::Metres) || Moved(Row::Decimetres) || Moved(Row::Centimetres)) TakeSplitSize();
+    // BEHAVIOUR D1
     if (Moved(Row::Angle)) Shown().diffs.fill(detail::DiffOf(Position(Row::Angle)));
     if (Moved(Row::Speed))
         Shown().minPlane = detail::MinPlaneOf(Position(Row::Speed), Shown().thirdMinPlane);
@@ -64,9 +65,10 @@ void PlaneParams::State::TakeMoved() {
 }
 
 void PlaneParams::State::TakeSplitSize() {
+    // BEHAVIOUR D2
     const std::int32_t sum =
         Position(Row::Metres) * 100 + Position(Row::Decimetres) * 10 + Position(Row::Centimetres);
-    if (sum < minCentimetres) PlaceSplitSize(minCentimetres);
+    if (sum < minCentimetres) PlaceSplitSize(minCentimetres);  // BEHAVIOUR D4
     Shown().splitSize = detail::SplitSizeOf(std::max(sum, minCentimetres));
 }
 

@@ -29,7 +29,7 @@ std::int32_t CentimetresOf(double splitSize) {
 
 double SplitSizeOf(std::int32_t centimetres) {
     const double metres = centimetres / 100.0;
-    return CentimetresOf(metres) < centimetres ? NextAbove(metres) : metres;
+    return CentimetresOf(metres) < centimetres ? NextAbove(metres) : metres;  // BEHAVIOUR D3
 }
 
 std::int32_t AngleStepsOf(double diff) {
@@ -41,6 +41,7 @@ double DiffOf(std::int32_t steps) {
     return AngleStepsOf(diff) < steps ? NextAbove(diff) : diff;
 }
 
+// BEHAVIOUR D5
 double PassingAngle(double diff) {
     if (!(diff > 0)) return 0;
     return diff < 2 ? 2 * std::asin(diff / 2) * 180 / std::numbers::pi : 180;
@@ -51,6 +52,7 @@ int SpeedOf(std::int32_t minPlane) {
     return minPlane == kBalancedMinPlane ? 1 : 2;
 }
 
+// BEHAVIOUR D6
 std::int32_t MinPlaneOf(int speed, std::int32_t third) {
     if (speed == 0) return kExactMinPlane;
     return speed == 1 ? kBalancedMinPlane : third;

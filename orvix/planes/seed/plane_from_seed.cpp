@@ -110,6 +110,7 @@ private:
     bool WidenTolerance() {
         if (options_.maxDistance > 0) return false;
         const double spread = kSigmas * detail::NoiseOf(plane_, Inliers());
+        // BEHAVIOUR W15
         const double limit = std::min({2 * seedTolerance_, seedTolerance_ + kMostBend, split_ / 4});
         const double wider = std::min(spread, limit);
         if (!(wider > tolerance_ * kWorthwhileWidening)) return false;

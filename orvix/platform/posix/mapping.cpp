@@ -16,6 +16,7 @@ namespace {
 /// offset agree modulo its length. A view therefore begins at such an address, and around a view
 /// for reading whole pieces are mapped: one of 8 MiB that begins between two pieces costs a fifth
 /// of what its pages would cost one by one.
+// BEHAVIOUR O7
 constexpr std::size_t kPieceBytes = std::size_t{2} << 20;
 
 /// The first piece is preceded by memory of its own that keeps the length of all together:

@@ -181,6 +181,7 @@ PathLock::~PathLock() {
     Release(handle_);
 }
 
+// BEHAVIOUR O8
 PathLock PathLock::TryAcquire(const CString& path, std::error_code& error) {
     PathLock lock;
     const std::string native = NativePath(path);

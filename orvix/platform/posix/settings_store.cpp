@@ -54,7 +54,7 @@ std::string ConfigurationFolder(const char* variable, const std::string& otherwi
 
 std::string StoreFolder(RegistryRoot root) {
     const std::string chosen = ToUtf8(EnvironmentVariable("ORVIX_SETTINGS_DIR"));
-    if (!chosen.empty()) return chosen;
+    if (!chosen.empty()) return chosen;  // BEHAVIOUR U9
     return root == RegistryRoot::CurrentUser
                ? ConfigurationFolder("XDG_CONFIG_HOME", HomeFolder() + "/.config")
                : ConfigurationFolder("XDG_CONFIG_DIRS", "/etc/xdg");
@@ -65,6 +65,7 @@ std::string StorePath(RegistryRoot root) {
 }
 
 /// A key path without empty parts, as spelled and as compared.
+// BEHAVIOUR U8
 struct KeyPath {
     explicit KeyPath(const CString& text) {
         CString joined;
@@ -95,7 +96,7 @@ bool IsDamage(int result) {
 
 void Announce(RegistryRoot root, const std::string& text) {
     if (quietSettings != 0) return;
-    if (troubleAnnounced[static_cast<unsigned>(root)].exchange(true)) return;
+    if (troubleAnnounced[static_cast<unsigned>(root)].exchange(true)) return;  // BEHAVIOUR U7
     ReportError(FromUtf8(text).c_str());
 }
 

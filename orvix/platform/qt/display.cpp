@@ -54,6 +54,7 @@ bool WaylandAnswers() {
 
 }  // namespace
 
+// BEHAVIOUR O9
 Display FindDisplay(bool wayland) {
     const std::string chosen = Variable("QT_QPA_PLATFORM");
     const bool needsX = std::string_view(chosen).substr(0, 3) == "xcb";

@@ -30,6 +30,7 @@ bool CheckLog::Advance(std::uint64_t bytes) {
 
 CheckReport CheckLog::Finish() {
     for (const Kind& kind : kinds_) {
+        // BEHAVIOUR K2
         if (kind.count <= kExamples || kind.lastListed >= report_.faults.size()) continue;
         report_.faults[kind.lastListed].what +=
             fmt::format(" (and {} more like it)", kind.count - kExamples);

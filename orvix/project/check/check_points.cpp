@@ -87,7 +87,7 @@ private:
             return;
         }
         Measure(point);
-        if (!sound_.cells100) return;
+        if (!sound_.cells100) return;  // BEHAVIOUR K3
         const auto axes = CellsOf(point);
         if (const CellKey cell = cell100_.At(i); cell != Cell100Of(axes)) {
             log_.Add(grid_.points.Path(), "point {} lies in 100 cm cell {} and is filed under {}",

@@ -14,6 +14,7 @@ namespace {
 using Coordinates = RecordFile<SimplePointT<float>>;
 
 // Two nearest points may tie up to rounding; either may stand for its block.
+// BEHAVIOUR K5
 constexpr double kTieTolerance = 1e-9;
 
 struct ViewFiles {

@@ -22,6 +22,7 @@ Position PositionOf(const Point& point) {
             std::bit_cast<std::uint32_t>(point.z)};
 }
 
+// BEHAVIOUR K6
 bool IsDataOf(const CPointDataFull& data, const CCloudPoint<float>& point) {
     return std::memcmp(data.attributes.data(), point.attributes.data(), kDataBytes) == 0 &&
            std::memcmp(data.reserved.data(), point.attributes.data() + kDataBytes, kStationBytes) ==

@@ -120,7 +120,7 @@ void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t sta
 void CheckFiles(CheckLog& log, ProjectManager& paths) {
     CheckSettings(log, paths.projectFile);
     const CLOUD_HEADER head = CheckHead(log, paths.headFile);
-    if (const auto frame = ReadTransform(paths.transformFile); !frame) {
+    if (const auto frame = ReadTransform(paths.transformFile); !frame) {  // BEHAVIOUR K4
         if (frame.error().code != ErrorCode::Damaged) return log.Refuse(frame.error());
         log.Add(paths.transformFile, "{}", frame.error().message);
     }
@@ -137,7 +137,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
 
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options) {
     ProjectManager paths;
-    if (auto found = detail::FindProject(paths, projectFile); !found) {
+    if (auto found = detail::FindProject(paths, projectFile); !found) {  // BEHAVIOUR K1
         return ErrorOf(found);
     }
     CheckLog log(options);

@@ -87,6 +87,7 @@ TEST(RasterOutline, TellsIslandsInHolesApartAndDropsWhatIsSmall) {
     EXPECT_EQ(OutlineOf(raster, {2000, 1000}).regions[0].holes.size(), 0U);
 }
 
+// BEHAVIOUR A8
 TEST(RasterOutline, FillsASmallHoleWithWhatStandsInIt) {
     const PlaneRaster raster = RasterOf(40, 40, 1, [](const Position& p) {
         const double away = std::max(std::abs(p.x - 20), std::abs(p.y - 20));

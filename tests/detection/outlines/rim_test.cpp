@@ -85,6 +85,7 @@ double Between(const RimCorner& a, const RimCorner& b, const RimCorner& c, const
     return least == 1e300 ? 0 : least;
 }
 
+// BEHAVIOUR A7
 TEST(RimTracer, MakesAHoleOfWhatARimGoesAroundBeforeItTouchesItself) {
     const std::vector<Rim> rims = TraceRims(RasterOf({"###", "#.#", "##."}));
     ASSERT_EQ(rims.size(), 2U);
@@ -98,6 +99,7 @@ TEST(RimTracer, MakesAHoleOfWhatARimGoesAroundBeforeItTouchesItself) {
               1);
 }
 
+// BEHAVIOUR A7
 TEST(RimTracer, KeepsPiecesApartThatTouchAtACorner) {
     const std::vector<Rim> rims = TraceRims(RasterOf({"##..", "##..", "..##", "..##"}));
     ASSERT_EQ(rims.size(), 2U);
@@ -184,6 +186,7 @@ TEST_P(RimModel, TellsEveryPixelByTheRimsAroundIt) {
     EXPECT_EQ(area, 2 * filled);
 }
 
+// BEHAVIOUR A7
 TEST_P(RimModel, StraightensRimsThatStaySimpleClearOfEachOtherAndInTheirPlaces) {
     for (const double tolerance : {1.0, 4.0}) {
         std::vector<Rim> rims = TraceRims(raster_);

@@ -153,6 +153,7 @@ TEST_P(CellMapModel, GoesThroughTheCellsAroundATile) {
     }
 }
 
+// BEHAVIOUR A1
 TEST_P(CellMapModel, ChoosesAmongTheRegionsOfTheCellsBeside) {
     const auto choices = PlaneChoices::Of(map_, parallel::Pool(2, {}, ""));
     ASSERT_TRUE(choices);

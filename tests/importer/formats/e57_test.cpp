@@ -96,6 +96,7 @@ TEST_P(E57Seeds, FieldsOfAnyWidthComeBackHoweverPacketsCutThem) {
 
 INSTANTIATE_TEST_SUITE_P(All, E57Seeds, testing::Range(1u, 41u));
 
+// BEHAVIOUR X17
 TEST(E57, ReadsEveryScanWithItsNameAndPose) {
     const double half = std::sqrt(0.5);
     const E57TestScan hall{.name = "hall & <yard>", .columns = Line(10)};
@@ -121,6 +122,7 @@ TEST(E57, ReadsEveryScanWithItsNameAndPose) {
     EXPECT_EQ(read.info.scans[2].name, "empty");
 }
 
+// BEHAVIOUR X19
 TEST(E57, CutsALongNameAtAWholeLetter) {
     for (const std::string letter : {"e", "\u00E9", "\u20AC", "\U0001F3E0"}) {
         for (std::size_t before = 4092; before <= 4096; ++before) {
@@ -153,6 +155,7 @@ TEST(E57, TurnsRangeAzimuthAndElevationIntoPositions) {
     EXPECT_NEAR(read.points[2].z, 3 * std::sin(-1.5), 1e-14);
 }
 
+// BEHAVIOUR X16
 TEST(E57, CountsRecordsThatAreNoPointByTheirReason) {
     auto columns = Line(6);
     columns.push_back(Whole("cartesianInvalidState", {0, 1, 2, 0, 2, 3}, 3));
@@ -162,6 +165,7 @@ TEST(E57, CountsRecordsThatAreNoPointByTheirReason) {
     EXPECT_EQ(read.pointless.invalid, 3u);
 }
 
+// BEHAVIOUR X15
 TEST(E57, SpreadsAttributesFromTheirLimits) {
     auto columns = Line(4);
     columns.push_back(Real("intensity", {0.25, 0.5, 1.0, 9}));

@@ -33,6 +33,7 @@ bool HasColour(std::uint8_t format) {
 
 class LasPointFormats : public testing::TestWithParam<int> {};
 
+// BEHAVIOUR X6
 TEST_P(LasPointFormats, EveryAttributeOfEveryVersionIsReadAsStored) {
     const auto format = static_cast<std::uint8_t>(GetParam());
     const auto points = SomePoints(50);
@@ -78,6 +79,7 @@ TEST(LasReader, ThePieceBoundaryCutsNoRecord) {
     EXPECT_EQ(scan.points[199].green, points[199].green);
 }
 
+// BEHAVIOUR X3
 TEST(LasReader, TheWideCountOfLas14CountsUnlessItIsZero) {
     const auto points = SomePoints(5);
     LasLayout layout{.minorVersion = 4, .pointFormat = 6, .count32 = 2, .count64 = 4};
@@ -90,6 +92,7 @@ TEST(LasReader, TheWideCountOfLas14CountsUnlessItIsZero) {
     EXPECT_EQ(none.points.size(), 0u);
 }
 
+// BEHAVIOUR X2
 TEST(LasReader, EveryTruncationIsToldWithItsNumbers) {
     const auto bytes = MakeLas({.minorVersion = 4, .pointFormat = 7}, SomePoints(10));
     for (std::size_t size = 4; size < bytes.size(); ++size) {

@@ -199,6 +199,7 @@ TEST(LazReader, DamagedPointsAreAnErrorWithTheirPlace) {
                                           HasSubstr("from byte 477 on")));
 }
 
+// BEHAVIOUR X5
 TEST(LazReader, AnySpoiltBytesGiveAnErrorOrAsManyPoints) {
     std::mt19937_64 random(11);
     for (const int format : {0, 3, 6, 8}) {
@@ -247,6 +248,7 @@ TEST(LazReader, ParametersThatAreNotReadAreNamedWithTheWayOut) {
     EXPECT_THAT(ReadAll(lost).error, HasSubstr("the record that says how is missing"));
 }
 
+// BEHAVIOUR X4
 TEST(LazReader, NoTableHoweverWrongIsTrusted) {
     const Cloud cloud = RandomCloud(1, 0, 100, 1, false);
     const Bytes laz = MakeLaz(cloud.layout, cloud.records, {.chunkPoints = {40}});

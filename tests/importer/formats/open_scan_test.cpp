@@ -11,6 +11,7 @@ namespace {
 using namespace std::string_view_literals;
 using testing::HasSubstr;
 
+// BEHAVIOUR X1
 TEST(OpenScan, TellsTheFormatByTheContentWhateverTheName) {
     const ScratchFolder folder;
     const auto las = MakeLas({}, {LasPoint{1000, 2000, 3000}});
@@ -29,6 +30,7 @@ TEST(OpenScan, SaysWhatIsWrongWithAPathThatIsNoFile) {
     EXPECT_THAT(ReadAll(folder / L"sub").error, HasSubstr("a folder"));
 }
 
+// BEHAVIOUR X1
 TEST(OpenScan, NamesTheFormatsThatAreNotRead) {
     EXPECT_THAT(ReadAll("PK\3\4\0\0"sv).error, HasSubstr("Unpack it"));
     EXPECT_THAT(ReadAll("%PDF-1.7"sv).error, HasSubstr("a PDF document"));

@@ -145,6 +145,7 @@ TEST(Pcd, ReadsLinesWithTheirWordsWhereTheFieldsSay) {
     EXPECT_FALSE(scan.info.scans[0].pose);
 }
 
+// BEHAVIOUR X20
 TEST(Pcd, TheViewpointIsTheScannersPose) {
     const WholeScan scan = ReadAll(Header("x y z", "4 4 4", "F F F", 1, "ascii") + "0 0 0\n");
     ASSERT_TRUE(scan.info.scans[0].pose);

@@ -106,6 +106,7 @@ TEST(PlyReader, ListsAndOtherElementsAreSteppedOverExactly) {
     }
 }
 
+// BEHAVIOUR X7
 TEST(PlyReader, ColoursReachToTheLargestValueOfTheirType) {
     const auto colour = [](std::string_view type, std::string_view value) {
         const WholeScan scan = ReadAll(fmt::format(
@@ -134,6 +135,7 @@ TEST(PlyReader, LinesMayEndInAnyOfTheThreeWays) {
     }
 }
 
+// BEHAVIOUR X9
 TEST(PlyReader, ALineWithoutItsNumbersIsMalformedAndCountsAsAVertex) {
     const WholeScan scan = ReadAll(AsciiPly("1 2\n4 5 6 7\nx 1 2\n8 9 9", "4"));
     EXPECT_EQ(scan.error, "");

@@ -15,6 +15,7 @@ const std::string kStill = "1 0 0 0\n0 1 0 0\n0 0 1 0\n0 0 0 1\n";
 // A quarter of a turn about z, then (10, 20, 30): the matrix multiplies rows.
 const std::string kTurned = "0 1 0 0\n-1 0 0 0\n0 0 1 0\n10 20 30 1\n";
 
+// BEHAVIOUR X21, X22
 TEST(Ptx, EveryBlockIsAScanWithItsPose) {
     const WholeScan scan = ReadAll("2\n2\n" + kAxes + kTurned +
                                    "1 0 0 0.5\n0 0 0 0.5\n2 0 0 0.25 1 2 3\nx 0 0 1\n\n1\r\n1\r\n" +
@@ -71,6 +72,7 @@ TEST(Pts, EveryCountInItsPlaceLeadsAScan) {
     EXPECT_FALSE(scan.info.scans[1].pose);
 }
 
+// BEHAVIOUR X23
 TEST(Pts, ACountThatIsWrongOnlyJoinsScans) {
     const WholeScan few = ReadAll("1\n1 1 1 5\n2 2 2 6\n1\n3 3 3 7\n");
     EXPECT_EQ(Positions(few), "1 1 1; 2 2 2; 3 3 3");

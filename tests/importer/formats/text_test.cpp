@@ -26,6 +26,7 @@ struct Sniffed {
 
 class TextLayouts : public testing::TestWithParam<Sniffed> {};
 
+// BEHAVIOUR X10, X11, X12, X13
 TEST_P(TextLayouts, AreToldByTheContent) {
     const WholeScan scan = ReadAll(GetParam().text);
     EXPECT_EQ(scan.error, "");
@@ -95,6 +96,7 @@ TEST(TextReader, WhatIsNoTextScanEndsInASentence) {
                 HasSubstr("\"Dear reader,\""));
 }
 
+// BEHAVIOUR X14
 TEST(TextReader, ALineWithoutEndIsRefusedNotReadIntoMemory) {
     const std::string tooLong(3u << 20, '1');
     EXPECT_THAT(ReadAll(tooLong).error, HasSubstr("no whole line"));

@@ -34,20 +34,24 @@ Scaled Scale(const std::vector<float>& intensities) {
     return scaled;
 }
 
+// BEHAVIOUR I8
 TEST(AttributeScale, KeepsWholeIntensitiesThatFit) {
     EXPECT_THAT(Scale({0, 1, 65535}).values, ElementsAre(0, 1, 65535));
     EXPECT_THAT(Scale({0, 1}).values, ElementsAre(0, 1));
 }
 
+// BEHAVIOUR I8
 TEST(AttributeScale, SpreadsFractionsOfOneOverTheWholeRange) {
     EXPECT_THAT(Scale({0, 0.5f, 1}).values, ElementsAre(0, 32768, 65535));
 }
 
+// BEHAVIOUR I8
 TEST(AttributeScale, LiftsTheScaleThatStartsAtMinus2048) {
     EXPECT_THAT(Scale({-2048, -1, 2047}).values, ElementsAre(0, 2047, 4095));
     EXPECT_THAT(Scale({-2048, 0.5f}).values, ElementsAre(0, 2049));
 }
 
+// BEHAVIOUR I8
 TEST(AttributeScale, CutsEverythingElseWithAWarning) {
     for (const auto& values :
          {std::vector<float>{-2049, 5}, {0.5f, 70000}, {-0.5f, 0.5f}, {-1, 65000}, {0.25f, 300}}) {

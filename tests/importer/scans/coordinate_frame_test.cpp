@@ -13,6 +13,7 @@ std::array<double, 3> Array(const SimplePointT<double>& p) {
     return {p.x, p.y, p.z};
 }
 
+// BEHAVIOUR I3
 TEST(CoordinateFrame, TurnsEveryUnitIntoMetresWithOneRounding) {
     const auto metres = [](LengthUnit unit, double value) {
         return InputAxes(unit, UpAxis::Z).ToWorld(value, 0, 0).x;
@@ -24,11 +25,13 @@ TEST(CoordinateFrame, TurnsEveryUnitIntoMetresWithOneRounding) {
     EXPECT_EQ(metres(LengthUnit::UsSurveyFoot, 3937), 1200);
 }
 
+// BEHAVIOUR I4
 TEST(CoordinateFrame, TurnsYUpRoundTheAxesWithoutMirroring) {
     EXPECT_EQ(Array(InputAxes(LengthUnit::Metre, UpAxis::Y).ToWorld(1, 2, 3)),
               (std::array<double, 3>{3, 1, 2}));
 }
 
+// BEHAVIOUR I1
 TEST(CoordinateFrame, RoundsTheWeightedMedianToHundredsOfMetres) {
     const std::vector<WeightedPosition> medians{
         {{770'549, -149, 49}, 3}, {{770'551, -151, 1e9}, 2}, {{-1e11, 4e11, 48}, 2}};
@@ -36,6 +39,7 @@ TEST(CoordinateFrame, RoundsTheWeightedMedianToHundredsOfMetres) {
     EXPECT_FALSE(std::signbit(ChooseOrigin({{{-3, -3, -3}, 1}}).x));
 }
 
+// BEHAVIOUR I2
 TEST(CoordinateFrame, HasRoomForTenThousandKilometres) {
     EXPECT_TRUE(InRange({9'999'999, -9'999'999, 0}, {}));
     EXPECT_FALSE(InRange({1e7, 0, 0}, {}));

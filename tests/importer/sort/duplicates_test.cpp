@@ -33,6 +33,7 @@ TEST(Duplicates, AreFoundInACellOfAnySizeWithRoomForFewPositions) {
     }
 }
 
+// BEHAVIOUR I13
 TEST(Duplicates, TakeBothZerosForOne) {
     std::vector<AlivePoint> points{{0.0f, 1, 1}, {-0.0f, 1, 1}};
     std::vector<CellCount> cells{{kFirstKey, 2}};

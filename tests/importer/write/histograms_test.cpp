@@ -39,6 +39,7 @@ TEST(Histograms, CountHeightsByHalfOpenCentimetres) {
     EXPECT_THAT(histograms.HeightSlices(), ElementsAre(Bin(-0.05, 2), Bin(0.05, 3)));
 }
 
+// BEHAVIOUR I19
 TEST(Histograms, CountHeightsBeyondTenKilometresByTenMetres) {
     Histograms histograms;
     for (const float z : {-9.9e6f, -10'000.5f, -10'000.0f, 9999.0f, 10'000.0f, 10'009.0f, 9.9e6f}) {

@@ -39,6 +39,7 @@ TEST(SurfaceDensity, IsTheMedianOverThePointsNotOverTheCells) {
     EXPECT_EQ(density.Median(), 999'936);  // the upper 12 of 20 bits
 }
 
+// BEHAVIOUR I12
 TEST(SurfaceDensity, GivesStepsInHalfCentimetresWithinBounds) {
     EXPECT_DOUBLE_EQ(BaseStep(27), 0.245);
     EXPECT_DOUBLE_EQ(BaseStep(1e6), 0.025);

@@ -71,6 +71,7 @@ TEST(ProjectPublisher, LetsOneImportAtATimeWorkOnATarget) {
     EXPECT_TRUE(platform::PathExists(first->Working().projectFile));
 }
 
+// BEHAVIOUR I17
 TEST(ProjectPublisher, TakesTheFoldersThatADestroyedProjectLeavesButNoFiles) {
     const ScratchFolder folder;
     MakeFolders(folder / L"p_Project_Files", L"Data");
@@ -97,6 +98,7 @@ TEST(ProjectPublisher, LeavesFilesThatCarryItsNamesAndStemFromNoImport) {
     EXPECT_EQ(TextOf(folder / L"p.importing.prj"), "mine");
 }
 
+// BEHAVIOUR I15
 TEST(ProjectPublisher, ReplacesOnlyWhatIsAProject) {
     const ScratchFolder folder;
     const CString target = folder / L"map.prj";

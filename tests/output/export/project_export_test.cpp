@@ -92,6 +92,7 @@ protected:
     ScratchFolder folder_;
 };
 
+// BEHAVIOUR C9
 TEST_F(ProjectExport, AnImportOfAnExportedPlyGivesTheSameProject) {
     const output::ExportReport report = Export(L"out.ply");
     EXPECT_EQ(report.points, 5001u);
@@ -106,6 +107,7 @@ TEST_F(ProjectExport, AnImportOfAnExportedPlyGivesTheSameProject) {
     }
 }
 
+// BEHAVIOUR C10
 TEST_F(ProjectExport, APartKeepsItsProjectsOriginWhateverItsOwnMiddle) {
     const auto whole = detail::ReadTransform(folder_ / L"scan_Project_Files/transform");
     output::ExportOptions options;
@@ -116,6 +118,7 @@ TEST_F(ProjectExport, APartKeepsItsProjectsOriginWhateverItsOwnMiddle) {
     EXPECT_EQ(part->m, whole->m);
 }
 
+// BEHAVIOUR C10
 TEST_F(ProjectExport, AnOriginThatLiesFarFromThePointsOrBetweenStepsIsNotTaken) {
     for (const char* origin : {"5000000 6277500 0", "770512 6277500 0", "nan 0 0", "1e999 0 0"}) {
         const std::string text =
@@ -250,6 +253,7 @@ TEST_F(ProjectExport, ANegativeZeroStaysOne) {
     EXPECT_EQ(ReadBytes(Points(L"zero2")), ReadBytes(Points(L"zero")));
 }
 
+// BEHAVIOUR C11
 TEST_F(ProjectExport, NothingAppearsUnlessItIsComplete) {
     const auto target = folder_ / L"out.ply";
     const auto refusal = [&](const output::ExportOptions& options,

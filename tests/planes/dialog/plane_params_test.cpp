@@ -114,6 +114,7 @@ struct PlaneParamsTest : testing::Test {
         std::make_shared<PlaneWormSettings>(false, true, ProjectManager(), 2.0);
 };
 
+// BEHAVIOUR D10
 TEST_F(PlaneParamsTest, OpensWithTheSetInUseItsRangesAndItsTexts) {
     settings->stepClass = 1;
     Open([](FakeWindow& w) {
@@ -131,6 +132,7 @@ TEST_F(PlaneParamsTest, OpensWithTheSetInUseItsRangesAndItsTexts) {
     });
 }
 
+// BEHAVIOUR D1
 TEST_F(PlaneParamsTest, StoresWhatNobodyTouchedToTheLastBit) {
     const double odd = std::nextafter(0.1473, 1.0);
     SetAlive(odd);
@@ -164,6 +166,7 @@ TEST_F(PlaneParamsTest, StoresWhatNobodyTouchedToTheLastBit) {
     EXPECT_EQ(settings->usage, 3) << "any value but 0 is the skeleton set";
 }
 
+// BEHAVIOUR D8
 TEST_F(PlaneParamsTest, CancelChangesNothing) {
     const auto before = *settings;
     const int code = Open([](FakeWindow& w) {
@@ -182,6 +185,7 @@ TEST_F(PlaneParamsTest, CancelChangesNothing) {
 
 // Every split size the sliders reach: stored, scaled, shown again as the same size and stored again
 // without any change.
+// BEHAVIOUR D3
 TEST_F(PlaneParamsTest, KeepsEveryReachableSplitSizeWithoutDrift) {
     for (int m = 0; m <= 10; ++m) {
         for (int dcm = 0; dcm <= 10; ++dcm) {
@@ -209,6 +213,7 @@ TEST_F(PlaneParamsTest, KeepsEveryReachableSplitSizeWithoutDrift) {
     }
 }
 
+// BEHAVIOUR D3
 TEST_F(PlaneParamsTest, KeepsEveryPositionOfTheAngularToleranceWithoutDrift) {
     for (int position = 1; position <= 100; ++position) {
         SetAlive(0.1, position == 1 ? 1.5 : 0.0);
@@ -248,6 +253,7 @@ TEST_F(PlaneParamsTest, StepButtonsMoveTheirSliderByOneAndStopAtItsEnds) {
     }
 }
 
+// BEHAVIOUR D1
 TEST_F(PlaneParamsTest, AStepAtASlidersEndTouchesNothing) {
     SetAlive(12.345, 1.7, 77);
     Open([](FakeWindow& w) {
@@ -261,6 +267,7 @@ TEST_F(PlaneParamsTest, AStepAtASlidersEndTouchesNothing) {
     EXPECT_EQ(settings->aliveMinPlane, 77);
 }
 
+// BEHAVIOUR D2
 TEST_F(PlaneParamsTest, MovingOneSliderOfTheSplitSizeTakesTheSumOfAllThree) {
     SetAlive(12.347);
     Open([](FakeWindow& w) {
@@ -274,6 +281,7 @@ TEST_F(PlaneParamsTest, MovingOneSliderOfTheSplitSizeTakesTheSumOfAllThree) {
     EXPECT_EQ(settings->splitSize, 0.147) << "the angle is no part of it";
 }
 
+// BEHAVIOUR D4
 TEST_F(PlaneParamsTest, ACellHasAnEdge) {
     SetAlive(0.01);
     Open([](FakeWindow& w) {
@@ -294,6 +302,7 @@ TEST_F(PlaneParamsTest, ACellHasAnEdge) {
     }
 }
 
+// BEHAVIOUR D6
 TEST_F(PlaneParamsTest, SpeedStandsForNoneFourHundredAndTheSetsOwnOrOneHundred) {
     SetAlive(0.1, 0.15, 9);
     Open([](FakeWindow& w) {
@@ -338,6 +347,7 @@ TEST_F(PlaneParamsTest, EachSetKeepsItsChangesWhileTheOtherIsShown) {
     EXPECT_EQ(settings->SplitSizeScaled(), 6.8);
 }
 
+// BEHAVIOUR D7
 TEST_F(PlaneParamsTest, DefaultRestoresTheSetShownAlone) {
     settings->defaultStepA = 0.18;
     settings->defaultStepB = 0.14;
@@ -359,6 +369,7 @@ TEST_F(PlaneParamsTest, DefaultRestoresTheSetShownAlone) {
     EXPECT_EQ(settings->skeletSplitSize, 0.18);
 }
 
+// BEHAVIOUR D9
 TEST_F(PlaneParamsTest, DrawsWhatItShowsWhenItOpensAndAtView) {
     std::vector<double> drawn;
     const auto prepare = [&](PlaneParams& dialog) {
@@ -442,6 +453,7 @@ TEST_F(PlaneParamsTest, SavesIntoTheProjectAndReadsItBackUnchanged) {
     EXPECT_EQ(kept.aliveMinPlane, 9);
 }
 
+// BEHAVIOUR D5
 TEST(PlaneParamsValues, TellTheTurnThatNoNormalFailsAt) {
     EXPECT_NEAR(detail::PassingAngle(0.15), 8.602, 1e-3);
     EXPECT_EQ(detail::PassingAngle(2.5), 180);
@@ -461,6 +473,7 @@ TEST(PlaneParamsValues, TakeAnyNumber) {
     }
 }
 
+// BEHAVIOUR D11
 TEST(CaptionKeys, GiveEveryCaptionOfEveryLanguageAKeyOfItsOwn) {
     for (const int language : {0x409, 0x407, 0x40C, 0xC0A}) {
         UtilityLib::OverrideLocale(language);

@@ -128,6 +128,7 @@ TEST(Posix, LosesNoSettingOfProcessesThatWriteAtOnce) {
     EXPECT_EQ(ListSettings(kCurrentUser, L"k").size(), std::size_t{kProcesses * kValues + 1});
 }
 
+// BEHAVIOUR O8
 TEST(Posix, TakesOverTheLockOfAKilledProcess) {
     const ScratchFolder folder;
     std::error_code error;

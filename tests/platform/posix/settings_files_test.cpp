@@ -53,6 +53,7 @@ void Count(const wchar_t* text) {
     std::_Exit(refused && told && messages == expected ? 0 : 1);
 }
 
+// BEHAVIOUR U5
 TEST(SettingsFilesDeathTest, SaysOnceThatItIsDamagedAndLeavesTheFileAlone) {
     const SettingsFiles sandbox;
     const std::string garbage(5000, 'x');
@@ -121,6 +122,7 @@ TEST(SettingsFilesDeathTest, ReadsSpoiltBytesWithoutACrash) {
     }
 }
 
+// BEHAVIOUR U7
 TEST(SettingsFilesDeathTest, SaysOnceThatTheUsersStoreCannotBeWritten) {
     SettingsFiles sandbox;
     test::WriteText(sandbox.UserFile(), "");
@@ -164,6 +166,7 @@ TEST(CacheDeathTest, ReadsTheDebugFlagWhileTheLibraryIsLoaded) {
     EXPECT_EXIT(std::_Exit(detail::debugFlag), ::testing::ExitedWithCode(7), "");
 }
 
+// BEHAVIOUR U6
 TEST(CacheDeathTest, SaysNothingWhileTheLibraryIsLoadedAndFallsBackToDefaults) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const SettingsFiles sandbox;

@@ -117,6 +117,7 @@ TEST_F(ProjectCheckTest, FindsNoFaultInWholeProjectsOfEveryScale) {
     }
 }
 
+// BEHAVIOUR K1
 TEST_F(ProjectCheckTest, LeavesTheFolderAsItIs) {
     std::error_code error;
     platform::RemoveFolder(manager.panoFolder, error);
@@ -137,6 +138,7 @@ TEST_F(ProjectCheckTest, TellsAPathThatIsNoProject) {
     EXPECT_FALSE(detail::SummariseProject(folder / L"other.prj"));
 }
 
+// BEHAVIOUR K4
 TEST_F(ProjectCheckTest, NamesEveryMissingFile) {
     for (const CString& file : Files()) {
         if (file == manager.transformFile || file == path) continue;
@@ -160,6 +162,7 @@ TEST_F(ProjectCheckTest, NamesEveryTruncatedFileAtEveryLength) {
     }
 }
 
+// BEHAVIOUR K3
 TEST_F(ProjectCheckTest, NamesEverySpoiltByteOfTheIndexesAndTheViewFiles) {
     for (const CString& file :
          {manager.gridIdx, manager.grid1000cmIdx, manager.grid10cmIdx, manager.grid1to10cmIdx,
@@ -220,6 +223,7 @@ TEST_F(ProjectCheckTest, SaysWhatIsWrongAndWhere) {
     EXPECT_THAT(SpoilField(manager.transformFile, 0, 0.0), HasSubstr("has no inverse"));
 }
 
+// BEHAVIOUR K6
 TEST_F(ProjectCheckTest, HoldsEachSkeletonPointAndItsDataAgainstTheCloud) {
     const std::size_t last = (project.skeleton.size() - 1) * 12;
     for (const std::size_t byte : {0U, 5U, 9U, 10U}) {  // intensity, class, station
@@ -233,11 +237,13 @@ TEST_F(ProjectCheckTest, HoldsEachSkeletonPointAndItsDataAgainstTheCloud) {
                 HasSubstr("lies where the cloud has no point"));
 }
 
+// BEHAVIOUR K6
 TEST_F(ProjectCheckTest, LeavesTheDclcPairsOfEitherFileToTheHost) {
     EXPECT_EQ(SpoilField(manager.gridSkeletDataPts, 6, std::uint16_t{7}), "");
     EXPECT_EQ(SpoilField(manager.gridPts, 22, std::uint8_t{7}), "");
 }
 
+// BEHAVIOUR K2
 TEST_F(ProjectCheckTest, ListsThreeFaultsOfAKindAndCountsTheRest) {
     const detail::CheckReport report = Spoil(manager.gridPts, [&](Bytes& bytes) {
         for (std::size_t at = 3; at < bytes.size(); at += 24) bytes[at] = 0x7F;  // huge x
