@@ -14,16 +14,16 @@ namespace {
 // one too.
 std::size_t SizeOfLines(const std::vector<std::uint8_t>& bytes, std::uint8_t lineEnd,
                         std::uint64_t& lines) {
-    std::uint64_t met = 0;
+    std::uint64_t found = 0;
     const std::uint8_t* at = bytes.data();
     const std::uint8_t* last = at + bytes.size();
-    while (at != last && met < lines) {
+    while (at != last && found < lines) {
         const auto* end = static_cast<const std::uint8_t*>(
             std::memchr(at, lineEnd, static_cast<std::size_t>(last - at)));
         at = end == nullptr ? last : end + 1;
-        ++met;
+        ++found;
     }
-    lines = met;
+    lines = found;
     return static_cast<std::size_t>(at - bytes.data());
 }
 

@@ -13,7 +13,7 @@
 
 #include "importer/formats/line_blocks.h"
 #include "importer/formats/number_text.h"
-#include "importer/formats/text/text_layout.h"
+#include "importer/formats/split_columns.h"
 
 namespace orvix::importer {
 namespace {

@@ -10,6 +10,7 @@
 #include "importer/formats/column_roles.h"
 #include "importer/formats/line_blocks.h"
 #include "importer/formats/scan_file.h"
+#include "importer/formats/split_columns.h"
 
 namespace orvix::importer {
 
@@ -27,10 +28,6 @@ struct TextLayout {
 
 /// Whether a line is a comment: it begins with "#", "//" or, where ";" separates nothing, ";".
 bool IsCommentLine(std::string_view line, char separator);
-
-/// The columns of a line, without the blanks around them; quotes are kept. A separator at the end
-/// of the line starts no further column.
-std::vector<std::string_view> SplitColumns(std::string_view line, char separator);
 
 /// The number of a line that holds only a whole number, as the count before the points of a PTS
 /// file.
