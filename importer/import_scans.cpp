@@ -8,6 +8,8 @@
 #include "importer/files/disk_space.h"
 #include "importer/import_pool.h"
 #include "importer/import_report.h"
+#include "importer/scans/rejections.h"
+#include "importer/scans/scan_survey.h"
 #include "importer/sort/record_sorter.h"
 #include "importer/sort/run_merge.h"
 #include "importer/write/grid_writer.h"

@@ -67,7 +67,7 @@ struct RawPiece {
 /// Counts records that hold no point, by reason; the import reports them as rejected.
 struct PointlessRecords {
     std::uint64_t malformed = 0;      ///< not understood: a line whose coordinate is no number
-    std::uint64_t noReturn = 0;       ///< a direction in which the scanner met nothing
+    std::uint64_t noReturn = 0;       ///< a direction without a return
     std::uint64_t invalid = 0;        ///< marked as invalid by the file
     std::uint64_t directionOnly = 0;  ///< marked as a direction without a distance
 

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <numeric>
 
+#include "importer/scans/coordinate_frame.h"
+#include "importer/scans/piece_queue.h"
+#include "importer/scans/rejections.h"
 #include "parallel/run_in_order.h"
 
 namespace orvix::importer {
@@ -113,42 +116,6 @@ std::optional<std::array<double, 3>> ExportedOrigin(const std::vector<ScanInput>
 std::uint64_t Survey::Read() const {
     return std::accumulate(scans.begin(), scans.end(), std::uint64_t{0},
                            [](std::uint64_t sum, const Scan& scan) { return sum + scan.Read(); });
-}
-
-Expected<void> PieceQueue::Rewind() {
-    current_ = 0;
-    for (const ScanInput& input : inputs_) {
-        if (auto rewound = input.reader->Rewind(); !rewound) return rewound;
-    }
-    return {};
-}
-
-Expected<bool> PieceQueue::TakeFrom(std::size_t input, StationPiece& next) {
-    ScanReader& reader = *inputs_[input].reader;
-    for (;;) {
-        if (auto entered = stations_.EnterScans(input); !entered) return ErrorOf(entered);
-        next.piece.scan = 0;
-        next.piece.fileBytes.reset();
-        Expected<bool> more = reader.Next(next.piece);
-        if (!more) return more;
-        if (auto entered = stations_.EnterScans(input); !entered) return ErrorOf(entered);
-        if (!*more) return false;
-        const auto station = stations_.Find(input, next.piece.scan);
-        if (!station) continue;
-        next.input = input;
-        next.station = *station;
-        next.reader = &reader;
-        next.placement = stations_[*station].placement;
-        return true;
-    }
-}
-
-Expected<bool> PieceQueue::Take(StationPiece& next) {
-    for (; current_ < inputs_.size(); ++current_) {
-        Expected<bool> more = TakeFrom(current_, next);
-        if (!more || *more) return more;
-    }
-    return false;
 }
 
 Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,

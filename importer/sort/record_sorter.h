@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "importer/memory_plan.h"
+#include "importer/scans/attribute_scale.h"
+#include "importer/scans/piece_queue.h"
+#include "importer/scans/rejections.h"
 #include "importer/scans/scan_survey.h"
 #include "importer/sort/block_sorter.h"
 #include "importer/sort/record_pool.h"

@@ -8,13 +8,15 @@
 
 #include "support/scratch_folder.h"
 
-namespace orvix {
+namespace orvix::detail {
 
-void PrintTo(const detail::HistogramBin& bin, std::ostream* out) {
+void PrintTo(const HistogramBin& bin, std::ostream* out) {
     *out << bin.value << ": " << bin.count;
 }
 
-namespace importer::test {
+}  // namespace orvix::detail
+
+namespace orvix::importer {
 namespace {
 
 using testing::ElementsAre;
@@ -83,5 +85,4 @@ TEST(Histograms, TellCountsBeyondThirtyOneBitsInSeveralRecords) {
 }
 
 }  // namespace
-}  // namespace importer::test
-}  // namespace orvix
+}  // namespace orvix::importer
