@@ -44,7 +44,8 @@ namespace orvix {
 /// Order      breadth first; the same input gives the same cells in the same order.
 /// Boundaries the normal test compares the sizes of the components, not their signs, against
 ///            diffA, diffB and diffC; a difference equal to its limit passes.
-/// Errors     none are reported. A split size that is not above 0 keeps the seed's cell alone.
+/// Errors     none are reported. A split size that is not above 0 keeps the seed's cell alone, or
+///            none (BEHAVIOUR W13).
 /// Lifetime   shares the settings, the index and the points; a copy shares them too.
 /// Threads    one thread launches; Stop may be called from any other.
 /// Cost       a cell costs one radius query and one fit. A launch ends where points end, at the
@@ -142,8 +143,8 @@ public:
     /// (IsPointIn3dBound), else the bound (IsPointInBound), else the contour (IsPointInContour).
     void SetOutlineTest(bool fixedOutline, bool bound3d, bool bound);
     /// The base point list: relation Outline then enters a cell only where one of these points
-    /// lies, projected along the base normal (the lowest index stands for the cell). Empty: no
-    /// test.
+    /// lies, projected along the base normal (the lowest index stands for the cell); the seed's
+    /// cell needs none. Empty: no test.
     void SetBasePoints(std::vector<SimplePointT<double>> points);
     /// Keeps cells that fail the normal test as border cells: the centre of one moves back to the
     /// middle of the side that faces its parent, or, for kind 3, to the corner of its box nearest

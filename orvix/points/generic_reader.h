@@ -8,7 +8,7 @@
 
 namespace orvix {
 
-/// Walks any file of fixed-size records in mapped chunks of 8 MiB, tells the progress in percent,
+/// Walks any file of fixed-size records in mapped chunks of 8 MiB, counts the progress in percent,
 /// and maps the surroundings of a single record. Use it for files that have no reader of their own,
 /// and to change records in place; `CAlivePointReader` knows the point files.
 ///
@@ -64,7 +64,8 @@ public:
     void ReadPoint(const std::uint64_t& index, std::uint64_t& bufferOffset);
     void FreePoint();
 
-    /// Chunks done, in percent of all; 0 to 100 in a pass.
+    /// Chunks done x 100 / `chunkTotal`. Chunks overlap, so that a pass may take more of them than
+    /// `chunkTotal` counts and end above 100 (BEHAVIOUR R13).
     int Progress() const;
     /// Whole records in the file.
     std::uint64_t Count() const { return recordCount; }

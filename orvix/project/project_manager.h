@@ -116,7 +116,7 @@ public:
     /// Draws up to `sampleCount` values, each as often as its bin has points, from a histogram file
     /// (12-byte records: value, count), adds `shift` to them, appends them to `samples` and sorts
     /// all of it: Mathematic::PreapareHistogram4Jenks, which takes the two integers as they are.
-    /// A missing file adds nothing. docs/BEHAVIOUR.md tells what bins without points do.
+    /// A missing file adds nothing. Bins without points: BEHAVIOUR H3.
     void ReadHistogram4Jenks(const CString& path, std::vector<double>* samples, const double& shift,
                              const int& sampleCount, const int& unused);
 

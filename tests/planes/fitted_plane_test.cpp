@@ -174,6 +174,17 @@ TEST(FittedPlane, KeepsExtentsAndCountWhenItDropsItsPoints) {
     EXPECT_EQ(std::abs(plane.c()), 1) << "the coefficients stay";
 }
 
+// BEHAVIOUR F4
+TEST(FittedPlane, KeepsItsOutlineWhenItsCoefficientsAreSet) {
+    FittedPlane plane = Fit({{0, 0, 2}, {3, 0, 2}, {0, 2, 2}, {3, 2, 2}});
+    plane.Generate2DExt();
+    EXPECT_DOUBLE_EQ(plane.Area(), 6);
+    plane.set(0, 0, 1, -2.5, 0, 0, 2.5);
+    EXPECT_DOUBLE_EQ(plane.Area(), 6);
+    plane.Generate(false);
+    EXPECT_EQ(plane.Area(), 0);
+}
+
 TEST(FittedPlane, OutlinesItsPointsAndTellsInsideFromOutside) {
     const PlaneFrame frame(0.36, 0.48, 0.8, -14000);
     FittedPlane plane = Fit(SheetWithWindow(frame, {9000, -500}));

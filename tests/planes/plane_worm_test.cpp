@@ -341,6 +341,44 @@ TEST_F(PlaneWormTest, CrawlsStraightOnInRelationFreeAndRefitsTheBaseAsItGoes) {
     EXPECT_NEAR(worm.Base().b() / worm.Base().c(), 0, 1e-6);
 }
 
+// BEHAVIOUR W8
+TEST_F(PlaneWormTest, ComparesTheSizesOfANormalsComponentsAndNotTheirSigns) {
+    // The sheet's normal is (-0.6, 0, 0.8); both planes hold the y axis, along which cells spread.
+    const auto leaning = [](float u, float v) { return SimplePointT<float>{u, v, 0.75F * u}; };
+    auto worm = WormIn(Sheet(1, Everywhere, leaning));
+    FittedPlane base;
+    base.set(0.6, 0, 0.8, 0, 0, 0, 0);
+    worm.SetBase(base);
+    worm.Launch(Relation::Visited);
+    EXPECT_GT(worm.Cells().size(), 8u);
+    for (const auto& cell : worm.RejectedCells()) {
+        EXPECT_EQ(cell.why, PlaneWorm::Rejection::FewPoints);
+    }
+}
+
+// BEHAVIOUR W13
+TEST_F(PlaneWormTest, HasNoNeighboursWhereTheSplitSizeIsNotAboveZero) {
+    auto worm = WormIn(Floor(1));
+    worm.Launch(Relation::Visited);
+    const auto seedsPoints = worm.Cells().front().indices;
+
+    auto negative = WormIn(Floor(1), Settings(-0.4));
+    negative.Launch(Relation::Visited);
+    EXPECT_THAT(KeptKeys(negative), ElementsAre(PlaneCell{}));
+    EXPECT_EQ(negative.Cells().front().indices, seedsPoints);
+
+    auto zero = WormIn(Floor(1), Settings(0));
+    zero.Launch(Relation::Visited);
+    EXPECT_TRUE(zero.Cells().empty());
+    auto five = WormIn(Points(5), Settings(0));
+    five.Launch(Relation::Visited);
+    EXPECT_THAT(KeptKeys(five), ElementsAre(PlaneCell{}));
+
+    auto none = WormIn(Floor(1), Settings(std::nan("")));
+    none.Launch(Relation::Visited);
+    EXPECT_EQ(none.Steps(), 0);
+}
+
 // BEHAVIOUR W11
 TEST_F(PlaneWormTest, StopsBeforeItsNextCellWhenTheFlagIsSet) {
     auto worm = WormIn(Floor(3));

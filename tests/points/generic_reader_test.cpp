@@ -89,6 +89,20 @@ TEST_F(GenericReaderTest, TellsProgressByChunks) {
     EXPECT_EQ(reader.Progress(), 100);
 }
 
+// BEHAVIOUR R13
+TEST_F(GenericReaderTest, PassesAHundredPercentWhereChunksOverlap) {
+    WriteZeros(16'711'704);
+    Reader reader = OpenToRead(24);
+    std::vector<int> shown;
+    for (bool more = true; more;) {
+        std::uint64_t at = 0;
+        more = reader.ReadChunk(at);
+        reader.Step();
+        shown.push_back(reader.Progress());
+    }
+    EXPECT_EQ(shown, (std::vector<int>{50, 100, 150}));
+}
+
 TEST_F(GenericReaderTest, ResetsToTheFirstChunk) {
     WriteZeros(30 * kChunk);
     Reader reader = OpenToRead(8);

@@ -177,6 +177,16 @@ TEST_F(ProjectManagerTest, OpensACompleteProjectAndReadsItsPoints) {
     EXPECT_EQ(manager.pointMapping, nullptr);
 }
 
+// BEHAVIOUR P9
+TEST_F(ProjectManagerTest, OpensAnEmptyPointFileWithoutAMapping) {
+    WriteProject();
+    ASSERT_TRUE(manager.Set(path, false));
+    test::WriteText(manager.gridPts, "");
+    EXPECT_TRUE(manager.Open(path));
+    EXPECT_EQ(manager.pointMapping, nullptr);
+    EXPECT_EQ(manager.pointFileSize, 0u);
+}
+
 // BEHAVIOUR P8
 TEST_F(ProjectManagerTest, ACopyOfAnOpenManagerMayDieWithoutClosingTheOthersFiles) {
     WriteProject();
