@@ -11,6 +11,7 @@
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/alive_point_reader.h"
+#include "orvix/points/attributes.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
 #include "orvix/project/station_files.h"
@@ -85,9 +86,8 @@ Expected<void> Listing::CountPoints() {
             return Fail(ErrorCode::Cancelled, "the list was cancelled");
         if (!reader->ReadNextPoint()) break;
         reader->ReadCurrentPoint(point);
-        std::uint16_t intensity = 0, number = 0;
-        std::memcpy(&intensity, point.attributes.data(), sizeof intensity);
-        std::memcpy(&number, point.attributes.data() + 6, sizeof number);
+        const std::uint16_t intensity = detail::IntensityOf(point);
+        const std::uint16_t number = detail::StationOf(point);
         if (number >= list_.stations.size())
             return Fail(ErrorCode::Damaged,
                         fmt::format("point {} is of station {} of {}; import the scans again", i,
@@ -101,7 +101,6 @@ Expected<void> Listing::CountPoints() {
 }
 
 void Listing::AddCloud(output::StationsPicture& picture) {
-    constexpr std::size_t kStationByte = 9;
     CProjectCore& core = project_.Core();
     std::uint8_t* coordinates = core.SkeletCoordPtsMapAddress();
     std::uint8_t* data = core.SkeletDataPtsMapAddress();
@@ -111,11 +110,10 @@ void Listing::AddCloud(output::StationsPicture& picture) {
         std::max<std::uint64_t>(1, (count + kPicturePoints - 1) / kPicturePoints);
     for (std::uint64_t i = 0; coordinates != nullptr && data != nullptr && i < count; i += stride) {
         SimplePointT<float> p;
-        std::uint16_t station = 0;
         std::memcpy(&p, coordinates + i * kSkeletonRecordBytes, sizeof p);
-        std::memcpy(&station, data + i * kSkeletonRecordBytes + kStationByte, sizeof station);
         picture.cloud.push_back(Near(frame_.ToWorld(Vector{p.x, p.y, p.z})));
-        picture.stations.push_back(station);
+        picture.stations.push_back(
+            detail::TwoBytesAt(data + i * kSkeletonRecordBytes + detail::kSkeletonStationByte));
     }
     if (coordinates != nullptr) UnmapFileView(coordinates);
     if (data != nullptr) UnmapFileView(data);

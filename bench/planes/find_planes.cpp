@@ -15,7 +15,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 #include "bench/bench_support.h"
@@ -26,6 +25,7 @@
 #include "detection/plane_search.h"
 #include "importer/import.h"
 #include "orvix/platform/path.h"
+#include "orvix/points/attributes.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "support/scratch_folder.h"
@@ -137,9 +137,7 @@ struct Truth {
         using detail::operator+;
         if (planes.empty()) return -1;
         if (!marked.empty()) return bench::LabelOf(marked, detail::Vector{p.x, p.y, p.z} + origin);
-        std::uint16_t intensity = 0;
-        std::memcpy(&intensity, p.attributes.data(), sizeof intensity);
-        return static_cast<std::int32_t>(intensity) - 1;
+        return static_cast<std::int32_t>(detail::IntensityOf(p)) - 1;
     }
 };
 

@@ -3,19 +3,13 @@
 
 #include <fmt/format.h>
 
+#include "orvix/points/attributes.h"
+
 namespace orvix::importer {
 namespace {
 
 constexpr float kMaxIntensity = 65535.0f;
 constexpr float kPtsOffset = 2048.0f;
-
-std::uint8_t LowByte(std::uint16_t value) {
-    return static_cast<std::uint8_t>(value & 0xFF);
-}
-
-std::uint8_t HighByte(std::uint16_t value) {
-    return static_cast<std::uint8_t>(value >> 8);
-}
 
 }  // namespace
 
@@ -53,9 +47,9 @@ std::uint16_t AttributeScale::Intensity(float value) const {
 
 std::array<std::uint8_t, 8> AttributeScale::Pack(const ScanPoint& point,
                                                  std::uint16_t station) const {
-    const std::uint16_t intensity = Intensity(point.intensity);
-    return {LowByte(intensity), HighByte(intensity),  Colour(point.red), Colour(point.green),
-            Colour(point.blue), point.classification, LowByte(station),  HighByte(station)};
+    return detail::AttributeBytesOf({Intensity(point.intensity), Colour(point.red),
+                                     Colour(point.green), Colour(point.blue), point.classification,
+                                     station});
 }
 
 std::string AttributeScale::Warning() const {

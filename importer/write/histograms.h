@@ -9,6 +9,7 @@
 
 #include "importer/grid/grid_frame.h"
 #include "orvix/platform/error.h"
+#include "orvix/points/attributes.h"
 #include "orvix/project/height_bins.h"
 #include "orvix/project/histogram_file.h"
 #include "orvix/project/project_manager.h"
@@ -57,7 +58,7 @@ private:
 class Histograms {
 public:
     void Add(const AlivePoint& point) {
-        ++intensities_[static_cast<std::size_t>(point.attributes[0] | point.attributes[1] << 8)];
+        ++intensities_[detail::IntensityOf(point)];
         heights_.Add(detail::HeightBin(point.z));
     }
     /// Adds the counts of `other` and empties it.

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "importer/write/cloud_thinner.h"
+#include "orvix/points/attributes.h"
 #include "parallel/run_in_order.h"
 
 namespace orvix::importer {
@@ -11,13 +12,6 @@ namespace {
 
 constexpr std::uint64_t kBatchPoints = CloudThinner::kBlockPoints;
 constexpr std::size_t kCoarseRecords = 1024;
-
-CPointDataFull DataOf(const AlivePoint& point) {
-    CPointDataFull data;
-    std::copy_n(point.attributes.begin(), data.attributes.size(), data.attributes.begin());
-    std::copy_n(point.attributes.begin() + 6, 2, data.reserved.begin());  // the station
-    return data;
-}
 
 /// Bounds, centroid and representative of one block of the coarse table, from its points, which
 /// are read twice, a piece at a time.
@@ -134,7 +128,7 @@ Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& 
         batch.data.clear();
         for (const AlivePoint& point : batch.thinner->skeleton) {
             batch.coordinates.push_back({point.x, point.y, point.z});
-            batch.data.push_back(DataOf(point));
+            batch.data.push_back(detail::SkeletonDataOf(point));
         }
         return thinned;
     };

@@ -12,6 +12,7 @@
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/points/attributes.h"
 #include "orvix/points/generic_reader.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
@@ -25,10 +26,6 @@ namespace {
 constexpr std::size_t kBlockBytes = std::size_t{4} << 20;
 // Points between two looks at the callback.
 constexpr std::uint64_t kStretch = 65'536;
-
-std::uint16_t Number16(const std::uint8_t* bytes) {
-    return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-}
 
 /// From a project's frame to the world. A shift is added per axis, and not at all where it is zero:
 /// coordinates come back bit for bit, the sign of a zero included.
@@ -57,20 +54,21 @@ public:
 
     /// False for a point that was not chosen.
     bool Decode(const std::uint8_t* record, ExportedPoint& point) const {
-        point.station = Number16(record + 18);
+        CCloudPoint<float> local;
+        std::memcpy(&local, record, sizeof local);
+        point.station = detail::StationOf(local);
         if (options_.station && point.station != *options_.station) return false;
-        SimplePointT<float> local;
-        std::memcpy(&local, record, sizeof(local));
         point.world = toWorld_({static_cast<double>(local.x), static_cast<double>(local.y),
                                 static_cast<double>(local.z)});
         if (options_.box && !Inside(point.world, *options_.box)) return false;
-        point.intensity = Number16(record + 12);
-        point.red = record[14];
-        point.green = record[15];
-        point.blue = record[16];
-        point.classification = record[17];
-        point.dclcFirst = Number16(record + 20);
-        point.dclcSecond = record[22];
+        const detail::PointAttributes attributes = detail::AttributesOf(local);
+        point.intensity = attributes.intensity;
+        point.red = attributes.red;
+        point.green = attributes.green;
+        point.blue = attributes.blue;
+        point.classification = attributes.classification;
+        point.dclcFirst = local.dclcFirst;
+        point.dclcSecond = local.dclcSecond;
         return true;
     }
 

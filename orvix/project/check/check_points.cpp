@@ -4,12 +4,11 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cstring>
+
+#include "orvix/points/attributes.h"
 
 namespace orvix::detail {
 namespace {
-
-constexpr std::size_t kStationAttribute = 6;
 
 // Which of a level's indexes are sound enough to be followed down to the points.
 struct Soundness {
@@ -106,9 +105,7 @@ private:
         Grow(bounds_.min.x, bounds_.max.x, point.x);
         Grow(bounds_.min.y, bounds_.max.y, point.y);
         Grow(bounds_.min.z, bounds_.max.z, point.z);
-        std::uint16_t station = 0;
-        std::memcpy(&station, point.attributes.data() + kStationAttribute, sizeof station);
-        stations_ = std::max(stations_, station + 1U);
+        stations_ = std::max(stations_, StationOf(point) + 1U);
     }
 
     static void Grow(double& low, double& high, double value) {

@@ -3,16 +3,15 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <vector>
+
+#include "orvix/points/attributes.h"
 
 namespace orvix::detail {
 namespace {
 
 constexpr std::uint64_t kMostAtOnce = 262'144;
 constexpr std::uint32_t kEmpty = ~std::uint32_t{0};
-constexpr std::size_t kDataBytes = 6;     // intensity, colour and class, at 0 of both records
-constexpr std::size_t kStationBytes = 2;  // at attribute 6 of a point, at reserved 0 of its data
 
 using Position = std::array<std::uint32_t, 3>;
 
@@ -20,13 +19,6 @@ template <class Point>
 Position PositionOf(const Point& point) {
     return {std::bit_cast<std::uint32_t>(point.x), std::bit_cast<std::uint32_t>(point.y),
             std::bit_cast<std::uint32_t>(point.z)};
-}
-
-// BEHAVIOUR K6
-bool IsDataOf(const CPointDataFull& data, const CCloudPoint<float>& point) {
-    return std::memcmp(data.attributes.data(), point.attributes.data(), kDataBytes) == 0 &&
-           std::memcmp(data.reserved.data(), point.attributes.data() + kDataBytes, kStationBytes) ==
-               0;
 }
 
 enum class Match : std::uint8_t { Nowhere, Place, Whole, Repeated };
@@ -54,7 +46,8 @@ public:
     void Meet(const CCloudPoint<float>& point) {
         const std::uint32_t i = slots_[SlotOf(PositionOf(point))];
         if (i == kEmpty || matches_[i] == Match::Whole) return;
-        matches_[i] = IsDataOf(data_[i], point) ? Match::Whole : Match::Place;
+        // BEHAVIOUR K6
+        matches_[i] = HoldsAttributesOf(data_[i], point) ? Match::Whole : Match::Place;
     }
 
     [[nodiscard]] const std::vector<Match>& Matches() const { return matches_; }
