@@ -1,41 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/project/open_project.h"
 
-#include <fmt/format.h>
-
-#include <array>
-
-#include "orvix/platform/file.h"
-#include "orvix/platform/path.h"
 #include "orvix/project/project_gate.h"
 #include "orvix/project/project_paths.h"
+#include "orvix/project/required_files.h"
 
 namespace orvix::detail {
-
-namespace {
-
-// What ProjectManager asks a complete project for.
-std::array<const CString*, 9> NeededFiles(const ProjectManager& manager) {
-    return {&manager.viewGridDtv,        &manager.viewGridLv, &manager.viewEntriesDtv,
-            &manager.projectFile,        &manager.headFile,   &manager.gridSkeletDataPts,
-            &manager.gridSkeletCoordPts, &manager.gridIdx,    &manager.gridPts};
-}
-
-Expected<void> RequireReadable(const ProjectManager& manager) {
-    for (const CString* path : NeededFiles(manager)) {
-        std::error_code error;
-        platform::File::OpenRead(*path, error);
-        if (!error) continue;
-        if (!platform::PathExists(*path) || platform::IsFolder(*path))
-            return Fail(
-                ErrorCode::Damaged,
-                fmt::format("{} is missing; put it back, or import the scans again", Shown(*path)));
-        return FailSystem(error, Shown(*path) + " cannot be opened; check its permissions");
-    }
-    return {};
-}
-
-}  // namespace
 
 Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project) {
     std::unique_ptr<OpenProject> opened(new OpenProject);
@@ -52,13 +22,7 @@ Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project)
 }
 
 Expected<void> OpenProject::RequireWritable() const {
-    for (const CString* path : NeededFiles(manager_)) {
-        std::error_code error;
-        platform::File::OpenReadWrite(*path, error);
-        if (error)
-            return FailSystem(error, Shown(*path) + " may not be written; check its permissions");
-    }
-    return {};
+    return detail::RequireWritable(manager_);
 }
 
 OpenProject::~OpenProject() {

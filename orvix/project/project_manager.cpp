@@ -17,6 +17,7 @@
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
+#include "orvix/project/required_files.h"
 
 namespace orvix {
 namespace {
@@ -69,17 +70,9 @@ void MakeFolders(const ProjectManager& paths) {
     }
 }
 
-using RequiredFiles = std::array<const CString*, 9>;
-
-RequiredFiles RequiredFilesOf(const ProjectManager& paths) {
-    return {&paths.viewGridDtv,        &paths.viewGridLv, &paths.viewEntriesDtv,
-            &paths.projectFile,        &paths.headFile,   &paths.gridSkeletDataPts,
-            &paths.gridSkeletCoordPts, &paths.gridIdx,    &paths.gridPts};
-}
-
-// The number of the text that tells what is wrong with the project; 0 when it is complete.
+// The number of the text that says what is wrong with the project; 0 when it is complete.
 unsigned FaultOf(const ProjectManager& paths) {
-    const RequiredFiles files = RequiredFilesOf(paths);
+    const auto files = detail::RequiredFilesOf(paths);
     for (const CString* file : files) {
         if (!platform::PathExists(*file)) return kTextMissing;
     }
