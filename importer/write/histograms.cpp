@@ -2,7 +2,6 @@
 #include "importer/write/histograms.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -15,16 +14,6 @@ constexpr std::size_t kSliceValues = 256;
 constexpr std::int64_t kSliceCentimetres = 10;
 constexpr std::uint64_t kMaxCount = std::numeric_limits<std::int32_t>::max();
 
-using Record = std::array<std::uint8_t, 12>;
-
-Record RecordOf(double value, std::uint64_t count) {
-    const auto stored = static_cast<std::uint32_t>(count);
-    Record record;
-    std::memcpy(record.data(), &value, sizeof value);
-    std::memcpy(record.data() + sizeof value, &stored, sizeof stored);
-    return record;
-}
-
 // Joins bins that follow each other and have one value.
 void AddBin(std::vector<detail::HistogramBin>& bins, double value, std::uint64_t count) {
     if (bins.empty() || bins.back().value != value) bins.push_back({value, 0});
@@ -34,12 +23,13 @@ void AddBin(std::vector<detail::HistogramBin>& bins, double value, std::uint64_t
 }  // namespace
 
 Expected<void> WriteHistogram(const CString& path, const std::vector<detail::HistogramBin>& bins) {
-    RecordWriter<Record> writer;
+    RecordWriter<detail::HistogramRecordBytes> writer;
     Expected<void> done = writer.Create(path);
     for (const detail::HistogramBin& bin : bins) {
         for (std::uint64_t left = bin.count; done && left > 0;) {
             const std::uint64_t count = std::min(left, kMaxCount);
-            done = writer.Add(RecordOf(bin.value, count));
+            done =
+                writer.Add(detail::HistogramBytesOf({bin.value, static_cast<std::int32_t>(count)}));
             left -= count;
         }
     }

@@ -3,7 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -19,13 +18,8 @@
 namespace orvix::detail {
 namespace {
 
-constexpr std::size_t kRecordBytes = 12;
+constexpr std::size_t kRecordBytes = sizeof(HistogramRecordBytes);
 constexpr std::size_t kBlockRecords = 5461;  // 64 KiB
-
-struct Record {
-    double value = 0;
-    std::int32_t count = 0;
-};
 
 /// Calls visit(record) for each whole record of a histogram file. Where a file has become shorter
 /// meanwhile, its last record stands for the missing ones.
@@ -35,7 +29,7 @@ void ForEachRecord(const platform::File& file, Visit visit) {
     const auto records = static_cast<std::int32_t>(file.Size() / kRecordBytes);
     std::array<std::uint8_t, kBlockRecords * kRecordBytes> block;
     std::size_t held = 0;
-    Record record;
+    HistogramRecord record;
     for (std::int32_t i = 0; i < records; ++i) {
         const std::size_t place = static_cast<std::size_t>(i) % kBlockRecords * kRecordBytes;
         if (place == 0) {
@@ -43,8 +37,7 @@ void ForEachRecord(const platform::File& file, Visit visit) {
                                block.size(), error);
         }
         if (place + kRecordBytes <= held) {
-            std::memcpy(&record.value, &block[place], sizeof record.value);
-            std::memcpy(&record.count, &block[place + sizeof record.value], sizeof record.count);
+            record = HistogramRecordAt(&block[place]);
         }
         visit(record);
     }
@@ -56,6 +49,20 @@ tl::unexpected<Error> Damage(const CString& path, const std::string& what) {
 }
 
 }  // namespace
+
+HistogramRecord HistogramRecordAt(const std::uint8_t* bytes) {
+    HistogramRecord record;
+    std::memcpy(&record.value, bytes, sizeof record.value);
+    std::memcpy(&record.count, bytes + sizeof record.value, sizeof record.count);
+    return record;
+}
+
+HistogramRecordBytes HistogramBytesOf(const HistogramRecord& record) {
+    HistogramRecordBytes bytes;
+    std::memcpy(bytes.data(), &record.value, sizeof record.value);
+    std::memcpy(bytes.data() + sizeof record.value, &record.count, sizeof record.count);
+    return bytes;
+}
 
 Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path) {
     std::error_code error;
@@ -69,7 +76,7 @@ Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path) {
     std::uint64_t number = 0;
     std::string fault;
     double previous = -std::numeric_limits<double>::infinity();
-    ForEachRecord(file, [&](const Record& record) {
+    ForEachRecord(file, [&](const HistogramRecord& record) {
         if (fault.empty() && (!std::isfinite(record.value) || record.value < previous)) {
             fault =
                 fmt::format("record {} has the value {} after {}", number, record.value, previous);
@@ -100,7 +107,7 @@ void ProjectManager::ReadHistogram4Jenks(const CString& path, std::vector<double
     std::error_code error;
     const platform::File file = platform::File::OpenRead(path, error);
     if (!error) {
-        detail::ForEachRecord(file, [&](const detail::Record& record) {
+        detail::ForEachRecord(file, [&](const detail::HistogramRecord& record) {
             total += record.count;
             // A bin without points has the running total of the one before it and takes its place.
             // BEHAVIOUR H3

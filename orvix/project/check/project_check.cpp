@@ -2,7 +2,6 @@
 #include "orvix/project/check/project_check.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -14,6 +13,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/project/check/check_cell_list.h"
 #include "orvix/project/check/check_skeleton.h"
+#include "orvix/project/histogram_file.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/station_files.h"
@@ -65,34 +65,23 @@ CLOUD_HEADER CheckHead(CheckLog& log, const CString& path) {
     return head;
 }
 
-struct HistogramBin {
-    double value;
-    std::int32_t count;
-};
-
-HistogramBin BinAt(const detail::RecordFile<std::array<std::uint8_t, 12>>& bins, std::uint64_t i) {
-    const auto bytes = bins[i];
-    HistogramBin bin{};
-    std::memcpy(&bin.value, bytes.data(), sizeof bin.value);
-    std::memcpy(&bin.count, bytes.data() + sizeof bin.value, sizeof bin.count);
-    return bin;
-}
-
 // The sum of a histogram's counts. Bins of one value follow each other where a count is too large
 // for one of them.
 std::int64_t CheckHistogram(CheckLog& log, const CString& path) {
-    const detail::RecordFile<std::array<std::uint8_t, 12>> bins(path, log);
+    const RecordFile<HistogramRecordBytes> bins(path, log);
     double previous = -std::numeric_limits<double>::infinity();
     std::int64_t total = 0;
     for (std::uint64_t i = 0; i < bins.Count(); ++i) {
-        const HistogramBin bin = BinAt(bins, i);
+        const HistogramRecord bin = HistogramRecordAt(bins[i].data());
         if (!std::isfinite(bin.value) || bin.value < previous) {
             log.Add(path, "bin {} at {} comes before the one before it", i, bin.value);
         }
         if (bin.count < 0) log.Add(path, "bin {} counts {} points", i, bin.count);
         previous = bin.value;
         total += bin.count;
-        if (i % detail::kCheckBlock == 0 && !log.Advance(detail::kCheckBlock * 12)) break;
+        if (i % detail::kCheckBlock == 0 &&
+            !log.Advance(detail::kCheckBlock * sizeof(HistogramRecordBytes)))
+            break;
     }
     return total;
 }
