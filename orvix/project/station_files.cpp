@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <system_error>
 #include <utility>
 
 #include "orvix/platform/file.h"
@@ -19,27 +18,28 @@ using Faults = std::vector<StationFault>;
 
 /// Reads a whole file whose size `faultOf` accepts; false where there is none or it is faulty.
 template <class FaultOf>
-bool ReadWhole(const CString& path, Faults& faults, std::string& bytes, const FaultOf& faultOf) {
+bool ReadWhole(const CString& path, std::uint64_t maxBytes, Faults& faults, std::string& bytes,
+               const FaultOf& faultOf) {
     if (!platform::PathExists(path)) return false;
-    std::error_code error;
-    const platform::File file = platform::File::OpenRead(path, error);
-    const std::uint64_t size = error ? 0 : file.Size();
-    const std::string fault = error ? "cannot be read: " + error.message() : faultOf(size);
+    StationBytes read = ReadStationBytes(path, maxBytes);
+    const auto unreadable = [](std::error_code error) {
+        return "cannot be read: " + error.message();
+    };
+    std::string fault = read.openError ? unreadable(read.openError) : faultOf(read.size);
+    if (fault.empty() && (read.readError || read.bytes.size() != read.size))
+        fault = unreadable(read.readError);
     if (!fault.empty()) {
         faults.push_back({path, fault});
         return false;
     }
-    bytes.resize(static_cast<std::size_t>(size));
-    const std::size_t read = file.ReadAt(0, bytes.data(), bytes.size(), error);
-    if (read == bytes.size() && !error) return true;
-    faults.push_back({path, "cannot be read: " + error.message()});
-    return false;
+    bytes = std::move(read.bytes);
+    return true;
 }
 
 template <class Value, std::size_t N>
 bool ReadValues(const CString& path, Faults& faults, std::array<Value, N>& values) {
     std::string bytes;
-    const bool read = ReadWhole(path, faults, bytes, [](std::uint64_t size) {
+    const bool read = ReadWhole(path, sizeof(values), faults, bytes, [](std::uint64_t size) {
         if (size == sizeof(values)) return std::string();
         return fmt::format("holds {} bytes instead of {}", size, sizeof(values));
     });
@@ -89,7 +89,7 @@ void ReadIntensities(const CString& path, Faults& faults, StationFiles& station)
 
 void ReadName(const CString& path, Faults& faults, StationFiles& station) {
     std::string name;
-    const bool read = ReadWhole(path, faults, name, [](std::uint64_t size) {
+    const bool read = ReadWhole(path, kStationNameBytes, faults, name, [](std::uint64_t size) {
         if (size <= kStationNameBytes) return std::string();
         return fmt::format("holds {} bytes, more than the {} of a name", size, kStationNameBytes);
     });
@@ -104,6 +104,16 @@ StationPaths StationPathsOf(const ProjectManager& project, int station) {
                                   L"station_" + std::to_wstring(station) + ending);
     };
     return {path(L".pos"), path(L".orientation"), path(L".intens"), path(L".name")};
+}
+
+StationBytes ReadStationBytes(const CString& path, std::uint64_t maxBytes) {
+    StationBytes read;
+    const platform::File file = platform::File::OpenRead(path, read.openError);
+    if (read.openError) return read;
+    read.size = file.Size();
+    read.bytes.resize(static_cast<std::size_t>(std::min(read.size, maxBytes)));
+    read.bytes.resize(file.ReadAt(0, read.bytes.data(), read.bytes.size(), read.readError));
+    return read;
 }
 
 StationFiles ReadStationFiles(const ProjectManager& project, int station,

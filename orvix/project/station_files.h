@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "orvix/points/records.h"
@@ -21,11 +22,20 @@ struct StationPaths {
 };
 StationPaths StationPathsOf(const ProjectManager& project, int station);
 
-/// What a station's files tell; a file that is not there tells nothing.
+/// The start of a station's file, as it is.
+struct StationBytes {
+    std::error_code openError;  ///< set: the file could not be opened, the rest is empty
+    std::error_code readError;
+    std::uint64_t size = 0;  ///< of the whole file
+    std::string bytes;       ///< as many as could be read
+};
+StationBytes ReadStationBytes(const CString& path, std::uint64_t maxBytes);
+
+/// What a station's files hold; a file that is not there leaves its member empty.
 struct StationFiles {
     std::optional<SimplePointT<double>> position;            ///< the project's own frame
     std::optional<std::array<double, 4>> orientation;        ///< unit axis x, y, z; angle, radians
-    std::optional<std::array<std::int16_t, 2>> intensities;  ///< least, greatest
+    std::optional<std::array<std::int16_t, 2>> intensities;  ///< lowest, highest
     std::optional<std::string> name;                         ///< UTF-8
 };
 
@@ -40,16 +50,16 @@ struct StationFault {
     std::string what;
 };
 
-/// Reads a station's files and believes only what is right; `ProjectManager`'s own readers take
+/// Reads a station's files and returns only what is right; `ProjectManager`'s own readers take
 /// what is there.
 ///
 ///     std::vector<StationFault> faults;
 ///     const StationFiles station = ReadStationFiles(project, 0, faults);
 ///     if (station.position) Show(*station.position);
 ///
-/// Errors   told in `faults`, and the file counts as telling nothing: a wrong size, a value that is
-///          not finite, an axis whose length is not 1, a least intensity above the greatest, a name
-///          of more than 4,096 bytes, a file that cannot be read.
+/// Errors   added to `faults`, and the member stays empty: a wrong size, a value that is not
+///          finite, an axis whose length is not 1, a lowest intensity above the highest, a name of
+///          more than 4,096 bytes, a file that cannot be read.
 StationFiles ReadStationFiles(const ProjectManager& project, int station,
                               std::vector<StationFault>& faults);
 
