@@ -80,7 +80,8 @@ install(FILES ${PROJECT_BINARY_DIR}/orvix.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 install(FILES docs/COMMAND.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
-install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/EMBEDDING.md docs/WINDOWS.md docs/message-box.png
+install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/GLOSSARY.md docs/EMBEDDING.md docs/WINDOWS.md
+  docs/message-box.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 # What a host's developer starts from: an example with a build of its own, and a scan for it.

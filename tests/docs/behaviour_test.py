@@ -13,7 +13,7 @@ import sys
 
 CODE = ["cli", "detection", "edits", "importer", "localization", "orvix", "output", "parallel",
         "reports"]
-ENDINGS = {".h", ".cpp", ".py", ".sh"}
+ENDINGS = {".h", ".cpp", ".md", ".py", ".sh"}
 RULE = re.compile(r"^\*\*([A-Z]\d+)( \(no test\))?\. ", re.MULTILINE)
 CITATION = re.compile(r"\bBEHAVIOUR ([A-Z]\d+(?:, [A-Z]\d+)*)")
 
@@ -58,7 +58,7 @@ def faults(root):
     if not rules:
         yield "the page has no rules"
     code, tests = citations_in(root, CODE), citations_in(root, ["tests"])
-    for cited in (code, tests):
+    for cited in (code, tests, citations_in(root, ["docs"])):
         for number in sorted(cited.keys() - rules.keys()):
             yield f"{', '.join(sorted(cited[number]))}: there is no rule {number}"
     for number, untested in rules.items():
