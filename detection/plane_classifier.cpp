@@ -12,7 +12,7 @@ constexpr double kUpright = 0.17364817766693034885;  // its sine
 constexpr double kMaxCoveredShare = 0.3;             // of a roof's cells that lie under something
 constexpr double kCovering = 0.6;     // of a ceiling's cells, or a table's, that lie over something
 constexpr double kReach = 8;          // metres up or down that are looked at
-constexpr double kMinReachCells = 6;  // cells, likewise
+constexpr double kMinReachCells = 6;  // cells up or down, at least
 constexpr double kAirborne = 0.15;    // metres between points: what is thinner is from the air
 constexpr double kFurniture = 1.5;    // metres: what is no higher is no ceiling
 
@@ -36,7 +36,7 @@ PlaneClassifier::PlaneClassifier(const CellMap& map, const std::vector<Vector>& 
 }
 
 // Walls and clutter begin where a floor ends and rise; below a ceiling they hang. What is level
-// itself, such as the ceiling of the storey below, has no say.
+// itself, such as the ceiling of the storey below, does not count.
 bool PlaneClassifier::HasMoreBelow(std::span<const CellPlace> cells) const {
     std::uint64_t above = 0, below = 0;
     const auto standing = [&](const CellPlace& at, std::int32_t low) {

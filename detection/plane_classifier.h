@@ -9,7 +9,15 @@
 
 namespace orvix::detection {
 
-/// Tells what a plane is, and to which side its normal points, as PlaneSearch promises.
+/// Decides what a plane is and to which side its normal points, as PlaneSearch promises.
+///
+///     const PlaneClassifier classifier(map, stations, spacing);
+///     classifier.Classify(cells, plane);
+///
+/// Units    metres, project frame; `spacing` is that between the cloud's points.
+/// Lifetime borrows the map and the stations.
+/// Threads  Classify may run side by side.
+/// Cost     some microseconds for each of the cells that are handed over.
 class PlaneClassifier {
 public:
     PlaneClassifier(const CellMap& map, const std::vector<Vector>& stations, double spacing);

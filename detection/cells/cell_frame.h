@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "orvix/points/grid_cells.h"
 #include "orvix/points/records.h"
@@ -24,12 +23,18 @@ inline bool Same(const CellPlace& a, const CellPlace& b) {
     return a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
 }
 
-/// Cells of a size that nests in the project's own: 10, 20, 25, 50 cm, 1, 2, 5 or 10 m, and the
-/// tiles of some dozens of cells along an axis that the search works through.
+/// The search's cells, of a size that nests in the project's own (10, 20, 25, 50 cm, 1, 2, 5 or
+/// 10 m), and its tiles of up to a hundred cells along an axis.
 ///
-/// Units      metres, project frame.
-/// Boundaries half-open, as the project's: of 10 cm they are the project's 10 cm cells. A tile
-///            holds whole 100 cm cells, of cells of a metre and more whole 1000 cm cells.
+///     const CellFrame frame(0);                            // cells of 10 cm
+///     const CellPlace cell = frame.PlaceOf(point);         // (-0.05, 1.23, 0) is in (-1, 12, 0)
+///     const CellPlace tile = frame.TileOf(cell);
+///
+/// Units      metres, project frame; places count cells (or tiles) from the origin.
+/// Boundaries cells are half-open, as the project's: cells of 10 cm are the project's 10 cm cells.
+///            A tile holds whole 100 cm cells, or whole 1000 cm cells where cells are a metre or
+///            more.
+/// Threads    a value.
 class CellFrame {
 public:
     /// The sizes there are, ascending.
@@ -43,7 +48,7 @@ public:
                                                            {100, 100, 100},
                                                            {250, 250, 250},
                                                            {500, 500, 500}}};
-    /// What no tile has more cells of along an axis.
+    /// The largest number of cells along an axis that a tile has.
     static constexpr std::int32_t kMaxCellsPerAxis = 100;
 
     CellFrame() : CellFrame(0) {}
@@ -57,7 +62,8 @@ public:
     [[nodiscard]] double Size() const { return size_; }
     /// Whether cells are smaller than the project's 100 cm cells.
     [[nodiscard]] bool InMetre() const { return perMetre_ != 0; }
-    /// Cells along an axis of what holds whole cells: a metre, or ten.
+    /// Cells along an axis of the smallest whole unit: of a metre, or where cells are that large,
+    /// of ten metres.
     [[nodiscard]] std::int32_t PerUnit() const { return perMetre_ != 0 ? perMetre_ : 10 / metres_; }
 
     /// Cells along an axis of a tile.
@@ -79,7 +85,8 @@ public:
         return {tile[0] * PerTile(0), tile[1] * PerTile(1), tile[2] * PerTile(2)};
     }
 
-    [[nodiscard]] std::int32_t Along(float coordinate) const {
+    /// The cell of a coordinate, along one axis. Precondition: Holds.
+    [[nodiscard]] std::int32_t CellAt(float coordinate) const {
         const double metres = coordinate;
         const auto truncated = static_cast<std::int32_t>(metres);
         const std::int32_t whole = truncated - static_cast<std::int32_t>(metres < truncated);
@@ -90,14 +97,14 @@ public:
         return FloorBy(whole, metres_);
     }
     [[nodiscard]] CellPlace PlaceOf(const CCloudPoint<float>& p) const {
-        return {Along(p.x), Along(p.y), Along(p.z)};
+        return {CellAt(p.x), CellAt(p.y), CellAt(p.z)};
     }
-    /// The cell of a place, as a point there would have it; none where no point can be.
+    /// The cell that a point at a place would have; none where no point can be.
     [[nodiscard]] std::optional<CellPlace> PlaceOf(const SimplePointT<double>& place) const {
         const auto x = static_cast<float>(place.x), y = static_cast<float>(place.y),
                    z = static_cast<float>(place.z);
         if (!Holds(x) || !Holds(y) || !Holds(z)) return std::nullopt;
-        return CellPlace{Along(x), Along(y), Along(z)};
+        return CellPlace{CellAt(x), CellAt(y), CellAt(z)};
     }
     /// The middle of a cell, along one axis.
     [[nodiscard]] double Middle(std::int32_t place) const { return (place + 0.5) * size_; }
@@ -115,85 +122,6 @@ private:
     CellPlace tileMetres_;
     std::int32_t perMetre_;  // 0 for cells of a metre and more
     std::int32_t metres_;
-};
-
-/// Numbers the cells of a chunk in the order in which its points first meet them.
-///
-///     CellNumbering numbering(frame);
-///     for (const auto& p : points) Use(numbering.NumberOf(p), p);
-///
-/// IsNew says of the last point whether it was the first in its cell.
-///
-/// Boundaries points must have a cell (CellFrame::Holds) and come as a project stores them, one
-///            100 cm cell (of cells of a metre and more: one 1000 cm cell) after the other; a cell
-///            met again later gets a new number.
-/// Cost       six comparisons a point that stays well inside its cell, a table of at most 1000
-///            places else.
-class CellNumbering {
-public:
-    explicit CellNumbering(const CellFrame& frame)
-        : frame_(frame),
-          perUnit_(frame.PerUnit()),
-          numbers_(static_cast<std::size_t>(perUnit_) * perUnit_ * perUnit_) {}
-
-    /// Whether a point lies in the present cell, and not at its rim.
-    [[nodiscard]] bool Stays(const CCloudPoint<float>& p) const {
-        return p.x > low_.x && p.x < high_.x && p.y > low_.y && p.y < high_.y && p.z > low_.z &&
-               p.z < high_.z;
-    }
-    /// The number of the point's cell, which becomes the present one.
-    std::uint32_t NumberOf(const CCloudPoint<float>& p) {
-        isNew_ = false;
-        return Stays(p) ? current_ : Enter(frame_.PlaceOf(p));
-    }
-    /// Whether the last point was the first in its cell, and which cell that is.
-    [[nodiscard]] bool IsNew() const { return isNew_; }
-    [[nodiscard]] const CellPlace& Place() const { return place_; }
-
-private:
-    std::uint32_t Enter(const CellPlace& place) {
-        if (next_ > 0 && Same(place, place_)) return current_;
-        place_ = place;
-        const SimplePointT<double> middle = frame_.Middle(place);
-        const double inner = frame_.Size() * (0.5 - 1e-5);  // rounding moves no rim so far
-        low_ = {middle.x - inner, middle.y - inner, middle.z - inner};
-        high_ = {middle.x + inner, middle.y + inner, middle.z + inner};
-        std::size_t inside = Inside(place);
-        if (inside >= numbers_.size() || next_ == 0) {
-            for (std::size_t axis = 0; axis < 3; ++axis)
-                unit_[axis] = FloorBy(place[axis], perUnit_) * perUnit_;
-            std::fill(numbers_.begin(), numbers_.end(), 0);
-            inside = Inside(place);
-        }
-        std::uint32_t& number = numbers_[inside];
-        if (number == 0) {
-            number = ++next_;
-            isNew_ = true;
-        }
-        current_ = number - 1;
-        return current_;
-    }
-    // At least the table's size for a place outside the unit.
-    [[nodiscard]] std::size_t Inside(const CellPlace& place) const {
-        const auto side = static_cast<std::uint32_t>(perUnit_);
-        std::array<std::uint32_t, 3> at;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            at[axis] =
-                static_cast<std::uint32_t>(place[axis]) - static_cast<std::uint32_t>(unit_[axis]);
-            if (at[axis] >= side) return numbers_.size();
-        }
-        return (std::size_t{at[0]} * side + at[1]) * side + at[2];
-    }
-
-    CellFrame frame_;
-    std::int32_t perUnit_;
-    std::vector<std::uint32_t> numbers_;  // 1 more than the number; 0: not met
-    CellPlace unit_{};                    // its first cell
-    CellPlace place_{};
-    SimplePointT<double> low_{1, 1, 1}, high_{-1, -1, -1};  // what surely is the present cell
-    std::uint32_t current_ = 0;
-    std::uint32_t next_ = 0;
-    bool isNew_ = false;
 };
 
 }  // namespace orvix::detection

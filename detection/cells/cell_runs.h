@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "detection/cells/cell_frame.h"
+#include "detection/cells/cell_numbering.h"
 #include "detection/cells/point_chunks.h"
 #include "orvix/points/alive_point_reader.h"
 
@@ -18,7 +18,7 @@ inline constexpr std::uint32_t kNoCell = ~std::uint32_t{0};
 /// Reads a chunk's points in blocks of 4096, in the order of the file: use(points) for each.
 ///
 /// Errors  Failure where the points cannot be mapped.
-/// Cost    a copy of each point.
+/// Cost    one copy per point.
 template <class Use>
 [[nodiscard]] Expected<void> ForEachBlock(CAlivePointReader& reader, const PointChunk& chunk,
                                           Use&& use) {
@@ -38,7 +38,7 @@ template <class Use>
 /// Splits points into stretches that lie in one cell, in their order: use(points, cell) for each;
 /// cells are numbered as CellNumbering does.
 ///
-/// Cost  six comparisons a point.
+/// Cost  six comparisons per point.
 template <class Use>
 void ForEachCellRun(std::span<const CCloudPoint<float>> points, CellNumbering& numbering,
                     Use&& use) {

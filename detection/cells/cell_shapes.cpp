@@ -8,12 +8,12 @@ namespace orvix::detection {
 namespace {
 
 constexpr double kMinPoints = 8;
-constexpr double kMaxTurn = 0.05;         // of a normal that a cell tells by itself, radians
+constexpr double kMaxTurn = 0.05;         // radians: of a normal that a cell has by itself
 constexpr double kMaxRatio = 0.35;        // of the least spread to the middle one
 constexpr double kMaxThinCellSize = 0.5;  // metres: cells in which the sides of a wall may meet
 constexpr double kMaxNoises = 2;          // times the cloud's: rms of a shape found among others
 
-// The shape that points tell, whose narrower spread along the plane is at least `width`.
+// The shape of points whose narrower spread along the plane is at least `width`.
 CellShape ShapeOf(const MomentSum& sum, double width) {
     CellShape shape;
     const double count = sum.count;
@@ -47,7 +47,7 @@ constexpr std::array<std::array<int, 3>, 9> kPlanes{{{1, 0, 0},
                                                      {0, 1, -1}}};
 
 // Where other surfaces pass close by, such as the far side of a thin wall, the cells of one digital
-// plane may still be flat: the flattest of them tells the shape.
+// plane may still be flat: the flattest of them decides the shape.
 CellShape ShapeOfFlattest(const TileCells& tile, std::uint32_t cell) {
     const CellPlace home = PlaceOf(tile.Key(cell), {});
     std::array<MomentSum, kPlanes.size()> sums;
@@ -67,8 +67,8 @@ CellShape ShapeOfFlattest(const TileCells& tile, std::uint32_t cell) {
     return best;
 }
 
-// Whether so few points leave a cell's shape to its surroundings.
-bool AsksAround(const MomentSum& sum) {
+// Whether a cell has so few points that its surroundings decide its shape.
+bool LacksPoints(const MomentSum& sum) {
     return sum.count < 4 * kMinPoints;
 }
 
@@ -80,9 +80,9 @@ std::vector<CellShape> ShapesOf(const TileCells& tile) {
     const double width = 0.15 * tile.Frame().Size();
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
         const CellShape shape = ShapeOf(tile.Sum(cell), width);
-        const bool asksAround =
-            shape.HasNormal() ? shape.turn > kMaxTurn : AsksAround(tile.Sum(cell));
-        shapes.push_back(asksAround ? ShapeAround(tile, cell) : shape);
+        const bool lacksPoints =
+            shape.HasNormal() ? shape.turn > kMaxTurn : LacksPoints(tile.Sum(cell));
+        shapes.push_back(lacksPoints ? ShapeAround(tile, cell) : shape);
     }
     return shapes;
 }
@@ -90,7 +90,7 @@ std::vector<CellShape> ShapesOf(const TileCells& tile) {
 void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>& shapes) {
     if (tile.Frame().Size() > kMaxThinCellSize) return;
     for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
-        if (shapes[cell].HasNormal() || !AsksAround(tile.Sum(cell))) continue;
+        if (shapes[cell].HasNormal() || !LacksPoints(tile.Sum(cell))) continue;
         const CellShape shape = ShapeOfFlattest(tile, cell);
         if (shape.HasNormal() && shape.rms <= kMaxNoises * noise) shapes[cell] = shape;
     }

@@ -19,8 +19,7 @@ constexpr std::size_t kChunksPerSample = 16;
 constexpr std::uint64_t kPointsPerSample = 4096;
 constexpr std::uint32_t kMinTypicalCount = 2;
 
-constexpr double kWorthwhile =
-    1.15;  // times the flat points of a size: what a larger one must find
+constexpr double kMinGain = 1.15;  // in points of flat cells: what makes a larger size better
 // BEHAVIOUR A3
 constexpr double kPlainShare = 0.45;  // of the flat cells: those that hold noise and nothing else
 
@@ -95,8 +94,8 @@ Expected<SampledCells> ReadSamples(CProjectCore& core, const PointChunks& cut,
     return all;
 }
 
-// Three quarters of the points lie in cells that hold so many, or more: strays are many cells, but
-// few points.
+// The largest count such that three quarters of the points lie in cells of so many or more: strays
+// are many cells, but few points.
 std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
     std::sort(counts.begin(), counts.end());
     std::uint64_t total = 0, passed = 0;
@@ -106,7 +105,7 @@ std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
     return 0;
 }
 
-// Of the points: those in cells with a normal.
+// The share of the points that lie in cells with a normal.
 double FlatShare(const SampledCells& found) {
     const auto sum = [](const std::vector<std::uint32_t>& counts) {
         return std::accumulate(counts.begin(), counts.end(), 0.0);
@@ -118,14 +117,14 @@ double FlatShare(const SampledCells& found) {
 
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& pool) {
     constexpr std::size_t kLast = CellFrame::kSizes.size() - 1;
-    double share = -1;  // of the size that has enough points a cell; before that, none
+    double share = -1;  // of the last size whose cells hold enough points; -1: none yet
     for (std::size_t step = 0;; ++step) {
         const auto cut = CutIntoChunks(core, CellFrame(step));
         if (!cut) return ErrorOf(cut);
         const auto found = ReadSamples(core, *cut, pool);
         if (!found) return ErrorOf(found);
         const double flat = FlatShare(*found);
-        if (share >= 0 && flat <= kWorthwhile * share) return step - 1;
+        if (share >= 0 && flat <= kMinGain * share) return step - 1;
         if (step == kLast) return step;
         if (share >= 0 || TypicalCount(found->counts) >= kMinTypicalCount) share = flat;
     }

@@ -9,25 +9,31 @@
 
 namespace orvix::detection {
 
-/// What a look at some places of a cloud, evenly spread over its file, tells of the whole.
+/// Noise and point spacing of a cloud, estimated from up to 256 samples spread evenly over the
+/// point file.
 struct CloudEstimate {
-    double noise = 0;    ///< metres: that of the plainer 45 % of flat cells, rms
-    double spacing = 0;  ///< metres between points on flat cells, typically
+    double noise = 0;    ///< metres: 45 % of the flat cells have an rms of at most that
+    double spacing = 0;  ///< metres between points in the median flat cell
 };
 
-/// The least cell size whose typical cell holds enough points to tell a plane from a heap: a place
-/// in CellFrame::kSizes. Three quarters of the points of the places lie in cells that hold two and
-/// more: neither the dense patch under a scanner nor the strays of a dense scan decide for the
-/// rest. Where the next size finds a normal for many more points, it is that, and so on: a scanner
-/// of few lines leaves cells that hold one line each.
+/// The smallest cell size whose typical cell holds enough points to separate a plane from a heap:
+/// a place in CellFrame::kSizes.
+///
+/// Cells are large enough when those of two points and more hold three quarters of the points; so
+/// neither the dense patch under a scanner nor the strays of a dense scan decide for the rest.
+/// Where the next size finds a normal for 15 % more points, it is that one, and so on: a scanner
+/// of few lines leaves small cells that hold one line each.
+///
+/// Errors  as of EstimateCloud, and those of CutIntoChunks.
+/// Cost    for each size that is tried, CutIntoChunks and the samples.
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& pool);
 
-/// Noise and spacing by the cells of the chunks. Where no cell is flat the noise is 0 and the
-/// spacing the cell's size.
+/// Estimates noise and spacing by the cells of the chunks.
 ///
-/// Order  a function of the chunks alone.
-/// Errors GatherCells', and a place that comes twice.
-/// Cost   reads 4,096 points at 16 to 256 places.
+/// Boundaries where no cell is flat, the noise is 0 and the spacing the cell's size.
+/// Order      a function of the chunks alone.
+/// Errors     those of GatherCells; Damaged for a cell that is stored twice; Cancelled.
+/// Cost       reads 4,096 points in each of 16 to 256 samples.
 Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
                                       const parallel::Pool& pool);
 

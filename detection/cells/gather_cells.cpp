@@ -8,13 +8,13 @@
 namespace orvix::detection {
 namespace {
 
-tl::unexpected<Error> Placeless(std::uint64_t record) {
+tl::unexpected<Error> NoFinitePlace(std::uint64_t record) {
     return Fail(
         ErrorCode::Damaged,
         fmt::format("record {} has no finite place; check the project or import it again", record));
 }
 
-tl::unexpected<Error> Strayed(std::uint64_t record) {
+tl::unexpected<Error> OutsideItsCell(std::uint64_t record) {
     return Fail(ErrorCode::Damaged,
                 fmt::format("record {} lies outside the 100 cm cell that leads to it; check the "
                             "project or import it again",
@@ -40,9 +40,9 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
     const auto check = [&](std::uint32_t cell) {
         if (!fault) return false;
         if (cell == kNoCell) {
-            fault = Placeless(record);
+            fault = NoFinitePlace(record);
         } else if (numbering.IsNew() && !InTile(frame, numbering.Place(), origin)) {
-            fault = Strayed(record);
+            fault = OutsideItsCell(record);
         }
         return fault.has_value();
     };

@@ -9,9 +9,11 @@ namespace orvix::detection {
 
 /// Reads a chunk's points once and sums up those of each cell.
 ///
-/// Order   cells as the points first meet them; a cell's points are summed as they are stored.
-/// Errors  Damaged for points that lie outside the tile, or have no finite place.
-/// Cost    some 15 ns a point.
+/// Units   sums are about the middle of the tile whose first cell is `origin`.
+/// Order   cells by their first points; a cell's points are summed as they are stored.
+/// Errors  Damaged for points that lie outside the tile or have no finite place; Failure where the
+///         points cannot be mapped.
+/// Cost    some 15 ns per point.
 Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chunk,
                                const CellFrame& frame, const CellPlace& origin);
 

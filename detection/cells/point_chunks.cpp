@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kChunkPoints = 32'768;
 
-tl::unexpected<Error> Torn(std::uint64_t at, std::uint64_t points) {
+tl::unexpected<Error> IndexDisagrees(std::uint64_t at, std::uint64_t points) {
     return Fail(ErrorCode::Damaged,
                 fmt::format("the 100 cm cells lead to {} of {} points; check the project or import "
                             "it again",
@@ -28,7 +28,7 @@ bool IsTooFar(const CellPlace& metre) {
                        [](std::int32_t at) { return at < -kFarthest || at >= kFarthest; });
 }
 
-/// Takes the 100 cm cells in the order of the file.
+/// Collects the 100 cm cells, in the order of the file, into chunks.
 class Cutter {
 public:
     explicit Cutter(const CellFrame& frame) { result_.frame = frame; }
@@ -92,10 +92,10 @@ Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame) 
                         fmt::format("100 cm cell {} lies at {}, {}, {} m, where no point can be; "
                                     "check the project or import it again",
                                     i, metre[0], metre[1], metre[2]));
-        if (run.offset != at || run.count > points - at) return Torn(at, points);
+        if (run.offset != at || run.count > points - at) return IndexDisagrees(at, points);
         cutter.Take(metre, run.count);
     }
-    if (cutter.Taken() != points) return Torn(cutter.Taken(), points);
+    if (cutter.Taken() != points) return IndexDisagrees(cutter.Taken(), points);
     return cutter.Finish();
 }
 

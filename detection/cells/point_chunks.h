@@ -24,7 +24,7 @@ struct TileChunks {
     std::vector<std::uint32_t> chunks;
 };
 
-/// A project's points by chunk and by tile.
+/// A project's points, by chunk and by tile.
 struct PointChunks {
     CellFrame frame;                 ///< of the cells that the chunks hold whole
     std::vector<PointChunk> chunks;  ///< in the order of the file
@@ -34,9 +34,12 @@ struct PointChunks {
 
 /// Cuts a project's points into chunks of some tens of thousands, or fewer where a tile ends.
 ///
-/// Order   a function of the project and the cells' size alone.
-/// Errors  Damaged where the cells do not follow each other from the first point to the last.
-/// Cost    one walk over the 100 cm index.
+/// Boundaries a 100 cm cell is never cut (where cells are a metre or more: a 1000 cm cell), however
+///            many points it holds.
+/// Order      a function of the project and the cells' size alone.
+/// Errors     Damaged where the 100 cm cells do not follow each other from the first point to the
+///            last, or lie where no point can be.
+/// Cost       one walk over the 100 cm index.
 Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame);
 
 /// The failure of a reader that got no view of the point file.

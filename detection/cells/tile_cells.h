@@ -11,7 +11,7 @@
 
 namespace orvix::detection {
 
-/// What the cells of a stretch of points hold, in the order in which they are met.
+/// The cells of a stretch of points and the moments of each, by their first points.
 struct CellSums {
     std::vector<TileKey> keys;
     std::vector<MomentSum> sums;  ///< about the tile's middle
@@ -19,18 +19,24 @@ struct CellSums {
 
 /// The cells of one tile while it is worked on: their moments, and which lie beside which.
 ///
+/// CellMap is what remains of a tile afterwards: a tenth of the memory, without moments.
+///
+///     TileCells tile(frame, origin, parts);
+///     if (auto checked = tile.Check(); !checked) return checked;
+///     tile.Link();
+///     for (const std::uint32_t other : tile.Around(cell)) Use(tile.Sum(other));
+///
 /// Units      metres about the tile's middle, unless said otherwise.
 /// Order      cells ascend by key.
-/// Lifetime   as long as its tile is being worked on; what is kept of it is CellMap's.
-/// Cost       130 bytes a cell on surfaces.
+/// Cost       130 bytes per cell on surfaces.
 class TileCells {
 public:
-    /// `origin` is the tile's first cell. The parts follow each other; they are emptied.
+    /// `origin` is the tile's first cell; the parts, in the order of the file, are emptied.
     TileCells(const CellFrame& frame, const CellPlace& origin, std::span<CellSums> parts);
 
-    /// Damaged when a place comes twice.
+    /// Damaged where a cell is stored in two places.
     [[nodiscard]] Expected<void> Check() const;
-    /// Finds who lies beside whom.
+    /// Finds the cells beside each cell: Around needs it.
     void Link();
 
     [[nodiscard]] const CellFrame& Frame() const { return frame_; }
@@ -46,14 +52,14 @@ public:
             if (place[axis] == 0 || place[axis] == frame_.PerTile(axis) - 1) return true;
         return false;
     }
-    /// The cells of the neighbourhood of 27, the cell itself among them, ascending.
+    /// The occupied cells among the 27 around a cell, itself included, ascending.
     [[nodiscard]] std::span<const std::uint32_t> Around(std::uint32_t cell) const {
         return {around_.data() + firstAround_[cell], around_.data() + firstAround_[cell + 1]};
     }
-    /// The cell that each of the parts' cells became, in their order.
+    /// For each cell of the parts, in their order, the cell of the tile that it became.
     [[nodiscard]] std::vector<std::uint32_t> TakeNumbers() { return std::move(numbers_); }
 
-    /// The middle of a tile whose first cell that is.
+    /// The middle of the tile whose first cell is `origin`.
     static Vector MiddleOf(const CellFrame& frame, const CellPlace& origin);
 
 private:

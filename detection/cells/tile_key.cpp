@@ -4,7 +4,7 @@
 namespace orvix::detection {
 namespace {
 
-constexpr int kDigitBits = 11;  // two digits tell a key
+constexpr int kDigitBits = 11;  // two digits make a key
 constexpr TileKey kDigits = TileKey{1} << kDigitBits;
 
 void SortByDigit(std::span<const TileKey> keys, int shift, const std::vector<std::uint32_t>& from,

@@ -12,8 +12,11 @@ namespace orvix::detection {
 
 /// A cell's place in its tile as one number of 21 bits, which sorts by x, then y, then z.
 ///
-/// Boundaries coordinates run from 1 to CellFrame::kMaxCellsPerAxis in the tile; 0 and one more are
-///            those of the cells around it.
+///     const TileKey key = KeyOf(place, origin);
+///     const CellPlace same = PlaceOf(key, origin);
+///
+/// Boundaries along an axis the tile's cells have 1 to CellFrame::kMaxCellsPerAxis; 0 and one more
+///            than the largest are those of the cells around the tile.
 using TileKey = std::uint32_t;
 
 inline constexpr int kKeyBitsPerAxis = 7;
@@ -32,17 +35,25 @@ inline CellPlace PlaceOf(TileKey key, const CellPlace& origin) {
     return {origin[0] + at(key / kKeyX), origin[1] + at(key / kKeyY), origin[2] + at(key)};
 }
 
-/// The order in which keys ascend, equal ones as they come: the places of the first, the second ...
+/// The order in which keys ascend: the place of the smallest, of the next, and so on.
 ///
-/// Cost  two passes of counting.
+/// Order  equal keys stay in their order.
+/// Cost   two passes of counting.
 std::vector<std::uint32_t> AscendingOrder(std::span<const TileKey> keys);
 
-/// Calls use(cell, first, last) nine times for each cell that `wanted` says yes to: the cells
-/// `first` up to, without, `last` lie in one upright column of its neighbourhood and no more than
-/// one cell up or down. Columns come by x, then y; the fifth is the cell's own.
+/// Finds the neighbours of cells: calls use(cell, first, last) nine times for each cell that
+/// `wanted` accepts, once for each upright column of its neighbourhood of 27. The cells from
+/// `first` up to, without, `last` lie in that column.
 ///
-/// `keys` ascend. Cells at 0 along an axis must not be wanted.
-/// Cost  nine places that wander along: some 30 ns a cell that is wanted, 10 ns else.
+///     ForColumnsAround(keys, [](std::uint32_t) { return true; },
+///                      [&](std::uint32_t cell, std::uint32_t first, std::uint32_t last) {
+///                          for (std::uint32_t i = first; i < last; ++i) Use(cell, i);
+///                      });
+///
+/// Boundaries `keys` ascend. Cells with 0 along an axis must not be wanted.
+/// Order      cells ascend; columns by x, then y, so that the fifth is the cell's own.
+/// Cost       nine places that advance along the keys: some 30 ns per cell that is wanted, 10 ns
+///            per other cell.
 template <class Wanted, class Use>
 void ForColumnsAround(std::span<const TileKey> keys, Wanted&& wanted, Use&& use) {
     constexpr std::array<TileKey, 9> kSteps{0 - kKeyX - kKeyY, 0 - kKeyX, 0 - kKeyX + kKeyY,

@@ -12,22 +12,22 @@
 
 namespace orvix::detection {
 
-/// What is kept of a cell when its tile has been worked on: its place, about how many points it
-/// holds, whether what it holds stands upright, and whether it lies inside its tile, and no cell
-/// around it belongs to another region than it does itself.
+/// What is kept of a cell once its tile has been worked on, in 32 bits.
 ///
-/// Boundaries counts end at 511.
+/// Boundaries counts end at 511: more points count as 511.
 class CellSummary {
 public:
     CellSummary() = default;
-    CellSummary(TileKey key, double points, bool stands, bool plain)
+    CellSummary(TileKey key, double points, bool stands, bool interior)
         : bits_(key << 11 |
                 static_cast<std::uint32_t>(points < kMaxPoints ? points : kMaxPoints) << 2 |
-                (stands ? 2U : 0U) | (plain ? 1U : 0U)) {}
+                (stands ? 2U : 0U) | (interior ? 1U : 0U)) {}
 
     [[nodiscard]] TileKey Key() const { return bits_ >> 11; }
     [[nodiscard]] std::uint32_t Points() const { return bits_ >> 2 & kMaxPoints; }
+    /// Whether what it holds is steeper than 60 degrees, or no surface.
     [[nodiscard]] bool Stands() const { return (bits_ & 2) != 0; }
+    /// Whether it lies inside its tile and no cell around it belongs to another region.
     [[nodiscard]] bool IsInterior() const { return (bits_ & 1) != 0; }
 
 private:
@@ -37,16 +37,19 @@ private:
 
 /// Every cell of a cloud: where it is, and which region it belongs to.
 ///
-///     map.Put(tile, cells, shapes, regions, numbers);
-///     map.Number(counts);                                   // when every tile is put
-///     map.ForCellsWithin(tile, 1, [&](const CellPlace& place, std::size_t its, auto cell) { ...
+///     CellMap map(frame, tiles);
+///     map.Put(tile, cells, shapes, regions, numbers);       // for every tile
+///     map.Number(counts);
+///     map.ForCellsWithin(tile, 1, [&](const CellPlace& place, std::size_t its, auto cell) {
+///         Use(place, map.RegionOf(its, cell));
 ///     });
 ///
-/// Order    cells of a tile by x, then y, then z; regions tile by tile, in the order in which they
-///          grew.
-/// Lifetime the regions' numbers are the tile's own until Number, then the cloud's.
-/// Threads  Put for different tiles may run side by side; const calls likewise, after the last Put.
-/// Cost     12 bytes a cell.
+/// Shape    a cell is named by its tile and its number there.
+/// Order    tiles by place, the cells of a tile by x, then y, then z; regions tile by tile, in the
+///          order in which they grew.
+/// Lifetime a region's number is its number in the tile until Number, then the one in the cloud.
+/// Threads  Put for different tiles may run side by side; const calls may, after Number.
+/// Cost     12 bytes per cell.
 class CellMap {
 public:
     CellMap() = default;
@@ -55,9 +58,9 @@ public:
 
     void Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
              const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers);
-    /// Numbers the regions through; `regions` tells how many each tile has.
+    /// Numbers the regions through all tiles; `regions` holds how many each tile has.
     void Number(std::span<const std::size_t> regions);
-    /// Gives each cell the region that its own has become; kNoRegion for none.
+    /// Gives each region its new number; kNoRegion for a region that is dropped.
     void Renumber(std::span<const std::int32_t> newNumbers);
 
     [[nodiscard]] const CellFrame& Frame() const { return frame_; }
@@ -77,13 +80,13 @@ public:
         const std::int32_t region = tiles_[tile].regions[cell];
         return region == kNoRegion ? kNoRegion : tiles_[tile].firstRegion + region;
     }
-    /// The cell of a tile that its points meet as the so-manyth.
+    /// The cell of a tile by its number in the order of first points.
     [[nodiscard]] std::uint32_t CellOfNumber(std::size_t tile, std::uint32_t number) const {
         return tiles_[tile].numbers[number];
     }
-    /// The tile at a place in tiles, or Tiles().
+    /// The tile at a place (which counts tiles), or Tiles().
     [[nodiscard]] std::size_t TileAt(const CellPlace& tile) const;
-    /// The tile that holds a cell at that place, or Tiles(); `cell` is set where there is one.
+    /// The tile of the cell at a place, with `cell` set; Tiles() for a place without points.
     [[nodiscard]] std::size_t Find(const CellPlace& place, std::uint32_t& cell) const;
 
     /// Calls use(place, tile, cell) for the cells of a tile and those up to `depth` cells around
@@ -117,8 +120,8 @@ public:
             }
         }
     }
-    /// Calls use(summary) for the cells of an upright column from `low` up to, and with, `high`, until
-    /// it says false.
+    /// Calls use(summary) for the cells of an upright column from `low` to `high`, both included,
+    /// until it returns false.
     template <class Use>
     void ForColumn(std::int32_t x, std::int32_t y, std::int32_t low, std::int32_t high,
                    Use&& use) const {
@@ -152,7 +155,8 @@ private:
     };
 
     static std::size_t LowerBound(const Tile& tile, TileKey key);
-    /// The tile's cells with x from `low` on, `width` of them: from, and up to without.
+    /// The tile's cells with x from `low` on over `width` cells: the first, and the one past the
+    /// last.
     [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> SliceOf(std::size_t tile,
                                                                   std::int32_t low,
                                                                   std::int32_t width) const;

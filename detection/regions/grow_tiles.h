@@ -16,7 +16,7 @@ namespace orvix::detection {
 struct GrownTiles {
     CellMap map;
     std::vector<Region> regions;             ///< tile by tile
-    std::vector<std::uint32_t> firstNumber;  ///< of each chunk: how many cells its tile met before
+    std::vector<std::uint32_t> firstNumber;  ///< of each chunk: its tile's cells in earlier chunks
 };
 
 /// The cells of one tile, and their shapes.
@@ -25,17 +25,19 @@ struct ShapedTile {
     std::vector<CellShape> shapes;
 };
 
-/// Reads a tile as GrowTiles does, on the calling thread.
+/// Reads one tile as GrowTiles does, on the calling thread.
 Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut, std::size_t tile,
                               double noise);
 
 /// Reads every point once and grows regions within each tile.
-/// As many tiles are worked on at a time as half of `memoryLimit` holds as a rule, one at least.
 ///
-/// Order   what comes out is a function of the points alone: no tile sees another.
-/// Errors  GatherCells'; BadInput where what is kept of the cells takes more than the other half.
-/// Cost    some 15 ns a point and 400 ns a cell, on as many threads as there are chunks, in the end
-///         tiles; memory 12 bytes a cell, and 260 for those being worked on.
+/// As many tiles are worked on at a time as half of `memoryLimit` holds, but at least one.
+///
+/// Order   a function of the points alone: no tile sees another.
+/// Errors  those of GatherCells; Damaged for a cell that is stored twice; BadInput where what is
+///         kept of the cells takes more than the other half; Cancelled.
+/// Cost    some 15 ns per point and 400 ns per cell, on as many threads as there are chunks, in the
+///         end tiles; memory 12 bytes per cell, and 260 per cell of the tiles at work.
 Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
                                const GrowthLimits& limits, const parallel::Pool& pool,
                                std::uint64_t memoryLimit);

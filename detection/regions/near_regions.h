@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -14,21 +13,22 @@ namespace orvix::detection {
 /// Two regions, the lower number first.
 using RegionPair = std::pair<std::int32_t, std::int32_t>;
 
-/// How close two regions come.
+/// Two regions that come near each other.
 struct NearPair {
     RegionPair pair;
     bool touch = false;  ///< cells of theirs lie side by side
-
-    auto operator<=>(const NearPair&) const = default;
 };
 
-/// The regions that come near each other in a tile: pairs that have cells, one of which may lie in
-/// a tile beside it, within `reach` cells along every axis. Pairs that `mayJoin` refuses are left
-/// out unseen.
-/// Boundaries `reach` is 1 at least, and 26 at most.
-/// Order  by pair, each once.
-/// Cost   some 50 ns a cell for a reach of a few cells; it grows with the fourth power of the reach
-///        where regions that may meet lie side by side without touching.
+/// Finds the regions that come near each other in a tile.
+///
+/// Two regions are near where a cell of one lies within `reach` cells, along every axis, of a cell
+/// of the other; one of the two cells may lie in a tile beside this one. Pairs that `mayJoin`
+/// refuses are left out without a look at their cells.
+///
+/// Boundaries `reach` is at least 1 and at most 26.
+/// Order      by pair, each once.
+/// Cost       some 50 ns per cell for a reach of a few cells. It grows with the fourth power of the
+///            reach where regions that may join lie side by side without touching.
 std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
                                   const std::function<bool(const RegionPair&)>& mayJoin);
 

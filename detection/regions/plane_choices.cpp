@@ -67,7 +67,7 @@ private:
     std::int32_t last_ = kNoRegion;
 };
 
-/// Writes lists one after the other, and finds the last ones again.
+/// Writes lists one after the other; a list equal to a recent one is not written again.
 class ListWriter {
 public:
     explicit ListWriter(std::vector<std::int32_t>& lists) : lists_(lists) { recent_.fill(0); }

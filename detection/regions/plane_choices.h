@@ -10,14 +10,16 @@
 
 namespace orvix::detection {
 
-/// Which planes pass each cell or one beside it: those that a point in the cell may belong to.
+/// For each cell, the planes that pass it or a cell beside it: those that its points may belong to.
 ///
-/// Order  the planes of a cell ascend.
-/// Cost   4 bytes a cell, and some where several planes pass.
+///     for (const std::int32_t plane : choices.At(tile, cell)) Compare(point, plane);
+///
+/// Order   the planes of a cell ascend.
+/// Errors  Of fails only with Cancelled.
+/// Cost    4 bytes per cell, and some more where several planes pass.
 class PlaneChoices {
 public:
     PlaneChoices() = default;
-    /// Cancelled is the one failure.
     static Expected<PlaneChoices> Of(const CellMap& map, const parallel::Pool& pool);
 
     [[nodiscard]] std::span<const std::int32_t> At(std::size_t tile, std::uint32_t cell) const {
@@ -27,7 +29,7 @@ public:
     }
 
 private:
-    /// Lists are a count and so many planes; equal ones that follow each other are kept once.
+    /// A list is a count and so many planes; equal lists that follow each other are kept once.
     struct Tile {
         std::vector<std::uint32_t> listOf;
         std::vector<std::int32_t> lists;

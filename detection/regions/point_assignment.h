@@ -49,7 +49,8 @@ public:
                                   use(points, ChoiceOf(chunk, cell));
                               });
     }
-    /// Reads a chunk in blocks: use(points, planes), with the plane of each point. Errors likewise.
+    /// Reads a chunk in blocks: use(points, planes), with the plane of each point. Errors as of
+    /// ForEachBlock.
     template <class Use>
     [[nodiscard]] Expected<void> ForEachBlock(CAlivePointReader& reader, std::size_t chunk,
                                               Use&& use) const {

@@ -6,9 +6,9 @@
 namespace orvix::detection {
 namespace {
 
-constexpr std::uint64_t kCellsKept = 200;  // of a region, and one more for each of its tiles
+constexpr std::uint64_t kCellsPerRegion = 200;  // of a region, and one more for each of its tiles
 
-/// The extents of the regions that one tile knows.
+/// The extents of the regions of one tile.
 using TileExtents = std::vector<std::pair<std::int32_t, RegionExtent>>;
 
 void Widen(Extends2DT<double>& bounds, const Extends2DT<double>& by) {
@@ -16,12 +16,12 @@ void Widen(Extends2DT<double>& bounds, const Extends2DT<double>& by) {
     bounds.max = {std::max(bounds.max.x, by.max.x), std::max(bounds.max.y, by.max.y)};
 }
 
-class TileLook {
+class TileExtentFinder {
 public:
-    TileLook(const std::vector<Region>& regions, const std::vector<PlaneFrame>& frames)
+    TileExtentFinder(const std::vector<Region>& regions, const std::vector<PlaneFrame>& frames)
         : regions_(regions), frames_(frames), slots_(regions.size(), -1) {}
 
-    TileExtents Look(const CellMap& map, std::size_t tile) {
+    TileExtents Find(const CellMap& map, std::size_t tile) {
         TileExtents extents;
         std::vector<std::uint64_t> met;
         for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell) {
@@ -38,7 +38,7 @@ public:
             const CellPlace place = map.PlaceOf(tile, cell);
             const auto at = frames_[number].To2D(map.Frame().Middle(place));
             Widen(extent.bounds, {at, at});
-            const std::uint64_t stride = 1 + regions_[number].cells / kCellsKept;
+            const std::uint64_t stride = 1 + regions_[number].cells / kCellsPerRegion;
             if (met[slot]++ % stride != 0) continue;
             extent.cells.push_back(place);
             extent.counts.push_back(map.SummaryOf(tile, cell).Points());
@@ -60,10 +60,10 @@ Expected<std::vector<RegionExtent>> ExtentsOf(const CellMap& map,
                                               const std::vector<PlaneFrame>& frames,
                                               const parallel::Pool& pool) {
     std::vector<TileExtents> parts(map.Tiles());
-    std::vector<std::unique_ptr<TileLook>> looks(pool.Threads());
+    std::vector<std::unique_ptr<TileExtentFinder>> finders(pool.Threads());
     auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned worker) -> Expected<void> {
-        if (!looks[worker]) looks[worker] = std::make_unique<TileLook>(regions, frames);
-        parts[tile] = looks[worker]->Look(map, tile);
+        if (!finders[worker]) finders[worker] = std::make_unique<TileExtentFinder>(regions, frames);
+        parts[tile] = finders[worker]->Find(map, tile);
         return {};
     });
     if (!done) return ErrorOf(done);

@@ -10,18 +10,18 @@
 
 namespace orvix::detection {
 
-/// Where a region's cells lie on its plane, and some of them.
+/// The bounds of a region's cells on its plane, and some of the cells.
 struct RegionExtent {
     Extends2DT<double> bounds{{1e300, 1e300}, {-1e300, -1e300}};  ///< of the cells' middles
-    std::vector<CellPlace> cells;       ///< some hundreds at most, spread over the region
+    std::vector<CellPlace> cells;       ///< up to some hundreds, spread over the region
     std::vector<std::uint32_t> counts;  ///< points in each of them
 };
 
-/// The extent of each region of a map whose regions have their final numbers.
+/// Finds the extent of each region of a map whose regions have their final numbers.
 ///
-/// Order  a function of the map and the frames.
-/// Errors Cancelled.
-/// Cost   some 10 ns a cell.
+/// Order   a function of the map and the frames.
+/// Errors  Cancelled.
+/// Cost    some 10 ns per cell.
 Expected<std::vector<RegionExtent>> ExtentsOf(const CellMap& map,
                                               const std::vector<Region>& regions,
                                               const std::vector<PlaneFrame>& frames,

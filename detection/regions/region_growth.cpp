@@ -47,11 +47,11 @@ private:
     double height_ = 0;                 // of its plane over that, along its normal
     std::vector<std::uint32_t> cells_;  // in the order in which they joined
     std::int32_t number_ = 0;
-    std::vector<std::uint32_t> seen_;  // the round in which a cell was last judged
+    std::vector<std::uint32_t> seen_;  // the round in which a cell was last compared
     std::uint32_t round_ = 0;
     enum class Role : std::uint8_t { Edge, Inner, Rim };
     std::vector<Role> roles_;      // of cells_; an edge cell leads no further
-    std::size_t front_ = 0;        // of cells_: the first whose neighbours are not judged
+    std::size_t front_ = 0;        // of cells_: the first whose neighbours are not compared
     std::vector<bool> discarded_;  // cells whose region was too small: no seeds any more
 };
 
@@ -138,8 +138,8 @@ void Grower::Spread() {
     }
 }
 
-// Holds the cells against the plane that they made, twice: who does not fit leaves, and from the
-// rim of who does the region spreads again.
+// Compares the cells with the plane that they made, twice: those that do not fit leave, and from
+// the rim of the rest the region spreads again.
 void Grower::Recheck() {
     for (int turn = 0; turn < 2; ++turn) {
         Fit();
@@ -175,7 +175,7 @@ bool Grower::TouchesRim() const {
                        [&](std::uint32_t cell) { return tile_.LiesAtRim(cell); });
 }
 
-// A region is worked on about the tile's middle and told in the project's frame.
+// Regions grow about the tile's middle and are kept in the project's frame.
 void Grower::Keep() {
     region_.origin = tile_.Middle();
     region_.plane.centre = region_.plane.centre + tile_.Middle();

@@ -30,7 +30,8 @@ public:
         while (Parent(i) != i) i = Parent(i) = Parent(Parent(i));
         return i;
     }
-    // What the worse of the two loses when they become one; infinite where they must not.
+    // How much the mean square distance grows, of the worse of the two, when they become one;
+    // infinite where they must not.
     [[nodiscard]] double Loss(const RegionPair& pair, bool touch) const {
         const Region& a = At(pair.first);
         const Region& b = At(pair.second);
@@ -47,7 +48,7 @@ public:
         into = Union(into, At(pair.second));
         Parent(pair.second) = pair.first;
     }
-    // The number that each region ends with; those that are left close ranks.
+    // The number that each region ends with, without gaps; kNoRegion for one that is too small.
     std::vector<std::int32_t> Renumber(double cellSize) {
         std::vector<std::int32_t> numbers(regions_.size(), kNoRegion);
         std::size_t kept = 0;
@@ -120,7 +121,7 @@ bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& m
         if (loss < kNever) ranked.emplace_back(loss, near.pair);
     }
     std::sort(ranked.begin(), ranked.end());
-    // A region that changed is judged anew in the next turn.
+    // A region that changed is compared again in the next turn.
     std::vector<bool> changed(regions);
     for (const auto& [loss, pair] : ranked) {
         const auto a = static_cast<std::size_t>(pair.first);

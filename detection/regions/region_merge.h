@@ -10,21 +10,19 @@
 namespace orvix::detection {
 
 /// Joins regions that are pieces of one plane: a floor that passes from tile to tile, a wall on
-/// both sides of a door. Of what remains, regions that are too small go.
+/// both sides of a door. Then drops the regions that are still too small.
 ///
-/// Two regions are one when cells of theirs lie within `bridge` metres of each other, to the next
-/// cell and over 20 cells at most, and when one plane serves both: their points' rms from the plane
-/// through all of them is what a cell's may be (kMaxSpread of the distance), and either's alone is
-/// three quarters of the distance at most, or about a third where the two do not touch. That is
-/// more than the noise: a scan drifts, and floors sag; what stands apart must prove itself.
+/// Two regions become one when cells of theirs lie within `bridge` metres of each other (rounded up
+/// to whole cells, at most 20) and one plane serves both. It does when the points of both together
+/// have an rms of at most kMaxSpread of the distance from the plane through all of them, and the
+/// points of either alone one of at most 0.75 of the distance, or 0.35 where the two do not touch.
+/// That is more than the noise, because a scan drifts and floors sag; across a gap less is allowed.
 ///
-/// Order   pairs by how little they lose, equal ones by number, until none is left; the regions
-///         that remain keep the number of their first piece, then close ranks. The map's are
-///         renamed.
+/// Order   pairs by how little their rms grows, equal ones by number, until none is left. A region
+///         is numbered by its first piece, without gaps; the map gets the same numbers.
 /// Errors  Cancelled.
-/// Cost    some 50 ns a cell where the bridge is a few cells, on as many threads as there are
-/// tiles,
-///         and n log n of the pairs in each of some tens of turns.
+/// Cost    some 50 ns per cell where the bridge is a few cells, on as many threads as there are
+///         tiles, and n log n in the pairs in each of some tens of turns.
 Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const parallel::Pool& pool,
                             CellMap& map, std::vector<Region>& regions);
 

@@ -13,51 +13,7 @@
 namespace orvix::detection {
 namespace {
 
-TEST(CellFrame, NestsInTheProjectsCellsOnBothSidesOfZero) {
-    std::mt19937 random(3);
-    std::uniform_real_distribution<float> metres(-25, 25);
-    for (std::size_t step = 0; step < CellFrame::kSizes.size(); ++step) {
-        const CellFrame frame(step);
-        for (int i = 0; i < 2000; ++i) {
-            const float v = metres(random);
-            const detail::AxisCell project = detail::CellOf(v);
-            const std::int32_t cell = frame.Along(v);
-            EXPECT_LE(std::abs(v - frame.Middle(cell)), frame.Size() / 2 * (1 + 1e-6)) << v;
-            const std::int32_t unit = frame.InMetre() ? project.cell100 : project.cell1000;
-            EXPECT_GE(cell, unit * frame.PerUnit());
-            EXPECT_LT(cell, (unit + 1) * frame.PerUnit());
-            if (step == 0) {
-                EXPECT_EQ(cell, project.cell100 * 10 + project.cell10);
-            }
-        }
-    }
-}
-
-TEST(CellFrame, HasTilesOfWholeCellsOfTheProject) {
-    for (std::size_t step = 0; step < CellFrame::kSizes.size(); ++step) {
-        const CellFrame frame(step);
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            EXPECT_LE(frame.PerTile(axis), CellFrame::kMaxCellsPerAxis);
-        for (const float v : {-1000.0F, -10.0F, -5.0F, -0.01F, 0.0F, 4.99F, 9.99F, 10.0F, 499.5F}) {
-            const std::int32_t metre = detail::CellOf(v).cell100, cell = frame.Along(v);
-            const CellPlace tile = frame.TileOf({cell, cell, cell});
-            EXPECT_EQ(tile, frame.TileOfMetre({metre, metre, metre})) << v;
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                EXPECT_GE(cell, frame.OriginOf(tile)[axis]);
-                EXPECT_LT(cell, frame.OriginOf(tile)[axis] + frame.PerTile(axis));
-            }
-        }
-    }
-}
-
-TEST(CellFrame, HoldsOnlyCoordinatesThatHaveACell) {
-    EXPECT_TRUE(CellFrame::Holds(-99'999'000.0F));
-    EXPECT_FALSE(CellFrame::Holds(1e8F));
-    EXPECT_FALSE(CellFrame::Holds(std::numeric_limits<float>::quiet_NaN()));
-    EXPECT_FALSE(CellFrame::Holds(-std::numeric_limits<float>::infinity()));
-}
-
-/// Cells strewn over eight tiles around the origin, close to where these meet, each in one of four
+/// Cells at random in eight tiles around the origin, close to where these meet, each in one of four
 /// regions or in none.
 class CellMapModel : public testing::TestWithParam<std::uint32_t> {
 protected:
@@ -166,7 +122,7 @@ TEST_P(CellMapModel, ChoosesAmongTheRegionsOfTheCellsBeside) {
     }
 }
 
-TEST_P(CellMapModel, TellsWhichRegionsMeetAcrossTheTilesToo) {
+TEST_P(CellMapModel, FindsRegionsThatAreNearAcrossTilesToo) {
     for (const std::int32_t reach : {1, 2, 4}) {
         std::map<RegionPair, bool> met, expected;
         for (std::size_t tile = 0; tile < map_.Tiles(); ++tile)
@@ -185,54 +141,6 @@ TEST_P(CellMapModel, TellsWhichRegionsMeetAcrossTheTilesToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, CellMapModel, testing::Range(0U, 4U));
-
-TEST(TileCells, RefusesAPlaceThatComesTwice) {
-    CellSums sums;
-    sums.keys = {KeyOf({1, 2, 3}, {}), KeyOf({1, 2, 4}, {}), KeyOf({1, 2, 3}, {})};
-    sums.sums.resize(3);
-    const auto checked = TileCells(CellFrame(0), {}, {&sums, 1}).Check();
-    ASSERT_FALSE(checked);
-    EXPECT_EQ(checked.error().code, ErrorCode::Damaged);
-}
-
-TEST(CellNumbering, CountsCellsInTheOrderInWhichTheyAreMet) {
-    CellNumbering numbering(CellFrame(3));  // 0.5 m: two an axis in a metre
-    const auto numberOf = [&](float x, float y, float z) {
-        CCloudPoint<float> p;
-        p.x = x;
-        p.y = y;
-        p.z = z;
-        return numbering.NumberOf(p);
-    };
-    EXPECT_EQ(numberOf(0.1F, 0.2F, 0.3F), 0U);
-    EXPECT_TRUE(numbering.IsNew());
-    EXPECT_EQ(numberOf(0.6F, 0.5F, 0.3F), 1U);
-    EXPECT_TRUE(numbering.IsNew());
-    EXPECT_EQ(numberOf(0.0F, 0.499999F, 0.3F), 0U);
-    EXPECT_FALSE(numbering.IsNew());
-    EXPECT_EQ(numberOf(1.0F, 0.5F, 0.3F), 2U);
-    EXPECT_EQ(numberOf(-0.1F, -0.1F, -0.1F), 3U);
-    EXPECT_TRUE(numbering.IsNew());
-    EXPECT_EQ(numberOf(-0.4F, -0.2F, -0.1F), 3U);
-    EXPECT_FALSE(numbering.IsNew());
-}
-
-TEST(CellNumbering, AgreesWithTheFrameAtTheRimsOfCells) {
-    std::mt19937 random(11);
-    for (std::size_t step = 0; step < CellFrame::kSizes.size(); ++step) {
-        const CellFrame frame(step);
-        CellNumbering numbering(frame);
-        for (int i = 0; i < 3000; ++i) {
-            CCloudPoint<float> p;
-            p.x = static_cast<float>(frame.Size() * static_cast<double>(random() % 4));
-            p.y = p.z = static_cast<float>(frame.Size() / 2);
-            for (auto steps = random() % 3; steps > 0; --steps)
-                p.x = std::nextafter(p.x, random() % 2 == 0 ? 100.0F : -100.0F);
-            numbering.NumberOf(p);
-            EXPECT_EQ(numbering.Place(), frame.PlaceOf(p)) << p.x;
-        }
-    }
-}
 
 }  // namespace
 }  // namespace orvix::detection
