@@ -175,7 +175,7 @@ ProjectFacts ImportRun::Facts() const {
     return facts;
 }
 
-// Once the project has appeared, a wish to cancel comes too late.
+// Once the project has appeared, it is too late to cancel.
 // BEHAVIOUR I18
 Expected<void> ImportRun::Publish() {
     bool published = false;

@@ -56,7 +56,7 @@ double AngleOf(double sine, double cosine) {
     }
 }
 
-bool LeadsNegative(const Quaternion& q) {
+bool StartsNegative(const Quaternion& q) {
     for (const double v : {q.w, q.x, q.y, q.z}) {
         if (v != 0) return v < 0;
     }
@@ -104,7 +104,7 @@ std::optional<Quaternion> RotationOf(const AffineMap& map) {
 
 AxisAngle AxisAngleOf(const Quaternion& rotation) {
     Quaternion q = rotation;
-    if (LeadsNegative(q)) q = {-q.w, -q.x, -q.y, -q.z};
+    if (StartsNegative(q)) q = {-q.w, -q.x, -q.y, -q.z};
     const auto axis = Unit({q.x, q.y, q.z});
     if (!axis) return {};
     const double sine = std::sqrt(q.x * q.x + q.y * q.y + q.z * q.z);

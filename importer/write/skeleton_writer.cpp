@@ -13,8 +13,9 @@ namespace {
 constexpr std::uint64_t kBatchPoints = CloudThinner::kBlockPoints;
 constexpr std::size_t kCoarseRecords = 1024;
 
-/// Bounds, centroid and representative of one block of the coarse table, from its points, which
-/// are read twice, a piece at a time.
+/// Finds bounds, centroid and representative of one block of the coarse table.
+///
+/// The block's points are read twice, piece by piece.
 class CoarseMeasure {
 public:
     CoarseMeasure(const SyncedFile& coordinates, detail::CoarseViewRecord& block,

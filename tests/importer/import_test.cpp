@@ -97,7 +97,7 @@ std::vector<MemoryScan> RandomScans(std::uint64_t seed) {
             case 6:
                 return centre - unit() * unit() * unit() * 30;  // dense towards a corner
             default:
-                return centre + unit() * 900 - 450;  // few points a cell
+                return centre + unit() * 900 - 450;  // few points per cell
         }
     };
     std::vector<MemoryScan> scans(1 + below(3));

@@ -37,14 +37,14 @@ bool ParseReal(std::string_view text, double& value) {
     return !text.empty() && ParseNumber(text.data(), last, '.', value) == last;
 }
 
-/// Reads elements and attributes, and remembers the first thing that is wrong with them.
+/// Reads elements and attributes, and notes the first fault in them.
 class Reading {
 public:
     explicit Reading(std::string place) : place_(std::move(place)) {}
 
     [[nodiscard]] bool Failed() const { return !fault_.empty(); }
     [[nodiscard]] tl::unexpected<Error> Fault() const { return Fail(ErrorCode::BadInput, fault_); }
-    void Blame(const XmlElement& element, const std::string& what) {
+    void NoteFault(const XmlElement& element, const std::string& what) {
         if (fault_.empty()) fault_ = fmt::format("{}: <{}> {}", place_, element.name, what);
     }
 
@@ -52,23 +52,23 @@ public:
     std::int64_t Whole(const XmlElement& element, std::string_view name, std::int64_t absent) {
         const std::string* text = element.Attribute(name);
         if (text == nullptr || ParseWhole(*text, absent)) return absent;
-        Blame(element, fmt::format("has the {} \"{}\", which is no whole number", name,
-                                   text->substr(0, 40)));
+        NoteFault(element, fmt::format("has the {} \"{}\", which is no whole number", name,
+                                       text->substr(0, 40)));
         return 0;
     }
     double Real(const XmlElement& element, std::string_view name, double absent) {
         const std::string* text = element.Attribute(name);
         if (text == nullptr || (ParseReal(*text, absent) && std::isfinite(absent))) return absent;
-        Blame(element,
-              fmt::format("has the {} \"{}\", which is no number", name, text->substr(0, 40)));
+        NoteFault(element,
+                  fmt::format("has the {} \"{}\", which is no number", name, text->substr(0, 40)));
         return 0;
     }
     /// The number that an element of any numeric type holds; an empty one is 0.
     double Number(const XmlElement& element) {
         double value = 0;
         if (!Trimmed(element.text).empty() && !ParseReal(element.text, value)) {
-            Blame(element,
-                  fmt::format("holds \"{}\", which is no number", element.text.substr(0, 40)));
+            NoteFault(element,
+                      fmt::format("holds \"{}\", which is no number", element.text.substr(0, 40)));
         }
         const std::string* type = element.Attribute("type");
         if (type == nullptr || *type != "ScaledInteger") return value;
@@ -122,8 +122,8 @@ E57Field ReadField(const XmlElement& element, Reading& reading) {
         field.scale = reading.Real(element, "scale", 1);
         field.offset = reading.Real(element, "offset", 0);
         if (field.maximum < field.minimum) {
-            reading.Blame(element, fmt::format("has the range {} to {}, which holds no number",
-                                               field.minimum, field.maximum));
+            reading.NoteFault(element, fmt::format("has the range {} to {}, which holds no number",
+                                                   field.minimum, field.maximum));
         }
         field.bits = static_cast<unsigned>(std::bit_width(
             static_cast<std::uint64_t>(field.maximum) - static_cast<std::uint64_t>(field.minimum)));
@@ -131,7 +131,8 @@ E57Field ReadField(const XmlElement& element, Reading& reading) {
         field.kind = Kind::String;
         field.bits = 8;
     } else {
-        reading.Blame(element, fmt::format("is of type \"{}\", which no record field is", word));
+        reading.NoteFault(element,
+                          fmt::format("is of type \"{}\", which no record field is", word));
     }
     return field;
 }
@@ -142,7 +143,7 @@ void CollectFields(const XmlElement& parent, bool outermost, Reading& reading,
     for (const XmlElement& child : parent.children) {
         const std::string* type = child.Attribute("type");
         if (fields.size() == kMaxFields) {
-            return reading.Blame(parent, fmt::format("has more than {} fields", kMaxFields));
+            return reading.NoteFault(parent, fmt::format("has more than {} fields", kMaxFields));
         }
         if (type != nullptr && (*type == "Structure" || *type == "Vector")) {
             CollectFields(child, false, reading, fields);
@@ -158,7 +159,8 @@ void ReadCodecs(const XmlElement& points, Reading& reading) {
     if (codecs == nullptr) return;
     for (const XmlElement& codec : codecs->children) {
         if (codec.Child("bitPackCodec") != nullptr || codec.name == "bitPackCodec") continue;
-        reading.Blame(codec, "packs fields in a way that is not read; export the file without it");
+        reading.NoteFault(codec,
+                          "packs fields in a way that is not read; export the file without it");
     }
 }
 
@@ -170,7 +172,7 @@ void ReadPose(const XmlElement& scan, Reading& reading, ScanPose& pose) {
         const Quaternion stored{reading.NumberOf(turn, "w", 1), reading.NumberOf(turn, "x", 0),
                                 reading.NumberOf(turn, "y", 0), reading.NumberOf(turn, "z", 0)};
         const auto unit = Normalised(stored);
-        if (!unit) reading.Blame(*turn, "is no rotation");
+        if (!unit) reading.NoteFault(*turn, "is no rotation");
         pose.rotation = unit.value_or(Quaternion{});
     }
     const XmlElement* move = element->Child("translation");
@@ -178,7 +180,7 @@ void ReadPose(const XmlElement& scan, Reading& reading, ScanPose& pose) {
                      reading.NumberOf(move, "z", 0)};
     const auto& p = pose.position;
     if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) {
-        reading.Blame(*move, "is no position");
+        reading.NoteFault(*move, "is no position");
     }
 }
 
@@ -206,7 +208,7 @@ std::optional<E57Limits> LimitsOf(const E57Scan& scan, std::string_view fieldNam
 void ReadPoints(const XmlElement& points, Reading& reading, E57Scan& scan) {
     const std::int64_t offset = reading.Whole(points, "fileOffset", 0);
     const std::int64_t records = reading.Whole(points, "recordCount", 0);
-    if (offset < 0 || records < 0) reading.Blame(points, "counts below zero");
+    if (offset < 0 || records < 0) reading.NoteFault(points, "counts below zero");
     scan.sectionPhysical = static_cast<std::uint64_t>(offset);
     scan.records = static_cast<std::uint64_t>(records);
     if (const XmlElement* prototype = points.Child("prototype")) {

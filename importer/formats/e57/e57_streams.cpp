@@ -55,7 +55,7 @@ Expected<E57Section> FindE57Section(E57Pages& pages, const E57Scan& scan) {
     section = {*start, *data, *start + length};
     std::uint64_t bits = 0;
     for (const E57Field& field : scan.fields) bits += field.bits;
-    // Without a bit to a record, nothing bounds the number of records.
+    // Where a record has no bit, nothing bounds the number of records.
     if (bits == 0 || scan.records > section.DataBytes() * 8 / bits) {
         return BadSection(pages, scan,
                           fmt::format("where {} bytes cannot hold its {} records of {} bits",

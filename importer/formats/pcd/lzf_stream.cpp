@@ -29,8 +29,8 @@ Expected<void> LzfStream::ReadByte(std::uint8_t& byte) {
     return {};
 }
 
-// A control byte below 32 leads that many literals and one; else its upper three bits are a length
-// (7: continued in the next byte) and its lower five the upper part of a distance.
+// A control byte below 32 comes before that many literals and one more; else its upper three bits
+// are a length (7: continued in the next byte), its lower five the upper part of a distance.
 Expected<void> LzfStream::ReadToken() {
     std::uint8_t control = 0;
     std::uint8_t byte = 0;

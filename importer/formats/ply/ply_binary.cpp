@@ -10,7 +10,7 @@
 namespace orvix::importer {
 namespace {
 
-/// A few bytes at a time from anywhere in a file, near ones from the same block.
+/// Reads a few bytes at a time from anywhere in a file, near ones from the same block.
 class ByteWindow {
 public:
     explicit ByteWindow(const ScanFile& file) : file_(&file) {}

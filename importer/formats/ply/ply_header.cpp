@@ -53,13 +53,13 @@ std::vector<std::string_view> Words(std::string_view line) {
     return words;
 }
 
-/// Reads the header's lines one by one; each method says what is wrong with its line, if
+/// Reads the header's lines one by one; each method returns what is wrong with its line, if
 /// anything is.
 class HeaderParser {
 public:
-    using Complaint = std::optional<std::string>;
+    using Fault = std::optional<std::string>;
 
-    Complaint Line(const std::vector<std::string_view>& words) {
+    Fault Line(const std::vector<std::string_view>& words) {
         if (words.empty() || words[0] == "obj_info") return {};
         if (words[0] == "comment") {
             Comment(words);
@@ -72,15 +72,15 @@ public:
                "end_header before them is missing";
     }
     /// What is missing once the header has ended.
-    Complaint Finish();
+    Fault Finish();
 
     PlyHeader header;
 
 private:
     void Comment(const std::vector<std::string_view>& words);
-    Complaint Format(const std::vector<std::string_view>& words);
-    Complaint Element(const std::vector<std::string_view>& words);
-    Complaint Property(const std::vector<std::string_view>& words);
+    Fault Format(const std::vector<std::string_view>& words);
+    Fault Element(const std::vector<std::string_view>& words);
+    Fault Property(const std::vector<std::string_view>& words);
     void ChooseColourScale();
 
     bool hasFormat_ = false;
@@ -99,7 +99,7 @@ void HeaderParser::Comment(const std::vector<std::string_view>& words) {
     header.exportedOrigin = origin;
 }
 
-HeaderParser::Complaint HeaderParser::Format(const std::vector<std::string_view>& words) {
+HeaderParser::Fault HeaderParser::Format(const std::vector<std::string_view>& words) {
     hasFormat_ = true;
     const std::string_view name = words.size() > 1 ? words[1] : "";
     if (name == "ascii") {
@@ -114,7 +114,7 @@ HeaderParser::Complaint HeaderParser::Format(const std::vector<std::string_view>
     return {};
 }
 
-HeaderParser::Complaint HeaderParser::Element(const std::vector<std::string_view>& words) {
+HeaderParser::Fault HeaderParser::Element(const std::vector<std::string_view>& words) {
     PlyElement element;
     if (words.size() != 3) return "an element needs a name and a count";
     element.name = words[1];
@@ -132,7 +132,7 @@ HeaderParser::Complaint HeaderParser::Element(const std::vector<std::string_view
     return {};
 }
 
-HeaderParser::Complaint HeaderParser::Property(const std::vector<std::string_view>& words) {
+HeaderParser::Fault HeaderParser::Property(const std::vector<std::string_view>& words) {
     if (header.elements.empty()) return "a property stands before the first element";
     if (++properties_ > kPropertyLimit) return "there are too many properties";
     const bool list = words.size() == 5 && words[1] == "list";
@@ -152,7 +152,7 @@ HeaderParser::Complaint HeaderParser::Property(const std::vector<std::string_vie
     return {};
 }
 
-HeaderParser::Complaint HeaderParser::Finish() {
+HeaderParser::Fault HeaderParser::Finish() {
     if (!hasFormat_) return "it has no format line";
     const auto& elements = header.elements;
     const auto vertex = std::find_if(elements.begin(), elements.end(),

@@ -54,7 +54,7 @@ void LoadValues(PlyType type, bool bigEndian, const Strided& from, double* value
     }
 }
 
-/// One loop a role, so that none asks for the role point by point.
+/// One loop per role, so that none looks at the role point by point.
 void StoreValues(Role role, std::span<const double> values, double colourScale, ScanPoint* out) {
     const auto store = [&](auto constant) {
         for (const double value : values) StoreValue(constant.value, value, colourScale, *out++);

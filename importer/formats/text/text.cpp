@@ -157,7 +157,7 @@ private:
 }  // namespace
 
 Expected<std::unique_ptr<ScanReader>> OpenText(ScanFile file) {
-    auto layout = SniffText(file);
+    auto layout = FindTextLayout(file);
     if (!layout) return ErrorOf(layout);
     return std::make_unique<TextReader>(std::move(file), std::move(*layout));
 }

@@ -275,7 +275,7 @@ std::optional<std::uint64_t> CountIn(std::string_view line) {
     return count;
 }
 
-Expected<TextLayout> SniffText(const ScanFile& file) {
+Expected<TextLayout> FindTextLayout(const ScanFile& file) {
     std::vector<std::uint8_t> bytes;
     const std::uint64_t read = std::min(file.Size(), kPieceBytes);
     if (auto done = file.ReadBlock(0, static_cast<std::size_t>(read), bytes); !done) {

@@ -50,7 +50,7 @@ std::optional<std::uint64_t> CountIn(std::string_view line);
 ///
 /// Errors   BadInput: text in UTF-16, bytes that no text holds, no layout with which at least half
 ///          of the lines hold three numbers.
-Expected<TextLayout> SniffText(const ScanFile& file);
+Expected<TextLayout> FindTextLayout(const ScanFile& file);
 
 /// For people: "text, comma-separated: x y z intensity".
 std::string DescribeLayout(const TextLayout& layout);

@@ -17,14 +17,14 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-struct Sniffed {
+struct LayoutCase {
     std::string_view text;
     std::string_view layout;
     std::string_view positions;
     std::uint64_t malformed = 0;
 };
 
-class TextLayouts : public testing::TestWithParam<Sniffed> {};
+class TextLayouts : public testing::TestWithParam<LayoutCase> {};
 
 // BEHAVIOUR X10, X11, X12, X13
 TEST_P(TextLayouts, AreToldByTheContent) {
@@ -35,7 +35,7 @@ TEST_P(TextLayouts, AreToldByTheContent) {
     EXPECT_EQ(scan.malformed, GetParam().malformed);
 }
 
-constexpr Sniffed kSniffed[] = {
+constexpr LayoutCase kLayoutCases[] = {
     {"1 2 3", "blank-separated: x y z", "1 2 3"},
     {"  1.5\t2   -3e1 \r\n4 5 6\r\n", "blank-separated: x y z", "1.5 2 -30; 4 5 6"},
     {"1 2 3\r4 5 6\r", "blank-separated: x y z", "1 2 3; 4 5 6"},
@@ -71,7 +71,7 @@ constexpr Sniffed kSniffed[] = {
     {"1 2 3 4\n1 2 3 x\n1 2 3 nan\n1 2 3\n", "blank-separated: x y z intensity",
      "1 2 3; 1 2 3; 1 2 3", 1},
 };
-INSTANTIATE_TEST_SUITE_P(Table, TextLayouts, testing::ValuesIn(kSniffed));
+INSTANTIATE_TEST_SUITE_P(Table, TextLayouts, testing::ValuesIn(kLayoutCases));
 
 TEST(TextReader, AttributesComeAtTheFilesOwnScaleButUnitColours) {
     const auto point = [](std::string_view line) { return ReadAll(line).points.at(0); };

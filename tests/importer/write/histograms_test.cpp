@@ -16,7 +16,7 @@ void PrintTo(const HistogramBin& bin, std::ostream* out) {
 
 }  // namespace orvix::detail
 
-namespace orvix::importer {
+namespace orvix::importer::test {
 namespace {
 
 using testing::ElementsAre;
@@ -85,4 +85,4 @@ TEST(Histograms, TellCountsBeyondThirtyOneBitsInSeveralRecords) {
 }
 
 }  // namespace
-}  // namespace orvix::importer
+}  // namespace orvix::importer::test
