@@ -124,6 +124,23 @@ TEST(PlyReader, ColoursReachToTheLargestValueOfTheirType) {
     EXPECT_EQ(colour("int", "-3"), std::pair(0, 0));
 }
 
+// BEHAVIOUR X8
+TEST(PlyReader, AClassThatDoesNotFitIntoAByteIsNone) {
+    for (const auto encoding : kEncodings) {
+        PlyBody body(encoding);
+        for (const std::int32_t label : {-1, 0, 7, 255, 256, 300}) {
+            body.Put<float>(1).Put<float>(2).Put<float>(3).Put<std::int32_t>(label).End();
+        }
+        const WholeScan scan = ReadAll(
+            body.File("element vertex 6\nproperty float x\nproperty float y\nproperty float z\n"
+                      "property int label\n"));
+        std::vector<int> classes;
+        for (const importer::ScanPoint& point : scan.points)
+            classes.push_back(point.classification);
+        EXPECT_EQ(classes, (std::vector<int>{0, 0, 7, 255, 0, 0}));
+    }
+}
+
 TEST(PlyReader, LinesMayEndInAnyOfTheThreeWays) {
     for (const std::string_view end : {"\n", "\r\n", "\r"}) {
         std::string text = AsciiPly("1 2 3\n\n4 5 nan\n");
