@@ -13,6 +13,9 @@ namespace {
 
 using test::SettingsSandbox;
 
+/// The name of a key's unnamed value, and the path above all keys.
+const CString kNone;
+
 std::vector<std::byte> Bytes(std::string_view text) {
     const auto* const first = reinterpret_cast<const std::byte*>(text.data());
     return {first, first + text.size()};
@@ -26,12 +29,12 @@ TEST(SettingsStore, KeepsTypeAndBytesOfEachRootApart) {
     const SettingsSandbox sandbox;
     const std::vector<std::byte> bytes = Bytes(std::string_view("a\0\xFF", 3));
     ASSERT_TRUE(StoreSetting(kCurrentUser, L"A\\B", L"name", kSettingBinary, bytes));
-    ASSERT_TRUE(StoreSetting(kCurrentUser, L"A\\B", L"", kSettingDword, {}));
+    ASSERT_TRUE(StoreSetting(kCurrentUser, L"A\\B", kNone, kSettingDword, {}));
     const auto stored = QuerySetting(kCurrentUser, L"A\\B", L"name");
     ASSERT_TRUE(stored);
     EXPECT_EQ(stored->type, kSettingBinary);
     EXPECT_EQ(stored->bytes, bytes);
-    const auto unnamed = QuerySetting(kCurrentUser, L"A\\B", L"");
+    const auto unnamed = QuerySetting(kCurrentUser, L"A\\B", kNone);
     ASSERT_TRUE(unnamed);
     EXPECT_EQ(unnamed->type, kSettingDword);
     EXPECT_TRUE(unnamed->bytes.empty());
@@ -44,7 +47,7 @@ TEST(SettingsStore, ComparesKeysAndNamesWithoutCaseAndDropsEmptyParts) {
     const SettingsSandbox sandbox;
     ASSERT_TRUE(Store(L"SOFTWARE\\Orvix\\", L"Größe", "1"));
     ASSERT_TRUE(Store(L"software\\\\ORVIX", L"GRÖßE", "22"));
-    const auto listed = ListSettings(kCurrentUser, L"");
+    const auto listed = ListSettings(kCurrentUser, kNone);
     ASSERT_EQ(listed.size(), 1u);
     EXPECT_EQ(listed[0].key, L"SOFTWARE\\Orvix");
     EXPECT_EQ(listed[0].name, L"Größe");
