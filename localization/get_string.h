@@ -4,7 +4,7 @@
 #include "orvix/platform/export.h"
 
 /// The text of a number (text_ids.h) in the language of a Windows language identifier: English,
-/// German, French or Spanish, whatever the country. An unknown language reads as English; an
+/// German, French or Spanish, in each of their countries. An unknown language reads as English; an
 /// unknown number yields the number itself as decimal text, the same address every time.
 ///
 ///     const wchar_t* text = GetString(1370, 0x407);  // "Eine erforderliche Datei ... fehlt. ..."

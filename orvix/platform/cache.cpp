@@ -44,7 +44,7 @@ std::optional<CString> AcceptedText(const platform::StoredSetting& stored) {
     return platform::FromUtf16(units);
 }
 
-/// What a read found; `writeBack` tells that the value is known to be missing. A store that
+/// What a read found; `writeBack`: the value is known to be missing. A store that
 /// cannot be read just now may hold one, which a default must not overwrite.
 struct ReadText {
     ReadText(RegistryRoot root, const CString& key, const CString& name) {

@@ -23,12 +23,12 @@ namespace orvix {
 /// The text ends at its first zero.
 ///
 /// Units      doubles are stored with six digits after the point: what lies beyond 1e-6 is lost.
-///            Numbers always use ".", whatever the program's locale.
+///            Numbers always use ".", in every locale.
 /// Boundaries a text of 255 UTF-16 units is read back, one of 256 is stored but counts as missing.
 ///            Numbers are read from the text's start: leading blanks, a sign, digits; "12abc" is
 ///            12, "abc" and "" are 0, and what 32 bits or a double cannot hold is their limit.
 /// Errors     none are reported here: a failed read yields the default, a failed write nothing
-///            (settings_store.h tells what the user hears).
+///            (settings_store.h says what the user hears).
 /// Threads    any; no state is kept.
 /// Cost       a fraction of a millisecond; a write waits until it is on the device.
 class ORVIX_API Cache {
@@ -49,7 +49,7 @@ public:
                               const CString& value);
     static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
                               int value);
-    /// The text that a pointer tells; null writes no value but still creates the key.
+    /// The text that a pointer names; null writes no value but still creates the key.
     static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
                               const wchar_t* value);
 };

@@ -42,8 +42,8 @@ template <class T, class E>
     return tl::unexpected<E>(failed.error());
 }
 
-/// The failure of a system call on `what`; a full disk or quota is told apart as NoSpace, a name
-/// that no file can have as BadInput.
+/// The failure of a system call on `what`; a full disk or quota is NoSpace, a name that no
+/// file can have BadInput, anything else Failure.
 inline tl::unexpected<Error> FailSystem(std::error_code cause, const std::string& what) {
     const bool full = cause == std::errc::no_space_on_device || cause == std::errc::file_too_large;
     const bool name = cause == std::errc::filename_too_long;

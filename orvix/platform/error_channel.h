@@ -5,7 +5,7 @@
 
 namespace orvix {
 
-/// Receives the library's messages to the user, one text a call, on the thread that met the
+/// Receives the library's messages to the user, one text per call, on the thread that met the
 /// trouble. The text is valid during the call only. It must not throw.
 using ErrorChannel = void (*)(const wchar_t* text);
 

@@ -22,7 +22,7 @@ enum class FileAccess { Read, ReadWrite };
 
 /// Opens an existing file, shared with other readers and writers; kInvalidHandle on failure.
 /// A folder, and a pipe or device that has no positions, count as failures; no open waits.
-/// `LastErrorCode()` of system.h tells the cause.
+/// `LastErrorCode()` of system.h returns the cause.
 Handle OpenExisting(const CString& path, FileAccess access);
 
 /// Closes a handle of OpenExisting; null and the invalid handle are left alone.
@@ -31,7 +31,8 @@ void CloseHandleOf(Handle file);
 /// The file's current size in bytes; false, with `size` untouched, for a handle that is none.
 bool SizeOf(Handle file, std::uint64_t& size);
 
-/// A file of our own: move-only, positioned reads and writes, every failure as an error_code.
+/// An open file of our own, closed at the end of its life: move-only, positioned reads and writes,
+/// every failure as an error_code.
 ///
 ///     std::error_code error;
 ///     File file = File::Create(path, error);
@@ -43,7 +44,7 @@ bool SizeOf(Handle file, std::uint64_t& size);
 /// Boundaries a read past the end returns the bytes there are; a write past the end extends the
 ///            file with zeros (sparse where the file system can).
 /// Threads    positioned reads and writes may run at once on one File; Append may not.
-/// Cost       one system call a call (more when the system moves less than asked); no buffering:
+/// Cost       one system call per call (more when the system moves less than asked); no buffering:
 ///            hand over large blocks.
 class File {
 public:

@@ -17,7 +17,7 @@ namespace orvix {
 class ORVIX_API IOUtility {
 public:
     /// The size of an open file in bytes: 1, and `size` set. For a null or invalid handle 0, with
-    /// `size` untouched; for one that cannot tell its size 0, with `size` 0.
+    /// `size` untouched; for one that has no size to ask for 0, with `size` 0.
     static int GetFileSizeQW(void* file, std::uint64_t* size);
 
     /// Whether an existing file opens for reading and writing, shared with others. The file is

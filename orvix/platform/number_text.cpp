@@ -32,8 +32,8 @@ std::string NumberStart(std::wstring_view text) {
     return narrow;
 }
 
-/// Whether a number beyond the range of double is too large rather than too small: the power of
-/// ten of its first digit that is not 0 tells.
+/// Whether a number beyond the range of double is too large rather than too small, by the power of
+/// ten of its first digit that is not 0.
 bool IsHuge(std::string_view number) {
     if (number.starts_with('-')) number.remove_prefix(1);
     std::int64_t power = 0;

@@ -14,7 +14,7 @@ std::int32_t LeadingInteger(std::wstring_view text);
 
 /// The decimal number that a text starts with, after blanks and a sign ("1.5", ".5", "2e-3",
 /// "inf", "nan"); 0 when there is none. One too large reads as infinity, one too small as 0. The
-/// decimal point is "." whatever the program's locale.
+/// decimal point is "." in every locale.
 double LeadingDouble(std::wstring_view text);
 
 /// `value` as "%f" writes it in the plain locale: six digits after the point.

@@ -35,7 +35,7 @@ bool IsFolder(const CString& path);
 bool IsLink(const CString& path);  ///< a symbolic link, whether what it points to exists or not
 bool IsSameFile(const CString& a, const CString& b);  ///< both exist and are one file
 
-/// The size that the folder entry of an existing file tells (a folder's is 0); false, with
+/// The size of an existing file as its folder entry states it (a folder's is 0); false, with
 /// `bytes` untouched, when it cannot be queried.
 bool QueryFileSize(const CString& path, std::uint64_t& bytes);
 

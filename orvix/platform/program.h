@@ -12,7 +12,7 @@ namespace orvix::platform {
 ///     int main(int argc, char** argv) {
 ///         const std::vector<std::string> words = platform::ProgramArguments(argc, argv);
 ///
-/// Boundaries on Windows `argv` holds only what the system's own code page can tell, and is not
+/// Boundaries on Windows `argv` holds only what the system's own code page can express, and is not
 ///            looked at; elsewhere it is taken as it is, valid UTF-8 or not.
 std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
 

@@ -90,8 +90,8 @@ public:
     static constexpr int kCannotOpen = -1;
 
     virtual ~RowWindow() = default;
-    /// Shows the window, modal over `parent` (a native window handle, or null), until Close; returns
-    /// the code that Close was given, kCannotOpen where there is nothing to show it on.
+    /// Shows the window, modal over `parent` (a native window handle, or null), until Close;
+    /// returns the code that Close was given, kCannotOpen where there is nothing to show it on.
     virtual int Run(void* parent, const RowWindowContent& content, RowWindowEvents& events) = 0;
     /// `code` is above 0.
     virtual void Close(int code) = 0;

@@ -11,7 +11,7 @@ bool IsTerminal(StandardStream stream);
 /// Whether that terminal obeys the sequences that move its cursor and clear its line.
 bool ObeysControls(StandardStream stream);
 
-/// Characters in a line of that terminal; 80 where it does not tell.
+/// Characters in a line of that terminal; 80 where the system does not say.
 int TerminalColumns(StandardStream stream);
 
 }  // namespace orvix::platform

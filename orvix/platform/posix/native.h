@@ -17,7 +17,7 @@ inline std::string NativePath(const CString& path) {
     return ToUtf8(path);
 }
 
-/// Sets `error` from the outcome of a system call that tells failure by -1.
+/// Sets `error` from the outcome of a system call that reports failure as -1.
 template <class Result>
 bool Succeeded(Result result, std::error_code& error) {
     error = result == -1 ? LastError() : std::error_code{};

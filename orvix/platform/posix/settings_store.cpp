@@ -136,8 +136,8 @@ std::string Cause(const Database& database, int result) {
     return result == SQLITE_CORRUPT ? "it is damaged" : database.Message();
 }
 
-/// Tells the user what `result` kept from being done. The store is let go of before: the host may
-/// take its time over the message, and may use the store meanwhile.
+/// Reports to the user what `result` kept from being done. The store is let go of before: the host
+/// may take its time over the message, and may use the store meanwhile.
 void AnnounceTrouble(RegistryRoot root, Database& database, int result, const char* what) {
     const std::string cause = Cause(database, result);
     database.Execute("ROLLBACK");

@@ -28,8 +28,8 @@ bool ObeysControls(StandardStream stream) {
 
 int TerminalColumns(StandardStream stream) {
     winsize size{};
-    const bool told = ::ioctl(DescriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return told ? size.ws_col : 80;
+    const bool known = ::ioctl(DescriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
 }
 
 }  // namespace orvix::platform

@@ -16,7 +16,7 @@ namespace {
 using namespace detail;
 
 /// Bytes that one system call moves, at most.
-constexpr std::size_t kLargestMove = std::size_t{1} << 30;
+constexpr std::size_t kMaxMoveBytes = std::size_t{1} << 30;
 
 constexpr DWORD kShareReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;
 /// Our own files may be renamed and removed while they are open, as on other systems.
@@ -44,7 +44,7 @@ OVERLAPPED PositionOf(std::uint64_t offset) {
 }
 
 DWORD NextMove(std::size_t bytes) {
-    return static_cast<DWORD>(std::min(bytes, kLargestMove));
+    return static_cast<DWORD>(std::min(bytes, kMaxMoveBytes));
 }
 
 /// Lets what is never written take no space on the disk; where the file system cannot, it does.
@@ -53,7 +53,7 @@ void MakeSparse(HANDLE file) {
     DeviceIoControl(file, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
 }
 
-/// Bytes free on the volume of an open file; all there could be when it does not tell.
+/// Bytes free on the volume of an open file; all there could be when the system does not say.
 std::uint64_t FreeBeside(HANDLE file) {
     constexpr DWORD kRoom = 32'768;
     CString path(kRoom, L'\0');

@@ -14,7 +14,7 @@ bool HasInstruction() {
 
 }  // namespace
 
-/// The C library's function, linked before the library's own (exact_fma.h tells why).
+/// The C library's function, linked before the library's own (exact_fma.h says why).
 extern "C" double fma(double x, double y, double z) {
     static constinit signed char known = -1;
     if (known < 0) known = HasInstruction() ? 1 : 0;

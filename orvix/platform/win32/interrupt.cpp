@@ -11,7 +11,7 @@ namespace {
 
 constinit std::atomic<bool> interrupted{false};
 
-/// Called on a thread of the system's; whatever it does not take ends the process.
+/// Called on a thread of the system's; what it does not take ends the process.
 BOOL WINAPI OnConsoleEvent(DWORD event) {
     const bool asked = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
     return asked && !interrupted.exchange(true) ? TRUE : FALSE;

@@ -14,7 +14,7 @@ void UnmapFileView(const void* base) {
 namespace platform {
 namespace {
 
-/// What a mapping tells about itself; declared by the system's driver headers alone.
+/// What the system reports of a mapping; declared by the system's driver headers alone.
 struct SectionInformation {
     void* base;
     ULONG attributes;
@@ -29,9 +29,9 @@ std::uint64_t SizeOfMapping(HANDLE mapping) {
     const auto query = reinterpret_cast<QuerySection>(
         reinterpret_cast<void*>(GetProcAddress(system, "NtQuerySection")));
     SectionInformation information{};
-    const bool told =
+    const bool known =
         query != nullptr && query(mapping, 0, &information, sizeof information, nullptr) >= 0;
-    return told ? static_cast<std::uint64_t>(information.size.QuadPart) : 0;
+    return known ? static_cast<std::uint64_t>(information.size.QuadPart) : 0;
 }
 
 }  // namespace

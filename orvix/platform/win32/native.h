@@ -21,11 +21,11 @@ CString NativePath(const CString& path);
 inline std::error_code ErrorOf(DWORD code) {
     return {static_cast<int>(code), std::system_category()};
 }
-/// The last error of a call that was given `path`, in the classes that callers tell apart: a name
+/// The last error of a call that was given `path`, in the classes that callers distinguish: a name
 /// too long, a folder where a file was wanted.
 std::error_code LastErrorOn(const CString& path);
 
-/// Sets `error` from the outcome of a system call that tells failure by 0.
+/// Sets `error` from the outcome of a system call that reports failure as 0.
 inline bool Succeeded(BOOL result, std::error_code& error) {
     error = result != FALSE ? std::error_code{} : LastError();
     return result != FALSE;

@@ -37,7 +37,7 @@ HMODULE User() {
     return GetModuleHandleW(L"user32.dll");
 }
 
-/// Windows made in this scope follow the scale of the monitor they are on, whatever the host does.
+/// Windows made in this scope follow the scale of the monitor they are on, not that of the host.
 class PerMonitorScale {
 public:
     PerMonitorScale()
@@ -55,7 +55,7 @@ private:
     DPI_AWARENESS_CONTEXT before_;
 };
 
-/// Controls made in this scope have the system's current look, whatever the host's manifest says.
+/// Controls made in this scope have the system's current look, not that of the host's manifest.
 class CurrentLook {
 public:
     CurrentLook() {
@@ -221,7 +221,7 @@ bool DialogWindow::Command(int number, int what) {
             events_->ChoiceMade(static_cast<int>(Send(number, CB_GETCURSEL, 0, 0)));
         return true;
     }
-    // Of two quick clicks on a button that the dialog draws, the second is reported as a double one.
+    // Of two quick clicks on a button that the dialog draws, the second comes as a double one.
     if (what != BN_CLICKED && what != BN_DOUBLECLICKED) return false;
     if (PressButton(number)) return true;
     const bool down = IsOneOf(number, kDownControls);

@@ -197,7 +197,7 @@ const char* SettingsRemedy(Lookup) {
     return "make the registry key SOFTWARE\\Orvix writable for this user (regedit, Permissions)";
 }
 
-// The registry keeps its troubles to itself as it is: results alone tell them.
+// The registry keeps its troubles to itself as it is: the results alone show them.
 QuietSettings::QuietSettings() = default;
 QuietSettings::~QuietSettings() = default;
 

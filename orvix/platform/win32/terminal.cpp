@@ -26,9 +26,9 @@ bool ObeysControls(StandardStream stream) {
 
 int TerminalColumns(StandardStream stream) {
     CONSOLE_SCREEN_BUFFER_INFO screen{};
-    const bool told = GetConsoleScreenBufferInfo(HandleOf(stream), &screen) != FALSE;
+    const bool known = GetConsoleScreenBufferInfo(HandleOf(stream), &screen) != FALSE;
     const int columns = screen.srWindow.Right - screen.srWindow.Left + 1;
-    return told && columns > 0 ? columns : 80;
+    return known && columns > 0 ? columns : 80;
 }
 
 }  // namespace orvix::platform
