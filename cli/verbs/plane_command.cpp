@@ -184,10 +184,10 @@ void AddAmount(CLI::App& verb, const std::string& name, std::optional<double>& v
 void AddSearchOptions(CLI::App& verb, PlaneRequest& request) {
     AddAmount(verb, "--split", request.splitSize,
               "Side of a search cell (default: the project's, more where points are sparse)",
-              {0.001, detail::kLargestSplitSize, "M"});
+              {0.001, detail::kMaxSplitSize, "M"});
     AddAmount(verb, "--distance", request.distance,
               "Largest distance of a point from the plane (default: from the noise at the seed)",
-              {1e-6, detail::kLargestSplitSize, "M"});
+              {1e-6, detail::kMaxSplitSize, "M"});
     AddAmount(verb, "--reach", request.reach,
               "Largest distance from the seed (default: until points end)", {0.001, 1e9, "M"});
     AddAmount(verb, "--angle", request.angle, "Largest turn of a cell's normal",

@@ -24,8 +24,8 @@ struct PlaneResiduals {
     double max = 0;  ///< the largest distance, unsigned
 };
 
-/// Collects points, fits the plane with the least sum of squared distances to them, and answers
-/// whether a position lies within the extent of those points.
+/// Collects points, fits their least-squares plane, and answers whether a position lies within the
+/// extent of those points.
 ///
 ///     FittedPlane plane;
 ///     plane.AddPoints(&cloud, neighbours, true);          // neighbours: std::vector<int>
@@ -35,14 +35,14 @@ struct PlaneResiduals {
 ///
 /// Units      metres, in the frame of the points.
 /// Shape      a*x + b*y + c*z + d = 0; after a fit (a, b, c) is of unit length and its sign is
-///            whatever the decomposition yields. 2D positions are those of Frame().
-/// Boundaries of a bound or outline count as inside.
+///            the one that the decomposition yields. 2D positions are those of Frame().
+/// Boundaries a position on the edge of a bound or outline counts as inside.
 /// Errors     none are reported. Fewer than three points, or points on one line, leave the normal
 ///            one of many; no points at all give coefficients that are not numbers.
 /// Lifetime   a copy shares the outline and the bound until either plane gets new ones.
 /// Threads    const calls may run side by side on one object, other calls may not.
 /// Cost       Generate two passes over the points; Generate2DExt n log n, a million points in 2 s;
-///            a containment test a few edges, whatever the size of the outline.
+///            a containment test a few edges, for an outline of any size.
 class ORVIX_API FittedPlane {
 public:
     /// Appends `p` and grows the extents. On each axis a coordinate below the minimum becomes the

@@ -12,11 +12,11 @@ namespace {
 using detail::Dot, detail::Middle, detail::Unit;
 using detail::operator+, detail::operator-, detail::operator*;
 
-constexpr double kFarthestKey = 1 << 30;
+constexpr double kMaxKey = 1 << 30;
 
 std::int32_t Nearest(double cells) {
-    if (!(cells > -kFarthestKey)) return -(1 << 30);
-    return static_cast<std::int32_t>(std::min(std::floor(cells + 0.5), kFarthestKey));
+    if (!(cells > -kMaxKey)) return -(1 << 30);
+    return static_cast<std::int32_t>(std::min(std::floor(cells + 0.5), kMaxKey));
 }
 
 }  // namespace

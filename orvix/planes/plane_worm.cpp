@@ -24,7 +24,7 @@ enum Direction : std::int32_t {
 };
 
 constexpr std::int32_t kCornerKind = 3;
-constexpr std::int32_t kFarthestKey = 1 << 30;
+constexpr std::int32_t kMaxKey = 1 << 30;
 
 bool IsSeed(const PlaneWorm::CellSniff& cell) {
     return cell.direction < kUp;
@@ -187,8 +187,8 @@ std::vector<PlaneWorm::CellSniff> PlaneWorm::RecursiveNeighbourPlaneSearch(CellS
     const double radius = std::pow(settings_->SplitSizeScaled() * 0.5, 2.0);
     int count = 0;
     int* indices = index_->Find(&centre, radius, count);
-    // A cell without a point is rejected whatever the settings ask for: growth ends where points
-    // do.
+    // A cell without a point is rejected even where the settings ask for none: growth ends where
+    // points do.
     if (count < std::max(settings_->minCellPoints, 1)) {
         rejected_.push_back({cell.key, Rejection::FewPoints});
         return {};
@@ -342,7 +342,7 @@ void PlaneWorm::Emit(const CellSniff& parent, std::int32_t direction, std::vecto
     Vector centre = grid_.Centre(child.key);
     Vector c1, c2, c3, c4;
     base_.GetContourBox(centre, settings_->SplitSizeScaled(), c1, c2, c3, c4);
-    const bool outermost = std::max(std::abs(child.key.x), std::abs(child.key.y)) >= kFarthestKey;
+    const bool outermost = std::max(std::abs(child.key.x), std::abs(child.key.y)) >= kMaxKey;
     double distance = 0;
     if (CheckCellDist(distance, &centre, &c1, &c2, &c3, &c4, child) || outermost) {
         beyondReach_ = true;

@@ -66,7 +66,7 @@ public:
     };
 
     /// Why a launch ended. Where several held growth back, the first of this list that did,
-    /// read from the bottom up, is told.
+    /// read from the bottom up, is reported.
     enum class Ended : std::int32_t {
         NotLaunched,
         /// Every border cell had too few points or another normal; a seed that is not finite has

@@ -19,7 +19,7 @@ constexpr double kOpenDiff = 1.5;
 constexpr double kDefaultAliveSplitSize = 0.1;
 constexpr double kDefaultSkeletSplitSize = 0.4;
 constexpr double kSplitSizeInBaseSteps = 4.0;
-constexpr std::int32_t kLeastCellPoints = 5;
+constexpr std::int32_t kMinCellPoints = 5;
 
 /// Toward zero; what an int32 cannot hold becomes its nearest bound, not-a-number 0.
 std::int32_t Truncated(double value) {
@@ -73,7 +73,7 @@ PlaneWormSettings::PlaneWormSettings(const CString& projectPath, const double& s
     skeletDiffC = stored.skeletDiffC;
     skeletMinPlane = Narrowed(stored.skeletMinPlane);
     usage = stored.usage;
-    minCellPoints = kLeastCellPoints;
+    minCellPoints = kMinCellPoints;
     ScaleSets();
     SetUsage();
     CalculateDefaultSteps(*project);
@@ -91,7 +91,7 @@ PlaneWormSettings::PlaneWormSettings(const bool& fromRegistry, const bool& alive
         aliveDiffA = aliveDiffB = aliveDiffC = kDefaultDiff;
         skeletDiffA = skeletDiffB = skeletDiffC = kDefaultDiff;
     }
-    minCellPoints = kLeastCellPoints;
+    minCellPoints = kMinCellPoints;
     CalculateDefaultSteps(source);
     ScaleSets();
     SetUsage();

@@ -10,9 +10,9 @@
 
 namespace orvix {
 
-/// The tuning of the plane search: the cell size, the tolerances on the cell normals and the
-/// least plane size, kept twice, for the full-density (alive) and for the thinned (skeleton)
-/// points. `usage` selects the set that is current.
+/// The parameters of the plane search: the cell size, the tolerances on the cell normals and the
+/// number of points per cell, kept twice, for the full-density (alive) and for the thinned
+/// (skeleton) points. `usage` selects the set that is current.
 ///
 ///     auto settings = std::make_shared<orvix::PlaneWormSettings>(L"scan.prj", 1.0);
 ///     settings->usage = 0;  // the alive set
@@ -34,11 +34,11 @@ namespace orvix {
 class ORVIX_API PlaneWormSettings {
 public:
     /// Loads from a project; the set that the project's usage selects becomes current.
-    /// Leaves `autoDetect`, `vertical` and `alive` alone; `minCellPoints` is 5 whatever the project
-    /// holds, and that is what `Save` then stores there.
+    /// Leaves `autoDetect`, `vertical` and `alive` alone; `minCellPoints` is 5, not what the
+    /// project holds, and 5 is what `Save` then stores there.
     PlaneWormSettings(const CString& projectPath, const double& scale);
     /// Loads one family of names from the settings store into both sets (`alive`: the plain
-    /// names), or takes the built-in defaults whatever `alive` says; `usage` is 1, the skeleton
+    /// names), or takes the built-in defaults, not looking at `alive`; `usage` is 1, the skeleton
     /// set. `project` supplies the skeleton grid for the default steps and is not kept.
     PlaneWormSettings(const bool& fromRegistry, const bool& alive, ProjectManager project,
                       double scale);
@@ -68,7 +68,7 @@ public:
     double SplitSizeScaled() const;
     /// Makes the set that `usage` selects current.
     void SetUsage();
-    /// Opens every tolerance: all Diff fields become 1.5, whatever `v` says. The sizes of unit
+    /// Opens every tolerance: all Diff fields become 1.5; `v` is not looked at. The sizes of unit
     /// normals' components never differ by more than 1, so no cell fails its normal test then.
     void SetDiff(const double& v);
 

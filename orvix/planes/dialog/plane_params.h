@@ -12,8 +12,8 @@
 
 namespace orvix {
 
-/// The dialog in which a user sets what the plane search works with: which points it applies to,
-/// the cell size, the angular tolerance and the speed, with a preview drawn by the host.
+/// The dialog in which a user sets the parameters of the plane search: its points, the cell size,
+/// the angular tolerance and the speed, with a preview drawn by the host.
 ///
 ///     PlaneParams dialog(settings, true, 0.01, hostWindow);
 ///     dialog.DrawCallback([&](const PlaneWormSettings& tried) { DrawPlaneFoundWith(tried); });
@@ -30,7 +30,7 @@ namespace orvix {
 ///            opened, or 100.
 /// Boundaries what the user does not move stays as it was to the last bit: a split size finer than
 ///            a centimetre or above the sliders' 11.10 m, three different Diff fields. Moving one
-///            of the three sliders takes the sum of them all, at least the least split size.
+///            of the three sliders takes the sum of them all, at least the smallest split size.
 /// Errors     DoModal returns kCannotOpen, and Trouble says why: no display, or no window library.
 /// Lifetime   shares the settings; they must be given. Callbacks are kept until replaced.
 /// Threads    one thread, which the dialog's window keeps until DoModal returns. Callbacks come on
@@ -47,7 +47,7 @@ public:
     using Tick = std::function<void()>;
 
     /// `flag`: the host draws a preview, so View is offered and DrawResult draws. `value`: the
-    /// least split size that the sliders give, metres, for clouds in which smaller cells hold no
+    /// smallest split size that the sliders give, metres, for clouds in which smaller cells hold no
     /// plane; from 0.01 (one centimetre, also for anything below) to 10. `parent`: the native
     /// handle of the window that the dialog belongs to (HWND, an X11 window id), or null.
     PlaneParams(std::shared_ptr<PlaneWormSettings> settings, const bool& flag, const double& value,

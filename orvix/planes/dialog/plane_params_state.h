@@ -17,7 +17,7 @@ namespace orvix {
 struct PlaneParams::State final : platform::RowWindowEvents {
     using Row = detail::PlaneRow;
 
-    /// `minSplitSize` in metres, the least that the sliders make.
+    /// `minSplitSize` in metres: the sliders make no smaller one.
     State(PlaneParams& dialog, std::shared_ptr<PlaneWormSettings> shared, bool draws,
           double minSplitSize, void* owner);
 
@@ -34,7 +34,7 @@ struct PlaneParams::State final : platform::RowWindowEvents {
     void ShowSliders();
     void StepDown(Row row);
     void StepUp(Row row);
-    /// Changes the values of the set shown whose sliders moved since they were shown, and no others.
+    /// Changes those values of the set shown whose sliders moved since they were shown.
     void TakeMoved();
 
     void Opened() override { self.OnInitDialog(); }

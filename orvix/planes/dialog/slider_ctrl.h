@@ -5,8 +5,8 @@
 
 namespace orvix {
 
-/// A slider as a dialog's logic knows it, whatever toolkit draws it: a range of whole positions and
-/// one of them.
+/// A slider without a toolkit, as a dialog's logic knows it: a range of whole positions and one of
+/// them.
 ///
 ///     CSliderCtrl slider;
 ///     slider.SetRange(1, 100);

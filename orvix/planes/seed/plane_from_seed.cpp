@@ -12,25 +12,23 @@
 #include <utility>
 
 #include "orvix/planes/plane_vectors.h"
+#include "orvix/planes/seed/plane_mesh.h"
 #include "orvix/planes/seed/seed_fit.h"
 #include "orvix/planes/seed/slab.h"
 
 namespace orvix::detail {
 namespace {
 
-using detail::Slab;
-using detail::SlabPoints;
-using detail::Vector;
 using Points = std::vector<SimplePointT<float>>;
 
 constexpr double kFirstReach = 5.0;
 constexpr double kPointsPerCircle = 15.0;
 constexpr std::uint32_t kCrawlPointsPerCell = 100;
-constexpr double kLeastInlierShare = 0.25;
-constexpr double kLeastTolerance = 0.01;
+constexpr double kMinInlierShare = 0.25;
+constexpr double kMinTolerance = 0.01;
 constexpr double kSigmas = 3.0;
-constexpr int kMostWidenings = 4;
-constexpr double kMostBend = 0.02;
+constexpr int kMaxWidenings = 4;
+constexpr double kMaxBend = 0.02;
 constexpr double kWorthwhileWidening = 1.05;
 
 struct KeyHash {
@@ -59,7 +57,7 @@ void ForEachAround(const PlaneCell& key, Function&& function) {
 
 class Grower {
 public:
-    Grower(detail::CloudSource& cloud, const PlaneWormSettings& settings, detail::SeedFit fit,
+    Grower(CloudSource& cloud, const PlaneWormSettings& settings, SeedFit fit,
            const SeedPlaneOptions& options)
         : cloud_(cloud),
           options_(options),
@@ -77,7 +75,7 @@ public:
             const bool further = ended_ == PlaneWorm::Ended::Reach && within < options_.reach;
             if (further) reach *= 2;
             // A surface that bends a little goes on once its bend is allowed for.
-            const bool wider = widenings < kMostWidenings && WidenTolerance();
+            const bool wider = widenings < kMaxWidenings && WidenTolerance();
             if (wider) ++widenings;
             if (!further && !wider) break;
         }
@@ -96,12 +94,12 @@ private:
             2 * std::sqrt(kPointsPerCircle / (std::numbers::pi * std::max(fit_.density, 1e-6)));
         enlarged_ = !(options_.splitSize > 0) && !(split_ >= needed);
         if (enlarged_) split_ = needed;
-        // Points come in metres, whatever unit the settings scale to.
+        // Points come in metres; the settings may scale to another unit.
         settings_->scale = 1;
         settings_->ChangeSplitSize(split_);
         tolerance_ = options_.maxDistance > 0
                          ? options_.maxDistance
-                         : std::min(std::max(kSigmas * fit_.noise, kLeastTolerance), split_ / 4);
+                         : std::min(std::max(kSigmas * fit_.noise, kMinTolerance), split_ / 4);
         seedTolerance_ = tolerance_;
     }
 
@@ -109,9 +107,9 @@ private:
     /// true when that is wider than now.
     bool WidenTolerance() {
         if (options_.maxDistance > 0) return false;
-        const double spread = kSigmas * detail::NoiseOf(plane_, Inliers());
+        const double spread = kSigmas * NoiseOf(plane_, Inliers());
         // BEHAVIOUR W15
-        const double limit = std::min({2 * seedTolerance_, seedTolerance_ + kMostBend, split_ / 4});
+        const double limit = std::min({2 * seedTolerance_, seedTolerance_ + kMaxBend, split_ / 4});
         const double wider = std::min(spread, limit);
         if (!(wider > tolerance_ * kWorthwhileWidening)) return false;
         tolerance_ = wider;
@@ -125,8 +123,8 @@ private:
     /// One launch, out to `reach`, and the refit to what it found.
     Expected<void> GrowWithin(double reach) {
         reach_ = reach;
-        auto loaded = detail::LoadSlab(cloud_, SlabWithin(reach), options_.memoryLimitBytes,
-                                       options_.proceed);
+        auto loaded =
+            LoadSlab(cloud_, SlabWithin(reach), options_.memoryLimitBytes, options_.proceed);
         if (!loaded) return ErrorOf(loaded);
         slab_ = std::move(*loaded);
         FittedPlane base = plane_;
@@ -147,7 +145,7 @@ private:
         worm.SetCloud(std::make_shared<CNearestNeighbour>(points.get()), points);
         worm.Launch(PlaneWorm::RelationToBase::Visited);
         ended_ = worm.HowItEnded();
-        if (ended_ == PlaneWorm::Ended::Stopped) return detail::CancelledSearch();
+        if (ended_ == PlaneWorm::Ended::Stopped) return CancelledSearch();
         cells_ = worm.Cells().size();
         rejected_ = worm.RejectedCells().size();
         grid_ = grid;
@@ -156,14 +154,14 @@ private:
         return {};
     }
 
-    /// The slab's points near the plane, without the cells in which most points are not.
+    /// The slab's points near the plane, without cells in which less than kMinInlierShare are.
     Points PointsToCrawl(const PlaneGrid& grid) const {
         Shares shares;
         for (const auto& p : slab_.points) {
-            const Vector position = detail::Widened(p);
+            const Vector position = Widened(p);
             Share& share = shares[grid.KeyOf(position)];
             ++share.all;
-            if (std::abs(detail::Distance(plane_, position)) <= tolerance_) ++share.close;
+            if (std::abs(Distance(plane_, position)) <= tolerance_) ++share.close;
         }
         KeySet flat;
         for (const auto& [key, unused] : shares) {
@@ -174,16 +172,16 @@ private:
                 around.close += found->second.close;
                 around.all += found->second.all;
             });
-            if (around.close >= kLeastInlierShare * around.all) flat.insert(key);
+            if (around.close >= kMinInlierShare * around.all) flat.insert(key);
         }
         ForEachAround({}, [&](const PlaneCell& near) { flat.insert(near); });
         Points crawl;
         for (const auto& p : slab_.points) {
-            const Vector position = detail::Widened(p);
-            if (std::abs(detail::Distance(plane_, position)) > 2 * tolerance_) continue;
+            const Vector position = Widened(p);
+            if (std::abs(Distance(plane_, position)) > 2 * tolerance_) continue;
             const PlaneCell key = grid.KeyOf(position);
             if (!flat.contains(key)) continue;
-            // A hundred points tell a cell's normal as well as a hundred thousand.
+            // A hundred points give a cell's normal as well as a hundred thousand.
             Share& share = shares[key];
             if (share.offered++ % (share.all / kCrawlPointsPerCell + 1) == 0) crawl.push_back(p);
         }
@@ -199,14 +197,14 @@ private:
     }
 
     bool IsInlier(const Vector& position) const {
-        return std::abs(detail::Distance(plane_, position)) <= tolerance_ &&
+        return std::abs(Distance(plane_, position)) <= tolerance_ &&
                covered_.contains(grid_.KeyOf(position));
     }
 
     std::vector<Vector> Inliers() const {
         std::vector<Vector> inliers;
         for (const auto& p : slab_.points) {
-            const Vector position = detail::Widened(p);
+            const Vector position = Widened(p);
             if (IsInlier(position)) inliers.push_back(position);
         }
         return inliers;
@@ -218,7 +216,7 @@ private:
             for (const Vector& p : Inliers()) refitted.AddPoint(p);
             if (refitted.data().size() < 3) return;
             refitted.Generate(true);
-            if (!(std::abs(detail::Distance(refitted, fit_.seed)) <= 2 * tolerance_)) return;
+            if (!(std::abs(Distance(refitted, fit_.seed)) <= 2 * tolerance_)) return;
             plane_ = refitted;
         }
     }
@@ -238,7 +236,7 @@ private:
         result.plane = plane_;
         result.plane.Clear();
         for (std::size_t i = 0; i < slab_.points.size(); ++i) {
-            const Vector position = detail::Widened(slab_.points[i]);
+            const Vector position = Widened(slab_.points[i]);
             if (!IsInlier(position)) continue;
             result.plane.AddPoint(position);
             result.records.push_back(slab_.records[i]);
@@ -258,7 +256,7 @@ private:
     Expected<void> Measure(SeedPlane& result) {
         double squares = 0;
         const auto take = [&](const Vector& position) {
-            const double distance = std::abs(detail::Distance(plane_, position));
+            const double distance = std::abs(Distance(plane_, position));
             squares += distance * distance;
             result.maxDistance = std::max(result.maxDistance, distance);
             ++result.points;
@@ -267,11 +265,11 @@ private:
             for (const Vector& p : result.plane.data()) take(p);
         } else {
             const Slab slab = SlabWithin(reach_);
-            auto visited = detail::VisitSlab(cloud_, slab, options_.proceed,
-                                             [&](const SimplePointT<float>& p, std::uint64_t) {
-                                                 const Vector position = detail::Widened(p);
-                                                 if (IsInlier(position)) take(position);
-                                             });
+            auto visited = VisitSlab(cloud_, slab, options_.proceed,
+                                     [&](const SimplePointT<float>& p, std::uint64_t) {
+                                         const Vector position = Widened(p);
+                                         if (IsInlier(position)) take(position);
+                                     });
             if (!visited) return visited;
         }
         result.rms = std::sqrt(squares / static_cast<double>(result.points));
@@ -279,19 +277,16 @@ private:
     }
 
     void BuildOutline(FittedPlane& plane) const {
-        const auto& points = plane.data();
-        const std::size_t stride = (points.size() + options_.outlinePoints - 1) /
-                                   std::max<std::size_t>(options_.outlinePoints, 1);
-        if (stride <= 1) return plane.Generate2DExt();
-        std::vector<Vector> some;
-        for (std::size_t i = 0; i < points.size(); i += stride) some.push_back(points[i]);
+        const std::size_t max = std::max<std::size_t>(options_.outlinePoints, 1);
+        if (plane.data().size() <= max) return plane.Generate2DExt();
+        const std::vector<Vector> some = Thinned(plane.data(), max);
         plane.ReGenerate2DExt(&some);
     }
 
-    detail::CloudSource& cloud_;
+    CloudSource& cloud_;
     const SeedPlaneOptions& options_;
     std::shared_ptr<PlaneWormSettings> settings_;
-    detail::SeedFit fit_;
+    SeedFit fit_;
     FittedPlane plane_;
     double split_ = 0;
     bool enlarged_ = false;
@@ -309,42 +304,42 @@ private:
 
 }  // namespace
 
-Expected<SeedPlane> GrowPlaneFromSeed(detail::CloudSource& cloud, const PlaneWormSettings& settings,
+Expected<SeedPlane> GrowPlaneFromSeed(CloudSource& cloud, const PlaneWormSettings& settings,
                                       const SimplePointT<double>& seed,
                                       const SeedPlaneOptions& options) {
     const double asked = options.splitSize > 0 ? options.splitSize : settings.aliveSplitSize;
-    if (asked > kLargestSplitSize) {
+    if (asked > kMaxSplitSize) {
         return Fail(ErrorCode::BadInput,
                     fmt::format("a split size of {} m is more than the {} m that a search can "
                                 "have; give another one",
-                                asked, kLargestSplitSize));
+                                asked, kMaxSplitSize));
     }
-    auto fit = detail::FitAtSeed(cloud, seed, options.snapDistance);
+    auto fit = FitAtSeed(cloud, seed, options.snapDistance);
     if (!fit) return ErrorOf(fit);
     return Grower(cloud, settings, std::move(*fit), options).Grow();
 }
 
 std::array<double, 4> WorldEquation(const FittedPlane& plane, const LocalToWorld& frame) {
     // A plane's coefficients go with the inverse: a normal and one point say the same.
-    const Vector normal = detail::UnitNormal(plane);
-    const Vector foot = normal * -detail::Distance(plane, {});
+    const Vector normal = UnitNormal(plane);
+    const Vector foot = normal * -Distance(plane, {});
     const Vector at = frame.ToWorld(foot);
     // The images of two directions in the plane span the world's plane.
     const Vector helper = std::abs(normal.z) < 0.5 ? Vector{0, 0, 1} : Vector{1, 0, 0};
-    const Vector u = detail::Cross(normal, helper);
-    const Vector v = detail::Cross(normal, u);
+    const Vector u = Cross(normal, helper);
+    const Vector v = Cross(normal, u);
     const Vector toU = frame.ToWorld(u) - frame.Origin();
     const Vector toV = frame.ToWorld(v) - frame.Origin();
     const bool shifted = frame.m[0] == 1 && frame.m[5] == 1 && frame.m[10] == 1 &&
                          frame.m[1] == 0 && frame.m[2] == 0 && frame.m[4] == 0 && frame.m[6] == 0 &&
                          frame.m[8] == 0 && frame.m[9] == 0;
-    Vector world = shifted ? normal : detail::Unit(detail::Cross(toU, toV));
+    Vector world = shifted ? normal : Unit(Cross(toU, toV));
     const double largest = std::max({std::abs(world.x), std::abs(world.y), std::abs(world.z)});
     const double leading = std::abs(world.z) == largest   ? world.z
                            : std::abs(world.y) == largest ? world.y
                                                           : world.x;
     if (leading < 0) world = world * -1.0;
-    return {world.x, world.y, world.z, -detail::Dot(world, at)};
+    return {world.x, world.y, world.z, -Dot(world, at)};
 }
 
 }  // namespace orvix::detail

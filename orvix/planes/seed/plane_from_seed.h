@@ -18,14 +18,14 @@ namespace orvix::detail {
 
 /// Cells of the plane search have a meaning up to this side, in metres; growth would not end with
 /// cells that swallow every cloud.
-inline constexpr double kLargestSplitSize = 1000;
+inline constexpr double kMaxSplitSize = 1000;
 
 /// How a plane is grown from a seed. Every 0 (or negative) stands for "as described".
 struct SeedPlaneOptions {
     double splitSize = 0;  ///< metres; 0: the settings' alive set, enlarged where points are sparse
     double diffA = -1;     ///< tolerance on the normal's a; negative: the settings' alive set
-    double diffB = -1;     ///< likewise b
-    double diffC = -1;     ///< likewise c
+    double diffB = -1;     ///< the same for b
+    double diffC = -1;     ///< the same for c
     /// Metres, a point's largest distance from the plane. 0: three times the noise at the seed, at
     /// least 0.01 and at most a quarter split; then, where the surface bends, as the spread of its
     /// points asks, up to twice that and 0.02 more.
@@ -58,10 +58,10 @@ struct SeedPlane {
     PlaneWorm::Ended ended = PlaneWorm::Ended::NotLaunched;
 };
 
-/// Grows the plane that a seed lies on: fits at the seed, lets a PlaneWorm crawl over the points
+/// Grows the plane that a seed lies on: fits at the seed, lets a PlaneWorm grow over the points
 /// near that plane, refits to the points found, and reaches further until the plane ends.
 ///
-///     detail::ProjectCloud cloud(core);                         // an open CProjectCore
+///     ProjectCloud cloud(core);                         // an open CProjectCore
 ///     PlaneWormSettings settings(L"scan.prj", 1.0);
 ///     auto grown = GrowPlaneFromSeed(cloud, settings, {1.5, 0.2, 1.1}, {});
 ///     if (!grown) return Report(grown.error());
@@ -78,13 +78,13 @@ struct SeedPlane {
 /// Boundaries split size: without one in the options, a cell's circle holds 15 points at the
 ///            density of the seed, three times the settings' default minimum; otherwise it grows.
 /// Errors     BadInput: no point near the seed, none that span a plane, or a split size (of the
-///            options or the settings) above `kLargestSplitSize`; Cancelled; Damaged.
+///            options or the settings) above `kMaxSplitSize`; Cancelled; Damaged.
 /// Threads    one thread; it keeps `cloud` to itself until it returns.
 /// Cost       reads the cells that the plane passes through within its reach, which doubles from
 ///            5 m; memory for the points near the plane, 160 bytes each. Beyond
 ///            `memoryLimitBytes` growth uses every k-th point of each grid cell and a last pass
 ///            counts the plane's points; the result then holds the thinned points.
-Expected<SeedPlane> GrowPlaneFromSeed(detail::CloudSource& cloud, const PlaneWormSettings& settings,
+Expected<SeedPlane> GrowPlaneFromSeed(CloudSource& cloud, const PlaneWormSettings& settings,
                                       const SimplePointT<double>& seed,
                                       const SeedPlaneOptions& options);
 

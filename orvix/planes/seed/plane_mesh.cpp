@@ -33,8 +33,8 @@ bool Opposed(const PlaneFrame& own, const LocalToWorld& frame,
 
 }  // namespace
 
-Points Thinned(const Points& points, std::size_t most) {
-    const std::size_t stride = std::max<std::size_t>(1, (points.size() + most - 1) / most);
+Points Thinned(const Points& points, std::size_t max) {
+    const std::size_t stride = std::max<std::size_t>(1, (points.size() + max - 1) / max);
     if (stride == 1) return points;
     Points some;
     for (std::size_t i = 0; i < points.size(); i += stride) some.push_back(points[i]);

@@ -18,10 +18,10 @@ struct TriangleMesh {
     std::vector<std::array<std::uint32_t, 3>> triangles;  ///< counter-clockwise from the front
 };
 
-/// Every k-th point from the first, with the least k that leaves `most` at most: as the outline of
-/// a plane with very many points takes them. Precondition: `most` is above 0.
+/// Every k-th point from the first, with the smallest k that leaves no more than `max`. The outline
+/// of a plane with very many points is built from these. Precondition: `max` is above 0.
 std::vector<SimplePointT<double>> Thinned(const std::vector<SimplePointT<double>>& points,
-                                          std::size_t most);
+                                          std::size_t max);
 
 /// Triangulates a plane's points within its outline and holes.
 ///

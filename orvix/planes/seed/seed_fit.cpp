@@ -16,17 +16,17 @@ namespace orvix::detail {
 namespace {
 
 constexpr double kStartRadius = 0.5;
-constexpr double kLargestRadius = 8.0;
+constexpr double kMaxRadius = 8.0;
 constexpr std::uint64_t kWantedNeighbours = 200;
-constexpr std::size_t kMostNeighbours = 20'000;
-constexpr std::size_t kSmallestBall = 12;
-constexpr double kLeastTolerance = 0.01;
+constexpr std::size_t kMaxNeighbours = 20'000;
+constexpr std::size_t kMinBallPoints = 12;
+constexpr double kMinTolerance = 0.01;
 constexpr double kSigmas = 3.0;
 constexpr double kSeedSigmas = 4.0;
 constexpr int kRefits = 6;
 constexpr std::array kTolerancesOfRadius{0.02, 0.05, 0.1};
 constexpr double kSigmaPerMedian = 1.4826;
-constexpr double kLeastShareOfRms = 0.6;
+constexpr double kMinShareOfRms = 0.6;
 
 struct Neighbour {
     double distance = 0;  // from the seed
@@ -84,9 +84,9 @@ public:
     static Expected<Neighbourhood> Gather(CloudSource& cloud, const Vector& seed) {
         Neighbourhood around;
         for (double radius = kStartRadius;; radius *= 1.5) {
-            around.radius_ = std::min(radius, kLargestRadius);
+            around.radius_ = std::min(radius, kMaxRadius);
             if (auto read = around.Read(cloud, seed); !read) return ErrorOf(read);
-            if (around.seen_ >= kWantedNeighbours || radius >= kLargestRadius) break;
+            if (around.seen_ >= kWantedNeighbours || radius >= kMaxRadius) break;
         }
         std::stable_sort(
             around.points_.begin(), around.points_.end(),
@@ -118,7 +118,7 @@ private:
                     if (distance > radius_) continue;
                     if (seen_++ % stride == 0) points_.push_back({distance, position});
                 }
-                for (; points_.size() > kMostNeighbours; stride *= 2) DropEverySecond();
+                for (; points_.size() > kMaxNeighbours; stride *= 2) DropEverySecond();
             });
     }
 
@@ -162,7 +162,7 @@ std::optional<Fit> FitWithin(const std::vector<Neighbour>& points, double radius
 /// the plane misses the seed.
 double Score(const Neighbourhood& around, const Fit& fit) {
     const auto& points = around.Points();
-    const double tolerance = std::max(kSigmas * fit.noise, kLeastTolerance);
+    const double tolerance = std::max(kSigmas * fit.noise, kMinTolerance);
     const double seedOff = std::abs(Distance(fit.plane, points.front().position));
     if (seedOff > tolerance * kSeedSigmas / kSigmas) return -1;
     const double reach = 0.4 * around.Radius();
@@ -176,7 +176,7 @@ double Score(const Neighbourhood& around, const Fit& fit) {
 }
 
 double ToleranceOf(double noise, double limit) {
-    return std::min(std::max(kSigmas * noise, kLeastTolerance), limit);
+    return std::min(std::max(kSigmas * noise, kMinTolerance), limit);
 }
 
 /// Refits in growing balls from the candidate's own to the whole neighbourhood.
@@ -191,13 +191,13 @@ std::optional<Fit> GrowCandidate(const Neighbourhood& around, double radius, dou
 
 std::optional<Fit> BestFit(const Neighbourhood& around) {
     const auto& points = around.Points();
-    const double smallest = points[std::min(kSmallestBall, points.size()) - 1].distance;
+    const double smallest = points[std::min(kMinBallPoints, points.size()) - 1].distance;
     std::optional<Fit> best;
     double bestScore = -1;
     for (double r = std::max(smallest, 1e-3); r < around.Radius() * 1.4; r *= 1.4) {
         for (const double share : kTolerancesOfRadius) {
             const auto fit = GrowCandidate(around, std::min(r, around.Radius()),
-                                           std::max(share * around.Radius(), kLeastTolerance));
+                                           std::max(share * around.Radius(), kMinTolerance));
             if (!fit) continue;
             const double score = Score(around, *fit);
             if (score > bestScore) best = fit, bestScore = score;
@@ -220,7 +220,7 @@ std::optional<Fit> BestFit(const Neighbourhood& around) {
 double Density(const Neighbourhood& around, const Fit& fit) {
     double density = 0;
     for (const double radius : {around.Radius(), around.Radius() / 2}) {
-        const double tolerance = std::max(kSigmas * fit.noise, kLeastTolerance);
+        const double tolerance = std::max(kSigmas * fit.noise, kMinTolerance);
         const auto inliers =
             std::count_if(around.Points().begin(), around.Points().end(), [&](const Neighbour& p) {
                 return p.distance <= radius &&
@@ -249,7 +249,7 @@ double NoiseOf(const FittedPlane& plane, const std::vector<SimplePointT<double>>
     for (const Vector& p : points) distances.push_back(std::abs(Distance(plane, p)));
     const auto middle = distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2);
     std::nth_element(distances.begin(), middle, distances.end());
-    return std::max(kSigmaPerMedian * *middle, kLeastShareOfRms * plane.Residuals(points).rms);
+    return std::max(kSigmaPerMedian * *middle, kMinShareOfRms * plane.Residuals(points).rms);
 }
 
 Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed,

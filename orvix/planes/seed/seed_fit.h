@@ -9,7 +9,7 @@
 
 namespace orvix::detail {
 
-/// The plane of the points around a seed, and what those points tell about the cloud there.
+/// The plane of the points around a seed, and the noise and density of the cloud there.
 struct SeedFit {
     FittedPlane plane;             ///< holds no points
     SimplePointT<double> seed;     ///< the cloud's point nearest to the one asked for
@@ -30,16 +30,16 @@ struct SeedFit {
 /// near an edge gets the surface that it lies on, and a noisy scan a wide enough base.
 ///
 /// Units   metres.
-/// Errors  BadInput when no point lies within `snapDistance` (the message tells how far the
+/// Errors  BadInput when no point lies within `snapDistance` (the message says how far the
 ///         nearest is) or the points around the seed do not span a plane; Damaged from the source.
 /// Cost    reads the cells within the neighbourhood's radius a few times; beyond 20,000 points it
 ///         uses every k-th.
 Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed,
                             double snapDistance);
 
-/// The standard deviation of the distances from a plane, told from their median, so that a step or
-/// an edge among the points hardly counts; at least 0.6 of their root mean square, because on
-/// coordinates rounded to a coarse step more than half of the distances may be zero.
+/// The standard deviation of the distances from a plane, estimated from their median, so that a
+/// step or an edge among the points hardly counts; at least 0.6 of their root mean square, because
+/// on coordinates rounded to a coarse step more than half of the distances may be zero.
 double NoiseOf(const FittedPlane& plane, const std::vector<SimplePointT<double>>& points);
 
 }  // namespace orvix::detail

@@ -39,7 +39,7 @@ Expected<void> VisitSlab(CloudSource& cloud, const Slab& slab, const Proceed& pr
                          const TakePoint& take);
 
 /// The slab's points; when the cells that meet it hold more points than the limit admits, at 160
-/// bytes each, every k-th record of each cell from its first, with the least k that fits.
+/// bytes each, every k-th record of each cell from its first, with the smallest k that fits.
 Expected<SlabPoints> LoadSlab(CloudSource& cloud, const Slab& slab, std::uint64_t memoryLimitBytes,
                               const Proceed& proceed);
 
