@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "orvix/platform/file.h"
-#include "orvix/project/project_settings_file.h"
 
 namespace orvix::importer {
 namespace {
@@ -34,86 +33,6 @@ Expected<void> RenameEntry(const CString& from, const CString& to) {
     return {};
 }
 
-// Other programs keep files of that ending too, the coordinate system of a map beside its data. A
-// record that is cut short is a damaged project, which an import may replace.
-Expected<void> RefuseForeign(const CString& project) {
-    const auto record = orvix::detail::ExamineSettingsFile(project);
-    if (!record) return ErrorOf(record);
-    if (*record != orvix::detail::SettingsRecord::Foreign) return {};
-    return Fail(ErrorCode::BadInput,
-                fmt::format("{} is no project but a file of another program, and stays; give the "
-                            "project another name",
-                            ToUtf8(project)));
-}
-
-// The name without its ending names the project's folder, so there must be some of it.
-Expected<void> RequireName(const CString& project) {
-    if (!platform::FileNameOf(platform::RemoveExtension(project)).empty()) return {};
-    return Fail(ErrorCode::BadInput,
-                fmt::format("{} has no name before its ending; name the project file, such as {}",
-                            ToUtf8(project),
-                            ToUtf8(platform::JoinPath(platform::ParentOf(project), L"scan.prj"))));
-}
-
-Expected<void> RequireFolder(const CString& folder) {
-    if (folder.empty() || platform::IsFolder(folder)) return {};
-    std::error_code error;
-    platform::File::OpenRead(folder, error);
-    const bool refused = error && error != std::errc::no_such_file_or_directory &&
-                         error != std::errc::not_a_directory;
-    if (refused) return FailSystem(error, fmt::format("cannot reach {}", ToUtf8(folder)));
-    return Fail(
-        ErrorCode::BadInput,
-        fmt::format("there is no folder {} for the project; create it first", ToUtf8(folder)));
-}
-
-// Publishing renames: it would put a file and a folder where the links are and leave what they
-// point to behind.
-// BEHAVIOUR I16
-Expected<void> RefuseLinks(const CString& project, const CString& files) {
-    for (const CString* path : {&project, &files}) {
-        if (!platform::IsLink(*path)) continue;
-        return Fail(ErrorCode::BadInput,
-                    fmt::format("{} is a link; name the project in the folder that it really lies "
-                                "in, or remove the link",
-                                ToUtf8(*path)));
-    }
-    return {};
-}
-
-bool HasProjectEnding(const CString& name) {
-    return platform::FoldCase(name).ends_with(platform::FoldCase(L".prj"));
-}
-
-// Endings that differ in case alone are two project files with one folder.
-Expected<void> RefuseSharedFolder(const CString& project, const CString& files) {
-    const CString parent = platform::ParentOf(project);
-    const CString own = platform::FileNameOf(project);
-    std::error_code ignored;
-    for (const CString& name : platform::ListFolder(parent, ignored)) {
-        const CString path = platform::JoinPath(parent, name);
-        const bool other = name != own && HasProjectEnding(name) &&
-                           platform::RemoveExtension(name) == platform::RemoveExtension(own) &&
-                           !platform::IsSameFile(path, project);
-        if (!other) continue;
-        return Fail(ErrorCode::BadInput,
-                    fmt::format("{} belongs to the project {}; give the new one another name",
-                                ToUtf8(files), ToUtf8(path)));
-    }
-    return {};
-}
-
-// Whether a folder holds files at any depth; folders alone are what a destroyed project leaves.
-// BEHAVIOUR I17
-bool HoldsFiles(const CString& folder) {
-    std::error_code error;
-    for (const CString& name : platform::ListFolder(folder, error)) {
-        const CString path = platform::JoinPath(folder, name);
-        if (!platform::IsFolder(path) || HoldsFiles(path)) return true;
-    }
-    return static_cast<bool>(error);
-}
-
 Expected<void> SyncFile(const CString& path) {
     std::error_code error;
     platform::File file = platform::File::OpenReadWrite(path, error);
@@ -137,25 +56,11 @@ Expected<void> SyncTree(const CString& folder) {
 
 }  // namespace
 
-ProjectPublisher::Names ProjectPublisher::NamesFor(const CString& target) {
-    Names names;
-    names.project = platform::AbsolutePath(target);
-    const CString base = platform::RemoveExtension(names.project);
-    const CString working = base + L".importing";
-    names.files = base + L"_Project_Files";
-    names.workingProject = working + L".prj";
-    names.workingFiles = working + L"_Project_Files";
-    names.aside = working + L"_Replaced_Files";
-    names.lock = working + L".lock";
-    return names;
-}
-
 Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existing existing) {
     if (target.empty()) return Fail(ErrorCode::BadInput, "the project has no name; give a path");
-    Names names = NamesFor(target);
+    TargetNames names(target);
     const CString parent = platform::ParentOf(names.project);
-    if (auto named = RequireName(names.project); !named) return ErrorOf(named);
-    if (auto there = RequireFolder(parent); !there) return ErrorOf(there);
+    if (auto possible = CheckPlace(names); !possible) return ErrorOf(possible);
     const bool leftovers = platform::PathExists(names.lock);
     std::error_code error;
     platform::PathLock lock = platform::PathLock::TryAcquire(names.lock, error);
@@ -177,7 +82,7 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
 // Precondition: the lock file of an import that was killed was found, and is locked by us now.
 // A target's folder that still holds the marker was being published: with the working project
 // file gone it is complete, else the folder that it replaced comes back.
-Expected<void> ProjectPublisher::Recover(const Names& names) {
+Expected<void> ProjectPublisher::Recover(const TargetNames& names) {
     const CString marker = platform::JoinPath(names.files, kMarker);
     const CString& former = platform::PathExists(names.aside) ? names.aside : names.workingFiles;
     if (platform::PathExists(marker)) {
@@ -197,43 +102,6 @@ Expected<void> ProjectPublisher::Recover(const Names& names) {
         if (platform::PathExists(*path)) RemoveQuietly(*path);
     }
     return {};
-}
-
-Expected<void> ProjectPublisher::RefuseOtherFiles(const Names& names) {
-    for (const CString* path : {&names.workingProject, &names.workingFiles, &names.aside}) {
-        if (!platform::PathExists(*path)) continue;
-        return Fail(ErrorCode::BadInput,
-                    fmt::format("{} is in the way of the import and stems from none; move it, or "
-                                "give the project another name",
-                                ToUtf8(*path)));
-    }
-    return {};
-}
-
-Expected<void> ProjectPublisher::CheckTarget(const Names& names, Existing existing) {
-    if (auto free = RefuseLinks(names.project, names.files); !free) return free;
-    if (platform::IsFolder(names.project)) {
-        return Fail(
-            ErrorCode::BadInput,
-            fmt::format("{} is a folder; name the project file, such as {}", ToUtf8(names.project),
-                        ToUtf8(platform::JoinPath(names.project, L"scan.prj"))));
-    }
-    const bool hasFolder = platform::IsFolder(names.files);
-    if (platform::PathExists(names.files) && !hasFolder) {
-        return Fail(ErrorCode::BadInput,
-                    fmt::format("{} is a file where the project's folder belongs; move it",
-                                ToUtf8(names.files)));
-    }
-    if (hasFolder) {
-        if (auto own = RefuseSharedFolder(names.project, names.files); !own) return own;
-    }
-    const bool exists = platform::PathExists(names.project);
-    if (existing == Existing::Replace)
-        return exists ? RefuseForeign(names.project) : Expected<void>();
-    if (!exists && !(hasFolder && HoldsFiles(names.files))) return {};
-    return Fail(ErrorCode::BadInput,
-                fmt::format("{} exists; use --overwrite to replace it, or give another name",
-                            ToUtf8(exists ? names.project : names.files)));
 }
 
 Expected<void> ProjectPublisher::LayOut() {

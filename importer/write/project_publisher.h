@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "importer/write/project_target.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
@@ -32,7 +33,7 @@ namespace orvix::importer {
 /// Threads    one.
 class ProjectPublisher {
 public:
-    enum class Existing { Keep, Replace };
+    using Existing = ExistingProject;
 
     static Expected<ProjectPublisher> Begin(const CString& target, Existing existing);
     ProjectPublisher(ProjectPublisher&&) = default;
@@ -49,29 +50,17 @@ public:
     Expected<void> Publish();
 
 private:
-    struct Names {
-        CString project;         // scan.prj
-        CString files;           // scan_Project_Files
-        CString workingProject;  // scan.importing.prj
-        CString workingFiles;    // scan.importing_Project_Files
-        CString aside;           // scan.importing_Replaced_Files
-        CString lock;            // scan.importing.lock
-    };
-
-    ProjectPublisher(Names names, platform::PathLock lock)
+    ProjectPublisher(TargetNames names, platform::PathLock lock)
         : names_(std::move(names)), lock_(std::move(lock)) {}
 
-    static Names NamesFor(const CString& target);
-    static Expected<void> CheckTarget(const Names& names, Existing existing);
-    static Expected<void> Recover(const Names& names);
-    static Expected<void> RefuseOtherFiles(const Names& names);
+    static Expected<void> Recover(const TargetNames& names);
     Expected<void> LayOut();
     Expected<void> SyncAll();
     Expected<void> SwapFiles();
     void UndoSwap();
     void RemoveWorking();
 
-    Names names_;
+    TargetNames names_;
     platform::PathLock lock_;
     ProjectManager working_;
     bool replaced_ = false;  // the target's folder was there
