@@ -33,6 +33,7 @@ orvix_status StatusOf(ErrorCode code) {
 }
 
 // As many bytes of a UTF-8 text as fit without cutting a character in two.
+// BEHAVIOUR B3
 std::size_t WholeCharacters(const char* text, std::size_t bytes, std::size_t room) {
     if (bytes <= room) return bytes;
     while (room > 0 && (static_cast<unsigned char>(text[room]) & 0xC0) == 0x80) --room;
@@ -81,7 +82,7 @@ orvix_status TellException(orvix_error* error) noexcept {
     } catch (const std::length_error&) {
         return put(ORVIX_NO_MEMORY, kNoMemory);
     } catch (const std::exception& thrown) {
-        return put(ORVIX_FAILED, thrown.what());
+        return put(ORVIX_FAILED, thrown.what());  // BEHAVIOUR B6
     } catch (...) {
         return put(ORVIX_FAILED,
                    "something was thrown that says nothing about itself; callbacks "
@@ -117,7 +118,7 @@ tl::expected<bool, Refusal> Fits(std::uint64_t items, const void* array, std::ui
             ORVIX_BAD_ARGUMENT,
             fmt::format("the array for {} is null; its capacity is {}", things, capacity));
     }
-    if (capacity >= items) return true;
+    if (capacity >= items) return true;  // BEHAVIOUR B4
     return Refuse(ORVIX_TOO_SMALL,
                   fmt::format("there are {} {}; the array holds {}", items, things, capacity));
 }

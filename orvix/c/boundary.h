@@ -66,7 +66,7 @@ tl::expected<Struct, Refusal> Taken(const Struct* given, const char* name) {
     }
     const auto* bytes = reinterpret_cast<const unsigned char*>(given);
     std::memcpy(&taken, bytes, std::min<std::size_t>(given->size, sizeof taken));
-    for (std::size_t i = sizeof taken; i < given->size; ++i) {
+    for (std::size_t i = sizeof taken; i < given->size; ++i) {  // BEHAVIOUR B2
         if (bytes[i] == 0) continue;
         return Refuse(ORVIX_UNSUPPORTED, std::string(name) +
                                              " asks for what this library is too old to know; use "
@@ -81,7 +81,7 @@ Answer Give(const Struct& filled, Struct* out, const char* name) {
     if (auto there = RequirePointer(out, name); !there) return there;
     const std::uint32_t size = out->size;
     if (auto sound = RequireSize(size, name); !sound) return sound;
-    const std::size_t known = std::min<std::size_t>(size, sizeof filled);
+    const std::size_t known = std::min<std::size_t>(size, sizeof filled);  // BEHAVIOUR B1
     std::memcpy(out, &filled, known);
     std::memset(reinterpret_cast<unsigned char*>(out) + known, 0, size - known);
     out->size = size;

@@ -165,7 +165,7 @@ orvix_status orvix_points_borrow(const orvix_project* project, uint64_t first, u
         if (auto sound = RequirePoints(project, first, count, points, "points"); !sound) {
             return sound;
         }
-        auto borrowed = std::make_unique<orvix_view>();
+        auto borrowed = std::make_unique<orvix_view>();  // BEHAVIOUR B5
         if (count > 0) {
             if (auto mapped = MapPoints(*project, first, count, *borrowed, points); !mapped) {
                 return mapped;

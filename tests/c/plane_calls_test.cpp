@@ -146,6 +146,7 @@ TEST_F(CPlaneCalls, StopWhenTheCallbackSaysSo) {
     EXPECT_EQ(plane, nullptr);
 }
 
+// BEHAVIOUR B6
 TEST_F(CPlaneCalls, LetNoCallbacksExceptionThrough) {
     options.proceed = [](void*, double) -> std::int32_t { throw std::runtime_error("thrown"); };
     EXPECT_EQ(orvix_plane_grow(project, seed, &options, &plane, &error), ORVIX_FAILED);
@@ -267,6 +268,7 @@ TEST(CNeighbourCalls, AgreeWithLookingAtEveryPoint) {
     orvix_neighbours_close(index);
 }
 
+// BEHAVIOUR B4
 TEST(CStatisticsCalls, DivideValuesIntoTheirClasses) {
     const double values[] = {1, 1.1, 1.2, 5, 5.1, 9, 9.3};
     double breaks[4];

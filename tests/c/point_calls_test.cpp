@@ -81,6 +81,7 @@ TEST_F(CPointCalls, GatherRunsInTheirOrder) {
               ORVIX_BAD_ARGUMENT);
 }
 
+// BEHAVIOUR B5
 TEST_F(CPointCalls, LendPointsBeyondTheProjectsLife) {
     ASSERT_EQ(Open(), ORVIX_OK);
     orvix_view* view = nullptr;

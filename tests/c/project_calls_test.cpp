@@ -59,6 +59,7 @@ TEST_F(CProjectCalls, TellWhatTheProjectHolds) {
     EXPECT_EQ(Text(ORVIX_TEXT_FOLDER), name.substr(0, name.size() - 4) + "_Project_Files");
 }
 
+// BEHAVIOUR B1
 TEST_F(CProjectCalls, ShareAProjectWithAHostThatKnowsLessOrMoreOfAStruct) {
     ASSERT_EQ(Open(), ORVIX_OK);
     struct Larger {
@@ -78,6 +79,7 @@ TEST_F(CProjectCalls, ShareAProjectWithAHostThatKnowsLessOrMoreOfAStruct) {
     EXPECT_EQ(larger.info.cells_1000cm, 0xABABABABABABABABu);
 }
 
+// BEHAVIOUR B2
 TEST_F(CProjectCalls, TakeOptionsOfALaterHostUnlessItAsksForWhatIsNotThere) {
     struct Larger {
         orvix_open_options options{};
@@ -107,6 +109,7 @@ TEST_F(CProjectCalls, RefuseStructsWithoutASize) {
     }
 }
 
+// BEHAVIOUR B3
 TEST_F(CProjectCalls, CutAnErrorTextAtACharactersEnd) {
     std::string missing;
     while (missing.size() < 1500) missing += "\xC3\xA4\xE7\x82\xB9";
