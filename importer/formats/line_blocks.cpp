@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "orvix/platform/amounts.h"
+
 namespace orvix::importer {
 
 namespace {
@@ -46,7 +48,8 @@ Expected<bool> LineBlocks::Next(RawPiece& piece, std::uint64_t maxLines) {
             return file_->Bad(fmt::format(
                 "line {} (from byte {}) is longer than {} bytes, which no scan's line is. Check "
                 "that this is a text scan with line ends.",
-                Grouped(line_ + 1), Grouped(offset_), Grouped(kPieceBytes)));
+                platform::CountText(line_ + 1), platform::CountText(offset_),
+                platform::CountText(kPieceBytes)));
         }
         piece.bytes.erase(last.base(), piece.bytes.end());
     }

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "orvix/platform/amounts.h"
 #include "orvix/platform/path.h"
 
 namespace orvix::importer {
@@ -42,14 +43,15 @@ Expected<void> ScanFile::Read(std::uint64_t offset, void* buffer, std::size_t by
     const std::size_t done =
         bytes <= BytesFrom(offset) ? file_.ReadAt(offset, buffer, bytes, error) : 0;
     if (error) {
-        return FailSystem(error, fmt::format("{}: {} bytes at byte {} cannot be read", name_,
-                                             Grouped(bytes), Grouped(offset)));
+        return FailSystem(error,
+                          fmt::format("{}: {} bytes at byte {} cannot be read", name_,
+                                      platform::CountText(bytes), platform::CountText(offset)));
     }
     if (done != bytes) {
         return Bad(
             fmt::format("the file ends at byte {}, where {} more bytes were expected. It "
                         "is cut short or was changed meanwhile: copy it again.",
-                        Grouped(offset + done), Grouped(bytes - done)));
+                        platform::CountText(offset + done), platform::CountText(bytes - done)));
     }
     return {};
 }
@@ -65,23 +67,15 @@ tl::unexpected<Error> ScanFile::Bad(std::string_view what) const {
     return Fail(ErrorCode::BadInput, fmt::format("{}: {}", name_, what));
 }
 
-std::string Grouped(std::uint64_t number) {
-    std::string digits = std::to_string(number);
-    for (std::size_t place = digits.size(); place > 3;) {
-        place -= 3;
-        digits.insert(place, 1, ',');
-    }
-    return digits;
-}
-
 tl::unexpected<Error> BadCutShort(const ScanFile& file, const CutShort& cut) {
     const std::uint64_t present = file.BytesFrom(cut.firstByte);
     return file.Bad(fmt::format(
         "the header declares {0} {1} of {2} bytes or more from byte {3} on, but the file ends at "
         "byte {4}, after {5} bytes of them: {6} {1} at most. The file is cut short; copy, "
         "download or export it again.",
-        Grouped(cut.declared), cut.noun, cut.recordBytes, Grouped(cut.firstByte),
-        Grouped(file.Size()), Grouped(present), Grouped(present / cut.recordBytes)));
+        platform::CountText(cut.declared), cut.noun, cut.recordBytes,
+        platform::CountText(cut.firstByte), platform::CountText(file.Size()),
+        platform::CountText(present), platform::CountText(present / cut.recordBytes)));
 }
 
 }  // namespace orvix::importer

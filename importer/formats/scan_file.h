@@ -48,9 +48,6 @@ private:
     std::uint64_t size_ = 0;
 };
 
-/// A number for people: "20,000,000".
-std::string Grouped(std::uint64_t number);
-
 /// What the sentence says about a file that ends before its declared points do.
 struct CutShort {
     std::string_view noun;  ///< "points", "vertices"

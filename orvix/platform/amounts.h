@@ -9,10 +9,12 @@
 
 namespace orvix::platform {
 
-/// Amounts as people type and read them.
+/// Amounts as people type and read them. The decimal point is "." in every locale, and blanks at
+/// either end are left out.
 
 /// "512M", "1GiB", "2000000", "1.5 GB": bytes. K, M, G, T with or without "iB" are powers of 1024,
-/// "kB", "MB", "GB", "TB" powers of 1000. Empty for anything else, and for amounts past 2^63.
+/// "kB", "MB", "GB", "TB" powers of 1000, in letters of either case. Empty for anything else, for
+/// what is below 0, and from 9.2e18 (about 2^63) on.
 std::optional<std::uint64_t> ParseBytes(std::string_view text);
 
 /// "X,Y,Z": three finite numbers, blanks allowed around the commas.

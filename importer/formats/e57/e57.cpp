@@ -10,6 +10,7 @@
 #include "importer/formats/e57/e57_pages.h"
 #include "importer/formats/e57/e57_points.h"
 #include "importer/formats/e57/e57_streams.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -123,7 +124,7 @@ Expected<void> RequireOwnBytes(const E57Pages& pages, const std::vector<Part>& p
         return pages.File().Bad(
             fmt::format("two of its scans share the bytes from {} on. The file is damaged: copy or "
                         "export it again.",
-                        Grouped(E57Pages::ToPhysical(spans[i].first))));
+                        platform::CountText(E57Pages::ToPhysical(spans[i].first))));
     }
     return {};
 }

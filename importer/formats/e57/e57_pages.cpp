@@ -9,6 +9,7 @@
 
 #include "importer/formats/byte_order.h"
 #include "importer/formats/e57/crc32c.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -54,7 +55,7 @@ Expected<void> E57Pages::ReadHeader() {
             fmt::format("the E57 header declares {} bytes, but the file ends at byte {}. The file "
                         "is cut short; "
                         "copy, download or export it again.",
-                        Grouped(length), Grouped(file_.Size())));
+                        platform::CountText(length), platform::CountText(file_.Size())));
     }
     pages_ = length / kPageBytes;
     xmlPhysical_ = Load<std::uint64_t>(&header[24]);
@@ -81,7 +82,7 @@ Expected<void> E57Pages::LoadPages(std::uint64_t first, std::uint64_t count) {
         return file_.Bad(fmt::format(
             "the checksum of the E57 page at byte {} is not that of its content. The file is "
             "damaged: copy, download or export it again.",
-            Grouped((first + page) * kPageBytes)));
+            platform::CountText((first + page) * kPageBytes)));
     }
     blockFirst_ = first;
     blockPages_ = count;
@@ -94,7 +95,8 @@ Expected<void> E57Pages::Read(std::uint64_t logical, void* buffer, std::size_t b
             fmt::format("{} bytes at content byte {} of the E57 file were expected, where it ends "
                         "after {}. The "
                         "file is damaged: copy or export it again.",
-                        Grouped(bytes), Grouped(logical), Grouped(LogicalSize())));
+                        platform::CountText(bytes), platform::CountText(logical),
+                        platform::CountText(LogicalSize())));
     }
     auto* out = static_cast<std::uint8_t*>(buffer);
     while (bytes > 0) {
@@ -122,7 +124,8 @@ Expected<std::string> E57Pages::ReadXml() {
             fmt::format("the E57 header places {} bytes of XML at byte {}, which is not inside the "
                         "file or more "
                         "than {}. The file is damaged: copy or export it again.",
-                        Grouped(xmlBytes_), Grouped(xmlPhysical_), Grouped(kMaxXmlBytes)));
+                        platform::CountText(xmlBytes_), platform::CountText(xmlPhysical_),
+                        platform::CountText(kMaxXmlBytes)));
     }
     std::string xml(static_cast<std::size_t>(xmlBytes_), '\0');
     if (auto read = Read(*start, xml.data(), xml.size()); !read) {

@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "importer/formats/byte_order.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -23,10 +24,11 @@ constexpr std::uint8_t kEmptyPacket = 2;
 
 tl::unexpected<Error> BadSection(const E57Pages& pages, const E57Scan& scan,
                                  const std::string& what) {
-    return pages.File().Bad(fmt::format(
-        "the points of scan \"{}\" are said to be at byte {}, {}. The file is damaged: "
-        "copy or export it again.",
-        scan.name.empty() ? scan.guid : scan.name, Grouped(scan.sectionPhysical), what));
+    return pages.File().Bad(
+        fmt::format("the points of scan \"{}\" are said to be at byte {}, {}. The file is damaged: "
+                    "copy or export it again.",
+                    scan.name.empty() ? scan.guid : scan.name,
+                    platform::CountText(scan.sectionPhysical), what));
 }
 
 }  // namespace
@@ -59,7 +61,8 @@ Expected<E57Section> FindE57Section(E57Pages& pages, const E57Scan& scan) {
     if (bits == 0 || scan.records > section.DataBytes() * 8 / bits) {
         return BadSection(pages, scan,
                           fmt::format("where {} bytes cannot hold its {} records of {} bits",
-                                      Grouped(section.DataBytes()), Grouped(scan.records), bits));
+                                      platform::CountText(section.DataBytes()),
+                                      platform::CountText(scan.records), bits));
     }
     return section;
 }
@@ -77,7 +80,7 @@ tl::unexpected<Error> E57Streams::Bad(std::uint64_t at, const std::string& what)
     return pages_->File().Bad(
         fmt::format("the E57 packet at byte {} {}. The file is damaged: copy "
                     "or export it again.",
-                    Grouped(E57Pages::ToPhysical(at)), what));
+                    platform::CountText(E57Pages::ToPhysical(at)), what));
 }
 
 // Afterwards the packet is in memory; of one that is no data packet all parts are empty.

@@ -9,6 +9,7 @@
 
 #include "importer/formats/las/las_records.h"
 #include "importer/formats/laz/laz_layout.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -77,8 +78,8 @@ private:
         return file_.Bad(fmt::format(
             "the {} bytes from byte {} on do not hold the {} compressed points from point {} on. "
             "The file is damaged; copy, download or export it again.",
-            Grouped(piece.bytes.size()), Grouped(piece.fileOffset), Grouped(piece.records),
-            Grouped(piece.firstRecord)));
+            platform::CountText(piece.bytes.size()), platform::CountText(piece.fileOffset),
+            platform::CountText(piece.records), platform::CountText(piece.firstRecord)));
     }
 
     ScanFile file_;

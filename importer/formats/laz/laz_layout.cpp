@@ -9,6 +9,7 @@
 #include "importer/formats/byte_order.h"
 #include "importer/formats/laz/integer_decoder.h"
 #include "importer/scans/scan_reader.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer::laz {
 namespace {
@@ -189,7 +190,7 @@ Expected<std::uint64_t> FindTable(const ScanFile& file, std::uint64_t firstChunk
     if (firstChunk > file.Size()) {
         return BadTable(file, fmt::format("the file ends at byte {}, before its first chunk of "
                                           "points.",
-                                          Grouped(file.Size())));
+                                          platform::CountText(file.Size())));
     }
     const auto load = [&](std::uint64_t at) -> Expected<std::uint64_t> {
         if (auto read = file.Read(at, bytes.data(), bytes.size()); !read) {
@@ -204,7 +205,8 @@ Expected<std::uint64_t> FindTable(const ScanFile& file, std::uint64_t firstChunk
         return BadTable(file,
                         fmt::format("the table of chunks should stand at byte {}, between "
                                     "byte {} and the file's end at byte {}.",
-                                    Grouped(*offset), Grouped(firstChunk), Grouped(file.Size())));
+                                    platform::CountText(*offset), platform::CountText(firstChunk),
+                                    platform::CountText(file.Size())));
     }
     return offset;
 }
@@ -221,9 +223,10 @@ Expected<std::vector<Chunk>> ReadEntries(const ScanFile& file, const LasHeader& 
     const auto version = Load<std::uint32_t>(start.data());
     const std::uint64_t count = Load<std::uint32_t>(start.data() + 4);
     if (version != 0 || count > (*table - firstChunk) / header.recordBytes) {
-        return BadTable(file, fmt::format("the table of chunks at byte {} has version {} and {} "
-                                          "chunks, for which there is no room before it.",
-                                          Grouped(*table), version, Grouped(count)));
+        return BadTable(
+            file, fmt::format("the table of chunks at byte {} has version {} and {} "
+                              "chunks, for which there is no room before it.",
+                              platform::CountText(*table), version, platform::CountText(count)));
     }
     constexpr std::uint64_t kMaxEntryBytes = 16;
     std::vector<std::uint8_t> bytes;
@@ -247,7 +250,7 @@ Expected<std::vector<Chunk>> ReadEntries(const ScanFile& file, const LasHeader& 
         if (in.RanPastEnd() || chunk.bytes > *table - chunk.offset) {
             return BadTable(file, fmt::format("the table of chunks at byte {} names a chunk that "
                                               "does not end before it.",
-                                              Grouped(*table)));
+                                              platform::CountText(*table)));
         }
         last = chunk;
     }
@@ -267,15 +270,17 @@ Expected<void> CountPoints(const ScanFile& file, const LasHeader& header, std::u
             return file.Bad(fmt::format(
                 "the chunk at byte {} has {} points in {} bytes; up to {} points in {} bytes are "
                 "read. {}",
-                Grouped(chunk.offset), Grouped(chunk.points), Grouped(chunk.bytes),
-                Grouped(kMaxChunkPoints), Grouped(kMaxPieceBytes), kWayOut));
+                platform::CountText(chunk.offset), platform::CountText(chunk.points),
+                platform::CountText(chunk.bytes), platform::CountText(kMaxChunkPoints),
+                platform::CountText(kMaxPieceBytes), kWayOut));
         }
     }
     if (points != header.points) {
         return BadTable(
             file, fmt::format("the header declares {} points, but the table names {} "
                               "chunks with {} points.",
-                              Grouped(header.points), Grouped(chunks.size()), Grouped(points)));
+                              platform::CountText(header.points),
+                              platform::CountText(chunks.size()), platform::CountText(points)));
     }
     std::erase_if(chunks, [](const Chunk& chunk) { return chunk.points == 0; });
     return {};

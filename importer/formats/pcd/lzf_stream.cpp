@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "orvix/platform/amounts.h"
+
 namespace orvix::importer {
 namespace {
 
@@ -19,7 +21,7 @@ Expected<void> LzfStream::ReadByte(std::uint8_t& byte) {
             return file_->Bad(fmt::format(
                 "the compressed points end at byte {}, before the last of them. The file is cut "
                 "short or damaged: copy or export it again.",
-                Grouped(end_)));
+                platform::CountText(end_)));
         }
         if (auto read = file_->ReadBlock(at_, bytes, buffer_); !read) return read;
         at_ += bytes;

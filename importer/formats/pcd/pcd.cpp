@@ -13,6 +13,7 @@
 #include "importer/formats/line_blocks.h"
 #include "importer/formats/pcd/lzf_stream.h"
 #include "importer/formats/word_cursor.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -189,8 +190,9 @@ public:
                 "{} compressed bytes that make {} are declared at byte {}, for {} points of {} "
                 "bytes, and {} bytes are there. The file is cut short or damaged: copy or export "
                 "it again.",
-                Grouped(packed_), Grouped(unpacked), Grouped(Header().bodyByte),
-                Grouped(Header().points), record, Grouped(File().BytesFrom(first))));
+                platform::CountText(packed_), platform::CountText(unpacked),
+                platform::CountText(Header().bodyByte), platform::CountText(Header().points),
+                record, platform::CountText(File().BytesFrom(first))));
         }
         LzfStream stream(File(), first, packed_);
         std::uint64_t at = 0;
@@ -267,7 +269,8 @@ public:
             return File().Bad(fmt::format(
                 "the header declares {} points, but the file ends after {} of them, at byte {}. "
                 "The file is cut short; copy, download or export it again.",
-                Grouped(Header().points), Grouped(next_), Grouped(File().Size())));
+                platform::CountText(Header().points), platform::CountText(next_),
+                platform::CountText(File().Size())));
         }
         piece.firstRecord = next_;
         piece.records = lines_.Line() - Header().bodyLine - next_;

@@ -7,6 +7,7 @@
 #include "importer/formats/line_blocks.h"
 #include "importer/formats/ply/ply.h"
 #include "importer/formats/word_cursor.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -62,7 +63,8 @@ Expected<bool> PlyAsciiReader::Next(RawPiece& piece) {
         return file_.Bad(fmt::format(
             "the header declares {} vertices, but the file ends after {} of them, at byte {}. The "
             "file is cut short; copy, download or export it again.",
-            Grouped(count), Grouped(next_), Grouped(file_.Size())));
+            platform::CountText(count), platform::CountText(next_),
+            platform::CountText(file_.Size())));
     }
     LineCursor lines(piece, header_.lineEnd);
     const std::size_t size = piece.bytes.size();

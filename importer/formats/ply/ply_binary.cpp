@@ -6,6 +6,7 @@
 
 #include "importer/formats/ply/ply.h"
 #include "importer/formats/ply/ply_records.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -155,7 +156,8 @@ Expected<void> PlyBinaryReader::CutListRecords(RawPiece& piece) {
             return file_.Bad(fmt::format(
                 "vertex {} takes {} bytes with its lists; up to {} are read. The file is damaged, "
                 "or needs to be exported without lists in its vertices.",
-                Grouped(record_), Grouped(*end - offset_), Grouped(kPieceBytes)));
+                platform::CountText(record_), platform::CountText(*end - offset_),
+                platform::CountText(kPieceBytes)));
         }
         offset_ = *end;
         ++record_;
@@ -172,8 +174,8 @@ Expected<std::uint64_t> PlyBinaryReader::RecordEnd(const PlyElement& element,
         return file_.Bad(fmt::format(
             "the file ends at byte {}, inside record {} of the {} that the header declares for "
             "\"{}\" (byte {}). The file is cut short; copy, download or export it again.",
-            Grouped(file_.Size()), Grouped(record), Grouped(element.count), element.name,
-            Grouped(at)));
+            platform::CountText(file_.Size()), platform::CountText(record),
+            platform::CountText(element.count), element.name, platform::CountText(at)));
     };
     for (const PlyProperty& property : element.properties) {
         std::uint64_t bytes = SizeOf(property.type);
@@ -188,7 +190,7 @@ Expected<std::uint64_t> PlyBinaryReader::RecordEnd(const PlyElement& element,
                 return file_.Bad(fmt::format(
                     "the list at byte {} says that its length is negative. The file is damaged: "
                     "copy or export it again.",
-                    Grouped(offset)));
+                    platform::CountText(offset)));
             }
             offset += lead;
             bytes *= static_cast<std::uint64_t>(length);  // below 2^32 times 8

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "importer/formats/line_blocks.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -246,7 +247,7 @@ Expected<PlyHeader> ReadPlyHeader(const ScanFile& file) {
     return file.Bad(fmt::format(
         "the PLY header does not end: there is no end_header line in the first {} bytes. The file "
         "is cut short or damaged; copy or export it again.",
-        Grouped(read)));
+        platform::CountText(read)));
 }
 
 ScanInfo DescribePly(const PlyHeader& header) {

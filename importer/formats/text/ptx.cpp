@@ -12,6 +12,7 @@
 #include "importer/formats/column_roles.h"
 #include "importer/formats/line_blocks.h"
 #include "importer/formats/word_cursor.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -107,7 +108,8 @@ public:
             return file_.Bad(fmt::format(
                 "block {} declares {} points, but the file ends {} before, at byte {}. The file is "
                 "cut short; copy, download or export it again.",
-                blocks_, Grouped(declared_), Grouped(linesLeft_), Grouped(file_.Size())));
+                blocks_, platform::CountText(declared_), platform::CountText(linesLeft_),
+                platform::CountText(file_.Size())));
         }
         piece.scan = blocks_ - 1;
         piece.records = lines_.Line() - before;
@@ -156,7 +158,7 @@ public:
             return file_.Bad(fmt::format(
                 "line {} should begin block {} with two counts, the scanner's position and axes "
                 "and a 4 x 4 matrix that turns and moves, but it does not. Export the file again.",
-                Grouped(lines_.Line() + 1), blocks_ + 1));
+                platform::CountText(lines_.Line() + 1), blocks_ + 1));
         }
         ++blocks_;
         if (info_.scans.size() < blocks_) info_.scans.push_back(*part);

@@ -9,6 +9,7 @@
 #include <span>
 
 #include "importer/formats/number_text.h"
+#include "orvix/platform/amounts.h"
 
 namespace orvix::importer {
 namespace {
@@ -72,7 +73,7 @@ Expected<void> CheckIsText(const ScanFile& file, std::span<const std::uint8_t> b
             "this is not a scan file: it is none of the formats that are read (E57, LAS, PCD, PLY, "
             "PTX, text), "
             "and no text, with the value {} at byte {}. Export the scan in one of them.",
-            *odd, Grouped(static_cast<std::uint64_t>(odd - bytes.begin()))));
+            *odd, platform::CountText(static_cast<std::uint64_t>(odd - bytes.begin()))));
     }
     return {};
 }
@@ -288,7 +289,7 @@ Expected<TextLayout> FindTextLayout(const ScanFile& file) {
         return file.Bad(
             fmt::format("this is not a scan file: the first {} bytes hold no whole "
                         "line with a point. Check that it is a text scan with line ends.",
-                        Grouped(read)));
+                        platform::CountText(read)));
     }
     std::vector<Trial> trials;
     for (const Dialect& dialect : kDialects) trials.emplace_back(sample, dialect);
