@@ -6,15 +6,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <memory>
-#include <vector>
 
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/file.h"
 #include "orvix/points/alive_point_reader.h"
+#include "orvix/points/attributes.h"
 #include "orvix/project/height_bins.h"
 #include "orvix/project/open_project.h"
+#include "orvix/project/point_editor.h"
 #include "orvix/project/project_gate.h"
 
 namespace orvix::edits {
@@ -32,10 +31,10 @@ public:
         for (std::size_t i = 0; i < kIntensities; ++i) intensities_[i] = NumberOf(double(i));
     }
 
-    [[nodiscard]] std::uint8_t Of(float z, const std::uint8_t* intensity) const {
+    [[nodiscard]] std::uint8_t Of(float z, std::uint16_t intensity) const {
         if (field_ == reports::Field::Height)
             return NumberOf(detail::HeightOfBin(detail::HeightBin(z)));
-        return intensities_[static_cast<std::size_t>(intensity[0] | intensity[1] << 8)];
+        return intensities_[intensity];
     }
 
 private:
@@ -48,14 +47,10 @@ private:
     std::array<std::uint8_t, kIntensities> intensities_{};
 };
 
-void SetByte(std::uint8_t* byte, std::uint8_t value) {
-    if (*byte != value) *byte = value;
-}
-
 class ClassWriter {
 public:
     ClassWriter(CProjectCore& core, const ClassTable& table, const ApplyCallback& callback)
-        : reader_(core.CreateAlivePointReaderWriter()),
+        : editor_(core),
           points_(static_cast<std::uint64_t>(core.AlivePointCount())),
           skeletonPoints_(static_cast<std::uint64_t>(core.SkeletPointCount())),
           table_(table),
@@ -72,9 +67,7 @@ public:
                                 "again to write them all",
                                 platform::CountText(first + count), platform::CountText(points_)));
         }
-        for (std::uint64_t i = 0; i < skeletonPoints_; ++i) {
-            if (!WriteSkeletonPoint()) return NoView();
-        }
+        if (!WriteSkeleton()) return NoView();
         return points_;
     }
 
@@ -85,55 +78,28 @@ private:
                     "again");
     }
 
-    // False where the reader got no view.
+    // False where there is no view to write in.
     bool WriteRun(const CIndexerSmall& run) {
-        while (reader_->ReadIndexPoints(run)) {
-            std::uint8_t* const view = reader_->PtsMapAddressAlive();
-            if (view == nullptr) return false;
-            std::uint8_t* const record = view + reader_->CurrentPointPositionAlive();
-            float z = 0;
-            std::memcpy(&z, record + offsetof(CCloudPoint<float>, z), sizeof z);
-            // BEHAVIOUR A11
-            SetByte(record + offsetof(CCloudPoint<float>, dclcSecond),
-                    table_.Of(z, record + offsetof(CCloudPoint<float>, attributes)));
-        }
-        return true;
+        return editor_.ForEachPoint(run, [&](const auto& point, detail::DclcPair pair) {
+            pair.SetSecond(table_.Of(point.z, detail::IntensityOf(point)));  // BEHAVIOUR A11
+        });
     }
 
-    bool WriteSkeletonPoint() {
-        if (!reader_->ReadNextSkeletCoordPoint() || !reader_->ReadNextSkeletDataPoint() ||
-            reader_->PtsMapAddressSkeletCoord() == nullptr ||
-            reader_->PtsMapAddressSkeletData() == nullptr) {
-            return false;
-        }
-        SimplePointT<float> place;
-        reader_->ReadCurrentSkeletPoint(place);
-        std::uint8_t* const record =
-            reader_->PtsMapAddressSkeletData() + reader_->CurrentPointPositionSkeletData();
-        SetByte(record + offsetof(CPointDataFull, dclcSecond),
-                table_.Of(place.z, record + offsetof(CPointDataFull, attributes)));
-        return true;
+    bool WriteSkeleton() {
+        return editor_.ForEachSkeletonPoint(
+            skeletonPoints_, [&](const SimplePointT<float>& place, const CPointDataFull& data,
+                                 detail::DclcPair pair) {
+                const std::uint8_t* intensity = data.attributes.data() + detail::kIntensityByte;
+                pair.SetSecond(table_.Of(place.z, detail::TwoBytesAt(intensity)));
+            });
     }
 
-    std::shared_ptr<CAlivePointReader> reader_;
+    detail::PointEditor editor_;
     std::uint64_t points_;
     std::uint64_t skeletonPoints_;
     const ClassTable& table_;
     const ApplyCallback& callback_;
 };
-
-struct CloseAtEnd {
-    CProjectCore& core;
-    ~CloseAtEnd() { core.Close(); }
-};
-
-Expected<void> SyncFile(const CString& path) {
-    std::error_code error;
-    platform::File file = platform::File::OpenReadWrite(path, error);
-    if (!error) file.Sync(error);
-    if (error) return FailSystem(error, detail::Shown(path) + " could not be brought to the disk");
-    return {};
-}
 
 }  // namespace
 
@@ -145,10 +111,7 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
     if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
     CProjectCore& core = (*opened)->Core();
     const ProjectManager& paths = (*opened)->Manager();
-    const CloseAtEnd close{core};
-    if (!core.OpenCores4Write())
-        return Fail(ErrorCode::Failure,
-                    detail::Shown(project) + ": its point files could not be mapped for writing");
+    if (auto mapped = (*opened)->MapForWriting(); !mapped) return ErrorOf(mapped);
     if (core.SkeletPointCount() * 12 != static_cast<std::int64_t>(core.SkeletDataPtsFileSize()))
         return Fail(ErrorCode::Damaged, detail::Shown(paths.gridSkeletDataPts) +
                                             ": it does not go with the skeleton's "
@@ -156,9 +119,7 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
     const auto table = std::make_unique<ClassTable>(field, classes);
     const Expected<std::uint64_t> written = ClassWriter(core, *table, callback).Run();
     if (!written) return written;
-    for (const CString* path : {&paths.gridPts, &paths.gridSkeletDataPts}) {
-        if (auto synced = SyncFile(*path); !synced) return ErrorOf(synced);
-    }
+    if (auto synced = detail::PointEditor::Sync(paths); !synced) return ErrorOf(synced);
     return written;
 }
 

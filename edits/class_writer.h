@@ -11,7 +11,7 @@
 
 namespace orvix::edits {
 
-/// Told the share done (0 to 1) and the points seen so far; false cancels.
+/// Called with the share done (0 to 1) and the points seen so far; false cancels.
 using ApplyCallback = std::function<bool(double fraction, std::uint64_t points)>;
 
 /// Writes each point's class, from 1, into the second member of its DCLC pair, in Grid.pts and in
@@ -24,7 +24,7 @@ using ApplyCallback = std::function<bool(double fraction, std::uint64_t points)>
 ///            and the next run begins again and comes to the same result: classes follow from the
 ///            histogram, which nothing here changes.
 /// Cost       one pass over the points through views that can be written to; only bytes that
-///            change are written.
+///            change are written. Then a wait until these are on the disk.
 Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field field,
                                      const reports::Classification& classes,
                                      const ApplyCallback& callback);

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "cli/verbs.h"
+#include "edits/plane_numbers.h"
 #include "orvix/geometry/vector.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/interrupt.h"
@@ -217,8 +218,8 @@ Expected<void> WriteFiles(const Arguments& arguments, detail::OpenProject& proje
         done = output::WriteOutlines(platform::FromUtf8(arguments.outlines), finding.planes);
     if (done && !arguments.picture.empty()) done = DrawPicture(arguments, project, finding, frame);
     if (done && arguments.apply)
-        done = output::ApplyPlaneNumbers(project.Manager().projectFile, *finding.search,
-                                         arguments.options.proceed);
+        done = edits::ApplyPlaneNumbers(project.Manager().projectFile, *finding.search,
+                                        arguments.options.proceed);
     return done;
 }
 

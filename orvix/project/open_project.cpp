@@ -8,21 +8,32 @@
 namespace orvix::detail {
 
 Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project) {
-    std::unique_ptr<OpenProject> opened(new OpenProject);
-    ProjectManager& manager = opened->manager_;
-    detail::BuildPaths(manager, project);
-    if (auto readable = RequireReadable(manager); !readable) return ErrorOf(readable);
-    manager.GetProjectSettings(&manager.projectSettings);
-    manager.GetCloudHeader(&manager.cloudHeader);
-    opened->core_.Open(manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.gridPts,
-                       manager.LASScale(manager.cloudHeader.scale), manager.grid1000cmIdx,
-                       manager.grid10cmIdx, manager.grid1to10cmIdx, manager.gridIdx);
+    auto opened = Load(project);
+    if (auto readable = RequireReadable(opened->manager_); !readable) return ErrorOf(readable);
     if (opened->core_.OpenCores()) return opened;
     return Fail(ErrorCode::Failure, Shown(project) + ": its point files could not be opened");
 }
 
+std::unique_ptr<OpenProject> OpenProject::Load(const CString& project) {
+    std::unique_ptr<OpenProject> loaded(new OpenProject);
+    ProjectManager& manager = loaded->manager_;
+    detail::BuildPaths(manager, project);
+    manager.GetProjectSettings(&manager.projectSettings);
+    manager.GetCloudHeader(&manager.cloudHeader);
+    loaded->core_.Open(manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.gridPts,
+                       manager.LASScale(manager.cloudHeader.scale), manager.grid1000cmIdx,
+                       manager.grid10cmIdx, manager.grid1to10cmIdx, manager.gridIdx);
+    return loaded;
+}
+
 Expected<void> OpenProject::RequireWritable() const {
     return detail::RequireWritable(manager_);
+}
+
+Expected<void> OpenProject::MapForWriting() {
+    if (core_.OpenCores4Write()) return {};
+    return Fail(ErrorCode::Failure,
+                Shown(manager_.projectFile) + ": its point files could not be mapped for writing");
 }
 
 OpenProject::~OpenProject() {

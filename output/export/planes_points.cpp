@@ -5,9 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
-#include "orvix/project/project_gate.h"
 #include "output/text_file.h"
 
 namespace orvix::output {
@@ -34,10 +32,6 @@ std::array<std::uint8_t, kPointBytes> RecordOf(const SimplePointT<double>& at, s
     return record;
 }
 
-tl::unexpected<Error> PointsNotMapped() {
-    return Fail(ErrorCode::Failure, "the points cannot be mapped; close other programs and retry");
-}
-
 template <class Use>
 Expected<void> ForEachPlanePoint(CAlivePointReader& reader, const PlaneSearch& search, Use&& use) {
     const auto useAll = [&use](const detection::PlanePoints& block) {
@@ -46,59 +40,6 @@ Expected<void> ForEachPlanePoint(CAlivePointReader& reader, const PlaneSearch& s
     };
     for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
         if (auto done = search.ReadChunk(reader, chunk, useAll); !done) return done;
-    return {};
-}
-
-void SetNumber(std::uint8_t* at, std::int32_t plane) {
-    const auto number = static_cast<std::uint16_t>(plane + 1);
-    // What is equal already keeps its page clean.
-    if (std::memcmp(at, &number, sizeof number) != 0) std::memcpy(at, &number, sizeof number);
-}
-
-// False where the reader gets no view to write in.
-bool SetNumbers(CAlivePointReader& writer, const detection::PlanePoints& block) {
-    const CIndexerSmall run{block.firstRecord, static_cast<std::uint32_t>(block.points.size()), 0};
-    for (std::size_t i = 0; writer.ReadIndexPoints(run); ++i) {
-        if (writer.PtsMapAddressAlive() == nullptr) return false;
-        SetNumber(writer.PtsMapAddressAlive() + writer.CurrentPointPositionAlive() +
-                      offsetof(CCloudPoint<float>, dclcFirst),
-                  block.planes[i]);
-    }
-    return true;
-}
-
-Expected<void> NumberPoints(CProjectCore& core, const PlaneSearch& search,
-                            const std::function<bool()>& proceed) {
-    const auto reader = core.CreateAlivePointReaderWriter();
-    for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk) {
-        if (!proceed())
-            return Fail(ErrorCode::Cancelled,
-                        "numbering the points was cancelled; run it again to number them all");
-        bool mapped = true;
-        auto done = search.ReadChunk(*reader, chunk, [&](const detection::PlanePoints& block) {
-            mapped = mapped && SetNumbers(*reader, block);
-        });
-        if (!done) return done;
-        if (!mapped) return PointsNotMapped();
-    }
-    return {};
-}
-
-Expected<void> NumberSkeleton(CProjectCore& core, const PlaneSearch& search) {
-    const auto reader = core.CreateAlivePointReaderWriter();
-    const auto count = std::min<std::uint64_t>(static_cast<std::uint64_t>(core.SkeletPointCount()),
-                                               core.SkeletDataPtsFileSize() / kSkeletonRecordBytes);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        if (!reader->ReadNextSkeletCoordPoint() || !reader->ReadNextSkeletDataPoint() ||
-            reader->PtsMapAddressSkeletCoord() == nullptr ||
-            reader->PtsMapAddressSkeletData() == nullptr)
-            return PointsNotMapped();
-        SimplePointT<float> place;
-        reader->ReadCurrentSkeletPoint(place);
-        SetNumber(reader->PtsMapAddressSkeletData() + reader->CurrentPointPositionSkeletData() +
-                      offsetof(CPointDataFull, dclcFirst),
-                  search.PlaneOf({place.x, place.y, place.z}));
-    }
     return {};
 }
 
@@ -123,26 +64,6 @@ Expected<void> WritePlanePoints(const CString& path, detail::OpenProject& projec
         if (!done) return done;
     }
     return file.Commit();
-}
-
-Expected<void> ApplyPlaneNumbers(const CString& project, const PlaneSearch& search,
-                                 const std::function<bool()>& proceed) {
-    if (search.Planes().size() > std::numeric_limits<std::uint16_t>::max())
-        return Fail(ErrorCode::BadInput,
-                    "there are more planes than a DCLC value can number, which is 65,535; raise "
-                    "--min-area");
-    auto opened = detail::OpenProject::Open(project);
-    if (!opened) return ErrorOf(opened);
-    if (auto writable = (*opened)->RequireWritable(); !writable) return writable;
-    if (search.Points() == 0) return {};
-    CProjectCore& core = (*opened)->Core();
-    if (!core.OpenCores4Write())
-        return Fail(ErrorCode::Failure,
-                    detail::Shown(project) + ": its point files could not be mapped for writing");
-    auto done = NumberPoints(core, search, proceed);
-    if (done) done = NumberSkeleton(core, search);
-    core.Close();
-    return done;
 }
 
 std::vector<PlanesPicture::Point> PointsForPicture(detail::OpenProject& project,
