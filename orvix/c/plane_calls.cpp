@@ -131,8 +131,8 @@ Answer Grow(orvix_project& project, const double* seed, const orvix_plane_option
     if (!options) return ErrorOf(options);
     const detail::LocalToWorld& frame = project.summary.frame;
     const Vector local = given.seed_is_local != 0 ? asked : frame.ToLocal(asked);
-    const PlaneWormSettings settings(project.paths.projectFile, 1.0);
-    ProjectCloud cloud(project.core);
+    const PlaneWormSettings settings(project.Paths().projectFile, 1.0);
+    ProjectCloud cloud(project.Core());
     auto grown = detail::GrowPlaneFromSeed(cloud, settings, local, *options);
     if (!grown) return Refuse(grown.error());
     plane = std::make_unique<orvix_plane>();

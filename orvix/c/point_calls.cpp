@@ -9,7 +9,7 @@
 
 #include "orvix/c/project_handle.h"
 #include "orvix/platform/text.h"
-#include "orvix/points/alive_point_reader.h"
+#include "orvix/project/point_editor.h"
 
 using namespace orvix;
 using namespace orvix::detail;
@@ -30,8 +30,8 @@ static_assert(sizeof(orvix_point) == sizeof(CCloudPoint<float>));
 static_assert(offsetof(orvix_point, attributes) == offsetof(CCloudPoint<float>, attributes));
 static_assert(offsetof(orvix_point, dclc_first) == offsetof(CCloudPoint<float>, dclcFirst));
 static_assert(offsetof(orvix_point, dclc_second) == offsetof(CCloudPoint<float>, dclcSecond));
-// The pair is written as one stretch of bytes, which ends before the record's last one.
-constexpr std::size_t kDclcBytes = 3;
+// The pair is written as one stretch of bytes.
+static_assert(offsetof(orvix_dclc, second) + sizeof(orvix_dclc::second) == DclcPair::kBytes);
 static_assert(offsetof(orvix_point, dclc_second) ==
               offsetof(orvix_point, dclc_first) + offsetof(orvix_dclc, second));
 
@@ -72,25 +72,19 @@ Answer MapPoints(const orvix_project& project, std::uint64_t first, std::uint64_
     if (view.base == nullptr) {
         return Refuse(ORVIX_FAILED,
                       fmt::format("{} cannot be mapped; borrow fewer points at a time",
-                                  platform::ToUtf8(project.paths.gridPts)));
+                                  platform::ToUtf8(project.Paths().gridPts)));
     }
     *points = reinterpret_cast<const orvix_point*>(view.base + place);
     return {};
 }
 
-/// One run of the alive points, through the reader's own views.
-Answer WriteRun(CAlivePointReader& reader, const CIndexerSmall& run, const orvix_dclc* values) {
-    while (reader.ReadIndexPoints(run)) {
-        std::uint8_t* view = reader.PtsMapAddressAlive();
-        if (view == nullptr) {
-            return Refuse(ORVIX_FAILED, fmt::format("the points from {} on cannot be mapped for "
-                                                    "writing",
-                                                    run.offset));
-        }
-        std::memcpy(view + reader.CurrentPointPositionAlive() + offsetof(orvix_point, dclc_first),
-                    values++, kDclcBytes);
-    }
-    return {};
+/// One run of the alive points.
+Answer WriteRun(PointEditor& editor, const CIndexerSmall& run, const orvix_dclc* values) {
+    const bool mapped =
+        editor.ForEachPoint(run, [&](const auto&, DclcPair pair) { pair.Set(values++); });
+    if (mapped) return {};
+    return Refuse(ORVIX_FAILED,
+                  fmt::format("the points from {} on cannot be mapped for writing", run.offset));
 }
 
 }  // namespace
@@ -190,12 +184,13 @@ orvix_status orvix_points_write_dclc(orvix_project* project, uint64_t first, uin
             return Refuse(ORVIX_BAD_ARGUMENT,
                           "the project is open for reading; open it with ORVIX_READ_WRITE");
         }
-        const auto reader = project->core.CreateAlivePointReaderWriter();
+        PointEditor editor(project->Core());
+        project->edited = true;
         while (count > 0) {
             CIndexerSmall run;
             run.offset = first;
             run.count = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, 0x40000000));
-            if (auto written = WriteRun(*reader, run, values); !written) return written;
+            if (auto written = WriteRun(editor, run, values); !written) return written;
             first += run.count;
             count -= run.count;
             values += run.count;

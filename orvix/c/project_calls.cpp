@@ -10,6 +10,7 @@
 #include "orvix/c/project_handle.h"
 #include "orvix/platform/text.h"
 #include "orvix/project/check/project_check.h"
+#include "orvix/project/point_editor.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 
@@ -46,21 +47,17 @@ Answer Map(platform::MappedFile& mapped, const CString& path) {
 }
 
 Answer OpenCore(orvix_project& project) {
-    const ProjectManager& paths = project.paths;
-    project.core.Open(paths.gridSkeletCoordPts, paths.gridSkeletDataPts, paths.gridPts,
-                      ProjectManager().LASScale(project.summary.scale), paths.grid1000cmIdx,
-                      paths.grid10cmIdx, paths.grid1to10cmIdx, paths.gridIdx);
     // A cloud without points has nothing to map, and nothing to write.
     const bool write = project.writable && project.summary.points > 0;
-    if (write ? project.core.OpenCores4Write() : project.core.OpenCores()) return {};
-    return Refuse(ORVIX_FAILED,
-                  fmt::format("the point files of {} cannot be opened for {}; check "
-                              "that they are there, and their permissions",
-                              platform::ToUtf8(paths.projectFile), write ? "writing" : "reading"));
+    if (write ? project.Core().OpenCores4Write() : project.Core().OpenCores()) return {};
+    return Refuse(ORVIX_FAILED, fmt::format("the point files of {} cannot be opened for {}; check "
+                                            "that they are there, and their permissions",
+                                            platform::ToUtf8(project.Paths().projectFile),
+                                            write ? "writing" : "reading"));
 }
 
 Answer OpenFiles(orvix_project& project) {
-    const ProjectManager& paths = project.paths;
+    const ProjectManager& paths = project.Paths();
     std::error_code error;
     project.points = platform::File::OpenRead(paths.gridPts, error);
     if (error) {
@@ -69,7 +66,7 @@ Answer OpenFiles(orvix_project& project) {
     }
     if (auto done = Map(project.index1000, paths.grid1000cmIdx); !done) return done;
     if (auto done = Map(project.index100, paths.gridIdx); !done) return done;
-    if (!project.core.Has10cm()) return {};
+    if (!project.Core().Has10cm()) return {};
     if (auto done = Map(project.index10, paths.grid10cmIdx); !done) return done;
     if (auto done = Map(project.runs10, paths.grid1to10cmIdx); !done) return done;
     const std::uint64_t runs = RecordsOf<CIndexerSmall>(project.runs10).size();
@@ -82,15 +79,13 @@ Answer OpenFiles(orvix_project& project) {
                     platform::ToUtf8(paths.grid1to10cmIdx), runs, cells));
 }
 
-Answer OpenProject(const CString& path, bool writable, orvix_project& project) {
+Answer OpenHandle(const CString& path, bool writable, orvix_project& project) {
     auto summary = SummariseProject(path);
     if (!summary) return Refuse(summary.error());
     project.summary = *summary;
     project.writable = writable;
-    BuildPaths(project.paths, path);
-    if (auto sound = RequireSettings(project.paths); !sound) return sound;
-    PROJECT_SETTINGS cachedToo;
-    project.paths.GetProjectSettings(&cachedToo);
+    project.opened = OpenProject::Load(path);
+    if (auto sound = RequireSettings(project.Paths()); !sound) return sound;
     if (auto done = OpenCore(project); !done) return done;
     return OpenFiles(project);
 }
@@ -103,7 +98,7 @@ void Put(double (&out)[3], const SimplePointT<double>& p) {
 
 orvix_project_info InfoOf(const orvix_project& project) {
     const ProjectSummary& summary = project.summary;
-    const PROJECT_SETTINGS& settings = project.paths.projectSettings;
+    const PROJECT_SETTINGS& settings = project.Paths().projectSettings;
     orvix_project_info info{};
     info.stations = summary.stations;
     info.points = summary.points;
@@ -156,6 +151,11 @@ orvix_station_info StationOf(const ProjectManager& paths, int station) {
 
 }  // namespace
 
+// Nobody is left to hear of a failure: the host's own calls have succeeded.
+orvix_project::~orvix_project() {
+    if (edited) (void)PointEditor::Sync(Paths());
+}
+
 namespace orvix::detail {
 
 Answer ReadPoints(const orvix_project& project, std::uint64_t first, std::uint64_t count,
@@ -164,7 +164,7 @@ Answer ReadPoints(const orvix_project& project, std::uint64_t first, std::uint64
     const std::uint64_t bytes = count * kAlivePointBytes;
     const std::size_t got = project.points.ReadAt(first * kAlivePointBytes, points,
                                                   static_cast<std::size_t>(bytes), error);
-    const std::string name = platform::ToUtf8(project.paths.gridPts);
+    const std::string name = platform::ToUtf8(project.Paths().gridPts);
     if (error) return Refuse(FailSystem(error, name + " cannot be read").value());
     if (got == bytes) return {};
     return Refuse(ORVIX_DAMAGED,
@@ -190,7 +190,7 @@ orvix_status orvix_project_open(const char* path, const orvix_open_options* opti
         }
         auto opened = std::make_unique<orvix_project>();
         auto done =
-            OpenProject(platform::FromUtf8(path), taken->access == ORVIX_READ_WRITE, *opened);
+            OpenHandle(platform::FromUtf8(path), taken->access == ORVIX_READ_WRITE, *opened);
         if (done) *project = opened.release();
         return done;
     });
@@ -212,8 +212,9 @@ orvix_status orvix_project_get_text(const orvix_project* project, int32_t which,
                                     uint64_t capacity, uint64_t* count, orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(project, "project"); !there) return there;
-        const CString* const texts[] = {&project->paths.projectName, &project->paths.projectFile,
-                                        &project->paths.projectFilesFolder};
+        const CString* const texts[] = {&project->Paths().projectName,
+                                        &project->Paths().projectFile,
+                                        &project->Paths().projectFilesFolder};
         if (which < ORVIX_TEXT_NAME || which > ORVIX_TEXT_FOLDER) {
             return Refuse(ORVIX_BAD_ARGUMENT, fmt::format("there is no text {}", which));
         }
@@ -255,6 +256,6 @@ orvix_status orvix_project_get_station(const orvix_project* project, uint32_t st
         if (station > static_cast<std::uint32_t>(std::numeric_limits<int>::max())) {
             return Refuse(ORVIX_BAD_ARGUMENT, fmt::format("there is no station {}", station));
         }
-        return Give(StationOf(project->paths, static_cast<int>(station)), info, "info");
+        return Give(StationOf(project->Paths(), static_cast<int>(station)), info, "info");
     });
 }

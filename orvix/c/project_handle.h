@@ -2,18 +2,18 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 
 #include "orvix/c/boundary.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/records.h"
-#include "orvix/project/project_core.h"
-#include "orvix/project/project_manager.h"
+#include "orvix/project/open_project.h"
 #include "orvix/project/project_summary.h"
 
-/// What stands behind the C interface's project handle: the project's paths, records and summary,
-/// its files as the calls use them, and the core that plane search and edits go through.
+/// What stands behind the C interface's project handle: the open project, its summary, and its
+/// files as the calls use them.
 ///
 /// Points are read by position into the caller's array: one copy, and a file that another process
 /// shortened is a failed read instead of a missing page. Indexes are small and mapped.
@@ -21,12 +21,15 @@ struct orvix_project {
     orvix_project() = default;
     orvix_project(const orvix_project&) = delete;
     orvix_project& operator=(const orvix_project&) = delete;
-    ~orvix_project() { core.Close(); }
+    ~orvix_project();
 
-    orvix::ProjectManager paths;  ///< never opened
+    [[nodiscard]] const orvix::ProjectManager& Paths() const { return opened->Manager(); }
+    [[nodiscard]] orvix::CProjectCore& Core() const { return opened->Core(); }
+
+    std::unique_ptr<orvix::detail::OpenProject> opened;
     orvix::detail::ProjectSummary summary;
-    orvix::CProjectCore core;
     bool writable = false;
+    bool edited = false;  ///< its points are brought to the disk at the end
     orvix::platform::File points;
     orvix::platform::MappedFile index1000;
     orvix::platform::MappedFile index100;

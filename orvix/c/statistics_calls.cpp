@@ -41,7 +41,7 @@ orvix_status orvix_histogram_sample(const orvix_project* project, int32_t which,
         if (auto fill = Fits(sample_count, samples, capacity, count, "samples"); !fill) {
             return ErrorOf(fill);
         }
-        ProjectManager paths = project->paths;
+        ProjectManager paths = project->Paths();
         std::vector<double> drawn;
         paths.ReadHistogram4Jenks(
             which == ORVIX_HISTOGRAM_INTENSITY ? paths.intensitiesHist : paths.zHist, &drawn, shift,
