@@ -7,14 +7,9 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
-
-#include "orvix/platform/file.h"
-#include "orvix/platform/text.h"
 
 /// What every bench shares: options, timing, and one way to print a ratio.
 ///
@@ -30,7 +25,7 @@ namespace orvix::bench {
 struct Options {
     std::uint64_t points = 20'000'000;
     int repeats = 11;
-    bool json = false;  // one object a line instead of a table
+    bool json = false;  ///< one object per line instead of a table
 };
 
 /// --points N, --repeats N, --json; anything else ends the program with the usage.
@@ -119,42 +114,6 @@ private:
 
     std::string bench_;
     Options options_;
-};
-
-/// A file under the system's temporary folder, removed at the end.
-class ScratchFile {
-public:
-    explicit ScratchFile(std::string_view name)
-        : path_(std::filesystem::temp_directory_path() /
-                fmt::format("orvix-bench-{}-{}", name,
-                            std::chrono::steady_clock::now().time_since_epoch().count())) {}
-    ~ScratchFile() {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-    }
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& Native() const { return path_; }
-    [[nodiscard]] CString Path() const { return path_.wstring(); }
-
-    /// Writes the whole file, which thereby lies in the system's file cache; in blocks of 8 MiB,
-    /// so that the cache keeps it in the large pieces that are cheap to map.
-    template <class Record>
-    void Write(const std::vector<Record>& records) const {
-        constexpr std::size_t kBlock = std::size_t{8} << 20;
-        const auto* bytes = reinterpret_cast<const char*>(records.data());
-        const std::size_t size = records.size() * sizeof(Record);
-        std::error_code error;
-        auto file = platform::File::Create(Path(), error);
-        for (std::size_t at = 0; at < size && !error; at += kBlock) {
-            file.Append(bytes + at, std::min(kBlock, size - at), error);
-        }
-        Require(!error, "the scratch file cannot be written");
-    }
-
-private:
-    std::filesystem::path path_;
 };
 
 }  // namespace orvix::bench

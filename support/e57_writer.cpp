@@ -105,7 +105,7 @@ void PutPackets(Bytes& out, std::vector<Bytes> streams, const E57Layout& layout)
             const std::size_t left = streams[i].size() - used[i];
             if (left == 0 || (layout.columnByColumn && any)) continue;
             any = true;
-            const std::size_t most = layout.bytesAPacket / streams.size() + 1;
+            const std::size_t most = layout.bytesPerPacket / streams.size() + 1;
             const std::size_t part = std::min<std::size_t>(left, 1 + random() % (2 * most));
             const auto from = streams[i].begin() + static_cast<std::ptrdiff_t>(used[i]);
             parts[i].assign(from, from + static_cast<std::ptrdiff_t>(part));
@@ -158,7 +158,7 @@ std::string ScanXml(const E57TestScan& scan, std::uint64_t offset) {
     xml += fmt::format(
         "<points type=\"CompressedVector\" fileOffset=\"{}\" recordCount=\"{}\">"
         "<prototype type=\"Structure\">\n",
-        scan.toldOffset.value_or(offset), scan.toldRecords.value_or(records));
+        scan.xmlOffset.value_or(offset), scan.xmlRecords.value_or(records));
     for (const E57Column& column : scan.columns) xml += FieldXml(column) + "\n";
     return xml + "</prototype><codecs type=\"Vector\"/></points>\n</vectorChild>\n";
 }

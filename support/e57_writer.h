@@ -34,16 +34,16 @@ struct E57TestScan {
     std::vector<E57Column> columns{};
     std::optional<E57Pose> pose{};
     std::string extraXml{};  ///< elements of the scan beside its points
-    // What the XML tells where it is to differ from what is so.
-    std::optional<std::uint64_t> toldOffset{};
-    std::optional<std::uint64_t> toldRecords{};
+    // What the XML says of the points where it is to contradict them.
+    std::optional<std::uint64_t> xmlOffset{};
+    std::optional<std::uint64_t> xmlRecords{};
 };
 
 /// How the records are laid out in packets.
 struct E57Layout {
-    std::size_t bytesAPacket = 1000;  ///< of all streams, about
-    unsigned seed = 1;                ///< parts of streams are of random lengths
-    bool columnByColumn = false;      ///< packets hold one stream after the other
+    std::size_t bytesPerPacket = 1000;  ///< of all streams, about
+    unsigned seed = 1;                  ///< parts of streams are of random lengths
+    bool columnByColumn = false;        ///< packets hold one stream after the other
     bool indexPackets = false;
     bool emptyPackets = false;
     std::string xmlBefore = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";

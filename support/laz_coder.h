@@ -120,7 +120,7 @@ private:
     std::uint32_t length_ = 0xFFFFFFFF;
 };
 
-/// Whole numbers told by their distance from a prediction.
+/// Encodes whole numbers by their distance from a prediction.
 class IntegerEncoder {
 public:
     IntegerEncoder(std::uint32_t bits, std::uint32_t contexts) : bits_(bits) {

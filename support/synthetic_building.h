@@ -68,7 +68,7 @@ private:
         Vector corner, u, v;
         double width = 0, height = 0;
         std::vector<Rect> holes;
-        double slope = 0;  ///< a gable: above t = 0 the sides close in by so much a metre
+        double slope = 0;  ///< a gable: above t = 0 the sides close in by so much per metre
         double density = 1;
         std::int32_t plane = -1;
     };

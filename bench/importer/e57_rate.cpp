@@ -93,8 +93,8 @@ void Measure(bench::Report& table, const char* what, const bench::Options& optio
              std::vector<test::E57Column> columns) {
     const test::ScratchFolder folder;
     const CString path = folder / L"scan.e57";
-    const auto bytes =
-        test::MakeE57({{.name = "scan", .columns = std::move(columns)}}, {.bytesAPacket = 30'000});
+    const auto bytes = test::MakeE57({{.name = "scan", .columns = std::move(columns)}},
+                                     {.bytesPerPacket = 30'000});
     test::WriteBytes(path, bytes.data(), bytes.size());
     bench::Require(ReadPoints(path) == options.points, "points were lost");
     double best = 1e300;

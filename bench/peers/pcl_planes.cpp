@@ -130,7 +130,7 @@ PeerResult PclRegionGrowing(const std::vector<SimplePointT<double>>& points,
 
 PeerResult PclIteratedRansac(const std::vector<SimplePointT<double>>& points,
                              const PeerSettings& settings) {
-    // It tells of each sample that makes no plane.
+    // It prints a line for each sample that makes no plane.
     pcl::console::setVerbosityLevel(pcl::console::L_ALWAYS);
     return IteratePlanes(Rest(CloudOf(points), settings), points.size(), settings);
 }

@@ -4,7 +4,7 @@
 // Ceiling:  region growing and RANSAC of CGAL, PCL and Open3D on the same points, tolerances and
 //           least sizes, in the same run.
 //
-// A synthetic building of known planes is scanned and imported; its intensities tell the truth. Of
+// A synthetic building of known planes is scanned and imported; its intensities hold the truth. Of
 // a project's points nothing is known but what a file of bench/planes/truth says. PCL and Open3D
 // are rivals where they were installed when this was built:
 //
@@ -130,7 +130,7 @@ void List(const std::vector<test::TruePlane>& planes, const PlaneScore& score) {
 /// What is known about the points of a project.
 struct Truth {
     std::vector<test::TruePlane> planes;     ///< in the project's frame
-    std::vector<bench::MarkedPlane> marked;  ///< empty: intensities tell a point's plane
+    std::vector<bench::MarkedPlane> marked;  ///< empty: intensities hold a point's plane
     detail::Vector origin;
 
     [[nodiscard]] std::int32_t Of(const CCloudPoint<float>& p) const {
@@ -202,11 +202,11 @@ void RunPeers(const Arguments& a, CProjectCore& core, const Measured& ours, cons
             continue;
         }
         const bench::PeerResult result = peer.run(points, settings);
-        PlaneCounter tally(truth.planes);
+        PlaneCounter counter(truth.planes);
         for (std::size_t i = 0; i < points.size(); ++i)
-            tally.Add(points[i], labels[i], result.labels[i]);
+            counter.Add(points[i], labels[i], result.labels[i]);
         const double seconds = result.normalSeconds + result.seconds;
-        Print(a, peer.name, peer.who, ours, seconds, tally.Score(ours.knownPoints));
+        Print(a, peer.name, peer.who, ours, seconds, counter.Score(ours.knownPoints));
         if (!a.json)
             fmt::print("{:<22} {:.1f} times as long ({:.1f} without normals)\n", "",
                        seconds / ours.seconds, result.seconds / ours.seconds);
@@ -222,10 +222,10 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     for (test::TruePlane& plane : truth.planes)
         plane.offset += detail::Dot(plane.normal, truth.origin);
     const Measured ours = Search(a, core);
-    PlaneCounter tally(truth.planes);
+    PlaneCounter counter(truth.planes);
     ForEachPoint(core, *ours.search, truth,
-                 [&](const auto& p, std::int32_t t, std::int32_t f) { tally.Add(p, t, f); });
-    const PlaneScore score = tally.Score(ours.knownPoints);
+                 [&](const auto& p, std::int32_t t, std::int32_t f) { counter.Add(p, t, f); });
+    const PlaneScore score = counter.Score(ours.knownPoints);
     Print(a, "orvix", "orvix planes", ours, ours.seconds, score);
     if (a.list) List(truth.planes, score);
     if (!a.noPeers) RunPeers(a, core, ours, truth);
@@ -234,7 +234,7 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
 void MeasureBuilding(const Arguments& a) {
     test::ScratchFolder folder;
     const test::SyntheticBuilding building(bench::BuildingFor(a.plan, a.building));
-    bench::Require(building.Planes().size() < 0xFFFF, "more planes than intensities can tell");
+    bench::Require(building.Planes().size() < 0xFFFF, "more planes than intensities can number");
     const CString scan = folder / L"building.las";
     test::WriteScan(building, scan);
     const CString project = a.keep.empty() ? folder / L"building.prj" : platform::FromUtf8(a.keep);

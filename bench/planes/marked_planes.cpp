@@ -56,7 +56,7 @@ private:
     tl::unexpected<Error> Wrong(std::string_view what) const {
         return Fail(ErrorCode::BadInput,
                     fmt::format("{}, line {}: {}; bench/planes/truth/README.md "
-                                "tells what the lines of such a file are",
+                                "says what the lines of such a file are",
                                 name_, line_, what));
     }
 

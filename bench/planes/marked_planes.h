@@ -23,24 +23,23 @@ struct MarkedPlane {
     double tolerance = 0;         ///< how far from the plane a point of it may lie
     std::vector<Ring> rings;      ///< outlines and holes alike
 
-    /// The axis that the normal's largest component is on (x before y before z): rings tell the
+    /// The axis that the normal's largest component is on (x before y before z): rings hold the
     /// other two coordinates of their corners, in that order.
     [[nodiscard]] int Axis() const;
     /// Square metres within the rings, on the plane.
     [[nodiscard]] double Area() const;
 };
 
-/// The planes that a file of bench/planes/truth marks; its README.md tells the lines of such a
-/// file and how the planes were marked.
+/// Reads the planes that a file of bench/planes/truth marks; the README.md there describes its lines
+/// and how the planes were marked.
 ///
 ///     auto planes = ReadMarkedPlanes(L"bench/planes/truth/indoor_lobby.txt");
 ///     if (!planes) return planes.error();
 ///     const std::int32_t plane = LabelOf(*planes, {2.1, -0.4, 4.35});
 ///
 /// Units   metres, world coordinates.
-/// Errors  a line that says nothing of the kind, a plane without equation or outline, a normal
-/// whose
-///         length is off by more than a thousandth: BadInput, with the file's name and the line.
+/// Errors  BadInput, with the file's name and the line, for a line of another kind, a plane without
+///         equation or outline, or a normal whose length is off by more than a thousandth.
 Expected<std::vector<MarkedPlane>> ReadMarkedPlanes(const CString& path);
 /// The same from a file's text; `name` is what errors call it.
 Expected<std::vector<MarkedPlane>> ParseMarkedPlanes(std::string_view text, std::string_view name);

@@ -13,7 +13,7 @@ namespace orvix::bench {
 /// The truth of a point about which nothing is known; -1 says that it is on no plane.
 inline constexpr std::int32_t kUnknownPlane = -2;
 
-/// How well labels of points tell planes that are known.
+/// How well labels of points agree with planes that are known.
 ///
 /// A plane that was found and a true one match at a bar when the points that they share are at
 /// least that part of the points that either has (intersection over union). Points about which
@@ -36,13 +36,13 @@ struct PlaneScore {
 
 /// Counts, point by point, what a score is made of.
 ///
-///     PlaneCounter tally(building.Planes());
-///     for (const auto& p : labelled) tally.Add(p.position, p.truth, p.found);
-///     const PlaneScore score = tally.Score(minPoints);
+///     PlaneCounter counter(building.Planes());
+///     for (const auto& p : labelled) counter.Add(p.position, p.truth, p.found);
+///     const PlaneScore score = counter.Score(minPoints);
 ///
 /// Order  the same points in the same order give the same score.
-/// Cost   a point some nanoseconds where its neighbours in the order share its planes; memory for
-///        each plane and each pair of planes that share a point, none for points.
+/// Cost   some nanoseconds per point where its neighbours in the order share its planes; memory
+///        for each plane and each pair of planes that share a point, none for points.
 class PlaneCounter {
 public:
     explicit PlaneCounter(std::vector<test::TruePlane> planes);

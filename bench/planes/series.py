@@ -7,8 +7,9 @@
 
 Two series of bench_find_planes go, row by row, to OUT/rows.jsonl: larger and larger buildings of one
 spacing, and one building scanned more and more densely. Beside each stands a row of `orvix planes` as
-a process of its own: its seconds, and the most memory that it had resident (below 20 MB this script's own). OUT/tables.md tells them
-all; docs/planes_seconds.png shows points against seconds. The disk needs 60 bytes a point under TMPDIR.
+a process of its own: its seconds, and the most memory that it had resident (below 20 MB this script's
+own). OUT/tables.md holds them all; docs/planes_seconds.png shows points against seconds. The disk needs
+60 bytes per point under TMPDIR.
 
 A rival is not asked about more points than --peers-up-to (memory), nor where its last row lets expect
 more than --patience seconds. The plot wants Debian's python3-matplotlib, which --no-plot does without.
@@ -180,7 +181,7 @@ def main():
     if options.draw:
         rows = [json.loads(line) for line in open(store)]
     elif options.build is None:
-        parser.error("tell the build folder")
+        parser.error("name the build folder")
     else:
         options.out.mkdir(parents=True, exist_ok=True)
         store.unlink(missing_ok=True)

@@ -1,17 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <system_error>
+#include <vector>
+
 #include "bench/bench_support.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/alive_point_reader.h"
+#include "support/scratch_folder.h"
 
 namespace orvix::bench {
 
 /// An alive point file of `count` points, in the file cache and mapped for reading.
 class AliveFile {
 public:
-    explicit AliveFile(std::uint64_t count) : scratch_("points") {
+    explicit AliveFile(std::uint64_t count) {
         std::vector<CCloudPoint<float>> points(count);
         std::uint32_t state = 1;
         for (auto& point : points) {
@@ -22,8 +28,9 @@ public:
             point.dclcFirst = static_cast<std::uint16_t>(state >> 12);
             point.dclcSecond = static_cast<std::uint8_t>(state >> 20);
         }
-        scratch_.Write(points);
-        file_ = platform::OpenExisting(scratch_.Path(), platform::FileAccess::Read);
+        const CString path = folder_ / L"points.pts";
+        Write(path, points);
+        file_ = platform::OpenExisting(path, platform::FileAccess::Read);
         mapping_ = platform::CreateMapping(file_, platform::FileAccess::Read);
         size_ = count * kAlivePointBytes;
         whole_ = platform::MapFileView(mapping_, platform::kViewRead, 0, 0);
@@ -47,7 +54,20 @@ public:
     }
 
 private:
-    ScratchFile scratch_;
+    // In blocks of 8 MiB, so that the file cache keeps the file in the large pieces that are cheap
+    // to map.
+    static void Write(const CString& path, const std::vector<CCloudPoint<float>>& points) {
+        constexpr std::size_t kBlock = std::size_t{8} << 20;
+        const auto* bytes = reinterpret_cast<const char*>(points.data());
+        const std::size_t size = points.size() * sizeof points[0];
+        std::error_code error;
+        auto file = platform::File::Create(path, error);
+        for (std::size_t at = 0; at < size && !error; at += kBlock)
+            file.Append(bytes + at, std::min(kBlock, size - at), error);
+        Require(!error, "the scratch file cannot be written");
+    }
+
+    test::ScratchFolder folder_;
     platform::Handle file_ = nullptr;
     platform::Handle mapping_ = nullptr;
     std::uint64_t size_ = 0;

@@ -23,6 +23,8 @@
 #include <vector>
 
 #include "bench/bench_support.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/path.h"
 #include "orvix/stats/exhaustive_breaks.h"
 #include "orvix/stats/mathematic.h"
 #include "support/plain_breaks.h"
@@ -51,7 +53,7 @@ double Normal(Random& random) {
     return radius * std::cos(6.283185307179586 * Uniform(random));
 }
 
-// Floor, ceiling, a table, and walls, in bins of a centimetre told by their middle.
+// Floor, ceiling, a table, and walls, in bins of a centimetre, each by its middle.
 double RoomHeight(Random& random) {
     const double kind = Uniform(random);
     const double noise = 0.004 * Normal(random);

@@ -129,7 +129,7 @@ private:
     std::uint64_t memoryLimit_;
     PointReaders readers_;
     std::vector<std::vector<CellSums>> parts_;  // of each tile
-    std::vector<std::vector<Region>> regions_;  // likewise
+    std::vector<std::vector<Region>> regions_;  // of each tile
     GrownTiles grown_;
 };
 

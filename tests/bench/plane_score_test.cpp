@@ -20,13 +20,13 @@ public:
 
     static constexpr std::size_t kNone = 200;  // the first point of no plane
 
-    /// The score of labels; `label` tells that of a point by its place, 0 to 249.
+    /// The score of labels; `label` returns that of a point by its place, 0 to 249.
     template <class Label>
     [[nodiscard]] PlaneScore Score(Label&& label, std::uint64_t minPoints = 30) const {
-        PlaneCounter tally({{{0, 0, 1}, 0, 1}, {{0, 0, 1}, -1, 1}});
+        PlaneCounter counter({{{0, 0, 1}, 0, 1}, {{0, 0, 1}, -1, 1}});
         for (std::size_t i = 0; i < points_.size(); ++i)
-            tally.Add(points_[i].position, points_[i].plane, label(i));
-        return tally.Score(minPoints);
+            counter.Add(points_[i].position, points_[i].plane, label(i));
+        return counter.Score(minPoints);
     }
 
 private:
@@ -100,10 +100,10 @@ TEST(PlaneCounter, AsksForNoTruePlaneOfFewerPointsThanTheLeast) {
 }
 
 TEST(PlaneCounter, MeasuresHowFarThePlanesOfMatchesAreOff) {
-    // The lower level is told to be 2 mm lower and turned by a hundredth about the x axis.
-    PlaneCounter tally({{{0, -0.0099995, 0.99995}, 0.002, 1}});
-    for (int i = 0; i < 100; ++i) tally.Add({i % 10 * 0.1 - 0.45, i / 10 * 0.1 - 0.45, 0}, 0, 0);
-    const PlaneScore score = tally.Score(30);
+    // The lower level is said to be 2 mm lower and turned by a hundredth about the x axis.
+    PlaneCounter counter({{{0, -0.0099995, 0.99995}, 0.002, 1}});
+    for (int i = 0; i < 100; ++i) counter.Add({i % 10 * 0.1 - 0.45, i / 10 * 0.1 - 0.45, 0}, 0, 0);
+    const PlaneScore score = counter.Score(30);
     EXPECT_NEAR(score.normalDegrees, 0.573, 0.001);
     EXPECT_NEAR(score.offsetMillimetres, 2, 1e-6);
 }
@@ -111,10 +111,10 @@ TEST(PlaneCounter, MeasuresHowFarThePlanesOfMatchesAreOff) {
 TEST(PlaneCounter, LeavesPlanesOnUnknownPointsOutOfThePrecision) {
     // Plane 0 and half as much again, and a plane of points of which what is known may differ.
     const auto scoreOf = [](std::int32_t others) {
-        PlaneCounter tally({{{0, 0, 1}, 0, 1}});
+        PlaneCounter counter({{{0, 0, 1}, 0, 1}});
         for (int i = 0; i < 40; ++i)
-            tally.Add({i % 5 * 1.0, i / 5 * 1.0, 0}, i < 20 ? 0 : others, i < 30 ? 0 : 1);
-        return tally.Score(10);
+            counter.Add({i % 5 * 1.0, i / 5 * 1.0, 0}, i < 20 ? 0 : others, i < 30 ? 0 : 1);
+        return counter.Score(10);
     };
     const PlaneScore score = scoreOf(kUnknownPlane);
     EXPECT_EQ(score.found, 1U);

@@ -9,7 +9,7 @@
 #include "orvix/c/orvix.h"
 #include "orvix/platform/text.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix::test {
 

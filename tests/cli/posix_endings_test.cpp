@@ -7,9 +7,9 @@
 #include <filesystem>
 
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
 #include "tests/cli/command_runner.h"
 #include "tests/support/settings_sandbox.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix::test {
 namespace {

@@ -7,9 +7,9 @@
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
 #include "tests/cli/command_runner.h"
 #include "tests/support/read_only_file.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix::test {
 namespace {

@@ -16,7 +16,7 @@
 #include "orvix/project/transform_file.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"
-#include "support/tiny_project.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix::detection {
 namespace {
@@ -287,7 +287,7 @@ std::vector<Vector> Table(double height, bool walls) {
 }
 
 // BEHAVIOUR A4
-TEST(PlaneSearch, TellsCeilingsFromTablesByWhatTheyCover) {
+TEST(PlaneSearch, SeparatesCeilingsFromTablesByWhatTheyCover) {
     for (const auto& [height, kind] :
          {std::pair(2.6, PlaneKind::Ceiling), std::pair(0.9, PlaneKind::Other)}) {
         const test::ScratchFolder folder;

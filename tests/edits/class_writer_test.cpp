@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix::cli {
 namespace {

@@ -10,8 +10,8 @@
 #include "orvix/platform/cache.h"
 #include "orvix/points/alive_point_reader.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
 #include "tests/support/settings_sandbox.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

@@ -13,7 +13,7 @@
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

@@ -14,8 +14,8 @@
 #include "orvix/platform/utility_lib.h"
 #include "orvix/points/alive_point_reader.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
 #include "tests/support/read_only_file.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

@@ -5,7 +5,7 @@
 
 namespace orvix::test {
 
-/// Sets what the system tells as the calling thread's last error.
+/// Sets what the system returns as the calling thread's last error.
 void SetLastErrorCode(std::uint32_t code);
 
 }  // namespace orvix::test

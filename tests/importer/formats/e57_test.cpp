@@ -74,7 +74,7 @@ TEST_P(E57Seeds, FieldsOfAnyWidthComeBackHoweverPacketsCutThem) {
     }
     scan.columns[3].maximum = scan.columns[3].minimum + 5;  // a record takes bits in any case
     scan.columns[3].whole.assign(count, scan.columns[3].minimum + 3);
-    const E57Layout layout{.bytesAPacket = 10 + random() % 5000,
+    const E57Layout layout{.bytesPerPacket = 10 + random() % 5000,
                            .seed = GetParam(),
                            .columnByColumn = random() % 4 == 0,
                            .indexPackets = random() % 2 == 0,
@@ -220,8 +220,8 @@ TEST(E57, BelievesNoOffsetNorCount) {
                                std::optional<std::uint64_t> records) {
         return ReadAll(MakeE57({{.name = "s",
                                  .columns = Line(60),
-                                 .toldOffset = offset,
-                                 .toldRecords = records}}))
+                                 .xmlOffset = offset,
+                                 .xmlRecords = records}}))
             .error;
     };
     EXPECT_THAT(messageFor({}, 61), HasSubstr("before the last of its records"));
@@ -231,7 +231,7 @@ TEST(E57, BelievesNoOffsetNorCount) {
     EXPECT_THAT(messageFor(1022, {}), HasSubstr("not inside the file"));
     EXPECT_THAT(messageFor(0, {}), HasSubstr("section of kind 65"));
     EXPECT_THAT(ReadAll(MakeE57({{.name = "a", .columns = Line(9)},
-                                 {.name = "b", .columns = Line(9), .toldOffset = 48}}))
+                                 {.name = "b", .columns = Line(9), .xmlOffset = 48}}))
                     .error,
                 HasSubstr("share the bytes"));
     EXPECT_THAT(ReadAll(MakeE57({{.name = "s", .columns = {Whole("rowIndex", {1, 2}, 7)}}})).error,

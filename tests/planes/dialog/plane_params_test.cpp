@@ -17,8 +17,8 @@
 #include "orvix/planes/dialog/plane_params_values.h"
 #include "orvix/platform/utility_lib.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
 #include "tests/support/settings_sandbox.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

@@ -11,8 +11,8 @@
 #include "orvix/planes/seed/project_cloud.h"
 #include "orvix/project/project_core.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
 #include "tests/planes/seed/memory_cloud.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

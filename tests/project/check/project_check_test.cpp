@@ -19,7 +19,7 @@
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_summary.h"
 #include "support/scratch_folder.h"
-#include "support/tiny_project.h"
+#include "tests/support/tiny_project.h"
 
 namespace orvix {
 namespace {

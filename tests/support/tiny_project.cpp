@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/tiny_project.h"
+#include "tests/support/tiny_project.h"
 
 #include <algorithm>
 #include <array>
