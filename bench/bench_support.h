@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "orvix/geometry/quantile.h"
+
 /// What every bench shares: options, timing, and one way to print a ratio.
 ///
 /// A bench states its question and its ceiling, checks that its answer is right, and only then
@@ -69,9 +71,7 @@ double Seconds(Work&& work) {
 }
 
 inline double Median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    return detail::UpperMedian(values);
 }
 
 /// Times pairs of ceiling and candidate and prints a line for each.

@@ -8,6 +8,7 @@
 #include "detection/outlines/raster_outline.h"
 #include "detection/plane_classifier.h"
 #include "detection/regions/region_extents.h"
+#include "orvix/geometry/quantile.h"
 #include "orvix/geometry/symmetric_matrix.h"
 
 namespace orvix::detection {
@@ -22,14 +23,11 @@ Vector UnitNormalOf(const MomentSum& sum) {
 
 // Pixels twice as wide as the points of the region's sparser cells are apart.
 PlaneRaster RasterOf(RegionExtent& extent, double cellSize) {
-    auto& counts = extent.counts;
-    const auto sparse =
-        counts.begin() + static_cast<std::ptrdiff_t>(0.3 * static_cast<double>(counts.size() - 1));
-    std::nth_element(counts.begin(), sparse, counts.end());
+    const std::uint32_t sparse = detail::Quantile(extent.counts, 0.3);
     const Extends2DT<double> bounds{
         {extent.bounds.min.x - 3 * cellSize, extent.bounds.min.y - 3 * cellSize},
         {extent.bounds.max.x + 3 * cellSize, extent.bounds.max.y + 3 * cellSize}};
-    double pixel = std::min(2 * cellSize / std::sqrt(std::max<double>(*sparse, 1)), cellSize);
+    double pixel = std::min(2 * cellSize / std::sqrt(std::max<double>(sparse, 1)), cellSize);
     while (PlaneRaster::PixelsOf(bounds, pixel) > kMaxPixels) pixel *= 2;
     return {bounds, pixel};
 }

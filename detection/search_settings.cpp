@@ -2,22 +2,14 @@
 #include "detection/search_settings.h"
 
 #include <algorithm>
+#include <numbers>
+
+#include "orvix/geometry/sine_cosine.h"
 
 namespace orvix::detection {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kNoises = 4.5;  // in the distance of a point from its plane
-
-// The cosine by its series: the maths library's differs in the last place from system to system.
-double Cosine(double radians) {
-    double term = 1, sum = 1;
-    for (int i = 1; i < 12; ++i) {
-        term *= -radians * radians / ((2 * i - 1) * (2 * i));
-        sum += term;
-    }
-    return sum;
-}
 
 }  // namespace
 
@@ -46,7 +38,8 @@ PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSi
 GrowthLimits LimitsFor(const PlaneSearchSettings& settings) {
     GrowthLimits limits;
     limits.distance = settings.distance;
-    limits.minCosine = Cosine(std::min(settings.angle, 90.0) * kPi / 180);
+    const double radians = std::min(settings.angle, 90.0) * std::numbers::pi / 180;
+    limits.minCosine = detail::SineCosineOf(radians).cosine;
     limits.noise = settings.noise;
     limits.minArea = settings.minArea / 2;
     limits.minPoints = settings.minPoints;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "orvix/platform/amounts.h"
 
@@ -115,7 +116,7 @@ const char* WordOf(PlaceVerdict verdict) {
 
 double TurnInDegrees(const PlaceReport& place) {
     if (place.nearest < 0 || !IsFlat(place)) return -1;
-    constexpr double kDegrees = 180 / 3.14159265358979323846;
+    constexpr double kDegrees = 180 / std::numbers::pi;
     return std::round(std::acos(std::clamp(place.nearestTurn, -1.0, 1.0)) * kDegrees * 1000) / 1000;
 }
 

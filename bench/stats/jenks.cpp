@@ -18,6 +18,7 @@
 #include <ctime>
 #include <functional>
 #include <limits>
+#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
@@ -50,7 +51,7 @@ double Uniform(Random& random) {
 
 double Normal(Random& random) {
     const double radius = std::sqrt(-2 * std::log(1 - Uniform(random)));
-    return radius * std::cos(6.283185307179586 * Uniform(random));
+    return radius * std::cos(2 * std::numbers::pi * Uniform(random));
 }
 
 // Floor, ceiling, a table, and walls, in bins of a centimetre, each by its middle.

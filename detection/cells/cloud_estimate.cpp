@@ -9,6 +9,7 @@
 #include "detection/cells/cell_shapes.h"
 #include "detection/cells/gather_cells.h"
 #include "detection/cells/point_readers.h"
+#include "orvix/geometry/quantile.h"
 
 namespace orvix::detection {
 namespace {
@@ -22,14 +23,6 @@ constexpr std::uint32_t kMinTypicalCount = 2;
 constexpr double kMinGain = 1.15;  // in points of flat cells: what makes a larger size better
 // BEHAVIOUR A3
 constexpr double kPlainShare = 0.45;  // of the flat cells: those that hold noise and nothing else
-
-template <class T>
-T ValueAt(std::vector<T>& values, double share) {
-    const auto at = values.begin() +
-                    static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-    std::nth_element(values.begin(), at, values.end());
-    return *at;
-}
 
 // The heads of chunks, spread evenly; the last cells of each may be cut.
 std::vector<PointChunk> SamplesOf(const PointChunks& cut) {
@@ -137,8 +130,9 @@ Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut
     CloudEstimate estimate;
     estimate.spacing = cut.frame.Size();
     if (!found->flatCounts.empty())
-        estimate.spacing /= std::sqrt(std::max<double>(ValueAt(found->flatCounts, 0.5), 1));
-    if (!found->rms.empty()) estimate.noise = ValueAt(found->rms, kPlainShare);
+        estimate.spacing /=
+            std::sqrt(std::max<double>(detail::Quantile(found->flatCounts, 0.5), 1));
+    if (!found->rms.empty()) estimate.noise = detail::Quantile(found->rms, kPlainShare);
     return estimate;
 }
 

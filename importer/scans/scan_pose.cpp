@@ -2,6 +2,7 @@
 #include "importer/scans/scan_pose.h"
 
 #include <cmath>
+#include <numbers>
 
 #include "orvix/geometry/sine_cosine.h"
 
@@ -47,7 +48,7 @@ Quaternion QuaternionOf(const Vector& x, const Vector& y, const Vector& z) {
 // system: halving between bounds needs no library function.
 double AngleOf(double sine, double cosine) {
     double low = 0;
-    double high = 1.5707963267948966;
+    double high = std::numbers::pi / 2;
     for (;;) {
         const double middle = low + (high - low) / 2;
         if (middle <= low || middle >= high) return high;

@@ -8,6 +8,7 @@
 #include "importer/scans/coordinate_frame.h"
 #include "importer/scans/piece_queue.h"
 #include "importer/scans/rejections.h"
+#include "orvix/geometry/quantile.h"
 #include "parallel/run_in_order.h"
 
 namespace orvix::importer {
@@ -52,9 +53,7 @@ double MedianAlong(SurveyJob& job, double SimplePointT<double>::*axis) {
     for (std::size_t i = 0; i < job.positions.size(); i += step) {
         job.axis.push_back(job.positions[i].*axis);
     }
-    const auto middle = job.axis.begin() + static_cast<std::ptrdiff_t>((job.axis.size() - 1) / 2);
-    std::nth_element(job.axis.begin(), middle, job.axis.end());
-    return *middle;
+    return detail::Quantile(job.axis, 0.5);
 }
 
 void Examine(SurveyJob& job, bool dropZeros) {

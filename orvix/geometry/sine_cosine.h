@@ -11,20 +11,25 @@ struct SineCosine {
     double cosine = 1;
 };
 
-/// Sine and cosine of an angle, the same bits on every system: the C libraries' own differ in the
-/// last place, and coordinates that come from angles must not.
+/// Sine and cosine of an angle, the same bits on every system.
 ///
-/// Units    radians.
+/// Choose it over std::sin and std::cos wherever a result is decided: the C libraries differ in the
+/// last place, and what is stored must not. Pi itself is std::numbers::pi in every room.
+///
+///     const auto [sine, cosine] = SineCosineOf(degrees * std::numbers::pi / 180);
+///
+/// Units      radians.
 /// Boundaries |angle| up to 1000; both results are not-a-number beyond. Errors stay below one unit
-///          in the last place.
-/// Source   the reduction by pi / 2 in two parts and the minimax polynomials of FDLIBM 5.3
-///          (k_sin.c, k_cos.c, e_rem_pio2.c), Sun Microsystems.
+///            in the last place.
+/// Threads    no state.
+/// Source     the reduction by pi / 2 in two parts and the minimax polynomials of FDLIBM 5.3
+///            (k_sin.c, k_cos.c, e_rem_pio2.c), Sun Microsystems.
 inline SineCosine SineCosineOf(double angle) {
-    constexpr double kPiHalves = 6.36619772367581382433e-01;  // 2 / pi
-    constexpr double kHalfPi = 1.57079632673412561417e+00;    // its first 33 bits
+    constexpr double kTwoOverPi = 6.36619772367581382433e-01;
+    constexpr double kHalfPi = 1.57079632673412561417e+00;  // its first 33 bits
     constexpr double kHalfPiRest = 6.07710050650619224932e-11;
     if (!(std::fabs(angle) <= 1000)) return {std::nan(""), std::nan("")};
-    const auto turns = static_cast<std::int32_t>(angle * kPiHalves + (angle < 0 ? -0.5 : 0.5));
+    const auto turns = static_cast<std::int32_t>(angle * kTwoOverPi + (angle < 0 ? -0.5 : 0.5));
     const double first = angle - turns * kHalfPi;
     const double rest = turns * kHalfPiRest;
     const double x = first - rest;

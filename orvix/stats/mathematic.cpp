@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <numbers>
 #include <numeric>
 
 #include "orvix/platform/truncate.h"
@@ -109,7 +110,7 @@ double Mathematic::round(const double& x) {
 }
 
 void Mathematic::rad2deg(double& x) {
-    x = x * 180.0 / 3.141592653589793;
+    x = x * 180.0 / std::numbers::pi;
 }
 
 }  // namespace orvix

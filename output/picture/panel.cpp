@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include "orvix/geometry/quantile.h"
+
 namespace orvix::output {
 
 namespace {
@@ -70,13 +72,8 @@ void DrawLabel(Canvas& canvas, Pixel2 at, const std::string& text, Colour colour
 }
 
 ViewBounds MiddleOf(std::vector<double> xs, std::vector<double> ys, double low, double high) {
-    const auto pick = [](std::vector<double>& values, double share) {
-        const auto at = values.begin() +
-                        static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-        std::nth_element(values.begin(), at, values.end());
-        return *at;
-    };
-    return {pick(xs, low), pick(xs, high), pick(ys, low), pick(ys, high)};
+    using detail::Quantile;
+    return {Quantile(xs, low), Quantile(xs, high), Quantile(ys, low), Quantile(ys, high)};
 }
 
 ViewBounds CoreBoundsOf(const PictureView& view, const std::vector<Vector>& points) {

@@ -10,6 +10,7 @@
 #include <numbers>
 #include <optional>
 
+#include "orvix/geometry/quantile.h"
 #include "orvix/planes/plane_vectors.h"
 
 namespace orvix::detail {
@@ -247,9 +248,8 @@ double NoiseOf(const FittedPlane& plane, const std::vector<SimplePointT<double>>
     std::vector<double> distances;
     distances.reserve(points.size());
     for (const Vector& p : points) distances.push_back(std::abs(Distance(plane, p)));
-    const auto middle = distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2);
-    std::nth_element(distances.begin(), middle, distances.end());
-    return std::max(kSigmaPerMedian * *middle, kMinShareOfRms * plane.Residuals(points).rms);
+    return std::max(kSigmaPerMedian * UpperMedian(distances),
+                    kMinShareOfRms * plane.Residuals(points).rms);
 }
 
 Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed,

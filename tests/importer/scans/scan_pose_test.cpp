@@ -3,49 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cmath>
-#include <cstdint>
-#include <limits>
+#include <numbers>
 #include <random>
 
 #include "importer/scans/coordinate_frame.h"
-#include "orvix/geometry/sine_cosine.h"
 
 namespace orvix::importer::test {
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
-
-TEST(SineCosine, IsWithinAUnitInTheLastPlaceOfTheCLibrarys) {
-    std::mt19937_64 random(7);
-    std::uniform_real_distribution<double> wide(-1000, 1000);
-    std::uniform_real_distribution<double> turn(-kPi, kPi);
-    constexpr double kUnit = std::numeric_limits<double>::epsilon();
-    // A library that leaves the reduction to the processor has a pi of 66 bits to subtract, which
-    // is off by this much after 640 quarter turns.
-    constexpr double kShortPi = 2e-18;
-    for (int i = 0; i < 200'000; ++i) {
-        const double angle = i % 2 == 0 ? wide(random) : turn(random);
-        const detail::SineCosine own = detail::SineCosineOf(angle);
-        EXPECT_NEAR(own.sine, std::sin(angle), kUnit * std::fabs(own.sine) + kShortPi) << angle;
-        EXPECT_NEAR(own.cosine, std::cos(angle), kUnit * std::fabs(own.cosine) + kShortPi) << angle;
-    }
-    EXPECT_EQ(detail::SineCosineOf(0).sine, 0);
-    EXPECT_EQ(detail::SineCosineOf(0).cosine, 1);
-    EXPECT_TRUE(std::isnan(detail::SineCosineOf(1001).sine));
-    EXPECT_TRUE(std::isnan(detail::SineCosineOf(std::nan("")).cosine));
-}
-
-TEST(SineCosine, GivesTheSameBitsOnEverySystem) {
-    std::uint64_t digest = 0;
-    for (int i = -100'000; i <= 100'000; ++i) {
-        const detail::SineCosine own = detail::SineCosineOf(i * 0.0078125);
-        digest = digest * 1'099'511'628'211U + std::bit_cast<std::uint64_t>(own.sine);
-        digest = digest * 1'099'511'628'211U + std::bit_cast<std::uint64_t>(own.cosine);
-    }
-    EXPECT_EQ(digest, 0x4550b9677e9f24f2U);
-}
 
 TEST(ScanPose, APoseThatChangesNothingHasNoMap) {
     EXPECT_FALSE(MapOf({}).has_value());
@@ -75,7 +40,7 @@ TEST(ScanPose, EveryRotationComesBackFromItsMatrixAndItsAxis) {
         const AxisAngle turn = AxisAngleOf(q);
         EXPECT_NEAR(std::hypot(turn.axis[0], turn.axis[1], turn.axis[2]), 1, 1e-15);
         EXPECT_GE(turn.angle, 0);
-        EXPECT_LE(turn.angle, kPi);
+        EXPECT_LE(turn.angle, std::numbers::pi);
         const double sine = std::sin(turn.angle / 2);
         const double sign = q.w < 0 ? -1 : 1;
         EXPECT_NEAR(std::cos(turn.angle / 2), sign * q.w, 1e-15);
@@ -90,7 +55,7 @@ TEST(ScanPose, WritesRulesForTheTurnsThatHaveNoOneAxis) {
     EXPECT_EQ(none.angle, 0);
     const AxisAngle half = AxisAngleOf({0, 0, -1, 0});
     EXPECT_EQ(half.axis, (std::array<double, 3>{0, 1, 0}));
-    EXPECT_DOUBLE_EQ(half.angle, kPi);
+    EXPECT_DOUBLE_EQ(half.angle, std::numbers::pi);
 }
 
 TEST(ScanPose, RefusesMatricesThatTurnNothing) {
