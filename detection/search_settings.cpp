@@ -4,12 +4,13 @@
 #include <algorithm>
 #include <numbers>
 
+#include "orvix/geometry/distance_limit.h"
 #include "orvix/geometry/sine_cosine.h"
 
 namespace orvix::detection {
 namespace {
 
-constexpr double kNoises = 4.5;  // in the distance of a point from its plane
+constexpr detail::DistanceLimit kPointDistance{.deviations = 4.5, .min = 0.01};  // from its plane
 
 }  // namespace
 
@@ -27,7 +28,7 @@ PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSi
     settings.cellSize = cellSize;
     settings.noise = cloud.noise;
     settings.spacing = cloud.spacing;
-    settings.distance = orElse(options.distance, std::max(kNoises * settings.noise, 0.01));
+    settings.distance = orElse(options.distance, kPointDistance.Of(settings.noise));
     settings.angle = orElse(options.angle, 20);
     settings.minArea = orElse(options.minArea, std::max(0.25, 9 * cellSize * cellSize));
     settings.minPoints = orElse(options.minPoints, 30);

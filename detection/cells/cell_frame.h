@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "orvix/platform/truncate.h"
 #include "orvix/points/grid_cells.h"
 #include "orvix/points/records.h"
 
@@ -88,8 +89,7 @@ public:
     /// The cell of a coordinate, along one axis. Precondition: Holds.
     [[nodiscard]] std::int32_t CellAt(float coordinate) const {
         const double metres = coordinate;
-        const auto truncated = static_cast<std::int32_t>(metres);
-        const std::int32_t whole = truncated - static_cast<std::int32_t>(metres < truncated);
+        const auto whole = detail::FloorTo<std::int32_t>(metres);
         if (perMetre_ != 0)
             return whole * perMetre_ +
                    std::min(static_cast<std::int32_t>((metres - whole) * perMetre_), perMetre_ - 1);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "detection/regions/region_extents.h"
 
-#include <algorithm>
-
 namespace orvix::detection {
 namespace {
 
@@ -10,11 +8,6 @@ constexpr std::uint64_t kCellsPerRegion = 200;  // of a region, and one more for
 
 /// The extents of the regions of one tile.
 using TileExtents = std::vector<std::pair<std::int32_t, RegionExtent>>;
-
-void Widen(Extends2DT<double>& bounds, const Extends2DT<double>& by) {
-    bounds.min = {std::min(bounds.min.x, by.min.x), std::min(bounds.min.y, by.min.y)};
-    bounds.max = {std::max(bounds.max.x, by.max.x), std::max(bounds.max.y, by.max.y)};
-}
 
 class TileExtentFinder {
 public:
@@ -36,8 +29,7 @@ public:
             const auto slot = static_cast<std::size_t>(slots_[number]);
             RegionExtent& extent = extents[slot].second;
             const CellPlace place = map.PlaceOf(tile, cell);
-            const auto at = frames_[number].To2D(map.Frame().Middle(place));
-            Widen(extent.bounds, {at, at});
+            detail::Extend(extent.bounds, frames_[number].To2D(map.Frame().Middle(place)));
             const std::uint64_t stride = 1 + regions_[number].cells / kCellsPerRegion;
             if (met[slot]++ % stride != 0) continue;
             extent.cells.push_back(place);
@@ -71,7 +63,7 @@ Expected<std::vector<RegionExtent>> ExtentsOf(const CellMap& map,
     for (const TileExtents& part : parts) {
         for (const auto& [region, more] : part) {
             RegionExtent& extent = extents[static_cast<std::size_t>(region)];
-            Widen(extent.bounds, more.bounds);
+            detail::Join(extent.bounds, more.bounds);
             extent.cells.insert(extent.cells.end(), more.cells.begin(), more.cells.end());
             extent.counts.insert(extent.counts.end(), more.counts.begin(), more.counts.end());
         }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "detection/regions/cell_map.h"
+#include "orvix/geometry/bounds.h"
 #include "orvix/geometry/plane_frame.h"
 #include "parallel/pool.h"
 
@@ -12,7 +13,7 @@ namespace orvix::detection {
 
 /// The bounds of a region's cells on its plane, and some of the cells.
 struct RegionExtent {
-    Extends2DT<double> bounds{{1e300, 1e300}, {-1e300, -1e300}};  ///< of the cells' middles
+    Extends2DT<double> bounds = detail::NoBounds<Extends2DT<double>>();  ///< of the cells' middles
     std::vector<CellPlace> cells;       ///< up to some hundreds, spread over the region
     std::vector<std::uint32_t> counts;  ///< points in each of them
 };

@@ -8,6 +8,7 @@
 #include "importer/scans/coordinate_frame.h"
 #include "importer/scans/piece_queue.h"
 #include "importer/scans/rejections.h"
+#include "orvix/geometry/bounds.h"
 #include "orvix/geometry/quantile.h"
 #include "parallel/run_in_order.h"
 
@@ -20,15 +21,6 @@ constexpr std::size_t kMedianSamples = 2048;
 struct Box {
     SimplePointT<double> min{kMaxWorld, kMaxWorld, kMaxWorld};
     SimplePointT<double> max{-kMaxWorld, -kMaxWorld, -kMaxWorld};
-
-    void Add(const SimplePointT<double>& p) {
-        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
-        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
-    }
-    void Join(const Box& other) {
-        Add(other.min);
-        Add(other.max);
-    }
 };
 
 /// One piece and what the survey takes from it.
@@ -67,7 +59,7 @@ void Examine(SurveyJob& job, bool dropZeros) {
         job.range.Add(point);
         const SimplePointT<double> world = job.placement.ToWorld(point.x, point.y, point.z);
         if (!IsPlausible(world)) continue;
-        job.box.Add(world);
+        detail::Extend(job.box, world);
         job.positions.push_back(world);
     }
     job.placed = job.positions.size();
@@ -138,7 +130,7 @@ Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportO
         scan.range.Join(job.range);
         survey.usable += job.usable;
         if (job.placed != 0) {
-            box.Join(job.box);
+            detail::Join(box, job.box);
             medians.push_back({job.median, job.placed});
         }
         pool.Meter().Add(job.Bytes(), job.decoded.points.size());

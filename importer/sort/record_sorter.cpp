@@ -8,6 +8,7 @@
 
 #include "importer/sort/block_sorter.h"
 #include "importer/sort/run_merge.h"
+#include "orvix/geometry/bounds.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/record_hash.h"
 #include "parallel/run_in_order.h"
@@ -21,13 +22,6 @@ tl::unexpected<Error> Changed(const CString& path) {
                 fmt::format("{} changed while it was being imported; import it again once it is "
                             "complete",
                             platform::ToUtf8(path)));
-}
-
-void Extend(ExtendsT<float>& bounds, const AlivePoint& p) {
-    bounds.min = {std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y),
-                  std::min(bounds.min.z, p.z)};
-    bounds.max = {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y),
-                  std::max(bounds.max.z, p.z)};
 }
 
 /// Writes merged blocks into one file and samples their keys.
@@ -133,7 +127,7 @@ void RecordSorter::MakeRecords(Job& job) const {
         }
         if (made == 0)
             job.bounds = {{record.x, record.y, record.z}, {record.x, record.y, record.z}};
-        Extend(job.bounds, record);
+        detail::Extend(job.bounds, record);
         job.checksum += detail::RecordHash(record);
         ++made;
     }
@@ -176,8 +170,7 @@ Expected<void> RecordSorter::Commit(Job& job, SortedCloud& cloud) {
     if (records == 0) return {};
     if (cloud.points == 0) cloud.bounds = job.bounds;
     cloud.points += records;
-    Extend(cloud.bounds, {job.bounds.min.x, job.bounds.min.y, job.bounds.min.z, {}, 0, 0, 0});
-    Extend(cloud.bounds, {job.bounds.max.x, job.bounds.max.y, job.bounds.max.z, {}, 0, 0, 0});
+    detail::Join(cloud.bounds, job.bounds);
     if (records < plan_.shortPiecePoints) {
         small_.insert(small_.end(), job.records.Data(), job.records.Data() + records);
         if (small_.size() >= plan_.joinedPoints) FlushSmall(cloud);

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "importer/write/cloud_thinner.h"
+#include "orvix/geometry/bounds.h"
 #include "orvix/points/attributes.h"
 #include "parallel/run_in_order.h"
 
@@ -25,7 +26,7 @@ public:
     Expected<void> Measure() {
         auto done = ForEachPoint([&](const SimplePointT<float>& p, std::uint64_t i) {
             if (i == 0) block_.min = block_.max = p;
-            Extend(p);
+            detail::Extend(block_, p);
             sum_.x += p.x;
             sum_.y += p.y;
             sum_.z += p.z;
@@ -52,13 +53,6 @@ private:
             for (std::size_t i = 0; i < points.size(); ++i) visit(points[i], done + i);
         }
         return {};
-    }
-
-    void Extend(const SimplePointT<float>& p) {
-        block_.min = {std::min(block_.min.x, p.x), std::min(block_.min.y, p.y),
-                      std::min(block_.min.z, p.z)};
-        block_.max = {std::max(block_.max.x, p.x), std::max(block_.max.y, p.y),
-                      std::max(block_.max.z, p.z)};
     }
 
     [[nodiscard]] double SquaredDistance(const SimplePointT<float>& p) const {

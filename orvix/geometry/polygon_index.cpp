@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvix/geometry/bounds.h"
+
 namespace orvix::detail {
 
 PolygonIndex::PolygonIndex(const PlaneOutline& outline) {
@@ -39,10 +41,8 @@ void PolygonIndex::FillStrips() {
     box_ = {edges_[0].low, edges_[0].low};
     double climb = 0;
     for (const Edge& edge : edges_) {
-        box_.min.x = std::min({box_.min.x, edge.low.x, edge.high.x});
-        box_.max.x = std::max({box_.max.x, edge.low.x, edge.high.x});
-        box_.min.y = std::min(box_.min.y, edge.low.y);
-        box_.max.y = std::max(box_.max.y, edge.high.y);
+        Extend(box_, edge.low);
+        Extend(box_, edge.high);
         climb += edge.high.y - edge.low.y;
     }
     const double height = box_.max.y - box_.min.y;
@@ -93,9 +93,7 @@ PolygonIndex::Side PolygonIndex::SideOf(const Edge& edge, const SimplePoint2DT<d
 }
 
 bool PolygonIndex::Contains(const SimplePoint2DT<double>& p) const {
-    const bool inBox = !edges_.empty() && p.x >= box_.min.x && p.x <= box_.max.x &&
-                       p.y >= box_.min.y && p.y <= box_.max.y;
-    if (!inBox) return false;
+    if (edges_.empty() || !detail::Contains(box_, p)) return false;
     bool inside = false;
     const std::size_t strip = StripOf(p.y);
     for (std::uint32_t k = firstInStrip_[strip]; k < firstInStrip_[strip + 1]; ++k) {

@@ -53,6 +53,12 @@ inline Vector Unit(const Vector& a) {
     const double length = Length(a);
     return length > 0 ? a * (1.0 / length) : a;
 }
+/// Whether a place lies beside the line along `axis`: further from it than a thousandth of the
+/// axis's length. `offset` leads to the place from any place of the line. Points of which none lies
+/// beside the line between the two furthest apart leave a plane's normal open.
+inline bool IsBesideLine(const Vector& offset, const Vector& axis) {
+    return Length(Cross(offset, axis)) > 1e-3 * Dot(axis, axis);
+}
 constexpr Vector Widened(const SimplePointT<float>& p) {
     return {p.x, p.y, p.z};
 }

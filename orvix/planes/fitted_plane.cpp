@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/geometry/symmetric_matrix.h"
 #include "orvix/geometry/vector.h"
 #include "orvix/planes/plane_shape.h"
@@ -50,10 +51,6 @@ void AddAll(FittedPlane& plane, const Source& source, const int* indices, std::s
 
 std::size_t CountOf(int count) {
     return count < 1 ? 0 : static_cast<std::size_t>(count);
-}
-
-bool IsInBox(const Extends2DT<double>& box, const Position& p) {
-    return p.x >= box.min.x && p.x <= box.max.x && p.y >= box.min.y && p.y <= box.max.y;
 }
 
 struct BoxAxes {
@@ -175,16 +172,13 @@ void FittedPlane::ReGenerate2DExt(const std::vector<SimplePointT<double>>* pts) 
     auto shape = shape_ ? std::make_shared<detail::PlaneShape>(*shape_)
                         : std::make_shared<detail::PlaneShape>();
     shape->frame = Frame();
-    shape->extents = detail::PlaneShape().extents;
+    shape->extents = detail::NoBounds<Extends2DT<double>>();
     std::vector<Position> flat;
     if (pts != nullptr) flat.reserve(pts->size());
     for (std::size_t i = 0; pts != nullptr && i < pts->size(); ++i) {
         const Position p = shape->frame.To2D((*pts)[i]);
         flat.push_back(p);
-        shape->extents.min = {std::min(shape->extents.min.x, p.x),
-                              std::min(shape->extents.min.y, p.y)};
-        shape->extents.max = {std::max(shape->extents.max.x, p.x),
-                              std::max(shape->extents.max.y, p.y)};
+        detail::Extend(shape->extents, p);
     }
     shape->outline = detail::BuildOutline(flat, {});
     shape->contour = detail::PolygonIndex(shape->outline);
@@ -229,7 +223,7 @@ bool FittedPlane::IsPointIn3dBound(const SimplePointT<double>& p) const {
 bool FittedPlane::IsPointInBound(const SimplePointT<double>& p) const {
     if (!shape_) return false;
     if (!shape_->bound.IsEmpty()) return shape_->bound.Contains(shape_->boundFrame.To2D(p));
-    return IsInBox(shape_->extents, shape_->frame.To2D(p));
+    return detail::Contains(shape_->extents, shape_->frame.To2D(p));
 }
 
 bool FittedPlane::IsPointInContour(const SimplePointT<double>& p) const {
@@ -262,7 +256,7 @@ const PlaneOutline& FittedPlane::Outline() const {
 }
 
 Extends2DT<double> FittedPlane::Extends2D() const {
-    return shape_ ? shape_->extents : detail::PlaneShape().extents;
+    return shape_ ? shape_->extents : detail::NoBounds<Extends2DT<double>>();
 }
 
 std::vector<SimplePointT<double>> FittedPlane::RingTo3D(const PlaneRing& ring) const {

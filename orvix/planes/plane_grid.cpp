@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/planes/plane_grid.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "orvix/planes/plane_vectors.h"
+#include "orvix/platform/truncate.h"
 
 namespace orvix {
 namespace {
@@ -12,11 +10,10 @@ namespace {
 using detail::Dot, detail::Middle, detail::Unit;
 using detail::operator+, detail::operator-, detail::operator*;
 
-constexpr double kMaxKey = 1 << 30;
+constexpr std::int64_t kMaxKey = 1 << 30;
 
 std::int32_t Nearest(double cells) {
-    if (!(cells > -kMaxKey)) return -(1 << 30);
-    return static_cast<std::int32_t>(std::min(std::floor(cells + 0.5), kMaxKey));
+    return static_cast<std::int32_t>(detail::FloorWithin(cells + 0.5, kMaxKey));
 }
 
 }  // namespace

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <limits>
-
+#include "orvix/geometry/bounds.h"
 #include "orvix/geometry/plane_frame.h"
 #include "orvix/geometry/plane_outline.h"
 #include "orvix/geometry/polygon_index.h"
-#include "orvix/points/records.h"
 
 namespace orvix::detail {
 
@@ -16,9 +14,7 @@ namespace orvix::detail {
 /// copies of a plane may share one. Outline and bound each keep the frame they are in.
 struct PlaneShape {
     PlaneFrame frame;
-    Extends2DT<double> extents{
-        {std::numeric_limits<double>::max(), std::numeric_limits<double>::max()},
-        {-std::numeric_limits<double>::max(), -std::numeric_limits<double>::max()}};
+    Extends2DT<double> extents = NoBounds<Extends2DT<double>>();
     PlaneOutline outline;
     PolygonIndex contour;  // of the outline
 

@@ -11,7 +11,7 @@
 namespace orvix {
 namespace {
 
-using detail::Cross, detail::Dot, detail::Length, detail::Middle, detail::Vector;
+using detail::Dot, detail::IsBesideLine, detail::Length, detail::Middle, detail::Vector;
 using detail::operator-, detail::operator*;
 
 enum Direction : std::int32_t {
@@ -51,9 +51,8 @@ bool OnOneLine(const std::vector<Vector>& points) {
     for (const Vector& p : points) {
         if (Length(p - first) > Length(axis)) axis = p - first;
     }
-    const double limit = 1e-3 * Dot(axis, axis);
     return std::none_of(points.begin(), points.end(),
-                        [&](const Vector& p) { return Length(Cross(p - first, axis)) > limit; });
+                        [&](const Vector& p) { return IsBesideLine(p - first, axis); });
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "orvix/platform/cache.h"
 #include "orvix/platform/settings_store.h"
+#include "orvix/platform/truncate.h"
 
 namespace orvix {
 namespace {
@@ -21,16 +22,8 @@ constexpr double kDefaultSkeletSplitSize = 0.4;
 constexpr double kSplitSizeInBaseSteps = 4.0;
 constexpr std::int32_t kMinCellPoints = 5;
 
-/// Toward zero; what an int32 cannot hold becomes its nearest bound, not-a-number 0.
-std::int32_t Truncated(double value) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    if (value >= static_cast<double>(Limits::max())) return Limits::max();
-    if (value <= static_cast<double>(Limits::min())) return Limits::min();
-    return value == value ? static_cast<std::int32_t>(value) : 0;
-}
-
 std::int32_t Narrowed(std::int64_t value) {
-    return Truncated(static_cast<double>(value));
+    return detail::SaturateTo<std::int32_t>(static_cast<double>(value));
 }
 
 CString FamilyName(const wchar_t* name, bool alive) {
@@ -106,9 +99,9 @@ void PlaneWormSettings::ReadStore() {
     aliveDiffA = skeletDiffA = read(L"DiffA", kDefaultDiff);
     aliveDiffB = skeletDiffB = read(L"DiffB", kDefaultDiff);
     aliveDiffC = skeletDiffC = read(L"DiffC", kDefaultDiff);
-    skeletMinPlane = aliveMinPlane = Truncated(read(L"MinPlane", 0.0));
-    vertical = Truncated(ReadNumber(L"Vertical", 0.0));
-    autoDetect = Truncated(ReadNumber(L"AutoDetect", 0.0));
+    skeletMinPlane = aliveMinPlane = detail::SaturateTo<std::int32_t>(read(L"MinPlane", 0.0));
+    vertical = detail::SaturateTo<std::int32_t>(ReadNumber(L"Vertical", 0.0));
+    autoDetect = detail::SaturateTo<std::int32_t>(ReadNumber(L"AutoDetect", 0.0));
 }
 
 void PlaneWormSettings::ScaleSets() {
@@ -120,7 +113,7 @@ void PlaneWormSettings::CalculateDefaultSteps(ProjectManager source) {
     const double scaled = source.cloudHeader.scale * 100.0;
     // Truncated, not rounded: a grid of 0.0199 m counts as 1 cm, one of 0.0999 m as 9 cm.
     // BEHAVIOUR W1
-    switch (Truncated(scaled)) {
+    switch (detail::SaturateTo<std::int32_t>(scaled)) {
         case 1:
             stepClass = 0, defaultStepA = 0.14, defaultStepB = 0.14;
             break;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "orvix/platform/truncate.h"
 #include "orvix/points/records.h"
 
 namespace orvix::detail {
@@ -28,10 +29,8 @@ inline std::int32_t FloorTenth(std::int32_t value) {
 /// Precondition: `coordinate` is finite and its magnitude is below 2^31.
 inline AxisCell CellOf(float coordinate) {
     const double metres = coordinate;
-    // Truncation and one step down is floor, without a call into the maths library.
-    const auto truncated = static_cast<std::int32_t>(metres);
     AxisCell cell;
-    cell.cell100 = truncated - static_cast<std::int32_t>(metres < truncated);
+    cell.cell100 = FloorTo<std::int32_t>(metres);
     cell.cell1000 = FloorTenth(cell.cell100);
     cell.cell10 = std::min(static_cast<std::int32_t>((metres - cell.cell100) * 10.0), 9);
     return cell;

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/project/height_bins.h"
 
+#include "orvix/platform/truncate.h"
+
 namespace orvix::detail {
 namespace {
 
 constexpr std::int64_t kFineBins = 1'000'000;   // centimetres: 10 km
 constexpr std::int64_t kFarCentimetres = 1000;  // 10 m
-constexpr double kFarthest = 1e18;              // a damaged record may tell any height, or none
 constexpr std::int64_t kFarOffset = kFineBins - kFineBins / kFarCentimetres;
+// A damaged record may hold any height, or none.
+constexpr std::int64_t kFarthest = 1'000'000'000'000'000'000;
 
 std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) {
     return value / divisor - static_cast<std::int64_t>(value % divisor < 0);
@@ -16,12 +19,7 @@ std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) {
 }  // namespace
 
 std::int64_t HeightBin(float z) {
-    const double wanted = static_cast<double>(z) * 100.0;
-    const double centimetres =
-        wanted > -kFarthest ? (wanted < kFarthest ? wanted : kFarthest) : -kFarthest;
-    const auto truncated = static_cast<std::int64_t>(centimetres);
-    const std::int64_t bin =
-        truncated - static_cast<std::int64_t>(centimetres < static_cast<double>(truncated));
+    const std::int64_t bin = FloorWithin(static_cast<double>(z) * 100.0, kFarthest);
     if (bin >= -kFineBins && bin < kFineBins) return bin;  // BEHAVIOUR I19
     const std::int64_t tens = FloorDivide(bin, kFarCentimetres);
     return tens < 0 ? tens - kFarOffset : tens + kFarOffset;

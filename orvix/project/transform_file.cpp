@@ -8,6 +8,7 @@
 #include <limits>
 #include <system_error>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/platform/file.h"
 
 namespace orvix::detail {
@@ -79,10 +80,7 @@ ExtendsT<double> LocalToWorld::ToWorld(const ExtendsT<double>& local) const {
                                          (corner & 2) != 0 ? local.max.y : local.min.y,
                                          (corner & 4) != 0 ? local.max.z : local.min.z});
         if (corner == 0) world = {p, p};
-        world.min = {std::min(world.min.x, p.x), std::min(world.min.y, p.y),
-                     std::min(world.min.z, p.z)};
-        world.max = {std::max(world.max.x, p.x), std::max(world.max.y, p.y),
-                     std::max(world.max.z, p.z)};
+        detail::Extend(world, p);
     }
     return world;
 }

@@ -13,6 +13,8 @@
 #include <numeric>
 #include <utility>
 
+#include "orvix/geometry/bounds.h"
+
 namespace orvix::detail {
 namespace {
 
@@ -85,8 +87,7 @@ Sites DistinctSites(const std::vector<Position>& positions) {
 Extends2DT<double> BoxOf(const std::vector<Position>& positions) {
     Extends2DT<double> box{positions.front(), positions.front()};
     for (const Position& p : positions) {
-        box.min = {std::min(box.min.x, p.x), std::min(box.min.y, p.y)};
-        box.max = {std::max(box.max.x, p.x), std::max(box.max.y, p.y)};
+        Extend(box, p);
     }
     return box;
 }

@@ -9,6 +9,7 @@
 #include <limits>
 #include <vector>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
@@ -101,8 +102,7 @@ public:
             ++cloud_.points;
             ExtendsT<double>& b = cloud_.bounds;
             const SimplePointT<double>& p = point.world;
-            b.min = {std::min(b.min.x, p.x), std::min(b.min.y, p.y), std::min(b.min.z, p.z)};
-            b.max = {std::max(b.max.x, p.x), std::max(b.max.y, p.y), std::max(b.max.z, p.z)};
+            detail::Extend(b, p);
         });
     }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <map>
 
+#include "orvix/geometry/bounds.h"
 #include "output/outlines/outline_formats.h"
 
 namespace orvix::output {
@@ -40,10 +41,7 @@ void PrintHeader(TextFile& file, const std::vector<reports::WorldPlane>& planes)
         for (const auto& p : ring) {
             if (empty) box = {p, p};
             empty = false;
-            box.min = {std::min(box.min.x, p.x), std::min(box.min.y, p.y),
-                       std::min(box.min.z, p.z)};
-            box.max = {std::max(box.max.x, p.x), std::max(box.max.y, p.y),
-                       std::max(box.max.z, p.z)};
+            detail::Extend(box, p);
         }
     });
     file.Print("0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1009\n");

@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/points/grid_cells.h"
 #include "orvix/project/project_manager.h"
 #include "support/scratch_folder.h"
@@ -111,10 +112,7 @@ ExtendsT<double> BoundsOf(const std::vector<Point>& points, std::uint64_t first,
                             {points[first].x, points[first].y, points[first].z}};
     for (std::uint64_t i = first; i < first + count; ++i) {
         const SimplePointT<double> p{points[i].x, points[i].y, points[i].z};
-        bounds.min = {std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y),
-                      std::min(bounds.min.z, p.z)};
-        bounds.max = {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y),
-                      std::max(bounds.max.z, p.z)};
+        detail::Extend(bounds, p);
     }
     return bounds;
 }

@@ -5,17 +5,12 @@
 #include <limits>
 #include <numbers>
 
+#include "orvix/platform/truncate.h"
+
 namespace orvix::detail {
 namespace {
 
 constexpr double kAngleStep = 0.015;
-
-std::int32_t Truncated(double value) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    if (value >= static_cast<double>(Limits::max())) return Limits::max();
-    if (value <= static_cast<double>(Limits::min())) return Limits::min();
-    return value == value ? static_cast<std::int32_t>(value) : 0;
-}
 
 double NextAbove(double value) {
     return std::nextafter(value, std::numeric_limits<double>::infinity());
@@ -24,7 +19,7 @@ double NextAbove(double value) {
 }  // namespace
 
 std::int32_t CentimetresOf(double splitSize) {
-    return Truncated(splitSize * 100.0);
+    return SaturateTo<std::int32_t>(splitSize * 100.0);
 }
 
 double SplitSizeOf(std::int32_t centimetres) {
@@ -33,7 +28,7 @@ double SplitSizeOf(std::int32_t centimetres) {
 }
 
 std::int32_t AngleStepsOf(double diff) {
-    return Truncated(diff / kAngleStep);
+    return SaturateTo<std::int32_t>(diff / kAngleStep);
 }
 
 double DiffOf(std::int32_t steps) {

@@ -25,8 +25,6 @@ constexpr double kFirstReach = 5.0;
 constexpr double kPointsPerCircle = 15.0;
 constexpr std::uint32_t kCrawlPointsPerCell = 100;
 constexpr double kMinInlierShare = 0.25;
-constexpr double kMinTolerance = 0.01;
-constexpr double kSigmas = 3.0;
 constexpr int kMaxWidenings = 4;
 constexpr double kMaxBend = 0.02;
 constexpr double kWorthwhileWidening = 1.05;
@@ -97,9 +95,8 @@ private:
         // Points come in metres; the settings may scale to another unit.
         settings_->scale = 1;
         settings_->ChangeSplitSize(split_);
-        tolerance_ = options_.maxDistance > 0
-                         ? options_.maxDistance
-                         : std::min(std::max(kSigmas * fit_.noise, kMinTolerance), split_ / 4);
+        tolerance_ = options_.maxDistance > 0 ? options_.maxDistance
+                                              : std::min(kSeedDistance.Of(fit_.noise), split_ / 4);
         seedTolerance_ = tolerance_;
     }
 
@@ -107,7 +104,7 @@ private:
     /// true when that is wider than now.
     bool WidenTolerance() {
         if (options_.maxDistance > 0) return false;
-        const double spread = kSigmas * NoiseOf(plane_, Inliers());
+        const double spread = kSeedDistance.deviations * NoiseOf(plane_, Inliers());
         // BEHAVIOUR W15
         const double limit = std::min({2 * seedTolerance_, seedTolerance_ + kMaxBend, split_ / 4});
         const double wider = std::min(spread, limit);

@@ -21,9 +21,7 @@ constexpr double kMaxRadius = 8.0;
 constexpr std::uint64_t kWantedNeighbours = 200;
 constexpr std::size_t kMaxNeighbours = 20'000;
 constexpr std::size_t kMinBallPoints = 12;
-constexpr double kMinTolerance = 0.01;
-constexpr double kSigmas = 3.0;
-constexpr double kSeedSigmas = 4.0;
+constexpr double kSeedDeviations = 4.0;  // of noise: how far the seed itself may lie
 constexpr int kRefits = 6;
 constexpr std::array kTolerancesOfRadius{0.02, 0.05, 0.1};
 constexpr double kSigmaPerMedian = 1.4826;
@@ -163,9 +161,9 @@ std::optional<Fit> FitWithin(const std::vector<Neighbour>& points, double radius
 /// the plane misses the seed.
 double Score(const Neighbourhood& around, const Fit& fit) {
     const auto& points = around.Points();
-    const double tolerance = std::max(kSigmas * fit.noise, kMinTolerance);
+    const double tolerance = kSeedDistance.Of(fit.noise);
     const double seedOff = std::abs(Distance(fit.plane, points.front().position));
-    if (seedOff > tolerance * kSeedSigmas / kSigmas) return -1;
+    if (seedOff > tolerance * kSeedDeviations / kSeedDistance.deviations) return -1;
     const double reach = 0.4 * around.Radius();
     double score = 0;
     for (const Neighbour& p : points) {
@@ -177,7 +175,7 @@ double Score(const Neighbourhood& around, const Fit& fit) {
 }
 
 double ToleranceOf(double noise, double limit) {
-    return std::min(std::max(kSigmas * noise, kMinTolerance), limit);
+    return std::min(kSeedDistance.Of(noise), limit);
 }
 
 /// Refits in growing balls from the candidate's own to the whole neighbourhood.
@@ -198,7 +196,7 @@ std::optional<Fit> BestFit(const Neighbourhood& around) {
     for (double r = std::max(smallest, 1e-3); r < around.Radius() * 1.4; r *= 1.4) {
         for (const double share : kTolerancesOfRadius) {
             const auto fit = GrowCandidate(around, std::min(r, around.Radius()),
-                                           std::max(share * around.Radius(), kMinTolerance));
+                                           std::max(share * around.Radius(), kSeedDistance.min));
             if (!fit) continue;
             const double score = Score(around, *fit);
             if (score > bestScore) best = fit, bestScore = score;
@@ -221,7 +219,7 @@ std::optional<Fit> BestFit(const Neighbourhood& around) {
 double Density(const Neighbourhood& around, const Fit& fit) {
     double density = 0;
     for (const double radius : {around.Radius(), around.Radius() / 2}) {
-        const double tolerance = std::max(kSigmas * fit.noise, kMinTolerance);
+        const double tolerance = kSeedDistance.Of(fit.noise);
         const auto inliers =
             std::count_if(around.Points().begin(), around.Points().end(), [&](const Neighbour& p) {
                 return p.distance <= radius &&
@@ -236,9 +234,8 @@ double Density(const Neighbourhood& around, const Fit& fit) {
 bool SpansPlane(const Neighbourhood& around) {
     const Vector first = around.Points().front().position;
     const Vector last = around.Points().back().position - first;
-    return std::any_of(around.Points().begin(), around.Points().end(), [&](const Neighbour& p) {
-        return Length(Cross(p.position - first, last)) > 1e-3 * Dot(last, last);
-    });
+    return std::any_of(around.Points().begin(), around.Points().end(),
+                       [&](const Neighbour& p) { return IsBesideLine(p.position - first, last); });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "orvix/geometry/distance_limit.h"
 #include "orvix/planes/fitted_plane.h"
 #include "orvix/planes/seed/cloud_source.h"
 
@@ -19,6 +20,9 @@ struct SeedFit {
     double radius = 0;             ///< of the neighbourhood
     std::uint64_t neighbours = 0;  ///< points looked at
 };
+
+/// How far from the plane of a seed a point may lie, here and while the plane grows.
+inline constexpr DistanceLimit kSeedDistance{.deviations = 3, .min = 0.01};
 
 /// Fits a plane at a seed, tolerating noise, clutter and edges nearby.
 ///

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/index_hash_reader.h"
 
@@ -20,10 +21,7 @@ ExtendsT<float> BoxOf(const RecordFile<GridCellRecord>& cells) {
     ExtendsT<float> box{Corner(cells[0]), Corner(cells[0])};
     for (std::uint64_t i = 1; i < cells.Count(); ++i) {
         const SimplePointT<float> cell = Corner(cells[i]);
-        box.min = {std::min(box.min.x, cell.x), std::min(box.min.y, cell.y),
-                   std::min(box.min.z, cell.z)};
-        box.max = {std::max(box.max.x, cell.x), std::max(box.max.y, cell.y),
-                   std::max(box.max.z, cell.z)};
+        Extend(box, cell);
     }
     return box;
 }

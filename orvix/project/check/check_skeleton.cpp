@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/project/check/check_skeleton_data.h"
 #include "orvix/project/view_records.h"
 
@@ -98,10 +99,7 @@ Block Measure(const ViewFiles& view, const SkeletonBlockRecord& entry, const Coo
     block.min = block.max = points[block.first];
     for (std::uint64_t p = block.first; p < block.first + block.count; ++p) {
         const SimplePointT<float> point = points[p];
-        block.min = {std::min(block.min.x, point.x), std::min(block.min.y, point.y),
-                     std::min(block.min.z, point.z)};
-        block.max = {std::max(block.max.x, point.x), std::max(block.max.y, point.y),
-                     std::max(block.max.z, point.z)};
+        Extend(block, point);
         block.centroid.x += point.x;
         block.centroid.y += point.y;
         block.centroid.z += point.z;

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <random>
 
+#include "orvix/geometry/bounds.h"
+
 namespace orvix::importer::test {
 namespace {
 
@@ -14,10 +16,7 @@ ExtendsT<float> BoundsOf(const std::vector<AlivePoint>& points) {
     ExtendsT<float> bounds{{points[0].x, points[0].y, points[0].z},
                            {points[0].x, points[0].y, points[0].z}};
     for (const AlivePoint& p : points) {
-        bounds.min = {std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y),
-                      std::min(bounds.min.z, p.z)};
-        bounds.max = {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y),
-                      std::max(bounds.max.z, p.z)};
+        detail::Extend(bounds, p);
     }
     return bounds;
 }
