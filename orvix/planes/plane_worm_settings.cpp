@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <cassert>
-#include <limits>
 #include <utility>
 
 #include "orvix/platform/cache.h"
