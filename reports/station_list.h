@@ -8,12 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "orvix/platform/error.h"
+#include "orvix/platform/text.h"
 #include "orvix/points/records.h"
-#include "reports/world_project.h"
+#include "output/picture/stations_picture.h"
 
 namespace orvix::reports {
 
-/// A station of a project, from its files and from the points that name it.
+/// A station of a project, as its files and points tell it.
 struct ListedStation {
     std::size_t number = 0;
     std::optional<std::string> name;
@@ -24,16 +26,19 @@ struct ListedStation {
     std::uint16_t highest = 0;
 };
 
+struct StationList {
+    std::vector<ListedStation> stations;
+    std::optional<output::StationsPicture> picture;
+};
+
+enum class WantPicture { No, Yes };
+
 /// Reads the stations of a project: their files, and every point for counts and intensities.
 ///
-/// Order    by number: a station's place in the list is its number.
 /// Errors   Damaged for a station file that is not right or a point of a station that the head
 ///          file does not count; Cancelled when `proceed` says so.
-/// Cost     a pass over Grid.pts.
-Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
-                                                  const std::function<bool()>& proceed);
-
-/// Where the scanners stood, project frame, of the stations whose files hold a position.
-std::vector<SimplePointT<double>> ScannerPositions(ProjectManager& manager);
+/// Cost     a pass over Grid.pts; the picture reads up to two million skeleton points more.
+Expected<StationList> ListStations(const CString& project, WantPicture wanted,
+                                   const std::function<bool()>& proceed);
 
 }  // namespace orvix::reports

@@ -6,6 +6,7 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
 #include "orvix/project/check/project_check.h"
 #include "orvix/project/project_gate.h"
 
@@ -45,7 +46,7 @@ Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) 
     detail::CheckOptions options;
     options.progress = [&progress](double fraction) {
         progress.Report({"checking", fraction, 0, 0, -1});
-        return MayGoOn();
+        return !platform::Interrupted();
     };
     const Expected<detail::CheckReport> report = detail::CheckProject(*path, options);
     progress.Finish();
@@ -61,7 +62,7 @@ void AddCheckVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "check", "Compare every file of a project with the others", kExamples,
                 [project](CommandContext& chosen) { return RunCheck(*project, chosen); });
-    AddProjectOption(*verb, *project);
+    verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
     AddProgressOption(*verb, context);
 }
 

@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <memory>
 
-#include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/path.h"
 #include "orvix/project/project_gate.h"
-#include "output/picture/picture_of_histogram.h"
-#include "reports/histogram_columns.h"
+#include "output/output_file.h"
+#include "output/picture/histogram_picture.h"
+#include "reports/field_histogram.h"
 
 namespace orvix::cli {
 
@@ -29,16 +30,36 @@ constexpr const char* kExamples =
     "  orvix histogram scan.prj --picture scan.svg";
 constexpr double kBarLetters = 40;
 
-Json JsonOf(const reports::FieldHistogram& histogram, const reports::Columns& columns) {
+struct Numbers {
+    double mean = 0;
+    double median = 0;
+};
+
+// The median is the value at which half of the points have been counted.
+Numbers NumbersOf(const reports::FieldHistogram& histogram) {
+    Numbers numbers;
+    std::uint64_t counted = 0;
+    double sum = 0;
+    for (const detail::HistogramBin& bin : histogram.bins) {
+        sum += bin.value * static_cast<double>(bin.count);
+        if (counted < histogram.points - histogram.points / 2) numbers.median = bin.value;
+        counted += bin.count;
+    }
+    numbers.mean = sum / static_cast<double>(histogram.points);
+    return numbers;
+}
+
+Json JsonOf(const reports::FieldHistogram& histogram, const output::Columns& columns) {
+    const Numbers numbers = NumbersOf(histogram);
     Json json;
     json["field"] = reports::WordOf(histogram.field);
     json["points"] = histogram.points;
     json["distinct"] = histogram.bins.size();
-    json["lowest"] = histogram.InWorld(histogram.Lowest());
-    json["highest"] = histogram.InWorld(histogram.Highest());
-    json["mean"] = histogram.InWorld(histogram.Mean());
-    json["median"] = histogram.InWorld(histogram.Median());
-    json["start"] = histogram.InWorld(columns.start);
+    json["lowest"] = histogram.bins.front().value + histogram.shift;
+    json["highest"] = histogram.bins.back().value + histogram.shift;
+    json["mean"] = numbers.mean + histogram.shift;
+    json["median"] = numbers.median + histogram.shift;
+    json["start"] = columns.start + histogram.shift;
     json["width"] = columns.width;
     json["counts"] = columns.counts;
     json["below"] = columns.below;
@@ -46,13 +67,15 @@ Json JsonOf(const reports::FieldHistogram& histogram, const reports::Columns& co
     return json;
 }
 
-std::string TextOf(const reports::FieldHistogram& histogram, const reports::Columns& columns) {
+std::string TextOf(const reports::FieldHistogram& histogram, const output::Columns& columns) {
+    const Numbers numbers = NumbersOf(histogram);
     std::string text = fmt::format(
         "{}: {} points, {} distinct value{} from {} to {}, mean {}, median {}\n",
         histogram.AxisText(), platform::CountText(histogram.points),
         platform::CountText(histogram.bins.size()), histogram.bins.size() == 1 ? "" : "s",
-        histogram.ValueText(histogram.Lowest()), histogram.ValueText(histogram.Highest()),
-        histogram.ValueText(histogram.Mean()), histogram.ValueText(histogram.Median()));
+        histogram.ValueText(histogram.bins.front().value),
+        histogram.ValueText(histogram.bins.back().value), histogram.ValueText(numbers.mean),
+        histogram.ValueText(numbers.median));
     const auto most =
         static_cast<double>(*std::max_element(columns.counts.begin(), columns.counts.end()));
     const auto stray = [](const char* where, std::uint64_t count) {
@@ -75,24 +98,38 @@ std::vector<reports::Field> FieldsOf(const std::string& word) {
     return {reports::FieldOf(word)};
 }
 
+output::HistogramPanel PanelOf(const reports::FieldHistogram& histogram, const CString& project) {
+    output::HistogramPanel panel{histogram, nullptr, "", ""};
+    panel.title = fmt::format("{}: {}", detail::Shown(platform::FileNameOf(project)),
+                              histogram.field == reports::Field::Height ? "height" : "intensity");
+    panel.subtitle = fmt::format("{} points, {} to {}", platform::CountText(histogram.points),
+                                 histogram.ValueText(histogram.bins.front().value),
+                                 histogram.ValueText(histogram.bins.back().value));
+    return panel;
+}
+
 Expected<Outcome> RunHistogram(const Arguments& arguments) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
     if (!project) return ErrorOf(project);
-    if (auto place = RequirePlaces({arguments.picture}); !place) return ErrorOf(place);
+    if (!arguments.picture.empty()) {
+        const auto place = output::RequireOutputPlace(platform::FromUtf8(arguments.picture));
+        if (!place) return ErrorOf(place);
+    }
     Outcome outcome;
     outcome.json["histograms"] = Json::array();
     std::vector<output::HistogramPanel> panels;
     for (const reports::Field field : FieldsOf(arguments.field)) {
         const Expected<reports::FieldHistogram> histogram = reports::ReadField(*project, field);
         if (!histogram) return ErrorOf(histogram);
-        const reports::Columns columns = reports::ColumnsOf(*histogram, arguments.columns);
+        const output::Columns columns = output::ColumnsOf(*histogram, arguments.columns);
         outcome.json["histograms"].push_back(JsonOf(*histogram, columns));
         if (!outcome.text.empty()) outcome.text += "\n";
         outcome.text += TextOf(*histogram, columns);
-        panels.push_back(output::PanelOf(*project, *histogram));
+        panels.push_back(PanelOf(*histogram, *project));
     }
-    outcome.json["picture"] = NameOrNull(arguments.picture);
+    outcome.json["picture"] = nullptr;
     if (arguments.picture.empty()) return outcome;
+    outcome.json["picture"] = arguments.picture;
     if (auto drawn =
             output::WriteSvg(platform::FromUtf8(arguments.picture), output::DrawHistograms(panels));
         !drawn)
@@ -107,7 +144,9 @@ void AddHistogramVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "histogram", "Show how often intensities and heights occur",
                 kExamples, [arguments](CommandContext&) { return RunHistogram(*arguments); });
-    AddProjectOption(*verb, arguments->project);
+    verb->add_option("project", arguments->project, "The project file")
+        ->required()
+        ->type_name("PROJECT.prj");
     AddChoice(*verb, "--field", arguments->field, "Which values", {"both", "intensity", "z"});
     verb->add_option("--columns", arguments->columns,
                      "Lines to gather the values in, at most (default 24)")

@@ -6,6 +6,7 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
 #include "orvix/project/project_gate.h"
 #include "reports/project_walk.h"
 
@@ -58,7 +59,7 @@ Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) 
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"walking", fraction, points * 24, points, -1});
-        return MayGoOn();
+        return !platform::Interrupted();
     };
     const Expected<reports::WalkReport> report = reports::WalkProject(*project, watch);
     progress.Finish();
@@ -73,7 +74,7 @@ void AddWalkVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "walk", "Read every point back, cell by cell, at every level",
                 kExamples, [project](CommandContext& chosen) { return RunWalk(*project, chosen); });
-    AddProjectOption(*verb, *project);
+    verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
     AddProgressOption(*verb, context);
 }
 

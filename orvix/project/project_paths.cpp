@@ -11,7 +11,6 @@
 
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_manager.h"
 
 namespace orvix::detail {
 namespace {

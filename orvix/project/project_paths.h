@@ -3,10 +3,7 @@
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
-
-namespace orvix {
-class ProjectManager;
-}
+#include "orvix/project/project_manager.h"
 
 namespace orvix::detail {
 

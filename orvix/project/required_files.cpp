@@ -7,8 +7,6 @@
 
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_gate.h"
-#include "orvix/project/project_manager.h"
 
 namespace orvix::detail {
 
@@ -24,10 +22,11 @@ Expected<void> RequireReadable(const ProjectManager& paths) {
         platform::File::OpenRead(*path, error);
         if (!error) continue;
         if (!platform::PathExists(*path) || platform::IsFolder(*path))
-            return Fail(
-                ErrorCode::Damaged,
-                fmt::format("{} is missing; put it back, or import the scans again", Shown(*path)));
-        return FailSystem(error, Shown(*path) + " cannot be opened; check its permissions");
+            return Fail(ErrorCode::Damaged,
+                        fmt::format("{} is missing; put it back, or import the scans again",
+                                    platform::ToUtf8(*path)));
+        return FailSystem(error,
+                          platform::ToUtf8(*path) + " cannot be opened; check its permissions");
     }
     return {};
 }
@@ -37,7 +36,8 @@ Expected<void> RequireWritable(const ProjectManager& paths) {
         std::error_code error;
         platform::File::OpenReadWrite(*path, error);
         if (error)
-            return FailSystem(error, Shown(*path) + " may not be written; check its permissions");
+            return FailSystem(
+                error, platform::ToUtf8(*path) + " may not be written; check its permissions");
     }
     return {};
 }
