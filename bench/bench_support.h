@@ -16,7 +16,7 @@
 /// What every bench shares: options, timing, and one way to print a ratio.
 ///
 /// A bench states its question and its ceiling, checks that its answer is right, and only then
-/// times candidate and ceiling in turns, so that both meet the same machine.
+/// times candidate and ceiling in turns, so that both run under the same load.
 ///
 ///     const auto options = bench::ParseOptions(argc, argv);
 ///     bench::Require(Candidate() == Ceiling(), "the sums differ");

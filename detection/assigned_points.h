@@ -21,7 +21,7 @@ struct RegionPoints {
 ///
 /// Order   a function of the points alone: each chunk is summed on its own, then chunk by chunk.
 /// Errors  Failure where the points cannot be mapped; Cancelled.
-/// Cost    some 15 ns a point, on all threads; 100 bytes for each pair of a chunk and a region that
+/// Cost    some 15 ns per point, on all threads; 100 bytes for each pair of a chunk and a region that
 ///         has points in it.
 Expected<void> AssignPoints(CProjectCore& core, const CloudRegions& regions,
                             const std::vector<PlaneHeight>& planes, const parallel::Pool& pool,

@@ -11,7 +11,7 @@ constexpr double kLevel = 0.98480775301220805937;    // cosine of 10 degrees
 constexpr double kUpright = 0.17364817766693034885;  // its sine
 constexpr double kMaxCoveredShare = 0.3;             // of a roof's cells that lie under something
 constexpr double kCovering = 0.6;     // of a ceiling's cells, or a table's, that lie over something
-constexpr double kReach = 8;          // metres up or down that are looked at
+constexpr double kReach = 8;          // metres up or down that count
 constexpr double kMinReachCells = 6;  // cells up or down, at least
 constexpr double kAirborne = 0.15;    // metres between points: what is thinner is from the air
 constexpr double kFurniture = 1.5;    // metres: what is no higher is no ceiling
@@ -64,17 +64,17 @@ double PlaneClassifier::ShareInSight(std::span<const CellPlace> cells, std::int3
                                      double metres) const {
     const auto reach = static_cast<std::int32_t>(metres / map_.Frame().Size());
     if (reach < 3) return 0;
-    std::size_t met = 0;
+    std::size_t hits = 0;
     for (const CellPlace& at : cells) {
         const std::int32_t near = at[2] + 3 * way, far = at[2] + reach * way;
-        bool meets = false;
+        bool found = false;
         map_.ForColumn(at[0], at[1], std::min(near, far), std::max(near, far), [&](CellSummary) {
-            meets = true;
+            found = true;
             return false;
         });
-        met += meets ? 1 : 0;
+        hits += found ? 1 : 0;
     }
-    return cells.empty() ? 0 : static_cast<double>(met) / static_cast<double>(cells.size());
+    return cells.empty() ? 0 : static_cast<double>(hits) / static_cast<double>(cells.size());
 }
 
 // Whether the normal points to most of the stations, the near ones counting more.

@@ -34,7 +34,7 @@ private:
 
     const CellMap& map_;
     const std::vector<Vector>& stations_;
-    double reach_;   // metres up and down that are looked at
+    double reach_;   // metres up and down that count
     bool fromAir_;   // the scanner looked down
     Vector middle_;  // of the cells
 };

@@ -82,7 +82,7 @@ void AddOptions(CLI::App& app, Arguments& a) {
     app.add_flag("--json", a.json, "A line for each search");
 }
 
-/// The search of ours that everything is held against.
+/// Our own search, which everything is compared with.
 struct Measured {
     std::unique_ptr<PlaneSearch> search;
     double seconds = 0;

@@ -87,8 +87,8 @@ Expected<SampledCells> ReadSamples(CProjectCore& core, const PointChunks& cut,
     return all;
 }
 
-// The largest count such that three quarters of the points lie in cells of so many or more: strays
-// are many cells, but few points.
+// The largest count such that cells of that many points or more hold three quarters of the points:
+// strays are many cells, but few points.
 std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
     std::sort(counts.begin(), counts.end());
     std::uint64_t total = 0, passed = 0;

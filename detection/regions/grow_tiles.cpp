@@ -108,10 +108,10 @@ private:
         });
     }
     Expected<void> GrowIn(std::size_t tile) {
-        std::uint32_t met = 0;
+        std::uint32_t numbered = 0;
         for (std::size_t i = 0; i < parts_[tile].size(); ++i) {
-            grown_.firstNumber[cut_.tiles[tile].chunks[i]] = met;
-            met += static_cast<std::uint32_t>(parts_[tile][i].keys.size());
+            grown_.firstNumber[cut_.tiles[tile].chunks[i]] = numbered;
+            numbered += static_cast<std::uint32_t>(parts_[tile][i].keys.size());
         }
         auto shaped = ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise);
         parts_[tile] = {};

@@ -31,11 +31,11 @@ public:
             cubeOf.push_back(i / reach);
         const auto cube = [&](std::int32_t from) { return cubeOf[static_cast<std::size_t>(from)]; };
         std::vector<TileKey> cubes;
-        std::vector<Entry> met;
+        std::vector<Entry> found;
         map.ForCellsWithin(tile, reach, [&](const CellPlace& p, std::size_t its, std::uint32_t at) {
             const std::int32_t region = map.RegionOf(its, at);
             if (region == kNoRegion) return;
-            met.push_back({region, p});
+            found.push_back({region, p});
             cubes.push_back(
                 KeyOf({cube(p[0] - low[0]), cube(p[1] - low[1]), cube(p[2] - low[2])}, {}));
         });
@@ -46,7 +46,7 @@ public:
             const std::size_t first = i;
             bool mixed = false;
             for (; i < order.size() && cubes[order[i]] == key; ++i) {
-                entries_.push_back(met[order[i]]);
+                entries_.push_back(found[order[i]]);
                 mixed |= entries_[i].region != entries_[first].region;
             }
             if (mixed)

@@ -87,7 +87,7 @@ public:
     [[nodiscard]] std::int32_t At(const Vector& place, bool within = true) const;
 
 private:
-    // Points that have moved since they were read first may meet cells that are not there.
+    // Points that have moved since they were first read may lie in cells that are not there.
     [[nodiscard]] std::span<const std::int32_t> ChoiceOf(std::size_t chunk,
                                                          std::uint32_t number) const {
         const GrownTiles& grown = regions_.grown;

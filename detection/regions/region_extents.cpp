@@ -16,7 +16,7 @@ public:
 
     TileExtents Find(const CellMap& map, std::size_t tile) {
         TileExtents extents;
-        std::vector<std::uint64_t> met;
+        std::vector<std::uint64_t> cellsSeen;
         for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell) {
             const std::int32_t region = map.RegionOf(tile, cell);
             if (region == kNoRegion) continue;
@@ -24,14 +24,14 @@ public:
             if (slots_[number] < 0) {
                 slots_[number] = static_cast<std::int32_t>(extents.size());
                 extents.emplace_back(region, RegionExtent{});
-                met.push_back(0);
+                cellsSeen.push_back(0);
             }
             const auto slot = static_cast<std::size_t>(slots_[number]);
             RegionExtent& extent = extents[slot].second;
             const CellPlace place = map.PlaceOf(tile, cell);
             detail::Extend(extent.bounds, frames_[number].To2D(map.Frame().Middle(place)));
             const std::uint64_t stride = 1 + regions_[number].cells / kCellsPerRegion;
-            if (met[slot]++ % stride != 0) continue;
+            if (cellsSeen[slot]++ % stride != 0) continue;
             extent.cells.push_back(place);
             extent.counts.push_back(map.SummaryOf(tile, cell).Points());
         }

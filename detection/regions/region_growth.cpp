@@ -216,7 +216,7 @@ void Refit(Region& region) {
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
     if (region.cells < kMinCells || region.sum.count < limits.minPoints) return false;
     const Vector& n = region.plane.normal;
-    // A plane passes through so many cells for each cell's face of its area.
+    // A plane passes through that many cells for each square of a cell's side.
     const double cellsPerFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);
     const double area = static_cast<double>(region.cells) * cellSize * cellSize / cellsPerFace;
     return area >= limits.minArea;

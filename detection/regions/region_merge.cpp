@@ -16,7 +16,7 @@ namespace {
 // and where they do not.
 constexpr double kMaxTouching = 0.75;
 constexpr double kMaxApart = 0.35;
-constexpr double kMaxReach = 20;  // cells: what lies farther apart is not looked at
+constexpr double kMaxReach = 20;  // cells: what lies farther apart is not joined
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
 class Merger {
