@@ -58,9 +58,18 @@ struct BoxAxes {
     Point f;
 };
 
+/// Whether contour boxes are laid out along `normal` rather than along its opposite. The first
+/// component that is not zero decides where the sum does not.
+// BEHAVIOUR F10
+bool IsBoxNormal(const Point& normal) {
+    for (const double side : {2 * normal.x + normal.y + 4 * normal.z, normal.x, normal.y}) {
+        if (side != 0) return side > 0;
+    }
+    return true;
+}
+
 BoxAxes ContourBoxAxes(const Point& normal) {
-    const double side = 2 * normal.x + normal.y + 4 * normal.z;
-    const Point m = side >= 0 ? normal : Point{-normal.x, -normal.y, -normal.z};
+    const Point m = IsBoxNormal(normal) ? normal : Point{-normal.x, -normal.y, -normal.z};
     const bool level = m.z > kLevelCosine;  // BEHAVIOUR F9
     const Point e = level ? Normalised({1 - m.x * m.x, -m.x * m.y, -m.x * m.z})
                           : Normalised(Cross({0, 0, 1}, m));

@@ -132,10 +132,10 @@ public:
     ///
     /// so +y has the side c3-c2 and the corner c2, -y the side c1-c4 and c1, -x the side c1-c3 and
     /// c3, +x the side c4-c2 and c4. The axes turn neither with the normal's sign nor with noise
-    /// around level: take m = the unit normal or its opposite, so that 2a + b + 4c >= 0. Where m is
-    /// within acos 0.99 (8 degrees) of straight up, e is the x axis laid into the plane; elsewhere
-    /// e is horizontal, (0, 0, 1) x m. Then f = m x e: on a floor (e, f) is (x, y), on a wall f
-    /// goes up.
+    /// around level: take m = the unit normal or its opposite, so that 2a + b + 4c > 0, or, where
+    /// that is 0, so that the first component of m that is not 0 is positive. Where m is within
+    /// acos 0.99 (8 degrees) of straight up, e is the x axis laid into the plane; elsewhere e is
+    /// horizontal, (0, 0, 1) x m. Then f = m x e: on a floor (e, f) is (x, y), on a wall f goes up.
     void GetContourBox(const SimplePointT<double>& centre, const double& size,
                        SimplePointT<double>& c1, SimplePointT<double>& c2, SimplePointT<double>& c3,
                        SimplePointT<double>& c4) const;

@@ -4,6 +4,7 @@
 #include <Eigen/Eigenvalues>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -306,6 +307,22 @@ TEST(FittedPlane, LaysContourBoxesAlongXOnFloorsAndUprightOnWalls) {
     ExpectContourBox(PlaneOf(0, -1, 0, 2), {5, 6, 7}, {-1, 0, 0}, z);
     ExpectContourBox(PlaneOf(-2, 0, 0, 2), {5, 6, 7}, y, z);
     ExpectContourBox(PlaneOf(0.6, 0, 0.8, 2), {5, 6, 7}, y, {-0.8, 0, 0.6});
+}
+
+// BEHAVIOUR F10
+TEST(FittedPlane, LaysTheSameContourBoxForEitherSignOfItsNormal) {
+    const double s = std::sqrt(5.0);
+    ExpectContourBox(PlaneOf(1, -2, 0, 3), {5, 6, 7}, {2 / s, 1 / s, 0}, {0, 0, 1});
+    for (const Point& n : {Point{1, -2, 0}, Point{2, 0, -1}, Point{0, -4, 1}, Point{1, 2, -1},
+                           Point{3, -2, -1}, Point{0.3, -0.2, 0.9}, Point{-1, -1, 0}}) {
+        std::array<Point, 4> box;
+        std::array<Point, 4> opposite;
+        const Point centre{5, 6, 7};
+        PlaneOf(n.x, n.y, n.z, 2).GetContourBox(centre, 0.4, box[0], box[1], box[2], box[3]);
+        PlaneOf(-n.x, -n.y, -n.z, -2)
+            .GetContourBox(centre, 0.4, opposite[0], opposite[1], opposite[2], opposite[3]);
+        for (std::size_t i = 0; i < box.size(); ++i) ExpectNear(box[i], opposite[i], 0);
+    }
 }
 
 TEST(FittedPlane, TurnsUprightAboutItsHorizontalDirection) {
