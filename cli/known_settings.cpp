@@ -20,7 +20,7 @@ constexpr const wchar_t* kWorm = L"SOFTWARE\\Orvix\\Shared\\Worm";
 constexpr const wchar_t* kCache = L"SOFTWARE\\Orvix\\Shared\\Cache";
 constexpr const wchar_t* kHost = L"SOFTWARE\\Orvix\\Orvix for AutoCAD\\";
 
-constexpr std::array kSettings{
+const std::array kSettings{
     KnownSetting{"SplitSize", kCurrentUser, kWorm, SettingKind::Length, 0.1,
                  "side of a plane search cell on the full cloud, metres"},
     KnownSetting{"DiffA", kCurrentUser, kWorm, SettingKind::Tolerance, 0.15,

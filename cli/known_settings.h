@@ -15,7 +15,7 @@ enum class SettingKind { Length, Tolerance, Count, Switch, Number };
 /// A user setting that the library reads: where it is kept, what it is when absent, what it does.
 struct KnownSetting {
     const char* name;
-    RegistryRoot root;
+    HKEY root;
     const wchar_t* key;
     SettingKind kind;
     double defaultValue;

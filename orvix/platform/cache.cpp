@@ -47,7 +47,7 @@ std::optional<CString> AcceptedText(const platform::StoredSetting& stored) {
 /// What a read found; `writeBack`: the value is known to be missing. A store that
 /// cannot be read just now may hold one, which a default must not overwrite.
 struct ReadText {
-    ReadText(RegistryRoot root, const CString& key, const CString& name) {
+    ReadText(HKEY root, const CString& key, const CString& name) {
         platform::StoredSetting stored;
         const platform::Lookup lookup = platform::LookUpSetting(root, key, name, stored);
         if (lookup == platform::Lookup::Found) text = AcceptedText(stored);
@@ -63,42 +63,41 @@ CString OrEmpty(const wchar_t* text) {
 
 }  // namespace
 
-CString Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+CString Cache::ReadRegistry(const HKEY& root, const CString& key, const CString& name,
                             const CString& defaultValue) {
     const ReadText read(root, key, name);
     if (read.writeBack) WriteRegistry(root, key, name, defaultValue);  // BEHAVIOUR U1
     return read.text.value_or(defaultValue);
 }
 
-CString Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name) {
+CString Cache::ReadRegistry(const HKEY& root, const CString& key, const CString& name) {
     return ReadText(root, key, name).text.value_or(CString());
 }
 
-std::int32_t Cache::ReadRegistry(const RegistryRoot& root, const wchar_t* key, const wchar_t* name,
+std::int32_t Cache::ReadRegistry(const HKEY& root, const wchar_t* key, const wchar_t* name,
                                  std::int32_t defaultValue) {
     const ReadText read(root, OrEmpty(key), OrEmpty(name));
     if (read.writeBack) WriteRegistry(root, OrEmpty(key), OrEmpty(name), defaultValue);
     return read.text ? platform::LeadingInteger(*read.text) : defaultValue;
 }
 
-double Cache::ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+double Cache::ReadRegistry(const HKEY& root, const CString& key, const CString& name,
                            double defaultValue) {
     const ReadText read(root, key, name);
     if (read.writeBack) WriteRegistry(root, key, name, platform::SixDigits(defaultValue));
     return read.text ? platform::LeadingDouble(*read.text) : defaultValue;
 }
 
-void Cache::WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+void Cache::WriteRegistry(const HKEY& root, const CString& key, const CString& name,
                           const CString& value) {
     platform::StoreSetting(root, key, name, platform::kSettingText, TextBytes(value));
 }
 
-void Cache::WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
-                          int value) {
+void Cache::WriteRegistry(const HKEY& root, const CString& key, const CString& name, int value) {
     WriteRegistry(root, key, name, CString(std::to_wstring(value)));
 }
 
-void Cache::WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+void Cache::WriteRegistry(const HKEY& root, const CString& key, const CString& name,
                           const wchar_t* value) {
     if (value != nullptr) {
         WriteRegistry(root, key, name, CString(value));

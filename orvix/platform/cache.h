@@ -12,10 +12,11 @@ namespace orvix {
 /// Keeps user settings as text values, each with a default that is written back when the value
 /// is missing: every setting that was ever read shows up in the store and can be edited there.
 ///
+///     HKEY root = HKEY_CURRENT_USER;  // on Windows its own, elsewhere orvix::HKEY
 ///     const CString key = L"SOFTWARE\\Orvix\\Shared\\Worm";
-///     double size = Cache::ReadRegistry(kCurrentUser, key, L"SplitSize", 0.1);  // needs a CString
-///     std::int32_t debug = Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\...", L"Debug", 0);
-///     Cache::WriteRegistry(kCurrentUser, key, L"Vertical", 1);                  // text "1"
+///     double size = Cache::ReadRegistry(root, key, L"SplitSize", 0.1);  // needs a CString
+///     std::int32_t debug = Cache::ReadRegistry(root, L"SOFTWARE\\...", L"Debug", 0);
+///     Cache::WriteRegistry(root, key, L"Vertical", 1);                  // text "1"
 ///
 /// A stored value is accepted when its type is text or expandable text (which is returned
 /// unexpanded) and its bytes are at most 512, even in number, and end with a zero character, or
@@ -24,7 +25,9 @@ namespace orvix {
 ///
 /// Units      doubles are stored with six digits after the point: what lies beyond 1e-6 is lost.
 ///            Numbers always use ".", in every locale.
-/// Boundaries a text of 255 UTF-16 units is read back, one of 256 is stored but counts as missing.
+/// Boundaries on Windows the root is any key handle, a hive or an open key; elsewhere one of two
+///            (settings_store.h).
+///            A text of 255 UTF-16 units is read back, one of 256 is stored but counts as missing.
 ///            Numbers are read from the text's start: leading blanks, a sign, digits; "12abc" is
 ///            12, "abc" and "" are 0, and what 32 bits or a double cannot hold is their limit.
 /// Errors     none are reported here: a failed read yields the default, a failed write nothing
@@ -34,23 +37,22 @@ namespace orvix {
 class ORVIX_API Cache {
 public:
     /// A missing value: `defaultValue` is written and returned.
-    static CString ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+    static CString ReadRegistry(const HKEY& root, const CString& key, const CString& name,
                                 const CString& defaultValue);
     /// A missing value: the empty string is returned, nothing is written.
-    static CString ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name);
+    static CString ReadRegistry(const HKEY& root, const CString& key, const CString& name);
     /// A missing value: `defaultValue` is written and returned. Takes literals, unlike the others.
-    static std::int32_t ReadRegistry(const RegistryRoot& root, const wchar_t* key,
-                                     const wchar_t* name, std::int32_t defaultValue);
+    static std::int32_t ReadRegistry(const HKEY& root, const wchar_t* key, const wchar_t* name,
+                                     std::int32_t defaultValue);
     /// A missing value: `defaultValue` is written, and returned in full precision.
-    static double ReadRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+    static double ReadRegistry(const HKEY& root, const CString& key, const CString& name,
                                double defaultValue);
 
-    static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+    static void WriteRegistry(const HKEY& root, const CString& key, const CString& name,
                               const CString& value);
-    static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
-                              int value);
+    static void WriteRegistry(const HKEY& root, const CString& key, const CString& name, int value);
     /// The text that a pointer names; null writes no value but still creates the key.
-    static void WriteRegistry(const RegistryRoot& root, const CString& key, const CString& name,
+    static void WriteRegistry(const HKEY& root, const CString& key, const CString& name,
                               const wchar_t* value);
 };
 

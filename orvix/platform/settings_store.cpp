@@ -3,8 +3,7 @@
 
 namespace orvix::platform {
 
-std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
-                                          const CString& name) {
+std::optional<StoredSetting> QuerySetting(HKEY root, const CString& key, const CString& name) {
     StoredSetting value;
     if (LookUpSetting(root, key, name, value) != Lookup::Found) return std::nullopt;
     return value;

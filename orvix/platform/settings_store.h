@@ -9,14 +9,35 @@
 
 #include "orvix/platform/text.h"
 
+#if defined(_WIN32)
+struct HKEY__;  // of windows.h, which this header does without
+#endif
+
 namespace orvix {
 
-/// The two roots under which settings are kept. On Windows they are the registry hives of the
-/// current user and of the local machine, elsewhere one database file each.
-enum class RegistryRoot : std::uint32_t { CurrentUser, LocalMachine };
+/// The root under which settings are kept. On Windows it is a key handle of the registry: a hive
+/// (`HKEY_CURRENT_USER`, ...) or any open key. Elsewhere it is one of two database files, under
+/// the names of the two hives, so that a host's source reads alike on every system:
+///
+///     HKEY root = HKEY_CURRENT_USER;
+///     double size = Cache::ReadRegistry(root, key, L"SplitSize", 0.1);
+#if defined(_WIN32)
+using HKEY = ::HKEY__*;  // BEHAVIOUR U10
 
-inline constexpr RegistryRoot kCurrentUser = RegistryRoot::CurrentUser;
-inline constexpr RegistryRoot kLocalMachine = RegistryRoot::LocalMachine;
+/// The hives of this user and of this machine, for sources that do without windows.h.
+inline const HKEY kCurrentUser =
+    reinterpret_cast<HKEY>(static_cast<std::intptr_t>(INT32_MIN + 1));  // HKEY_CURRENT_USER
+inline const HKEY kLocalMachine =
+    reinterpret_cast<HKEY>(static_cast<std::intptr_t>(INT32_MIN + 2));  // HKEY_LOCAL_MACHINE
+#else
+enum class HKEY : std::uint32_t { CurrentUser, LocalMachine };
+
+inline constexpr HKEY HKEY_CURRENT_USER = HKEY::CurrentUser;
+inline constexpr HKEY HKEY_LOCAL_MACHINE = HKEY::LocalMachine;
+
+inline constexpr HKEY kCurrentUser = HKEY_CURRENT_USER;
+inline constexpr HKEY kLocalMachine = HKEY_LOCAL_MACHINE;
+#endif
 
 }  // namespace orvix
 
@@ -72,22 +93,20 @@ enum class Lookup {
 ///           their own.
 
 /// Sets `value` when it is found.
-Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
-                     StoredSetting& value);
+Lookup LookUpSetting(HKEY root, const CString& key, const CString& name, StoredSetting& value);
 /// LookUpSetting for callers to whom what cannot be read is as good as missing.
-std::optional<StoredSetting> QuerySetting(RegistryRoot root, const CString& key,
-                                          const CString& name);
+std::optional<StoredSetting> QuerySetting(HKEY root, const CString& key, const CString& name);
 /// Stores a value, creating the key path; false when the store refuses.
-bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
+bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes);
 /// Creates a key path that holds no value yet; false when the store refuses.
-bool CreateSettingKey(RegistryRoot root, const CString& key);
+bool CreateSettingKey(HKEY root, const CString& key);
 /// Whether a key path exists, by itself or because one below it does.
-bool SettingKeyExists(RegistryRoot root, const CString& key);
+bool SettingKeyExists(HKEY root, const CString& key);
 /// Removes one value; true when it existed.
-bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name);
+bool RemoveSetting(HKEY root, const CString& key, const CString& name);
 /// All values at and below a key path, ordered by key, then name (both folded).
-std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix);
+std::vector<NamedSetting> ListSettings(HKEY root, const CString& keyPrefix);
 
 /// Where this system keeps settings, in words for a user, to follow "Settings are kept in".
 const char* SettingsPlace();

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/cache.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include "tests/support/settings_sandbox.h"
@@ -39,6 +43,18 @@ TEST_F(CacheTest, WritesTextWithItsTerminatingZero) {
     EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, kKey, L"v"), L"aé\U0001F600");
     Cache::WriteRegistry(kCurrentUser, kKey, L"v", -42);
     EXPECT_EQ(Stored().bytes, Utf16({u"-42", 4}));
+}
+
+// BEHAVIOUR U10
+TEST_F(CacheTest, TakesTheRootAsAHostOfEverySystemWritesIt) {
+    HKEY root = HKEY_CURRENT_USER;
+    Cache::WriteRegistry(root, kKey, L"v", 3);
+    EXPECT_EQ(Cache::ReadRegistry(HKEY_CURRENT_USER, kKey.c_str(), L"v", 0), 3);
+    EXPECT_EQ(Cache::ReadRegistry(kCurrentUser, kKey, L"v"), L"3");
+    root = HKEY_LOCAL_MACHINE;
+    EXPECT_EQ(Cache::ReadRegistry(root, kKey, L"v"), L"");
+    Cache::WriteRegistry(kLocalMachine, kKey, L"v", 4);
+    EXPECT_EQ(Cache::ReadRegistry(root, kKey, L"v"), L"4");
 }
 
 // BEHAVIOUR U1

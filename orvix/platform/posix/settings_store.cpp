@@ -52,16 +52,15 @@ std::string ConfigurationFolder(const char* variable, const std::string& otherwi
     return (first.starts_with('/') ? first : otherwise) + "/orvix";
 }
 
-std::string StoreFolder(RegistryRoot root) {
+std::string StoreFolder(HKEY root) {
     const std::string chosen = ToUtf8(EnvironmentVariable("ORVIX_SETTINGS_DIR"));
     if (!chosen.empty()) return chosen;  // BEHAVIOUR U9
-    return root == RegistryRoot::CurrentUser
-               ? ConfigurationFolder("XDG_CONFIG_HOME", HomeFolder() + "/.config")
-               : ConfigurationFolder("XDG_CONFIG_DIRS", "/etc/xdg");
+    return root == kCurrentUser ? ConfigurationFolder("XDG_CONFIG_HOME", HomeFolder() + "/.config")
+                                : ConfigurationFolder("XDG_CONFIG_DIRS", "/etc/xdg");
 }
 
-std::string StorePath(RegistryRoot root) {
-    return StoreFolder(root) + (root == RegistryRoot::CurrentUser ? "/user.db" : "/machine.db");
+std::string StorePath(HKEY root) {
+    return StoreFolder(root) + (root == kCurrentUser ? "/user.db" : "/machine.db");
 }
 
 /// A key path without empty parts, as spelled and as compared.
@@ -94,25 +93,25 @@ bool IsDamage(int result) {
            primary == SQLITE_ERROR;
 }
 
-void Announce(RegistryRoot root, const std::string& text) {
+void Announce(HKEY root, const std::string& text) {
     if (quietSettings != 0) return;
     if (troubleAnnounced[static_cast<unsigned>(root)].exchange(true)) return;  // BEHAVIOUR U7
     ReportError(FromUtf8(text).c_str());
 }
 
-void AnnounceDamage(RegistryRoot root, const std::string& cause) {
+void AnnounceDamage(HKEY root, const std::string& cause) {
     Announce(root, "The settings file " + StorePath(root) + " cannot be used (" + cause +
                        "), default settings apply. Delete the file to start anew.");
 }
 
-void AnnounceRefusal(RegistryRoot root, const char* what, const std::string& cause) {
-    if (root != RegistryRoot::CurrentUser) return;
+void AnnounceRefusal(HKEY root, const char* what, const std::string& cause) {
+    if (root != kCurrentUser) return;
     Announce(root, std::string("Settings cannot be ") + what + " " + StorePath(root) + " (" +
                        cause + "). Check the permissions of the file and of its folder.");
 }
 
 /// Whether the file ends where a page does. SQLite takes what a page lacks at its end for zeros.
-bool HasWholePages(RegistryRoot root, Database& database) {
+bool HasWholePages(HKEY root, Database& database) {
     Statement query(database, "PRAGMA page_size");
     if (query.Step() != SQLITE_ROW || query.Number(0) <= 0) return false;
     std::error_code error;
@@ -122,7 +121,7 @@ bool HasWholePages(RegistryRoot root, Database& database) {
 
 /// Reads the version, which begins the transaction in earnest; SQLITE_OK, or what stands in the
 /// way of using the file. One of a newer version is as unusable as a damaged one.
-int Examine(RegistryRoot root, Database& database, std::int64_t& version) {
+int Examine(HKEY root, Database& database, std::int64_t& version) {
     Statement query(database, "PRAGMA user_version");
     const int result = query.Step();
     if (result != SQLITE_ROW) return result == SQLITE_DONE ? SQLITE_CORRUPT : result;
@@ -138,7 +137,7 @@ std::string Cause(const Database& database, int result) {
 
 /// Reports to the user what `result` kept from being done. The store is let go of before: the host
 /// may take its time over the message, and may use the store meanwhile.
-void AnnounceTrouble(RegistryRoot root, Database& database, int result, const char* what) {
+void AnnounceTrouble(HKEY root, Database& database, int result, const char* what) {
     const std::string cause = Cause(database, result);
     database.Execute("ROLLBACK");
     if (IsDamage(result)) {
@@ -148,19 +147,19 @@ void AnnounceTrouble(RegistryRoot root, Database& database, int result, const ch
     }
 }
 
-Lookup Unreadable(RegistryRoot root, Database& database, int result) {
+Lookup Unreadable(HKEY root, Database& database, int result) {
     AnnounceTrouble(root, database, result, "read from");
     return Lookup::Unreadable;
 }
 
-bool StoreExists(RegistryRoot root) {
+bool StoreExists(HKEY root) {
     std::error_code ignored;
     return std::filesystem::exists(StorePath(root), ignored);
 }
 
 /// Runs `onRow` for each result row of a query.
 template <class BindAll, class OnRow>
-Lookup Query(RegistryRoot root, std::string_view text, BindAll bindAll, OnRow onRow) {
+Lookup Query(HKEY root, std::string_view text, BindAll bindAll, OnRow onRow) {
     // Opened for writing where possible: a change that a killed process left half done must be
     // undone before reading.
     Database database(StorePath(root), SQLITE_OPEN_READWRITE);
@@ -183,7 +182,7 @@ Lookup Query(RegistryRoot root, std::string_view text, BindAll bindAll, OnRow on
 
 /// Makes one change, whole or not at all; false when the store refuses.
 template <class Body>
-bool Change(RegistryRoot root, Body body) {
+bool Change(HKEY root, Body body) {
     std::error_code ignored;
     std::filesystem::create_directories(StoreFolder(root), ignored);
     Database database(StorePath(root), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
@@ -221,15 +220,14 @@ StoredSetting SettingAt(const Statement& row, int column) {
 
 }  // namespace
 
-Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
-                     StoredSetting& value) {
+Lookup LookUpSetting(HKEY root, const CString& key, const CString& name, StoredSetting& value) {
     return Query(
         root, "SELECT type, bytes FROM setting_values WHERE key = ?1 AND folded = ?2",
         [&](Statement& query) { query.Bind(KeyPath(key).folded).Bind(Folded(name)); },
         [&](const Statement& row) { value = SettingAt(row, 0); });
 }
 
-bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
+bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes) {
     return Change(root, [&](Database& database) {
         const KeyPath path(key);
@@ -248,17 +246,17 @@ bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, st
     });
 }
 
-bool CreateSettingKey(RegistryRoot root, const CString& key) {
+bool CreateSettingKey(HKEY root, const CString& key) {
     return Change(root, [&](Database& database) { return InsertKey(database, KeyPath(key)); });
 }
 
-bool SettingKeyExists(RegistryRoot root, const CString& key) {
+bool SettingKeyExists(HKEY root, const CString& key) {
     return Query(
                root, kKeyQuery, [&](Statement& query) { query.Bind(KeyPath(key).folded); },
                [](const Statement&) {}) == Lookup::Found;
 }
 
-bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name) {
+bool RemoveSetting(HKEY root, const CString& key, const CString& name) {
     if (!QuerySetting(root, key, name)) return false;
     bool removed = false;
     const bool done = Change(root, [&](Database& database) {
@@ -273,7 +271,7 @@ bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name) {
     return done && removed;
 }
 
-std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix) {
+std::vector<NamedSetting> ListSettings(HKEY root, const CString& keyPrefix) {
     std::vector<NamedSetting> settings;
     Query(
         root, kListQuery, [&](Statement& query) { query.Bind(KeyPath(keyPrefix).folded); },

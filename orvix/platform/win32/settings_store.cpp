@@ -15,10 +15,6 @@ constexpr DWORD kUsualBytes = 512;
 constexpr DWORD kKeyNameRoom = 256;
 constexpr DWORD kValueNameRoom = 16'384;
 
-HKEY HiveOf(RegistryRoot root) {
-    return root == RegistryRoot::CurrentUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
-}
-
 /// Closes a key at the end of a scope.
 class Key {
 public:
@@ -146,15 +142,14 @@ void Collect(HKEY hive, const CString& path, std::vector<NamedSetting>& settings
 
 }  // namespace
 
-Lookup LookUpSetting(RegistryRoot root, const CString& key, const CString& name,
-                     StoredSetting& value) {
-    const Key opened = Key::Open(HiveOf(root), Plain(key));
+Lookup LookUpSetting(HKEY root, const CString& key, const CString& name, StoredSetting& value) {
+    const Key opened = Key::Open(root, Plain(key));
     return opened && ReadValue(opened.Get(), name, value) ? Lookup::Found : Lookup::Missing;
 }
 
-bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, std::uint32_t type,
+bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes) {
-    const Key created = Key::Create(HiveOf(root), Plain(key));
+    const Key created = Key::Create(root, Plain(key));
     if (!created) return false;
     // A zero found behind a text that ends without one would be stored with it.
     std::vector<std::byte> guarded(bytes.begin(), bytes.end());
@@ -164,23 +159,22 @@ bool StoreSetting(RegistryRoot root, const CString& key, const CString& name, st
                           static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS;
 }
 
-bool CreateSettingKey(RegistryRoot root, const CString& key) {
-    return static_cast<bool>(Key::Create(HiveOf(root), Plain(key)));
+bool CreateSettingKey(HKEY root, const CString& key) {
+    return static_cast<bool>(Key::Create(root, Plain(key)));
 }
 
-bool SettingKeyExists(RegistryRoot root, const CString& key) {
-    return static_cast<bool>(Key::Open(HiveOf(root), Plain(key)));
+bool SettingKeyExists(HKEY root, const CString& key) {
+    return static_cast<bool>(Key::Open(root, Plain(key)));
 }
 
-bool RemoveSetting(RegistryRoot root, const CString& key, const CString& name) {
-    const Key opened = Key::OpenToWrite(HiveOf(root), Plain(key));
+bool RemoveSetting(HKEY root, const CString& key, const CString& name) {
+    const Key opened = Key::OpenToWrite(root, Plain(key));
     return opened && RegDeleteValueW(opened.Get(), name.c_str()) == ERROR_SUCCESS;
 }
 
-std::vector<NamedSetting> ListSettings(RegistryRoot root, const CString& keyPrefix) {
+std::vector<NamedSetting> ListSettings(HKEY root, const CString& keyPrefix) {
     std::vector<NamedSetting> settings;
-    const HKEY hive = HiveOf(root);
-    Collect(hive, SpellingOf(hive, keyPrefix), settings);
+    Collect(root, SpellingOf(root, keyPrefix), settings);
     std::sort(settings.begin(), settings.end(), [](const NamedSetting& a, const NamedSetting& b) {
         const CString keyA = FoldCase(a.key);
         const CString keyB = FoldCase(b.key);

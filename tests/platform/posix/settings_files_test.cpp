@@ -42,7 +42,7 @@ void Count(const wchar_t* text) {
 }
 
 /// Ends the process: 0 when the work was refused with `expected` messages, all about `word`.
-[[noreturn]] void RunRefused(RegistryRoot root, int expected, const wchar_t* word) {
+[[noreturn]] void RunRefused(HKEY root, int expected, const wchar_t* word) {
     SetErrorChannel(&Count);
     bool refused = true;
     for (int i = 0; i < 3; ++i) {

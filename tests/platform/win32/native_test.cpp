@@ -94,6 +94,18 @@ TEST(Windows, KeepsSettingsInTheRegistryAsTextWithItsTerminatingZero) {
     EXPECT_EQ(CString(text), L"0.100000");
 }
 
+// BEHAVIOUR U10
+TEST(Windows, KeepsSettingsUnderAnyOpenKeyAndReadsThemFromAnyHive) {
+    const test::SettingsSandbox sandbox;
+    HKEY root = nullptr;
+    ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, L"SOFTWARE\\Host", &root), ERROR_SUCCESS);
+    Cache::WriteRegistry(root, L"Below", L"v", 5);
+    RegCloseKey(root);
+    EXPECT_EQ(Cache::ReadRegistry(HKEY_CURRENT_USER, L"SOFTWARE\\Host\\Below", L"v", 0), 5);
+    EXPECT_FALSE(ListSettings(HKEY_USERS, L".Default").empty());
+    EXPECT_EQ(Cache::ReadRegistry(HKEY_CLASSES_ROOT, L"SOFTWARE\\Host\\Below", L"v"), L"");
+}
+
 TEST(Windows, IgnoresARefusedWriteAndReadsTheDefault) {
     // Nobody may make keys directly under this one.
     const CString refused = CString(300, L'x');
