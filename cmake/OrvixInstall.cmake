@@ -42,10 +42,13 @@ install(FILES ${PROJECT_SOURCE_DIR}/orvix/platform/error.h
 install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)
 
+# Products have their final run paths in the build tree too: for a shorter one CMake keeps room by
+# empty entries, which stand for the current folder.
 foreach(library orvix orvix_importer_shared Orvix.Localization)
-  set_target_properties(${library} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  set_target_properties(${library} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
 endforeach()
-set_target_properties(orvix_cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(orvix_cli PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+  INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 install(TARGETS orvix orvix_importer_shared EXPORT orvixTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -61,7 +64,7 @@ add_dependencies(orvix_products orvix orvix_importer_shared Orvix.Localization o
 # The Qt window stands beside the library that loads it, as a component of its own: hosts without a
 # desktop leave it out.
 if(TARGET orvix_qt)
-  set_target_properties(orvix_qt PROPERTIES INSTALL_RPATH "$ORIGIN")
+  set_target_properties(orvix_qt PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
   add_dependencies(orvix_products orvix_qt)
   install(TARGETS orvix_qt LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dialog)
 endif()

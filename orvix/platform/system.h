@@ -20,8 +20,9 @@ CString SystemMessage(std::uint32_t code);
 std::vector<CString> ProcessNames();
 
 /// Loads a shared library by its plain name ("Orvix.Localization"): the system's prefix and
-/// ending are added, the folder of this library is tried first, then the system's search. Null
-/// when there is none. Never unloaded.
+/// ending are added. The folder of this library is tried first, wherever the process has gone
+/// since it was loaded, then the system's search, the current folder left out. Null when there is
+/// none. Never unloaded.
 void* LoadSharedLibrary(const CString& name);
 void* FindSymbol(void* library, const char* name);
 

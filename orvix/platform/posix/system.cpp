@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
+#include <cstddef>
 #include <cstdlib>
 #include <dirent.h>
 #include <dlfcn.h>
@@ -73,18 +75,60 @@ std::vector<std::uint32_t> ProcessIds() {
     return ids;
 }
 
-/// The folder of the library, or of the program, that this code is part of.
-std::string OwnFolder() {
+/// The loader's entry of the library, or of the program, that this code is part of.
+link_map* OwnEntry() {
     Dl_info info;
-    void* extra = nullptr;
+    void* entry = nullptr;
     const bool found =
-        dladdr1(reinterpret_cast<const void*>(&OwnFolder), &info, &extra, RTLD_DL_LINKMAP) != 0;
-    // A program's own entry has no name; the one it was started by may be relative.
-    const auto* const map = static_cast<const link_map*>(extra);
-    const bool isLibrary = found && map != nullptr && map->l_name != nullptr && *map->l_name != 0;
-    const std::string own = isLibrary ? std::string(map->l_name) : LinkTarget("/proc/self/exe");
-    const std::size_t separator = own.rfind('/');
-    return separator == std::string::npos ? std::string() : own.substr(0, separator + 1);
+        dladdr1(reinterpret_cast<const void*>(&OwnEntry), &info, &entry, RTLD_DL_LINKMAP) != 0;
+    return found ? static_cast<link_map*>(entry) : nullptr;
+}
+
+/// The folder of that library or program; empty when it is not known. A name in the entry may be
+/// relative to a folder that was current once; the loader's origin never is. A program's own entry
+/// has neither.
+std::string OwnFolder(link_map* own) {
+    const bool isLibrary = own != nullptr && own->l_name != nullptr && *own->l_name != 0;
+    std::string folder;
+    if (isLibrary) {
+        std::vector<char> origin(std::size_t{2} * PATH_MAX);
+        if (dlinfo(own, RTLD_DI_ORIGIN, origin.data()) == 0) folder = origin.data();
+    } else {
+        const std::string program = LinkTarget("/proc/self/exe");
+        folder = program.substr(0, program.rfind('/'));
+    }
+    return folder.starts_with('/') ? folder : std::string();
+}
+
+/// Where the loader would look for a library that `own` asks for.
+std::vector<std::string> SearchedFolders(link_map* own) {
+    Dl_serinfo size{};
+    if (own == nullptr || dlinfo(own, RTLD_DI_SERINFOSIZE, &size) != 0) return {};
+    std::vector<std::max_align_t> room(size.dls_size / sizeof(std::max_align_t) + 1);
+    auto* const list = reinterpret_cast<Dl_serinfo*>(room.data());
+    *list = size;
+    if (dlinfo(own, RTLD_DI_SERINFO, list) != 0) return {};
+    std::vector<std::string> folders;
+    for (unsigned i = 0; i < list->dls_cnt; ++i)
+        folders.emplace_back(list->dls_serpath[i].dls_name);
+    return folders;
+}
+
+void* OpenLibrary(const std::string& path) {
+    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+/// The system's search without the current folder, which an empty or relative entry of
+/// LD_LIBRARY_PATH or of a run path stands for.
+void* SearchLibrary(link_map* own, const std::string& file) {
+    std::vector<std::string> folders = SearchedFolders(own);
+    if (std::erase_if(folders, [](const std::string& f) { return !f.starts_with('/'); }) == 0) {
+        return OpenLibrary(file);
+    }
+    for (const std::string& folder : folders) {
+        if (void* const library = OpenLibrary(folder + "/" + file)) return library;
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -108,15 +152,13 @@ std::vector<CString> ProcessNames() {
     return names;
 }
 
+// BEHAVIOUR O10
 void* LoadSharedLibrary(const CString& name) {
     const std::string file = "lib" + detail::NativePath(name) + ".so";
-    const std::string folder = OwnFolder();
-    if (!folder.empty()) {
-        if (void* const library = dlopen((folder + file).c_str(), RTLD_NOW | RTLD_LOCAL)) {
-            return library;
-        }
-    }
-    return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    link_map* const own = OwnEntry();
+    const std::string folder = OwnFolder(own);
+    void* const beside = folder.empty() ? nullptr : OpenLibrary(folder + "/" + file);
+    return beside != nullptr ? beside : SearchLibrary(own, file);
 }
 
 void* FindSymbol(void* library, const char* name) {

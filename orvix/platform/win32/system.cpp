@@ -52,15 +52,17 @@ std::vector<CString> ProcessNames() {
     return names;
 }
 
+// BEHAVIOUR O10
 void* LoadSharedLibrary(const CString& name) {
     // A name with dots in it gets no ending from the system.
     const CString file = name + L".dll";
     const CString beside = OwnFolder() + file;
-    if (void* const library =
-            LoadLibraryExW(beside.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+    constexpr DWORD kWithItsOwnFolder =
+        LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
+    if (void* const library = LoadLibraryExW(beside.c_str(), nullptr, kWithItsOwnFolder)) {
         return library;
     }
-    return LoadLibraryW(file.c_str());
+    return LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
 }
 
 void* FindSymbol(void* library, const char* name) {

@@ -14,6 +14,7 @@
 #include "orvix/platform/mapping.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/program.h"
+#include "orvix/platform/system.h"
 #include "support/scratch_folder.h"
 #include "tests/support/process.h"
 #include "tests/support/settings_sandbox.h"
@@ -136,6 +137,20 @@ TEST(Windows, IgnoresThatTheMachinesLocaleMayNotBeWritten) {
     EXPECT_FALSE(CreateSettingKey(kLocalMachine, key));
     EXPECT_EQ(Cache::ReadRegistry(kLocalMachine, key, L"locale", 0x409), 0x409);
     EXPECT_FALSE(QuerySetting(kLocalMachine, key, L"locale"));
+}
+
+// BEHAVIOUR O10
+TEST(Windows, LoadsNoLibraryFromTheCurrentFolder) {
+    const ScratchFolder folder;
+    const CString program = FromUtf8(ProgramArguments(0, nullptr)[0]);
+    const CString texts = JoinPath(ParentOf(program), L"Orvix.Localization.dll");
+    ASSERT_TRUE(CopyFileW(texts.c_str(), (folder / L"Orvix.Planted.dll").c_str(), TRUE));
+    wchar_t before[MAX_PATH] = {};
+    GetCurrentDirectoryW(MAX_PATH, before);
+    SetCurrentDirectoryW(folder.Path().c_str());
+    EXPECT_EQ(LoadSharedLibrary(L"Orvix.Planted"), nullptr);
+    EXPECT_NE(LoadSharedLibrary(L"Orvix.Localization"), nullptr);
+    SetCurrentDirectoryW(before);
 }
 
 // A process that a death test starts anew loads the library with the settings that stand here: the
