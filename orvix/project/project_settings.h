@@ -12,7 +12,7 @@ namespace orvix {
 ///
 ///     orvix::PROJECT_SETTINGS settings;
 ///     manager.GetProjectSettings(&settings);
-///     settings.minCellPoints = 20;
+///     settings.aliveSplitSize = 0.25;
 ///     manager.SetProjectSettings(settings);
 ///
 /// Units      lengths in metres; the Diff fields are largest differences of unit normal components.
@@ -73,9 +73,12 @@ struct PROJECT_SETTINGS {
     double skeletDiffC = 0.15;
     std::int64_t skeletMinPlane = 0;
     std::array<std::uint8_t, 4> colour{0, 0, 255, 255};  ///< red, green, blue, alpha
-    std::int32_t minCellPoints = 10;
-    std::int32_t usage = 0;  ///< 0: the alive set is current, else the skeleton set
+    std::int32_t minCellPoints = 10;  ///< carried: the search goes by 5, which it stores here
+    std::int32_t usage = 0;           ///< 0: the alive set is current, else the skeleton set
 };
+
+/// Base steps in the split size that an import chooses, and that replaces a negative one.
+inline constexpr double kBaseStepsPerSplitSize = 4.0;
 
 /// The version that this library writes; every older version can be read.
 inline constexpr std::int32_t kSettingsVersion = 13;
