@@ -14,8 +14,6 @@ namespace {
 
 using platform::ToUtf8;
 
-constexpr double kSplitSteps = 4;  // base steps in a default split size
-
 double ScaleOf(SkeletonSize size) {
     switch (size) {
         case SkeletonSize::OneCentimetre:
@@ -46,7 +44,7 @@ PROJECT_SETTINGS SettingsOf(const SkeletonSummary& summary) {
     PROJECT_SETTINGS settings;
     settings.baseStep = BaseStep(summary.aliveDensity.Median());
     // The skeleton is thinner than the cloud: its neighbourhoods reach further.
-    settings.skeletSplitSize = kSplitSteps * BaseStep(summary.skeletonDensity.Median());
+    settings.skeletSplitSize = kBaseStepsPerSplitSize * BaseStep(summary.skeletonDensity.Median());
     return settings;
 }
 

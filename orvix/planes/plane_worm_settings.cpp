@@ -9,6 +9,7 @@
 #include "orvix/platform/cache.h"
 #include "orvix/platform/settings_store.h"
 #include "orvix/platform/truncate.h"
+#include "orvix/project/project_settings_file.h"
 
 namespace orvix {
 namespace {
@@ -18,7 +19,6 @@ constexpr double kDefaultDiff = 0.15;
 constexpr double kOpenDiff = 1.5;
 constexpr double kDefaultAliveSplitSize = 0.1;
 constexpr double kDefaultSkeletSplitSize = 0.4;
-constexpr double kSplitSizeInBaseSteps = 4.0;
 constexpr std::int32_t kMinCellPoints = 5;
 
 std::int32_t Narrowed(std::int64_t value) {
@@ -38,22 +38,38 @@ void WriteNumber(const CString& name, double value) {
     Cache::WriteRegistry(kCurrentUser, CString(kWormKey), name, CString(text.begin(), text.end()));
 }
 
-/// Stores four base steps where a split size is negative.
-void RepairSplitSize(double PROJECT_SETTINGS::*splitSize, ProjectManager& project) {
-    PROJECT_SETTINGS repaired = project.projectSettings;
-    if (!(repaired.*splitSize < 0.0)) return;  // BEHAVIOUR W4
-    repaired.*splitSize = kSplitSizeInBaseSteps * repaired.baseStep;
-    project.SetProjectSettings(repaired);
+/// Whether a repaired record may take the project file's place: that holds one already, of this
+/// version or an older one, or what a project whose other files are there may have instead, an
+/// empty file or a record that was cut short.
+// BEHAVIOUR W16
+bool TakesRepair(const CString& projectFile, bool isComplete) {
+    const auto record = detail::ExamineSettingsFile(projectFile);
+    if (!record || *record == detail::SettingsRecord::Foreign) return false;
+    return isComplete || *record == detail::SettingsRecord::Whole;
+}
+
+bool IsForeign(const CString& projectFile) {
+    const auto record = detail::ExamineSettingsFile(projectFile);
+    return record && *record == detail::SettingsRecord::Foreign;
+}
+
+/// Four base steps where a split size is negative; whether it was.
+bool Repair(double& splitSize, double baseStep) {
+    if (!(splitSize < 0.0)) return false;  // BEHAVIOUR W4
+    splitSize = kBaseStepsPerSplitSize * baseStep;
+    return true;
 }
 
 }  // namespace
 
 PlaneWormSettings::PlaneWormSettings(const CString& projectPath, const double& scaleFactor)
     : project(std::make_shared<ProjectManager>()), scale(scaleFactor) {
-    project->Set(projectPath, false);
-    RepairSplitSize(&PROJECT_SETTINGS::aliveSplitSize, *project);
-    RepairSplitSize(&PROJECT_SETTINGS::skeletSplitSize, *project);
-    const PROJECT_SETTINGS& stored = project->projectSettings;
+    const bool isComplete = project->Set(projectPath, false);
+    PROJECT_SETTINGS& stored = project->projectSettings;
+    const bool aliveRepaired = Repair(stored.aliveSplitSize, stored.baseStep);
+    const bool skeletRepaired = Repair(stored.skeletSplitSize, stored.baseStep);
+    if ((aliveRepaired || skeletRepaired) && TakesRepair(project->projectFile, isComplete))
+        project->SetProjectSettings(stored);
     aliveSplitSize = stored.aliveSplitSize;
     aliveDiffA = stored.aliveDiffA;
     aliveDiffB = stored.aliveDiffB;
@@ -129,6 +145,7 @@ void PlaneWormSettings::CalculateDefaultSteps(ProjectManager source) {
 
 void PlaneWormSettings::Save() {
     assert(project && "Save() writes to the project that the settings were loaded from");
+    if (IsForeign(project->projectFile)) return;
     PROJECT_SETTINGS stored = project->projectSettings;
     stored.aliveSplitSize = aliveSplitSize;
     stored.aliveDiffA = aliveDiffA;

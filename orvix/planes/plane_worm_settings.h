@@ -26,7 +26,8 @@ namespace orvix {
 ///
 /// Units    metres; Diff fields are differences of unit normal components.
 /// Errors   none are reported. A missing stored value reads as its default; a negative split size
-///          in a project is replaced by four times the base step and saved back at once.
+///          in a project is replaced by four times the base step and saved back at once. A file
+///          that is no project's record is never written to, neither then nor by `Save`.
 /// Lifetime a plain value; copies share `project`.
 /// Threads  one thread at a time.
 /// Source   "SOFTWARE\Orvix\Shared\Worm" of the current user: SplitSize, DiffA, DiffB, DiffC and

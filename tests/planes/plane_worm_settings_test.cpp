@@ -6,8 +6,10 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <string>
 
 #include "orvix/platform/cache.h"
+#include "orvix/platform/path.h"
 #include "orvix/points/alive_point_reader.h"
 #include "support/scratch_folder.h"
 #include "tests/support/settings_sandbox.h"
@@ -24,6 +26,11 @@ CString Stored(const wchar_t* name) {
 
 void Store(const wchar_t* name, const wchar_t* text) {
     Cache::WriteRegistry(kCurrentUser, kKey, name, CString(text));
+}
+
+std::string Text(const CString& path) {
+    const auto bytes = test::ReadBytes(path);
+    return {bytes.begin(), bytes.end()};
 }
 
 struct PlaneWormSettingsTest : testing::Test {
@@ -125,6 +132,37 @@ TEST_F(PlaneWormSettingsTest, RepairNegativeSplitSizesOfAProjectAndSaveThemBack)
     ASSERT_TRUE(manager.Set(path, false));
     EXPECT_EQ(manager.projectSettings.aliveSplitSize, 1.0);
     EXPECT_EQ(manager.projectSettings.skeletSplitSize, 0.5);
+}
+
+// BEHAVIOUR W16
+TEST_F(PlaneWormSettingsTest, NeverOverwriteAFileThatIsNoProject) {
+    const auto load = [this] {
+        const PlaneWormSettings settings(path, 1.0);
+        EXPECT_EQ(settings.aliveSplitSize, 0.4);
+        EXPECT_EQ(settings.skeletSplitSize, 0.4);
+        return settings;
+    };
+    load();
+    EXPECT_FALSE(platform::PathExists(path));
+    test::WriteText(path, "");
+    load();
+    EXPECT_EQ(Text(path), "");
+    test::WriteText(path, "notes of a site");
+    PlaneWormSettings(path, 1.0).Save();
+    EXPECT_EQ(Text(path), "notes of a site");
+    std::string newer(kProjectFileBytes, '\0');
+    newer[0] = kSettingsVersion + 1;
+    test::WriteText(path, newer);
+    PlaneWormSettings(path, 1.0).Save();
+    EXPECT_EQ(Text(path), newer);
+}
+
+// BEHAVIOUR W16
+TEST_F(PlaneWormSettingsTest, FillTheEmptyFileOfAProjectWhoseOtherFilesAreThere) {
+    WriteProject({});
+    test::WriteText(path, "");
+    EXPECT_EQ(PlaneWormSettings(path, 1.0).aliveSplitSize, 0.4);
+    EXPECT_EQ(Text(path).size(), kProjectFileBytes);
 }
 
 TEST_F(PlaneWormSettingsTest, SaveEveryFieldOfTheSearchToTheProjectAndNothingElse) {
