@@ -36,7 +36,7 @@ struct RowWindowContent {
     CString title;
     CString choiceCaption;         ///< before the choice
     std::vector<CString> choices;  ///< its entries
-    CString choiceNote;            ///< a line under the choice
+    CString choiceNote;            ///< a line under the choice, the widest text that it takes
     CString groupCaption;          ///< of the frame around the first rows and the note below them
     std::size_t groupRows = 0;     ///< how many rows the frame holds
     std::vector<SliderRow> rows;
@@ -100,6 +100,8 @@ public:
 
     virtual void SetChoice(int entry) = 0;
     virtual void SetRow(std::size_t row, int position, const CString& value) = 0;
+    /// The line under the choice. A window without a place for it leaves this out.
+    virtual void SetChoiceNote(const CString& text) { static_cast<void>(text); }
     virtual void SetGroupNote(const CString& text) = 0;  ///< the line under the group's rows
     virtual void EnableButton(int id, bool enabled) = 0;
     /// Widens the window at its first call.

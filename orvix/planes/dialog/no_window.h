@@ -15,6 +15,7 @@ public:
     [[nodiscard]] CString Trouble() const override { return {}; }
     void SetChoice(int) override {}
     void SetRow(std::size_t, int, const CString&) override {}
+    void SetChoiceNote(const CString&) override {}
     void SetGroupNote(const CString&) override {}
     void EnableButton(int, bool) override {}
     void ShowPicture(const platform::WindowPicture&) override {}

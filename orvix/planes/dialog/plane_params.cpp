@@ -98,6 +98,9 @@ void PlaneParams::SetValues() {
     State& s = *state_;
     s.sets.Show(SetOf(s.entry));
     const ParameterSet& set = s.Shown();
+    s.window->SetChoiceNote(s.sets.Which() == WhichSet::Skeleton  // BEHAVIOUR D12
+                                ? detail::ThinnedText(s.settings->stepClass)
+                                : CString());
     s.PlaceSplitSize(detail::CentimetresOf(set.splitSize));
     s.Slider(PlaneRow::Angle).SetPos(detail::AngleStepsOf(set.diffs[0]));
     s.Slider(PlaneRow::Speed).SetPos(detail::SpeedOf(set.minPlane));
@@ -200,9 +203,7 @@ void PlaneParams::OnNMReleasedcaptureSliderSpeed() {
 // BEHAVIOUR D7
 void PlaneParams::OnBnClickedButtonDefault() {
     State& s = *state_;
-    const double step =
-        s.sets.Which() == WhichSet::Alive ? s.settings->defaultStepB : s.settings->defaultStepA;
-    s.Shown().splitSize = step;
+    s.Shown().splitSize = detail::DefaultSplitSize(*s.settings, s.sets.Which());
     s.Shown().diffs.fill(kDefaultDiff);
     s.Shown().minPlane = detail::kExactMinPlane;
     SetValues();

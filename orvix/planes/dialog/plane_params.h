@@ -98,8 +98,9 @@ public:
     void UpdateSpeed();
     void OnNMReleasedcaptureSliderABC();  ///< of ABC, CM, DCM and M
     void OnNMReleasedcaptureSliderSpeed();
-    /// The set shown takes its defaults: the project's default step (`defaultStepA` for the
-    /// skeleton set, `defaultStepB` for the alive one), tolerances of 0.15, MinPlane 0.
+    /// The set shown takes its defaults: a split size that suits the project's points, tolerances
+    /// of 0.15, MinPlane 0. Without a project the split size is the settings' default step
+    /// (`defaultStepA` for the skeleton set, `defaultStepB` for the alive one).
     void OnBnClickedButtonDefault();
     void OnBnClickedView();
     void DrawResult();

@@ -41,12 +41,11 @@ CString LongestSpeed() {
 platform::RowWindowContent PlaneParamsContent(std::int32_t stepClass) {
     CaptionKeys keys;
     const auto marked = [&keys](unsigned int id) { return keys.Mark(Text(id)); };
-    const auto scale = static_cast<unsigned int>(std::clamp(stepClass, 0, kLastStepClass));
     platform::RowWindowContent content;
     content.title = Text(kPlaneParamsTitle);
     content.choiceCaption = marked(kSelectData);
     content.choices = {Text(kFullCloud), Text(kThinnedCloud)};
-    content.choiceNote = Text(kThinnedTo1cm + scale);
+    content.choiceNote = ThinnedText(stepClass);
     content.groupCaption = Text(kSplitSize);
     content.groupRows = kSplitSizeRows;
     const auto addRow = [&](PlaneRow row, unsigned int id, const CString& widest) {
@@ -69,6 +68,11 @@ platform::RowWindowContent PlaneParamsContent(std::int32_t stepClass) {
     addButton(PlaneButton::Ok, Text(kOk), ButtonRole::Accept);
     addButton(PlaneButton::Cancel, Text(kCancel), ButtonRole::Cancel);
     return content;
+}
+
+CString ThinnedText(std::int32_t stepClass) {
+    return Text(kThinnedTo1cm +
+                static_cast<unsigned int>(std::clamp(stepClass, 0, kLastStepClass)));
 }
 
 CString MetresText(int position) {

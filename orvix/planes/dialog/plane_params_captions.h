@@ -12,6 +12,8 @@ namespace orvix::detail {
 /// thinned.
 platform::RowWindowContent PlaneParamsContent(std::int32_t stepClass);
 
+/// How far the thinned cloud is thinned.
+CString ThinnedText(std::int32_t stepClass);
 CString MetresText(int position);       ///< "3 m"
 CString DecimetresText(int position);   ///< "3 dcm"
 CString CentimetresText(int position);  ///< "3 cm"

@@ -18,6 +18,11 @@ struct ParameterSet {
 
 enum class WhichSet { Alive, Skeleton };
 
+/// The split size that suits the cloud. Settings of a project have four of its base steps for the
+/// alive set, as an import has it, and for the skeleton set that times the spacing of its points in
+/// spacings of all points, to the centimetre. Others have the default steps of their grid.
+double DefaultSplitSize(const PlaneWormSettings& settings, WhichSet which);
+
 /// Working copies of both parameter sets, one of them shown.
 ///
 ///     ParameterSets sets(settings);

@@ -105,6 +105,9 @@ public:
     [[nodiscard]] CString Trouble() const override { return trouble_; }
     void SetChoice(int entry) override;
     void SetRow(std::size_t row, int position, const CString& value) override;
+    void SetChoiceNote(const CString& text) override {
+        if (dialog_) choiceNote_->setText(Of(text));
+    }
     void SetGroupNote(const CString& text) override {
         if (dialog_) groupNote_->setText(Of(text));
     }
@@ -134,6 +137,7 @@ private:
     std::map<int, QPushButton*> buttons_;  // by id
     QLabel* choiceCaption_ = nullptr;
     QComboBox* choice_ = nullptr;
+    QLabel* choiceNote_ = nullptr;
     QLabel* groupNote_ = nullptr;
     QLabel* picture_ = nullptr;
 };
@@ -222,7 +226,9 @@ QLayout* QtWindow::BuildChoice(const RowWindowContent& content) {
     auto* const grid = new QGridLayout;
     grid->addWidget(choiceCaption_, 0, 0);
     grid->addWidget(choice_, 0, 1);
-    grid->addWidget(new QLabel(Of(content.choiceNote)), 1, 1);
+    choiceNote_ = new QLabel(Of(content.choiceNote));
+    choiceNote_->setMinimumSize(choiceNote_->sizeHint());
+    grid->addWidget(choiceNote_, 1, 1);
     grid->setColumnStretch(1, 1);
     return grid;
 }

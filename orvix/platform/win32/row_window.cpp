@@ -108,6 +108,7 @@ public:
         Send(kSliderControls + static_cast<int>(row), TBM_SETPOS, TRUE, position);
         Text(kValueControls + static_cast<int>(row), value);
     }
+    void SetChoiceNote(const CString& text) override { Text(kChoiceNoteControl, text); }
     void SetGroupNote(const CString& text) override { Text(kGroupNoteControl, text); }
     void EnableButton(int id, bool enabled) override;
     void ShowPicture(const WindowPicture& picture) override;

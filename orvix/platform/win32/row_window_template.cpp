@@ -144,7 +144,7 @@ void WriteTop(const RowWindowContent& content, const Layout& layout, Writer& out
              {2 * kMargin, 10, layout.Captions(), kTextHeight});
     out.Item(L"COMBOBOX", {}, kChoiceControl, {x, 8, kChoiceWidth, 80},
              CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP);
-    out.Text(content.choiceNote, kTextControl,
+    out.Text(content.choiceNote, kChoiceNoteControl,
              {x, 25, layout.Width() - kMargin - 1 - x, kTextHeight});
     const int top = 38;
     out.Item(L"BUTTON", content.groupCaption, kGroupControl,

@@ -15,6 +15,7 @@ inline constexpr int kGroupNoteControl = 1002;
 inline constexpr int kPictureControl = 1003;
 inline constexpr int kTextControl = 1004;  ///< texts that stay as they are
 inline constexpr int kGroupControl = 1005;
+inline constexpr int kChoiceNoteControl = 1006;
 /// One of each per row, the row's index added.
 inline constexpr int kCaptionControls = 1100;
 inline constexpr int kDownControls = 1200;

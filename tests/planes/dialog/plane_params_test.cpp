@@ -50,6 +50,7 @@ struct FakeWindow final : platform::RowWindow {
         positions.at(row) = position;
         values.at(row) = value;
     }
+    void SetChoiceNote(const CString& text) override { note = text; }
     void SetGroupNote(const CString& text) override { step = text; }
     void EnableButton(int id, bool enabled) override {
         if (id == static_cast<int>(PlaneButton::View)) view = enabled;
@@ -80,6 +81,7 @@ struct FakeWindow final : platform::RowWindow {
     int choice = -1;
     Positions positions{};
     std::array<CString, detail::kPlaneRows> values;
+    CString note;
     CString step;
     bool view = false;
     CString picture;
@@ -130,6 +132,20 @@ TEST_F(PlaneParamsTest, OpensWithTheSetInUseItsRangesAndItsTexts) {
         EXPECT_EQ(w.content.choiceNote, L"Thinned to 10 cm");
         EXPECT_TRUE(w.view);
     });
+}
+
+// BEHAVIOUR D12
+TEST_F(PlaneParamsTest, SaysHowFarTheCloudIsThinnedWhileThatOneIsChosen) {
+    settings->stepClass = 1;
+    Open([](FakeWindow& w) {
+        EXPECT_EQ(w.note, L"Thinned to 10 cm");
+        w.Choose(0);
+        EXPECT_EQ(w.note, L"");
+        w.Choose(1);
+        EXPECT_EQ(w.note, L"Thinned to 10 cm");
+        w.Choose(0);
+    });
+    Open([](FakeWindow& w) { EXPECT_EQ(w.note, L"") << "opened with the full cloud"; });
 }
 
 // BEHAVIOUR D1
@@ -367,6 +383,33 @@ TEST_F(PlaneParamsTest, DefaultRestoresTheSetShownAlone) {
         w.Press(PlaneButton::Default);
     });
     EXPECT_EQ(settings->skeletSplitSize, 0.18);
+}
+
+// BEHAVIOUR D7
+TEST_F(PlaneParamsTest, DefaultSuitsTheProjectsPoints) {
+    settings->project = std::make_shared<ProjectManager>();
+    settings->project->projectSettings.baseStep = 0.21;
+    settings->project->cloudHeader.pointCount = 100'000;
+    settings->project->cloudHeader.skeletonCount = 4'390;
+    SetAlive(3.0, 0.9, 400);
+    const auto useDefaults = [](FakeWindow& w) {
+        w.Choose(0);
+        w.Press(PlaneButton::Default);
+        w.Choose(1);
+        w.Press(PlaneButton::Default);
+    };
+    Open(useDefaults);
+    EXPECT_EQ(settings->aliveSplitSize, 4 * 0.21);
+    EXPECT_EQ(settings->skeletSplitSize, 4.01);
+    settings->project->cloudHeader.skeletonCount = 100'000;
+    Open(useDefaults);
+    EXPECT_EQ(settings->skeletSplitSize, 0.84);
+    settings->project->cloudHeader.skeletonCount = 1;
+    Open(useDefaults);
+    EXPECT_EQ(settings->skeletSplitSize, 10);
+    settings->project->cloudHeader = {};
+    Open(useDefaults);
+    EXPECT_EQ(settings->skeletSplitSize, 0.84) << "a head file that does not say";
 }
 
 // BEHAVIOUR D9
