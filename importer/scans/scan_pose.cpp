@@ -5,43 +5,37 @@
 #include <numbers>
 
 #include "orvix/geometry/sine_cosine.h"
+#include "orvix/geometry/vector.h"
 
 namespace orvix::importer {
 namespace {
 
-using Vector = std::array<double, 3>;
+using detail::Cross, detail::Dot, detail::Length, detail::Vector;
+using detail::operator-, detail::operator*, detail::operator/;
 
-double Dot(const Vector& a, const Vector& b) {
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-Vector Cross(const Vector& a, const Vector& b) {
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-std::optional<Vector> Unit(const Vector& v) {
-    const double length = std::sqrt(Dot(v, v));
+std::optional<Vector> DirectionOf(const Vector& v) {
+    const double length = Length(v);
     if (!std::isnormal(length)) return std::nullopt;
-    return Vector{v[0] / length, v[1] / length, v[2] / length};
+    return v / length;
 }
 
 // The largest of the four components is found first, so that none is divided by a small one.
 Quaternion QuaternionOf(const Vector& x, const Vector& y, const Vector& z) {
-    const double trace = x[0] + y[1] + z[2];
+    const double trace = x.x + y.y + z.z;
     if (trace > 0) {
         const double w = std::sqrt(trace + 1) / 2;
-        return {w, (y[2] - z[1]) / (4 * w), (z[0] - x[2]) / (4 * w), (x[1] - y[0]) / (4 * w)};
+        return {w, (y.z - z.y) / (4 * w), (z.x - x.z) / (4 * w), (x.y - y.x) / (4 * w)};
     }
-    if (x[0] >= y[1] && x[0] >= z[2]) {
-        const double a = std::sqrt(1 + x[0] - y[1] - z[2]) / 2;
-        return {(y[2] - z[1]) / (4 * a), a, (y[0] + x[1]) / (4 * a), (z[0] + x[2]) / (4 * a)};
+    if (x.x >= y.y && x.x >= z.z) {
+        const double a = std::sqrt(1 + x.x - y.y - z.z) / 2;
+        return {(y.z - z.y) / (4 * a), a, (y.x + x.y) / (4 * a), (z.x + x.z) / (4 * a)};
     }
-    if (y[1] >= z[2]) {
-        const double b = std::sqrt(1 + y[1] - x[0] - z[2]) / 2;
-        return {(z[0] - x[2]) / (4 * b), (y[0] + x[1]) / (4 * b), b, (z[1] + y[2]) / (4 * b)};
+    if (y.y >= z.z) {
+        const double b = std::sqrt(1 + y.y - x.x - z.z) / 2;
+        return {(z.x - x.z) / (4 * b), (y.x + x.y) / (4 * b), b, (z.y + y.z) / (4 * b)};
     }
-    const double c = std::sqrt(1 + z[2] - x[0] - y[1]) / 2;
-    return {(x[1] - y[0]) / (4 * c), (z[0] + x[2]) / (4 * c), (z[1] + y[2]) / (4 * c), c};
+    const double c = std::sqrt(1 + z.z - x.x - y.y) / 2;
+    return {(x.y - y.x) / (4 * c), (z.x + x.z) / (4 * c), (z.y + y.z) / (4 * c), c};
 }
 
 // The angle within 0 to pi / 2 whose tangent is sine / cosine, to the last bit the same on every
@@ -92,11 +86,10 @@ std::optional<AffineMap> MapOf(const ScanPose& pose) {
 std::optional<Quaternion> RotationOf(const AffineMap& map) {
     const auto& m = map.m;
     const Vector second{m[1], m[5], m[9]};
-    const auto x = Unit({m[0], m[4], m[8]});
+    const auto x = DirectionOf({m[0], m[4], m[8]});
     if (!x) return std::nullopt;
     const double along = Dot(*x, second);
-    const auto y = Unit(
-        {second[0] - along * (*x)[0], second[1] - along * (*x)[1], second[2] - along * (*x)[2]});
+    const auto y = DirectionOf(second - *x * along);
     if (!y) return std::nullopt;
     const Vector z = Cross(*x, *y);
     if (!(Dot(z, {m[2], m[6], m[10]}) > 0)) return std::nullopt;
@@ -106,11 +99,11 @@ std::optional<Quaternion> RotationOf(const AffineMap& map) {
 AxisAngle AxisAngleOf(const Quaternion& rotation) {
     Quaternion q = rotation;
     if (StartsNegative(q)) q = {-q.w, -q.x, -q.y, -q.z};
-    const auto axis = Unit({q.x, q.y, q.z});
+    const auto axis = DirectionOf({q.x, q.y, q.z});
     if (!axis) return {};
     const double sine = std::sqrt(q.x * q.x + q.y * q.y + q.z * q.z);
     // Adding zero turns negative zeros into positive ones.
-    return {{(*axis)[0] + 0.0, (*axis)[1] + 0.0, (*axis)[2] + 0.0}, 2 * AngleOf(sine, q.w)};
+    return {{axis->x + 0.0, axis->y + 0.0, axis->z + 0.0}, 2 * AngleOf(sine, q.w)};
 }
 
 }  // namespace orvix::importer

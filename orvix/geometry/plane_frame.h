@@ -6,10 +6,10 @@
 
 namespace orvix {
 
-/// The 2D frame of a plane a*x + b*y + c*z + d = 0: two unit axes in the plane, and the mapping of
+/// The 2D coordinates of a plane a*x + b*y + c*z + d = 0: two unit axes, and the mapping of
 /// positions to and from them.
 ///
-/// Outlines, bounds and constrained surfaces all speak these coordinates, so a ring of a
+/// Outlines, bounds and constrained surfaces all use these coordinates, so a ring of a
 /// FittedPlane's outline can be laid over the 2D positions of any other points of that plane.
 ///
 ///     const PlaneFrame frame(0, 0, 1, -2);                   // the plane z = 2

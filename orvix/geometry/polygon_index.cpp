@@ -67,7 +67,7 @@ void PolygonIndex::FillStrips() {
     }
 }
 
-// Never decreasing in y, whatever is rounded: an edge is listed in every strip a position of
+// Never decreasing in y, rounding included: an edge is listed in every strip a position of
 // its height can fall into.
 std::size_t PolygonIndex::StripOf(double y) const {
     const double strip = (y - box_.min.y) * stripsPerMetre_;

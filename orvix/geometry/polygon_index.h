@@ -10,19 +10,19 @@
 
 namespace orvix::detail {
 
-/// Answers whether 2D positions lie inside a set of rings, many times over.
+/// Decides whether 2D positions lie inside a set of rings, fast enough for millions of positions.
 ///
-/// The same answer as PointCloudGeometrics::isInPolygonCGAL for one simple ring, but at the cost of
-/// the few edges that share the position's height, not of all of them.
+/// Agrees with PointCloudGeometrics::isInPolygonCGAL for one simple ring, but looks only at the few
+/// edges that share the position's height.
 ///
 ///     const PolygonIndex index(plane.Outline());
 ///     if (index.Contains({s, t})) ...
 ///
 /// Shape      even-odd: a position is inside when it is surrounded by an odd number of rings, so
-///            holes and islands within holes need no marking, and a ring's direction is no matter.
+///            holes and islands within holes need no marking, and a ring may run either way.
 /// Boundaries a position on an edge or vertex is inside, decided by an exact predicate.
 /// Errors     a ring with a coordinate that is not finite is left out; nothing contains nothing.
-/// Threads    Contains may run side by side.
+/// Threads    const calls may run side by side.
 /// Cost       construction linear; Contains a few edges unless most of them are long and parallel.
 class PolygonIndex {
 public:

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "orvix/stats/division_costs.h"
-#include "orvix/stats/least_sums.h"
+#include "orvix/stats/min_sums.h"
 
 namespace orvix::detail {
 namespace {
@@ -12,13 +12,13 @@ namespace {
 constexpr double kEqualShare = 1e-12;  // BEHAVIOUR H9
 
 // The smallest of the positions that are equal to the best.
-std::size_t FirstOf(const LeastSums& sums, std::size_t length, std::size_t j, double tolerance) {
-    double least = sums.With(length, length, j);
+std::size_t FirstOf(const MinSums& sums, std::size_t length, std::size_t j, double tolerance) {
+    double min = sums.With(length, length, j);
     for (std::size_t first = 2; first < length; ++first) {
-        least = std::min(least, sums.With(first, length, j));
+        min = std::min(min, sums.With(first, length, j));
     }
     std::size_t first = 2;
-    while (first < length && !(sums.With(first, length, j) - least <= tolerance)) ++first;
+    while (first < length && !(sums.With(first, length, j) - min <= tolerance)) ++first;
     return first;
 }
 
@@ -29,7 +29,7 @@ std::vector<std::size_t> BinClasses(std::span<const double> values, std::span<co
     classes = std::min(classes, values.size());
     if (classes == 0) return {};
     const DivisionCosts costs(values, counts);
-    const LeastSums sums(costs, std::max<std::size_t>(classes, 2) - 1);
+    const MinSums sums(costs, std::max<std::size_t>(classes, 2) - 1);
     const double tolerance = kEqualShare * costs.Of(1, values.size());
     std::vector<std::size_t> firsts(classes, 0);
     std::size_t length = values.size();

@@ -7,9 +7,10 @@
 
 namespace orvix::detail {
 
-/// Divides the bins of a histogram into classes so that the squared distances of all counted values
-/// from their class's mean add up to the least: natural breaks of the whole population, where
-/// Mathematic::GetJenksBreaks takes a sample.
+/// Divides the bins of a histogram into natural classes: the sum of the squared distances of all
+/// counted values from the mean of their class is the smallest possible.
+///
+/// Choose it for the whole population; Mathematic::GetJenksBreaks classifies a sample.
 ///
 ///     const auto firsts = BinClasses(values, counts, 5);     // {0, 12, 40, 77, 130}
 ///     // class i: bins firsts[i] to firsts[i + 1] - 1
@@ -21,8 +22,8 @@ namespace orvix::detail {
 ///            on.
 /// Boundaries values ascend strictly and are finite, counts are above 0; no value, or no class, has
 ///            no classes.
-/// Cost       n log n a class for n bins, and 8 bytes a bin and class.
-/// Source     as LeastSums.
+/// Cost       n log n per class for n bins, and 8 bytes per bin and class.
+/// Source     as MinSums.
 std::vector<std::size_t> BinClasses(std::span<const double> values, std::span<const double> counts,
                                     std::size_t classes);
 

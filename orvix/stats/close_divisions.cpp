@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "orvix/stats/division_costs.h"
-#include "orvix/stats/least_sums.h"
+#include "orvix/stats/min_sums.h"
 #include "orvix/stats/running_deviation.h"
 
 namespace orvix::detail {
@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kLargestValue = 1e140;  // squares of more than this may overflow
 constexpr double kVanishing = 1e-300;    // more than what all squares lose that vanish
-constexpr std::size_t kMostValues = std::size_t{1} << 24;
+constexpr std::size_t kMaxValues = std::size_t{1} << 24;
 
 /// A number of first values, and the first positions of their last class that may be best. Once
 /// decided there is one position, and its sum.
@@ -28,7 +28,7 @@ struct Row {
 using Level = std::vector<Row>;
 
 bool Fits(std::span<const double> values) {
-    return values.size() < kMostValues && std::is_sorted(values.begin(), values.end()) &&
+    return values.size() < kMaxValues && std::is_sorted(values.begin(), values.end()) &&
            std::all_of(values.begin(), values.end(),
                        [](double value) { return std::abs(value) <= kLargestValue; });
 }
@@ -38,7 +38,7 @@ public:
     CloseDivisions(std::span<const double> values, std::size_t classes)
         : values_(values),
           costs_(values),
-          least_(costs_, classes - 1),
+          minSums_(costs_, classes - 1),
           levels_(classes + 1),
           effortLeft_(values.size() * (values.size() / 2 + 64)) {
         squares_.reserve(values.size() + 1);
@@ -91,23 +91,23 @@ private:
     /// How far a fast sum over `length` values can lie from the deciding one.
     [[nodiscard]] double MarginOf(std::size_t length) const {
         const auto roundings = static_cast<double>(3 * length + 5 + 2 * levels_.size());
-        return roundings * 0x1p-53 * 1.01 * squares_[length] + least_.MarginOf(levels_.size()) +
-               least_.RoundingMargin() + kVanishing;
+        return roundings * 0x1p-53 * 1.01 * squares_[length] + minSums_.MarginOf(levels_.size()) +
+               minSums_.RoundingMargin() + kVanishing;
     }
 
     /// The positions of a row, from `lowest` to `highest`, that come within `margin` of the best.
     void FindFirstsOf(Row& row, std::size_t j, std::size_t lowest, std::size_t highest,
                       double margin) const {
         const std::size_t last = std::min(highest, row.length);
-        const auto sum = [&](std::size_t first) { return least_.With(first, row.length, j); };
-        double least = std::numeric_limits<double>::infinity();
+        const auto sum = [&](std::size_t first) { return minSums_.With(first, row.length, j); };
+        double min = std::numeric_limits<double>::infinity();
         if (j < levels_.size() - 1) {
-            least = least_[j][row.length];
+            min = minSums_[j][row.length];
         } else {
-            for (std::size_t i = lowest; i <= last; ++i) least = std::min(least, sum(i));
+            for (std::size_t i = lowest; i <= last; ++i) min = std::min(min, sum(i));
         }
         for (std::size_t i = lowest; i <= last; ++i) {
-            if (sum(i) <= least + margin) row.firsts.push_back(i);
+            if (sum(i) <= min + margin) row.firsts.push_back(i);
         }
     }
 
@@ -168,7 +168,7 @@ private:
     // Of equal sums the smaller position.
     // BEHAVIOUR H8
     void DecideRow(Row& row, const Level& below) const {
-        double least = std::numeric_limits<double>::infinity();
+        double min = std::numeric_limits<double>::infinity();
         std::size_t best = 0;
         RunningDeviation deviation;
         std::size_t next = row.length;
@@ -177,17 +177,17 @@ private:
             for (; next >= first; --next) deviation.Add(values_[next - 1]);
             const double rest = first > 2 ? RowOf(below, first - 1).sum : 0.0;
             const double sum = deviation.Value() + rest;
-            if (!(least >= sum)) continue;
-            least = sum;
+            if (!(min >= sum)) continue;
+            min = sum;
             best = first;
         }
         row.firsts.assign(1, best);
-        row.sum = least;
+        row.sum = min;
     }
 
     std::span<const double> values_;
     DivisionCosts costs_;
-    LeastSums least_;
+    MinSums minSums_;
     std::vector<Level> levels_;  // by number of classes
     std::size_t effortLeft_;
     std::vector<double> squares_;  // of the first l values

@@ -7,8 +7,8 @@
 
 namespace orvix::detail {
 
-/// What a class of neighbouring values costs: the sum of the squared distances from their mean,
-/// each times its weight. Any stretch in a handful of operations.
+/// The costs of classes of neighbouring values: the sum of the squared distances from their mean,
+/// each times its weight. Any class takes a handful of operations.
 ///
 ///     const DivisionCosts costs(values);                     // or (values, weights)
 ///     costs.Of(3, 7);                                        // of the third to the seventh value
@@ -17,8 +17,8 @@ namespace orvix::detail {
 /// Boundaries the running sums are of the distances from the mean, in twice the precision,
 ///            so that a cost is exact to 2^-53 times 24 of ErrorScale(), as long as there are fewer
 ///            than 2^24 values and no square overflows or vanishes.
-/// Threads    any number may ask.
-/// Cost       40 bytes a value; about 3 ns an answer.
+/// Threads    const calls may run side by side.
+/// Cost       40 bytes per value; about 3 ns per call of Of.
 class DivisionCosts {
 public:
     explicit DivisionCosts(std::span<const double> values, std::span<const double> weights = {});

@@ -14,7 +14,7 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr std::size_t kLanes = 8;
 using Lanes = std::array<double, kLanes>;
 
-/// The least sums of the first l values in 1, 2, ... classes, row by row.
+/// The smallest sums of the first l values in 1, 2, ... classes, row by row.
 class SumRows {
 public:
     SumRows(std::span<const double> values, std::size_t classes)
@@ -27,14 +27,14 @@ public:
 
     /// The best first position of the last of `j` classes, j from 2.
     [[nodiscard]] std::size_t First(std::size_t l, std::size_t j) const {
-        double least = kInfinity;
+        double min = kInfinity;
         std::size_t best = 0;
         RunningDeviation deviation;
         for (std::size_t first = l; first >= 2; --first) {
             deviation.Add(values_[first - 1]);
             const double sum = deviation.Value() + sums_[(first - 1) * stride_ + j - 2];
-            if (!(least >= sum)) continue;
-            least = sum;
+            if (!(min >= sum)) continue;
+            min = sum;
             best = first;
         }
         return best;

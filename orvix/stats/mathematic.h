@@ -11,9 +11,9 @@ namespace orvix {
 
 /// Natural breaks, and small numeric helpers for hosts.
 ///
-/// Natural breaks divide sorted values into classes so that the squared distances of the values
-/// from their class's mean add up to the least. Draw a bounded sample from a histogram, then
-/// classify it; a few thousand values place the boundaries of a cloud of any size.
+/// Natural breaks divide sorted values into classes so that the sum of the squared distances of the
+/// values from the mean of their class is the smallest possible. Draw a bounded sample from a
+/// histogram, then classify it; a few thousand values place the boundaries of a cloud of any size.
 ///
 ///     std::vector<double> samples;
 ///     manager.ReadHistogram4Jenks(manager.zHist, &samples, 0.0, 8000, 0);
@@ -45,7 +45,7 @@ public:
     ///            values boundaries repeat. No value: every element is `lowerBound`. A negative
     ///            number of classes: none. Unsorted values, infinities and NaN go through the same
     ///            arithmetic.
-    /// Cost       docs/BENCHMARKS.md; 12 bytes a value and class, and one at least.
+    /// Cost       docs/BENCHMARKS.md; 12 bytes per value and class, for at least one class.
     /// Source     W. D. Fisher, "On grouping for maximum homogeneity", JASA 53 (1958).
     static std::vector<double> GetJenksBreaks(std::vector<double>& values, const int& classes,
                                               const double& lowerBound);

@@ -6,13 +6,13 @@
 
 namespace orvix::detail {
 
-/// Mathematic::GetJenksBreaks, which tells what it gives.
+/// The boundaries of natural classes, as Mathematic::GetJenksBreaks describes and returns them.
 ///
-/// Cost   of n sorted values in k classes n k log n as a rule: the divisions are found by fast sums
-///        with a bound on their error, and only those that the bound cannot tell apart are computed
-///        in the order of operations that decides. Where it can tell hardly any apart (fewer
-///        distinct values than classes, or distances between values that vanish beside the values),
-///        and for values that do not ascend, n^2 k / 2.
+/// Cost   n k log n for n sorted values in k classes, as a rule: fast sums with a bound on their
+///        error find the divisions, and only those closer than the bound are computed in the order
+///        of operations that decides. n^2 k / 2 where most are closer (fewer distinct values than
+///        classes, or distances between values that vanish beside the values), and for values that
+///        do not ascend.
 std::vector<double> NaturalBreaks(std::span<const double> values, int classes, double lowerBound);
 
 }  // namespace orvix::detail

@@ -5,12 +5,12 @@
 
 namespace orvix::detail {
 
-inline constexpr int kLargestDraw = 32'767;
+inline constexpr int kMaxDraw = 32'767;
 
-/// The next number of the C runtime's generator, brought to 0..32767 on every system by the top 15
-/// bits of its range: where rand() ends at 32767 that is the number itself. Whoever seeds the
-/// generator with srand() decides what is drawn, so a host repeats a sequence on the same system;
-/// another system's runtime draws other numbers.
+/// The next number of the C runtime's generator, brought to 0..32767: the top 15 bits of its range.
+///
+/// Where rand() ends at 32767 that is the number itself. A host that seeds the generator with
+/// srand() repeats a sequence on the same system; another system's runtime draws other numbers.
 int DrawOfRuntime();
 
 /// A generator of our own with the same range, for results that must be the same on every system.
@@ -21,7 +21,7 @@ public:
     explicit SeededDraws(std::uint32_t seed) : state_(seed) {}
     int operator()() {
         state_ = state_ * 214'013u + 2'531'011u;
-        return static_cast<int>(state_ >> 16 & kLargestDraw);
+        return static_cast<int>(state_ >> 16 & kMaxDraw);
     }
 
 private:

@@ -3,8 +3,9 @@
 
 namespace orvix::detail {
 
-/// The squared deviation of a growing class from its mean, by the running sums and in the order of
-/// operations that decide between divisions: every bit of it counts.
+/// The squared deviation of a growing class from its mean.
+///
+/// Divisions are decided on these sums, so every bit counts: keep the order of operations.
 class RunningDeviation {
 public:
     void Add(double value) {

@@ -23,7 +23,7 @@ using Kernel = CGAL::Epick;
 
 constexpr double kRadiusInEdges = 3;  // BEHAVIOUR F6
 constexpr double kVotingCells = 4096;
-constexpr std::size_t kMostVotes = 24;
+constexpr std::size_t kMaxVotes = 24;
 
 constexpr std::int32_t kOutside = -1;
 constexpr std::int32_t kUnlabelled = -2;
@@ -123,8 +123,8 @@ private:
 /// Keeps the leftmost, rightmost, lowest and highest site of each raster cell; of equal ones the
 /// one of the lowest rank.
 // BEHAVIOUR F8
-void Thin(Sites& sites, std::size_t mostPoints) {
-    const Raster raster(sites.positions, static_cast<double>(mostPoints) / 4);
+void Thin(Sites& sites, std::size_t maxPoints) {
+    const Raster raster(sites.positions, static_cast<double>(maxPoints) / 4);
     constexpr std::uint32_t kNone = UINT32_MAX;
     std::vector<std::array<std::uint32_t, 4>> extremes(raster.Size(), {kNone, kNone, kNone, kNone});
     const auto take = [](std::uint32_t& slot, std::uint32_t rank, bool better) {
@@ -206,7 +206,7 @@ double DeriveRadius(const Sites& sites, const Triangulation& triangulation) {
     std::size_t all = 0;
     for (Vote& vote : votes) {
         vote.length /= static_cast<double>(vote.count);
-        vote.count = std::min(vote.count, kMostVotes);
+        vote.count = std::min(vote.count, kMaxVotes);
         all += vote.count;
     }
     std::sort(votes.begin(), votes.end(),
@@ -386,7 +386,7 @@ PlaneOutline Assemble(const Sites& sites, std::vector<Loop> loops, double radius
 PlaneOutline BuildOutline(const std::vector<SimplePoint2DT<double>>& positions,
                           const OutlineOptions& options) {
     Sites sites = DistinctSites(positions);
-    if (sites.positions.size() > options.mostPoints) Thin(sites, options.mostPoints);
+    if (sites.positions.size() > options.maxPoints) Thin(sites, options.maxPoints);
     Triangulation triangulation;
     if (!Triangulate(sites, triangulation)) return {};
     const double radius = options.radius > 0 ? options.radius : DeriveRadius(sites, triangulation);

@@ -15,7 +15,7 @@ struct OutlineOptions {
     /// points.
     double radius = 0;
     /// Sets of more points than this are thinned first.
-    std::size_t mostPoints = 1'000'000;
+    std::size_t maxPoints = 1'000'000;
 };
 
 /// The concave outline of a planar point set, with holes and islands: its alpha shape.
@@ -23,8 +23,8 @@ struct OutlineOptions {
 ///     const PlaneOutline outline = BuildOutline(positions, {});
 ///
 /// The points are triangulated (Delaunay); a triangle belongs to the set when its circumscribed
-/// circle has at most the outline's radius, so a gap is whatever takes in a circle of that radius
-/// between the points. Unless given, the radius is three times the typical length of an edge:
+/// circle has at most the outline's radius, so a gap is a place between the points that takes in a
+/// circle of that radius. Unless given, the radius is three times the typical length of an edge:
 /// evenly or randomly spread points leave no gap inside, the wide step between the lines of a line
 /// scan counts, and a doorway of some seven point spacings is seen. Typical is a median by area, so
 /// that the dense patch under a scanner does not decide for the rest: in a raster of about 4096
@@ -34,9 +34,9 @@ struct OutlineOptions {
 /// encloses less than the radius squared is a speck or a pinhole and is left out, but for the
 /// largest region.
 ///
-/// Of more than `mostPoints` points only those that are leftmost, rightmost, lowest or highest in
+/// Of more than `maxPoints` points only those that are leftmost, rightmost, lowest or highest in
 /// their cell take part, in a raster of square cells of which the points' box holds a quarter of
-/// `mostPoints`: what is lost is finer than a cell, and a straight rim stays where it is.
+/// `maxPoints`: what is lost is finer than a cell, and a straight rim stays where it is.
 ///
 /// Order      a function of the set of positions: neither their order nor repeats matter. Of
 ///            several points at one position the ring names the first.

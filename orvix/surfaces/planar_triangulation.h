@@ -37,9 +37,10 @@ using PlanarHierarchy = CGAL::Triangulation_hierarchy_2<CGAL::Constrained_Delaun
     CGAL::Epick, PlanarStructure, CGAL::Exact_predicates_tag>>;
 }  // namespace detail
 
-/// The triangulation that PointCloudGeometrics builds: constrained Delaunay, exact predicates,
-/// constraints that cross meet in a new vertex, and a hierarchy that finds a point's place in
-/// logarithmic time whatever the order of insertion.
+/// The triangulation that PointCloudGeometrics builds: constrained Delaunay, by exact predicates.
+///
+/// Constraints that cross meet in a new vertex. A hierarchy finds a point's place in logarithmic
+/// time, in whichever order points are inserted.
 ///
 /// Include this header only where a triangulation is made or walked: it is costly to compile.
 ///

@@ -55,7 +55,7 @@ public:
     /// they are appended to `points` in the order in which the faces first meet them, each as its
     /// 2D position (s, t) with the signed distance of (s, t, 0) from the plane:
     /// x = s, y = t, z = (a*s + b*t + d) / |(a, b, c)|. So a caller who knows how many points there
-    /// were tells the new ones by their place and reads their 2D position without a frame;
+    /// were finds the new ones behind them and reads their 2D position without a frame;
     /// LiftPlanarVertices lays them on the plane for display.
     ///
     /// Boundaries `boundary` must not be null; with fewer than two points it changes nothing.

@@ -11,8 +11,9 @@
 
 namespace orvix {
 
-/// What turns the result of PointCloudGeometrics::ConstrainedSurface into a mesh of a plane with
-/// its outline and holes, ready for a file.
+/// Functions that make a plane's mesh, with its outline and holes, ready for a file.
+///
+/// They finish what PointCloudGeometrics::ConstrainedSurface begins.
 ///
 ///     auto points = plane.data();
 ///     const auto given = points.size();
@@ -40,7 +41,7 @@ ORVIX_API void LiftPlanarVertices(std::vector<SimplePointT<double>>& points,
 /// order. `points` are in 3D: lift appended ones first. A face of an outline's own points is wholly
 /// inside or wholly outside when its rings are edges of the mesh, which rings of a Delaunay
 /// triangulation's points are.
-/// Cost: n log n at most; a few edges a face.
+/// Cost: at most n log n; a few edges per face.
 ORVIX_API std::vector<int> FacesInsideOutline(const std::vector<SimplePointT<double>>& points,
                                               const std::vector<int>& faces,
                                               const PlaneFrame& frame, const PlaneOutline& outline);

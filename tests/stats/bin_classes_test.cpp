@@ -93,16 +93,16 @@ TEST(BinClasses, AreTheFirstOfTheBestOfAllDivisions) {
             }
             return sum;
         };
-        long double least = std::numeric_limits<long double>::infinity();
+        long double min = std::numeric_limits<long double>::infinity();
         ForEachDivision(count, classes, firsts,
-                        [&](const Firsts& division) { least = std::min(least, sumOf(division)); });
+                        [&](const Firsts& division) { min = std::min(min, sumOf(division)); });
         const long double tolerance = 1e-12L * DeviationOfClass(values, counts, 0, count);
         Firsts best;
         ForEachDivision(count, classes, firsts, [&](const Firsts& division) {
-            if (best.empty() && sumOf(division) <= least + tolerance) best = division;
+            if (best.empty() && sumOf(division) <= min + tolerance) best = division;
         });
         ASSERT_EQ(BinClasses(values, counts, classes), best) << "seed " << seed;
-        EXPECT_NEAR(DeviationOf(values, counts, best), static_cast<double>(least),
+        EXPECT_NEAR(DeviationOf(values, counts, best), static_cast<double>(min),
                     static_cast<double>(tolerance));
     }
 }

@@ -150,10 +150,10 @@ TEST(RandomDraw, OfTheRuntimeFillsFifteenBits) {
     int bits = 0;
     for (int i = 0; i < 10'000; ++i) {
         const int draw = detail::DrawOfRuntime();
-        ASSERT_TRUE(draw >= 0 && draw <= detail::kLargestDraw);
+        ASSERT_TRUE(draw >= 0 && draw <= detail::kMaxDraw);
         bits |= draw;
     }
-    EXPECT_EQ(bits, detail::kLargestDraw);
+    EXPECT_EQ(bits, detail::kMaxDraw);
 }
 
 // BEHAVIOUR H4

@@ -170,7 +170,7 @@ TEST(BuildOutline, ThinsLargeSetsToAboutTheSameOutline) {
     std::mt19937 random(10);
     const Positions positions = RandomRectangle(random, 40000, 4, 4);
     const PlaneOutline all = BuildOutline(positions, {});
-    const PlaneOutline thinned = BuildOutline(positions, {.mostPoints = 8000});
+    const PlaneOutline thinned = BuildOutline(positions, {.maxPoints = 8000});
     ASSERT_EQ(thinned.regions.size(), 1U);
     EXPECT_NEAR(thinned.area, all.area, 0.1);
     EXPECT_LE(thinned.regions[0].outer.points.size(), all.regions[0].outer.points.size());
@@ -184,7 +184,7 @@ TEST(BuildOutline, HasNoRegionForTooFewPointsOrPointsOnALine) {
     Positions line;
     for (int i = 0; i < 5000; ++i) line.push_back({double(i), 2.0 * i});
     EXPECT_TRUE(BuildOutline(line, {}).regions.empty());
-    EXPECT_TRUE(BuildOutline(line, {.mostPoints = 100}).regions.empty());
+    EXPECT_TRUE(BuildOutline(line, {.maxPoints = 100}).regions.empty());
     EXPECT_TRUE(BuildOutline({{NAN, 0}, {0, INFINITY}, {0, 0}, {1, 0}}, {}).regions.empty());
 }
 

@@ -38,7 +38,7 @@ Points OnPlane(std::mt19937& random, const Plane& plane, std::size_t count) {
     return points;
 }
 
-/// The corners of each face, least index first.
+/// The corners of each face, smallest index first.
 std::set<std::array<int, 3>> Triangles(const std::vector<int>& faces) {
     std::set<std::array<int, 3>> triangles;
     EXPECT_EQ(faces.size() % 4, 0U);

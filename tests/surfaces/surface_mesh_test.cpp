@@ -5,24 +5,21 @@
 
 #include <cmath>
 
+#include "orvix/geometry/vector.h"
 #include "orvix/surfaces/outline_builder.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 
 namespace orvix {
 namespace {
 
-using Point = SimplePointT<double>;
-
-Point Minus(const Point& p, const Point& q) {
-    return {p.x - q.x, p.y - q.y, p.z - q.z};
-}
+using detail::Cross, detail::Length, detail::operator-;
+using Point = detail::Vector;
 
 double MeshArea(const std::vector<Point>& points, const std::vector<int>& faces) {
     double area = 0;
     for (std::size_t f = 0; f < faces.size(); f += 4) {
-        const Point p = Minus(points[faces[f + 2]], points[faces[f + 1]]);
-        const Point q = Minus(points[faces[f + 3]], points[faces[f + 1]]);
-        area += std::hypot(p.y * q.z - p.z * q.y, p.z * q.x - p.x * q.z, p.x * q.y - p.y * q.x) / 2;
+        const Point& corner = points[faces[f + 1]];
+        area += Length(Cross(points[faces[f + 2]] - corner, points[faces[f + 3]] - corner)) / 2;
     }
     return area;
 }

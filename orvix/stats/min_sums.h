@@ -8,21 +8,25 @@
 
 namespace orvix::detail {
 
-/// The least sum of costs with which the first l of sorted values can be divided into j classes:
-/// `(*this)[j][l]`, for j from 1 and l from 1. A single value costs nothing, whatever j is.
+/// The smallest sums of costs with which the first l of sorted values divide into j classes.
 ///
-/// Boundaries sums are those of divisions, so none is too small but by rounding; none is larger
-///            than the least by more than MarginOf() a class. The values must ascend.
-/// Cost       n log n a class, 8 bytes a value and class.
+///     const MinSums sums(costs, 4);
+///     sums[3][100];                  // the first 100 values in 3 classes
+///     sums.With(80, 100, 3);         // the same, the third class being values 80 to 100
+///
+/// Shape      j and l count from 1. A single value costs nothing, for every j.
+/// Boundaries each sum is that of a division, so only rounding can make it too small; it is larger
+///            than the smallest by no more than MarginOf(j). The values must ascend.
+/// Cost       n log n per class, 8 bytes per value and class.
 /// Source     X. Wu, "Optimal quantization by matrix searching", J. Algorithms 12 (1991): costs of
 ///            sorted values fulfil the quadrangle inequality, so that best first positions ascend
 ///            with l, and halving the rows halves the positions to try.
-class LeastSums {
+class MinSums {
 public:
-    LeastSums(const DivisionCosts& costs, std::size_t classes);
+    MinSums(const DivisionCosts& costs, std::size_t classes);
 
     [[nodiscard]] const std::vector<double>& operator[](std::size_t j) const { return columns_[j]; }
-    /// The sum with `first` as the last class's first position, from 2 to l; j is 2 at least.
+    /// The sum with `first` as the last class's first position, from 2 to l; j is at least 2.
     [[nodiscard]] double With(std::size_t first, std::size_t l, std::size_t j) const {
         return costs_->Of(first, l) + columns_[j - 1][first - 1];
     }
