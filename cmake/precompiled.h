@@ -3,7 +3,6 @@
 // A source still names what it uses; this file only saves time.
 #pragma once
 
-#include <fmt/format.h>
 #include <tl/expected.hpp>
 
 #include <algorithm>
@@ -31,3 +30,13 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+// {fmt} would optimise itself in a build that does not. GCC keeps that of a header read once, and
+// headers that come after it would take the build for an optimised one.
+#ifndef __OPTIMIZE__
+#define __OPTIMIZE__ 1
+#include <fmt/format.h>
+#undef __OPTIMIZE__
+#else
+#include <fmt/format.h>
+#endif
