@@ -93,8 +93,8 @@ struct PlaneParamsTest : testing::Test {
 
     /// Opens the dialog, lets the script use it, and presses OK when the script has not closed it.
     int Open(const FakeWindow::Script& script,
-             const std::function<void(PlaneParams&)>& prepare = {}, double least = 0) {
-        PlaneParams dialog(settings, true, least, nullptr);
+             const std::function<void(PlaneParams&)>& prepare = {}, double minSplitSize = 0) {
+        PlaneParams dialog(settings, true, minSplitSize, nullptr);
         if (prepare) prepare(dialog);
         dialog.UseWindow(std::make_unique<FakeWindow>([&](FakeWindow& window) {
             script(window);
@@ -310,11 +310,11 @@ TEST_F(PlaneParamsTest, ACellHasAnEdge) {
         EXPECT_EQ(w.step, L"Step: 0.29 m");
     };
     Open(raise, {}, 0.29);
-    EXPECT_EQ(settings->splitSize, detail::SplitSizeOf(29)) << "the least size that was given";
-    for (const double least : {std::numeric_limits<double>::quiet_NaN(), -1.0, 1e300}) {
+    EXPECT_EQ(settings->splitSize, detail::SplitSizeOf(29)) << "the smallest size that was given";
+    for (const double smallest : {std::numeric_limits<double>::quiet_NaN(), -1.0, 1e300}) {
         SetAlive(5.0);
-        Open([](FakeWindow& w) { w.Step(PlaneRow::Metres, SliderStep::Down); }, {}, least);
-        EXPECT_EQ(settings->splitSize, least > 0 ? 10.0 : 4.0);
+        Open([](FakeWindow& w) { w.Step(PlaneRow::Metres, SliderStep::Down); }, {}, smallest);
+        EXPECT_EQ(settings->splitSize, smallest > 0 ? 10.0 : 4.0);
     }
 }
 

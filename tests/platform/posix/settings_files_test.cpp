@@ -49,8 +49,8 @@ void Count(const wchar_t* text) {
         refused = !QuerySetting(root, L"k", L"n") && !StoreSetting(root, L"k", L"n", 1, {}) &&
                   !RemoveSetting(root, L"k", L"n") && ListSettings(root, L"").empty() && refused;
     }
-    const bool told = messages == 0 || lastMessage.find(word) != CString::npos;
-    std::_Exit(refused && told && messages == expected ? 0 : 1);
+    const bool named = messages == 0 || lastMessage.find(word) != CString::npos;
+    std::_Exit(refused && named && messages == expected ? 0 : 1);
 }
 
 // BEHAVIOUR U5
