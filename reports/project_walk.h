@@ -25,14 +25,15 @@ struct WalkReport {
     double seconds = 0;
 };
 
-/// Told the share of the points done (0 to 1) and the points read so far at the 1000 cm level;
-/// false cancels.
+/// Called with the share of the points done (0 to 1) and the points read so far at the 1000 cm
+/// level; false cancels.
 using WalkCallback = std::function<bool(double fraction, std::uint64_t points)>;
 
-/// Walks a whole project the way a host does: ProjectManager::Open, CProjectCore with its paths,
-/// then every 1000 cm cell, its 100 cm cells and their 10 cm cells through CIndexReader, reading
-/// each cell's points through CAlivePointReader. Every level reads its points on its own, so a
-/// level that loses, doubles or changes a point shows in its sum.
+/// Walks a whole project the way a host does: the point files through CProjectCore, then every
+/// 1000 cm cell, its 100 cm cells and their 10 cm cells through CIndexReader, reading each cell's
+/// points through CAlivePointReader. Opening goes through OpenProject, which creates nothing. Every
+/// level reads its points on its own, so a level that loses, doubles or changes a point shows in
+/// its sum.
 ///
 /// Errors   Failure where the project cannot be opened. Damaged, with the index file, the cell and
 ///          the numbers, where an entry leads outside the file it counts or not to the entry or

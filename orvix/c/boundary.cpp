@@ -65,11 +65,11 @@ tl::unexpected<Refusal> Refuse(const Error& error) {
     return Refuse(StatusOf(error.code), error.message);
 }
 
-orvix_status Tell(orvix_error* error, orvix_status status, const std::string& text) noexcept {
+orvix_status FillError(orvix_error* error, orvix_status status, const std::string& text) noexcept {
     return Put(error, status, text.data(), text.size());
 }
 
-orvix_status TellException(orvix_error* error) noexcept {
+orvix_status FillFromException(orvix_error* error) noexcept {
     const auto put = [error](orvix_status status, const char* text) {
         return Put(error, status, text, std::strlen(text));
     };

@@ -30,10 +30,10 @@ inline tl::unexpected<Refusal> Refuse(orvix_status status, std::string text) {
 tl::unexpected<Refusal> Refuse(const Error& error);
 
 /// Puts status and text into the caller's struct, as far as that reaches; returns the status.
-orvix_status Tell(orvix_error* error, orvix_status status, const std::string& text) noexcept;
+orvix_status FillError(orvix_error* error, orvix_status status, const std::string& text) noexcept;
 
 /// The same for the exception that is being handled.
-orvix_status TellException(orvix_error* error) noexcept;
+orvix_status FillFromException(orvix_error* error) noexcept;
 
 /// Runs the body of one call. Nothing that it throws gets out.
 ///
@@ -42,9 +42,9 @@ template <class Body>
 orvix_status Answered(orvix_error* error, Body body) noexcept {
     try {
         const Answer answer = body();
-        return answer ? ORVIX_OK : Tell(error, answer.error().status, answer.error().text);
+        return answer ? ORVIX_OK : FillError(error, answer.error().status, answer.error().text);
     } catch (...) {
-        return TellException(error);
+        return FillFromException(error);
     }
 }
 
@@ -88,8 +88,8 @@ Answer Give(const Struct& filled, Struct* out, const char* name) {
     return {};
 }
 
-/// The rule for lists: tells the number, and whether the caller's array is to be filled. False:
-/// only the number was asked for.
+/// The rule for lists: puts the number of items into `count`, and returns whether the caller's
+/// array is to be filled. False: only the number was asked for.
 tl::expected<bool, Refusal> Fits(std::uint64_t items, const void* array, std::uint64_t capacity,
                                  std::uint64_t* count, const char* things);
 

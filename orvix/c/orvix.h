@@ -28,7 +28,7 @@
 //            ORVIX_UNSUPPORTED. Of an output, no byte beyond `size` is written, and bytes that the
 //            library does not know become zero. The other structs are records of the project's
 //            files, laid out in memory as on disk; they never change.
-// Lists      a call that fills a caller's array takes its capacity and tells in `count` how many
+// Lists      a call that fills a caller's array takes its capacity and says in `count` how many
 //            items there are. With a smaller capacity it writes none and answers ORVIX_TOO_SMALL;
 //            a null array with capacity 0 asks for the number alone and succeeds.
 // Errors     every call that can fail answers a status, and on failure fills `error` (null: not
@@ -55,7 +55,7 @@
 #include <stdint.h>
 
 // What this header describes. A library of the same major and an equal or higher minor version
-// serves a host; `orvix_interface_version` tells the library's.
+// serves a host; `orvix_interface_version` returns the library's.
 #define ORVIX_C_MAJOR 1
 #define ORVIX_C_MINOR 0
 
@@ -173,7 +173,7 @@ typedef struct orvix_project_info {
     uint8_t reserved[4];
 } orvix_project_info;
 
-// What `orvix info` tells, as it was when the project was opened.
+// What `orvix info` reports, as it was when the project was opened.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_get_info(const orvix_project* project,
                                                              orvix_project_info* info,
                                                              orvix_error* error);
@@ -212,7 +212,7 @@ enum { ORVIX_STATION_POSITION = 1, ORVIX_STATION_INTENSITIES = 2 };
 
 typedef struct orvix_station_info {
     uint32_t size;
-    uint32_t known;      // ORVIX_STATION_ bits: what the project tells of the station
+    uint32_t known;      // ORVIX_STATION_ bits: what the project knows of the station
     double position[3];  // local
     double rotation[9];  // row by row; the identity where the project has none
     int32_t lowest_intensity;
@@ -227,7 +227,7 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_get_station(const orvix_proj
 
 // ---- Records of the project's files ---------------------------------------------------------
 
-// A point: a record of Grid.pts, local coordinates. docs/FORMAT.md tells the attributes. The DCLC
+// A point: a record of Grid.pts, local coordinates. docs/FORMAT.md shows the attributes. The DCLC
 // pair is the host's own.
 typedef struct orvix_point {
     float x;
@@ -324,7 +324,7 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_cell_at(const orvix_project* project
 
 // Points `first` to `first + count - 1` into the caller's array, with one copy.
 // Errors  BAD_ARGUMENT: beyond the last point.
-// Cost    one read of the file into the array, whatever `count` is; no other memory.
+// Cost    one read of the file into the array for any `count`; no other memory.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_read(const orvix_project* project,
                                                         uint64_t first, uint64_t count,
                                                         orvix_point* points, orvix_error* error);
@@ -353,7 +353,7 @@ ORVIX_C_API void ORVIX_C_CALL orvix_view_close(orvix_view* view);
 
 // Changes the DCLC pairs of points in place, in the file; readers and views see it at once. The
 // skeleton's pairs stay. Precondition: opened with ORVIX_READ_WRITE, else BAD_ARGUMENT.
-// Cost  one mapping for each 8 MiB of points, and one a call at least: hand over runs.
+// Cost  one mapping for each 8 MiB of points, and one per call at least: hand over runs.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_write_dclc(orvix_project* project,
                                                               uint64_t first, uint64_t count,
                                                               const orvix_dclc* values,

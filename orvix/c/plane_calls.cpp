@@ -19,7 +19,7 @@
 using namespace orvix;
 using namespace orvix::detail;
 
-/// A grown plane with the frame in which it is told.
+/// A grown plane with the frame in which it is reported.
 struct orvix_plane {
     detail::SeedPlane grown;
     detail::LocalToWorld frame;

@@ -15,7 +15,7 @@ using namespace orvix::detail;
 
 namespace {
 
-constexpr std::uint32_t kMostInt = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint32_t kMaxInt = std::numeric_limits<std::int32_t>::max();
 
 // Told apart from `values`' order: a value that is no number has no place in it.
 bool Ascend(const std::vector<double>& values) {
@@ -35,7 +35,7 @@ orvix_status orvix_histogram_sample(const orvix_project* project, int32_t which,
         if (which != ORVIX_HISTOGRAM_INTENSITY && which != ORVIX_HISTOGRAM_HEIGHT) {
             return Refuse(ORVIX_BAD_ARGUMENT, fmt::format("there is no histogram {}", which));
         }
-        if (sample_count > kMostInt) {
+        if (sample_count > kMaxInt) {
             return Refuse(ORVIX_BAD_ARGUMENT, fmt::format("{} samples are too many", sample_count));
         }
         if (auto fill = Fits(sample_count, samples, capacity, count, "samples"); !fill) {
@@ -59,7 +59,7 @@ orvix_status orvix_natural_breaks(const double* values, uint64_t count, uint32_t
         if (count > 0) {
             if (auto there = RequirePointer(values, "values"); !there) return there;
         }
-        if (classes == 0 || classes >= kMostInt) {
+        if (classes == 0 || classes >= kMaxInt) {
             return Refuse(ORVIX_BAD_ARGUMENT, fmt::format("{} classes cannot be made", classes));
         }
         const auto fill =

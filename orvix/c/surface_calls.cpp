@@ -34,14 +34,14 @@ static_assert(sizeof(Vector) == 3 * sizeof(double));
 static_assert(sizeof(Triangle) == 3 * sizeof(std::uint32_t));
 
 // Faces and neighbours name points by ints.
-constexpr std::uint64_t kMostPoints = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint64_t kMaxPoints = std::numeric_limits<std::int32_t>::max();
 constexpr std::uint64_t kPositionBytes = 3 * sizeof(float);
 
 Answer RequireCountable(std::uint64_t count) {
-    if (count <= kMostPoints) return {};
+    if (count <= kMaxPoints) return {};
     return Refuse(
         ORVIX_BAD_ARGUMENT,
-        fmt::format("{} points are too many for one call; it takes {}", count, kMostPoints));
+        fmt::format("{} points are too many for one call; it takes {}", count, kMaxPoints));
 }
 
 tl::expected<std::vector<Vector>, Refusal> Positions(const double* xyz, std::uint64_t count,
@@ -127,7 +127,7 @@ orvix_status orvix_mesh_read(const orvix_mesh* mesh, double* xyz, uint64_t point
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
         const detail::TriangleMesh& made = mesh->mesh;
-        // Both numbers are told whether or not either list fits.
+        // Both numbers are reported whether or not either list fits.
         const auto fillPoints = Fits(made.points.size(), xyz, point_capacity, points, "points");
         const auto fillTriangles =
             Fits(made.triangles.size(), triangles, triangle_capacity, triangle_count, "triangles");
@@ -154,7 +154,7 @@ orvix_status orvix_neighbours_open(const void* points, uint64_t count, uint64_t 
         if (count > 0) {
             if (auto there = RequirePointer(points, "points"); !there) return there;
         }
-        if (stride < kPositionBytes || stride > kMostPoints) {
+        if (stride < kPositionBytes || stride > kMaxPoints) {
             return Refuse(ORVIX_BAD_ARGUMENT,
                           fmt::format("a stride of {} bytes; three floats take 12", stride));
         }

@@ -20,7 +20,7 @@ std::uint64_t GranuleStart(std::uint64_t position) {
 }
 
 /// The most records whose bytes, and the granule they begin in, count in 64 bits.
-constexpr std::uint64_t kMostRecords =
+constexpr std::uint64_t kMaxRecords =
     (std::numeric_limits<std::uint64_t>::max() - platform::kMappingGranularity) / kAlivePointBytes;
 
 /// Positions are multiples of 24 and views start on pages, so records are aligned for their
@@ -152,7 +152,7 @@ void CAlivePointReader::InitView(reader_vars& rv) {
 void CAlivePointReader::ReadIndexPoints(std::uint64_t first, std::uint32_t count,
                                         std::vector<CCloudPoint<float>>& out) {
     const std::uint64_t position = first * kAlivePointBytes;
-    if (first > kMostRecords || !MapRun(position, count * kAlivePointBytes)) {
+    if (first > kMaxRecords || !MapRun(position, count * kAlivePointBytes)) {
         platform::ReportError(L"ReadIndexPoints  ERROR");
         return;
     }
@@ -232,11 +232,11 @@ void CAlivePointReader::ReadIndexesPts(std::vector<CCloudPoint<float>>& out, Run
     // the first is a distance that no file has.
     for (RunIterator run = first; run != last; ++run) {
         const std::uint64_t distance = run->offset - first->offset;
-        span = std::max(span, std::min(distance, kMostRecords) + run->count);
+        span = std::max(span, std::min(distance, kMaxRecords) + run->count);
     }
     const std::uint64_t position = first->offset * kAlivePointBytes;
     const std::uint64_t place = position % kGranuleBytes;
-    const bool countable = first->offset <= kMostRecords && span <= kMostRecords;
+    const bool countable = first->offset <= kMaxRecords && span <= kMaxRecords;
     const BatchView view(countable ? platform::MapFileView(aliveFile_.mapping, platform::kViewRead,
                                                            position - place,
                                                            place + span * kAlivePointBytes)

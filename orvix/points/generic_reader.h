@@ -17,8 +17,9 @@ namespace orvix {
 ///     for (bool more = true; more; file.Step()) {
 ///         std::uint64_t at = 0;
 ///         more = file.ReadChunk(at);
-///         for (std::uint64_t i = 0; i < file.recordsInView; ++i, at += 24) Use(file.chunkView +
-///         at); Show(file.Progress());
+///         for (std::uint64_t i = 0; i < file.recordsInView; ++i, at += 24)
+///             Use(file.chunkView + at);
+///         Show(file.Progress());
 ///     }
 ///
 /// Units      positions and sizes in bytes, progress in percent of the chunks.
@@ -32,7 +33,7 @@ namespace orvix {
 /// Lifetime   owns file, mapping and chunk view. A single-record view is the caller's: it stays
 ///            until `FreePoint` or the next `ReadPoint`, even beyond the reader's life.
 /// Threads    one thread per reader.
-/// Cost       no allocation; one map and one unmap a chunk.
+/// Cost       no allocation; one map and one unmap per chunk.
 class ORVIX_API GenericReader {
 public:
     static constexpr std::uint64_t kChunkBytes = 8'388'608;

@@ -10,7 +10,7 @@
 
 namespace orvix {
 
-/// Tells whether an integer grid cell stands in a cell list file, and at which place.
+/// Finds the place of an integer grid cell in a cell list file.
 ///
 /// The file (a project's index_hash) is an array of 64-bit keys. A key numbers the cells of the box
 /// from `min` to `max`, x fastest, then y, then z. Use it for single questions; whoever visits all
@@ -31,7 +31,7 @@ namespace orvix {
 ///            Allocation failures propagate.
 /// Lifetime   a value: the file is read once, by the constructor.
 /// Threads    any number of readers; `Find` changes nothing.
-/// Cost       8 bytes a key; a search compares keys one after another, a billion a second.
+/// Cost       8 bytes per key; a search compares keys one after another, a billion a second.
 class ORVIX_API CIndexHashReader {
 public:
     CIndexHashReader(const CString& path, const SimplePointT<float>& min,

@@ -29,7 +29,7 @@ namespace orvix {
 /// Units      cell coordinates count cells of their own level; 10 cm ones are bytes inside the
 ///            100 cm cell; offsets and counts are records.
 /// Order      as stored.
-/// Boundaries a read's result tells whether another entry follows, not whether one was read: the
+/// Boundaries a read returns whether another entry follows, not whether one was read: the
 ///            call that hands out the last entry returns false, and that entry is valid; a call
 ///            after the false reads nothing and returns false again. A view without a whole entry
 ///            hands out entries that do not exist, returning true for ever: in an empty file, from

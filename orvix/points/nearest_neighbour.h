@@ -36,8 +36,7 @@ namespace orvix {
 /// Threads    `Find` belongs to one thread per object; const queries to any number of threads.
 ///            Objects share nothing.
 /// Cost       building n log n (1 M points in under half a second); a query log n plus what it
-/// finds,
-///            sorted.
+///            finds, sorted.
 /// Source     kd-tree of nanoflann (M. Muja, D. Lowe, J. L. Blanco).
 class ORVIX_API CNearestNeighbour {
 public:

@@ -8,7 +8,7 @@
 namespace orvix::detail {
 
 /// A 64-bit hash of one alive record's 24 bytes. Sums of it modulo 2^64 compare sets of points
-/// without regard to their order: an import tells the sum of what it decoded, a walk the sum of
+/// without regard to their order: an import reports the sum of what it decoded, a walk the sum of
 /// what it read back, and the two agree when no point was lost, doubled or changed.
 ///
 /// Order   the sum is the same in any order, so it can be formed in parallel.

@@ -17,7 +17,7 @@ namespace orvix {
 ///
 /// Units      metres, in the project's own frame.
 /// Boundaries `ProjectManager::GetCloudHeader` zeroes `reserved72` and `stationCount` before it
-///            reads, so a head file too short to hold them tells no station; the other fields of
+///            reads, so a head file too short to hold them counts no station; the other fields of
 ///            a short file keep what the record held before.
 /// Errors     a head file that cannot be opened sets every bit of `pointCount`: `IsAbsent`.
 struct CLOUD_HEADER {

@@ -17,7 +17,7 @@ Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project)
 std::unique_ptr<OpenProject> OpenProject::Load(const CString& project) {
     std::unique_ptr<OpenProject> loaded(new OpenProject);
     ProjectManager& manager = loaded->manager_;
-    detail::BuildPaths(manager, project);
+    BuildPaths(manager, project);
     manager.GetProjectSettings(&manager.projectSettings);
     manager.GetCloudHeader(&manager.cloudHeader);
     loaded->core_.Open(manager.gridSkeletCoordPts, manager.gridSkeletDataPts, manager.gridPts,

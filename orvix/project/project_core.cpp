@@ -13,7 +13,7 @@ namespace {
 
 using platform::FileAccess;
 
-// An invalid handle has no size, whatever an earlier file of that place had.
+// An invalid handle has no size, even where an earlier file had one.
 std::uint64_t SizeOrZero(void* file) {
     std::uint64_t size = 0;
     platform::SizeOf(file, size);

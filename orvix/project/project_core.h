@@ -19,9 +19,9 @@ enum class FileAccess;
 /// How finely a project's skeleton is thinned.
 enum class ProjectType : std::int32_t { OneCentimetre, TenCentimetres, OneMetre, Other };
 
-/// The light, path-driven view of a project's three core point files: alive points, skeleton
-/// coordinates and skeleton data. It opens and maps them, counts their points and hands out
-/// readers over the mappings. `ProjectManager` knows the paths:
+/// Opens a project's three core point files by path: alive points, skeleton coordinates and
+/// skeleton data. It maps them, counts their points and returns readers over the mappings.
+/// `ProjectManager` knows the paths:
 ///
 ///     const ProjectManager& m = manager;
 ///     orvix::CProjectCore core;
@@ -44,7 +44,7 @@ enum class ProjectType : std::int32_t { OneCentimetre, TenCentimetres, OneMetre,
 /// Lifetime   a plain value: copies carry the same raw handles, and the destructor closes none;
 ///            the owner calls `Close`, once. Readers borrow the mappings and end before it.
 /// Threads    one thread per core; its read-only mappings serve any number of readers.
-/// Cost       no file is read: opening maps three files, whatever their sizes.
+/// Cost       no file is read: opening maps three files of any size.
 class ORVIX_API CProjectCore {
 public:
     /// Stores the paths and the LAS scale code (2, 3 or 5) and sets the two flags; opens nothing.

@@ -12,8 +12,6 @@ namespace orvix::detail {
 
 namespace {
 
-using detail::SettingsRecord;
-
 // BEHAVIOUR C1
 Expected<void> RequireFile(const CString& path) {
     if (path.empty()) return Fail(ErrorCode::BadInput, "the project's name is empty");
@@ -31,7 +29,7 @@ Expected<void> RequireFile(const CString& path) {
 
 Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecord cut) {
     ProjectManager paths;
-    detail::BuildPaths(paths, path);
+    BuildPaths(paths, path);
     const bool hasFolder = platform::IsFolder(paths.projectFilesFolder);
     // BEHAVIOUR C2
     if (record == SettingsRecord::Foreign || (record == SettingsRecord::Cut && !hasFolder))
@@ -60,7 +58,7 @@ std::string Shown(const CString& path) {
 Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
     const CString path = platform::FromUtf8(argument);
     if (auto there = RequireFile(path); !there) return ErrorOf(there);
-    const auto record = detail::ExamineSettingsFile(path);
+    const auto record = ExamineSettingsFile(path);
     if (!record) return ErrorOf(record);
     if (auto whole = RequireParts(path, *record, cut); !whole) return ErrorOf(whole);
     return path;

@@ -14,9 +14,9 @@ enum class CutRecord { Refused, Taken };
 
 /// Turns the path that a user typed into the path of a project file that is there.
 ///
-/// Opening a project through ProjectManager makes its folders first and looks for its files
-/// second, as a host that creates projects wants it. The command looks first: a mistyped name ends
-/// in a sentence and leaves nothing behind, and nothing but a project is ever destroyed.
+/// Choose it before ProjectManager::Open, which makes folders first and looks for files second, as
+/// a host that creates projects wants it. The command looks first: a mistyped name ends in a
+/// sentence and leaves nothing behind, and nothing but a project is ever destroyed.
 ///
 /// Errors   BadInput for nothing there, a folder, or a file that is no settings record of a known
 ///          version; Failure for a file that this user may not read; Damaged for a project file

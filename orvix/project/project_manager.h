@@ -22,9 +22,9 @@ class CAlivePointReader;
 /// Eigen::Transform<double, 3, Eigen::Affine>, or Eigen::Affine3d.
 using ScanRotation = Eigen::Transform<double, 3, 2, 0>;
 
-/// The facade through which a host reaches a point-cloud project: one project file chosen by the
-/// user, and beside it the project-files folder with the converted points, the grid indexes, the
-/// skeleton, histograms and view files (docs/FORMAT.md draws the tree).
+/// A host's way to a point-cloud project: the project file that the user chose, and beside it the
+/// project-files folder with the converted points, the grid indexes, the skeleton, histograms and
+/// view files (docs/FORMAT.md draws the tree).
 ///
 ///     orvix::ProjectManager manager;
 ///     if (!manager.Open(L"scan.prj")) return Report(manager.errorText);
@@ -43,7 +43,7 @@ using ScanRotation = Eigen::Transform<double, 3, 2, 0>;
 /// Boundaries a project file `a/scan.prj` has the folder `a/scan_Project_Files`; one without an
 ///            extension appends to its whole name. A text file Index/network moves every grid and
 ///            skeleton file and the stations to the folder that its last line names.
-/// Errors     a false result; `errorText` tells a missing file (text 1370) from a read-only one
+/// Errors     a false result; `errorText` says that a file is missing (text 1370) or read-only
 ///            (text 1366), and keeps the last failure until the next. Deleting files, creating
 ///            folders and writing records ignore their failures.
 /// Lifetime   a plain value: copies share the reader and carry the same raw handles, so only one
@@ -52,7 +52,7 @@ using ScanRotation = Eigen::Transform<double, 3, 2, 0>;
 ///            Readers end before the files are closed.
 /// Threads    one thread at a time.
 /// Cost       `Set` creates up to twelve folders and reads three small files; `Open` maps
-///            Grid.pts whatever its size and reads none of it.
+///            Grid.pts at any size and reads none of it.
 class ORVIX_API ProjectManager {
 public:
     ProjectManager();
@@ -80,8 +80,8 @@ public:
     void Destroy();
     /// Removes the project's folders where they are empty; Data stays.
     void EraseDirs();
-    /// True when `folder` holds no Index/GridSkelet.pcg; otherwise deletes that file and tells
-    /// whether that succeeded.
+    /// True when `folder` holds no Index/GridSkelet.pcg; otherwise deletes that file and
+    /// returns whether that succeeded.
     bool CanOverwrite(const CString& folder);
     /// The project-files folder's "Recap", which this class neither makes nor removes.
     CString GetRecapFolder() const;
@@ -89,7 +89,7 @@ public:
     /// Null when memory is short.
     CAlivePointReader* CreateAliveReader();
 
-    /// Reads the head file into `header`; CLOUD_HEADER tells what a missing or short file leaves.
+    /// Reads the head file into `header`; CLOUD_HEADER says what a missing or short file leaves.
     void GetCloudHeader(CLOUD_HEADER* header);
     /// Replaces the head file; the cached header stays as it was.
     void SetCloudHeader(const CLOUD_HEADER* header);
@@ -106,7 +106,8 @@ public:
     /// outputs untouched, when the file cannot be opened; values that a short file lacks keep what
     /// they were, and the result is true.
     bool GetScanPosition(const int& station, double& x, double& y, double& z);
-    /// The lowest and highest intensity of a station's points, from station_N.intens, likewise.
+    /// The lowest and highest intensity of a station's points, from station_N.intens. A missing or
+    /// short file is taken as that of a position is.
     bool GetScanIntensityRanges(const int& station, std::int16_t& lowest, std::int16_t& highest);
     /// A station's orientation, from station_N.orientation: the rotation by its angle (radians)
     /// about its axis, taken as stored (an axis of another length than 1 gives no pure rotation);

@@ -24,7 +24,7 @@ namespace orvix::detail {
 /// Errors     none: every sequence of bytes can be decoded.
 void DecodeSettings(std::span<const std::uint8_t> bytes, PROJECT_SETTINGS& settings);
 
-/// `version` is written as told; the layout is always that of version 13.
+/// `version` is written as given; the layout is always that of version 13.
 std::array<std::uint8_t, kProjectFileBytes> EncodeSettings(std::int32_t version,
                                                            const PROJECT_SETTINGS& settings);
 

@@ -51,12 +51,12 @@ std::uint64_t Records(const CString& path, std::uint64_t recordBytes, CString& m
     return bytes / recordBytes;
 }
 
-// A station file that is not right tells no name; `CheckProject` tells why.
+// A station file that is not right gives no name; `CheckProject` reports why.
 std::vector<std::string> StationNames(const ProjectManager& paths, std::uint32_t stations) {
-    constexpr std::uint32_t kMostNames = 65'536;
+    constexpr std::uint32_t kMaxNames = 65'536;
     std::vector<StationFault> ignored;
     std::vector<std::string> names;
-    for (std::uint32_t i = 0; i < std::min(stations, kMostNames); ++i)
+    for (std::uint32_t i = 0; i < std::min(stations, kMaxNames); ++i)
         names.push_back(
             ReadStationFiles(paths, static_cast<int>(i), ignored).name.value_or(std::string()));
     return names;
@@ -66,7 +66,7 @@ std::vector<std::string> StationNames(const ProjectManager& paths, std::uint32_t
 
 Expected<ProjectSummary> SummariseProject(const CString& projectFile) {
     ProjectManager paths;
-    if (auto found = detail::FindProject(paths, projectFile); !found) {
+    if (auto found = FindProject(paths, projectFile); !found) {
         return ErrorOf(found);
     }
     CLOUD_HEADER head;

@@ -12,7 +12,7 @@
 
 namespace orvix::detail {
 
-/// What a project tells about itself at a glance.
+/// A project at a glance: its counts, place, extent and stations.
 struct ProjectSummary {
     std::uint64_t points = 0;
     std::uint64_t skeletonPoints = 0;
@@ -27,7 +27,7 @@ struct ProjectSummary {
     std::uint64_t bytes = 0;                ///< of all files of the project, whoever wrote them
 };
 
-/// Reads a project's summary. It believes what the files say of themselves: `CheckProject` tells
+/// Reads a project's summary. It takes what the files say of themselves; `CheckProject` finds out
 /// whether they are right.
 ///
 ///     auto summary = SummariseProject(L"scan.prj");

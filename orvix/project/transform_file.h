@@ -19,7 +19,7 @@ namespace orvix::detail {
 ///
 /// Units      metres on both sides.
 /// Boundaries `ToLocal` needs a matrix that can be inverted; `ReadTransform` hands out no other.
-///            For a pure translation both directions are one addition a coordinate, exact to the
+///            For a pure translation both directions are one addition per coordinate, exact to the
 ///            last place.
 /// Threads    a plain value.
 struct LocalToWorld {

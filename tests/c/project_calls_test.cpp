@@ -262,11 +262,11 @@ TEST_F(CProjectCalls, TellOfAStationWhatTheProjectKnows) {
 }
 
 TEST_F(CProjectCalls, HandTheUsersMessagesToTheHostsChannel) {
-    std::string told;
+    std::string reported;
     orvix_set_channel([](void* user, const char* text) { *static_cast<std::string*>(user) = text; },
-                      &told);
+                      &reported);
     platform::ReportError(L"Gr\u00F6\u00DFe");
-    EXPECT_EQ(told,
+    EXPECT_EQ(reported,
               "Gr\xC3\xB6\xC3\x9F"
               "e");
     orvix_set_channel([](void*, const char*) { throw 1; }, nullptr);

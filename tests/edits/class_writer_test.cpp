@@ -7,7 +7,7 @@
 #include "support/scratch_folder.h"
 #include "tests/support/tiny_project.h"
 
-namespace orvix::cli {
+namespace orvix::edits {
 namespace {
 
 using testing::HasSubstr;
@@ -20,15 +20,15 @@ protected:
 
     Expected<std::uint64_t> Apply(bool goOn) {
         const reports::Classification classes{{-100, 1, 100}, {1, 1}, 1, 0};
-        return edits::ApplyClasses(project_, reports::Field::Height, classes,
-                                   [goOn](double, std::uint64_t) { return goOn; });
+        return ApplyClasses(project_, reports::Field::Height, classes,
+                            [goOn](double, std::uint64_t) { return goOn; });
     }
 
     test::ScratchFolder folder_;
     CString project_ = folder_ / L"p.prj";
 };
 
-TEST_F(ClassWriterTest, StopsWhenAskedAndTellsHowFarItCame) {
+TEST_F(ClassWriterTest, StopsWhenAskedAndSaysHowFarItCame) {
     const auto cancelled = Apply(false);
     ASSERT_FALSE(cancelled);
     EXPECT_EQ(cancelled.error().code, ErrorCode::Cancelled);
@@ -47,4 +47,4 @@ TEST_F(ClassWriterTest, RefusesASkeletonWhoseFilesDisagree) {
 }
 
 }  // namespace
-}  // namespace orvix::cli
+}  // namespace orvix::edits

@@ -25,7 +25,7 @@ using platform::PathExists;
 using test::ScratchFolder;
 using Names = std::set<CString>;
 
-// Everything below a folder, as "folder/name" whatever the separator.
+// Everything below a folder, as "folder/name" with either separator.
 void List(const CString& folder, const CString& prefix, Names& names) {
     std::error_code error;
     for (const CString& name : platform::ListFolder(folder, error)) {

@@ -88,7 +88,7 @@ Bytes GoldenFile(std::int32_t version) {
     return file;
 }
 
-// Reads field by field from a stream, as the file's rules are told.
+// Reads field by field from a stream, as the file's rules say.
 void ReadAsAStream(const Bytes& file, PROJECT_SETTINGS& settings) {
     std::istringstream stream(std::string(file.begin(), file.end()));
     const auto read = [&](std::span<std::uint8_t> into) {

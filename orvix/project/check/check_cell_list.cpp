@@ -11,7 +11,7 @@ namespace orvix::detail {
 namespace {
 
 constexpr std::uint64_t kKeyBytes = 8;
-constexpr std::uint64_t kMostSearches = 1'024;
+constexpr std::uint64_t kMaxSearches = 1'024;
 
 SimplePointT<float> Corner(const GridCellRecord& cell) {
     return {static_cast<float>(cell.x), static_cast<float>(cell.y), static_cast<float>(cell.z)};
@@ -40,7 +40,7 @@ void CheckCellList(CheckLog& log, const ProjectManager& paths, const GridFiles& 
     if (cells.Count() == 0) return;
     const ExtendsT<float> box = BoxOf(cells);
     const CIndexHashReader list(paths.indexHash, box.min, box.max);
-    const std::uint64_t searches = std::min(cells.Count(), kMostSearches);
+    const std::uint64_t searches = std::min(cells.Count(), kMaxSearches);
     for (std::uint64_t i = 0; i < searches; ++i) {
         const std::uint64_t number = searches == 1 ? 0 : i * (cells.Count() - 1) / (searches - 1);
         const GridCellRecord cell = cells[number];

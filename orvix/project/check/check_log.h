@@ -18,7 +18,7 @@ namespace orvix::detail {
 /// Records between two looks at the caller's wish to stop: some milliseconds' worth.
 inline constexpr std::uint64_t kCheckBlock = 65'536;
 
-/// Collects a check's faults, and tells its caller how far it is.
+/// Collects a check's faults, and reports its progress to the caller.
 ///
 ///     log.Add(file, "entry {} is empty", i);
 ///
@@ -47,7 +47,7 @@ public:
     /// What the system refused, if anything.
     [[nodiscard]] const std::optional<Error>& Refusal() const { return refusal_; }
 
-    /// Announces the bytes that `Advance` will tell of.
+    /// Announces bytes that `Advance` will count as done.
     void Expect(std::uint64_t bytes) { expectedBytes_ += bytes; }
     /// False when the check is to end.
     bool Advance(std::uint64_t bytes);

@@ -17,8 +17,8 @@ namespace orvix::detail {
 ///     RecordFile<GridCellRecord> cells(paths.gridIdx, log);
 ///     for (std::uint64_t i = 0; i < cells.Count(); ++i) Use(cells[i]);
 ///
-/// Boundaries a trailing piece of a record is not counted; a file that cannot be opened has
-///            no records, and `IsOpen` tells it from an empty one.
+/// Boundaries a trailing piece of a record is not counted. A file that cannot be opened has no
+///            records; `IsOpen` is false for it and true for an empty one.
 template <class Record>
 class RecordFile {
 public:

@@ -110,12 +110,12 @@ Block Measure(const ViewFiles& view, const SkeletonBlockRecord& entry, const Coo
 }
 
 bool IsNearest(const Block& block, std::uint64_t representative, const Coordinates& points) {
-    const double told = SquaredDistance(points[block.first + representative], block.centroid);
-    double best = told;
+    const double chosen = SquaredDistance(points[block.first + representative], block.centroid);
+    double best = chosen;
     for (std::uint64_t p = block.first; p < block.first + block.count; ++p) {
         best = std::min(best, SquaredDistance(points[p], block.centroid));
     }
-    return told - best <= kTieTolerance * std::max(1.0, told);
+    return chosen - best <= kTieTolerance * std::max(1.0, chosen);
 }
 
 bool IsSame(const SimplePointT<float>& a, const SimplePointT<float>& b) {
@@ -131,24 +131,24 @@ void CheckCoarse(CheckLog& log, const ViewFiles& view, const Coordinates& points
         return;
     }
     for (std::uint64_t i = 0; i < view.coarse.Count(); ++i) {
-        const CoarseViewRecord told = view.coarse[i];
+        const CoarseViewRecord stored = view.coarse[i];
         const Block block = Measure(view, view.blocks[i], points);
-        if (told.first != block.first || told.count != block.count) {
+        if (stored.first != block.first || stored.count != block.count) {
             log.Add(path, "record {} names {} points from {} on instead of {} from {} on", i,
-                    told.count, told.first, block.count, block.first);
-        } else if (told.representative >= told.count) {
-            log.Add(path, "record {} is represented by point {} of {}", i, told.representative,
-                    told.count);
-        } else if (!IsNearest(block, told.representative, points)) {
+                    stored.count, stored.first, block.count, block.first);
+        } else if (stored.representative >= stored.count) {
+            log.Add(path, "record {} is represented by point {} of {}", i, stored.representative,
+                    stored.count);
+        } else if (!IsNearest(block, stored.representative, points)) {
             log.Add(path,
                     "record {} is represented by point {}, which is not the nearest to its "
                     "centroid",
-                    i, told.representative);
+                    i, stored.representative);
         }
-        if (!IsSame(told.min, block.min) || !IsSame(told.max, block.max)) {
+        if (!IsSame(stored.min, block.min) || !IsSame(stored.max, block.max)) {
             log.Add(path, "record {} does not hold the bounds of its points", i);
         }
-        if (told.reserved != 0) log.Add(path, "record {} has reserved bytes in use", i);
+        if (stored.reserved != 0) log.Add(path, "record {} has reserved bytes in use", i);
     }
 }
 

@@ -10,7 +10,7 @@
 namespace orvix::detail {
 namespace {
 
-constexpr std::uint64_t kMostAtOnce = 262'144;
+constexpr std::uint64_t kMaxAtOnce = 262'144;
 constexpr std::uint32_t kEmpty = ~std::uint32_t{0};
 
 using Position = std::array<std::uint32_t, 3>;
@@ -78,8 +78,8 @@ bool Follows(const GridCellRecord& cell, std::uint64_t& next, std::uint64_t reco
     return true;
 }
 
-void Tell(CheckLog& log, const SkeletonFiles& skeleton, std::uint64_t first,
-          const std::vector<Match>& matches) {
+void Report(CheckLog& log, const SkeletonFiles& skeleton, std::uint64_t first,
+            const std::vector<Match>& matches) {
     for (std::size_t i = 0; i < matches.size(); ++i) {
         if (matches[i] == Match::Nowhere) {
             log.Add(skeleton.points.Path(), "point {} lies where the cloud has no point",
@@ -113,12 +113,12 @@ void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridF
                            Follows(cell, nextPoint, grid.points.Count());
         if (!sound) return;
         for (std::uint64_t done = 0; done < thinned.count;) {
-            const std::uint64_t count = std::min<std::uint64_t>(kMostAtOnce, thinned.count - done);
+            const std::uint64_t count = std::min<std::uint64_t>(kMaxAtOnce, thinned.count - done);
             table.Fill(skeleton, thinned.offset + done, count);
             for (std::uint64_t p = cell.offset; p < cell.offset + cell.count; ++p) {
                 table.Meet(grid.points[p]);
             }
-            Tell(log, skeleton, thinned.offset + done, table.Matches());
+            Report(log, skeleton, thinned.offset + done, table.Matches());
             done += count;
         }
         if (!log.Advance(cell.count * kAlivePointBytes)) return;

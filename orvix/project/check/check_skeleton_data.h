@@ -8,7 +8,7 @@
 
 namespace orvix::detail {
 
-/// The skeleton's three files that tell of its points, opened.
+/// The three files that hold the skeleton's points, opened.
 struct SkeletonFiles {
     const RecordFile<SimplePointT<float>>& points;
     const RecordFile<CPointDataFull>& data;
@@ -21,7 +21,7 @@ struct SkeletonFiles {
 /// not compared.
 ///
 /// Boundaries ends at the first cell whose entries in the two indexes name different cells or do
-///            not continue their files: CheckSameCells and CheckRuns tell of it.
+///            not continue their files: CheckSameCells and CheckRuns report that.
 /// Cost       reads the alive points once more, in file order; memory for the skeleton points of
 ///            one cell, 262,144 at a time.
 void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridFiles& grid);

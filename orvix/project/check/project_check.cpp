@@ -22,8 +22,6 @@
 namespace orvix::detail {
 namespace {
 
-using detail::CheckLog;
-
 // Up to `bytes` bytes from the start of a small file; `size` is the whole file's.
 std::vector<std::uint8_t> ReadStart(CheckLog& log, const CString& path, std::size_t bytes,
                                     std::uint64_t& size) {
@@ -43,11 +41,11 @@ std::vector<std::uint8_t> ReadStart(CheckLog& log, const CString& path, std::siz
 void CheckSettings(CheckLog& log, const CString& path) {
     std::uint64_t size = 0;
     const auto bytes = ReadStart(log, path, kProjectFileBytes, size);
-    const std::int32_t version = detail::SettingsVersionOf(bytes);
+    const std::int32_t version = SettingsVersionOf(bytes);
     if (version < 0 || version > kSettingsVersion) {
         log.Add(path, "has settings of version {}; versions up to {} are known", version,
                 kSettingsVersion);
-    } else if (const auto whole = detail::SettingsBytesOfVersion(version); size != whole) {
+    } else if (const auto whole = SettingsBytesOfVersion(version); size != whole) {
         log.Add(path, "holds {} bytes where settings of version {} take {}", size, version, whole);
     }
 }
@@ -79,9 +77,7 @@ std::int64_t CheckHistogram(CheckLog& log, const CString& path) {
         if (bin.count < 0) log.Add(path, "bin {} counts {} points", i, bin.count);
         previous = bin.value;
         total += bin.count;
-        if (i % detail::kCheckBlock == 0 &&
-            !log.Advance(detail::kCheckBlock * sizeof(HistogramRecordBytes)))
-            break;
+        if (i % kCheckBlock == 0 && !log.Advance(kCheckBlock * sizeof(HistogramRecordBytes))) break;
     }
     return total;
 }
@@ -95,12 +91,12 @@ void CheckHistograms(CheckLog& log, const ProjectManager& paths, std::uint64_t p
     }
 }
 
-// A point's station has 16 bits; a head file that tells more is a fault of its own.
-constexpr std::uint32_t kMostStations = 65'536;
+// A point's station has 16 bits; a head file that counts more is a fault of its own.
+constexpr std::uint32_t kMaxStations = 65'536;
 
 void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t stations) {
     std::vector<StationFault> faults;
-    for (std::uint32_t i = 0; i < std::min(stations, kMostStations); ++i) {
+    for (std::uint32_t i = 0; i < std::min(stations, kMaxStations); ++i) {
         ReadStationFiles(paths, static_cast<int>(i), faults);
     }
     for (const StationFault& fault : faults) log.Add(fault.file, "{}", fault.what);
@@ -114,11 +110,11 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
         log.Add(paths.transformFile, "{}", frame.error().message);
     }
     CheckStations(log, paths, head.stationCount);
-    const detail::GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
+    const GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
     log.Expect(grid.points.Bytes());  // the skeleton is held against them once more
-    detail::CheckGrid(log, grid, paths.headFile, head);
-    if (!log.Cancelled()) detail::CheckCellList(log, paths, grid);
-    if (!log.Cancelled()) detail::CheckSkeleton(log, paths, grid, head);
+    CheckGrid(log, grid, paths.headFile, head);
+    if (!log.Cancelled()) CheckCellList(log, paths, grid);
+    if (!log.Cancelled()) CheckSkeleton(log, paths, grid, head);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
 }
 
@@ -126,7 +122,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
 
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options) {
     ProjectManager paths;
-    if (auto found = detail::FindProject(paths, projectFile); !found) {  // BEHAVIOUR K1
+    if (auto found = FindProject(paths, projectFile); !found) {  // BEHAVIOUR K1
         return ErrorOf(found);
     }
     CheckLog log(options);

@@ -45,7 +45,7 @@ struct CheckOptions {
 /// - every alive point is finite and lies in the 100 cm cell and 10 cm cell whose runs hold it;
 /// - skeleton and view files agree with each other and with the grid, cell by cell; a skeleton of
 ///   10 cm or 1 m has one point for each occupied cell of that size;
-/// - every skeleton point is one of the cloud's points, and its data record tells that point's
+/// - every skeleton point is one of the cloud's points, and its data record holds that point's
 ///   intensity, colour, class and station (not its DCLC pair, which a host sets in either file);
 /// - index_hash, where there is one, lists the 100 cm cells in the order of their index;
 /// - the histograms' bins ascend and their counts sum up to the points.

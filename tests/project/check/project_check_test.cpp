@@ -92,7 +92,7 @@ protected:
         return report;
     }
 
-    // What the check tells after one value was written over a file's bytes.
+    // What the check reports after one value was written over a file's bytes.
     template <class T>
     std::string SpoilField(const CString& file, std::size_t position, T value) {
         return Told(Spoil(file, [&](Bytes& bytes) {
