@@ -5,9 +5,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/interrupt.h"
+#include "output/file_ending.h"
+#include "output/output_file.h"
 
 namespace orvix::cli {
 
@@ -22,13 +26,30 @@ std::string FullName(const CLI::App& verb) {
 // No coordinate on Earth is that far from its system's zero.
 constexpr double kFarthest = 1e9;
 
-std::string CheckSeed(const std::string& text) {
+std::string CheckPosition(const std::string& text) {
+    if (platform::ParsePosition(text)) return {};
+    return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
+}
+
+std::string CheckNear(const std::string& text) {
     const auto position = platform::ParsePosition(text);
-    if (!position)
-        return text + " is no position; write three numbers with commas, such as 12.4,3.08,1.5";
-    const bool near = std::all_of(position->begin(), position->end(),
-                                  [](double v) { return std::fabs(v) <= kFarthest; });
+    const bool near = position && std::all_of(position->begin(), position->end(),
+                                              [](double v) { return std::fabs(v) <= kFarthest; });
     return near ? std::string() : text + " lies further than 1,000,000 km from zero";
+}
+
+// "a", "a or b", "a, b or c".
+std::string Listed(const std::vector<std::string>& words) {
+    std::string list = words.front();
+    for (std::size_t i = 1; i < words.size(); ++i)
+        list += (i + 1 < words.size() ? ", " : " or ") + words[i];
+    return list;
+}
+
+std::string Joined(const std::vector<std::string>& words, const std::string& before) {
+    std::string joined;
+    for (const std::string& word : words) joined += (joined.empty() ? "" : "|") + before + word;
+    return joined;
 }
 
 }  // namespace
@@ -46,13 +67,15 @@ CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& 
     return verb;
 }
 
+void AddProjectOption(CLI::App& verb, std::string& project) {
+    verb.add_option("project", project, "The project file")->required()->type_name("PROJECT.prj");
+}
+
 void AddChoice(CLI::App& verb, const std::string& name, std::string& value,
                const std::string& meaning, const std::vector<std::string>& words) {
-    std::string joined;
-    for (const std::string& word : words) joined += (joined.empty() ? "" : "|") + word;
     verb.add_option(name, value, meaning + " (default " + value + ")")
         ->check(CLI::IsMember(words).description(""))
-        ->type_name(joined);
+        ->type_name(Joined(words, ""));
 }
 
 void AddProgressOption(CLI::App& verb, CommandContext& context) {
@@ -61,8 +84,54 @@ void AddProgressOption(CLI::App& verb, CommandContext& context) {
               {"auto", "bar", "plain", "json", "none"});
 }
 
+CLI::Option* AddFileOption(CLI::App& verb, const std::string& name, std::string& value,
+                           const std::string& meaning, const std::vector<std::string>& endings) {
+    const auto check = [endings](const std::string& text) {
+        const bool known =
+            std::any_of(endings.begin(), endings.end(), [&](const std::string& ending) {
+                return output::HasEnding(platform::FromUtf8(text), platform::FromUtf8(ending));
+            });
+        return known ? std::string() : text + " must end in " + Listed(endings);
+    };
+    return verb.add_option(name, value, meaning)->check(check)->type_name(Joined(endings, "OUT"));
+}
+
+CLI::Option* AddPositionOption(CLI::App& verb, const std::string& name, std::string& value,
+                               const std::string& meaning) {
+    return verb.add_option(name, value, meaning)->check(CheckPosition)->type_name("X,Y,Z");
+}
+
 CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning) {
-    return verb.add_option("--seed", seed, meaning)->check(CheckSeed)->type_name("X,Y,Z");
+    return AddPositionOption(verb, "--seed", seed, meaning)->check(CheckNear);
+}
+
+void AddMemoryOption(CLI::App& verb, std::string& value, const std::string& meaning,
+                     const MinMemory& min) {
+    const auto check = [min](const std::string& text) {
+        const std::optional<std::uint64_t> bytes = platform::ParseBytes(text);
+        if (bytes && *bytes >= min.bytes) return std::string();
+        if (bytes && min.bytes > 1) return min.sentence + ", not " + text;
+        return text + " is no amount of memory; write 512M, 1GiB or 2000000000";
+    };
+    verb.add_option("--memory-limit", value, meaning)->check(check)->type_name("SIZE");
+}
+
+void AddThreadsOption(CLI::App& verb, unsigned& threads) {
+    verb.add_option("--threads", threads, "Threads to use (default 0: every core)")
+        ->check(CLI::Range(0u, 1024u).description(""))
+        ->type_name("N");
+}
+
+Expected<void> RequirePlaces(std::initializer_list<std::string> names) {
+    for (const std::string& name : names) {
+        if (name.empty()) continue;
+        if (auto place = output::RequireOutputPlace(platform::FromUtf8(name)); !place) return place;
+    }
+    return {};
+}
+
+bool MayGoOn() {
+    return !platform::Interrupted();
 }
 
 }  // namespace orvix::cli

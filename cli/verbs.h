@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -18,17 +20,48 @@ namespace orvix::cli {
 CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& name,
                   const std::string& summary, const std::string& examples, VerbRun run);
 
+/// The project that most verbs are about, as their first word.
+void AddProjectOption(CLI::App& verb, std::string& project);
+
 /// An option whose value is one of `words`; `value` holds the default.
 void AddChoice(CLI::App& verb, const std::string& name, std::string& value,
                const std::string& meaning, const std::vector<std::string>& words);
 
+/// A file to write, whose ending is one of `endings` (".ply"), in small letters or capitals.
+CLI::Option* AddFileOption(CLI::App& verb, const std::string& name, std::string& value,
+                           const std::string& meaning, const std::vector<std::string>& endings);
+
+/// X,Y,Z: taken as typed once it is three numbers.
+CLI::Option* AddPositionOption(CLI::App& verb, const std::string& name, std::string& value,
+                               const std::string& meaning);
+
+/// The option --seed: a position of a sane size.
+CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning);
+
+/// The least memory that a verb works with, and the sentence that says so.
+struct MinMemory {
+    std::uint64_t bytes = 1;
+    std::string sentence;
+};
+
+/// The option --memory-limit: taken as typed once platform::ParseBytes reads it.
+void AddMemoryOption(CLI::App& verb, std::string& value, const std::string& meaning,
+                     const MinMemory& min = {});
+
+/// The option --threads.
+void AddThreadsOption(CLI::App& verb, unsigned& threads);
+
 /// The option --progress, for verbs that take long enough to be watched.
 void AddProgressOption(CLI::App& verb, CommandContext& context);
 
-/// The option --seed: X,Y,Z, taken as typed once it is three numbers of a sane size.
-CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning);
+/// Whether files of these names, as typed, may appear; empty names are passed over. Asked before
+/// the work whose results they hold.
+Expected<void> RequirePlaces(std::initializer_list<std::string> names);
 
-/// One function a verb, each in the file named after it.
+/// What long work asks now and then: false once the user, or the system, wants it to end.
+bool MayGoOn();
+
+/// One function per verb, each in the file named after it.
 void AddImportVerb(CLI::App& app, CommandContext& context);
 void AddInfoVerb(CLI::App& app, CommandContext& context);
 void AddStationsVerb(CLI::App& app, CommandContext& context);

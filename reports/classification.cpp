@@ -15,7 +15,7 @@ namespace orvix::reports {
 
 namespace {
 
-constexpr std::size_t kMostSums = std::size_t{1} << 27;  // of 8 bytes
+constexpr std::size_t kMaxSums = std::size_t{1} << 27;  // of 8 bytes
 
 struct Population {
     std::vector<double> values;
@@ -37,7 +37,7 @@ Expected<void> RequireRoom(const std::vector<detail::HistogramBin>& bins,
         return Fail(ErrorCode::BadInput,
                     fmt::format("there are {} distinct values; ask for at most as many classes",
                                 platform::CountText(bins.size())));
-    if (options.sample == 0 && bins.size() > kMostSums / options.classes)
+    if (options.sample == 0 && bins.size() > kMaxSums / options.classes)
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} classes of {} distinct values need more than 1 GiB of memory; "
                                 "ask for fewer classes, or decide by a sample with --sample 8000",
@@ -93,11 +93,17 @@ std::size_t Classification::ClassOf(double value) const {
         std::distance(first, std::lower_bound(first, boundaries.end() - 1, value)));
 }
 
+std::string Classification::HowText() const {
+    if (sampled == 0) return "by all points";
+    return fmt::format("by a sample of {} values, seed {}", platform::CountText(sampled), seed);
+}
+
 Expected<Classification> Classify(const std::vector<detail::HistogramBin>& bins,
                                   const ClassifyOptions& options) {
     if (auto room = RequireRoom(bins, options); !room) return ErrorOf(room);
     const Population all = PopulationOf(bins);
     Classification result;
+    result.seed = options.seed;
     result.boundaries = options.sample == 0 ? ExactBoundaries(all, options.classes)
                                             : SampledBoundaries(bins, options, result.sampled);
     result.counts.resize(options.classes);

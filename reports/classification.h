@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "orvix/platform/error.h"
@@ -16,10 +17,13 @@ struct Classification {
     std::vector<std::uint64_t> counts;  ///< points in each class
     double fit = 0;                     ///< goodness of variance fit, 0 to 1
     std::size_t sampled = 0;            ///< values that decided; 0: all of them
+    std::uint32_t seed = 0;             ///< of the draws of these values
 
     [[nodiscard]] std::size_t Classes() const { return counts.size(); }
     /// The class of a bin's value, from 0: the first whose boundary is not below it.
     [[nodiscard]] std::size_t ClassOf(double value) const;
+    /// "by all points", "by a sample of 8,000 values, seed 7".
+    [[nodiscard]] std::string HowText() const;
 };
 
 struct ClassifyOptions {

@@ -33,6 +33,26 @@ Field FieldOf(const std::string& word) {
     return word == "z" ? Field::Height : Field::Intensity;
 }
 
+const char* NameOf(Field field) {
+    return field == Field::Intensity ? "intensity" : "height";
+}
+
+double FieldHistogram::Mean() const {
+    double sum = 0;
+    for (const detail::HistogramBin& bin : bins) sum += bin.value * static_cast<double>(bin.count);
+    return sum / static_cast<double>(points);
+}
+
+double FieldHistogram::Median() const {
+    double median = 0;
+    std::uint64_t counted = 0;
+    for (const detail::HistogramBin& bin : bins) {
+        if (counted < points - points / 2) median = bin.value;
+        counted += bin.count;
+    }
+    return median;
+}
+
 std::string FieldHistogram::AxisText() const {
     return field == Field::Intensity ? "intensity (as stored, 0 to 65535)" : "height (m)";
 }

@@ -2,8 +2,11 @@
 #include "reports/planes_report.h"
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
 
 #include "orvix/geometry/vector.h"
+#include "reports/station_list.h"
 
 namespace orvix::reports {
 
@@ -90,6 +93,23 @@ std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
         planes.push_back(std::move(out));
     }
     return planes;
+}
+
+double PlanesFinding::Area() const {
+    double area = 0;
+    for (const WorldPlane& plane : planes) area += plane.area;
+    return area;
+}
+
+Expected<PlanesFinding> FindPlanes(const WorldProject& project,
+                                   detection::PlaneSearchOptions options) {
+    options.stations = ScannerPositions(project.Manager());
+    const auto start = std::chrono::steady_clock::now();
+    auto search = detection::PlaneSearch::Run(project.Core(), options);
+    if (!search) return ErrorOf(search);
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+    std::vector<WorldPlane> planes = WorldPlanesOf(**search, project.frame);
+    return PlanesFinding{std::move(*search), std::move(planes), spent.count()};
 }
 
 }  // namespace orvix::reports

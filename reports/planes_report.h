@@ -2,15 +2,16 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "detection/plane_search.h"
-#include "orvix/project/transform_file.h"
+#include "reports/world_project.h"
 
 namespace orvix::reports {
 
-/// A plane as people get it: numbered from 1, in world coordinates.
+/// A plane in world coordinates, numbered from 1.
 struct WorldPlane {
     using Ring = std::vector<SimplePointT<double>>;
     struct Region {
@@ -31,6 +32,22 @@ struct WorldPlane {
 
 std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
                                       const detail::LocalToWorld& frame);
+
+/// All planes of a project, in its own frame and in the world, and how long the search took.
+struct PlanesFinding {
+    std::unique_ptr<detection::PlaneSearch> search;
+    std::vector<WorldPlane> planes;
+    double seconds = 0;
+
+    [[nodiscard]] double Area() const;  ///< of all planes, square metres
+};
+
+/// Finds all planes; `options.stations` are set here, from where the scanners stood.
+///
+/// Errors   those of PlaneSearch::Run.
+/// Lifetime `project` must outlive the result.
+Expected<PlanesFinding> FindPlanes(const WorldProject& project,
+                                   detection::PlaneSearchOptions options);
 
 /// A corner of a plane's outline, project frame. The outline is flat in the frame that points were
 /// held against; the plane through its points is a hair away, so each corner is brought onto it.

@@ -8,14 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "orvix/platform/error.h"
-#include "orvix/platform/text.h"
 #include "orvix/points/records.h"
-#include "output/picture/stations_picture.h"
+#include "reports/world_project.h"
 
 namespace orvix::reports {
 
-/// A station of a project, as its files and points tell it.
+/// A station of a project, from its files and from the points that name it.
 struct ListedStation {
     std::size_t number = 0;
     std::optional<std::string> name;
@@ -26,19 +24,16 @@ struct ListedStation {
     std::uint16_t highest = 0;
 };
 
-struct StationList {
-    std::vector<ListedStation> stations;
-    std::optional<output::StationsPicture> picture;
-};
-
-enum class WantPicture { No, Yes };
-
 /// Reads the stations of a project: their files, and every point for counts and intensities.
 ///
+/// Order    by number: a station's place in the list is its number.
 /// Errors   Damaged for a station file that is not right or a point of a station that the head
 ///          file does not count; Cancelled when `proceed` says so.
-/// Cost     a pass over Grid.pts; the picture reads up to two million skeleton points more.
-Expected<StationList> ListStations(const CString& project, WantPicture wanted,
-                                   const std::function<bool()>& proceed);
+/// Cost     a pass over Grid.pts.
+Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
+                                                  const std::function<bool()>& proceed);
+
+/// Where the scanners stood, project frame, of the stations whose files hold a position.
+std::vector<SimplePointT<double>> ScannerPositions(ProjectManager& manager);
 
 }  // namespace orvix::reports

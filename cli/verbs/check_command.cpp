@@ -6,7 +6,6 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/project/check/project_check.h"
 #include "orvix/project/project_gate.h"
 
@@ -46,7 +45,7 @@ Expected<Outcome> RunCheck(const std::string& project, CommandContext& context) 
     detail::CheckOptions options;
     options.progress = [&progress](double fraction) {
         progress.Report({"checking", fraction, 0, 0, -1});
-        return !platform::Interrupted();
+        return MayGoOn();
     };
     const Expected<detail::CheckReport> report = detail::CheckProject(*path, options);
     progress.Finish();
@@ -62,7 +61,7 @@ void AddCheckVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "check", "Compare every file of a project with the others", kExamples,
                 [project](CommandContext& chosen) { return RunCheck(*project, chosen); });
-    verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
+    AddProjectOption(*verb, *project);
     AddProgressOption(*verb, context);
 }
 

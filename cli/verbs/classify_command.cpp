@@ -4,14 +4,12 @@
 
 #include <memory>
 
+#include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "edits/class_writer.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
-#include "orvix/platform/path.h"
 #include "orvix/project/project_gate.h"
-#include "output/output_file.h"
-#include "output/picture/histogram_picture.h"
+#include "output/picture/picture_of_histogram.h"
 #include "reports/classification.h"
 #include "reports/field_histogram.h"
 
@@ -34,10 +32,6 @@ constexpr const char* kExamples =
     "  orvix classify scan.prj --field z --classes 5 --sample 8000 --seed 7 --json\n"
     "  orvix classify scan.prj --field z --classes 5 --apply";
 
-double InWorld(const reports::FieldHistogram& histogram, double stored) {
-    return stored + histogram.shift;
-}
-
 Json JsonOf(const reports::FieldHistogram& histogram, const reports::Classification& classes,
             const Arguments& arguments) {
     Json json;
@@ -48,16 +42,15 @@ Json JsonOf(const reports::FieldHistogram& histogram, const reports::Classificat
     json["seed"] = nullptr;
     if (classes.sampled > 0) {
         json["sampled"] = classes.sampled;
-        json["seed"] = arguments.options.seed;
+        json["seed"] = classes.seed;
     }
     json["boundaries"] = Json::array();
     for (const double boundary : classes.boundaries)
-        json["boundaries"].push_back(InWorld(histogram, boundary));
+        json["boundaries"].push_back(histogram.InWorld(boundary));
     json["counts"] = classes.counts;
     json["fit"] = classes.fit;
     json["applied"] = nullptr;
-    json["picture"] = nullptr;
-    if (!arguments.picture.empty()) json["picture"] = arguments.picture;
+    json["picture"] = NameOrNull(arguments.picture);
     return json;
 }
 
@@ -65,18 +58,11 @@ double ShareOf(std::uint64_t count, std::uint64_t points) {
     return 100.0 * static_cast<double>(count) / static_cast<double>(points);
 }
 
-std::string HowText(const reports::Classification& classes, const Arguments& arguments) {
-    if (classes.sampled == 0) return "by all points";
-    return fmt::format("by a sample of {} values, seed {}", platform::CountText(classes.sampled),
-                       arguments.options.seed);
-}
-
-std::string TextOf(const reports::FieldHistogram& histogram, const reports::Classification& classes,
-                   const Arguments& arguments) {
+std::string TextOf(const reports::FieldHistogram& histogram,
+                   const reports::Classification& classes) {
     const char* unit = histogram.field == reports::Field::Height ? " m" : "";
-    std::string text = fmt::format(
-        "{} of {} points, {}\n", histogram.field == reports::Field::Height ? "height" : "intensity",
-        platform::CountText(histogram.points), HowText(classes, arguments));
+    std::string text = fmt::format("{} of {} points, {}\n", reports::NameOf(histogram.field),
+                                   platform::CountText(histogram.points), classes.HowText());
     for (std::size_t i = 0; i < classes.Classes(); ++i) {
         text += fmt::format("{:>4}  {} {:>9} to {:>9}{}  {:>14} points  {:5.1f} %\n", i + 1,
                             i == 0 ? "from " : "above", histogram.ValueText(classes.boundaries[i]),
@@ -87,27 +73,13 @@ std::string TextOf(const reports::FieldHistogram& histogram, const reports::Clas
     return text + fmt::format("goodness of variance fit {:.6f}\n", classes.fit);
 }
 
-Expected<void> WritePicture(const reports::FieldHistogram& histogram,
-                            const reports::Classification& classes, const Arguments& arguments,
-                            const CString& project) {
-    if (arguments.picture.empty()) return {};
-    output::HistogramPanel panel{histogram, &classes, "", ""};
-    panel.title = fmt::format(
-        "{}: {} in {} natural classes", detail::Shown(platform::FileNameOf(project)),
-        histogram.field == reports::Field::Height ? "height" : "intensity", classes.Classes());
-    panel.subtitle = fmt::format("{} points, {}, goodness of variance fit {:.4f}",
-                                 platform::CountText(histogram.points), HowText(classes, arguments),
-                                 classes.fit);
-    return output::WriteSvg(platform::FromUtf8(arguments.picture), output::DrawHistograms({panel}));
-}
-
 Expected<std::uint64_t> Apply(const CString& project, reports::Field field,
                               const reports::Classification& classes,
                               const CommandContext& context) {
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"classifying", fraction, points * 24, points, -1});
-        return !platform::Interrupted();
+        return MayGoOn();
     };
     return edits::ApplyClasses(project, field, classes, watch);
 }
@@ -115,20 +87,20 @@ Expected<std::uint64_t> Apply(const CString& project, reports::Field field,
 Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& context) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
     if (!project) return ErrorOf(project);
-    if (!arguments.picture.empty()) {
-        const auto place = output::RequireOutputPlace(platform::FromUtf8(arguments.picture));
-        if (!place) return ErrorOf(place);
-    }
+    if (auto place = RequirePlaces({arguments.picture}); !place) return ErrorOf(place);
     const Expected<reports::FieldHistogram> histogram =
         reports::ReadField(*project, reports::FieldOf(arguments.field));
     if (!histogram) return ErrorOf(histogram);
     const Expected<reports::Classification> classes =
         reports::Classify(histogram->bins, arguments.options);
     if (!classes) return ErrorOf(classes);
-    if (auto drawn = WritePicture(*histogram, *classes, arguments, *project); !drawn)
-        return ErrorOf(drawn);
-    Outcome outcome{JsonOf(*histogram, *classes, arguments),
-                    TextOf(*histogram, *classes, arguments)};
+    if (!arguments.picture.empty()) {
+        const auto panel = output::PanelOf(*project, *histogram, *classes);
+        auto drawn = output::WriteSvg(platform::FromUtf8(arguments.picture),
+                                      output::DrawHistograms({panel}));
+        if (!drawn) return ErrorOf(drawn);
+    }
+    Outcome outcome{JsonOf(*histogram, *classes, arguments), TextOf(*histogram, *classes)};
     if (!arguments.apply) return outcome;
     const auto applied = Apply(*project, histogram->field, *classes, context);
     if (!applied) return ErrorOf(applied);
@@ -145,9 +117,7 @@ void AddClassifyVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb = AddVerb(
         app, context, "classify", "Divide intensities or heights into natural classes", kExamples,
         [arguments](CommandContext& chosen) { return RunClassify(*arguments, chosen); });
-    verb->add_option("project", arguments->project, "The project file")
-        ->required()
-        ->type_name("PROJECT.prj");
+    AddProjectOption(*verb, arguments->project);
     AddChoice(*verb, "--field", arguments->field, "What to classify", {"intensity", "z"});
     verb->add_option("--classes", arguments->options.classes, "Number of classes (default 5)")
         ->check(CLI::Range(1, 255).description(""))

@@ -72,7 +72,7 @@ void AddDestroyVerb(CLI::App& app, CommandContext& context) {
     const auto project = std::make_shared<std::string>();
     CLI::App* verb = AddVerb(app, context, "destroy", "Remove a project", kExamples,
                              [project](CommandContext&) { return RunDestroy(*project); });
-    verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
+    AddProjectOption(*verb, *project);
 }
 
 }  // namespace orvix::cli

@@ -4,11 +4,10 @@
 
 #include <memory>
 
+#include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/project/project_gate.h"
-#include "output/export/cloud_writer.h"
 #include "output/export/project_export.h"
 
 namespace orvix::cli {
@@ -54,20 +53,14 @@ std::string CheckBox(const std::string& text) {
     return text + " is no box; write its least and its greatest corner, such as 12,3,0,18.5,7,2.8";
 }
 
-std::string CheckTarget(const std::string& text) {
-    if (output::IsCloudName(platform::FromUtf8(text))) return {};
-    return text + " must end in .ply, .las or .xyz";
-}
-
 Json JsonOf(const output::ExportReport& report, const Arguments& arguments) {
-    const auto corner = [](const SimplePointT<double>& p) { return Json::array({p.x, p.y, p.z}); };
     Json json;
     json["file"] = arguments.target;
     json["format"] = report.format;
     json["points"] = report.points;
     json["bytes"] = report.bytes;
-    json["bounds"]["min"] = corner(report.bounds.min);
-    json["bounds"]["max"] = corner(report.bounds.max);
+    json["bounds"]["min"] = PointJson(report.bounds.min);
+    json["bounds"]["max"] = PointJson(report.bounds.max);
     json["seconds"] = report.seconds;
     return json;
 }
@@ -89,7 +82,7 @@ Expected<Outcome> RunExport(const Arguments& arguments, CommandContext& context)
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points, std::uint64_t bytes) {
         progress.Report({"exporting", fraction, bytes, points, -1});
-        return !platform::Interrupted();
+        return MayGoOn();
     };
     const Expected<output::ExportReport> report =
         output::ExportProject(*project, platform::FromUtf8(arguments.target), options, watch);
@@ -105,14 +98,11 @@ void AddExportVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "export", "Write a project's points to a scan file", kExamples,
                 [arguments](CommandContext& chosen) { return RunExport(*arguments, chosen); });
-    verb->add_option("project", arguments->project, "The project file")
-        ->required()
-        ->type_name("PROJECT.prj");
-    verb->add_option("file", arguments->target,
-                     "The file to make; its ending names the format: PLY, LAS or text")
-        ->required()
-        ->check(CheckTarget)
-        ->type_name("OUT.ply|OUT.las|OUT.xyz");
+    AddProjectOption(*verb, arguments->project);
+    AddFileOption(*verb, "file", arguments->target,
+                  "The file to make; its ending names the format: PLY, LAS or text",
+                  {".ply", ".las", ".xyz"})
+        ->required();
     verb->add_option("--station", arguments->station, "Only the points of this station")
         ->type_name("N");
     verb->add_option("--box", arguments->box, "Only points in this box, world coordinates")

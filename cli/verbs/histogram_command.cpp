@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <memory>
 
+#include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/path.h"
 #include "orvix/project/project_gate.h"
-#include "output/output_file.h"
-#include "output/picture/histogram_picture.h"
-#include "reports/field_histogram.h"
+#include "output/picture/picture_of_histogram.h"
+#include "reports/histogram_columns.h"
 
 namespace orvix::cli {
 
@@ -30,36 +29,16 @@ constexpr const char* kExamples =
     "  orvix histogram scan.prj --picture scan.svg";
 constexpr double kBarLetters = 40;
 
-struct Numbers {
-    double mean = 0;
-    double median = 0;
-};
-
-// The median is the value at which half of the points have been counted.
-Numbers NumbersOf(const reports::FieldHistogram& histogram) {
-    Numbers numbers;
-    std::uint64_t counted = 0;
-    double sum = 0;
-    for (const detail::HistogramBin& bin : histogram.bins) {
-        sum += bin.value * static_cast<double>(bin.count);
-        if (counted < histogram.points - histogram.points / 2) numbers.median = bin.value;
-        counted += bin.count;
-    }
-    numbers.mean = sum / static_cast<double>(histogram.points);
-    return numbers;
-}
-
-Json JsonOf(const reports::FieldHistogram& histogram, const output::Columns& columns) {
-    const Numbers numbers = NumbersOf(histogram);
+Json JsonOf(const reports::FieldHistogram& histogram, const reports::Columns& columns) {
     Json json;
     json["field"] = reports::WordOf(histogram.field);
     json["points"] = histogram.points;
     json["distinct"] = histogram.bins.size();
-    json["lowest"] = histogram.bins.front().value + histogram.shift;
-    json["highest"] = histogram.bins.back().value + histogram.shift;
-    json["mean"] = numbers.mean + histogram.shift;
-    json["median"] = numbers.median + histogram.shift;
-    json["start"] = columns.start + histogram.shift;
+    json["lowest"] = histogram.InWorld(histogram.Lowest());
+    json["highest"] = histogram.InWorld(histogram.Highest());
+    json["mean"] = histogram.InWorld(histogram.Mean());
+    json["median"] = histogram.InWorld(histogram.Median());
+    json["start"] = histogram.InWorld(columns.start);
     json["width"] = columns.width;
     json["counts"] = columns.counts;
     json["below"] = columns.below;
@@ -67,15 +46,13 @@ Json JsonOf(const reports::FieldHistogram& histogram, const output::Columns& col
     return json;
 }
 
-std::string TextOf(const reports::FieldHistogram& histogram, const output::Columns& columns) {
-    const Numbers numbers = NumbersOf(histogram);
+std::string TextOf(const reports::FieldHistogram& histogram, const reports::Columns& columns) {
     std::string text = fmt::format(
         "{}: {} points, {} distinct value{} from {} to {}, mean {}, median {}\n",
         histogram.AxisText(), platform::CountText(histogram.points),
         platform::CountText(histogram.bins.size()), histogram.bins.size() == 1 ? "" : "s",
-        histogram.ValueText(histogram.bins.front().value),
-        histogram.ValueText(histogram.bins.back().value), histogram.ValueText(numbers.mean),
-        histogram.ValueText(numbers.median));
+        histogram.ValueText(histogram.Lowest()), histogram.ValueText(histogram.Highest()),
+        histogram.ValueText(histogram.Mean()), histogram.ValueText(histogram.Median()));
     const auto most =
         static_cast<double>(*std::max_element(columns.counts.begin(), columns.counts.end()));
     const auto stray = [](const char* where, std::uint64_t count) {
@@ -98,38 +75,24 @@ std::vector<reports::Field> FieldsOf(const std::string& word) {
     return {reports::FieldOf(word)};
 }
 
-output::HistogramPanel PanelOf(const reports::FieldHistogram& histogram, const CString& project) {
-    output::HistogramPanel panel{histogram, nullptr, "", ""};
-    panel.title = fmt::format("{}: {}", detail::Shown(platform::FileNameOf(project)),
-                              histogram.field == reports::Field::Height ? "height" : "intensity");
-    panel.subtitle = fmt::format("{} points, {} to {}", platform::CountText(histogram.points),
-                                 histogram.ValueText(histogram.bins.front().value),
-                                 histogram.ValueText(histogram.bins.back().value));
-    return panel;
-}
-
 Expected<Outcome> RunHistogram(const Arguments& arguments) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
     if (!project) return ErrorOf(project);
-    if (!arguments.picture.empty()) {
-        const auto place = output::RequireOutputPlace(platform::FromUtf8(arguments.picture));
-        if (!place) return ErrorOf(place);
-    }
+    if (auto place = RequirePlaces({arguments.picture}); !place) return ErrorOf(place);
     Outcome outcome;
     outcome.json["histograms"] = Json::array();
     std::vector<output::HistogramPanel> panels;
     for (const reports::Field field : FieldsOf(arguments.field)) {
         const Expected<reports::FieldHistogram> histogram = reports::ReadField(*project, field);
         if (!histogram) return ErrorOf(histogram);
-        const output::Columns columns = output::ColumnsOf(*histogram, arguments.columns);
+        const reports::Columns columns = reports::ColumnsOf(*histogram, arguments.columns);
         outcome.json["histograms"].push_back(JsonOf(*histogram, columns));
         if (!outcome.text.empty()) outcome.text += "\n";
         outcome.text += TextOf(*histogram, columns);
-        panels.push_back(PanelOf(*histogram, *project));
+        panels.push_back(output::PanelOf(*project, *histogram));
     }
-    outcome.json["picture"] = nullptr;
+    outcome.json["picture"] = NameOrNull(arguments.picture);
     if (arguments.picture.empty()) return outcome;
-    outcome.json["picture"] = arguments.picture;
     if (auto drawn =
             output::WriteSvg(platform::FromUtf8(arguments.picture), output::DrawHistograms(panels));
         !drawn)
@@ -144,9 +107,7 @@ void AddHistogramVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "histogram", "Show how often intensities and heights occur",
                 kExamples, [arguments](CommandContext&) { return RunHistogram(*arguments); });
-    verb->add_option("project", arguments->project, "The project file")
-        ->required()
-        ->type_name("PROJECT.prj");
+    AddProjectOption(*verb, arguments->project);
     AddChoice(*verb, "--field", arguments->field, "Which values", {"both", "intensity", "z"});
     verb->add_option("--columns", arguments->columns,
                      "Lines to gather the values in, at most (default 24)")

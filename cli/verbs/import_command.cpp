@@ -7,9 +7,9 @@
 #include "cli/verbs.h"
 #include "importer/import.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/project_gate.h"
+#include "output/file_ending.h"
 
 namespace orvix::cli {
 
@@ -39,7 +39,7 @@ const std::map<std::string, SkeletonSize> kSkeletons{{"1cm", SkeletonSize::OneCe
                                                      {"10cm", SkeletonSize::TenCentimetres},
                                                      {"1m", SkeletonSize::OneMetre}};
 
-constexpr std::uint64_t kLeastMemory = std::uint64_t{64} << 20;
+constexpr std::uint64_t kMinMemory = std::uint64_t{64} << 20;
 
 constexpr const char* kExamples =
     "  orvix import scan.las scan.prj\n"
@@ -133,7 +133,7 @@ Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context)
     const auto watch = [&progress](const ImportProgress& state) {
         progress.Report(
             {WordOf(state.phase), state.fraction, state.bytes, state.points, state.secondsLeft});
-        return !platform::Interrupted();
+        return MayGoOn();
     };
     const Expected<ImportReport> report = Import(inputs, project, OptionsOf(arguments), watch);
     progress.Finish();
@@ -143,9 +143,7 @@ Expected<Outcome> RunImport(const Arguments& arguments, CommandContext& context)
 }
 
 bool NamesProject(const std::string& path) {
-    const CString name = platform::FoldCase(platform::FileNameOf(platform::FromUtf8(path)));
-    const CString ending = platform::FoldCase(L".prj");
-    return name.size() > ending.size() && name.ends_with(ending);
+    return output::HasEnding(platform::FileNameOf(platform::FromUtf8(path)), L".prj");
 }
 
 // A forgotten project name would make the last scan the file to replace.
@@ -153,13 +151,6 @@ std::string CheckPaths(const std::vector<std::string>& paths) {
     if (!paths.empty() && NamesProject(paths.back())) return {};  // BEHAVIOUR C5
     return "the last path names the project to make and must end in .prj" +
            (paths.empty() ? std::string() : ", but it is " + paths.back());
-}
-
-std::string CheckMemory(const std::string& text) {
-    const std::optional<std::uint64_t> bytes = platform::ParseBytes(text);
-    if (!bytes) return text + " is no amount of memory; write 512M, 1GiB or 2000000000";
-    if (*bytes < kLeastMemory) return "an import needs at least 64M, not " + text;
-    return {};
 }
 
 }  // namespace
@@ -190,13 +181,10 @@ void AddImportVerb(CLI::App& app, CommandContext& context) {
                    "Keep only the first of points at the same position");
     verb->add_flag("--overwrite", arguments->overwrite,
                    "Replace an existing project once the new one is complete");
-    verb->add_option("--memory-limit", arguments->memoryLimit,
-                     "Memory to use at most, for example 512M or 4GiB (default 1GiB)")
-        ->check(CheckMemory)
-        ->type_name("SIZE");
-    verb->add_option("--threads", arguments->threads, "Threads to use (default 0: every core)")
-        ->check(CLI::Range(0u, 1024u).description(""))
-        ->type_name("N");
+    AddMemoryOption(*verb, arguments->memoryLimit,
+                    "Memory to use at most, for example 512M or 4GiB (default 1GiB)",
+                    {kMinMemory, "an import needs at least 64M"});
+    AddThreadsOption(*verb, arguments->threads);
     AddProgressOption(*verb, context);
     verb->parse_complete_callback([arguments] {
         const std::string fault = CheckPaths(arguments->paths);

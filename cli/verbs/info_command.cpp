@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
@@ -19,10 +20,6 @@ constexpr const char* kExamples =
     "  orvix info scan.prj\n"
     "  orvix info scan.prj --json | jq .points";
 
-Json JsonOf(const SimplePointT<double>& p) {
-    return Json::array({p.x, p.y, p.z});
-}
-
 // Below a voxel of 1 m a project has its 10 cm level.
 bool HasFineLevel(const detail::ProjectSummary& summary) {
     return !(summary.scale >= 1.0);
@@ -33,9 +30,9 @@ Json JsonOf(const detail::ProjectSummary& summary) {
     json["points"] = summary.points;
     json["skeleton_points"] = summary.skeletonPoints;
     json["scale"] = summary.scale;
-    json["origin"] = JsonOf(summary.frame.Origin());
-    json["bounds"]["min"] = JsonOf(summary.bounds.min);
-    json["bounds"]["max"] = JsonOf(summary.bounds.max);
+    json["origin"] = PointJson(summary.frame.Origin());
+    json["bounds"]["min"] = PointJson(summary.bounds.min);
+    json["bounds"]["max"] = PointJson(summary.bounds.max);
     json["cells"]["1000"] = summary.cells1000;
     json["cells"]["100"] = summary.cells100;
     json["cells"]["10"] = nullptr;
@@ -97,7 +94,7 @@ void AddInfoVerb(CLI::App& app, CommandContext& context) {
     const auto project = std::make_shared<std::string>();
     CLI::App* verb = AddVerb(app, context, "info", "Show what a project holds", kExamples,
                              [project](CommandContext&) { return RunInfo(*project); });
-    verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
+    AddProjectOption(*verb, *project);
 }
 
 }  // namespace orvix::cli

@@ -11,7 +11,6 @@
 #include "localization/text_ids.h"
 #include "orvix/planes/dialog/plane_params.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/utility_lib.h"
 #include "orvix/project/open_project.h"
@@ -31,7 +30,7 @@ constexpr const char* kExamples =
     "  orvix params scan.prj\n"
     "  orvix params scan.prj --seed 12.4,3.08,1.5 --lang de";
 
-constexpr double kLeastSplitSize = 0.01;
+constexpr double kMinSplitSize = 0.01;
 
 constexpr std::array kLanguages{std::pair{"en", 0x409}, std::pair{"de", 0x407},
                                 std::pair{"fr", 0x40C}, std::pair{"es", 0xC0A}};
@@ -102,17 +101,17 @@ void Preview(PlaneParams& dialog, PreviewSearch& search) {
 
 Expected<Outcome> Edit(const CString& project, PreviewSearch* search) {
     auto settings = std::make_shared<PlaneWormSettings>(project, 1.0);
-    PlaneParams dialog(settings, search != nullptr, kLeastSplitSize, nullptr);
+    PlaneParams dialog(settings, search != nullptr, kMinSplitSize, nullptr);
     if (search != nullptr) Preview(dialog, *search);
     dialog.TickCallback([&dialog, search] {
-        if (platform::Interrupted()) return dialog.OnBnClickedCancel();
+        if (!MayGoOn()) return dialog.OnBnClickedCancel();
         if (search == nullptr) return;
         if (const auto picture = search->Take()) dialog.ShowPicture(*picture);
     });
     const int answer = dialog.DoModal();
     if (answer == PlaneParams::kCannotOpen)
         return Fail(ErrorCode::Failure, platform::ToUtf8(dialog.Trouble()));
-    if (platform::Interrupted()) return Fail(ErrorCode::Cancelled, "cancelled; nothing changed");
+    if (!MayGoOn()) return Fail(ErrorCode::Cancelled, "cancelled; nothing changed");
     if (answer != PlaneParams::kOk) return OutcomeOf(*settings, false);
     settings->Save();
     const PlaneWormSettings kept(project, 1.0);
@@ -130,7 +129,7 @@ Expected<Outcome> RunParams(const Arguments& arguments) {
     ChooseLanguage(arguments.language);
     const auto seed = platform::ParsePosition(arguments.seed);
     if (!seed) return Edit(*project, nullptr);
-    PlaneRequest request;
+    reports::PlaneRequest request;
     request.seed = *seed;
     PreviewSearch search(*project, request);
     return Edit(*project, &search);
@@ -143,9 +142,7 @@ void AddParamsVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "params", "Set what the plane search works with, in a window",
                 kExamples, [arguments](CommandContext&) { return RunParams(*arguments); });
-    verb->add_option("project", arguments->project, "The project file")
-        ->required()
-        ->type_name("PROJECT.prj");
+    AddProjectOption(*verb, arguments->project);
     AddSeedOption(*verb, arguments->seed,
                   "A point on a surface, in world coordinates: the window then shows the plane "
                   "that the parameters find there");

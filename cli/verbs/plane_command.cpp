@@ -3,13 +3,16 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
+#include "cli/json_parts.h"
 #include "cli/verbs.h"
-#include "cli/verbs/plane_search.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/project/project_gate.h"
-#include "output/output_file.h"
+#include "output/mesh/mesh_writer.h"
+#include "output/mesh/plane_mesh.h"
+#include "output/picture/picture_of_plane.h"
 #include "output/picture/png_writer.h"
 
 namespace orvix::cli {
@@ -21,7 +24,7 @@ struct Arguments {
     std::string seed;
     std::string mesh;
     std::string picture;
-    PlaneRequest request;
+    reports::PlaneRequest request;
 };
 
 constexpr const char* kExamples =
@@ -66,19 +69,11 @@ const char* SentenceOf(PlaneWorm::Ended ended) {
     return "before it began";
 }
 
-Json JsonOf(const SimplePointT<double>& p) {
-    return Json::array({p.x, p.y, p.z});
-}
-
-Json NameOrNull(const std::string& path) {
-    return path.empty() ? Json() : Json(path);
-}
-
-Json JsonOf(const PlaneFinding& finding, const Arguments& arguments) {
+Json JsonOf(const reports::PlaneFinding& finding, const Arguments& arguments) {
     const detail::SeedPlane& grown = finding.grown;
     Json json;
     json["equation"] = finding.equation;
-    json["centroid"] = JsonOf(finding.centroid);
+    json["centroid"] = PointJson(finding.centroid);
     json["rms"] = grown.rms;
     json["max_distance"] = grown.maxDistance;
     json["area"] = grown.area;
@@ -86,7 +81,7 @@ Json JsonOf(const PlaneFinding& finding, const Arguments& arguments) {
     json["rejected_cells"] = grown.rejectedCells;
     json["points"] = grown.points;
     json["ended"] = WordOf(grown.ended);
-    json["seed"] = JsonOf(finding.seed);
+    json["seed"] = PointJson(finding.seed);
     json["snapped"] = grown.snapped;
     json["noise"] = grown.noise;
     json["split_size"] = grown.splitSize;
@@ -99,7 +94,8 @@ Json JsonOf(const PlaneFinding& finding, const Arguments& arguments) {
     return json;
 }
 
-std::string TextOf(const PlaneFinding& finding, const Arguments& arguments) {
+std::string TextOf(const reports::PlaneFinding& finding, const Arguments& arguments,
+                   const std::optional<detail::TriangleMesh>& mesh) {
     const detail::SeedPlane& grown = finding.grown;
     const auto& e = finding.equation;
     std::string text =
@@ -114,60 +110,50 @@ std::string TextOf(const PlaneFinding& finding, const Arguments& arguments) {
                         platform::CountText(grown.points), platform::CountText(grown.cells),
                         grown.splitSize, platform::CountText(grown.rejectedCells));
     text += fmt::format("ended     {}\n", SentenceOf(grown.ended));
-    if (finding.mesh)
+    if (mesh)
         text += fmt::format("mesh      {}, {} triangles\n", arguments.mesh,
-                            platform::CountText(finding.mesh->triangles.size()));
-    if (finding.picture) text += fmt::format("picture   {}\n", arguments.picture);
+                            platform::CountText(mesh->triangles.size()));
+    if (!arguments.picture.empty()) text += fmt::format("picture   {}\n", arguments.picture);
     return text;
 }
 
-Expected<void> WriteFiles(const PlaneFinding& finding, const Arguments& arguments) {
-    if (finding.mesh) {
-        auto written = output::WriteMesh(platform::FromUtf8(arguments.mesh), *finding.mesh);
-        if (!written) return written;
+Expected<std::optional<detail::TriangleMesh>> WriteFiles(const reports::WorldProject& project,
+                                                         const reports::PlaneFinding& finding,
+                                                         const Arguments& arguments) {
+    std::optional<detail::TriangleMesh> written;
+    if (!arguments.mesh.empty()) {
+        auto mesh = output::MeshOf(project, finding);
+        if (!mesh) return ErrorOf(mesh);
+        auto done = output::WriteMesh(platform::FromUtf8(arguments.mesh), *mesh);
+        if (!done) return ErrorOf(done);
+        written = std::move(*mesh);
     }
-    if (!finding.picture) return {};
-    return output::WritePng(platform::FromUtf8(arguments.picture),
-                            output::DrawPlane(*finding.picture));
-}
-
-Expected<void> RequirePlaces(const Arguments& arguments) {
-    for (const std::string* path : {&arguments.mesh, &arguments.picture}) {
-        if (path->empty()) continue;
-        if (auto place = output::RequireOutputPlace(platform::FromUtf8(*path)); !place)
-            return place;
-    }
-    return {};
+    if (arguments.picture.empty()) return written;
+    auto done = output::WritePng(platform::FromUtf8(arguments.picture),
+                                 output::DrawPlane(output::PictureOf(project, finding)));
+    if (!done) return ErrorOf(done);
+    return written;
 }
 
 Expected<Outcome> RunPlane(Arguments arguments) {
-    const Expected<CString> project = detail::RequireProject(arguments.project);
+    const Expected<CString> path = detail::RequireProject(arguments.project);
+    if (!path) return ErrorOf(path);
+    if (auto places = RequirePlaces({arguments.mesh, arguments.picture}); !places)
+        return ErrorOf(places);
+    const auto project = reports::WorldProject::Open(*path);
     if (!project) return ErrorOf(project);
-    if (auto places = RequirePlaces(arguments); !places) return ErrorOf(places);
     arguments.request.seed =
         platform::ParsePosition(arguments.seed).value_or(arguments.request.seed);
-    arguments.request.wantMesh = !arguments.mesh.empty();
-    arguments.request.wantPicture = !arguments.picture.empty();
-    const Expected<PlaneFinding> finding =
-        FindPlane(*project, arguments.request, [] { return !platform::Interrupted(); });
+    const auto finding = reports::FindPlane(*project, arguments.request, MayGoOn);
     if (!finding) return ErrorOf(finding);
-    if (auto written = WriteFiles(*finding, arguments); !written) return ErrorOf(written);
-    return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments)};
-}
-
-std::string CheckMeshName(const std::string& text) {
-    if (output::IsMeshName(platform::FromUtf8(text))) return {};
-    return text + " must end in .ply or .obj";
-}
-
-std::string CheckPictureName(const std::string& text) {
-    const bool png = text.size() > 4 && (text.ends_with(".png") || text.ends_with(".PNG"));
-    return png ? std::string() : text + " must end in .png";
+    const auto mesh = WriteFiles(*project, *finding, arguments);
+    if (!mesh) return ErrorOf(mesh);
+    return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments, *mesh)};
 }
 
 struct AmountRange {
-    double least;
-    double most;
+    double min;
+    double max;
     const char* unit;
 };
 
@@ -175,13 +161,13 @@ void AddAmount(CLI::App& verb, const std::string& name, std::optional<double>& v
                const std::string& meaning, const AmountRange& range) {
     const auto check = [range](const std::string& text) {
         const std::optional<double> amount = platform::ParseNumber(text);
-        if (amount && *amount >= range.least && *amount <= range.most) return std::string();
-        return fmt::format("{} must be a number from {} to {}", text, range.least, range.most);
+        if (amount && *amount >= range.min && *amount <= range.max) return std::string();
+        return fmt::format("{} must be a number from {} to {}", text, range.min, range.max);
     };
     verb.add_option(name, value, meaning)->check(check)->type_name(range.unit);
 }
 
-void AddSearchOptions(CLI::App& verb, PlaneRequest& request) {
+void AddSearchOptions(CLI::App& verb, reports::PlaneRequest& request) {
     AddAmount(verb, "--split", request.splitSize,
               "Side of a search cell (default: the project's, more where points are sparse)",
               {0.001, detail::kMaxSplitSize, "M"});
@@ -210,19 +196,15 @@ void AddPlaneVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "plane", "Grow a plane from a point on a surface", kExamples,
                 [arguments](CommandContext&) { return RunPlane(*arguments); });
-    verb->add_option("project", arguments->project, "The project file")
-        ->required()
-        ->type_name("PROJECT.prj");
+    AddProjectOption(*verb, arguments->project);
     AddSeedOption(*verb, arguments->seed, "A point on the surface, in world coordinates")
         ->required();
     verb->add_flag("--local", arguments->request.local, "The seed is in the project's own frame");
     AddSearchOptions(*verb, arguments->request);
-    verb->add_option("--mesh", arguments->mesh, "Write the surface as triangles")
-        ->check(CheckMeshName)
-        ->type_name("OUT.ply|OUT.obj");
-    verb->add_option("--picture", arguments->picture, "Draw the plane face on and in plan")
-        ->check(CheckPictureName)
-        ->type_name("OUT.png");
+    AddFileOption(*verb, "--mesh", arguments->mesh, "Write the surface as triangles",
+                  {".ply", ".obj"});
+    AddFileOption(*verb, "--picture", arguments->picture, "Draw the plane face on and in plan",
+                  {".png"});
 }
 
 }  // namespace orvix::cli

@@ -3,12 +3,22 @@
 
 #include <utility>
 
+#include "output/picture/picture_of_plane.h"
+
 namespace orvix::cli {
 
-PreviewSearch::PreviewSearch(CString project, PlaneRequest request)
-    : project_(std::move(project)), request_(request), worker_([this] { Work(); }) {
-    request_.wantPicture = true;
+namespace {
+
+platform::WindowPicture Said(const Error& error) {
+    platform::WindowPicture picture;
+    picture.text = platform::FromUtf8(error.message);
+    return picture;
 }
+
+}  // namespace
+
+PreviewSearch::PreviewSearch(CString project, reports::PlaneRequest request)
+    : project_(std::move(project)), request_(request), worker_([this] { Work(); }) {}
 
 PreviewSearch::~PreviewSearch() {
     {
@@ -21,7 +31,7 @@ PreviewSearch::~PreviewSearch() {
 }
 
 void PreviewSearch::Start(const PlaneWormSettings& settings) {
-    PlaneRequest request = request_;
+    reports::PlaneRequest request = request_;
     request.splitSize = settings.splitSize;
     request.diffA = settings.diffA;
     request.diffB = settings.diffB;
@@ -46,7 +56,7 @@ void PreviewSearch::Work() {
     for (;;) {
         changed_.wait(lock, [this] { return ending_ || next_.has_value(); });
         if (ending_) return;
-        const PlaneRequest request = *std::exchange(next_, std::nullopt);
+        const reports::PlaneRequest request = *std::exchange(next_, std::nullopt);
         outdated_ = false;
         lock.unlock();
         platform::WindowPicture picture = Search(request);
@@ -55,15 +65,15 @@ void PreviewSearch::Work() {
     }
 }
 
-platform::WindowPicture PreviewSearch::Search(const PlaneRequest& request) const {
-    const auto finding = FindPlane(project_, request, [this] { return !outdated_; });
+platform::WindowPicture PreviewSearch::Search(const reports::PlaneRequest& request) const {
     platform::WindowPicture picture;
-    if (!finding) {
-        picture.text = platform::FromUtf8(finding.error().message);
-        return picture;
-    }
+    const auto project = reports::WorldProject::Open(project_);
+    if (!project) return Said(project.error());
+    const auto finding = reports::FindPlane(*project, request, [this] { return !outdated_; });
+    if (!finding) return Said(finding.error());
+    const output::PlanePicture plane = output::PictureOf(*project, *finding);
     if (outdated_) return picture;
-    const output::Canvas canvas = output::DrawPlane(*finding->picture);
+    const output::Canvas canvas = output::DrawPlane(plane);
     picture.width = canvas.Width();
     picture.height = canvas.Height();
     picture.rgb = canvas.Finish();

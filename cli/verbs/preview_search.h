@@ -7,9 +7,9 @@
 #include <optional>
 #include <thread>
 
-#include "cli/verbs/plane_search.h"
 #include "orvix/planes/plane_worm_settings.h"
 #include "orvix/platform/row_window.h"
+#include "reports/plane_finding.h"
 
 namespace orvix::cli {
 
@@ -19,7 +19,7 @@ namespace orvix::cli {
 ///     search.Start(settings);                       // when the user asks; ends the one before
 ///     if (auto picture = search.Take()) Show(*picture);  // now and then
 ///
-/// A search that finds nothing gives the reason as the picture's text; one that was ended gives
+/// A search that finds nothing leaves the reason as the picture's text; one that was ended leaves
 /// nothing.
 ///
 /// Lifetime the end of the object ends a search and waits for it: a moment while points are
@@ -28,7 +28,7 @@ namespace orvix::cli {
 class PreviewSearch {
 public:
     /// `request` holds the seed; cell size, tolerances and MinPlane come with Start.
-    PreviewSearch(CString project, PlaneRequest request);
+    PreviewSearch(CString project, reports::PlaneRequest request);
     ~PreviewSearch();
     PreviewSearch(const PreviewSearch&) = delete;
     PreviewSearch& operator=(const PreviewSearch&) = delete;
@@ -39,13 +39,13 @@ public:
 
 private:
     void Work();
-    [[nodiscard]] platform::WindowPicture Search(const PlaneRequest& request) const;
+    [[nodiscard]] platform::WindowPicture Search(const reports::PlaneRequest& request) const;
 
     CString project_;
-    PlaneRequest request_;
+    reports::PlaneRequest request_;
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::optional<PlaneRequest> next_;
+    std::optional<reports::PlaneRequest> next_;
     std::optional<platform::WindowPicture> found_;
     std::atomic<bool> outdated_ = false;  // the search under way is no longer wanted
     bool ending_ = false;

@@ -5,10 +5,11 @@
 #include <memory>
 #include <numbers>
 
+#include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/project/project_gate.h"
+#include "output/picture/picture_of_stations.h"
 #include "output/picture/png_writer.h"
 #include "reports/station_list.h"
 
@@ -31,7 +32,7 @@ Json JsonOf(const reports::ListedStation& station) {
     json["number"] = station.number;
     json["name"] = station.name ? Json(*station.name) : Json();
     json["position"] = Json();
-    if (const auto& p = station.position) json["position"] = Json::array({p->x, p->y, p->z});
+    if (station.position) json["position"] = PointJson(*station.position);
     json["orientation"] = Json();
     if (const auto& turn = station.orientation) {
         json["orientation"]["axis"] = Json::array({(*turn)[0], (*turn)[1], (*turn)[2]});
@@ -57,37 +58,33 @@ std::string TextOf(const reports::ListedStation& station) {
     return text + "\n";
 }
 
-Outcome OutcomeOf(const reports::StationList& list, const Arguments& arguments) {
+Outcome OutcomeOf(const std::vector<reports::ListedStation>& stations, const Arguments& arguments) {
     Outcome outcome;
     outcome.json["stations"] = Json::array();
-    for (const reports::ListedStation& station : list.stations) {
+    for (const reports::ListedStation& station : stations) {
         outcome.json["stations"].push_back(JsonOf(station));
         outcome.text += TextOf(station);
     }
-    outcome.json["picture"] = arguments.picture.empty() ? Json() : Json(arguments.picture);
+    outcome.json["picture"] = NameOrNull(arguments.picture);
     if (!arguments.picture.empty())
         outcome.text += fmt::format("picture   {}\n", arguments.picture);
     return outcome;
 }
 
 Expected<Outcome> RunStations(const Arguments& arguments) {
-    const Expected<CString> project = detail::RequireProject(arguments.project);
+    const Expected<CString> path = detail::RequireProject(arguments.project);
+    if (!path) return ErrorOf(path);
+    const auto project = reports::WorldProject::Open(*path);
     if (!project) return ErrorOf(project);
-    const auto list = reports::ListStations(
-        *project, arguments.picture.empty() ? reports::WantPicture::No : reports::WantPicture::Yes,
-        [] { return !platform::Interrupted(); });
-    if (!list) return ErrorOf(list);
-    if (list->picture) {
-        auto written = output::WritePng(platform::FromUtf8(arguments.picture),
-                                        output::DrawStations(*list->picture));
+    const auto stations = reports::ListStations(*project, MayGoOn);
+    if (!stations) return ErrorOf(stations);
+    if (!arguments.picture.empty()) {
+        const output::StationsPicture picture = output::PictureOf(*project, *stations);
+        auto written =
+            output::WritePng(platform::FromUtf8(arguments.picture), output::DrawStations(picture));
         if (!written) return ErrorOf(written);
     }
-    return OutcomeOf(*list, arguments);
-}
-
-std::string CheckPictureName(const std::string& text) {
-    const bool png = text.size() > 4 && (text.ends_with(".png") || text.ends_with(".PNG"));
-    return png ? std::string() : text + " must end in .png";
+    return OutcomeOf(*stations, arguments);
 }
 
 }  // namespace
@@ -97,12 +94,9 @@ void AddStationsVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "stations", "List the scanner stations of a project", kExamples,
                 [arguments](CommandContext&) { return RunStations(*arguments); });
-    verb->add_option("project", arguments->project, "The project file")
-        ->required()
-        ->type_name("PROJECT.prj");
-    verb->add_option("--picture", arguments->picture, "Draw the stations over the cloud in plan")
-        ->check(CheckPictureName)
-        ->type_name("OUT.png");
+    AddProjectOption(*verb, arguments->project);
+    AddFileOption(*verb, "--picture", arguments->picture,
+                  "Draw the stations over the cloud in plan", {".png"});
 }
 
 }  // namespace orvix::cli

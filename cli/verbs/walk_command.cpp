@@ -6,7 +6,6 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/platform/interrupt.h"
 #include "orvix/project/project_gate.h"
 #include "reports/project_walk.h"
 
@@ -59,7 +58,7 @@ Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) 
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"walking", fraction, points * 24, points, -1});
-        return !platform::Interrupted();
+        return MayGoOn();
     };
     const Expected<reports::WalkReport> report = reports::WalkProject(*project, watch);
     progress.Finish();
@@ -74,7 +73,7 @@ void AddWalkVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "walk", "Read every point back, cell by cell, at every level",
                 kExamples, [project](CommandContext& chosen) { return RunWalk(*project, chosen); });
-    verb->add_option("project", *project, "The project file")->required()->type_name("PROJECT.prj");
+    AddProjectOption(*verb, *project);
     AddProgressOption(*verb, context);
 }
 

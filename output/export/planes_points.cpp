@@ -14,7 +14,6 @@ namespace {
 
 using detection::PlaneSearch;
 
-constexpr std::uint64_t kPicturePoints = 3'000'000;
 constexpr std::size_t kPointBytes = 31;
 constexpr Colour kNoPlane{160, 160, 160};
 
@@ -64,31 +63,6 @@ Expected<void> WritePlanePoints(const CString& path, detail::OpenProject& projec
         if (!done) return done;
     }
     return file.Commit();
-}
-
-std::vector<PlanesPicture::Point> PointsForPicture(detail::OpenProject& project,
-                                                   const PlaneSearch& search,
-                                                   const detail::LocalToWorld& frame) {
-    std::vector<PlanesPicture::Point> points;
-    if (search.Points() == 0) return points;
-    const std::uint64_t stride = (search.Points() + kPicturePoints - 1) / kPicturePoints;
-    const SimplePointT<double> origin = frame.Origin();
-    const auto reader = project.Core().CreateAlivePointReader();
-    // A view that is missing leaves the picture without its points.
-    (void)ForEachPlanePoint(
-        *reader, search, [&](const auto& p, std::uint64_t record, std::int32_t plane) {
-            if (record % stride != 0) return;
-            const auto at = frame.ToWorld(SimplePointT<double>{p.x, p.y, p.z});
-            const bool ceiling =
-                plane >= 0 && search.Planes()[static_cast<std::size_t>(plane)].kind ==
-                                  detection::PlaneKind::Ceiling;
-            points.push_back(
-                {{static_cast<float>(at.x - origin.x), static_cast<float>(at.y - origin.y),
-                  static_cast<float>(at.z - origin.z)},
-                 plane,
-                 ceiling});
-        });
-    return points;
 }
 
 }  // namespace orvix::output

@@ -17,9 +17,4 @@ Expected<void> WritePlanePoints(const CString& path, detail::OpenProject& projec
                                 const detection::PlaneSearch& search,
                                 const detail::LocalToWorld& frame);
 
-/// Every k-th point, three million at most, with its plane, for a picture.
-std::vector<PlanesPicture::Point> PointsForPicture(detail::OpenProject& project,
-                                                   const detection::PlaneSearch& search,
-                                                   const detail::LocalToWorld& frame);
-
 }  // namespace orvix::output

@@ -9,6 +9,7 @@
 #include "orvix/surfaces/planar_triangulation.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "orvix/surfaces/surface_mesh.h"
+#include "reports/rings.h"
 
 namespace orvix::output {
 
@@ -29,19 +30,8 @@ PlaneOutline InPixels(const PlaneOutline& outline) {
             p = {std::round((p.x - zero.x) / outline.radius),
                  std::round((p.y - zero.y) / outline.radius)};
     };
-    for (PlaneRegion& region : pixels.regions) {
-        count(region.outer);
-        for (PlaneRing& hole : region.holes) count(hole);
-    }
+    reports::ForEachRing(pixels, count);
     return pixels;
-}
-
-template <class Use>
-void ForEachRing(const PlaneOutline& outline, Use&& use) {
-    for (const PlaneRegion& region : outline.regions) {
-        use(region.outer);
-        for (const PlaneRing& hole : region.holes) use(hole);
-    }
 }
 
 // Triangles of an outline's corners, by their place in its order, with every ring's sides as edges.
@@ -49,7 +39,7 @@ std::vector<int> FacesOf(const PlaneOutline& outline) {
     PlanarTriangulation triangulation;
     std::vector<Vector> corners;
     const PlaneFrame level(0, 0, 1, 0);
-    ForEachRing(outline, [&](const PlaneRing& ring) {
+    reports::ForEachRing(outline, [&](const PlaneRing& ring) {
         std::vector<PlanarTriangulation::Vertex_handle> vertices;
         for (const auto& p : ring.points) {
             vertices.push_back(triangulation.insert({p.x, p.y}));
@@ -69,7 +59,7 @@ void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
               detail::TriangleMesh& mesh) {
     if (plane.outline.regions.empty()) return;
     std::vector<Vector> corners;
-    ForEachRing(plane.outline, [&](const PlaneRing& ring) {
+    reports::ForEachRing(plane.outline, [&](const PlaneRing& ring) {
         for (const auto& p : ring.points)
             corners.push_back(frame.ToWorld(reports::CornerOf(plane, p)));
     });

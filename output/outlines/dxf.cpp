@@ -4,6 +4,7 @@
 
 #include "orvix/geometry/bounds.h"
 #include "output/outlines/outline_formats.h"
+#include "reports/rings.h"
 
 namespace orvix::output {
 
@@ -23,27 +24,18 @@ int ColourOf(const std::string& kind) {
     return found != kColours.end() ? found->second : 6;
 }
 
-template <class Use>
-void ForEachRing(const std::vector<reports::WorldPlane>& planes, Use&& use) {
-    for (const reports::WorldPlane& plane : planes) {
-        for (const reports::WorldPlane::Region& region : plane.regions) {
-            use(plane, region.outer);
-            for (const reports::WorldPlane::Ring& hole : region.holes) use(plane, hole);
-        }
-    }
-}
-
 // The extents, so that a viewer finds the drawing at once however far from zero it is.
 void PrintHeader(TextFile& file, const std::vector<reports::WorldPlane>& planes) {
     ExtendsT<double> box;
     bool empty = true;
-    ForEachRing(planes, [&](const reports::WorldPlane&, const reports::WorldPlane::Ring& ring) {
+    const auto include = [&](const reports::WorldPlane::Ring& ring) {
         for (const auto& p : ring) {
             if (empty) box = {p, p};
             empty = false;
             detail::Extend(box, p);
         }
-    });
+    };
+    for (const reports::WorldPlane& plane : planes) reports::ForEachRing(plane, include);
     file.Print("0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1009\n");
     if (!empty)
         for (const auto& [name, p] : {std::pair{"$EXTMIN", box.min}, std::pair{"$EXTMAX", box.max}})
@@ -79,10 +71,10 @@ void PrintDxf(TextFile& file, const std::vector<reports::WorldPlane>& planes) {
     PrintHeader(file, planes);
     PrintTables(file, planes);
     file.Print("0\nSECTION\n2\nENTITIES\n");
-    ForEachRing(planes,
-                [&](const reports::WorldPlane& plane, const reports::WorldPlane::Ring& ring) {
-                    PrintRing(file, LayerOf(plane), ring);
-                });
+    for (const reports::WorldPlane& plane : planes)
+        reports::ForEachRing(plane, [&](const reports::WorldPlane::Ring& ring) {
+            PrintRing(file, LayerOf(plane), ring);
+        });
     file.Print("0\nENDSEC\n0\nEOF\n");
 }
 

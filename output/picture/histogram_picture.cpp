@@ -9,6 +9,7 @@
 
 #include "orvix/platform/amounts.h"
 #include "output/output_file.h"
+#include "reports/histogram_columns.h"
 
 namespace orvix::output {
 
@@ -22,7 +23,6 @@ constexpr double kTop = 92;  // title, subtitle, two rows of boundary values
 constexpr double kBottom = 64;
 constexpr std::size_t kColumns = 240;
 constexpr double kPlainTop = 62;  // without boundary values
-constexpr std::uint64_t kTrimmedShare = 500;
 constexpr std::size_t kLabelledClasses = 16;
 
 constexpr std::array<const char*, 8> kClassColours{"#3b6fb6", "#d9822b", "#3a9a5b", "#b5485d",
@@ -40,16 +40,6 @@ struct Scale {
     [[nodiscard]] double Y(double count) const { return bottom - count / most * Height(); }
     [[nodiscard]] double Height() const { return bottom - top; }
 };
-
-// 1, 2 or 5 times a power of ten, so that about `wanted` steps fit.
-double RoundStep(double range, double wanted) {
-    const double rough = range / wanted;
-    const double power = std::pow(10.0, std::floor(std::log10(rough)));
-    for (const double factor : {1.0, 2.0, 5.0}) {
-        if (factor * power >= rough * (1 - 1e-9)) return factor * power;
-    }
-    return 10 * power;
-}
 
 int DecimalsOf(double step) {
     return std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
@@ -155,7 +145,8 @@ std::string BoundaryLines(const HistogramPanel& panel, const std::vector<double>
     return svg;
 }
 
-std::string Bars(const Columns& columns, const std::vector<double>& edges, const Scale& scale) {
+std::string Bars(const reports::Columns& columns, const std::vector<double>& edges,
+                 const Scale& scale) {
     std::string svg;
     std::size_t number = 0;
     for (std::size_t i = 0; i < columns.counts.size(); ++i) {
@@ -174,7 +165,7 @@ std::string Bars(const Columns& columns, const std::vector<double>& edges, const
 std::string HorizontalAxis(const reports::FieldHistogram& histogram, const Scale& scale) {
     std::string svg = Line(kLeft, scale.bottom, kWidth - kRight, scale.bottom,
                            R"(stroke="#222" stroke-width="1.2")");
-    const double step = RoundStep(scale.end - scale.start, 9);
+    const double step = reports::RoundStep(scale.end - scale.start, 9);
     const double first = std::ceil((scale.start + histogram.shift) / step);
     for (double tick = first; tick * step <= scale.end + histogram.shift + step * 1e-9; tick += 1) {
         const double value = tick == 0 ? 0.0 : tick * step;  // never "-0"
@@ -187,10 +178,10 @@ std::string HorizontalAxis(const reports::FieldHistogram& histogram, const Scale
                       histogram.AxisText());
 }
 
-std::string VerticalAxis(const reports::FieldHistogram& histogram, const Columns& columns,
+std::string VerticalAxis(const reports::FieldHistogram& histogram, const reports::Columns& columns,
                          const Scale& scale) {
     std::string svg;
-    const double step = std::max(1.0, RoundStep(scale.most, 5));
+    const double step = std::max(1.0, reports::RoundStep(scale.most, 5));
     for (double count = 0; count <= scale.most; count += step) {
         const double y = scale.Y(count);
         svg += Line(kLeft, y, kWidth - kRight, y, R"(stroke="#999" stroke-opacity="0.4")");
@@ -209,7 +200,7 @@ std::string VerticalAxis(const reports::FieldHistogram& histogram, const Columns
 }
 
 std::string Draw(const HistogramPanel& panel, double top) {
-    const Columns columns = ColumnsOf(panel.histogram, kColumns);
+    const reports::Columns columns = reports::ColumnsOf(panel.histogram, kColumns);
     const std::uint64_t most = *std::max_element(columns.counts.begin(), columns.counts.end());
     const double plotTop = top + (panel.classes != nullptr ? kTop : kPlainTop);
     const Scale scale{plotTop, top + kPanelHeight - kBottom, columns.start, columns.End(),
@@ -232,43 +223,6 @@ std::string Draw(const HistogramPanel& panel, double top) {
 }
 
 }  // namespace
-
-Columns ColumnsOf(const reports::FieldHistogram& histogram, std::size_t most) {
-    const auto& bins = histogram.bins;
-    Columns columns;
-    const std::uint64_t mayGo = histogram.points / kTrimmedShare;
-    std::size_t first = 0;
-    std::size_t last = bins.size() - 1;
-    while (first < last && columns.below + bins[first].count <= mayGo) {
-        columns.below += bins[first++].count;
-    }
-    while (last > first && columns.above + bins[last].count <= mayGo) {
-        columns.above += bins[last--].count;
-    }
-    // Edges are round numbers as people read them, as far as bins allow: an intensity is its bin's
-    // middle, and the world's zero lies on the edge of a height's bin only to the centimetre.
-    const double bin = histogram.binWidth;
-    const double zero = histogram.field == reports::Field::Intensity
-                            ? -bin / 2
-                            : -std::floor(histogram.shift / bin + 0.5) * bin;
-    const double lowest = bins[first].value - bin / 2 - zero;
-    const double highest = bins[last].value + bin / 2 - zero;
-    for (double wanted = 1;; wanted = RoundStep(wanted * 1.5, 1)) {
-        columns.width = bin * wanted;
-        const double start = std::floor(lowest / columns.width + 1e-6);
-        const double count = std::ceil(highest / columns.width - 1e-6) - start;
-        if (count > static_cast<double>(most) && count > 1) continue;
-        columns.start = start * columns.width + zero;
-        columns.counts.resize(static_cast<std::size_t>(std::max(count, 1.0)));
-        break;
-    }
-    for (std::size_t i = first; i <= last; ++i) {
-        const double place = (bins[i].value - columns.start) / columns.width;
-        columns.counts[std::min(columns.counts.size() - 1, static_cast<std::size_t>(place))] +=
-            bins[i].count;
-    }
-    return columns;
-}
 
 std::string DrawHistograms(const std::vector<HistogramPanel>& panels) {
     const double height = kPanelHeight * static_cast<double>(panels.size());

@@ -9,23 +9,6 @@
 
 namespace orvix::output {
 
-/// A histogram gathered into columns of equal width.
-struct Columns {
-    double start = 0;  ///< lower edge of the first, as stored
-    double width = 1;  ///< 1, 2 or 5 times a power of ten of bins
-    std::vector<std::uint64_t> counts;
-    std::uint64_t below = 0;  ///< points left out at either end
-    std::uint64_t above = 0;
-
-    [[nodiscard]] double End() const { return start + width * double(counts.size()); }
-};
-
-/// Gathers a histogram into at most `most` columns.
-///
-/// Boundaries up to a 500th of the points at either end is left out, so that a few stray values do
-///            not squeeze the others together.
-Columns ColumnsOf(const reports::FieldHistogram& histogram, std::size_t most);
-
 /// One panel of the picture; without classes, the columns alone.
 struct HistogramPanel {
     reports::FieldHistogram histogram;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "orvix/points/thinning.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "orvix/surfaces/surface_mesh.h"
 
@@ -34,10 +35,10 @@ bool Opposed(const PlaneFrame& own, const LocalToWorld& frame,
 }  // namespace
 
 Points Thinned(const Points& points, std::size_t max) {
-    const std::size_t stride = std::max<std::size_t>(1, (points.size() + max - 1) / max);
+    const std::uint64_t stride = StrideFor(points.size(), max);
     if (stride == 1) return points;
     Points some;
-    for (std::size_t i = 0; i < points.size(); i += stride) some.push_back(points[i]);
+    for (std::uint64_t i = 0; i < points.size(); i += stride) some.push_back(points[i]);
     return some;
 }
 

@@ -2,17 +2,16 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
+#include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "orvix/planes/seed/plane_from_seed.h"
-#include "output/mesh/mesh_writer.h"
-#include "output/picture/plane_picture.h"
+#include "reports/world_project.h"
 
-namespace orvix::cli {
+namespace orvix::reports {
 
-/// What to search for. Empty options are those of SeedPlaneOptions.
+/// Where to grow a plane, and how. Empty options are those of SeedPlaneOptions.
 struct PlaneRequest {
     std::array<double, 3> seed{};
     bool local = false;  ///< the seed is in the project's own frame
@@ -24,30 +23,26 @@ struct PlaneRequest {
     std::optional<std::int32_t> minPlane;  ///< most points handed on per cell, above 2
     std::optional<double> reach;
     std::optional<double> distance;
-    bool wantMesh = false;
-    bool wantPicture = false;
 };
 
-/// A plane found, told in world coordinates, with what was asked for beside it.
+/// The plane at a seed, in world coordinates.
 struct PlaneFinding {
-    detail::SeedPlane grown;
+    detail::SeedPlane grown;           ///< in the project's own frame
     std::array<double, 4> equation{};  ///< unit normal and d
     SimplePointT<double> centroid;
     SimplePointT<double> seed;  ///< the cloud's point that growth started from
     std::size_t holes = 0;
-    std::optional<detail::TriangleMesh> mesh;
-    std::optional<output::PlanePicture> picture;
 };
 
-/// Opens a project as a host does, grows the plane at a seed, and gathers what a mesh and a
-/// picture of it take.
+/// Grows the plane at a seed, and carries it into the world.
+///
+///     const auto project = WorldProject::Open(path);
+///     const auto plane = FindPlane(*project, {.seed = {12.4, 3.08, 1.5}}, proceed);
 ///
 /// Units   metres, world coordinates; the angle in degrees. A normal turned by the angle differs
 ///         in each component by at most 2 sin(angle / 2), which is the tolerance used.
-/// Errors  those of opening and of GrowPlaneFromSeed; BadInput where no outline can be drawn for a
-///         mesh, because the points lie on one line.
-/// Cost    a picture reads at most two million points of the skeleton, whatever its size.
-Expected<PlaneFinding> FindPlane(const CString& project, const PlaneRequest& request,
+/// Errors  those of GrowPlaneFromSeed.
+Expected<PlaneFinding> FindPlane(const WorldProject& project, const PlaneRequest& request,
                                  const std::function<bool()>& proceed);
 
-}  // namespace orvix::cli
+}  // namespace orvix::reports

@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/verbs/planes_result.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+
+#include "cli/json_parts.h"
+#include "orvix/platform/amounts.h"
+#include "reports/place_reason.h"
+
+namespace orvix::cli {
+
+namespace {
+
+constexpr std::size_t kListed = 20;
+
+Json JsonOf(const reports::WorldPlane::Ring& ring) {
+    Json json = Json::array();
+    for (const SimplePointT<double>& corner : ring) json.push_back(PointJson(corner));
+    return json;
+}
+
+Json JsonOf(const reports::WorldPlane& plane) {
+    Json json;
+    json["number"] = plane.number;
+    json["class"] = plane.kind;
+    json["equation"] = plane.equation;
+    json["centroid"] = PointJson(plane.centroid);
+    json["points"] = plane.points;
+    json["rms"] = plane.rms;
+    json["tolerance"] = plane.tolerance;
+    json["area"] = plane.area;
+    json["regions"] = Json::array();
+    for (const reports::WorldPlane::Region& region : plane.regions) {
+        Json holes = Json::array();
+        for (const reports::WorldPlane::Ring& hole : region.holes) holes.push_back(JsonOf(hole));
+        json["regions"].push_back(Json{{"outer", JsonOf(region.outer)}, {"holes", holes}});
+    }
+    return json;
+}
+
+Json JsonOf(const detection::PlaneSearchSettings& settings) {
+    return Json{{"cell", settings.cellSize},        {"spacing", settings.spacing},
+                {"noise", settings.noise},          {"distance", settings.distance},
+                {"angle", settings.angle},          {"min_area", settings.minArea},
+                {"min_points", settings.minPoints}, {"bridge", settings.bridge}};
+}
+
+Json NumberOrNull(std::int32_t plane) {
+    return plane < 0 ? Json() : Json(plane + 1);
+}
+
+Json JsonOf(const detection::PlaceReport& place) {
+    const double turn = reports::TurnInDegrees(place);
+    Json json;
+    json["plane"] = NumberOrNull(place.plane);
+    json["verdict"] = reports::WordOf(reports::VerdictOf(place));
+    json["cell_points"] = place.points;
+    json["cell_normal"] = PointJson(place.cellNormal);
+    json["cell_rms"] = place.cellRms;
+    json["nearest"] = NumberOrNull(place.nearest);
+    json["nearest_distance"] = place.nearestDistance;
+    json["nearest_turn"] = turn < 0 ? Json() : Json(turn);
+    return json;
+}
+
+Json JsonOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
+            const std::optional<detection::PlaceReport>& place) {
+    const detection::PlaneSearch& search = *finding.search;
+    Json json;
+    json["settings"] = JsonOf(search.Settings());
+    json["points"] = search.Points();
+    json["assigned_points"] = search.AssignedPoints();
+    json["cells"] = search.Cells();
+    json["planes"] = Json::array();
+    for (const reports::WorldPlane& plane : finding.planes) json["planes"].push_back(JsonOf(plane));
+    if (place) {
+        json["explain"] = JsonOf(*place);
+        json["explain"]["why"] = reports::SentencesOf(*place, search.Settings(), finding.planes);
+    }
+    json["points_file"] = NameOrNull(arguments.points);
+    json["mesh"] = NameOrNull(arguments.mesh);
+    json["outlines"] = NameOrNull(arguments.outlines);
+    json["picture"] = NameOrNull(arguments.picture);
+    json["applied"] = arguments.apply;
+    json["seconds"] = finding.seconds;
+    return json;
+}
+
+std::string TextOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
+                   const std::optional<detection::PlaceReport>& place) {
+    const detection::PlaneSearch& search = *finding.search;
+    const auto& s = search.Settings();
+    std::string text = fmt::format(
+        "measured  spacing {:.1f} mm, noise {:.1f} mm\n"
+        "used      cells {:g} m, distance {:.1f} mm, angle {:g} degrees, min area {:g} m2, "
+        "min points {:g}, bridge {:g} m\n",
+        s.spacing * 1000, s.noise * 1000, s.cellSize, s.distance * 1000, s.angle, s.minArea,
+        s.minPoints, s.bridge);
+    const double share = search.Points() > 0
+                             ? 100.0 * static_cast<double>(search.AssignedPoints()) /
+                                   static_cast<double>(search.Points())
+                             : 0;
+    std::map<std::string, std::size_t> kinds;
+    for (const reports::WorldPlane& plane : finding.planes) ++kinds[plane.kind];
+    text += fmt::format("planes    {}, {:.2f} m2; {} of {} points, {:.1f} %\n",
+                        platform::CountText(finding.planes.size()), finding.Area(),
+                        platform::CountText(search.AssignedPoints()),
+                        platform::CountText(search.Points()), share);
+    for (const auto& [kind, count] : kinds)
+        text += fmt::format("          {:<8} {:>6}\n", kind, platform::CountText(count));
+    for (std::size_t i = 0; i < std::min(finding.planes.size(), kListed); ++i) {
+        const reports::WorldPlane& plane = finding.planes[i];
+        text += fmt::format("{:>6}    {:<8} {:>10.2f} m2 {:>14} points  rms {:.1f} mm\n",
+                            plane.number, plane.kind, plane.area, platform::CountText(plane.points),
+                            plane.rms * 1000);
+    }
+    if (finding.planes.size() > kListed)
+        text += fmt::format("          and {} more; --json lists them all\n",
+                            platform::CountText(finding.planes.size() - kListed));
+    if (place)
+        text += fmt::format("{}:\n{}", arguments.explain,
+                            reports::SentencesOf(*place, s, finding.planes));
+    for (const auto& [what, name] :
+         {std::pair{"points", &arguments.points}, std::pair{"mesh", &arguments.mesh},
+          std::pair{"outlines", &arguments.outlines}, std::pair{"picture", &arguments.picture}})
+        if (!name->empty()) text += fmt::format("{:<9} {}\n", what, *name);
+    if (arguments.apply)
+        text += "applied   plane numbers are in the first values of the points' DCLC pairs\n";
+    return text + fmt::format("{:.2f} s\n", finding.seconds);
+}
+
+}  // namespace
+
+Outcome OutcomeOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
+                  const std::optional<detection::PlaceReport>& place) {
+    return {JsonOf(arguments, finding, place), TextOf(arguments, finding, place)};
+}
+
+}  // namespace orvix::cli
