@@ -18,8 +18,8 @@ ExitCode PrintOutcome(const CommandContext& context, const Outcome& outcome) {
     const bool written =
         std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (written) return outcome.exitCode;
-    Tell(fmt::format("orvix {}: the result could not be written to standard output\n",
-                     context.verb));
+    WriteMessage(fmt::format("orvix {}: the result could not be written to standard output\n",
+                             context.verb));
     return kExitFailure;
 }
 
@@ -42,12 +42,12 @@ std::string JsonText(const Json& json) {
 }
 
 void PrintNote(const std::string& message) {
-    Tell(fmt::format("{}\n", message));
+    WriteMessage(fmt::format("{}\n", message));
 }
 
 void ReportFailure(const std::string& verb, bool json, const std::string& word,
                    const std::string& message) {
-    Tell(fmt::format("orvix{}{}: {}\n", verb.empty() ? "" : " ", verb, message));
+    WriteMessage(fmt::format("orvix{}{}: {}\n", verb.empty() ? "" : " ", verb, message));
     if (!json) return;
     const std::string text = JsonText(Json{{"error", Json{{"code", word}, {"message", message}}}});
     std::fwrite(text.data(), 1, text.size(), stdout);

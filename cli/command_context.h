@@ -14,7 +14,7 @@ namespace orvix::cli {
 
 using Json = nlohmann::ordered_json;
 
-/// What a verb hands back: the same result twice, for programs and for people.
+/// The result of a verb, twice: for programs and for people.
 struct Outcome {
     Json json;
     std::string text;             ///< lines for people, each ended by a line break
@@ -24,7 +24,7 @@ struct Outcome {
 struct CommandContext;
 using VerbRun = std::function<Expected<Outcome>(CommandContext&)>;
 
-/// What every verb shares: the options that all of them take, and the way out for messages.
+/// The options that every verb takes, and the verb that was chosen.
 struct CommandContext {
     std::string verb;  ///< as typed: "import", "settings get"
     bool json = false;
@@ -40,10 +40,10 @@ ExitCode RunAndReport(CommandContext& context);
 void ReportFailure(const std::string& verb, bool json, const std::string& word,
                    const std::string& message);
 
-/// A sentence for the user that is no failure; standard error.
+/// Writes a sentence that is no failure to standard error.
 void PrintNote(const std::string& message);
 
-/// JSON text with two blanks a level; bytes that are no UTF-8 become U+FFFD.
+/// JSON text, two blanks per level; bytes that are no UTF-8 become U+FFFD.
 std::string JsonText(const Json& json);
 
 }  // namespace orvix::cli

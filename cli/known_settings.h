@@ -12,7 +12,7 @@ namespace orvix::cli {
 
 enum class SettingKind { Length, Tolerance, Count, Switch, Number };
 
-/// A user setting that the library reads: where it is kept, what it is when absent, what it does.
+/// A setting that the library reads: its place in the settings store, its default and its meaning.
 struct KnownSetting {
     const char* name;
     HKEY root;
@@ -22,7 +22,7 @@ struct KnownSetting {
     const char* meaning;
 };
 
-/// Every setting, in the order in which `orvix settings list` tells them.
+/// Every setting, in the order in which `orvix settings list` shows them.
 std::span<const KnownSetting> KnownSettings();
 
 /// By name, without regard to case; null when there is none.

@@ -6,9 +6,9 @@
 
 namespace orvix::cli {
 
-/// Writes to standard error and lets a failure pass: a full log disk or a reader that has gone
-/// must not end the work that the text tells of.
-inline void Tell(std::string_view text) {
+/// Writes to standard error and ignores a failure: a full log disk or a reader that has gone must
+/// not end the work that the message is about.
+inline void WriteMessage(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stderr);
     std::fflush(stderr);
 }

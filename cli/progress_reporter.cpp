@@ -96,20 +96,20 @@ void ProgressReporter::Report(const ProgressState& state) {
 void ProgressReporter::Print(const ProgressState& state) {
     if (mode_ == ProgressMode::Bar) {
         const int columns = platform::TerminalColumns(platform::StandardStream::Error);
-        Tell(fmt::format("\r\033[K{}", BarLine(state, columns)));
+        WriteMessage(fmt::format("\r\033[K{}", BarLine(state, columns)));
         barShown_ = true;
     } else if (mode_ == ProgressMode::Json) {
-        Tell(fmt::format("{}\n", JsonLine(state)));
+        WriteMessage(fmt::format("{}\n", JsonLine(state)));
     } else {
-        Tell(fmt::format("{:.0f} % {}, {} points{}\n", std::floor(state.fraction * 100),
-                         state.phase, platform::CountText(state.points),
-                         LeftText(state.secondsLeft)));
+        WriteMessage(fmt::format("{:.0f} % {}, {} points{}\n", std::floor(state.fraction * 100),
+                                 state.phase, platform::CountText(state.points),
+                                 LeftText(state.secondsLeft)));
     }
 }
 
 void ProgressReporter::Finish() {
     if (!barShown_) return;
-    Tell(fmt::format("\r\033[K"));
+    WriteMessage(fmt::format("\r\033[K"));
     barShown_ = false;
 }
 

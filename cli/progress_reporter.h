@@ -7,12 +7,12 @@
 
 namespace orvix::cli {
 
-/// How progress is told, always on standard error.
+/// How progress is reported, always on standard error.
 enum class ProgressMode {
     Automatic,  ///< a bar on a terminal, nothing elsewhere
     Bar,        ///< a bar on a terminal, plain lines elsewhere
-    Plain,      ///< a line every few seconds
-    Json,       ///< one object a line: phase, fraction, bytes, points, seconds_left
+    Plain,      ///< a line every two seconds
+    Json,       ///< one object per line: phase, fraction, bytes, points, seconds_left
     None
 };
 
@@ -27,15 +27,15 @@ struct ProgressState {
     double secondsLeft = -1;  ///< negative: not known yet
 };
 
-/// Tells a long piece of work's progress, at a pace that suits the reader whatever the pace of the
-/// calls: a bar ten times a second, JSON five times, lines every two seconds, and each phase once.
+/// Reports the progress of long work at a reader's pace, however often it is called: a bar ten
+/// times a second, JSON five times, lines every two seconds, and each phase at least once.
 ///
 ///     ProgressReporter progress(ProgressModeOf(context.progressWord));
 ///     progress.Report({"sorting", 0.4, bytes, points, 12.0});
 ///     progress.Finish();                     // takes the bar away before results are printed
 ///
 /// Threads  one at a time.
-/// Cost     a look at the clock a call.
+/// Cost     one reading of the clock per call.
 class ProgressReporter {
 public:
     explicit ProgressReporter(ProgressMode mode);

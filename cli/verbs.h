@@ -38,7 +38,7 @@ CLI::Option* AddPositionOption(CLI::App& verb, const std::string& name, std::str
 /// The option --seed: a position of a sane size.
 CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning);
 
-/// The least memory that a verb works with, and the sentence that says so.
+/// The smallest --memory-limit that a verb takes, and the sentence that says so.
 struct MinMemory {
     std::uint64_t bytes = 1;
     std::string sentence;
@@ -58,7 +58,7 @@ void AddProgressOption(CLI::App& verb, CommandContext& context);
 /// the work whose results they hold.
 Expected<void> RequirePlaces(std::initializer_list<std::string> names);
 
-/// What long work asks now and then: false once the user, or the system, wants it to end.
+/// False once the user, or the system, has asked the command to end; long work looks now and then.
 bool MayGoOn();
 
 /// One function per verb, each in the file named after it.

@@ -10,8 +10,8 @@
 
 namespace orvix::output {
 
-/// Whether a file may appear under this name: its folder exists, and it is no folder itself. Asked
-/// before the work whose result the file is to hold.
+/// Checks that a file may be made under this name: its folder exists, and it is no folder itself.
+/// Call it before the work whose result the file is to hold.
 ///
 /// Errors   BadInput, with the path.
 Expected<void> RequireOutputPlace(const CString& path);
@@ -23,9 +23,9 @@ Expected<void> RequireOutputPlace(const CString& path);
 ///     file.Append(bytes.data(), bytes.size());
 ///     return file.Commit();
 ///
-/// Errors   the first failure is kept and told by `Commit`: NoSpace or Failure, with the path.
+/// Errors   the first failure is kept, and `Commit` returns it: NoSpace or Failure, with the path.
 /// Lifetime the destructor removes what was not committed.
-/// Cost     no buffer: hand over large blocks.
+/// Cost     no buffer: append large blocks.
 class OutputFile {
 public:
     explicit OutputFile(const CString& path);

@@ -12,7 +12,7 @@
 
 namespace orvix::output {
 
-/// Text or bytes on their way to an OutputFile, in blocks of 1 MiB.
+/// Collects text or bytes for an OutputFile, and writes them in blocks of 1 MiB.
 ///
 ///     TextFile file(path);
 ///     file.Print("v {} {} {}\n", p.x, p.y, p.z);

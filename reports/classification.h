@@ -11,7 +11,7 @@
 
 namespace orvix::reports {
 
-/// Classes of a histogram's values.
+/// Natural classes of a histogram's values: their boundaries and how many points each holds.
 struct Classification {
     std::vector<double> boundaries;     ///< the lowest value, then the largest of each class
     std::vector<std::uint64_t> counts;  ///< points in each class
@@ -32,8 +32,8 @@ struct ClassifyOptions {
     std::uint32_t seed = 1;  ///< of the draws
 };
 
-/// Divides a histogram's values into natural classes, exactly by all of its points
-/// (detail::BinClasses) or, as hosts do, by a sample (Mathematic::GetJenksBreaks).
+/// Divides a histogram's values into natural classes: exactly, by all of its points
+/// (detail::BinClasses), or as hosts do, by a sample (Mathematic::GetJenksBreaks).
 ///
 /// Order      the same on every system: a sample is drawn by detail::SeededDraws.
 /// Boundaries a value equal to a boundary is in the class that ends there. The outer boundaries are

@@ -13,7 +13,7 @@ namespace orvix::reports {
 enum class PlaceVerdict : std::uint8_t {
     OnPlane,  ///< the nearest plane around is near enough
     TooFar,   ///< the nearest plane around is not
-    Dropped,  ///< the nearest is too small to be told, and so on none
+    Dropped,  ///< the nearest is too small for the list of planes, so the place is on none
     NotFlat,  ///< no plane around, and none could begin here
     NoPlane,  ///< no plane around, though it is flat
     Empty,    ///< no plane around and no point

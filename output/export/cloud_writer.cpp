@@ -5,10 +5,6 @@
 
 namespace orvix::output {
 
-bool IsCloudName(const CString& path) {
-    return HasEnding(path, L".ply") || HasEnding(path, L".las") || HasEnding(path, L".xyz");
-}
-
 std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const ExportedCloud& cloud) {
     if (HasEnding(path, L".ply")) return MakePlyCloudWriter(cloud);
     if (HasEnding(path, L".las")) return MakeLasCloudWriter(cloud);

@@ -13,7 +13,7 @@
 
 namespace orvix::output {
 
-/// What the points to export are like, known before the first one is written.
+/// The number, frame and bounds of the points to export, known before the first one is written.
 struct ExportedCloud {
     std::uint64_t points = 0;
     detail::LocalToWorld frame;
@@ -49,16 +49,13 @@ public:
     virtual ~CloudWriter() = default;
     virtual void Begin(Bytes& bytes) const = 0;
     virtual void Add(const ExportedPoint& point, Bytes& bytes) const = 0;
-    /// About how long a point is, for a look at the free space.
+    /// Bytes of a point, about, to compare with the free space.
     [[nodiscard]] virtual std::uint64_t PointBytes() const = 0;
-    /// What to tell people of the file: "PLY binary little-endian".
+    /// The format's name for people: "PLY binary little-endian".
     [[nodiscard]] virtual std::string Format() const = 0;
 };
 
-/// Whether the ending is one of .ply, .las and .xyz, in any case.
-bool IsCloudName(const CString& path);
-
-/// The writer for a path of such a name.
+/// The writer for a path that ends in .ply, .las or .xyz, in any case.
 std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const ExportedCloud& cloud);
 
 /// PLY, binary little-endian: positions as doubles, so that an import of the file gives the same
@@ -72,7 +69,7 @@ std::unique_ptr<CloudWriter> MakePlyCloudWriter(const ExportedCloud& cloud);
 ///        Colours are times 257.
 std::unique_ptr<CloudWriter> MakeLasCloudWriter(const ExportedCloud& cloud);
 
-/// Text: a line of names, then a point a line, blanks between the columns, positions with as many
+/// Text: a line of names, then a line per point, blanks between the columns, positions with as many
 /// digits as it takes to read them back exactly.
 std::unique_ptr<CloudWriter> MakeXyzCloudWriter();
 

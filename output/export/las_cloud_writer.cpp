@@ -21,7 +21,7 @@ constexpr std::uint16_t kCoordinateSystemAsText = 1u << 4;  // as point formats 
 constexpr std::uint8_t kOnlyReturn = 0x11;
 constexpr std::uint16_t kFullColour = 257;  // 255 becomes 65535
 constexpr double kFinestScale = 1e-4;
-constexpr double kMostSteps = 2'147'483'647;
+constexpr double kMaxSteps = 2'147'483'647;
 
 double ScaleFor(const ExportedCloud& cloud) {
     const SimplePointT<double> o = cloud.frame.Origin();
@@ -31,7 +31,7 @@ double ScaleFor(const ExportedCloud& cloud) {
                   std::fabs(b.max.y - o.y), std::fabs(b.min.z - o.z), std::fabs(b.max.z - o.z)});
     double scale = kFinestScale;
     // One step is kept for rounding.
-    while (reach / scale > kMostSteps - 1) scale *= 10;
+    while (reach / scale > kMaxSteps - 1) scale *= 10;
     return scale;
 }
 

@@ -29,7 +29,7 @@ struct ExportReport {
     double seconds = 0;
 };
 
-/// Told the share of the work done (0 to 1), and the points and bytes written; false cancels.
+/// Receives the share of the work done (0 to 1), and the points and bytes written; false cancels.
 using ExportCallback =
     std::function<bool(double fraction, std::uint64_t points, std::uint64_t bytes)>;
 
@@ -37,13 +37,12 @@ using ExportCallback =
 /// .ply, .las or .xyz file (see the writers in cloud_writer.h).
 ///
 /// Order    as in the project: cell by cell.
-/// Boundaries of the world coordinate of a point under a plain shift by zero, the sign of a zero
-///          stays.
+/// Boundaries where the project's frame is shifted by zero along an axis, coordinates are written
+///          bit for bit, the sign of a zero included.
 /// Errors   BadInput for a file that exists, unless it is to be replaced, a place that cannot be
 ///          written to and a choice that holds no point; NoSpace, before the first byte where it
-///          can be told; Cancelled. The file appears whole or not at all.
-/// Cost     two passes over the mapped point file, one to count and one to write; memory stays
-/// flat.
+///          can be known; Cancelled. The file appears whole or not at all.
+/// Cost     two passes over the mapped point file, one to count and one to write; constant memory.
 Expected<ExportReport> ExportProject(const CString& project, const CString& target,
                                      const ExportOptions& options,
                                      const ExportCallback& callback = {});

@@ -8,7 +8,7 @@
 
 namespace orvix::output {
 
-/// The formats behind WriteOutlines, a file each.
+/// Print outlines in one format each; WriteOutlines chooses among them.
 void PrintDxf(TextFile& file, const std::vector<reports::WorldPlane>& planes);
 void PrintGeoJson(TextFile& file, const std::vector<reports::WorldPlane>& planes);
 void PrintIfc(TextFile& file, const std::vector<reports::WorldPlane>& planes);

@@ -33,7 +33,7 @@ enum class Align { Left, Centre, Right };
 
 /// A picture to draw on: x goes right, y goes down, in pixels of the finished picture.
 ///
-/// It holds two samples a pixel along each axis, and edges cover samples in part, so that lines
+/// It holds two samples per pixel along each axis, and edges cover samples in part, so that lines
 /// and letters come out smooth.
 ///
 ///     Canvas canvas(1600, 900, kWhite);
@@ -52,16 +52,16 @@ public:
     void Frame(const PixelRect& rect, double width, Colour colour);
     void Line(Pixel2 from, Pixel2 to, double width, Colour colour);
     void Disc(Pixel2 centre, double radius, Colour colour);
-    /// UTF-8 text, its capitals' top at `at`; `size` is the em of the letters, of which a capital is
-    /// almost three quarters high.
+    /// UTF-8 text, its capitals' top at `at`; `size` is the em of the letters: a capital is almost
+    /// three quarters of it high.
     void Text(Pixel2 at, std::string_view text, double size, Colour colour,
               Align align = Align::Left);
 
     [[nodiscard]] int Width() const { return width_; }
     [[nodiscard]] int Height() const { return height_; }
-    /// One sample, at sample coordinates (kSamples a pixel).
+    /// One sample, at sample coordinates (kSamples per pixel).
     void Blend(int x, int y, Colour colour, double coverage);
-    /// The finished picture: rows from the top, three bytes a pixel.
+    /// The finished picture: rows from the top, three bytes per pixel.
     [[nodiscard]] std::vector<std::uint8_t> Finish() const;
 
 private:

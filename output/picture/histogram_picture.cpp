@@ -32,12 +32,12 @@ constexpr std::array<const char*, 8> kClassColours{"#3b6fb6", "#d9822b", "#3a9a5
 struct Scale {
     double top, bottom;  // of the plot
     double start, end;
-    double most;
+    double max;
 
     [[nodiscard]] double X(double stored) const {
         return kLeft + (stored - start) / (end - start) * (kWidth - kLeft - kRight);
     }
-    [[nodiscard]] double Y(double count) const { return bottom - count / most * Height(); }
+    [[nodiscard]] double Y(double count) const { return bottom - count / max * Height(); }
     [[nodiscard]] double Height() const { return bottom - top; }
 };
 
@@ -181,8 +181,8 @@ std::string HorizontalAxis(const reports::FieldHistogram& histogram, const Scale
 std::string VerticalAxis(const reports::FieldHistogram& histogram, const reports::Columns& columns,
                          const Scale& scale) {
     std::string svg;
-    const double step = std::max(1.0, reports::RoundStep(scale.most, 5));
-    for (double count = 0; count <= scale.most; count += step) {
+    const double step = std::max(1.0, reports::RoundStep(scale.max, 5));
+    for (double count = 0; count <= scale.max; count += step) {
         const double y = scale.Y(count);
         svg += Line(kLeft, y, kWidth - kRight, y, R"(stroke="#999" stroke-opacity="0.4")");
         svg += Text(kLeft - 8, y + 4, 12, Anchor::End,
@@ -201,10 +201,10 @@ std::string VerticalAxis(const reports::FieldHistogram& histogram, const reports
 
 std::string Draw(const HistogramPanel& panel, double top) {
     const reports::Columns columns = reports::ColumnsOf(panel.histogram, kColumns);
-    const std::uint64_t most = *std::max_element(columns.counts.begin(), columns.counts.end());
+    const std::uint64_t max = *std::max_element(columns.counts.begin(), columns.counts.end());
     const double plotTop = top + (panel.classes != nullptr ? kTop : kPlainTop);
     const Scale scale{plotTop, top + kPanelHeight - kBottom, columns.start, columns.End(),
-                      std::max(1.0, static_cast<double>(most) * 1.08)};
+                      std::max(1.0, static_cast<double>(max) * 1.08)};
     std::string svg = Text(kLeft, top + 28, 18, Anchor::Start, panel.title) +
                       Text(kLeft, top + 48, 13, Anchor::Start, panel.subtitle);
     std::vector<double> edges{scale.start, scale.end};

@@ -24,10 +24,10 @@ void ViewBounds::Add(double x, double y) {
     top = std::max(top, y);
 }
 
-ViewBounds ViewBounds::Widened(double share, double least) const {
+ViewBounds ViewBounds::Widened(double share, double min) const {
     const double margin = share * std::max(Width(), Height());
-    const double dx = std::max(margin, (least - Width()) / 2);
-    const double dy = std::max(margin, (least - Height()) / 2);
+    const double dx = std::max(margin, (min - Width()) / 2);
+    const double dy = std::max(margin, (min - Height()) / 2);
     return {left - dx, right + dx, bottom - dy, top + dy};
 }
 
@@ -70,10 +70,10 @@ std::string PictureView::NameOf(const Vector& d) {
     return fmt::format("bearing {:.0f}", bearing < -0.5 ? bearing + 360 : bearing);
 }
 
-double RoundLength(double most) {
-    const double power = std::pow(10.0, std::floor(std::log10(most)));
+double RoundLength(double max) {
+    const double power = std::pow(10.0, std::floor(std::log10(max)));
     for (const double step : {5.0, 2.0})
-        if (step * power <= most) return step * power;
+        if (step * power <= max) return step * power;
     return power;
 }
 

@@ -20,8 +20,8 @@ struct ViewBounds {
     [[nodiscard]] double Width() const { return right - left; }
     [[nodiscard]] double Height() const { return top - bottom; }
     [[nodiscard]] bool Empty() const { return right < left; }
-    /// The same, `share` of its larger side wider all around, and at least `least` metres a side.
-    [[nodiscard]] ViewBounds Widened(double share, double least) const;
+    /// The same, `share` of its larger side wider all around, and at least `min` metres per side.
+    [[nodiscard]] ViewBounds Widened(double share, double min) const;
 };
 
 /// A parallel projection onto a panel of a picture: which way is right, up and toward the viewer,
@@ -65,8 +65,8 @@ private:
     double centreY_ = 0;
 };
 
-/// The largest of 1, 2, 5 times a power of ten that is not above `most` (above 0).
-double RoundLength(double most);
+/// The largest of 1, 2, 5 times a power of ten that is not above `max` (above 0).
+double RoundLength(double max);
 
 /// "2 km", "5 m", "20 cm", "5 mm".
 std::string LengthText(double metres);

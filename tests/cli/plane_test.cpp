@@ -102,14 +102,14 @@ TEST_F(PlaneVerb, WritesAMeshInTheWorldThatLeavesTheWindowOpenAndFacesOneWay) {
     EXPECT_NEAR(facing, area, 0.01 * area);  // counter-clockwise about the normal (0, 1, 0)
 }
 
-TEST_F(PlaneVerb, WritesAPlyMeshAndAPicture) {
+TEST_F(PlaneVerb, WritesAPlyMeshAndAPictureWhoseEndingsMayBeCapitals) {
     const Json floor =
-        Plane(kFloorSeed, {"--mesh", File(L"floor.ply"), "--picture", File(L"floor.png")});
-    EXPECT_EQ(TextOf(L"floor.ply").substr(0, 20), "ply\nformat ascii 1.0");
-    const std::string png = TextOf(L"floor.png");
+        Plane(kFloorSeed, {"--mesh", File(L"floor.Ply"), "--picture", File(L"floor.Png")});
+    EXPECT_EQ(TextOf(L"floor.Ply").substr(0, 20), "ply\nformat ascii 1.0");
+    const std::string png = TextOf(L"floor.Png");
     EXPECT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1a\n");
     EXPECT_GT(png.size(), 20'000u);
-    EXPECT_EQ(floor["picture"], File(L"floor.png"));
+    EXPECT_EQ(floor["picture"], File(L"floor.Png"));
 }
 
 TEST_F(PlaneVerb, SaysThatNoPointLiesNearTheSeed) {
