@@ -61,7 +61,6 @@ CAlivePointReader::~CAlivePointReader() {
     UnmapFileView(skeletCoord_.view);
     UnmapFileView(alive_.view);
     UnmapFileView(skeletData_.view);
-    ReleaseRunView();
 }
 
 void CAlivePointReader::Reset() {
@@ -71,7 +70,7 @@ void CAlivePointReader::Reset() {
     nextRun_ = {};
     batchInProgress_ = false;
     for (reader_vars* rv : {&skeletData_, &skeletCoord_, &alive_}) InitRv(*rv);  // BEHAVIOUR R8
-    ReleaseRunView();
+    runView_.Release();
 }
 
 void CAlivePointReader::InitRv(reader_vars& rv) {
@@ -152,37 +151,16 @@ void CAlivePointReader::InitView(reader_vars& rv) {
 void CAlivePointReader::ReadIndexPoints(std::uint64_t first, std::uint32_t count,
                                         std::vector<CCloudPoint<float>>& out) {
     const std::uint64_t position = first * kAlivePointBytes;
-    if (first > kMaxRecords || !MapRun(position, count * kAlivePointBytes)) {
+    const std::uint8_t* records =
+        first > kMaxRecords
+            ? nullptr
+            : runView_.At(aliveFile_.mapping, aliveFile_.size, position, count * kAlivePointBytes);
+    if (records == nullptr) {
         platform::ReportError(L"ReadIndexPoints  ERROR");
         return;
     }
-    detail::AppendRecords(out, RecordsAt(runView_.base + (position - runView_.offset)), count);
-    if (runView_.bytes > kViewBytes) ReleaseRunView();
-}
-
-bool CAlivePointReader::MapRun(std::uint64_t position, std::uint64_t bytes) {
-    run_view& run = runView_;
-    if (run.base != nullptr && position >= run.offset && run.bytes >= bytes &&
-        position - run.offset <= run.bytes - bytes) {
-        return true;
-    }
-    ReleaseRunView();
-    run.offset = GranuleStart(position);
-    const std::uint64_t needed = position - run.offset + bytes;
-    const std::uint64_t left = aliveFile_.size - std::min(aliveFile_.size, run.offset);
-    const auto map = [&](std::uint64_t length) {
-        run.bytes = length;
-        run.base =
-            platform::MapFileView(aliveFile_.mapping, platform::kViewRead, run.offset, length);
-        return run.base != nullptr;
-    };
-    // Only what the run needs decides whether it can be read; the wider view is for its followers.
-    return map(std::max(needed, std::min(left, kViewBytes))) || map(needed);
-}
-
-void CAlivePointReader::ReleaseRunView() {
-    UnmapFileView(runView_.base);
-    runView_ = run_view{};
+    detail::AppendRecords(out, RecordsAt(records), count);
+    if (runView_.Bytes() > kViewBytes) runView_.Release();
 }
 
 bool CAlivePointReader::ReadIndexesPts(std::vector<CIndexerSmall>& runs,

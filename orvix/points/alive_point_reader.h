@@ -8,6 +8,7 @@
 
 #include "orvix/platform/export.h"
 #include "orvix/points/records.h"
+#include "orvix/points/view_window.h"
 
 namespace orvix {
 
@@ -195,13 +196,6 @@ private:
         std::uint32_t access;
     };
 
-    /// The view that single runs are appended from.
-    struct run_view {
-        std::uint8_t* base = nullptr;
-        std::uint64_t offset = 0;  // where it starts in the file
-        std::uint64_t bytes = 0;
-    };
-
     using RunIterator = std::vector<CIndexerSmall>::iterator;
 
     static std::uint64_t GranuleOf(std::int64_t position) {
@@ -254,8 +248,6 @@ private:
     static void MapWindow(reader_vars& rv, const point_file& file);
     static void InitRv(reader_vars& rv);
     void InitView(reader_vars& rv);
-    bool MapRun(std::uint64_t position, std::uint64_t bytes);
-    void ReleaseRunView();
     bool ContinueBatch(std::vector<CIndexerSmall>& runs, std::vector<CCloudPoint<float>>& out);
     void ReadIndexesPts(std::vector<CCloudPoint<float>>& out, RunIterator first, RunIterator last,
                         std::uint64_t span, std::uint64_t count) const;
@@ -263,7 +255,7 @@ private:
     reader_vars skeletData_;
     reader_vars skeletCoord_;
     reader_vars alive_;
-    run_view runView_;
+    detail::ViewWindow runView_;  // from which single runs are appended
     point_file aliveFile_;
     point_file skeletCoordFile_;
     point_file skeletDataFile_;

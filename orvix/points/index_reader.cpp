@@ -10,7 +10,7 @@
 namespace orvix {
 namespace {
 
-constexpr std::uint64_t kViewBytes = 8'388'608;
+constexpr std::uint64_t kViewBytes = detail::ViewWindow::kBytes;
 
 }  // namespace
 
@@ -36,7 +36,6 @@ CIndexReader::ReaderPtr CIndexReader::CreateReader(const CString& path, std::uin
 }
 
 void CIndexReader::DestroyReader(reader* level) {
-    UnmapFileView(level->window);
     platform::CloseMapping(level->mapping);
     platform::CloseHandleOf(level->file);
     delete level;
@@ -70,25 +69,9 @@ void CIndexReader::NextView(reader& level, std::uint32_t n) {
         (mapped - std::min(mapped, level.bufferOffset)) / level.recordBytes);
 }
 
-// At least `bytes` from `start` on; a new window takes in up to 8 MiB, so that a walk through many
-// short runs maps once for all of them.
 std::uint8_t* CIndexReader::ViewOf(reader& level, std::uint64_t start, std::uint64_t bytes) {
     if (bytes == 0) return nullptr;
-    const bool within = level.window != nullptr && start >= level.windowStart &&
-                        start - level.windowStart <= level.windowBytes &&
-                        bytes <= level.windowBytes - (start - level.windowStart);
-    if (!within) {
-        UnmapFileView(level.window);
-        level.windowStart = start;
-        level.windowBytes = std::max(bytes, std::min(kViewBytes, level.fileSize - start));
-        level.window =
-            platform::MapFileView(level.mapping, platform::kViewRead, start, level.windowBytes);
-        if (level.window == nullptr) {
-            level.windowBytes = bytes;
-            level.window = platform::MapFileView(level.mapping, platform::kViewRead, start, bytes);
-        }
-    }
-    return level.window == nullptr ? nullptr : level.window + (start - level.windowStart);
+    return level.window.At(level.mapping, level.fileSize, start, bytes);
 }
 
 void CIndexReader::Restart(reader& level, std::uint32_t first) {

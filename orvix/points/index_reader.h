@@ -7,6 +7,7 @@
 #include "orvix/platform/export.h"
 #include "orvix/platform/text.h"
 #include "orvix/points/records.h"
+#include "orvix/points/view_window.h"
 
 namespace orvix {
 
@@ -93,9 +94,7 @@ private:
         std::uint64_t entryOffset = 0;   // current entry, inside the view
         std::uint64_t recordBytes = 0;
         // What is mapped. It outlives a restart: the short runs of neighbouring cells lie in one.
-        std::uint8_t* window = nullptr;
-        std::uint64_t windowStart = 0;
-        std::uint64_t windowBytes = 0;
+        detail::ViewWindow window;
     };
 
     static void DestroyReader(reader* level);
