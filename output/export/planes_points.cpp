@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "output/colour.h"
 #include "output/text_file.h"
 
 namespace orvix::output {

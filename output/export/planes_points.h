@@ -4,7 +4,6 @@
 #include "detection/plane_search.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
-#include "output/picture/planes_picture.h"
 
 namespace orvix::output {
 

@@ -7,15 +7,10 @@
 #include <utility>
 #include <vector>
 
+#include "output/colour.h"
 #include "output/picture/letters.h"
 
 namespace orvix::output {
-
-struct Colour {
-    std::uint8_t r = 0;
-    std::uint8_t g = 0;
-    std::uint8_t b = 0;
-};
 
 struct Pixel2 {
     double x = 0;

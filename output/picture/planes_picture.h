@@ -24,9 +24,6 @@ struct PlanesPicture {
     std::string subtitle;
 };
 
-/// The colour of a plane: one of a row in which neighbours differ most.
-Colour PlaneColour(std::int32_t plane);
-
 /// Draws a cloud's planes in distinct colours, what is on none in grey: in plan, obliquely, and
 /// from the south and the east, each with its axes, a grid and a scale bar; y is north.
 ///
