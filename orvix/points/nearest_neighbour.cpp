@@ -34,22 +34,47 @@ double Widened(double bound) {
     return bound + bound * 1e-9 + std::numeric_limits<double>::min();
 }
 
-/// Collects what lies within an inclusive bound.
-template <class Entry>
+/// Hands what lies within an inclusive bound to `take`: its entry and its squared distance.
+template <class Take>
 struct WithinBound {
     double bound;
-    const std::vector<Entry>& entries;
-    std::vector<Neighbour> found = {};
+    Take take;
 
     [[nodiscard]] double worstDist() const { return Widened(bound); }
     [[nodiscard]] bool full() const { return true; }
     bool addPoint(double squaredDistance, int entry) {
-        if (squaredDistance <= bound) {
-            found.push_back({squaredDistance, entries[static_cast<std::size_t>(entry)].source});
-        }
+        if (squaredDistance <= bound) take(entry, squaredDistance);
         return true;
     }
 };
+
+/// As many neighbours as are held with their distances at once.
+constexpr std::size_t kAtOnce = 512;
+using Block = std::array<Neighbour, kAtOnce>;
+
+/// Sorts by what `neighbour` computes anew of each entry. Large parts are divided in place and
+/// small ones sorted in a block, so memory does not grow with the number of entries.
+template <class NeighbourOf>
+void SortInBlocks(int* first, int* last, int divisions, const NeighbourOf& neighbour) {
+    while (last - first > static_cast<std::ptrdiff_t>(kAtOnce)) {
+        if (divisions-- == 0) {
+            std::sort(first, last, [&](int a, int b) { return neighbour(a) < neighbour(b); });
+            return;
+        }
+        const Neighbour low = neighbour(*first);
+        const Neighbour high = neighbour(last[-1]);
+        const Neighbour pivot = std::clamp(neighbour(first[(last - first) / 2]),
+                                           std::min(low, high), std::max(low, high));
+        int* middle = std::partition(first, last, [&](int e) { return neighbour(e) < pivot; });
+        SortInBlocks(first, middle, divisions, neighbour);
+        first = middle;
+    }
+    std::array<std::pair<Neighbour, int>, kAtOnce> block;
+    auto end = std::transform(first, last, block.begin(),
+                              [&](int e) { return std::pair(neighbour(e), e); });
+    std::sort(block.begin(), end, [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::transform(block.begin(), end, first, [](const auto& held) { return held.second; });
+}
 
 /// Keeps the nearest, of lowest index among equals.
 template <class Entry>
@@ -75,8 +100,11 @@ bool IsFinite(const std::array<double, Dimension>& position) {
 
 struct CNearestNeighbour::Tree {
     virtual ~Tree() = default;
-    virtual void Within(const SimplePointT<double>& query, double bound,
-                        std::vector<int>& found) const = 0;
+    /// How many lie within `bound`; up to kAtOnce of them, unsorted, into `some`.
+    virtual std::size_t CountWithin(const SimplePointT<double>& query, double bound,
+                                    Block& some) const = 0;
+    /// All of them, sorted, into `found`, which has room for as many.
+    virtual void Within(const SimplePointT<double>& query, double bound, int* found) const = 0;
     virtual bool Nearest(const SimplePointT<double>& query, int& nearest) const = 0;
 };
 
@@ -114,14 +142,26 @@ struct CNearestNeighbour::TreeOf final : Tree {
         return false;
     }
 
-    void Within(const SimplePointT<double>& query, double bound,
-                std::vector<int>& found) const override {
-        WithinBound<Entry> within{bound, entries};
-        Search(query, within);
-        std::sort(within.found.begin(), within.found.end());
-        found.resize(within.found.size());
-        std::transform(within.found.begin(), within.found.end(), found.begin(),
-                       [](const Neighbour& neighbour) { return neighbour.index; });
+    std::size_t CountWithin(const SimplePointT<double>& query, double bound,
+                            Block& some) const override {
+        std::size_t count = 0;
+        const auto take = [&](int entry, double squaredDistance) {
+            if (count < kAtOnce) some[count] = {squaredDistance, SourceOf(entry)};
+            ++count;
+        };
+        Search(query, WithinBound{bound, take});
+        return count;
+    }
+
+    void Within(const SimplePointT<double>& query, double bound, int* found) const override {
+        int* end = found;
+        Search(query, WithinBound{bound, [&end](int entry, double) { *end++ = entry; }});
+        const Position position = At(query);
+        const Metric metric(*this);
+        SortInBlocks(found, end, kDivisions, [&](int entry) {
+            return Neighbour{metric.evalMetric(position.data(), entry, Dimension), SourceOf(entry)};
+        });
+        std::transform(found, end, found, [this](int entry) { return SourceOf(entry); });
     }
 
     bool Nearest(const SimplePointT<double>& query, int& nearest) const override {
@@ -134,6 +174,11 @@ struct CNearestNeighbour::TreeOf final : Tree {
 
 private:
     static constexpr std::size_t kLeafPoints = 20;
+    static constexpr int kDivisions = 64;  // a fair pivot needs about 22 of 2^31 points
+
+    [[nodiscard]] int SourceOf(int entry) const {
+        return entries[static_cast<std::size_t>(entry)].source;
+    }
 
     /// Lays the points of each leaf side by side, so that a query reads memory in sequence.
     void StoreInTreeOrder() {
@@ -147,7 +192,7 @@ private:
     }
 
     template <class Results>
-    void Search(const SimplePointT<double>& query, Results& results) const {
+    void Search(const SimplePointT<double>& query, Results&& results) const {
         const Position position = At(query);
         if (IsFinite(position)) index->findNeighbors(results, position.data(), {});
     }
@@ -191,24 +236,47 @@ CNearestNeighbour::CNearestNeighbour(const std::vector<SimplePointT<float>>* poi
 
 CNearestNeighbour::~CNearestNeighbour() = default;
 
-int* CNearestNeighbour::Find(const SimplePointT<double>* query, double radius, int& count) {
-    if (radius < 0.0) {  // BEHAVIOUR N1
-        found_.assign(1, 0);
-        if (!tree_->Nearest(*query, found_.front())) found_.clear();
+template <class Allocate>
+std::size_t CNearestNeighbour::AllWithin(const SimplePointT<double>& query, double bound,
+                                         Allocate allocate) const {
+    Block some;
+    const std::size_t count = tree_->CountWithin(query, bound, some);
+    int* found = allocate(count);
+    if (count > kAtOnce) {
+        tree_->Within(query, bound, found);
     } else {
-        tree_->Within(*query, radius, found_);
+        const auto end = some.begin() + static_cast<std::ptrdiff_t>(count);
+        std::sort(some.begin(), end);
+        std::transform(some.begin(), end, found, [](const Neighbour& held) { return held.index; });
     }
-    count = static_cast<int>(found_.size());
-    if (count != 0) {  // BEHAVIOUR N3
-        result_ = std::make_unique_for_overwrite<int[]>(found_.size());
-        std::copy(found_.begin(), found_.end(), result_.get());
+    return count;
+}
+
+int* CNearestNeighbour::Find(const SimplePointT<double>* query, double radius, int& count) {
+    // BEHAVIOUR N3
+    const auto allocate = [this](std::size_t n) { return n != 0 ? NewResult(n) : result_.get(); };
+    if (radius < 0.0) {  // BEHAVIOUR N1
+        int nearest = 0;
+        count = tree_->Nearest(*query, nearest) ? 1 : 0;
+        if (count != 0) *allocate(1) = nearest;
+    } else {
+        count = static_cast<int>(AllWithin(*query, radius, allocate));
     }
+    return result_.get();
+}
+
+int* CNearestNeighbour::NewResult(std::size_t count) {
+    result_.reset();  // first, so that the two are never held together
+    result_ = std::make_unique_for_overwrite<int[]>(count);
     return result_.get();
 }
 
 void CNearestNeighbour::FindWithin(const SimplePointT<double>& query, double squaredRadius,
                                    std::vector<int>& found) const {
-    tree_->Within(query, squaredRadius, found);
+    AllWithin(query, squaredRadius, [&found](std::size_t count) {
+        found.resize(count);
+        return found.data();
+    });
 }
 
 bool CNearestNeighbour::FindNearest(const SimplePointT<double>& query, int& nearest) const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <utility>
@@ -36,7 +37,10 @@ namespace orvix {
 /// Threads    `Find` belongs to one thread per object; const queries to any number of threads.
 ///            Objects share nothing.
 /// Cost       building n log n (1 M points in under half a second); a query log n plus what it
-///            finds, sorted.
+///            finds, sorted. `Find` frees its array and allocates one of the size of the result;
+///            `FindWithin` allocates only where `found` is too small; nothing else is allocated.
+///            More than 512 points are found twice, to count and to fill, instead of growing a
+///            buffer.
 /// Source     kd-tree of nanoflann (M. Muja, D. Lowe, J. L. Blanco).
 class ORVIX_API CNearestNeighbour {
 public:
@@ -67,9 +71,12 @@ private:
     template <int Dimension>
     struct TreeOf;
 
+    template <class Allocate>
+    std::size_t AllWithin(const SimplePointT<double>& query, double bound, Allocate allocate) const;
+    int* NewResult(std::size_t count);
+
     std::unique_ptr<Tree> tree_;
     std::unique_ptr<int[]> result_;
-    std::vector<int> found_;
 };
 
 }  // namespace orvix

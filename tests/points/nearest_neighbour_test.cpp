@@ -131,6 +131,18 @@ TEST(NearestNeighbour, TakesItsCoordinatesFromEveryContainer) {
     EXPECT_EQ(Find(ofPointers, {-2, 2, 7}, 0.0), std::vector<int>{0});
 }
 
+TEST(NearestNeighbour, SortsAResultOfThousandsWithTies) {
+    std::mt19937 random(1);
+    Points points(20'000);
+    for (auto& p : points) p = {float(random() % 40), float(random() % 40), float(random() % 40)};
+    CNearestNeighbour index(&points);
+    const Query query{20, 20, 20};
+    const auto ranked = Ranked(points, query);
+    for (const double bound : {25.0, 60.0, 64.0, 400.0, 1e6}) {
+        EXPECT_EQ(Find(index, query, bound), Within(ranked, bound)) << "bound " << bound;
+    }
+}
+
 // BEHAVIOUR N4
 TEST(NearestNeighbour, FindsNothingNearWhatIsNotFinite) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
