@@ -505,7 +505,8 @@ enum { ORVIX_HISTOGRAM_INTENSITY = 0, ORVIX_HISTOGRAM_HEIGHT = 1 };
 
 // Draws up to `sample_count` values from a histogram of the project, each as often as its bin has
 // points, adds `shift` to them and sorts them. `capacity` must be sample_count at least; `count`
-// receives how many were drawn, 0 for a project without the histogram. Seeded with the time in
+// receives how many were drawn, 0 for a project without the histogram. A draw has 32,768 levels, so
+// a bin with less than a share of 1 / 32,768 of all points may be left out. Seeded with the time in
 // seconds: two calls within one draw the same.
 // Threads  the C runtime's generator is used, which the process shares.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_histogram_sample(const orvix_project* project,

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orvix/c/project_handle.h"
+#include "orvix/project/histogram_file.h"
 #include "orvix/stats/mathematic.h"
 
 using namespace orvix;
@@ -41,11 +42,10 @@ orvix_status orvix_histogram_sample(const orvix_project* project, int32_t which,
         if (auto fill = Fits(sample_count, samples, capacity, count, "samples"); !fill) {
             return ErrorOf(fill);
         }
-        ProjectManager paths = project->Paths();
-        std::vector<double> drawn;
-        paths.ReadHistogram4Jenks(
-            which == ORVIX_HISTOGRAM_INTENSITY ? paths.intensitiesHist : paths.zHist, &drawn, shift,
-            static_cast<int>(sample_count), 0);
+        const ProjectManager paths = project->Paths();
+        const std::vector<double> drawn = SampleHistogram(
+            which == ORVIX_HISTOGRAM_INTENSITY ? paths.intensitiesHist : paths.zHist, shift,
+            static_cast<int>(sample_count));
         std::copy(drawn.begin(), drawn.end(), samples);
         *count = drawn.size();
         return {};

@@ -14,6 +14,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/stats/mathematic.h"
+#include "orvix/stats/random_draw.h"
 
 namespace orvix::detail {
 namespace {
@@ -46,6 +47,29 @@ void ForEachRecord(const platform::File& file, Visit visit) {
 tl::unexpected<Error> Damage(const CString& path, const std::string& what) {
     return Fail(ErrorCode::Damaged, fmt::format("{}: {}; import the scans again to mend it",
                                                 platform::ToUtf8(path), what));
+}
+
+/// The value of each bin, plus `shift`, by the number of points up to and including it.
+struct RunningCounts {
+    std::map<long long, double> values;
+    long long total = 0;
+};
+
+enum class EmptyBin { Skipped, TakesPlaceOfPrevious };
+
+RunningCounts ReadCounts(const CString& path, double shift, EmptyBin empty) {
+    RunningCounts counts;
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    if (error) return counts;
+    ForEachRecord(file, [&](const HistogramRecord& record) {
+        counts.total += record.count;
+        if (record.count == 0 && empty == EmptyBin::Skipped) return;
+        // A bin without points has the running total of the one before it and takes its place.
+        // BEHAVIOUR H3
+        counts.values.insert_or_assign(counts.values.end(), counts.total, record.value + shift);
+    });
+    return counts;
 }
 
 }  // namespace
@@ -95,6 +119,13 @@ Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path) {
     return bins;
 }
 
+std::vector<double> SampleHistogram(const CString& path, double shift, int count) {
+    const RunningCounts counts = ReadCounts(path, shift, EmptyBin::Skipped);
+    std::vector<double> samples;
+    DrawSamples(count, counts.values, counts.total, DrawRange::Bits64, samples);
+    return samples;
+}
+
 }  // namespace orvix::detail
 
 namespace orvix {
@@ -102,19 +133,8 @@ namespace orvix {
 void ProjectManager::ReadHistogram4Jenks(const CString& path, std::vector<double>* samples,
                                          const double& shift, const int& sampleCount,
                                          const int& unused) {
-    std::map<long long, double> table;
-    long long total = 0;
-    std::error_code error;
-    const platform::File file = platform::File::OpenRead(path, error);
-    if (!error) {
-        detail::ForEachRecord(file, [&](const detail::HistogramRecord& record) {
-            total += record.count;
-            // A bin without points has the running total of the one before it and takes its place.
-            // BEHAVIOUR H3
-            table.insert_or_assign(table.end(), total, record.value + shift);
-        });
-    }
-    Mathematic::PreapareHistogram4Jenks(sampleCount, unused, table, samples, total);
+    auto counts = detail::ReadCounts(path, shift, detail::EmptyBin::TakesPlaceOfPrevious);
+    Mathematic::PreapareHistogram4Jenks(sampleCount, unused, counts.values, samples, counts.total);
 }
 
 }  // namespace orvix

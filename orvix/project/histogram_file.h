@@ -34,4 +34,12 @@ struct HistogramBin {
 /// Cost     one pass through a buffer of 64 KiB; 16 bytes per bin.
 Expected<std::vector<HistogramBin>> ReadHistogram(const CString& path);
 
+/// Draws up to `count` values from a histogram file, each as often as its bin has points, adds
+/// `shift` to them and returns them sorted, as ProjectManager::ReadHistogram4Jenks does; but of any
+/// number of points (BEHAVIOUR H6), and never a bin without points. A missing file gives none.
+///
+/// Order    seeded with the time in seconds, from the C runtime's generator.
+/// Cost     one pass as above; about 60 bytes per bin.
+std::vector<double> SampleHistogram(const CString& path, double shift, int count);
+
 }  // namespace orvix::detail

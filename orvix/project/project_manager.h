@@ -114,9 +114,10 @@ public:
     /// no translation. The identity without the file, or where it is short of its angle.
     void GetScanRotation(const int& station, ScanRotation& rotation);
 
-    /// Draws up to `sampleCount` values, each as often as its bin has points, from a histogram file
-    /// (12-byte records: value, count), adds `shift` to them, appends them to `samples` and sorts
-    /// all of it: Mathematic::PreapareHistogram4Jenks, which takes the two integers as they are.
+    /// Draws up to `sampleCount` values from a histogram file (12-byte records: value, count), adds
+    /// `shift` to them, appends them to `samples` and sorts all of it:
+    /// Mathematic::PreapareHistogram4Jenks, which takes the two integers as they are. Of up to 2^31
+    /// points each value comes as often as its bin has points, of more it does not (BEHAVIOUR H6).
     /// A missing file adds nothing. Bins without points: BEHAVIOUR H3.
     void ReadHistogram4Jenks(const CString& path, std::vector<double>* samples, const double& shift,
                              const int& sampleCount, const int& unused);

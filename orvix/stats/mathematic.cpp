@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/stats/mathematic.h"
 
-#include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <ctime>
 #include <numbers>
 #include <numeric>
 
@@ -17,11 +14,6 @@
 
 namespace orvix {
 namespace {
-
-// One order of all doubles, NaN last, so that a spoilt histogram cannot upset the sort.
-bool SortsBefore(double a, double b) {
-    return a < b || (std::isnan(b) && !std::isnan(a));
-}
 
 float MeanOf(const std::vector<float>& values) {
     return std::accumulate(values.begin(), values.end(), 0.0f) / static_cast<float>(values.size());
@@ -37,14 +29,7 @@ std::vector<double> Mathematic::GetJenksBreaks(std::vector<double>& values, cons
 void Mathematic::PreapareHistogram4Jenks(const int& sampleCount, const int&,
                                          std::map<long long, double>& histogram,
                                          std::vector<double>* samples, const long long& total) {
-    std::srand(static_cast<unsigned>(std::time(nullptr)));
-    for (int i = 0; i < sampleCount; ++i) {
-        const std::int64_t drawn = detail::ScaleDraw(detail::DrawOfRuntime(), total, 0);
-        // BEHAVIOUR H6, H7
-        const auto entry = histogram.upper_bound(static_cast<std::int32_t>(drawn));
-        if (entry != histogram.end()) samples->push_back(entry->second);
-    }
-    std::sort(samples->begin(), samples->end(), SortsBefore);
+    detail::DrawSamples(sampleCount, histogram, total, detail::DrawRange::Bits32, *samples);
 }
 
 double Mathematic::Average(const std::vector<double>& values) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <vector>
 
 namespace orvix::detail {
 
@@ -31,5 +33,15 @@ private:
 /// The whole number from `lower` to `lower` + `extent` that a draw of 0..32767 stands for, both
 /// ends included, in single precision throughout: an extent above 16,777,216 is reached in steps.
 std::int64_t ScaleDraw(int draw, std::int64_t extent, std::int64_t lower);
+
+/// In how many bits a draw is looked up; what is beyond them wraps.
+enum class DrawRange { Bits32, Bits64 };
+
+/// Seeds the C runtime's generator with the time in seconds, draws up to `count` values, appends
+/// them to `samples` and sorts all of it, NaN last. A key of `values` is the number of points up to
+/// and including a bin; a draw takes the first bin whose key is above it, and none where the draw
+/// reaches `total`.
+void DrawSamples(int count, const std::map<long long, double>& values, std::int64_t total,
+                 DrawRange range, std::vector<double>& samples);
 
 }  // namespace orvix::detail

@@ -284,18 +284,21 @@ TEST(CStatisticsCalls, DivideValuesIntoTheirClasses) {
     EXPECT_EQ(orvix_natural_breaks(values, 7, 0, 0, breaks, 4, &count, &error), ORVIX_BAD_ARGUMENT);
 }
 
+// Bins of 12 bytes: a value and the number of points.
+void AddBin(std::vector<std::uint8_t>& bins, double value, std::int32_t points) {
+    bins.resize(bins.size() + 12);
+    std::memcpy(&bins[bins.size() - 12], &value, sizeof value);
+    std::memcpy(&bins[bins.size() - 4], &points, sizeof points);
+}
+
+constexpr wchar_t kHistogram[] =
+    L"Gr\u00F6\u00DFe \u70B9\u4E91_Project_Files/Data/intensities.hist";
+
 TEST_F(CPlaneCalls, DrawSamplesFromAHistogramOfTheProject) {
-    // Bins of 12 bytes: a value and the number of points.
     std::vector<std::uint8_t> bins;
-    for (const double value : {10.0, 20.0, 30.0}) {
-        const std::int32_t points = 500;
-        bins.resize(bins.size() + 12);
-        std::memcpy(&bins[bins.size() - 12], &value, sizeof value);
-        std::memcpy(&bins[bins.size() - 4], &points, sizeof points);
-    }
-    const CString file =
-        folder / L"Gr\u00F6\u00DFe \u70B9\u4E91_Project_Files" + L"/Data/intensities.hist";
-    WriteRecords(file, bins);
+    for (const double value : {10.0, 20.0, 30.0}) AddBin(bins, value, 500);
+    AddBin(bins, 40, 0);
+    WriteRecords(folder / kHistogram, bins);
     std::vector<double> samples(200);
     std::uint64_t count = 0;
     ASSERT_EQ(orvix_histogram_sample(project, ORVIX_HISTOGRAM_INTENSITY, 0.5, 200, samples.data(),
@@ -310,6 +313,23 @@ TEST_F(CPlaneCalls, DrawSamplesFromAHistogramOfTheProject) {
               ORVIX_BAD_ARGUMENT);
     EXPECT_EQ(orvix_histogram_sample(project, 0, 0, 200, samples.data(), 199, &count, &error),
               ORVIX_TOO_SMALL);
+}
+
+// BEHAVIOUR H6
+TEST_F(CPlaneCalls, DrawFromEveryBinOfAHistogramOfBillionsOfPoints) {
+    std::vector<std::uint8_t> bins;
+    for (int value = 0; value < 5; ++value) AddBin(bins, value, 1'000'000'000);
+    WriteRecords(folder / kHistogram, bins);
+    std::vector<double> samples(100'000);
+    std::uint64_t count = 0;
+    ASSERT_EQ(orvix_histogram_sample(project, ORVIX_HISTOGRAM_INTENSITY, 0, 100'000, samples.data(),
+                                     samples.size(), &count, nullptr),
+              ORVIX_OK);
+    samples.resize(count);
+    for (int value = 0; value < 5; ++value)
+        EXPECT_NEAR(static_cast<double>(std::count(samples.begin(), samples.end(), value)), 20'000,
+                    1'500)
+            << value;
 }
 
 }  // namespace
