@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "orvix/planes/seed/project_cloud.h"
+#include "orvix/planes/unsaved_settings.h"
 
 namespace orvix::reports {
 
@@ -52,7 +53,7 @@ Expected<detail::SeedPlane> Grow(const WorldProject& project, const PlaneRequest
                                  const std::function<bool()>& proceed) {
     const Vector asked{request.seed[0], request.seed[1], request.seed[2]};
     const Vector seed = request.local ? asked : project.frame.ToLocal(asked);
-    PlaneWormSettings settings(project.Manager().projectFile, 1.0);
+    PlaneWormSettings settings = detail::SettingsUnsaved(project.Manager().projectFile);
     settings.aliveMinPlane = request.minPlane.value_or(settings.aliveMinPlane);
     detail::ProjectCloud cloud(project.Core());
     return detail::GrowPlaneFromSeed(cloud, settings, seed, OptionsOf(request, proceed));

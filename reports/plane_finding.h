@@ -42,6 +42,7 @@ struct PlaneFinding {
 /// Units   metres, world coordinates; the angle in degrees. A normal turned by the angle differs
 ///         in each component by at most 2 sin(angle / 2), which is the tolerance used.
 /// Errors  those of GrowPlaneFromSeed.
+/// Source  the project's search settings, which are read and not stored (detail::SettingsUnsaved).
 Expected<PlaneFinding> FindPlane(const WorldProject& project, const PlaneRequest& request,
                                  const std::function<bool()>& proceed);
 

@@ -8,6 +8,7 @@
 
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
+#include "orvix/planes/plane_worm_settings.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
 #include "output/mesh/mesh_writer.h"
@@ -148,6 +149,9 @@ Expected<Outcome> RunPlane(Arguments arguments) {
     if (!finding) return ErrorOf(finding);
     const auto mesh = WriteFiles(*project, *finding, arguments);
     if (!mesh) return ErrorOf(mesh);
+    // Stores split sizes that were not chosen yet; a refused search changes nothing.
+    // BEHAVIOUR C12
+    const PlaneWormSettings stored(project->Manager().projectFile, 1.0);
     return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments, *mesh)};
 }
 

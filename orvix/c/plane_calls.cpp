@@ -15,6 +15,7 @@
 #include "orvix/planes/seed/plane_from_seed.h"
 #include "orvix/planes/seed/plane_mesh.h"
 #include "orvix/planes/seed/project_cloud.h"
+#include "orvix/planes/unsaved_settings.h"
 
 using namespace orvix;
 using namespace orvix::detail;
@@ -131,10 +132,11 @@ Answer Grow(orvix_project& project, const double* seed, const orvix_plane_option
     if (!options) return ErrorOf(options);
     const detail::LocalToWorld& frame = project.summary.frame;
     const Vector local = given.seed_is_local != 0 ? asked : frame.ToLocal(asked);
-    const PlaneWormSettings settings(project.Paths().projectFile, 1.0);
+    const CString file = project.Paths().projectFile;
     ProjectCloud cloud(project.Core());
-    auto grown = detail::GrowPlaneFromSeed(cloud, settings, local, *options);
+    auto grown = detail::GrowPlaneFromSeed(cloud, detail::SettingsUnsaved(file), local, *options);
     if (!grown) return Refuse(grown.error());
+    const PlaneWormSettings stored(file, 1.0);  // BEHAVIOUR C12
     plane = std::make_unique<orvix_plane>();
     plane->grown = std::move(*grown);
     plane->frame = frame;

@@ -6,6 +6,7 @@
 #include <cassert>
 #include <utility>
 
+#include "orvix/planes/unsaved_settings.h"
 #include "orvix/platform/cache.h"
 #include "orvix/platform/settings_store.h"
 #include "orvix/platform/truncate.h"
@@ -60,7 +61,34 @@ bool Repair(double& splitSize, double baseStep) {
     return true;
 }
 
+void TakeSets(PlaneWormSettings& settings, const PROJECT_SETTINGS& stored) {
+    settings.SetAliveSplitSize(stored.aliveSplitSize);
+    settings.aliveDiffA = stored.aliveDiffA;
+    settings.aliveDiffB = stored.aliveDiffB;
+    settings.aliveDiffC = stored.aliveDiffC;
+    settings.aliveMinPlane = Narrowed(stored.aliveMinPlane);
+    settings.SetSkeletSplitSize(stored.skeletSplitSize);
+    settings.skeletDiffA = stored.skeletDiffA;
+    settings.skeletDiffB = stored.skeletDiffB;
+    settings.skeletDiffC = stored.skeletDiffC;
+    settings.skeletMinPlane = Narrowed(stored.skeletMinPlane);
+    settings.usage = stored.usage;
+    settings.SetUsage();
+}
+
 }  // namespace
+
+PlaneWormSettings detail::SettingsUnsaved(const CString& projectFile) {
+    auto project = std::make_shared<ProjectManager>();
+    project->Set(projectFile, false);
+    PROJECT_SETTINGS& stored = project->projectSettings;
+    Repair(stored.aliveSplitSize, stored.baseStep);
+    Repair(stored.skeletSplitSize, stored.baseStep);
+    PlaneWormSettings settings(false, true, *project, 1.0);
+    TakeSets(settings, stored);
+    settings.project = std::move(project);
+    return settings;
+}
 
 PlaneWormSettings::PlaneWormSettings(const CString& projectPath, const double& scaleFactor)
     : project(std::make_shared<ProjectManager>()), scale(scaleFactor) {
@@ -70,20 +98,8 @@ PlaneWormSettings::PlaneWormSettings(const CString& projectPath, const double& s
     const bool skeletRepaired = Repair(stored.skeletSplitSize, stored.baseStep);
     if ((aliveRepaired || skeletRepaired) && TakesRepair(project->projectFile, isComplete))
         project->SetProjectSettings(stored);
-    aliveSplitSize = stored.aliveSplitSize;
-    aliveDiffA = stored.aliveDiffA;
-    aliveDiffB = stored.aliveDiffB;
-    aliveDiffC = stored.aliveDiffC;
-    aliveMinPlane = Narrowed(stored.aliveMinPlane);
-    skeletSplitSize = stored.skeletSplitSize;
-    skeletDiffA = stored.skeletDiffA;
-    skeletDiffB = stored.skeletDiffB;
-    skeletDiffC = stored.skeletDiffC;
-    skeletMinPlane = Narrowed(stored.skeletMinPlane);
-    usage = stored.usage;
     minCellPoints = kMinCellPoints;
-    ScaleSets();
-    SetUsage();
+    TakeSets(*this, stored);
     CalculateDefaultSteps(*project);
 }
 

@@ -118,6 +118,19 @@ TEST_F(PlaneVerb, SaysThatNoPointLiesNearTheSeed) {
     EXPECT_EQ(error["code"], "bad-input");
 }
 
+// BEHAVIOUR C12
+TEST_F(PlaneVerb, StoresSettingsOnlyWhereItFindsAPlane) {
+    OrvixJson({"import", File(L"room.xyz"), File(L"fresh.prj")});
+    const std::string imported = TextOf(L"fresh.prj");
+    OrvixError({"plane", File(L"fresh.prj"), "--seed", "0,0,0"});
+    EXPECT_TRUE(TextOf(L"fresh.prj") == imported);
+    OrvixError(
+        {"plane", File(L"fresh.prj"), "--seed", kFloorSeed, "--mesh", File(L"fresh.prj/a.ply")});
+    EXPECT_TRUE(TextOf(L"fresh.prj") == imported);
+    OrvixJson({"plane", File(L"fresh.prj"), "--seed", kFloorSeed});
+    EXPECT_FALSE(TextOf(L"fresh.prj") == imported);  // BEHAVIOUR W4
+}
+
 TEST_F(PlaneVerb, SaysThatItsFilesCannotBeWritten) {
     const std::string missing = File(L"nowhere/a.png");
     const Json error =
