@@ -145,7 +145,7 @@ private:
             }
             for (std::uint64_t i = 0; i < reader_.recordsInView; ++i, at += kAlivePointBytes) {
                 if (decoder_.Decode(reader_.chunkView + at, point)) use(point);
-                if (i % kStretch == 0 && !MayGoOn()) {
+                if (i % kStretch == 0 && !MayGoOn(reader_.nextRecord + i)) {
                     return Fail(ErrorCode::Cancelled,
                                 "the export was cancelled; nothing was "
                                 "written");
@@ -156,9 +156,9 @@ private:
     }
 
     // Counting takes far less time than writing.
-    bool MayGoOn() {
+    bool MayGoOn(std::uint64_t record) {
         constexpr double kCounting = 0.05;
-        const double share = reader_.Progress() / 100.0;
+        const double share = static_cast<double>(record) / static_cast<double>(reader_.recordCount);
         const double fraction =
             pass_ == 0 ? kCounting * share : kCounting + (1 - kCounting) * share;
         return !callback_ || callback_(fraction, written_, bytes_);
