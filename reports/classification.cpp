@@ -35,8 +35,11 @@ Expected<void> RequireRoom(const std::vector<detail::HistogramBin>& bins,
                            const ClassifyOptions& options) {
     if (bins.size() < options.classes)
         return Fail(ErrorCode::BadInput,
-                    fmt::format("there are {} distinct values; ask for at most as many classes",
-                                platform::CountText(bins.size())));
+                    bins.size() == 1
+                        ? std::string("there is 1 distinct value; ask for 1 class")
+                        : fmt::format("there are {} distinct values; ask for at most as many "
+                                      "classes",
+                                      platform::CountText(bins.size())));
     if (options.sample == 0 && bins.size() > kMaxSums / options.classes)
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} classes of {} distinct values need more than 1 GiB of memory; "

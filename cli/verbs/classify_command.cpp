@@ -91,8 +91,11 @@ Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& contex
     const Expected<reports::FieldHistogram> histogram =
         reports::ReadField(*project, reports::FieldOf(arguments.field));
     if (!histogram) return ErrorOf(histogram);
-    const Expected<reports::Classification> classes =
+    Expected<reports::Classification> classes =
         reports::Classify(histogram->bins, arguments.options);
+    // A scan without intensities has the same one everywhere.
+    if (!classes && histogram->field == reports::Field::Intensity && histogram->bins.size() == 1)
+        classes.error().message += ", or for classes of heights with --field z";
     if (!classes) return ErrorOf(classes);
     if (!arguments.picture.empty()) {
         const auto panel = output::PanelOf(*project, *histogram, *classes);

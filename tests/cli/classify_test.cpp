@@ -138,6 +138,15 @@ TEST_F(ClassifyVerb, DrawsEveryClassAndItsBoundaries) {
     EXPECT_THAT(svg, testing::EndsWith("</svg>\n"));
 }
 
+TEST_F(ClassifyVerb, OffersHeightsWhereEveryIntensityIsTheSame) {
+    WriteCloud(folder_ / L"plain.xyz", Room({0, 0, 0}));
+    OrvixJson({"import", File(L"plain.xyz"), File(L"plain.prj")});
+    const auto message = OrvixError({"classify", File(L"plain.prj")})["message"].get<std::string>();
+    EXPECT_THAT(message, HasSubstr("1 distinct value; ask for 1 class, or "));
+    EXPECT_THAT(message, HasSubstr("--field z"));
+    EXPECT_EQ(OrvixJson({"classify", File(L"plain.prj"), "--field", "z"})["counts"].size(), 5u);
+}
+
 TEST_F(ClassifyVerb, RefusesMoreClassesThanValuesAndWhatDoesNotGoTogether) {
     const std::string project = File(L"t.prj");
     const Json many = OrvixError({"classify", project, "--field", "intensity", "--classes", "10"});
