@@ -44,6 +44,19 @@ Outcome OutcomeOf(const std::string& project, const std::vector<std::string>& re
     return outcome;
 }
 
+// What a link points to is not this project's alone.
+// BEHAVIOUR C13
+Expected<void> RefuseLinks(const CString& project, const CString& folder) {
+    for (const CString& path : {project, folder}) {
+        if (!platform::IsLink(path)) continue;
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} is a link; name the project in the folder that it really lies "
+                                "in, or remove the link",
+                                detail::Shown(path)));
+    }
+    return {};
+}
+
 Expected<Outcome> RunDestroy(const std::string& argument) {
     const Expected<CString> project = detail::RequireProject(argument);
     if (!project) return ErrorOf(project);
@@ -55,6 +68,7 @@ Expected<Outcome> RunDestroy(const std::string& argument) {
         if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
         folder = (*opened)->Manager().projectFilesFolder;
     }
+    if (auto own = RefuseLinks(*project, folder); !own) return ErrorOf(own);
     ProjectManager manager;
     manager.Destroy(*project);
     if (platform::PathExists(*project))

@@ -74,7 +74,7 @@ TEST_F(CommandInAShell, SaysWhatIsNoFile) {
     }
 }
 
-// BEHAVIOUR I16
+// BEHAVIOUR I16, C13
 TEST_F(CommandInAShell, KeepsFromProjectsThatAreLinks) {
     WriteRoom();
     OrvixJson({"import", File(L"room.xyz"), File(L"p.prj")});
@@ -84,6 +84,10 @@ TEST_F(CommandInAShell, KeepsFromProjectsThatAreLinks) {
     const Json error = OrvixError({"import", File(L"room.xyz"), File(L"p.prj"), "--overwrite"});
     EXPECT_EQ(error["exit"], 3);
     EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("is a link"));
+    const Json kept = OrvixError({"destroy", File(L"p.prj")});
+    EXPECT_EQ(kept["exit"], 3);
+    EXPECT_THAT(kept["message"].get<std::string>(), HasSubstr("is a link"));
+    EXPECT_EQ(OrvixJson({"check", File(L"p.prj")})["ok"], true);
     EXPECT_TRUE(fs::is_symlink(File(L"p_Project_Files")));
     EXPECT_THAT(folder_.Names(),
                 ElementsAre(L"elsewhere", L"p.prj", L"p_Project_Files", L"room.xyz"));
