@@ -160,8 +160,9 @@ void AddImportVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "import", "Turn scan files into a project", kExamples,
                 [arguments](CommandContext& chosen) { return RunImport(*arguments, chosen); });
-    verb->add_option("paths", arguments->paths,
-                     "Scan files (E57, LAS, PCD, PLY, PTX, PTS, text), then the project to make")
+    verb->add_option(
+            "paths", arguments->paths,
+            "Scan files (E57, LAS, LAZ, PCD, PLY, PTX, PTS, text), then the project to make")
         ->required()
         ->expected(2, -1)
         ->type_name("INPUT... PROJECT.prj");

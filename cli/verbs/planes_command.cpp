@@ -94,8 +94,8 @@ void AddSearchOptions(CLI::App& verb, PlanesArguments& arguments) {
         verb.add_option(name, value, meaning)->check(CheckAbove0)->type_name(unit);
     };
     add("--cell", options.cellSize,
-        "Side of a cell, raised to 0.1, 0.2, 0.25, 0.5, 1, 2, 5 or 10 "
-        "(default: from the points' spacing)",
+        "Side of a cell: 0.1, 0.2, 0.25, 0.5, 1, 2, 5 or 10, the next of them for a size between "
+        "(default: from how densely points lie)",
         "M");
     add("--distance", options.distance,
         "Largest distance of a point from its plane (default: from the noise)", "M");
