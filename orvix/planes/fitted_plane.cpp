@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "orvix/geometry/bounds.h"
 #include "orvix/geometry/symmetric_matrix.h"
@@ -289,5 +290,25 @@ PlaneResiduals FittedPlane::Residuals(const std::vector<SimplePointT<double>>& p
     residuals.rms = std::sqrt(sum / static_cast<double>(pts.size()));
     return residuals;
 }
+
+namespace {
+
+[[maybe_unused]] ORVIX_EMITTED constexpr std::tuple kInlineMembers{
+    &FittedPlane::a,
+    &FittedPlane::b,
+    &FittedPlane::c,
+    &FittedPlane::d,
+    &FittedPlane::x,
+    &FittedPlane::y,
+    &FittedPlane::z,
+    static_cast<std::vector<SimplePointT<double>>& (FittedPlane::*)()>(&FittedPlane::data),
+    static_cast<const std::vector<SimplePointT<double>>& (FittedPlane::*)() const>(
+        &FittedPlane::data),
+    &FittedPlane::Extends,
+    &FittedPlane::Count,
+    &FittedPlane::Area,
+    static_cast<PlaneResiduals (FittedPlane::*)() const>(&FittedPlane::Residuals)};
+
+}  // namespace
 
 }  // namespace orvix

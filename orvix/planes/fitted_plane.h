@@ -75,20 +75,20 @@ public:
     void set(const double& a, const double& b, const double& c, const double& d, const double& x,
              const double& y, const double& z);
 
-    double a() const { return fit_.a; }
-    double b() const { return fit_.b; }
-    double c() const { return fit_.c; }
-    double d() const { return fit_.d; }
+    ORVIX_INLINE_API double a() const { return fit_.a; }
+    ORVIX_INLINE_API double b() const { return fit_.b; }
+    ORVIX_INLINE_API double c() const { return fit_.c; }
+    ORVIX_INLINE_API double d() const { return fit_.d; }
     /// The centroid: the mean of the points.
-    double x() const { return centroid_.x; }
-    double y() const { return centroid_.y; }
-    double z() const { return centroid_.z; }
+    ORVIX_INLINE_API double x() const { return centroid_.x; }
+    ORVIX_INLINE_API double y() const { return centroid_.y; }
+    ORVIX_INLINE_API double z() const { return centroid_.z; }
 
-    std::vector<SimplePointT<double>>& data() { return points_; }
-    const std::vector<SimplePointT<double>>& data() const { return points_; }
-    const ExtendsT<double>& Extends() const { return extents_; }
+    ORVIX_INLINE_API std::vector<SimplePointT<double>>& data() { return points_; }
+    ORVIX_INLINE_API const std::vector<SimplePointT<double>>& data() const { return points_; }
+    ORVIX_INLINE_API const ExtendsT<double>& Extends() const { return extents_; }
     /// Points added since the last Clear, dropped ones included.
-    std::int32_t Count() const { return count_; }
+    ORVIX_INLINE_API std::int32_t Count() const { return count_; }
 
     /// Turns the plane upright about the horizontal direction that lies in it, through the
     /// projection of `p` onto it: the new normal is (0, 0, 1) x (that direction). An upright plane
@@ -147,7 +147,7 @@ public:
     const PlaneOutline& Outline() const;
 
     /// The outline's area; 0 without an outline.
-    double Area() const { return Outline().area; }
+    ORVIX_INLINE_API double Area() const { return Outline().area; }
 
     /// The 2D extents that Generate2DExt built, in the frame of that time; the minimum is above the
     /// maximum where there are none.
@@ -159,7 +159,7 @@ public:
     /// Distances of `pts` from the plane; both zero for no points. Order does not matter beyond
     /// the rounding of the sum.
     PlaneResiduals Residuals(const std::vector<SimplePointT<double>>& pts) const;
-    PlaneResiduals Residuals() const { return Residuals(points_); }
+    ORVIX_INLINE_API PlaneResiduals Residuals() const { return Residuals(points_); }
 
 private:
     struct Coefficients {

@@ -16,7 +16,18 @@
 #define ORVIX_API
 #endif
 
-/// The same for the importer, which is a library of its own and has a private copy of what it uses.
+/// Marks the inline members of host-facing classes that have a symbol in the library beside their
+/// inline copies, and the constant in the class's source that names them all, which is what makes
+/// the compiler emit them. Windows exports them with their class.
+#if !defined(_WIN32) && defined(__GNUC__)
+#define ORVIX_INLINE_API __attribute__((visibility("default")))
+#define ORVIX_EMITTED __attribute__((used))
+#else
+#define ORVIX_INLINE_API
+#define ORVIX_EMITTED
+#endif
+
+/// What ORVIX_API says, for the importer, which is a library of its own and has a private copy of what it uses.
 #if defined(_WIN32) && defined(ORVIX_BUILDING_IMPORTER)
 #define ORVIX_IMPORTER_API __declspec(dllexport)
 #else

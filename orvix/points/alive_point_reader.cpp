@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
+#include <tuple>
 
 #include "orvix/platform/error_channel.h"
 #include "orvix/platform/mapping.h"
@@ -234,5 +235,40 @@ void CAlivePointReader::ReadIndexesPts(std::vector<CCloudPoint<float>>& out, Run
         detail::AppendRecords(out, records + (begin - first->offset), end - begin);
     }
 }
+
+namespace {
+
+[[maybe_unused]] ORVIX_EMITTED constexpr std::tuple kInlineMembers{
+    &CAlivePointReader::ReadNextPoint,
+    &CAlivePointReader::ReadNextSkeletCoordPoint,
+    &CAlivePointReader::ReadNextSkeletDataPoint,
+    &CAlivePointReader::ReadCurrentPoint,
+    &CAlivePointReader::ReadCurrentSkeletPoint,
+    &CAlivePointReader::ReadCurrentSkeletPointData,
+    &CAlivePointReader::ReadCurrentDCLC,
+    &CAlivePointReader::ReadCurrentSkeletDCLC,
+    &CAlivePointReader::ReadCurrentXYZAlive,
+    &CAlivePointReader::PtsMapAddressAlive,
+    &CAlivePointReader::PtsMapAddressSkeletCoord,
+    &CAlivePointReader::PtsMapAddressSkeletData,
+    &CAlivePointReader::CurrentOffsetAlive,
+    &CAlivePointReader::CurrentOffsetSkeletCoord,
+    &CAlivePointReader::CurrentOffsetSkeletData,
+    &CAlivePointReader::CurrentBufferOffsetAlive,
+    &CAlivePointReader::CurrentBufferOffsetSkeletCoord,
+    &CAlivePointReader::CurrentBufferOffsetSkeletData,
+    &CAlivePointReader::CurrentPointPositionAlive,
+    &CAlivePointReader::CurrentPointPositionSkeletCoord,
+    &CAlivePointReader::CurrentPointPositionSkeletData,
+    &CAlivePointReader::ReadPoint,
+    &CAlivePointReader::ReadSkeletPointData,
+    &CAlivePointReader::ReadSkeletPoint,
+    static_cast<bool (CAlivePointReader::*)(const CIndexerSmall&)>(
+        &CAlivePointReader::ReadIndexPoints),
+    &CAlivePointReader::MapView,
+    &CAlivePointReader::MapViewSkeletCoords,
+    &CAlivePointReader::MapViewSkeletData};
+
+}  // namespace
 
 }  // namespace orvix

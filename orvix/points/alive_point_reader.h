@@ -65,67 +65,81 @@ public:
     CAlivePointReader& operator=(const CAlivePointReader&) = delete;
 
     /// Streaming: each moves to its file's next record; false at the end of the file.
-    bool ReadNextPoint() { return Advance<kAlivePointBytes>(alive_, aliveFile_); }
-    bool ReadNextSkeletCoordPoint() {
+    ORVIX_INLINE_API bool ReadNextPoint() { return Advance<kAlivePointBytes>(alive_, aliveFile_); }
+    ORVIX_INLINE_API bool ReadNextSkeletCoordPoint() {
         return Advance<kSkeletonRecordBytes>(skeletCoord_, skeletCoordFile_);
     }
-    bool ReadNextSkeletDataPoint() {
+    ORVIX_INLINE_API bool ReadNextSkeletDataPoint() {
         return Advance<kSkeletonRecordBytes>(skeletData_, skeletDataFile_);
     }
 
     /// The current record. Precondition: the file's last advance, or `ReadIndexPoints(run)`,
     /// returned true for a record that exists, and no random read or `Reset` came in between.
-    void ReadCurrentPoint(CCloudPoint<float>& point) const {
+    ORVIX_INLINE_API void ReadCurrentPoint(CCloudPoint<float>& point) const {
         point = Current<CCloudPoint<float>>(alive_);
     }
-    void ReadCurrentSkeletPoint(SimplePointT<float>& point) const {
+    ORVIX_INLINE_API void ReadCurrentSkeletPoint(SimplePointT<float>& point) const {
         point = Current<SimplePointT<float>>(skeletCoord_);
     }
-    void ReadCurrentSkeletPointData(CPointDataFull& data) const {
+    ORVIX_INLINE_API void ReadCurrentSkeletPointData(CPointDataFull& data) const {
         data = Current<CPointDataFull>(skeletData_);
     }
     /// The DCLC pair alone, without copying the record.
-    void ReadCurrentDCLC(unsigned short& first, unsigned char& second) const {
+    ORVIX_INLINE_API void ReadCurrentDCLC(unsigned short& first, unsigned char& second) const {
         const auto& record = Current<CCloudPoint<float>>(alive_);
         first = record.dclcFirst;
         second = record.dclcSecond;
     }
-    void ReadCurrentSkeletDCLC(unsigned short& first, unsigned char& second) const {
+    ORVIX_INLINE_API void ReadCurrentSkeletDCLC(unsigned short& first,
+                                                unsigned char& second) const {
         const auto& record = Current<CPointDataFull>(skeletData_);
         first = record.dclcFirst;
         second = record.dclcSecond;
     }
     /// Does nothing; `ReadCurrentPoint` reads the coordinates with the rest of the record.
-    void ReadCurrentXYZAlive(CCloudPoint<float>*) const {}
+    ORVIX_INLINE_API void ReadCurrentXYZAlive(CCloudPoint<float>*) const {}
 
     /// Where the current record is: in the file at CurrentOffset + CurrentPointPosition, in
     /// memory at PtsMapAddress + CurrentPointPosition. CurrentOffset is all ones before a view.
-    unsigned char* PtsMapAddressAlive() const { return alive_.view; }
-    unsigned char* PtsMapAddressSkeletCoord() const { return skeletCoord_.view; }
-    unsigned char* PtsMapAddressSkeletData() const { return skeletData_.view; }
-    std::uint64_t CurrentOffsetAlive() const { return alive_.viewOffset; }
-    std::uint64_t CurrentOffsetSkeletCoord() const { return skeletCoord_.viewOffset; }
-    std::uint64_t CurrentOffsetSkeletData() const { return skeletData_.viewOffset; }
-    std::uint64_t CurrentBufferOffsetAlive() const { return alive_.bufferOffset; }
-    std::uint64_t CurrentBufferOffsetSkeletCoord() const { return skeletCoord_.bufferOffset; }
-    std::uint64_t CurrentBufferOffsetSkeletData() const { return skeletData_.bufferOffset; }
-    std::uint64_t& CurrentPointPositionAlive() { return alive_.pointPosition; }
-    std::uint64_t& CurrentPointPositionSkeletCoord() { return skeletCoord_.pointPosition; }
-    std::uint64_t& CurrentPointPositionSkeletData() { return skeletData_.pointPosition; }
+    ORVIX_INLINE_API unsigned char* PtsMapAddressAlive() const { return alive_.view; }
+    ORVIX_INLINE_API unsigned char* PtsMapAddressSkeletCoord() const { return skeletCoord_.view; }
+    ORVIX_INLINE_API unsigned char* PtsMapAddressSkeletData() const { return skeletData_.view; }
+    ORVIX_INLINE_API std::uint64_t CurrentOffsetAlive() const { return alive_.viewOffset; }
+    ORVIX_INLINE_API std::uint64_t CurrentOffsetSkeletCoord() const {
+        return skeletCoord_.viewOffset;
+    }
+    ORVIX_INLINE_API std::uint64_t CurrentOffsetSkeletData() const {
+        return skeletData_.viewOffset;
+    }
+    ORVIX_INLINE_API std::uint64_t CurrentBufferOffsetAlive() const { return alive_.bufferOffset; }
+    ORVIX_INLINE_API std::uint64_t CurrentBufferOffsetSkeletCoord() const {
+        return skeletCoord_.bufferOffset;
+    }
+    ORVIX_INLINE_API std::uint64_t CurrentBufferOffsetSkeletData() const {
+        return skeletData_.bufferOffset;
+    }
+    ORVIX_INLINE_API std::uint64_t& CurrentPointPositionAlive() { return alive_.pointPosition; }
+    ORVIX_INLINE_API std::uint64_t& CurrentPointPositionSkeletCoord() {
+        return skeletCoord_.pointPosition;
+    }
+    ORVIX_INLINE_API std::uint64_t& CurrentPointPositionSkeletData() {
+        return skeletData_.pointPosition;
+    }
 
     /// Random access by byte position.
-    void ReadPoint(const std::int64_t& position, CCloudPoint<float>& point) {
+    ORVIX_INLINE_API void ReadPoint(const std::int64_t& position, CCloudPoint<float>& point) {
         alive_.granule = GranuleOf(position);
         ReadAt(alive_, aliveFile_, alive_.granule, position, point);
     }
-    void ReadSkeletPointData(const std::int64_t& position, CPointDataFull& data) {
+    ORVIX_INLINE_API void ReadSkeletPointData(const std::int64_t& position, CPointDataFull& data) {
         skeletData_.granule = GranuleOf(position);
         ReadAt(skeletData_, skeletDataFile_, skeletData_.granule, position, data);
     }
     /// The coordinates that belong to the data record read last: call it after
     /// `ReadSkeletPointData` of the same position. The view follows the data record's granule and
     /// the argument gives the place within it, so a position in another granule reads other bytes.
-    void ReadSkeletPoint(const std::int64_t& position, SimplePointT<float>& point) {
+    ORVIX_INLINE_API void ReadSkeletPoint(const std::int64_t& position,
+                                          SimplePointT<float>& point) {
         // BEHAVIOUR R3
         ReadAt(skeletCoord_, skeletCoordFile_, skeletData_.granule, position, point);
         skeletCoord_.granule = GranuleOf(position);
@@ -134,7 +148,7 @@ public:
     /// Iterates a run: true for each of its points, then false once, after which the reader takes
     /// the next run. Hand over the same run until the false.
     /// Precondition: the run lies inside the file, and streaming is at its start or its end.
-    bool ReadIndexPoints(const CIndexerSmall& run) {
+    ORVIX_INLINE_API bool ReadIndexPoints(const CIndexerSmall& run) {
         if (alive_.indexInChunk == alive_.chunkCount) [[unlikely]] {
             if (!NextRunChunk(run)) return false;
         }
@@ -154,9 +168,9 @@ public:
     bool ReadIndexesPts(std::vector<CIndexerSmall>& runs, std::vector<CCloudPoint<float>>& out);
 
     /// Maps a file's view at its current offset, replacing the one there; at most 8 MiB.
-    void MapView() { MapWindow(alive_, aliveFile_); }
-    void MapViewSkeletCoords() { MapWindow(skeletCoord_, skeletCoordFile_); }
-    void MapViewSkeletData() { MapWindow(skeletData_, skeletDataFile_); }
+    ORVIX_INLINE_API void MapView() { MapWindow(alive_, aliveFile_); }
+    ORVIX_INLINE_API void MapViewSkeletCoords() { MapWindow(skeletCoord_, skeletCoordFile_); }
+    ORVIX_INLINE_API void MapViewSkeletData() { MapWindow(skeletData_, skeletDataFile_); }
 
     /// Rewinds all three files, releases their views and abandons a batch in progress.
     void Reset();

@@ -2,6 +2,7 @@
 #include "orvix/points/generic_reader.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "orvix/platform/file.h"
@@ -100,5 +101,11 @@ void GenericReader::Reset() {
     nextRecord = 0;
     Unmap(chunkView);
 }
+
+namespace {
+
+[[maybe_unused]] ORVIX_EMITTED constexpr std::tuple kInlineMembers{&GenericReader::Count};
+
+}  // namespace
 
 }  // namespace orvix

@@ -69,7 +69,7 @@ public:
     /// `chunkTotal` counts and end above 100 (BEHAVIOUR R13).
     int Progress() const;
     /// Whole records in the file.
-    std::uint64_t Count() const { return recordCount; }
+    ORVIX_INLINE_API std::uint64_t Count() const { return recordCount; }
     /// Back to the start: the next chunk is the first one.
     void Reset();
 

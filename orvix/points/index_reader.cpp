@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
@@ -152,5 +153,12 @@ unsigned int CIndexReader::InitIndex10() {
 int CIndexReader::Count100() const {
     return static_cast<int>(index100_->fileSize / kGridCellBytes);
 }
+
+namespace {
+
+[[maybe_unused]] ORVIX_EMITTED constexpr std::tuple kInlineMembers{
+    &CIndexReader::ReadIndex1000, &CIndexReader::ReadIndex100, &CIndexReader::ReadIndex10};
+
+}  // namespace
 
 }  // namespace orvix

@@ -56,9 +56,15 @@ public:
 
     /// Moves to the level's next entry. n = 0 reads on to the end of the file; n > 0 reads exactly
     /// the n entries from the level's start, in calls that all pass the same n.
-    bool ReadIndex1000(const unsigned int& n) { return ReadIndex(index1000_.get(), n); }
-    bool ReadIndex100(const unsigned int& n) { return ReadIndex(index100_.get(), n); }
-    bool ReadIndex10(const unsigned int& n) { return ReadIndex(index10_.get(), n); }
+    ORVIX_INLINE_API bool ReadIndex1000(const unsigned int& n) {
+        return ReadIndex(index1000_.get(), n);
+    }
+    ORVIX_INLINE_API bool ReadIndex100(const unsigned int& n) {
+        return ReadIndex(index100_.get(), n);
+    }
+    ORVIX_INLINE_API bool ReadIndex10(const unsigned int& n) {
+        return ReadIndex(index10_.get(), n);
+    }
 
     /// The current entry's cell.
     void GetXYZ1000(int& x, int& y, int& z) const;

@@ -2,6 +2,7 @@
 #include "orvix/project/project_core.h"
 
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 #include "orvix/platform/file.h"
@@ -126,5 +127,13 @@ ProjectType CProjectCore::ProjectTypeFromSkeletScale(const double& scale) {
     if (centimetres == 10.0) return ProjectType::TenCentimetres;
     return centimetres == 100.0 ? ProjectType::OneMetre : ProjectType::Other;
 }
+
+namespace {
+
+[[maybe_unused]] ORVIX_EMITTED constexpr std::tuple kInlineMembers{
+    &CProjectCore::SkeletCoordPtsFileSize, &CProjectCore::SkeletDataPtsFileSize,
+    &CProjectCore::SkeletDataPtsFileMapping, &CProjectCore::Has10cm, &CProjectCore::Has10000cm};
+
+}  // namespace
 
 }  // namespace orvix

@@ -66,17 +66,17 @@ public:
 
     std::int64_t AlivePointCount() const;
     std::int64_t SkeletPointCount() const;  ///< by the coordinate file
-    std::uint64_t& SkeletCoordPtsFileSize() { return skeletCoordSize_; }
-    std::uint64_t& SkeletDataPtsFileSize() { return skeletDataSize_; }
+    ORVIX_INLINE_API std::uint64_t& SkeletCoordPtsFileSize() { return skeletCoordSize_; }
+    ORVIX_INLINE_API std::uint64_t& SkeletDataPtsFileSize() { return skeletDataSize_; }
 
     /// A fresh read-only view of the whole file on every call, which the caller releases with
     /// `UnmapFileView`; null without a mapping.
     unsigned char* SkeletCoordPtsMapAddress() const;
     unsigned char* SkeletDataPtsMapAddress() const;
-    void* SkeletDataPtsFileMapping() const { return skeletDataMapping_; }
+    ORVIX_INLINE_API void* SkeletDataPtsFileMapping() const { return skeletDataMapping_; }
 
-    bool& Has10cm() { return has10cm_; }        ///< the scale code is 5
-    bool& Has10000cm() { return has10000cm_; }  ///< the scale code is 2
+    ORVIX_INLINE_API bool& Has10cm() { return has10cm_; }        ///< the scale code is 5
+    ORVIX_INLINE_API bool& Has10000cm() { return has10000cm_; }  ///< the scale code is 2
 
     /// A reader over the three mappings with read access; empty without an alive point mapping.
     std::shared_ptr<CAlivePointReader> CreateAlivePointReader() const;
