@@ -39,7 +39,7 @@ if(NOT MSVC)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/orvix/platform/error.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix/platform COMPONENT development)
-install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h
+install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h ${PROJECT_SOURCE_DIR}/importer/import_options.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)
 
 # Products have their final run paths in the build tree too: for a shorter one CMake keeps room by
