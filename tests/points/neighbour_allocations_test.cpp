@@ -14,17 +14,18 @@ std::size_t allocatedBytes = 0;
 
 }  // namespace
 
-// Every allocation of this program passes here.
-void* operator new(std::size_t bytes) {
+// Every allocation of this program passes here. Not inlined: seen side by side, malloc and delete are
+// a mismatch to the compiler.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
     ++allocations;
     allocatedBytes += bytes;
     if (void* memory = std::malloc(bytes)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
