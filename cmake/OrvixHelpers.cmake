@@ -77,3 +77,11 @@ function(orvix_quick_to_compile target)
     target_compile_options(${target} PRIVATE -O1)
   endif()
 endfunction()
+
+# orvix_quiet_overread(target): for sources with a copy of L"" that GCC 12 takes for one of more than
+# its two bytes, where wide characters have two.
+function(orvix_quiet_overread target)
+  if(MINGW AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(${target} PRIVATE -Wno-stringop-overread)
+  endif()
+endfunction()
