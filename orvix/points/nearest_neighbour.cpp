@@ -48,6 +48,9 @@ struct WithinBound {
     }
 };
 
+template <class Take>
+WithinBound(double, Take) -> WithinBound<Take>;
+
 /// As many neighbours as are held with their distances at once.
 constexpr std::size_t kAtOnce = 512;
 using Block = std::array<Neighbour, kAtOnce>;
