@@ -22,6 +22,16 @@ std::size_t allocatedBytes = 0;
     if (void* memory = std::malloc(bytes)) return memory;
     throw std::bad_alloc();
 }
+// A sanitizer's own new[] would not come here.
+[[gnu::noinline]] void* operator new[](std::size_t bytes) {
+    return operator new(bytes);
+}
+[[gnu::noinline]] void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
