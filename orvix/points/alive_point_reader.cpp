@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <limits>
 #include <tuple>
+#include <utility>
 
 #include "orvix/platform/error_channel.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/append_records.h"
+#include "orvix/points/run_views.h"
 
 namespace orvix {
 namespace {
@@ -52,7 +54,19 @@ CAlivePointReader::CAlivePointReader(const std::uint64_t& aliveSize,
                                      void* skeletCoordMapping, void* aliveMapping,
                                      std::uint32_t skeletDataAccess,
                                      std::uint32_t skeletCoordAccess, std::uint32_t aliveAccess)
-    : aliveFile_{aliveSize, aliveMapping, aliveAccess},
+    : CAlivePointReader(aliveSize, skeletDataSize, skeletCoordSize, skeletDataMapping,
+                        skeletCoordMapping, aliveMapping, skeletDataAccess, skeletCoordAccess,
+                        aliveAccess, nullptr) {}
+
+CAlivePointReader::CAlivePointReader(const std::uint64_t& aliveSize,
+                                     const std::uint64_t& skeletDataSize,
+                                     const std::uint64_t& skeletCoordSize, void* skeletDataMapping,
+                                     void* skeletCoordMapping, void* aliveMapping,
+                                     std::uint32_t skeletDataAccess,
+                                     std::uint32_t skeletCoordAccess, std::uint32_t aliveAccess,
+                                     std::shared_ptr<detail::RunViews> runViews)
+    : runViews_(std::move(runViews)),
+      aliveFile_{aliveSize, aliveMapping, aliveAccess},
       skeletCoordFile_{skeletCoordSize, skeletCoordMapping, skeletCoordAccess},
       skeletDataFile_{skeletDataSize, skeletDataMapping, skeletDataAccess} {
     Reset();
@@ -62,6 +76,7 @@ CAlivePointReader::~CAlivePointReader() {
     UnmapFileView(skeletCoord_.view);
     UnmapFileView(alive_.view);
     UnmapFileView(skeletData_.view);
+    if (runView_ != nullptr) runViews_->GiveBack(runView_);
 }
 
 void CAlivePointReader::Reset() {
@@ -71,7 +86,15 @@ void CAlivePointReader::Reset() {
     nextRun_ = {};
     batchInProgress_ = false;
     for (reader_vars* rv : {&skeletData_, &skeletCoord_, &alive_}) InitRv(*rv);  // BEHAVIOUR R8
-    runView_.Release();
+    if (runView_ != nullptr) runView_->Release();
+}
+
+detail::ViewWindow& CAlivePointReader::RunView() {
+    if (runView_ == nullptr) {
+        if (runViews_ == nullptr) runViews_ = std::make_shared<detail::RunViews>();
+        runView_ = runViews_->Take();
+    }
+    return *runView_;
 }
 
 void CAlivePointReader::InitRv(reader_vars& rv) {
@@ -152,16 +175,17 @@ void CAlivePointReader::InitView(reader_vars& rv) {
 void CAlivePointReader::ReadIndexPoints(std::uint64_t first, std::uint32_t count,
                                         std::vector<CCloudPoint<float>>& out) {
     const std::uint64_t position = first * kAlivePointBytes;
-    const std::uint8_t* records =
-        first > kMaxRecords
-            ? nullptr
-            : runView_.At(aliveFile_.mapping, aliveFile_.size, position, count * kAlivePointBytes);
+    detail::ViewWindow& view = RunView();
+    const std::uint8_t* records = first > kMaxRecords ? nullptr
+                                                      : view.At(aliveFile_.mapping, aliveFile_.size,
+                                                                position, count * kAlivePointBytes);
     if (records == nullptr) {
         platform::ReportError(L"ReadIndexPoints  ERROR");
         return;
     }
     detail::AppendRecords(out, RecordsAt(records), count);
-    if (runView_.Bytes() > kViewBytes) runView_.Release();
+    // BEHAVIOUR R15
+    if (view.Bytes() > kViewBytes) view.Release();
 }
 
 bool CAlivePointReader::ReadIndexesPts(std::vector<CIndexerSmall>& runs,

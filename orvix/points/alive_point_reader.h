@@ -4,13 +4,18 @@
 #include <cassert>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "orvix/platform/export.h"
 #include "orvix/points/records.h"
-#include "orvix/points/view_window.h"
 
 namespace orvix {
+
+namespace detail {
+class RunViews;
+class ViewWindow;
+}  // namespace detail
 
 /// Reads the three point files of a project through mappings that its owner holds open: alive
 /// points (24-byte records), skeleton coordinates and skeleton data (12-byte records each).
@@ -39,9 +44,11 @@ namespace orvix {
 ///            random read past the end of the file leaves the record as it was.
 /// Lifetime   borrows the mappings and must not outlive them; owns its views and cursors. An
 ///            address within a view holds until the view moves: on the next advance that ends a
-///            chunk, a random read of another granule, `Reset`, or destruction.
+///            chunk, a random read of another granule, `Reset`, or destruction. The view from
+///            which runs are appended stays mapped after the call, for the next run, and ends at
+///            the latest when the project core or manager that made the reader closes its files.
 /// Threads    one thread per reader; any number of readers per mapping.
-/// Cost       no allocation; one map and one unmap per 8 MiB, or per change of 64 KiB granule for
+/// Cost       no allocation but one before the first run is appended; one map and one unmap per 8 MiB, or per change of 64 KiB granule for
 ///            random reads. Per-point calls are inline and touch only the block and the view.
 class ORVIX_API CAlivePointReader {
 public:
@@ -60,6 +67,13 @@ public:
                       const std::uint64_t& skeletCoordSize, void* skeletDataMapping,
                       void* skeletCoordMapping, void* aliveMapping, std::uint32_t skeletDataAccess,
                       std::uint32_t skeletCoordAccess, std::uint32_t aliveAccess);
+    /// The same for an owner that releases the views of its readers' runs when it closes the
+    /// files, through `runViews`; null for none.
+    CAlivePointReader(const std::uint64_t& aliveSize, const std::uint64_t& skeletDataSize,
+                      const std::uint64_t& skeletCoordSize, void* skeletDataMapping,
+                      void* skeletCoordMapping, void* aliveMapping, std::uint32_t skeletDataAccess,
+                      std::uint32_t skeletCoordAccess, std::uint32_t aliveAccess,
+                      std::shared_ptr<detail::RunViews> runViews);
     ~CAlivePointReader();
     CAlivePointReader(const CAlivePointReader&) = delete;
     CAlivePointReader& operator=(const CAlivePointReader&) = delete;
@@ -157,7 +171,7 @@ public:
     }
     /// Appends one run to `out` with a single copy, through a view of its own: streaming and
     /// iteration stay where they are. A view of up to 8 MiB serves the runs that lie in it, one
-    /// after the other. "ReadIndexPoints  ERROR" when the run cannot be mapped.
+    /// after the other, and a longer one ends with the call. "ReadIndexPoints  ERROR" when the run cannot be mapped.
     void ReadIndexPoints(std::uint64_t first, std::uint32_t count,
                          std::vector<CCloudPoint<float>>& out);
     /// Appends many runs, gathered to 64 MiB a view. True when `out` has passed 50,000,000 points
@@ -262,6 +276,7 @@ private:
     static void MapWindow(reader_vars& rv, const point_file& file);
     static void InitRv(reader_vars& rv);
     void InitView(reader_vars& rv);
+    detail::ViewWindow& RunView();
     bool ContinueBatch(std::vector<CIndexerSmall>& runs, std::vector<CCloudPoint<float>>& out);
     void ReadIndexesPts(std::vector<CCloudPoint<float>>& out, RunIterator first, RunIterator last,
                         std::uint64_t span, std::uint64_t count) const;
@@ -269,7 +284,8 @@ private:
     reader_vars skeletData_;
     reader_vars skeletCoord_;
     reader_vars alive_;
-    detail::ViewWindow runView_;  // from which single runs are appended
+    std::shared_ptr<detail::RunViews> runViews_;  // shared with the owner of the mappings
+    detail::ViewWindow* runView_ = nullptr;       // of these; taken for the first run appended
     point_file aliveFile_;
     point_file skeletCoordFile_;
     point_file skeletDataFile_;

@@ -15,7 +15,7 @@ namespace orvix::detail {
 ///            was asked for alone decides.
 /// Errors     null where the bytes cannot be mapped.
 /// Lifetime   an address holds until the next call. The view outlives the mapping's handle: who
-///            wants the file released calls Release.
+///            wants the file released calls Release, as RunViews does for readers of runs.
 /// Cost       one map and one unmap per move, no allocation.
 class ViewWindow {
 public:

@@ -8,6 +8,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/records.h"
+#include "orvix/points/run_views.h"
 
 namespace orvix {
 namespace {
@@ -46,6 +47,7 @@ void CProjectCore::Open(const CString& skeletCoordPath, const CString& skeletDat
 
 void CProjectCore::OpenFiles(FileAccess access) {
     Close();
+    runViews_ = std::make_shared<detail::RunViews>();
     skeletCoordFile_ = platform::OpenExisting(skeletCoordPath_, access);
     skeletDataFile_ = platform::OpenExisting(skeletDataPath_, access);
     aliveFile_ = platform::OpenExisting(alivePath_, access);
@@ -81,6 +83,7 @@ bool CProjectCore::OpenCores4Write() {
 }
 
 void CProjectCore::Close() {
+    if (runViews_ != nullptr) runViews_->Release();  // BEHAVIOUR R15
     CloseBoth(skeletDataMapping_, skeletDataFile_);
     CloseBoth(skeletCoordMapping_, skeletCoordFile_);
     CloseBoth(aliveMapping_, aliveFile_);
@@ -113,7 +116,7 @@ std::shared_ptr<CAlivePointReader> CProjectCore::CreateAlivePointReaderWriter() 
 std::shared_ptr<CAlivePointReader> CProjectCore::CreateReader(std::uint32_t access) const {
     return std::make_shared<CAlivePointReader>(aliveSize_, skeletDataSize_, skeletCoordSize_,
                                                skeletDataMapping_, skeletCoordMapping_,
-                                               aliveMapping_, access, access, access);
+                                               aliveMapping_, access, access, access, runViews_);
 }
 
 std::shared_ptr<CIndexReader> CProjectCore::CreateIndexReader() const {

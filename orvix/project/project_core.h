@@ -15,6 +15,9 @@ namespace orvix {
 namespace platform {
 enum class FileAccess;
 }
+namespace detail {
+class RunViews;
+}
 
 /// How finely a project's skeleton is thinned.
 enum class ProjectType : std::int32_t { OneCentimetre, TenCentimetres, OneMetre, Other };
@@ -42,7 +45,8 @@ enum class ProjectType : std::int32_t { OneCentimetre, TenCentimetres, OneMetre,
 /// Errors     a false result or an empty pointer; handles opened before a failure stay until
 ///            `Close`.
 /// Lifetime   a plain value: copies carry the same raw handles, and the destructor closes none;
-///            the owner calls `Close`, once. Readers borrow the mappings and end before it.
+///            the owner calls `Close`, once. Readers borrow the mappings and read nothing after
+///            it; they may end later, and the views from which they appended runs end with it.
 /// Threads    one thread per core; its read-only mappings serve any number of readers.
 /// Cost       no file is read: opening maps three files of any size.
 class ORVIX_API CProjectCore {
@@ -60,8 +64,9 @@ public:
     bool OpenCores();
     /// Opens and maps the three files read-write; true only when all three mappings exist.
     bool OpenCores4Write();
-    /// Closes each file's mapping, then the file: skeleton data, skeleton coordinates, alive
-    /// points. The sizes stay.
+    /// Releases the views of runs appended by readers of this core and its copies, then closes
+    /// each file's mapping and the file: skeleton data, skeleton coordinates, alive points. The
+    /// sizes stay.
     void Close();
 
     std::int64_t AlivePointCount() const;
@@ -104,6 +109,7 @@ private:
     void* skeletCoordMapping_ = nullptr;
     void* aliveFile_ = nullptr;
     void* aliveMapping_ = nullptr;
+    std::shared_ptr<detail::RunViews> runViews_;  // of the readers since the last opening
     std::int32_t lasScale_ = 0;
     CString skeletCoordPath_;
     CString skeletDataPath_;

@@ -15,6 +15,7 @@
 #include "orvix/platform/path.h"
 #include "orvix/platform/utility_lib.h"
 #include "orvix/points/alive_point_reader.h"
+#include "orvix/points/run_views.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/required_files.h"
@@ -102,10 +103,12 @@ bool CoreFilesOpen(const ProjectManager& paths) {
 struct ProjectManager::OpenPointFile {
     platform::Handle file = nullptr;
     platform::Handle mapping = nullptr;
+    std::shared_ptr<detail::RunViews> runViews = std::make_shared<detail::RunViews>();
 
     ~OpenPointFile() { Close(); }
 
     void Close() {
+        runViews->Release();  // BEHAVIOUR R15
         platform::CloseMapping(std::exchange(mapping, nullptr));
         platform::CloseHandleOf(std::exchange(file, nullptr));
     }
@@ -229,7 +232,8 @@ CString ProjectManager::GetRecapFolder() const {
 CAlivePointReader* ProjectManager::CreateAliveReader() {
     return new (std::nothrow)
         CAlivePointReader(pointFileSize, 0, 0, nullptr, nullptr, pointMapping, platform::kViewRead,
-                          platform::kViewRead, platform::kViewRead);
+                          platform::kViewRead, platform::kViewRead,
+                          openPointFile_ == nullptr ? nullptr : openPointFile_->runViews);
 }
 
 void ProjectManager::GetCloudHeader(CLOUD_HEADER* header) {

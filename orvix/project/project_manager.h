@@ -71,7 +71,8 @@ public:
     /// `Set` without the create flag, then maps Grid.pts, makes `aliveReader` and sets the two
     /// level flags; closes what was open before. An empty Grid.pts opens with a null mapping.
     bool Open(const CString& path);
-    /// Closes the mapping, then the file, and nulls both. `aliveReader` stays, unusable.
+    /// Releases the views of runs appended by its readers, closes the mapping, then the file, and
+    /// nulls both. `aliveReader` stays, unusable.
     void Close();
     /// `Set` without the create flag, and only if that succeeds, the other `Destroy`.
     void Destroy(const CString& path);
@@ -85,7 +86,8 @@ public:
     bool CanOverwrite(const CString& folder);
     /// The project-files folder's "Recap", which this class neither makes nor removes.
     CString GetRecapFolder() const;
-    /// A further reader over the mapped alive points; the caller deletes it, before `Close`.
+    /// A further reader over the mapped alive points; the caller deletes it, and reads nothing
+    /// after `Close`.
     /// Null when memory is short.
     CAlivePointReader* CreateAliveReader();
 

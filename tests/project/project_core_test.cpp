@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <limits>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -160,6 +163,59 @@ TEST_F(ProjectCoreTest, AReaderWriterChangesPointsInPlace) {
     core.Close();
     const auto bytes = test::ReadBytes(manager.gridPts);
     EXPECT_EQ(bytes[20] + 256 * bytes[21], 4711);
+}
+
+/// How many mappings of this process the system lists with `file` in them; -1 where it keeps no
+/// such list.
+int MappingsOf(const std::string& file) {
+    if (std::filesystem::path::preferred_separator != '/') return -1;
+    std::ifstream maps("/proc/self/maps");
+    int found = 0;
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find(file) != std::string::npos) ++found;
+    }
+    return found;
+}
+
+// BEHAVIOUR R15
+TEST_F(ProjectCoreTest, CloseReleasesTheViewsOfRunsWhileTheirReadersAreStillThere) {
+    ASSERT_TRUE(core.OpenCores());
+    const CProjectCore copy = core;
+    const auto before = core.CreateAlivePointReader();
+    const auto ofCopy = copy.CreateAlivePointReader();
+    std::vector<CCloudPoint<float>> points;
+    core.CreateAlivePointReader()->ReadIndexPoints(0, 10, points);  // ends before the core closes
+    for (const auto& reader : {before, ofCopy}) reader->ReadIndexPoints(0, 10, points);
+    ASSERT_EQ(points.size(), 30u);
+    EXPECT_NE(MappingsOf("Grid.pts"), 0);
+
+    core.Close();
+    EXPECT_LE(MappingsOf("Grid.pts"), 0);
+    std::error_code error;
+    {
+        const platform::File emptied = platform::File::Create(manager.gridPts, error);
+        EXPECT_FALSE(error) << error.message();
+    }
+    platform::Rename(manager.gridPts, manager.gridPts + L".old", error);
+    EXPECT_FALSE(error) << error.message();
+    platform::RemoveFile(manager.gridPts + L".old", error);
+    EXPECT_FALSE(error) << error.message();
+}
+
+// BEHAVIOUR R15
+TEST_F(ProjectCoreTest, AReaderOfRunsMayOutliveItsCore) {
+    std::shared_ptr<CAlivePointReader> reader;
+    std::vector<CCloudPoint<float>> points;
+    {
+        CProjectCore shortLived = core;
+        ASSERT_TRUE(shortLived.OpenCores());
+        reader = shortLived.CreateAlivePointReader();
+        reader->ReadIndexPoints(0, 10, points);
+        shortLived.Close();
+    }
+    reader->Reset();
+    reader.reset();
+    EXPECT_LE(MappingsOf("Grid.pts"), 0);
 }
 
 // BEHAVIOUR P8

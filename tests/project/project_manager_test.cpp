@@ -187,6 +187,21 @@ TEST_F(ProjectManagerTest, OpensAnEmptyPointFileWithoutAMapping) {
     EXPECT_EQ(manager.pointFileSize, 0u);
 }
 
+// BEHAVIOUR R15
+TEST_F(ProjectManagerTest, CloseReleasesTheViewOfARunWithTheReaderStillThere) {
+    WriteProject();
+    ASSERT_TRUE(manager.Open(path));
+    std::vector<CCloudPoint<float>> points;
+    manager.aliveReader->ReadIndexPoints(0, 10, points);
+    ASSERT_EQ(points.size(), 10u);
+    manager.Close();
+    EXPECT_NE(manager.aliveReader, nullptr);
+    test::WriteText(manager.gridPts, "");
+    std::error_code error;
+    platform::RemoveFile(manager.gridPts, error);
+    EXPECT_FALSE(error) << error.message();
+}
+
 // BEHAVIOUR P8
 TEST_F(ProjectManagerTest, ACopyOfAnOpenManagerMayDieWithoutClosingTheOthersFiles) {
     WriteProject();
