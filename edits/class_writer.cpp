@@ -9,12 +9,12 @@
 #include <memory>
 
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/text.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/attributes.h"
 #include "orvix/project/height_bins.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/point_editor.h"
-#include "orvix/project/project_gate.h"
 
 namespace orvix::edits {
 
@@ -113,7 +113,7 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
     const ProjectManager& paths = (*opened)->Manager();
     if (auto mapped = (*opened)->MapForWriting(); !mapped) return ErrorOf(mapped);
     if (core.SkeletPointCount() * 12 != static_cast<std::int64_t>(core.SkeletDataPtsFileSize()))
-        return Fail(ErrorCode::Damaged, detail::Shown(paths.gridSkeletDataPts) +
+        return Fail(ErrorCode::Damaged, platform::ToUtf8(paths.gridSkeletDataPts) +
                                             ": it does not go with the skeleton's "
                                             "coordinates; 'orvix check' lists every fault");
     const auto table = std::make_unique<ClassTable>(field, classes);

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "orvix/project/project_gate.h"
+#include "orvix/platform/text.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/transform_file.h"
@@ -74,7 +74,7 @@ Expected<FieldHistogram> ReadField(const CString& project, Field field) {
     histogram.bins = std::move(*bins);
     for (const detail::HistogramBin& bin : histogram.bins) histogram.points += bin.count;
     if (histogram.bins.empty())
-        return Fail(ErrorCode::BadInput, detail::Shown(project) + " has no points to count");
+        return Fail(ErrorCode::BadInput, platform::ToUtf8(project) + " has no points to count");
     if (!height) return histogram;
     const Expected<double> shift = WorldHeightOfZero(paths);
     if (!shift) return ErrorOf(shift);

@@ -9,11 +9,11 @@
 
 #include "orvix/platform/mapping.h"
 #include "orvix/platform/path.h"
+#include "orvix/platform/text.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/index_reader.h"
 #include "orvix/points/record_hash.h"
 #include "orvix/project/open_project.h"
-#include "orvix/project/project_gate.h"
 
 namespace orvix::reports {
 
@@ -126,8 +126,8 @@ private:
 tl::unexpected<Error> Damage(const CString& file, const std::string& what) {
     return Fail(ErrorCode::Damaged,
                 fmt::format("{}: {}; 'orvix check' lists every fault, and importing the scans "
-                            "again mends them",
-                            detail::Shown(file), what));
+                            "again repairs them",
+                            platform::ToUtf8(file), what));
 }
 
 Expected<std::uint64_t> EntriesOf(const CString& file, std::uint64_t recordBytes) {
@@ -228,7 +228,7 @@ Expected<WalkLevel> Walk::Close(LevelTally& tally, const char* name) {
     const WalkLevel level = tally.Finish();
     if (tally.ReadFailed())
         return Fail(ErrorCode::Failure,
-                    detail::Shown(Paths().gridPts) + " could not be mapped for reading");
+                    platform::ToUtf8(Paths().gridPts) + " could not be mapped for reading");
     if (level.points == pointCount_) return level;
     return Damage(Paths().gridPts, fmt::format("the {} cells hold {} of its {} points", name,
                                                level.points, pointCount_));
@@ -256,7 +256,7 @@ Expected<void> Walk::Finish(WalkReport& report) {
 Expected<WalkReport> Walk::Run() {
     if (!reader_ && pointCount_ > 0)
         return Fail(ErrorCode::Failure,
-                    detail::Shown(Paths().gridPts) + " could not be mapped for reading");
+                    platform::ToUtf8(Paths().gridPts) + " could not be mapped for reading");
     if (auto measured = MeasureIndexes(); !measured) return ErrorOf(measured);
     WalkReport report;
     report.points = pointCount_;

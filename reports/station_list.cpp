@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
+#include "orvix/platform/text.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/attributes.h"
-#include "orvix/project/project_gate.h"
 #include "orvix/project/station_files.h"
 
 namespace orvix::reports {
@@ -28,7 +28,7 @@ Expected<std::vector<ListedStation>> ReadFiles(const WorldProject& project) {
         if (!faults.empty()) {
             return Fail(ErrorCode::Damaged,
                         fmt::format("{} {}; import the scans again",
-                                    detail::Shown(faults.front().file), faults.front().what));
+                                    platform::ToUtf8(faults.front().file), faults.front().what));
         }
         ListedStation& station = stations.emplace_back();
         station.number = i;

@@ -33,7 +33,7 @@ std::string TextOf(const detail::CheckReport& report, const std::string& project
     std::string text;
     for (const detail::CheckFault& fault : report.faults)
         text += fmt::format("{}: {}\n", fault.file, fault.what);
-    text += fmt::format("{}: {} fault{}; import the scans again to mend them\n", project,
+    text += fmt::format("{}: {} fault{}; import the scans again to repair them\n", project,
                         platform::CountText(report.total), report.total == 1 ? "" : "s");
     return text;
 }

@@ -6,6 +6,7 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/path.h"
+#include "orvix/platform/text.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
 
@@ -24,13 +25,13 @@ constexpr int kDeepest = 8;  // a project's own tree is four deep; links may go 
 void ListRemains(const CString& folder, int depth, std::vector<std::string>& remains) {
     std::error_code error;
     const std::vector<CString> names = platform::ListFolder(folder, error);
-    if (names.empty()) remains.push_back(detail::Shown(folder));
+    if (names.empty()) remains.push_back(platform::ToUtf8(folder));
     for (const CString& name : names) {
         const CString path = platform::JoinPath(folder, name);
         if (depth < kDeepest && platform::IsFolder(path))
             ListRemains(path, depth + 1, remains);
         else
-            remains.push_back(detail::Shown(path));
+            remains.push_back(platform::ToUtf8(path));
     }
 }
 
@@ -52,7 +53,7 @@ Expected<void> RefuseLinks(const CString& project, const CString& folder) {
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} is a link; name the project in the folder that it really lies "
                                 "in, or remove the link",
-                                detail::Shown(path)));
+                                platform::ToUtf8(path)));
     }
     return {};
 }

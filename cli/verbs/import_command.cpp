@@ -8,7 +8,7 @@
 #include "importer/import.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/platform/text.h"
 #include "output/file_ending.h"
 
 namespace orvix::cli {
@@ -84,10 +84,10 @@ const char* WordOf(ImportPhase phase) {
 
 Json JsonOf(const ImportReport& report) {
     Json json;
-    json["project"] = detail::Shown(report.project);
+    json["project"] = platform::ToUtf8(report.project);
     json["inputs"] = Json::array();
     for (const ImportedFile& input : report.inputs)
-        json["inputs"].push_back(Json{{"path", detail::Shown(input.path)},
+        json["inputs"].push_back(Json{{"path", platform::ToUtf8(input.path)},
                                       {"format", input.format},
                                       {"points", input.points}});
     json["read"] = report.read;
@@ -107,11 +107,11 @@ Json JsonOf(const ImportReport& report) {
 std::string TextOf(const ImportReport& report) {
     std::string text;
     for (const ImportedFile& input : report.inputs)
-        text += fmt::format("{}: {}, {} points\n", detail::Shown(input.path), input.format,
+        text += fmt::format("{}: {}, {} points\n", platform::ToUtf8(input.path), input.format,
                             platform::CountText(input.points));
     text +=
         fmt::format("{}: {} points written of {} read, {} in the skeleton, {} station{}\n",
-                    detail::Shown(report.project), platform::CountText(report.written),
+                    platform::ToUtf8(report.project), platform::CountText(report.written),
                     platform::CountText(report.read), platform::CountText(report.skeletonPoints),
                     report.stations, report.stations == 1 ? "" : "s");
     for (const auto& [reason, count] : report.rejected)

@@ -12,6 +12,7 @@
 #include "orvix/planes/dialog/plane_params.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/io_utility.h"
+#include "orvix/platform/text.h"
 #include "orvix/platform/utility_lib.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
@@ -47,7 +48,7 @@ Expected<void> RequireChangeable(const CString& project) {
     return Fail(ErrorCode::Failure,
                 fmt::format("{} may not be written, so there is nowhere to keep the parameters; "
                             "check the file's permissions",
-                            detail::Shown(project)));
+                            platform::ToUtf8(project)));
 }
 
 Json SetJson(double splitSize, std::array<double, 3> diffs, std::int32_t minPlane) {
@@ -119,7 +120,7 @@ Expected<Outcome> Edit(const CString& project, PreviewSearch* search) {
     return Fail(ErrorCode::Failure,
                 fmt::format("{} could not be written whole; free space on its disk, then set the "
                             "parameters again",
-                            detail::Shown(project)));
+                            platform::ToUtf8(project)));
 }
 
 Expected<Outcome> RunParams(const Arguments& arguments) {

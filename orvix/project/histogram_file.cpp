@@ -45,7 +45,7 @@ void ForEachRecord(const platform::File& file, Visit visit) {
 }
 
 tl::unexpected<Error> Damage(const CString& path, const std::string& what) {
-    return Fail(ErrorCode::Damaged, fmt::format("{}: {}; import the scans again to mend it",
+    return Fail(ErrorCode::Damaged, fmt::format("{}: {}; import the scans again to repair it",
                                                 platform::ToUtf8(path), what));
 }
 

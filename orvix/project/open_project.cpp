@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/project/open_project.h"
 
-#include "orvix/project/project_gate.h"
+#include "orvix/platform/text.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/required_files.h"
 
@@ -11,7 +11,8 @@ Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project)
     auto opened = Load(project);
     if (auto readable = RequireReadable(opened->manager_); !readable) return ErrorOf(readable);
     if (opened->core_.OpenCores()) return opened;
-    return Fail(ErrorCode::Failure, Shown(project) + ": its point files could not be opened");
+    return Fail(ErrorCode::Failure,
+                platform::ToUtf8(project) + ": its point files could not be opened");
 }
 
 std::unique_ptr<OpenProject> OpenProject::Load(const CString& project) {
@@ -32,8 +33,8 @@ Expected<void> OpenProject::RequireWritable() const {
 
 Expected<void> OpenProject::MapForWriting() {
     if (core_.OpenCores4Write()) return {};
-    return Fail(ErrorCode::Failure,
-                Shown(manager_.projectFile) + ": its point files could not be mapped for writing");
+    return Fail(ErrorCode::Failure, platform::ToUtf8(manager_.projectFile) +
+                                        ": its point files could not be mapped for writing");
 }
 
 OpenProject::~OpenProject() {

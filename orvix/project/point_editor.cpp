@@ -4,7 +4,7 @@
 #include <system_error>
 
 #include "orvix/platform/file.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/platform/text.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::detail {
@@ -14,7 +14,8 @@ Expected<void> PointEditor::Sync(const ProjectManager& paths) {
         std::error_code error;
         platform::File file = platform::File::OpenReadWrite(*path, error);
         if (!error) file.Sync(error);
-        if (error) return FailSystem(error, Shown(*path) + " could not be brought to the disk");
+        if (error)
+            return FailSystem(error, platform::ToUtf8(*path) + " could not be brought to the disk");
     }
     return {};
 }

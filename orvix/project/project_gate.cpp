@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "orvix/platform/path.h"
+#include "orvix/platform/text.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
@@ -18,12 +19,12 @@ Expected<void> RequireFile(const CString& path) {
     if (!platform::PathExists(path))
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} does not exist; check the name, or make it with 'orvix import'",
-                                Shown(path)));
+                                platform::ToUtf8(path)));
     if (platform::IsFolder(path))
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} is a folder; name the project file, which ends in .prj and "
                                 "lies beside the project-files folder",
-                                Shown(path)));
+                                platform::ToUtf8(path)));
     return {};
 }
 
@@ -36,24 +37,21 @@ Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecor
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} is not a project: it holds no settings record of version 1 to "
                                 "{}; name the .prj file that 'orvix import' made",
-                                Shown(path), kSettingsVersion));
+                                platform::ToUtf8(path), kSettingsVersion));
     if (!hasFolder)
-        return Fail(ErrorCode::Damaged,
-                    fmt::format("{} has lost its project-files folder {}; put the folder back "
-                                "beside it, or import the scans again",
-                                Shown(path), Shown(paths.projectFilesFolder)));
+        return Fail(
+            ErrorCode::Damaged,
+            fmt::format("{} has lost its project-files folder {}; put the folder back "
+                        "beside it, or import the scans again",
+                        platform::ToUtf8(path), platform::ToUtf8(paths.projectFilesFolder)));
     if (record == SettingsRecord::Whole || cut == CutRecord::Taken) return {};  // BEHAVIOUR C3
     return Fail(ErrorCode::Damaged,
                 fmt::format("{} is cut short: its settings record is not whole; 'orvix check' "
-                            "lists every fault, and importing the scans again mends them",
-                            Shown(path)));
+                            "lists every fault, and importing the scans again repairs them",
+                            platform::ToUtf8(path)));
 }
 
 }  // namespace
-
-std::string Shown(const CString& path) {
-    return platform::ToUtf8(path);
-}
 
 Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
     const CString path = platform::FromUtf8(argument);

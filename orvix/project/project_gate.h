@@ -23,7 +23,4 @@ enum class CutRecord { Refused, Taken };
 ///          whose project-files folder is gone, or that is cut short beside its folder.
 Expected<CString> RequireProject(const std::string& argument, CutRecord cut = CutRecord::Refused);
 
-/// A path for messages.
-std::string Shown(const CString& path);
-
 }  // namespace orvix::detail

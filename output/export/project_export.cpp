@@ -13,10 +13,10 @@
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/platform/text.h"
 #include "orvix/points/attributes.h"
 #include "orvix/points/generic_reader.h"
 #include "orvix/project/open_project.h"
-#include "orvix/project/project_gate.h"
 #include "output/export/cloud_writer.h"
 #include "output/output_file.h"
 
@@ -125,7 +125,7 @@ public:
         if (written_ == cloud_.points) return {};
         return Fail(ErrorCode::Failure, fmt::format("{} changed while it was read; export it again "
                                                     "when no other program is at work on it",
-                                                    detail::Shown(path_)));
+                                                    platform::ToUtf8(path_)));
     }
 
     [[nodiscard]] const ExportedCloud& Cloud() const { return cloud_; }
@@ -141,7 +141,7 @@ private:
             more = reader_.ReadChunk(at);
             if (reader_.chunkView == nullptr && reader_.recordsInView != 0) {
                 return Fail(ErrorCode::Failure,
-                            detail::Shown(path_) + " could not be read; check its permissions");
+                            platform::ToUtf8(path_) + " could not be read; check its permissions");
             }
             for (std::uint64_t i = 0; i < reader_.recordsInView; ++i, at += kAlivePointBytes) {
                 if (decoder_.Decode(reader_.chunkView + at, point)) use(point);
@@ -180,7 +180,7 @@ Expected<void> RequireTarget(const CString& target, ExistingFile existing) {
     return Fail(ErrorCode::BadInput,
                 // BEHAVIOUR C11
                 fmt::format("{} exists already; give another name, or --overwrite to replace it",
-                            detail::Shown(target)));
+                            platform::ToUtf8(target)));
 }
 
 Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {
@@ -188,11 +188,11 @@ Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {
     const CString folder = platform::ParentOf(platform::AbsolutePath(target));
     const std::uint64_t free = platform::FreeSpace(folder, error);
     if (error || bytes <= free) return {};
-    return Fail(
-        ErrorCode::NoSpace,
-        fmt::format("{} takes about {} and its disk has {} free; free some space, or "
-                    "export to another disk",
-                    detail::Shown(target), platform::BytesText(bytes), platform::BytesText(free)));
+    return Fail(ErrorCode::NoSpace,
+                fmt::format("{} takes about {} and its disk has {} free; free some space, or "
+                            "export to another disk",
+                            platform::ToUtf8(target), platform::BytesText(bytes),
+                            platform::BytesText(free)));
 }
 
 }  // namespace
@@ -213,7 +213,7 @@ Expected<ExportReport> ExportProject(const CString& project, const CString& targ
     if (cloud.points == 0)
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} holds no point to export{}; nothing was written",
-                                detail::Shown(project),
+                                platform::ToUtf8(project),
                                 options.station || options.box
                                     ? " of that station or in that box; 'orvix info' shows the "
                                       "stations and the bounds"

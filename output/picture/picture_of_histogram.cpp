@@ -5,14 +5,14 @@
 
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/platform/text.h"
 
 namespace orvix::output {
 
 namespace {
 
 std::string TitleOf(const CString& project, reports::Field field) {
-    return fmt::format("{}: {}", detail::Shown(platform::FileNameOf(project)),
+    return fmt::format("{}: {}", platform::ToUtf8(platform::FileNameOf(project)),
                        reports::NameOf(field));
 }
 
