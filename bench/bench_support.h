@@ -81,7 +81,7 @@ public:
         : bench_(std::move(bench)), options_(options) {}
 
     /// The ratio is the median, over the repeats, of candidate to ceiling run one after the other;
-    /// the times are medians of their own.
+    /// the times are medians of their own. Rates are printed of work that has `bytes`.
     template <class Ceiling, class Candidate>
     double Compare(std::string_view what, std::uint64_t bytes, Ceiling&& ceiling,
                    Candidate&& candidate) {
@@ -107,8 +107,10 @@ private:
                        "\n",
                        bench_, what, bytes, ceiling, candidate, ratio);
         } else {
-            fmt::print("{}: {}: ratio {:.2f} (ceiling {:.2f} ms, {:.1f} GB/s; here {:.2f} ms)\n",
-                       bench_, what, ratio, ceiling * 1e3, gigabytes / ceiling, candidate * 1e3);
+            const std::string rate =
+                bytes == 0 ? "" : fmt::format(", {:.1f} GB/s", gigabytes / ceiling);
+            fmt::print("{}: {}: ratio {:.2f} (ceiling {:.2f} ms{}; here {:.2f} ms)\n", bench_, what,
+                       ratio, ceiling * 1e3, rate, candidate * 1e3);
         }
     }
 

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <numeric>
+#include <optional>
 
 namespace orvix {
 namespace {
@@ -55,13 +56,52 @@ WithinBound(double, Take) -> WithinBound<Take>;
 constexpr std::size_t kAtOnce = 512;
 using Block = std::array<Neighbour, kAtOnce>;
 
-/// Sorts by what `neighbour` computes anew of each entry. Large parts are divided in place and
-/// small ones sorted in a block, so memory does not grow with the number of entries.
+/// Where each of many found points goes in their list, by its distance alone. The squared bound is
+/// divided into equal parts, in which the points of a surface lie evenly: a first pass counts the
+/// points of each, a second one stores each point in its part, and what is left to sort is short.
+class Rings {
+public:
+    /// `widest` is about the largest squared distance; a poor guess costs time alone.
+    explicit Rings(double widest) {
+        const double scale = static_cast<double>(kRings) / widest;
+        if (std::isfinite(scale)) scale_ = scale;
+    }
+    void Count(double squaredDistance) { ++ends_[RingOf(squaredDistance)]; }
+    /// After all counts, before the first place.
+    void Lay() { std::exclusive_scan(ends_.begin(), ends_.end(), ends_.begin(), 0U); }
+    std::uint32_t TakePlace(double squaredDistance) { return ends_[RingOf(squaredDistance)]++; }
+    /// Once all have their places: where each ring ends.
+    [[nodiscard]] const auto& Ends() const { return ends_; }
+
+private:
+    static constexpr std::size_t kRings = 4096;
+
+    // Never a nearer ring for a larger distance: a product rounds, but keeps the order.
+    [[nodiscard]] std::size_t RingOf(double squaredDistance) const {
+        const double ring = squaredDistance * scale_;
+        return ring < static_cast<double>(kRings) ? static_cast<std::size_t>(ring) : kRings - 1;
+    }
+
+    double scale_ = 0.0;
+    std::array<std::uint32_t, kRings> ends_{};
+};
+
+/// What counting finds out.
+struct Survey {
+    std::size_t count = 0;
+    Block some;                  // of them, unsorted: all where these are few
+    std::optional<Rings> rings;  // of all of them, where they are more
+};
+
+/// Sorts entries by what `neighbour` computes anew of each, and turns them into its indices. Large
+/// parts are divided in place and small ones sorted in a block, so memory does not grow with the
+/// number of entries.
 template <class NeighbourOf>
 void SortInBlocks(int* first, int* last, int divisions, const NeighbourOf& neighbour) {
     while (last - first > static_cast<std::ptrdiff_t>(kAtOnce)) {
         if (divisions-- == 0) {
             std::sort(first, last, [&](int a, int b) { return neighbour(a) < neighbour(b); });
+            std::transform(first, last, first, [&](int e) { return neighbour(e).index; });
             return;
         }
         const Neighbour low = neighbour(*first);
@@ -72,11 +112,10 @@ void SortInBlocks(int* first, int* last, int divisions, const NeighbourOf& neigh
         SortInBlocks(first, middle, divisions, neighbour);
         first = middle;
     }
-    std::array<std::pair<Neighbour, int>, kAtOnce> block;
-    auto end = std::transform(first, last, block.begin(),
-                              [&](int e) { return std::pair(neighbour(e), e); });
-    std::sort(block.begin(), end, [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::transform(block.begin(), end, first, [](const auto& held) { return held.second; });
+    Block block;
+    const auto end = std::transform(first, last, block.begin(), neighbour);
+    std::sort(block.begin(), end);
+    std::transform(block.begin(), end, first, [](const Neighbour& held) { return held.index; });
 }
 
 /// Keeps the nearest, of lowest index among equals.
@@ -103,11 +142,12 @@ bool IsFinite(const std::array<double, Dimension>& position) {
 
 struct CNearestNeighbour::Tree {
     virtual ~Tree() = default;
-    /// How many lie within `bound`; up to kAtOnce of them, unsorted, into `some`.
-    virtual std::size_t CountWithin(const SimplePointT<double>& query, double bound,
-                                    Block& some) const = 0;
-    /// All of them, sorted, into `found`, which has room for as many.
-    virtual void Within(const SimplePointT<double>& query, double bound, int* found) const = 0;
+    /// Counts those within `bound`.
+    virtual void CountWithin(const SimplePointT<double>& query, double bound,
+                             Survey& survey) const = 0;
+    /// All of them, where they are more than kAtOnce, sorted, into `found`, which has room for them.
+    virtual void Within(const SimplePointT<double>& query, double bound, Rings& rings,
+                        int* found) const = 0;
     virtual bool Nearest(const SimplePointT<double>& query, int& nearest) const = 0;
 };
 
@@ -145,26 +185,39 @@ struct CNearestNeighbour::TreeOf final : Tree {
         return false;
     }
 
-    std::size_t CountWithin(const SimplePointT<double>& query, double bound,
-                            Block& some) const override {
-        std::size_t count = 0;
+    void CountWithin(const SimplePointT<double>& query, double bound,
+                     Survey& survey) const override {
         const auto take = [&](int entry, double squaredDistance) {
-            if (count < kAtOnce) some[count] = {squaredDistance, SourceOf(entry)};
-            ++count;
+            const std::size_t number = survey.count++;
+            if (number < kAtOnce) {
+                survey.some[number] = {squaredDistance, SourceOf(entry)};
+                return;
+            }
+            if (number == kAtOnce) {
+                survey.rings.emplace(std::min(bound, Farthest(At(query))));
+                for (const Neighbour& held : survey.some) survey.rings->Count(held.squaredDistance);
+            }
+            survey.rings->Count(squaredDistance);
         };
         Search(query, WithinBound{bound, take});
-        return count;
     }
 
-    void Within(const SimplePointT<double>& query, double bound, int* found) const override {
-        int* end = found;
-        Search(query, WithinBound{bound, [&end](int entry, double) { *end++ = entry; }});
+    void Within(const SimplePointT<double>& query, double bound, Rings& rings,
+                int* found) const override {
+        rings.Lay();
+        Search(query, WithinBound{bound, [&](int entry, double squaredDistance) {
+                                      found[rings.TakePlace(squaredDistance)] = entry;
+                                  }});
         const Position position = At(query);
         const Metric metric(*this);
-        SortInBlocks(found, end, kDivisions, [&](int entry) {
+        const auto neighbour = [&](int entry) {
             return Neighbour{metric.evalMetric(position.data(), entry, Dimension), SourceOf(entry)};
-        });
-        std::transform(found, end, found, [this](int entry) { return SourceOf(entry); });
+        };
+        std::uint32_t begin = 0;
+        for (const std::uint32_t end : rings.Ends()) {
+            SortInBlocks(found + begin, found + end, kDivisions, neighbour);
+            begin = end;
+        }
     }
 
     bool Nearest(const SimplePointT<double>& query, int& nearest) const override {
@@ -198,6 +251,17 @@ private:
     void Search(const SimplePointT<double>& query, Results&& results) const {
         const Position position = At(query);
         if (IsFinite(position)) index->findNeighbors(results, position.data(), {});
+    }
+
+    /// The squared distance of the farthest corner of the box around all points.
+    [[nodiscard]] double Farthest(const Position& position) const {
+        double squared = 0.0;
+        for (std::size_t axis = 0; axis < position.size(); ++axis) {
+            const auto& [low, high] = index->root_bbox[axis];
+            const double distance = std::max(position[axis] - low, high - position[axis]);
+            squared += distance * distance;
+        }
+        return squared;
     }
 
     static Position At(const SimplePointT<double>& query) {
@@ -242,17 +306,18 @@ CNearestNeighbour::~CNearestNeighbour() = default;
 template <class Allocate>
 std::size_t CNearestNeighbour::AllWithin(const SimplePointT<double>& query, double bound,
                                          Allocate allocate) const {
-    Block some;
-    const std::size_t count = tree_->CountWithin(query, bound, some);
-    int* found = allocate(count);
-    if (count > kAtOnce) {
-        tree_->Within(query, bound, found);
+    Survey survey;
+    tree_->CountWithin(query, bound, survey);
+    int* found = allocate(survey.count);
+    if (survey.rings) {
+        tree_->Within(query, bound, *survey.rings, found);
     } else {
-        const auto end = some.begin() + static_cast<std::ptrdiff_t>(count);
-        std::sort(some.begin(), end);
-        std::transform(some.begin(), end, found, [](const Neighbour& held) { return held.index; });
+        const auto end = survey.some.begin() + static_cast<std::ptrdiff_t>(survey.count);
+        std::sort(survey.some.begin(), end);
+        std::transform(survey.some.begin(), end, found,
+                       [](const Neighbour& held) { return held.index; });
     }
-    return count;
+    return survey.count;
 }
 
 int* CNearestNeighbour::Find(const SimplePointT<double>* query, double radius, int& count) {

@@ -40,7 +40,8 @@ namespace orvix {
 ///            finds, sorted. `Find` frees its array and allocates one of the size of the result;
 ///            `FindWithin` allocates only where `found` is too small; nothing else is allocated.
 ///            More than 512 points are found twice, to count and to fill, instead of growing a
-///            buffer.
+///            buffer: thousands take 0.5 to 0.75 of the time of a search into one that is sorted
+///            afterwards, fewer points 0.9 (bench_find_neighbours).
 /// Source     kd-tree of nanoflann (M. Muja, D. Lowe, J. L. Blanco).
 class ORVIX_API CNearestNeighbour {
 public:

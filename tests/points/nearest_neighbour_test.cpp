@@ -143,6 +143,27 @@ TEST(NearestNeighbour, SortsAResultOfThousandsWithTies) {
     }
 }
 
+TEST(NearestNeighbour, SortsThousandsAtAnyBoundFromAnywhere) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> unit(-1, 1);
+    Points points(6000);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const float y =
+            i < 2000 ? 0.25f : unit(random);  // a line, and in it one position 700 times
+        points[i] = {i < 700 ? 0.5f : unit(random), y, i < 2000 ? 0.0f : unit(random)};
+    }
+    CNearestNeighbour index(&points);
+    for (const Query& query : {Query{0, 0, 0}, Query{0.5, 0.25, 0}, Query{3e5, 1, 0},
+                               Query{1e-160, 0.25, 0}, Query{-1e150, 2, 2}}) {
+        const auto ranked = Ranked(points, query);
+        for (const double bound : {0.0, 0.04, 0.9, 12.0, ranked[3000].first, ranked.back().first,
+                                   9e10, 1e308, std::numeric_limits<double>::infinity()}) {
+            EXPECT_EQ(Find(index, query, bound), Within(ranked, bound))
+                << query.x << " bound " << bound;
+        }
+    }
+}
+
 // BEHAVIOUR N4
 TEST(NearestNeighbour, FindsNothingNearWhatIsNotFinite) {
     const float nan = std::numeric_limits<float>::quiet_NaN();

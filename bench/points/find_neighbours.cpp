@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Question: what does CNearestNeighbour cost over the tree that it is made of, asked directly?
+// Ceiling:  nanoflann's radius search into a vector that grows, sorted by distance, over the same
+//           points in the order in which they come.
+#include <fmt/format.h>
+#include <nanoflann.hpp>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+#include "bench/bench_support.h"
+#include "orvix/points/nearest_neighbour.h"
+
+namespace {
+
+namespace bench = orvix::bench;
+using orvix::CNearestNeighbour;
+using Points = std::vector<orvix::SimplePointT<float>>;
+using Query = orvix::SimplePointT<double>;
+
+/// A room of 8 x 8 x 3 m, scanned: points on its six faces, 3 mm of noise.
+Points Room(std::uint64_t count) {
+    std::mt19937_64 random(1);
+    const auto unit = [&random] { return static_cast<double>(random() >> 11) * 0x1p-53; };
+    Points points;
+    points.reserve(count);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const double noise = (unit() - 0.5) * 0.006;
+        const double face = unit() * (2 * 64 + 4 * 24);
+        const double a = unit() * 8;
+        if (face < 128) {
+            const double z = face < 64 ? 0 : 3;
+            points.push_back({float(a), float(unit() * 8), float(z + noise)});
+        } else {
+            const double z = unit() * 3;
+            const double wall = (face < 152 || (face >= 176 && face < 200) ? 0 : 8) + noise;
+            const bool alongX = face < 176;
+            points.push_back({float(alongX ? a : wall), float(alongX ? wall : a), float(z)});
+        }
+    }
+    return points;
+}
+
+/// The points as nanoflann asks for them.
+struct Cloud {
+    const Points& points;
+    [[nodiscard]] std::size_t kdtree_get_point_count() const { return points.size(); }
+    [[nodiscard]] double kdtree_get_pt(int i, std::size_t axis) const {
+        const auto& point = points[static_cast<std::size_t>(i)];
+        return axis == 0 ? point.x : axis == 1 ? point.y : point.z;
+    }
+    template <class Box>
+    bool kdtree_get_bbox(Box&) const {
+        return false;
+    }
+};
+using Metric = nanoflann::L2_Simple_Adaptor<double, Cloud, double, int>;
+using Tree = nanoflann::KDTreeSingleIndexAdaptor<Metric, Cloud, 3, int>;
+
+std::vector<int> FoundByTree(const Tree& tree, const Query& query, double radius) {
+    const double position[] = {query.x, query.y, query.z};
+    std::vector<std::pair<int, double>> found;
+    tree.radiusSearch(position, radius, found, {});
+    std::vector<int> indices(found.size());
+    std::ranges::transform(found, indices.begin(), [](const auto& pair) { return pair.first; });
+    return indices;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    auto options = bench::ParseOptions(argc, argv);
+    if (options.points == bench::Options().points) options.points = 1'000'000;
+    const Points points = Room(options.points);
+    const Cloud cloud{points};
+    const Tree tree(3, cloud, 20);
+    CNearestNeighbour index(&points);
+
+    std::mt19937_64 random(2);
+    std::vector<Query> queries;
+    for (int i = 0; i < 64; ++i) {
+        const auto& point = points[random() % points.size()];
+        queries.push_back({point.x + 0.001, point.y - 0.001, point.z + 0.001});
+    }
+
+    bench::Report report("find_neighbours", options);
+    for (const double radius : {0.05, 0.2, 0.6, 2.5}) {
+        const double bound = radius * radius;
+        std::uint64_t found = 0;
+        int count = 0;
+        for (const Query& query : queries) {
+            auto expected = FoundByTree(tree, query, bound);
+            const int* indices = index.Find(&query, bound, count);
+            bench::Require(static_cast<std::size_t>(count) == expected.size(), "counts differ");
+            found += expected.size();
+            std::vector<int> given(indices, indices + count);
+            std::ranges::sort(given);
+            std::ranges::sort(expected);
+            bench::Require(given == expected, "other points are found");
+        }
+        const std::size_t asked =
+            std::min<std::size_t>(queries.size(), 6'400'000 / (found + 1) + 4);
+        report.Compare(
+            fmt::format("{} queries of about {} points", asked, found / queries.size()), 0,
+            [&] {
+                for (std::size_t i = 0; i < asked; ++i) {
+                    bench::Keep(FoundByTree(tree, queries[i], bound).size());
+                }
+            },
+            [&] {
+                for (std::size_t i = 0; i < asked; ++i) {
+                    bench::Keep(index.Find(&queries[i], bound, count));
+                }
+            });
+    }
+    return 0;
+}
