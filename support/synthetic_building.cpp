@@ -7,6 +7,7 @@
 #include <numbers>
 
 #include "orvix/platform/file.h"
+#include "support/dice.h"
 #include "support/las_writer.h"
 
 namespace orvix::test {
@@ -29,28 +30,6 @@ int SortOf(int x, int y) {
 double WallOf(int x, int y, int storey) {
     return 0.08 + 0.05 * SortOf(x, y) + 0.2 * (storey % 2);
 }
-
-/// A generator of its own: the standard distributions differ between libraries.
-class Dice {
-public:
-    explicit Dice(std::uint64_t& state) : state_(state) {}
-    double Share() {
-        state_ += 0x9E3779B97F4A7C15ULL;
-        std::uint64_t z = state_;
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-        return static_cast<double>((z ^ (z >> 31)) >> 11) * 0x1p-53;
-    }
-    double Normal() {
-        // The sum of twelve shares: bell-shaped, and bounded by six deviations.
-        double sum = -6;
-        for (int i = 0; i < 12; ++i) sum += Share();
-        return sum;
-    }
-
-private:
-    std::uint64_t& state_;
-};
 
 }  // namespace
 

@@ -8,6 +8,7 @@
 
 #include "orvix/geometry/vector.h"
 #include "orvix/platform/text.h"
+#include "support/true_plane.h"
 
 namespace orvix::test {
 
@@ -24,19 +25,6 @@ struct BuildingOptions {
     double bearing = 0;           ///< degrees that the building is turned about the z axis
     double tilt = 0;              ///< degrees that it is then turned about the x axis
     SimplePointT<double> shift = {};  ///< metres that it is then moved
-};
-
-/// A plane of the building, after turning and moving.
-struct TruePlane {
-    SimplePointT<double> normal;
-    double offset = 0;  ///< normal . p + offset = 0
-    double area = 0;    ///< square metres
-};
-
-/// A point of the scan and the plane that it was measured on, -1 for clutter and outliers.
-struct ScannedPoint {
-    SimplePointT<double> position;
-    std::int32_t plane = -1;
 };
 
 /// A building of known planes and a scan of it: rooms with doors and windows, pillars, cabinets and

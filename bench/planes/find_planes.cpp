@@ -4,9 +4,10 @@
 // Ceiling:  region growing and RANSAC of CGAL, PCL and Open3D on the same points, tolerances and
 //           least sizes, in the same run.
 //
-// A synthetic building of known planes is scanned and imported; its intensities hold the truth. Of
-// a project's points nothing is known but what a file of bench/planes/truth says. PCL and Open3D
-// are rivals where they were installed when this was built:
+// A synthetic building of known planes is scanned and imported; its intensities hold the truth. So is
+// a furnished room after the word "room", whose options follow it. Of a project's points nothing is
+// known but what a file of bench/planes/truth says. PCL and Open3D are rivals where they were
+// installed when this was built:
 //
 //     apt-get install --no-install-recommends libpcl-dev libopen3d-dev    (1.2 GB on the disk)
 //
@@ -28,6 +29,7 @@
 #include "orvix/points/attributes.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
+#include "support/room_arguments.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"
 
@@ -38,9 +40,13 @@ using bench::PlaneCounter;
 using bench::PlaneScore;
 using detection::PlaneSearch;
 
+constexpr std::uint64_t kLeastOfRoom = 30;  // points that a plane of a room has, to count
+
 struct Arguments {
     bench::BuildingPlan plan;
     test::BuildingOptions building;
+    test::RoomOptions room;
+    bool inRoom = false;
     int repeats = 3;
     detection::PlaneSearchOptions search;
     std::string project;
@@ -78,8 +84,12 @@ void AddOptions(CLI::App& app, Arguments& a) {
         ->delimiter(',')
         ->check(CLI::IsMember(PeerNames()));
     app.add_flag("--no-peers", a.noPeers, "No rivals");
-    app.add_flag("--list", a.list, "Every true plane and how well it was found");
+    app.add_flag("--list", a.list, "Every true plane that counts, and how well it was found");
     app.add_flag("--json", a.json, "A line for each search");
+    CLI::App* room = app.add_subcommand("room", "Search a furnished room");
+    room->fallthrough();
+    room->callback([&a] { a.inRoom = true; });
+    test::AddRoomOptions(*room, a.room);
 }
 
 /// Our own search, which everything is compared with.
@@ -119,25 +129,39 @@ void Print(const Arguments& a, std::string_view name, std::string_view who, cons
 void List(const std::vector<test::TruePlane>& planes, const PlaneScore& score) {
     for (std::size_t i = 0; i < planes.size(); ++i) {
         const auto& plane = planes[i];
+        if (score.knownPoints[i] == 0) continue;
         fmt::print(
-            "true plane {:>4}: {:>7.2f} m2, normal {:.2f} {:.2f} {:.2f}, offset {:.3f}: overlap "
-            "{:.3f} with plane {}\n",
-            i, plane.area, plane.normal.x, plane.normal.y, plane.normal.z, plane.offset,
-            score.overlaps[i], score.bestFound[i] + 1);
+            "true plane {:>4}: {:>7.3f} m2, {:>8} points, normal {:.2f} {:.2f} {:.2f}, offset "
+            "{:.3f}: overlap {:.3f} with plane {}\n",
+            i + 1, plane.area, score.knownPoints[i], plane.normal.x, plane.normal.y, plane.normal.z,
+            plane.offset, score.overlaps[i], score.bestFound[i] + 1);
     }
 }
 
 /// What is known about the points of a project.
 struct Truth {
-    std::vector<test::TruePlane> planes;     ///< in the project's frame
-    std::vector<bench::MarkedPlane> marked;  ///< empty: intensities hold a point's plane
+    enum class Source { Nothing, Marks, Intensity, Colour };
+
+    std::vector<test::TruePlane> planes;  ///< in the project's frame
+    Source source = Source::Nothing;      ///< of a point's plane
+    std::vector<bench::MarkedPlane> marked;
     detail::Vector origin;
+    std::uint64_t minPoints = 0;  ///< that a plane has at least, to count; 0: as the search has it
 
     [[nodiscard]] std::int32_t Of(const CCloudPoint<float>& p) const {
         using detail::operator+;
-        if (planes.empty()) return -1;
-        if (!marked.empty()) return bench::LabelOf(marked, detail::Vector{p.x, p.y, p.z} + origin);
-        return static_cast<std::int32_t>(detail::IntensityOf(p)) - 1;
+        const detail::PointAttributes attributes = detail::AttributesOf(p);
+        switch (source) {
+            case Source::Marks:
+                return bench::LabelOf(marked, detail::Vector{p.x, p.y, p.z} + origin);
+            case Source::Intensity:
+                return static_cast<std::int32_t>(attributes.intensity) - 1;
+            case Source::Colour:
+                return test::PlaneOfColour(attributes.red, attributes.green, attributes.blue);
+            case Source::Nothing:
+                break;
+        }
+        return test::kNoPlane;
     }
 };
 
@@ -221,7 +245,8 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     truth.origin = detail::ReadTransform((*project)->Manager().transformFile)->Origin();
     for (test::TruePlane& plane : truth.planes)
         plane.offset += detail::Dot(plane.normal, truth.origin);
-    const Measured ours = Search(a, core);
+    Measured ours = Search(a, core);
+    if (truth.minPoints > 0) ours.knownPoints = truth.minPoints;
     PlaneCounter counter(truth.planes);
     ForEachPoint(core, *ours.search, truth,
                  [&](const auto& p, std::int32_t t, std::int32_t f) { counter.Add(p, t, f); });
@@ -231,18 +256,34 @@ void Measure(const Arguments& a, const CString& path, Truth truth) {
     if (!a.noPeers) RunPeers(a, core, ours, truth);
 }
 
+/// Imports a scan, which is then removed.
+CString Imported(const Arguments& a, const test::ScratchFolder& folder, const CString& scan) {
+    const CString project = a.keep.empty() ? folder / L"scan.prj" : platform::FromUtf8(a.keep);
+    auto imported = importer::Import({scan}, project, {});
+    bench::Require(imported.has_value(), imported ? "" : imported.error().message);
+    std::error_code ignored;
+    platform::RemoveFile(scan, ignored);
+    return project;
+}
+
 void MeasureBuilding(const Arguments& a) {
     test::ScratchFolder folder;
     const test::SyntheticBuilding building(bench::BuildingFor(a.plan, a.building));
     bench::Require(building.Planes().size() < 0xFFFF, "more planes than intensities can number");
     const CString scan = folder / L"building.las";
     test::WriteScan(building, scan);
-    const CString project = a.keep.empty() ? folder / L"building.prj" : platform::FromUtf8(a.keep);
-    auto imported = importer::Import({scan}, project, {});
-    bench::Require(imported.has_value(), imported ? "" : imported.error().message);
-    std::error_code ignored;
-    platform::RemoveFile(scan, ignored);
-    Measure(a, project, {building.Planes(), {}, {}});
+    Measure(a, Imported(a, folder, scan), {building.Planes(), Truth::Source::Intensity, {}, {}});
+}
+
+void MeasureRoom(const Arguments& a) {
+    test::ScratchFolder folder;
+    test::RoomOptions options = a.room;
+    options.seed = a.building.seed;
+    const test::SyntheticRoom room(options);
+    const CString scan = folder / L"room.ptx";
+    test::WritePtx(room, scan);
+    Measure(a, Imported(a, folder, scan),
+            {room.Planes(), Truth::Source::Colour, {}, {}, kLeastOfRoom});
 }
 
 void MeasureProject(const Arguments& a) {
@@ -251,6 +292,7 @@ void MeasureProject(const Arguments& a) {
         auto read = bench::ReadMarkedPlanes(platform::FromUtf8(a.truth));
         bench::Require(read.has_value(), read ? "" : read.error().message);
         truth.planes = TrueOf(*read);
+        truth.source = Truth::Source::Marks;
         truth.marked = std::move(*read);
     }
     Measure(a, platform::FromUtf8(a.project), std::move(truth));
@@ -263,9 +305,11 @@ int main(int argc, char** argv) {
     CLI::App app("How fast and how faithfully are all planes of a cloud found?");
     AddOptions(app, a);
     CLI11_PARSE(app, argc, argv);
-    if (a.project.empty())
-        MeasureBuilding(a);
-    else
+    if (!a.project.empty())
         MeasureProject(a);
+    else if (a.inRoom)
+        MeasureRoom(a);
+    else
+        MeasureBuilding(a);
     return 0;
 }

@@ -65,7 +65,10 @@ bool PlaneCounter::Judged(std::size_t found) const {
 PlaneScore PlaneCounter::Score(std::uint64_t minPoints) const {
     PlaneScore score;
     score.points = points_;
-    for (const std::uint64_t count : trueCounts_) score.known += count >= minPoints ? 1 : 0;
+    for (const std::uint64_t count : trueCounts_) {
+        score.knownPoints.push_back(count >= minPoints ? count : 0);
+        score.known += count >= minPoints ? 1 : 0;
+    }
     for (std::size_t f = 0; f < sums_.size(); ++f) score.found += Judged(f) ? 1 : 0;
     score.overlaps.assign(planes_.size(), 0);
     score.bestFound.assign(planes_.size(), -1);

@@ -11,7 +11,7 @@
 namespace orvix::bench {
 
 /// The truth of a point about which nothing is known; -1 says that it is on no plane.
-inline constexpr std::int32_t kUnknownPlane = -2;
+inline constexpr std::int32_t kUnknownPlane = test::kUnjudgedPlane;
 
 /// How well labels of points agree with planes that are known.
 ///
@@ -29,9 +29,10 @@ struct PlaneScore {
     std::size_t joined = 0;    ///< found planes that hold a tenth or more of two or more true ones
     double normalDegrees = 0;  ///< mean over the matches at 0.5
     double offsetMillimetres = 0;
-    double assigned = 0;                  ///< share of points on a found plane
-    std::vector<double> overlaps;         ///< of each true plane with its best found one
-    std::vector<std::int32_t> bestFound;  ///< which that is, -1 for none
+    double assigned = 0;                     ///< share of points on a found plane
+    std::vector<std::uint64_t> knownPoints;  ///< of each true plane; 0: of too few points to count
+    std::vector<double> overlaps;            ///< of each true plane with its best found one
+    std::vector<std::int32_t> bestFound;     ///< which that is, -1 for none
 };
 
 /// Counts, point by point, what a score is made of.
