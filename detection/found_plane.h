@@ -26,6 +26,9 @@ struct FoundPlane {
     double tolerance = 0;  ///< largest distance of a point from the plane of its cells
     double area = 0;       ///< square metres inside its outline
     PlaneKind kind = PlaneKind::Other;
+    /// From 1: planes of one group are pieces of one endless plane, such as the ceilings of the
+    /// rooms of a storey.
+    std::int32_t group = 0;
     PlaneFrame frame;
     PlaneOutline outline;  ///< `indices` number its own vertices, ring after ring
 };

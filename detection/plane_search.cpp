@@ -8,6 +8,7 @@
 
 #include "detection/cells/cloud_estimate.h"
 #include "detection/cells/point_readers.h"
+#include "detection/plane_groups.h"
 #include "detection/region_planes.h"
 #include "detection/search_settings.h"
 
@@ -75,6 +76,7 @@ struct PlaneSearch::State {
     std::vector<std::int32_t> planeOf;  // of each region; -1: too small
     std::vector<FoundPlane> planes;
     std::uint64_t assigned = 0;
+    std::uint64_t leftOut = 0;
 
     Expected<void> Search(const PlaneSearchOptions& options);
     void Rank(std::vector<FoundPlane>&& fitted);
@@ -102,11 +104,15 @@ Expected<void> PlaneSearch::State::Search(const PlaneSearchOptions& options) {
 
 void PlaneSearch::State::Rank(std::vector<FoundPlane>&& fitted) {
     planeOf.assign(fitted.size(), -1);
+    const auto withPoints = std::count_if(fitted.begin(), fitted.end(),
+                                          [](const FoundPlane& plane) { return plane.points > 2; });
     for (const std::size_t region : RankedRegions(fitted, settings)) {
         planeOf[region] = static_cast<std::int32_t>(planes.size());
         assigned += fitted[region].points;
         planes.push_back(std::move(fitted[region]));
     }
+    leftOut = static_cast<std::uint64_t>(withPoints) - planes.size();
+    GroupCoplanar(planes);
 }
 
 // What the points in the place's cell say, which are read again.
@@ -138,7 +144,7 @@ PlaneSearch::~PlaneSearch() = default;
 Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
                                                         const PlaneSearchOptions& options) {
     std::unique_ptr<PlaneSearch> search(
-        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, 0})));
+        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, 0, 0})));
     if (core.AlivePointCount() == 0) return search;
     if (!core.CreateAlivePointReader()) return PointsNotMapped();
     if (auto done = search->state_->Search(options); !done) return ErrorOf(done);
@@ -159,6 +165,9 @@ std::uint64_t PlaneSearch::AssignedPoints() const {
 }
 std::uint64_t PlaneSearch::Cells() const {
     return state_->regions.grown.map.Cells();
+}
+std::uint64_t PlaneSearch::LeftOut() const {
+    return state_->leftOut;
 }
 std::size_t PlaneSearch::Chunks() const {
     return state_->regions.cut.chunks.size();

@@ -18,6 +18,14 @@ class CProjectCore;
 
 namespace orvix::detection {
 
+/// How much of what stands out from a surface is a plane of its own.
+///
+/// Fine    what 15 points show: a quarter of the least area, half of the waviness.
+/// Normal  what a person would draw.
+/// Coarse  walls, floors and roofs alone: ten times the least area, twice the waviness, and nothing
+///         smaller than the cells.
+enum class Detail { Fine, Normal, Coarse };
+
 /// What to look for. A 0 (of `bridge`: a negative value) leaves the choice to the search, which
 /// takes it from the cloud where no other value is given here.
 struct PlaneSearchOptions {
@@ -27,6 +35,7 @@ struct PlaneSearchOptions {
     double minArea = 0;    ///< square metres of outline that a plane has at least
     double minPoints = 0;  ///< points that a plane has at least; 0: 30
     double bridge = -1;    ///< metres: pieces of one plane join across gaps of about this width
+    Detail detail = Detail::Normal;
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;
     unsigned threads = 0;                        ///< 0: every core
     std::vector<SimplePointT<double>> stations;  ///< scanner positions, project frame
@@ -117,6 +126,9 @@ public:
     [[nodiscard]] std::uint64_t Points() const;
     [[nodiscard]] std::uint64_t AssignedPoints() const;
     [[nodiscard]] std::uint64_t Cells() const;
+    /// How many planes were found and left out, since they have fewer points or less area than the
+    /// settings ask for.
+    [[nodiscard]] std::uint64_t LeftOut() const;
 
     /// How many chunks the points come in; each may be read on a thread of its own.
     [[nodiscard]] std::size_t Chunks() const;
