@@ -27,6 +27,7 @@ inline ExitCode ExitCodeOf(ErrorCode code) {
             return kExitDamaged;
         case ErrorCode::Cancelled:
             return kExitCancelled;
+        case ErrorCode::NoMemory:
         case ErrorCode::Failure:
             break;
     }
@@ -43,6 +44,7 @@ inline const char* WordOf(ErrorCode code) {
             return "damaged";
         case ErrorCode::Cancelled:
             return "cancelled";
+        case ErrorCode::NoMemory:
         case ErrorCode::Failure:
             break;
     }

@@ -58,7 +58,7 @@ Expected<void> Guarded(const Work& work) {
     try {
         return work();
     } catch (const std::bad_alloc&) {
-        return Fail(ErrorCode::Failure,
+        return Fail(ErrorCode::NoMemory,
                     "the system refuses more memory; lower the memory limit or use fewer threads");
     } catch (const std::exception& fault) {
         return Fail(ErrorCode::Failure, fault.what());
@@ -77,6 +77,27 @@ bool StartThread(std::vector<std::thread>& threads, const Run& run, unsigned wor
 }
 
 }  // namespace
+
+/// Ticks while threads are at work, and keeps what the tick throws until they have ended.
+class Pool::Ticker {
+public:
+    explicit Ticker(const Pool& pool) : pool_(pool) {}
+    bool Proceed() {
+        try {
+            if (!thrown_) return pool_.Proceed();
+        } catch (...) {
+            thrown_ = std::current_exception();
+        }
+        return false;
+    }
+    void Rethrow() const {
+        if (thrown_) std::rethrow_exception(thrown_);
+    }
+
+private:
+    const Pool& pool_;
+    std::exception_ptr thrown_;
+};
 
 Pool::Pool(unsigned threads, Tick tick, std::string cancelled)
     : threads_(threads != 0 ? threads : std::max(1U, std::thread::hardware_concurrency())),
@@ -97,10 +118,12 @@ Expected<void> Pool::RunOne(const std::function<Expected<void>()>& body) {
 
 Expected<void> Pool::RunThreads(unsigned count, const Body& body) {
     stopping_ = false;
+    Ticker ticker(*this);
     const auto tick = [&] {
-        if (!Proceed()) cancelled_ = true;
+        if (!ticker.Proceed()) cancelled_ = true;
     };
     tick();
+    ticker.Rethrow();
     if (cancelled_) return Cancelled();
     FirstFailure failure;
     RunningThreads running(count);
@@ -125,6 +148,7 @@ Expected<void> Pool::RunThreads(unsigned count, const Body& body) {
     while (!running.EndWithin(kTickInterval)) tick();
     for (std::thread& thread : threads) thread.join();
     tick();
+    ticker.Rethrow();
     if (Expected<void> result = failure.Take(); !result) return result;
     if (cancelled_) return Cancelled();
     return {};
@@ -156,14 +180,16 @@ Expected<void> Pool::RunJobs(std::size_t jobs, const Job& job) const {
     for (unsigned worker = 1; worker < helpers; ++worker) {
         if (!StartThread(threads, help, worker)) break;  // the others do the work
     }
+    Ticker ticker(*this);
     for (std::size_t number = 0; take(number);) {
-        if (Proceed()) {
+        if (ticker.Proceed()) {
             perform(number, 0);
         } else {
             fail(0, Cancelled());
         }
     }
     for (std::thread& thread : threads) thread.join();
+    ticker.Rethrow();
     return failure.Take();
 }
 

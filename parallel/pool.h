@@ -21,8 +21,9 @@ using Tick = std::function<bool()>;
 ///
 /// Order    which thread takes which job is left to chance: a job writes to places of its own
 ///          number only, and what is summed over jobs is summed in their order afterwards.
-/// Errors   a failure asks the other threads to stop. Running out of memory in a job is a failure,
-///          not an exception. Cancelled, once `tick` returned false.
+/// Errors   a failure asks the other threads to stop. Running out of memory in a job is NoMemory,
+///          not an exception. Cancelled, once `tick` returned false. What `tick` throws leaves the
+///          call when all threads have ended.
 /// Threads  `tick` is called on the calling thread alone. `Stopping` and `Stop` anywhere.
 /// Cost     each call starts as many threads as the pool has; they end with the call.
 class Pool {
@@ -54,6 +55,8 @@ public:
     [[nodiscard]] bool Proceed() const { return !tick_ || tick_(); }
 
 private:
+    class Ticker;
+
     Expected<void> RunThreads(unsigned count, const Body& body);
     [[nodiscard]] tl::unexpected<Error> Cancelled() const;
 

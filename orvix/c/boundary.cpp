@@ -26,6 +26,8 @@ orvix_status StatusOf(ErrorCode code) {
             return ORVIX_DAMAGED;
         case ErrorCode::Cancelled:
             return ORVIX_CANCELLED;
+        case ErrorCode::NoMemory:
+            return ORVIX_NO_MEMORY;
         case ErrorCode::Failure:
             break;
     }

@@ -17,6 +17,7 @@ enum class ErrorCode {
     NoSpace,    ///< the disk is full, or would be
     Damaged,    ///< a project whose files contradict each other
     Cancelled,  ///< the caller asked to stop
+    NoMemory,   ///< the system refuses more memory
 };
 
 /// A failure of our own layers (importer, checks, command): a code, and one UTF-8 sentence that

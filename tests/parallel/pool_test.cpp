@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -56,7 +57,7 @@ TEST(PoolJobs, AreCancelledInBetween) {
     EXPECT_EQ(done, 4);
 }
 
-TEST(Pool, TurnsExhaustedMemoryIntoAFailure) {
+TEST(Pool, TurnsExhaustedMemoryIntoAnError) {
     Pool pool(2, {}, "");
     const auto jobs =
         pool.RunJobs(4, [](std::size_t, unsigned) -> Expected<void> { throw std::bad_alloc(); });
@@ -66,9 +67,49 @@ TEST(Pool, TurnsExhaustedMemoryIntoAFailure) {
     });
     for (const auto& done : {jobs, all}) {
         ASSERT_FALSE(done);
-        EXPECT_EQ(done.error().code, ErrorCode::Failure);
+        EXPECT_EQ(done.error().code, ErrorCode::NoMemory);
         EXPECT_THAT(done.error().message, testing::HasSubstr("memory"));
     }
+}
+
+// A tick that throws would otherwise leave threads behind that nobody has joined.
+TEST(Pool, LetsThroughWhatATickThrowsOnceAllThreadsHaveEnded) {
+    std::atomic<int> under{0};
+    int ticks = 0;
+    const auto tick = [&]() -> bool {
+        if (++ticks > 3) throw std::runtime_error("thrown");
+        return true;
+    };
+    Pool pool(3, tick, "");
+    const auto briefly = [&] {
+        ++under;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        --under;
+    };
+    EXPECT_THROW((void)pool.RunJobs(1000,
+                                    [&](std::size_t, unsigned) -> Expected<void> {
+                                        briefly();
+                                        return {};
+                                    }),
+                 std::runtime_error);
+    EXPECT_EQ(under, 0);
+    ticks = 0;
+    EXPECT_THROW((void)pool.RunAll([&](unsigned) -> Expected<void> {
+        while (!pool.Stopping()) briefly();
+        return {};
+    }),
+                 std::runtime_error);
+    EXPECT_EQ(under, 0);
+}
+
+// One thread is the caller's: no other is started.
+TEST(PoolJobs, OfOneThreadRunOnTheCallingOne) {
+    const auto here = std::this_thread::get_id();
+    const auto result = Pool(1, {}, "").RunJobs(50, [&](std::size_t, unsigned) -> Expected<void> {
+        EXPECT_EQ(std::this_thread::get_id(), here);
+        return {};
+    });
+    EXPECT_TRUE(result);
 }
 
 TEST(Pool, TicksOnTheCallingThreadUntilToldToStop) {
