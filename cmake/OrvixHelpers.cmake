@@ -30,6 +30,25 @@ function(orvix_public_headers room)
   endforeach()
 endfunction()
 
+# orvix_library_objects(target): objects that become part of the shared library.
+function(orvix_library_objects target)
+  target_compile_definitions(${target} PRIVATE ORVIX_BUILDING)
+  target_link_libraries(${target} PUBLIC orvix_options CGAL::CGAL Eigen3::Eigen tl::expected orvix_fmt Threads::Threads)
+  target_include_directories(${target} PUBLIC ${PROJECT_BINARY_DIR}/generated)
+  # Third-party headers are not ours to warn about.
+  target_include_directories(${target} SYSTEM PUBLIC ${ORVIX_NANOFLANN_INCLUDE})
+  orvix_precompiled(${target})
+endfunction()
+
+# orvix_exports_nothing(archive): on Windows such objects ask the linker to export the host-facing
+# classes. Programs and the importer, which link the archive, export none of them.
+function(orvix_exports_nothing archive)
+  if(MINGW)
+    add_custom_command(TARGET ${archive} POST_BUILD
+      COMMAND ${CMAKE_OBJCOPY} --remove-section=.drectve $<TARGET_FILE:${archive}> VERBATIM)
+  endif()
+endfunction()
+
 # orvix_window_resource(target): the look of the library's windows on Windows is a resource of the
 # module that its code is part of: the DLL, or a program that links the archive and opens one.
 function(orvix_window_resource target)

@@ -39,6 +39,8 @@ if(NOT MSVC)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/orvix/platform/error.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix/platform COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/detection/plane_search.h ${PROJECT_SOURCE_DIR}/detection/found_plane.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/detection COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h ${PROJECT_SOURCE_DIR}/importer/import_options.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)
 
@@ -118,7 +120,7 @@ install(FILES output/picture/font/LICENSE.txt RENAME dejavu-sans.txt
 if(MINGW)
   install(FILES ${PROJECT_BINARY_DIR}/lib/orvix.def
     DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-  # The one header of others that the importer's interface needs.
+  # The one header of others that the interfaces of the importer and of the search for planes need.
   install(FILES ${PROJECT_BINARY_DIR}/borrowed-headers/tl/expected.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tl COMPONENT development)
 endif()

@@ -173,9 +173,14 @@ std::size_t PlaneSearch::Chunks() const {
     return state_->regions.cut.chunks.size();
 }
 
+std::uint64_t PlaneSearch::FirstRecord(std::size_t chunk) const {
+    const auto& chunks = state_->regions.cut.chunks;
+    return chunk < chunks.size() ? chunks[chunk].first : Points();
+}
+
 Expected<void> PlaneSearch::ReadChunk(CAlivePointReader& reader, std::size_t chunk,
                                       const std::function<void(const PlanePoints&)>& use) const {
-    std::uint64_t record = state_->regions.cut.chunks[chunk].first;
+    std::uint64_t record = FirstRecord(chunk);
     return state_->Assignment().ForEachBlock(
         reader, chunk,
         [&](std::span<const CCloudPoint<float>> points, std::span<std::int32_t> planes) {

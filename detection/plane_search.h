@@ -9,6 +9,7 @@
 
 #include "detection/found_plane.h"
 #include "orvix/platform/error.h"
+#include "orvix/platform/export.h"
 #include "orvix/points/records.h"
 
 namespace orvix {
@@ -37,8 +38,9 @@ struct PlaneSearchOptions {
     double bridge = -1;    ///< metres: pieces of one plane join across gaps of about this width
     Detail detail = Detail::Normal;
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;
-    unsigned threads = 0;                        ///< 0: every core
-    std::vector<SimplePointT<double>> stations;  ///< scanner positions, project frame
+    unsigned threads = 0;  ///< 0: every core; 1: the calling thread alone
+    /// Scanner positions, project frame: those that ProjectManager::GetScanPosition knows.
+    std::vector<SimplePointT<double>> stations;
     std::function<bool()> proceed;  ///< called often, on the calling thread; false cancels
 };
 
@@ -78,7 +80,7 @@ struct PlaceReport {
 /// Use this for a whole project. To fit one plane around a point that somebody picked, use
 /// GrowPlaneFromSeed (orvix/planes/seed): it needs no pass over all points.
 ///
-///     auto search = PlaneSearch::Run(core, {});
+///     auto search = PlaneSearch::Run(core, {});        // a CProjectCore whose files are open
 ///     if (!search) return Report(search.error());
 ///     for (const FoundPlane& plane : (*search)->Planes()) Use(plane.area, plane.outline);
 ///
@@ -107,13 +109,16 @@ struct PlaceReport {
 ///            than the distance: to 3 times the rms of its cells' points.
 /// Errors     Damaged for a project whose points and cells contradict each other; BadInput where
 ///            even the largest cells take more memory than allowed; Failure where the points
-///            cannot be mapped; Cancelled.
+///            cannot be mapped; NoMemory; Cancelled. Nothing is thrown but what `proceed` and
+///            `use` throw, and std::bad_alloc where memory for a list ends on the calling thread.
 /// Lifetime   `core` must stay open while the search is used.
-/// Threads    Run keeps the core to itself; const calls may run side by side afterwards.
+/// Threads    Run works on the calling thread and starts `threads` - 1 more, which have ended when
+///            it returns; no other call starts any. It keeps the core to itself; const calls may
+///            run side by side afterwards.
 /// Cost       two passes over the points and about a microsecond per cell, on all threads. Memory:
 ///            20 bytes per cell, 260 more per cell of the tiles at work, and one bit per pixel of
 ///            each plane, however many points there are.
-class PlaneSearch {
+class ORVIX_API PlaneSearch {
 public:
     static Expected<std::unique_ptr<PlaneSearch>> Run(CProjectCore& core,
                                                       const PlaneSearchOptions& options);
@@ -132,6 +137,9 @@ public:
 
     /// How many chunks the points come in; each may be read on a thread of its own.
     [[nodiscard]] std::size_t Chunks() const;
+    /// The record of a chunk's first point; its last one is before the next chunk's first. Of
+    /// Chunks(): the number of points.
+    [[nodiscard]] std::uint64_t FirstRecord(std::size_t chunk) const;
     /// Hands over the points of a chunk in the order of the file, some thousands at a time. They
     /// are copies, which last until `use` returns; `use` may iterate runs with the same reader. The
     /// reader may be another core's that has the same project open.
