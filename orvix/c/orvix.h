@@ -41,8 +41,8 @@
 //            alone. Planes, meshes and views outlive their project. Closing a handle twice, or
 //            using it afterwards, is the caller's mistake and is not detected; null is.
 // Threads    one thread at a time per handle; any number of handles, several on one project too.
-//            Calls on a const handle may run side by side. The library starts no thread and takes
-//            no lock.
+//            Calls on a const handle may run side by side. The library takes no lock and starts no
+//            thread, but for orvix_planes_find, which ends those that it starts.
 // Callbacks  run on the calling thread. They return; they do not throw, jump out, or close the
 //            handle that is in use.
 // Damage     every count, offset and size that comes from a project's files is held against the
@@ -57,7 +57,7 @@
 // What this header describes. A library of the same major and an equal or higher minor version
 // serves a host; `orvix_interface_version` returns the library's.
 #define ORVIX_C_MAJOR 1
-#define ORVIX_C_MINOR 0
+#define ORVIX_C_MINOR 1
 
 #if defined(_WIN32)
 #define ORVIX_C_CALL __cdecl
@@ -118,7 +118,7 @@ typedef void(ORVIX_C_CALL* orvix_channel)(void* user, const char* text);
 ORVIX_C_API void ORVIX_C_CALL orvix_set_channel(orvix_channel channel, void* user);
 
 // Asked often by long calls: 0 cancels them. `done` is the part done, 0 to 1, and negative where
-// nobody can know it, as while a plane grows.
+// nobody can know it, as while planes grow.
 typedef int32_t(ORVIX_C_CALL* orvix_proceed)(void* user, double done);
 
 // ---- Projects -------------------------------------------------------------------------------
@@ -443,6 +443,151 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_rings(const orvix_plane* p
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_get_ring(const orvix_plane* plane, uint64_t ring,
                                                            double* xyz, uint64_t capacity,
                                                            uint64_t* count, orvix_error* error);
+
+// ---- All planes -----------------------------------------------------------------------------
+
+typedef struct orvix_planes orvix_planes;
+
+enum { ORVIX_DETAIL_NORMAL = 0, ORVIX_DETAIL_FINE = 1, ORVIX_DETAIL_COARSE = 2 };
+
+// What planes to look for. All zero: the search decides, by how densely points lie and their noise.
+typedef struct orvix_planes_options {
+    uint32_t size;
+    int32_t detail;         // ORVIX_DETAIL_: how much of a wall is a plane of its own
+    double cell_size;       // raised to the next of 0.1, 0.2, 0.25, 0.5, 1, 2, 5, 10
+    double distance;        // of a point from its plane, at most
+    double angle;           // degrees: largest turn of a cell's normal
+    double min_area;        // square metres of outline that a plane has at least
+    double bridge;          // pieces of one plane join across gaps of about this; negative: none
+    uint64_t min_points;    // that a plane has at least
+    uint64_t memory_limit;  // bytes for cells, about; 0: 1 GiB. Beyond it, cells are larger
+    uint32_t threads;       // 0: every core; 1: the calling thread alone; at most 1024
+    uint32_t reserved;
+    orvix_proceed proceed;  // null: the search cannot be cancelled
+    void* user;
+} orvix_planes_options;
+
+// Finds all planes of a project, as `orvix planes` does: the same project and options give the same
+// planes to the last bit, on every system and with any number of threads.
+// Errors    BAD_ARGUMENT: an option that cannot be. BAD_INPUT: even the largest cells take more
+//           memory than allowed. DAMAGED, CANCELLED.
+// Lifetime  a search keeps the project's files open until orvix_planes_close, beyond
+//           orvix_project_close.
+// Threads   the calling one, which alone calls `proceed`, and as many more as options ask for.
+// Cost      two passes over the points; about a microsecond per cell; 20 bytes per cell.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_find(orvix_project* project,
+                                                        const orvix_planes_options* options,
+                                                        orvix_planes** planes, orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_planes_close(orvix_planes* planes);
+
+typedef struct orvix_planes_info {
+    uint32_t size;
+    int32_t detail;
+    uint64_t planes;     // numbered from 1
+    uint64_t left_out;   // planes with too little area or too few points
+    uint64_t points;     // of the project
+    uint64_t on_planes;  // points that are on a plane
+    uint64_t cells;      // that hold points
+    double cell_size;    // this and what follows: as the search used it
+    double distance;
+    double angle;
+    double min_area;
+    double bridge;  // 0: none
+    uint64_t min_points;
+    double spacing;  // measured: between points on surfaces, typically
+    double noise;    // measured: standard deviation of points about the planes of their cells
+} orvix_planes_info;
+
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_info(const orvix_planes* planes,
+                                                            orvix_planes_info* info,
+                                                            orvix_error* error);
+
+enum {
+    ORVIX_KIND_FLOOR = 0,
+    ORVIX_KIND_CEILING = 1,
+    ORVIX_KIND_WALL = 2,
+    ORVIX_KIND_ROOF = 3,
+    ORVIX_KIND_OTHER = 4
+};
+
+// One of the planes. The normal is of unit length and points to where the plane was seen from.
+typedef struct orvix_found_plane {
+    uint32_t size;
+    int32_t kind;              // ORVIX_KIND_
+    uint32_t number;           // from 1: by points, most first
+    uint32_t group;            // from 1: planes of one group lie in the same endless plane
+    double equation[4];        // world
+    double local_equation[4];  // the same plane in the local frame
+    double centroid[3];        // world: the mean of its points
+    double rms;                // of its points' distances from it
+    double tolerance;          // largest distance of a point from the plane of its cells
+    double area;               // of the outline, holes left out, square metres
+    uint64_t points;
+    uint64_t rings;
+} orvix_found_plane;
+
+// A plane by its number. BAD_ARGUMENT: there is no such plane; 0 is none.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_plane(const orvix_planes* planes,
+                                                             uint32_t number,
+                                                             orvix_found_plane* plane,
+                                                             orvix_error* error);
+// The rings of its outline, region by region, the outer one first. A list.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_rings(const orvix_planes* planes,
+                                                             uint32_t number, orvix_ring* rings,
+                                                             uint64_t capacity, uint64_t* count,
+                                                             orvix_error* error);
+// A ring's vertices on the plane, in the world, as orvix_plane_get_ring: outer rings run
+// counter-clockwise and holes clockwise, seen from where the normal points. A list of positions.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_ring(const orvix_planes* planes,
+                                                            uint32_t number, uint64_t ring,
+                                                            double* xyz, uint64_t capacity,
+                                                            uint64_t* count, orvix_error* error);
+
+// The plane's number, 0 for none, of each of the points `first` to `first + count - 1`, which
+// orvix_points_read reads. Read a long cloud in stretches; several threads may read side by side.
+// Errors  BAD_ARGUMENT: beyond the last point.
+// Cost    about a microsecond per point. Some ten thousand more at both ends of a stretch.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_read_numbers(const orvix_planes* planes,
+                                                                uint64_t first, uint64_t count,
+                                                                uint32_t* numbers,
+                                                                orvix_error* error);
+// The points of one plane, in the order of the file: positions in the world (three doubles each)
+// and the numbers of their records. Lists of one capacity; either array may be null.
+// Cost  a pass over all points, whichever plane; of many planes, orvix_planes_read_numbers.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_points(const orvix_planes* planes,
+                                                              uint32_t number, double* xyz,
+                                                              uint64_t* records, uint64_t capacity,
+                                                              uint64_t* count, orvix_error* error);
+
+enum {
+    ORVIX_PLACE_ON_PLANE = 0,  // the nearest plane around is near enough
+    ORVIX_PLACE_TOO_FAR = 1,   // the nearest plane around is not
+    ORVIX_PLACE_LEFT_OUT = 2,  // the nearest is among those left out, so the place is on none
+    ORVIX_PLACE_NOT_FLAT = 3,  // no plane around, and none could begin here
+    ORVIX_PLACE_NO_PLANE = 4,  // no plane around, though it is flat
+    ORVIX_PLACE_EMPTY = 5      // no plane around, and no point
+};
+
+// Why a place is on a plane or on none.
+typedef struct orvix_place {
+    uint32_t size;
+    int32_t verdict;        // ORVIX_PLACE_
+    uint32_t plane;         // the number of the plane that a point there is on; 0: none
+    uint32_t nearest;       // the number of the nearest plane around; 0: none
+    uint64_t points;        // of the place's cell
+    double distance;        // from the nearest, signed
+    double allowed;         // the distance at which a point is on it
+    double turn;            // of the cell's normal from the nearest's, degrees; negative: unknown
+    double cell_normal[3];  // world; zeros where the surroundings are not flat
+    double cell_rms;        // of the points that decide the normal
+} orvix_place;
+
+// Looks at a place in the world (three doubles).
+// Errors  BAD_ARGUMENT: no finite position. DAMAGED: the points have changed since the search.
+// Cost    reads the points of some cells around, up to 5 by 5 by 10 m of them.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_explain(const orvix_planes* planes,
+                                                           const double* world, orvix_place* place,
+                                                           orvix_error* error);
 
 // ---- Meshes ---------------------------------------------------------------------------------
 

@@ -26,7 +26,7 @@ struct orvix_project {
     [[nodiscard]] const orvix::ProjectManager& Paths() const { return opened->Manager(); }
     [[nodiscard]] orvix::CProjectCore& Core() const { return opened->Core(); }
 
-    std::unique_ptr<orvix::detail::OpenProject> opened;
+    std::shared_ptr<orvix::detail::OpenProject> opened;  ///< searches share it
     orvix::detail::ProjectSummary summary;
     bool writable = false;
     bool edited = false;  ///< its points are brought to the disk at the end

@@ -12,7 +12,9 @@ _Static_assert(sizeof(orvix_run) == 16 && sizeof(orvix_dclc) == 4, "runs and pai
 _Static_assert(sizeof(orvix_open_options) % 8 == 0 && sizeof(orvix_project_info) % 8 == 0 &&
                    sizeof(orvix_check_options) % 8 == 0 && sizeof(orvix_station_info) % 8 == 0 &&
                    sizeof(orvix_cell) % 8 == 0 && sizeof(orvix_plane_options) % 8 == 0 &&
-                   sizeof(orvix_plane_info) % 8 == 0,
+                   sizeof(orvix_plane_info) % 8 == 0 && sizeof(orvix_planes_options) % 8 == 0 &&
+                   sizeof(orvix_planes_info) % 8 == 0 && sizeof(orvix_found_plane) % 8 == 0 &&
+                   sizeof(orvix_place) % 8 == 0,
                "sizes that calls accept");
 
 orvix_status plain_c11_refused(void) {

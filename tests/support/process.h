@@ -31,6 +31,9 @@ constexpr int kKilled = 137;
 /// Ends this process at once: nothing is closed, flushed or destroyed.
 [[noreturn]] void KillThisProcess();
 
+/// The threads that this process has at the moment.
+std::size_t ThreadCount();
+
 /// From now on every file that this process writes ends at `bytes`, as on a disk that is full;
 /// false where the system has no such limit.
 bool LimitFileSize(std::uint64_t bytes);

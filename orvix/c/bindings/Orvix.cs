@@ -175,6 +175,72 @@ public unsafe struct orvix_ring {
     [FieldOffset(12)] public uint hole;
 }
 
+[StructLayout(LayoutKind.Explicit, Size = 88)]
+public unsafe struct orvix_planes_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int detail;
+    [FieldOffset(8)] public double cell_size;
+    [FieldOffset(16)] public double distance;
+    [FieldOffset(24)] public double angle;
+    [FieldOffset(32)] public double min_area;
+    [FieldOffset(40)] public double bridge;
+    [FieldOffset(48)] public ulong min_points;
+    [FieldOffset(56)] public ulong memory_limit;
+    [FieldOffset(64)] public uint threads;
+    [FieldOffset(68)] public uint reserved;
+    [FieldOffset(72)] public IntPtr proceed;
+    [FieldOffset(80)] public IntPtr user;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 112)]
+public unsafe struct orvix_planes_info {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int detail;
+    [FieldOffset(8)] public ulong planes;
+    [FieldOffset(16)] public ulong left_out;
+    [FieldOffset(24)] public ulong points;
+    [FieldOffset(32)] public ulong on_planes;
+    [FieldOffset(40)] public ulong cells;
+    [FieldOffset(48)] public double cell_size;
+    [FieldOffset(56)] public double distance;
+    [FieldOffset(64)] public double angle;
+    [FieldOffset(72)] public double min_area;
+    [FieldOffset(80)] public double bridge;
+    [FieldOffset(88)] public ulong min_points;
+    [FieldOffset(96)] public double spacing;
+    [FieldOffset(104)] public double noise;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 144)]
+public unsafe struct orvix_found_plane {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int kind;
+    [FieldOffset(8)] public uint number;
+    [FieldOffset(12)] public uint group;
+    [FieldOffset(16)] public fixed double equation[4];
+    [FieldOffset(48)] public fixed double local_equation[4];
+    [FieldOffset(80)] public fixed double centroid[3];
+    [FieldOffset(104)] public double rms;
+    [FieldOffset(112)] public double tolerance;
+    [FieldOffset(120)] public double area;
+    [FieldOffset(128)] public ulong points;
+    [FieldOffset(136)] public ulong rings;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 80)]
+public unsafe struct orvix_place {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int verdict;
+    [FieldOffset(8)] public uint plane;
+    [FieldOffset(12)] public uint nearest;
+    [FieldOffset(16)] public ulong points;
+    [FieldOffset(24)] public double distance;
+    [FieldOffset(32)] public double allowed;
+    [FieldOffset(40)] public double turn;
+    [FieldOffset(48)] public fixed double cell_normal[3];
+    [FieldOffset(72)] public double cell_rms;
+}
+
 [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
 public unsafe delegate void orvix_channel(void* user, byte* text);
 [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
@@ -185,7 +251,7 @@ public unsafe delegate void orvix_fault(void* user, byte* file, byte* what);
 public static unsafe class NativeMethods {
     private const string Library = "orvix";
     public const int ORVIX_C_MAJOR = 1;
-    public const int ORVIX_C_MINOR = 0;
+    public const int ORVIX_C_MINOR = 1;
     public const int ORVIX_OK = 0;
     public const int ORVIX_FAILED = 1;
     public const int ORVIX_BAD_ARGUMENT = 2;
@@ -210,6 +276,20 @@ public static unsafe class NativeMethods {
     public const int ORVIX_ENDED_OUTLINE = 2;
     public const int ORVIX_ENDED_REACH = 3;
     public const int ORVIX_ENDED_BUDGET = 4;
+    public const int ORVIX_DETAIL_NORMAL = 0;
+    public const int ORVIX_DETAIL_FINE = 1;
+    public const int ORVIX_DETAIL_COARSE = 2;
+    public const int ORVIX_KIND_FLOOR = 0;
+    public const int ORVIX_KIND_CEILING = 1;
+    public const int ORVIX_KIND_WALL = 2;
+    public const int ORVIX_KIND_ROOF = 3;
+    public const int ORVIX_KIND_OTHER = 4;
+    public const int ORVIX_PLACE_ON_PLANE = 0;
+    public const int ORVIX_PLACE_TOO_FAR = 1;
+    public const int ORVIX_PLACE_LEFT_OUT = 2;
+    public const int ORVIX_PLACE_NOT_FLAT = 3;
+    public const int ORVIX_PLACE_NO_PLANE = 4;
+    public const int ORVIX_PLACE_EMPTY = 5;
     public const int ORVIX_HISTOGRAM_INTENSITY = 0;
     public const int ORVIX_HISTOGRAM_HEIGHT = 1;
 
@@ -287,6 +367,33 @@ public static unsafe class NativeMethods {
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_plane_get_ring(IntPtr plane, ulong ring, double* xyz, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_find(IntPtr project, orvix_planes_options* options, IntPtr* planes, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_planes_close(IntPtr planes);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_info(IntPtr planes, orvix_planes_info* info, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_plane(IntPtr planes, uint number, orvix_found_plane* plane, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_rings(IntPtr planes, uint number, orvix_ring* rings, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_ring(IntPtr planes, uint number, ulong ring, double* xyz, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_read_numbers(IntPtr planes, ulong first, ulong count, uint* numbers, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_points(IntPtr planes, uint number, double* xyz, ulong* records, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_explain(IntPtr planes, double* world, orvix_place* place, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_plane_mesh(IntPtr plane, IntPtr* mesh, orvix_error* error);

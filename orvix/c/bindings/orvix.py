@@ -8,7 +8,7 @@
 import ctypes
 
 ORVIX_C_MAJOR = 1
-ORVIX_C_MINOR = 0
+ORVIX_C_MINOR = 1
 ORVIX_OK = 0
 ORVIX_FAILED = 1
 ORVIX_BAD_ARGUMENT = 2
@@ -33,6 +33,20 @@ ORVIX_ENDED_EDGE = 1
 ORVIX_ENDED_OUTLINE = 2
 ORVIX_ENDED_REACH = 3
 ORVIX_ENDED_BUDGET = 4
+ORVIX_DETAIL_NORMAL = 0
+ORVIX_DETAIL_FINE = 1
+ORVIX_DETAIL_COARSE = 2
+ORVIX_KIND_FLOOR = 0
+ORVIX_KIND_CEILING = 1
+ORVIX_KIND_WALL = 2
+ORVIX_KIND_ROOF = 3
+ORVIX_KIND_OTHER = 4
+ORVIX_PLACE_ON_PLANE = 0
+ORVIX_PLACE_TOO_FAR = 1
+ORVIX_PLACE_LEFT_OUT = 2
+ORVIX_PLACE_NOT_FLAT = 3
+ORVIX_PLACE_NO_PLANE = 4
+ORVIX_PLACE_EMPTY = 5
 ORVIX_HISTOGRAM_INTENSITY = 0
 ORVIX_HISTOGRAM_HEIGHT = 1
 
@@ -227,7 +241,77 @@ class orvix_ring(ctypes.Structure):
     ]
 
 
-STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring]
+class orvix_planes_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("detail", ctypes.c_int32),
+        ("cell_size", ctypes.c_double),
+        ("distance", ctypes.c_double),
+        ("angle", ctypes.c_double),
+        ("min_area", ctypes.c_double),
+        ("bridge", ctypes.c_double),
+        ("min_points", ctypes.c_uint64),
+        ("memory_limit", ctypes.c_uint64),
+        ("threads", ctypes.c_uint32),
+        ("reserved", ctypes.c_uint32),
+        ("proceed", orvix_proceed),
+        ("user", ctypes.c_void_p),
+    ]
+
+
+class orvix_planes_info(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("detail", ctypes.c_int32),
+        ("planes", ctypes.c_uint64),
+        ("left_out", ctypes.c_uint64),
+        ("points", ctypes.c_uint64),
+        ("on_planes", ctypes.c_uint64),
+        ("cells", ctypes.c_uint64),
+        ("cell_size", ctypes.c_double),
+        ("distance", ctypes.c_double),
+        ("angle", ctypes.c_double),
+        ("min_area", ctypes.c_double),
+        ("bridge", ctypes.c_double),
+        ("min_points", ctypes.c_uint64),
+        ("spacing", ctypes.c_double),
+        ("noise", ctypes.c_double),
+    ]
+
+
+class orvix_found_plane(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("kind", ctypes.c_int32),
+        ("number", ctypes.c_uint32),
+        ("group", ctypes.c_uint32),
+        ("equation", ctypes.c_double * 4),
+        ("local_equation", ctypes.c_double * 4),
+        ("centroid", ctypes.c_double * 3),
+        ("rms", ctypes.c_double),
+        ("tolerance", ctypes.c_double),
+        ("area", ctypes.c_double),
+        ("points", ctypes.c_uint64),
+        ("rings", ctypes.c_uint64),
+    ]
+
+
+class orvix_place(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("verdict", ctypes.c_int32),
+        ("plane", ctypes.c_uint32),
+        ("nearest", ctypes.c_uint32),
+        ("points", ctypes.c_uint64),
+        ("distance", ctypes.c_double),
+        ("allowed", ctypes.c_double),
+        ("turn", ctypes.c_double),
+        ("cell_normal", ctypes.c_double * 3),
+        ("cell_rms", ctypes.c_double),
+    ]
+
+
+STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_info, orvix_found_plane, orvix_place]
 
 
 def load(path):
@@ -283,6 +367,24 @@ def load(path):
     library.orvix_plane_get_rings.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_ring), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_plane_get_ring.restype = ctypes.c_int32
     library.orvix_plane_get_ring.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_find.restype = ctypes.c_int32
+    library.orvix_planes_find.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_planes_options), ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_close.restype = None
+    library.orvix_planes_close.argtypes = [ctypes.c_void_p]
+    library.orvix_planes_get_info.restype = ctypes.c_int32
+    library.orvix_planes_get_info.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_planes_info), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_get_plane.restype = ctypes.c_int32
+    library.orvix_planes_get_plane.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_found_plane), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_get_rings.restype = ctypes.c_int32
+    library.orvix_planes_get_rings.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_ring), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_get_ring.restype = ctypes.c_int32
+    library.orvix_planes_get_ring.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_read_numbers.restype = ctypes.c_int32
+    library.orvix_planes_read_numbers.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint32), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_get_points.restype = ctypes.c_int32
+    library.orvix_planes_get_points.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_uint64), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_explain.restype = ctypes.c_int32
+    library.orvix_planes_explain.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_place), ctypes.POINTER(orvix_error)]
     library.orvix_plane_mesh.restype = ctypes.c_int32
     library.orvix_plane_mesh.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
     library.orvix_triangulate.restype = ctypes.c_int32

@@ -8,6 +8,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <iterator>
 #include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
@@ -92,6 +94,11 @@ ProcessResult RunProcess(const std::vector<std::string>& arguments,
 void KillThisProcess() {
     ::raise(SIGKILL);
     std::abort();
+}
+
+std::size_t ThreadCount() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
 bool LimitFileSize(std::uint64_t bytes) {

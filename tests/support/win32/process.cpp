@@ -4,6 +4,7 @@
 #include <array>
 #include <stdexcept>
 #include <thread>
+#include <tlhelp32.h>
 
 #include "orvix/platform/text.h"
 #include "tests/support/win32/child_process.h"
@@ -125,6 +126,17 @@ ProcessResult RunProcess(const std::vector<std::string>& arguments,
 void KillThisProcess() {
     TerminateProcess(GetCurrentProcess(), kKilled);
     for (;;) Sleep(INFINITE);
+}
+
+std::size_t ThreadCount() {
+    const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 thread{};
+    thread.dwSize = sizeof thread;
+    std::size_t own = 0;
+    for (BOOL more = Thread32First(all, &thread); more != FALSE; more = Thread32Next(all, &thread))
+        if (thread.th32OwnerProcessID == GetCurrentProcessId()) ++own;
+    CloseHandle(all);
+    return own;
 }
 
 bool LimitFileSize(std::uint64_t) {
