@@ -22,6 +22,20 @@ std::size_t AtLeastTwo(const std::vector<std::size_t>& counts) {
 
 }  // namespace
 
+std::vector<ClassRecall> RecallBy(const PlaneScore& score, std::span<const double> values,
+                                  std::span<const double> limits) {
+    std::vector<ClassRecall> classes(limits.size() - 1);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const auto above = std::upper_bound(limits.begin(), limits.end(), values[i]);
+        if (score.knownPoints[i] == 0 || above == limits.begin() || above == limits.end()) continue;
+        ClassRecall& its = classes[static_cast<std::size_t>(above - limits.begin() - 1)];
+        ++its.known;
+        its.at50 += score.overlaps[i] >= 0.5 ? 1 : 0;
+        its.at75 += score.overlaps[i] >= 0.75 ? 1 : 0;
+    }
+    return classes;
+}
+
 PlaneCounter::PlaneCounter(std::vector<test::TruePlane> planes)
     : planes_(std::move(planes)), trueCounts_(planes_.size()) {}
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -34,6 +35,17 @@ struct PlaneScore {
     std::vector<double> overlaps;            ///< of each true plane with its best found one
     std::vector<std::int32_t> bestFound;     ///< which that is, -1 for none
 };
+
+/// How many of the true planes of a class were found.
+struct ClassRecall {
+    std::size_t at50 = 0, at75 = 0, known = 0;
+};
+
+/// The recall of planes by a value of theirs, such as their area: class i holds those from limit i
+/// up to limit i + 1, which is left out. `values` holds one for each true plane of the score; those
+/// below the first limit are in no class.
+std::vector<ClassRecall> RecallBy(const PlaneScore& score, std::span<const double> values,
+                                  std::span<const double> limits);
 
 /// Counts, point by point, what a score is made of.
 ///

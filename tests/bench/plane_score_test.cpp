@@ -127,5 +127,29 @@ TEST(PlaneCounter, LeavesPlanesOnUnknownPointsOutOfThePrecision) {
     EXPECT_EQ(strict.recall75, 0);
 }
 
+TEST(RecallBy, CountsInEachClassThePlanesThatWereFound) {
+    // 80 of the lower level's points were found, 60 of the upper one's; of a third plane 10 exist.
+    PlaneCounter counter({{{0, 0, 1}, 0, 1}, {{0, 0, 1}, -1, 1}, {{0, 0, 1}, -2, 1}});
+    for (int i = 0; i < 210; ++i) {
+        const std::int32_t truth = i / 100;
+        const bool found = truth == 0 ? i < 80 : i < 160;
+        counter.Add({i % 10 * 0.1, i % 100 / 10 * 0.1, truth * 1.0}, truth, found ? truth : -1);
+    }
+    const PlaneScore score = counter.Score(30);
+    const std::vector<double> limits{0, 0.5, 2};
+    const auto classesOf = [&](std::vector<double> values) {
+        return RecallBy(score, values, limits);
+    };
+    const auto apart = classesOf({0.4, 0.5, 0.4});
+    ASSERT_EQ(apart.size(), 2U);
+    EXPECT_EQ(apart[0].known, 1U);
+    EXPECT_EQ(apart[0].at75, 1U);
+    EXPECT_EQ(apart[1].known, 1U);
+    EXPECT_EQ(apart[1].at50, 1U);
+    EXPECT_EQ(apart[1].at75, 0U);
+    const auto outside = classesOf({-1, 2, 0.4});
+    EXPECT_EQ(outside[0].known + outside[1].known, 0U);
+}
+
 }  // namespace
 }  // namespace orvix::bench
