@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# csharp_host.sh SOURCE_FOLDER LIBRARY ORVIX: the C# example compiles, runs and finds the plane that
-# the command finds. Skipped where there is no Mono.
+# csharp_host.sh SOURCE_FOLDER LIBRARY ORVIX: the C# examples compile, run and find the plane, and all
+# planes, that the command finds. Skipped where there is no Mono.
 set -euo pipefail
 source=$1
 library=$2
@@ -24,4 +24,20 @@ wanted = json.load(sys.stdin)
 words = open("found.txt").read().replace(",", "").split("plane ")[1].split()
 assert [float(w) for w in words[:4]] == wanted["equation"], words
 assert abs(float(words[4]) - wanted["area"]) < 0.006, words
+'
+
+mcs -unsafe -out:all.exe "$source/examples/10_all_planes_in_csharp.cs" "$source/orvix/c/bindings/Orvix.cs"
+mono all.exe building.prj >all.txt
+tail -1 all.txt
+"$orvix" planes building.prj --json | python3 -c '
+import json, sys
+wanted = json.load(sys.stdin)["planes"]
+lines = open("all.txt").read().replace(",", "").splitlines()[:-1]
+assert len(lines) == len(wanted), len(lines)
+for line, plane in zip(lines, wanted):
+    head, numbers = line.split(": ")
+    words = numbers.split()
+    assert head.split()[:2] == [str(plane["number"]), plane["class"]], line
+    assert [float(w) for w in words[:4]] == plane["equation"], line
+    assert abs(float(words[4]) - plane["area"]) < 0.006 and int(words[6]) == plane["points"], line
 '

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# python_host.sh SOURCE_FOLDER LIBRARY ORVIX: the Python example finds in the sample what the command
-# finds: counts, bounds, sums, the plane to the last bit, and its mesh vertex by vertex.
+# python_host.sh SOURCE_FOLDER LIBRARY ORVIX: the Python examples find in the sample what the command
+# finds: counts, bounds, sums, the plane to the last bit, and its mesh vertex by vertex; all planes
+# with their outlines corner by corner.
 set -euo pipefail
 source=$1
 library=$2
@@ -19,6 +20,9 @@ cd "$scratch"
 "$orvix" plane "Größe.prj" --seed 3.7,-4.0,12.9 --mesh roof.ply --json >plane.json
 PYTHONPATH=$source/orvix/c/bindings "$python" "$source/examples/05_host_in_python.py" \
     "$library" "Größe.prj" 3.7 -4.0 12.9 >found.json
+"$orvix" planes "Größe.prj" --json >planes.json
+PYTHONPATH=$source/orvix/c/bindings "$python" "$source/examples/09_all_planes_in_python.py" \
+    "$library" "Größe.prj" >all.json
 "$python" - "$source/samples/building.ply" <<'PYTHON'
 import json, sys
 import numpy as np
@@ -62,4 +66,19 @@ same("triangles", [[int(v) for v in line.split()[1:]] for line in lines[points:]
      grown["mesh_triangles"])
 print(f"{found['points']} points, a plane of {grown['points']}, "
       f"{len(grown['mesh_triangles'])} triangles: as the command finds them")
+
+wanted, every = (json.load(open(f"{name}.json")) for name in ("planes", "all"))
+same("points on planes", every["on_planes"], wanted["assigned_points"])
+same("cell", every["cell"], wanted["settings"]["cell"])
+same("distance", every["distance"], wanted["settings"]["distance"])
+same("planes", len(every["planes"]), len(wanted["planes"]))
+for got, plane in zip(every["planes"], wanted["planes"]):
+    for key, name in (("number", "number"), ("kind", "class"), ("equation", "equation"),
+                      ("centroid", "centroid"), ("points", "points"), ("rms", "rms"), ("area", "area")):
+        same(f"{key} of plane {plane['number']}", got[key], plane[name])
+    rings = [ring for region in plane["regions"] for ring in (region["outer"], *region["holes"])]
+    same(f"outline of plane {plane['number']}", [ring["vertices"] for ring in got["rings"]], rings)
+same("points by plane", every["points_by_plane"][1:], [plane["points"] for plane in wanted["planes"]])
+assert every["place"]["verdict"] in range(6)
+print(f"{len(every['planes'])} planes, corner by corner as the command finds them")
 PYTHON

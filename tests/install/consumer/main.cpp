@@ -1,13 +1,36 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A host that has nothing but the installed package: imports three points, opens the project
-// through the library, and reads them back.
+// through the library, reads them back, and searches them for planes.
 #include <cstdio>
 #include <fstream>
 #include <string>
 
+#include "detection/plane_search.h"
 #include "importer/import.h"
 #include "orvix/points/alive_point_reader.h"
+#include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
+
+namespace {
+
+// Three points are no plane, but they are searched.
+bool FindsNoPlane(orvix::ProjectManager& paths) {
+    orvix::CProjectCore core;
+    core.Open(paths.gridSkeletCoordPts, paths.gridSkeletDataPts, paths.gridPts,
+              paths.LASScale(paths.cloudHeader.scale), paths.grid1000cmIdx, paths.grid10cmIdx,
+              paths.grid1to10cmIdx, paths.gridIdx);
+    if (!core.OpenCores()) return false;
+    bool none = false;
+    {
+        const auto search = orvix::detection::PlaneSearch::Run(core, {});
+        if (!search) std::fprintf(stderr, "%s\n", search.error().message.c_str());
+        none = search && (*search)->Points() == 3 && (*search)->Planes().empty();
+    }
+    core.Close();
+    return none;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 2) return 2;
@@ -31,5 +54,6 @@ int main(int argc, char** argv) {
     }
     std::printf("%llu points, coordinate sum %g\n",
                 static_cast<unsigned long long>(report->written), sum);
+    if (!FindsNoPlane(manager)) return 1;
     return report->written == 3 && sum == 45 ? 0 : 1;
 }

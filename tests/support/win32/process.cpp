@@ -4,10 +4,12 @@
 #include <array>
 #include <stdexcept>
 #include <thread>
-#include <tlhelp32.h>
 
 #include "orvix/platform/text.h"
 #include "tests/support/win32/child_process.h"
+
+// After windows.h, which the header above includes.
+#include <tlhelp32.h>
 
 namespace orvix::test {
 
