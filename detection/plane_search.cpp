@@ -15,6 +15,31 @@
 namespace orvix::detection {
 namespace {
 
+/// How far a search is, by its jobs: the chunks are read twice, and the tiles are worked on five times
+/// in between.
+class SearchProgress {
+public:
+    explicit SearchProgress(const PlaneSearchOptions& options) : options_(options) {}
+    void Expect(const PointChunks& cut, std::uint64_t jobsDone) {
+        jobs_ = 2 * cut.chunks.size() + 5 * cut.tiles.size();
+        before_ = jobsDone;
+    }
+    bool Report(std::uint64_t jobsDone) {
+        if (jobs_ > 0) {
+            const auto done = static_cast<double>(jobsDone - before_);
+            done_ = std::max(done_, std::min(done / static_cast<double>(jobs_), 1.0));
+        }
+        if (options_.progress) options_.progress(done_);
+        return !options_.proceed || options_.proceed();
+    }
+
+private:
+    const PlaneSearchOptions& options_;
+    std::uint64_t jobs_ = 0;
+    std::uint64_t before_ = 0;
+    double done_ = 0;
+};
+
 /// The regions of a cloud, and the settings that they were found with.
 struct SettledRegions {
     PlaneSearchSettings settings;
@@ -23,11 +48,12 @@ struct SettledRegions {
 
 Expected<SettledRegions> FindRegionsIn(CProjectCore& core, const CellFrame& frame,
                                        const PlaneSearchOptions& options,
-                                       const parallel::Pool& pool) {
+                                       const parallel::Pool& pool, SearchProgress& progress) {
     auto cut = CutIntoChunks(core, frame);
     if (!cut) return ErrorOf(cut);
     const auto cloud = EstimateCloud(core, *cut, pool);
     if (!cloud) return ErrorOf(cloud);
+    progress.Expect(*cut, pool.JobsDone());
     const PlaneSearchSettings settings = SettingsFor(options, frame.Size(), *cloud);
     auto regions = FindRegions(core, std::move(*cut), LimitsFor(settings), settings.bridge, pool,
                                options.memoryLimitBytes);
@@ -37,7 +63,7 @@ Expected<SettledRegions> FindRegionsIn(CProjectCore& core, const CellFrame& fram
 
 // Where cells do not fit into memory, larger ones do.
 Expected<SettledRegions> FindRegionsThatFit(CProjectCore& core, const PlaneSearchOptions& options,
-                                            const parallel::Pool& pool) {
+                                            const parallel::Pool& pool, SearchProgress& progress) {
     std::size_t step = CellStepFor(options.cellSize);
     if (!(options.cellSize > 0)) {
         const auto typical = TypicalCellStep(core, pool);
@@ -45,7 +71,7 @@ Expected<SettledRegions> FindRegionsThatFit(CProjectCore& core, const PlaneSearc
         step = *typical;
     }
     for (;; ++step) {
-        auto found = FindRegionsIn(core, CellFrame(step), options, pool);
+        auto found = FindRegionsIn(core, CellFrame(step), options, pool, progress);
         const bool mayGrow = !found && found.error().code == ErrorCode::BadInput &&
                              step + 1 < CellFrame::kSizes.size();
         if (!mayGrow) return found;
@@ -89,9 +115,11 @@ struct PlaneSearch::State {
 };
 
 Expected<void> PlaneSearch::State::Search(const PlaneSearchOptions& options) {
-    const parallel::Pool pool(options.threads, options.proceed,
-                              "the search for planes was cancelled");
-    auto found = FindRegionsThatFit(core, options, pool);
+    SearchProgress progress(options);
+    const parallel::Pool pool(
+        options.threads, [&] { return progress.Report(pool.JobsDone()); },
+        "the search for planes was cancelled");
+    auto found = FindRegionsThatFit(core, options, pool, progress);
     if (!found) return ErrorOf(found);
     settings = found->settings;
     regions = std::move(found->regions);

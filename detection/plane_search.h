@@ -42,6 +42,9 @@ struct PlaneSearchOptions {
     /// Scanner positions, project frame: those that ProjectManager::GetScanPosition knows.
     std::vector<SimplePointT<double>> stations;
     std::function<bool()> proceed;  ///< called often, on the calling thread; false cancels
+    /// Called before `proceed` with the part of the work that is done, about: 0 to 1, never less
+    /// than before.
+    std::function<void(double)> progress;
 };
 
 /// The settings that a search used, and what it measured of the cloud to choose them.
@@ -109,8 +112,8 @@ struct PlaceReport {
 ///            than the distance: to 3 times the rms of its cells' points.
 /// Errors     Damaged for a project whose points and cells contradict each other; BadInput where
 ///            even the largest cells take more memory than allowed; Failure where the points
-///            cannot be mapped; NoMemory; Cancelled. Nothing is thrown but what `proceed` and
-///            `use` throw, and std::bad_alloc where memory for a list ends on the calling thread.
+///            cannot be mapped; NoMemory; Cancelled. Nothing is thrown but what the
+///            caller's functions throw, and std::bad_alloc where memory for a list ends on the calling thread.
 /// Lifetime   `core` must stay open while the search is used.
 /// Threads    Run works on the calling thread and starts `threads` - 1 more, which have ended when
 ///            it returns; no other call starts any. It keeps the core to itself; const calls may

@@ -170,6 +170,7 @@ Expected<void> Pool::RunJobs(std::size_t jobs, const Job& job) const {
     const auto perform = [&](std::size_t number, unsigned worker) {
         if (auto done = Guarded([&] { return job(number, worker); }); !done)
             fail(number, std::move(done));
+        jobsDone_.fetch_add(1, std::memory_order_relaxed);
     };
     const auto helpers = static_cast<unsigned>(std::min<std::size_t>(threads_, jobs));
     std::vector<std::thread> threads;

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -51,6 +52,10 @@ public:
     /// Jobs 0 to `jobs` - 1, on every thread, the calling one among them, which ticks before each
     /// of its jobs. Errors: that of the failing job with the lowest number among those that ran.
     Expected<void> RunJobs(std::size_t jobs, const Job& job) const;
+    /// How many jobs RunJobs has done so far, in all its calls.
+    [[nodiscard]] std::uint64_t JobsDone() const {
+        return jobsDone_.load(std::memory_order_relaxed);
+    }
     /// Ticks; for long stretches of work on the calling thread.
     [[nodiscard]] bool Proceed() const { return !tick_ || tick_(); }
 
@@ -65,6 +70,7 @@ private:
     std::string cancelledText_;
     std::atomic<bool> stopping_{false};
     std::atomic<bool> cancelled_{false};
+    mutable std::atomic<std::uint64_t> jobsDone_{0};
 };
 
 }  // namespace orvix::parallel

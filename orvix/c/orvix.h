@@ -118,7 +118,7 @@ typedef void(ORVIX_C_CALL* orvix_channel)(void* user, const char* text);
 ORVIX_C_API void ORVIX_C_CALL orvix_set_channel(orvix_channel channel, void* user);
 
 // Asked often by long calls: 0 cancels them. `done` is the part done, 0 to 1, and negative where
-// nobody can know it, as while planes grow.
+// nobody can know it, as while a plane grows.
 typedef int32_t(ORVIX_C_CALL* orvix_proceed)(void* user, double done);
 
 // ---- Projects -------------------------------------------------------------------------------
@@ -463,7 +463,7 @@ typedef struct orvix_planes_options {
     uint64_t memory_limit;  // bytes for cells, about; 0: 1 GiB. Beyond it, cells are larger
     uint32_t threads;       // 0: every core; 1: the calling thread alone; at most 1024
     uint32_t reserved;
-    orvix_proceed proceed;  // null: the search cannot be cancelled
+    orvix_proceed proceed;  // null: the search cannot be cancelled; `done` never falls
     void* user;
 } orvix_planes_options;
 

@@ -67,7 +67,11 @@ tl::expected<PlaneSearchOptions, Refusal> SearchOptions(const orvix_planes_optio
     if (given.memory_limit > 0) options.memoryLimitBytes = given.memory_limit;
     options.threads = given.threads;
     if (given.proceed != nullptr) {
-        options.proceed = [ask = given.proceed, user = given.user] { return ask(user, -1.0) != 0; };
+        const auto done = std::make_shared<double>(0);
+        options.progress = [done](double part) { *done = part; };
+        options.proceed = [done, ask = given.proceed, user = given.user] {
+            return ask(user, *done) != 0;
+        };
     }
     return options;
 }
