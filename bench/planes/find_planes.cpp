@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <string_view>
 
 #include "bench/bench_support.h"
@@ -81,7 +82,8 @@ void AddTruthOptions(CLI::App& app, Arguments& a) {
         ->needs(project);
     app.add_flag("--coloured", a.coloured, "A point's colour is its plane's number")
         ->needs(project);
-    CLI::App* room = app.add_subcommand("room", "Search a furnished room");
+    CLI::App* room =
+        app.add_subcommand("room", "Search a furnished room: of its --project, or a new one");
     room->fallthrough();
     room->callback([&a] { a.inRoom = true; });
     test::AddRoomOptions(*room, a.room);
@@ -100,8 +102,12 @@ void AddOptions(CLI::App& app, Arguments& a) {
     app.add_option("--distance", a.search.distance, "Metres; 0: as the cloud suggests");
     app.add_option("--cell", a.search.cellSize, "Metres; 0: as the cloud suggests");
     app.add_option("--min-area", a.search.minArea, "Square metres; 0: as the search has it");
+    using detection::Detail;
+    app.add_option("--detail", a.search.detail, "fine, normal or coarse")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Detail>{
+            {"fine", Detail::Fine}, {"normal", Detail::Normal}, {"coarse", Detail::Coarse}}));
     AddTruthOptions(app, a);
-    app.add_option("--keep", a.keep, "Leave the project of the building there");
+    app.add_option("--keep", a.keep, "Leave the project of the building or room there");
     app.add_option("--peers", a.peers, "Rivals, by commas; all that are built where left out")
         ->delimiter(',')
         ->check(CLI::IsMember(PeerNames()));
@@ -336,16 +342,21 @@ void MeasureBuilding(const Arguments& a) {
     Measure(a, Imported(a, folder, scan), PointTruth::OfIntensities(building.Planes()));
 }
 
+/// Scans and searches a room, or searches one that was kept.
 void MeasureRoom(const Arguments& a) {
     test::ScratchFolder folder;
     test::RoomOptions options = a.room;
     options.seed = a.building.seed;
     const test::SyntheticRoom room(options);
-    const CString scan = folder / L"room.ptx";
-    test::WritePtx(room, scan);
     std::vector<bench::TrueFace> faces;
     for (const test::TruePlane& plane : room.Planes()) faces.push_back({plane, true});
-    Measure(a, Imported(a, folder, scan), PointTruth::OfFaces(std::move(faces), test::kNoPlane));
+    CString project = platform::FromUtf8(a.project);
+    if (a.project.empty()) {
+        const CString scan = folder / L"room.ptx";
+        test::WritePtx(room, scan);
+        project = Imported(a, folder, scan);
+    }
+    Measure(a, project, PointTruth::OfFaces(std::move(faces), test::kNoPlane));
 }
 
 /// The value, or the end of the program with what is wrong.
@@ -371,10 +382,10 @@ int main(int argc, char** argv) {
     CLI::App app("How fast and how faithfully are all planes of a cloud found?");
     AddOptions(app, a);
     CLI11_PARSE(app, argc, argv);
-    if (!a.project.empty())
-        Measure(a, platform::FromUtf8(a.project), TruthOfProject(a));
-    else if (a.inRoom)
+    if (a.inRoom)
         MeasureRoom(a);
+    else if (!a.project.empty())
+        Measure(a, platform::FromUtf8(a.project), TruthOfProject(a));
     else
         MeasureBuilding(a);
     return 0;

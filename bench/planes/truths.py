@@ -91,7 +91,8 @@ class Run:
     def measure(self, scan, kind, arguments, peers=PEERS):
         peers = [peer for peer in peers if peer in self.options.peers]
         arguments = [*arguments, "--peers", ",".join(peers)] if peers else ["--no-peers", *arguments]
-        bench = [self.binaries / "bench_find_planes", "--json", "--tolerances", "0.5,1,2", *arguments]
+        bench = [self.binaries / "bench_find_planes", "--json", "--tolerances", "0.5,1,2",
+                 *self.options.search, *arguments]
         with subprocess.Popen(bench, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                               text=True) as process:
             for line in process.stdout:
@@ -201,6 +202,8 @@ def main():
     parser.add_argument("--scans", type=pathlib.Path, default=HOME.parent / "shared" / "data")
     parser.add_argument("--truths", type=pathlib.Path, default=HOME.parent / "shared" / "truth")
     parser.add_argument("--only", action="append", metavar="SCAN", help="may be given again")
+    parser.add_argument("--search", type=str.split, default=[], metavar="OPTIONS",
+                        help='more options of bench_find_planes, such as "--detail fine"')
     parser.add_argument("--peers", type=lambda text: text.split(","), default=PEERS, metavar="NAMES")
     parser.add_argument("--no-peers", dest="peers", action="store_const", const=[])
     options = parser.parse_args()
