@@ -25,8 +25,10 @@ bool Holds(const RaySurface::Rect& rect, double s, double t) {
     return s > rect.left && s < rect.right && t > rect.bottom && t < rect.top;
 }
 
-/// How far a surface stands out at a place.
+/// How far a surface stands out at a place; beyond its rim as far as there.
 double HeightAt(const RaySurface& surface, double s, double t) {
+    s = std::clamp(s, 0.0, surface.width);
+    t = std::clamp(t, 0.0, surface.height);
     double height = 0;
     if (surface.waviness != 0)
         height += surface.waviness / 2 *
@@ -128,7 +130,8 @@ private:
             t = Dot(at, surface.v);
         };
         place();
-        // The slopes of waves and warps are small: each turn comes ten times as near, or nearer.
+        // The slopes of waves and warps are small: each turn comes twice as near or nearer, even where
+        // the ray is as flat as may be.
         for (int turn = 0; turn < 4 && seen.curved; ++turn) {
             range = (seen.distance + HeightAt(surface, s, t)) / towards;
             place();
