@@ -73,7 +73,7 @@ public:
         return true;
     }
 
-    /// Calls use(place, data, pair) for the first `count` points of the skeleton. Once only.
+    /// Calls use(place, data, pair) for the next `count` points of the skeleton, from its first on.
     template <class Use>
     [[nodiscard]] bool ForEachSkeletonPoint(std::uint64_t count, Use use) {
         SimplePointT<float> place;

@@ -173,6 +173,9 @@ void ProjectManager::Destroy() {
     if (projectFile.empty()) return;  // BEHAVIOUR P7
     RemoveFile(platform::JoinPath(scanposFolder, L"rtfm.txt"));
     RemoveFile(platform::JoinPath(indexFolder, L"originaltransforms"));
+    RemoveFile(detail::SavedPlanesPath(*this));
+    RemoveFile(detail::UnfinishedPlanesPath(*this));
+    RemoveFile(detail::PlanesLockPath(*this));
     for (const CString* file : {&headFile,
                                 &transformFile,
                                 &gridSkeletLas,

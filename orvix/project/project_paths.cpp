@@ -151,4 +151,16 @@ Expected<void> FindProject(ProjectManager& manager, const CString& projectFile) 
                                          platform::ToUtf8(manager.projectFilesFolder));
 }
 
+CString SavedPlanesPath(const ProjectManager& paths) {
+    return platform::JoinPath(paths.projectFilesFolder, L"planes");
+}
+
+CString UnfinishedPlanesPath(const ProjectManager& paths) {
+    return platform::JoinPath(paths.projectFilesFolder, L"planes.orvix-part");
+}
+
+CString PlanesLockPath(const ProjectManager& paths) {
+    return platform::JoinPath(paths.projectFilesFolder, L"planes.lock");
+}
+
 }  // namespace orvix::detail

@@ -27,4 +27,10 @@ void ClearPaths(ProjectManager& manager);
 /// Errors     BadInput unless `projectFile` names an existing file with its project-files folder.
 Expected<void> FindProject(ProjectManager& manager, const CString& projectFile);
 
+/// Where a project stores its planes, where they are written until they are complete, and the lock
+/// of who writes them.
+CString SavedPlanesPath(const ProjectManager& paths);
+CString UnfinishedPlanesPath(const ProjectManager& paths);
+CString PlanesLockPath(const ProjectManager& paths);
+
 }  // namespace orvix::detail

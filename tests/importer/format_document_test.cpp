@@ -54,6 +54,7 @@ Document ReadDocument() {
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with("```hex ")) {
             const std::string name = line.substr(7);
+            if (name == "planes") continue;  // no file of an import
             block = &document.files[name == "scan.prj" ? "" : name];
         } else if (line.starts_with("```")) {
             block = nullptr;

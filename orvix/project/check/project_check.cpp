@@ -12,6 +12,7 @@
 
 #include "orvix/platform/file.h"
 #include "orvix/project/check/check_cell_list.h"
+#include "orvix/project/check/check_saved_planes.h"
 #include "orvix/project/check/check_skeleton.h"
 #include "orvix/project/histogram_file.h"
 #include "orvix/project/project_paths.h"
@@ -116,6 +117,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
     if (!log.Cancelled()) CheckCellList(log, paths, grid);
     if (!log.Cancelled()) CheckSkeleton(log, paths, grid, head);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
+    if (!log.Cancelled()) CheckSavedPlanes(log, paths);
 }
 
 }  // namespace

@@ -48,7 +48,9 @@ struct CheckOptions {
 /// - every skeleton point is one of the cloud's points, and its data record holds that point's
 ///   intensity, colour, class and station (not its DCLC pair, which a host sets in either file);
 /// - index_hash, where there is one, lists the 100 cm cells in the order of their index;
-/// - the histograms' bins ascend and their counts sum up to the points.
+/// - the histograms' bins ascend and their counts sum up to the points;
+/// - saved planes, where there are any, are whole, are of these points, and their numbers of points
+///   are those of the planes of all points.
 ///
 /// Boundaries a project whose scale is 1.0 or more has no 10 cm level, and its files are not asked
 ///            for. Of many faults of one kind in one file three are listed and the rest counted.
@@ -56,9 +58,9 @@ struct CheckOptions {
 ///            read a file that is there. Damage of any sort is a fault in the report, never an
 ///            error or a crash.
 /// Threads    any number of checks at once, each on one thread.
-/// Cost       points are read twice, in file order, through mapped views, the small files too. No
-///            memory grows with the project. A project must not be cut short by another process
-///            meanwhile.
+/// Cost       points are read twice, in file order, through mapped views, the small files too, and
+///            once more where planes are saved. No memory grows with the project. A project must not
+///            be cut short by another process meanwhile.
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options = {});
 
 }  // namespace orvix::detail
