@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "detection/plane_search.h"
+#include "detection/saved/plane_set.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
 
@@ -16,7 +16,7 @@ namespace orvix::edits {
 /// Errors   Failure where the point files cannot be written; Cancelled where `proceed` says no;
 ///          BadInput for more than 65,535 planes.
 /// Cost     one pass over the points, and then a wait until what changed is on the disk.
-Expected<void> ApplyPlaneNumbers(const CString& project, const detection::PlaneSearch& search,
+Expected<void> ApplyPlaneNumbers(const CString& project, const detection::PlaneSet& planes,
                                  const std::function<bool()>& proceed);
 
 }  // namespace orvix::edits

@@ -11,8 +11,8 @@ struct Colour {
     std::uint8_t b = 0;
 };
 
-/// The colour of a plane, in pictures and in point files alike: one of a row in which neighbours
-/// differ most.
-Colour PlaneColour(std::int32_t plane);
+/// The colour of a plane by its number, from 1, in pictures and in point files alike: one of a row in
+/// which neighbours differ most.
+Colour PlaneColour(std::uint32_t number);
 
 }  // namespace orvix::output

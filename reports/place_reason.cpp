@@ -33,8 +33,9 @@ std::string Distances(const PlaceReport& place, const PlaneSearchSettings& setti
 
 std::string NameOf(std::int32_t plane, const std::vector<WorldPlane>& planes) {
     const auto i = static_cast<std::size_t>(plane);
-    if (i >= planes.size() || planes[i].kind == "other") return fmt::format("plane {}", plane + 1);
-    return fmt::format("plane {}, a {}", plane + 1, planes[i].kind);
+    const std::size_t number = i < planes.size() ? planes[i].number : i + 1;
+    if (i >= planes.size() || planes[i].kind == "other") return fmt::format("plane {}", number);
+    return fmt::format("plane {}, a {}", number, planes[i].kind);
 }
 
 std::string LeastOf(const PlaneSearchSettings& settings) {

@@ -5,7 +5,9 @@
 #include <chrono>
 #include <utility>
 
+#include "detection/saved/stored_planes.h"
 #include "orvix/geometry/vector.h"
+#include "orvix/project/project_paths.h"
 #include "reports/station_list.h"
 
 namespace orvix::reports {
@@ -54,6 +56,10 @@ double TwiceAreaOf(const WorldPlane::Ring& ring, const Vector& n, const Vector& 
     return twice;
 }
 
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 }  // namespace
 
 Vector CornerOf(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
@@ -66,10 +72,10 @@ bool IsTurned(const FoundPlane& plane) {
     return Dot(plane.frame.Normal(), plane.normal) < 0;
 }
 
-std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
+std::vector<WorldPlane> WorldPlanesOf(const std::vector<FoundPlane>& found,
                                       const detail::LocalToWorld& frame) {
     std::vector<WorldPlane> planes;
-    for (const FoundPlane& plane : search.Planes()) {
+    for (const FoundPlane& plane : found) {
         WorldPlane out;
         out.number = planes.size() + 1;
         out.kind = WordOf(plane.kind);
@@ -101,15 +107,33 @@ double PlanesFinding::Area() const {
     return area;
 }
 
+void PlanesFinding::Renumber() {
+    for (std::size_t i = 0; i < planes.size(); ++i) planes[i].number = set->Numbers()[i];
+}
+
 Expected<PlanesFinding> FindPlanes(const WorldProject& project,
                                    detection::PlaneSearchOptions options) {
     options.stations = ScannerPositions(project.Manager());
     const auto start = std::chrono::steady_clock::now();
     auto search = detection::PlaneSearch::Run(project.Core(), options);
     if (!search) return ErrorOf(search);
-    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-    std::vector<WorldPlane> planes = WorldPlanesOf(**search, project.frame);
-    return PlanesFinding{std::move(*search), std::move(planes), spent.count()};
+    const double seconds = SecondsSince(start);
+    auto set =
+        std::make_unique<detection::SearchedPlanes>(project.Core(), **search, options.detail);
+    std::vector<WorldPlane> planes = WorldPlanesOf(set->Planes(), project.frame);
+    return PlanesFinding{std::move(*search), std::move(set), std::move(planes), seconds};
+}
+
+Expected<PlanesFinding> ReadPlanes(const WorldProject& project) {
+    const auto start = std::chrono::steady_clock::now();
+    auto set =
+        detection::StoredPlanes::Open(detail::SavedPlanesPath(project.Manager()), project.Core());
+    if (!set) return ErrorOf(set);
+    PlanesFinding finding{nullptr, std::move(*set), {}, 0};
+    finding.planes = WorldPlanesOf(finding.set->Planes(), project.frame);
+    finding.Renumber();
+    finding.seconds = SecondsSince(start);
+    return finding;
 }
 
 }  // namespace orvix::reports

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "detection/plane_search.h"
+#include "detection/saved/plane_set.h"
 #include "reports/world_project.h"
 
 namespace orvix::reports {
 
-/// A plane in world coordinates, numbered from 1.
+/// A plane in world coordinates, with its number from 1.
 struct WorldPlane {
     using Ring = std::vector<SimplePointT<double>>;
     struct Region {
@@ -30,16 +30,21 @@ struct WorldPlane {
     std::vector<Region> regions;  ///< counter-clockwise seen from where the normal points
 };
 
-std::vector<WorldPlane> WorldPlanesOf(const detection::PlaneSearch& search,
+/// Numbered in their order.
+std::vector<WorldPlane> WorldPlanesOf(const std::vector<detection::FoundPlane>& planes,
                                       const detail::LocalToWorld& frame);
 
-/// All planes of a project, in its own frame and in the world, and how long the search took.
+/// All planes of a project, in its own frame and in the world, and how long finding or reading them
+/// took.
 struct PlanesFinding {
-    std::unique_ptr<detection::PlaneSearch> search;
+    std::unique_ptr<detection::PlaneSearch> search;  ///< none of planes that the project stored
+    std::unique_ptr<detection::PlaneSet> set;
     std::vector<WorldPlane> planes;
     double seconds = 0;
 
     [[nodiscard]] double Area() const;  ///< of all planes, square metres
+    /// Takes over the numbers that the set has.
+    void Renumber();
 };
 
 /// Finds all planes; `options.stations` are set here, from where the scanners stood.
@@ -48,6 +53,12 @@ struct PlanesFinding {
 /// Lifetime `project` must outlive the result.
 Expected<PlanesFinding> FindPlanes(const WorldProject& project,
                                    detection::PlaneSearchOptions options);
+
+/// Reads the planes that an earlier search stored in the project.
+///
+/// Errors   those of StoredPlanes::Open.
+/// Lifetime as of FindPlanes.
+Expected<PlanesFinding> ReadPlanes(const WorldProject& project);
 
 /// A corner of a plane's outline, project frame. The outline is flat in the frame that points were
 /// held against; the plane through its points is a hair away, so each corner is brought onto it.

@@ -88,7 +88,7 @@ Answer Find(orvix_project& project, const orvix_planes_options& given,
     auto search = PlaneSearch::Run(made->project->Core(), *options);
     if (!search) return Refuse(search.error());
     made->search = std::move(*search);
-    made->planes = reports::WorldPlanesOf(*made->search, made->frame);
+    made->planes = reports::WorldPlanesOf(made->search->Planes(), made->frame);
     found = std::move(made);
     return {};
 }

@@ -13,15 +13,15 @@ namespace orvix::output {
 
 namespace {
 
-using detection::PlaneSearch;
+using detection::PlaneSet;
 
 constexpr std::size_t kPointBytes = 31;
 constexpr Colour kNoPlane{160, 160, 160};
 
-std::array<std::uint8_t, kPointBytes> RecordOf(const SimplePointT<double>& at, std::int32_t plane) {
+std::array<std::uint8_t, kPointBytes> RecordOf(const SimplePointT<double>& at,
+                                               std::uint32_t number) {
     std::array<std::uint8_t, kPointBytes> record;
-    const Colour colour = plane < 0 ? kNoPlane : PlaneColour(plane);
-    const std::int32_t number = plane + 1;
+    const Colour colour = number == 0 ? kNoPlane : PlaneColour(number);
     std::memcpy(record.data(), &at.x, 8);
     std::memcpy(record.data() + 8, &at.y, 8);
     std::memcpy(record.data() + 16, &at.z, 8);
@@ -33,32 +33,32 @@ std::array<std::uint8_t, kPointBytes> RecordOf(const SimplePointT<double>& at, s
 }
 
 template <class Use>
-Expected<void> ForEachPlanePoint(CAlivePointReader& reader, const PlaneSearch& search, Use&& use) {
+Expected<void> ForEachPlanePoint(CAlivePointReader& reader, const PlaneSet& planes, Use&& use) {
     const auto useAll = [&use](const detection::PlanePoints& block) {
         for (std::size_t i = 0; i < block.points.size(); ++i)
             use(block.points[i], block.firstRecord + i, block.planes[i]);
     };
-    for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        if (auto done = search.ReadChunk(reader, chunk, useAll); !done) return done;
+    for (std::size_t chunk = 0; chunk < planes.Chunks(); ++chunk)
+        if (auto done = planes.ReadChunk(reader, chunk, useAll); !done) return done;
     return {};
 }
 
 }  // namespace
 
 Expected<void> WritePlanePoints(const CString& path, detail::OpenProject& project,
-                                const PlaneSearch& search, const detail::LocalToWorld& frame) {
+                                const PlaneSet& planes, const detail::LocalToWorld& frame) {
     TextFile file(path);
     file.Print(
         "ply\nformat binary_little_endian 1.0\nelement vertex {}\nproperty double x\n"
         "property double y\nproperty double z\nproperty uchar red\nproperty uchar green\n"
         "property uchar blue\nproperty int plane\nend_header\n",
-        search.Points());
-    if (search.Points() > 0) {
+        planes.Points());
+    if (planes.Points() > 0) {
         const auto reader = project.Core().CreateAlivePointReader();
         auto done = ForEachPlanePoint(
-            *reader, search, [&](const auto& p, std::uint64_t, std::int32_t plane) {
-                const auto record =
-                    RecordOf(frame.ToWorld(SimplePointT<double>{p.x, p.y, p.z}), plane);
+            *reader, planes, [&](const auto& p, std::uint64_t, std::int32_t plane) {
+                const auto record = RecordOf(frame.ToWorld(SimplePointT<double>{p.x, p.y, p.z}),
+                                             planes.NumberOf(plane));
                 file.Append(record.data(), record.size());
             });
         if (!done) return done;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "detection/plane_search.h"
+#include "detection/saved/plane_set.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
 
@@ -13,7 +13,7 @@ namespace orvix::output {
 /// Errors   NoSpace or Failure, with the path, when writing fails.
 /// Cost     one pass over the points through a buffer of 1 MiB, 31 bytes per point.
 Expected<void> WritePlanePoints(const CString& path, detail::OpenProject& project,
-                                const detection::PlaneSearch& search,
+                                const detection::PlaneSet& planes,
                                 const detail::LocalToWorld& frame);
 
 }  // namespace orvix::output

@@ -83,13 +83,13 @@ void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
 
 }  // namespace
 
-PlanesMesh MeshOfPlanes(const detection::PlaneSearch& search, const detail::LocalToWorld& frame,
+PlanesMesh MeshOfPlanes(const detection::PlaneSet& set, const detail::LocalToWorld& frame,
                         const std::vector<reports::WorldPlane>& planes) {
     PlanesMesh all;
     for (std::size_t i = 0; i < planes.size(); ++i) {
         all.parts.push_back({all.mesh.triangles.size(),
                              fmt::format("plane_{}_{}", planes[i].number, planes[i].kind)});
-        AddFaces(search.Planes()[i], frame, all.mesh);
+        AddFaces(set.Planes()[i], frame, all.mesh);
     }
     return all;
 }

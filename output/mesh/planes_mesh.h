@@ -21,7 +21,7 @@ struct PlanesMesh {
 ///        between two of them is the same edge of both.
 /// Order  a function of the planes alone.
 /// Cost   n log n of a plane's corners.
-PlanesMesh MeshOfPlanes(const detection::PlaneSearch& search, const detail::LocalToWorld& frame,
+PlanesMesh MeshOfPlanes(const detection::PlaneSet& set, const detail::LocalToWorld& frame,
                         const std::vector<reports::WorldPlane>& planes);
 
 }  // namespace orvix::output

@@ -16,9 +16,9 @@ using detail::Vector, detail::operator-;
 
 constexpr std::uint64_t kMaxPoints = 3'000'000;
 
-bool IsCeiling(const detection::PlaneSearch& search, std::int32_t plane) {
+bool IsCeiling(const detection::PlaneSet& set, std::int32_t plane) {
     return plane >= 0 &&
-           search.Planes()[static_cast<std::size_t>(plane)].kind == detection::PlaneKind::Ceiling;
+           set.Planes()[static_cast<std::size_t>(plane)].kind == detection::PlaneKind::Ceiling;
 }
 
 SimplePointT<float> Narrowed(const Vector& p) {
@@ -26,10 +26,10 @@ SimplePointT<float> Narrowed(const Vector& p) {
 }
 
 std::vector<PlanesPicture::Point> PointsOf(const reports::WorldProject& project,
-                                           const detection::PlaneSearch& search) {
+                                           const detection::PlaneSet& set) {
     std::vector<PlanesPicture::Point> points;
-    if (search.Points() == 0) return points;
-    const std::uint64_t stride = detail::StrideFor(search.Points(), kMaxPoints);
+    if (set.Points() == 0) return points;
+    const std::uint64_t stride = detail::StrideFor(set.Points(), kMaxPoints);
     const Vector origin = project.frame.Origin();
     const auto add = [&](const detection::PlanePoints& block) {
         for (std::size_t i = 0; i < block.points.size(); ++i) {
@@ -37,13 +37,13 @@ std::vector<PlanesPicture::Point> PointsOf(const reports::WorldProject& project,
             const auto& p = block.points[i];
             const Vector at = project.frame.ToWorld(Vector{p.x, p.y, p.z});
             const std::int32_t plane = block.planes[i];
-            points.push_back({Narrowed(at - origin), plane, IsCeiling(search, plane)});
+            points.push_back({Narrowed(at - origin), set.NumberOf(plane), IsCeiling(set, plane)});
         }
     };
     const auto reader = project.Core().CreateAlivePointReader();
     // A view that is missing leaves the picture without the points from there on.
-    for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        if (!search.ReadChunk(*reader, chunk, add)) break;
+    for (std::size_t chunk = 0; chunk < set.Chunks(); ++chunk)
+        if (!set.ReadChunk(*reader, chunk, add)) break;
     return points;
 }
 
@@ -51,16 +51,16 @@ std::vector<PlanesPicture::Point> PointsOf(const reports::WorldProject& project,
 
 PlanesPicture PictureOf(const reports::WorldProject& project,
                         const reports::PlanesFinding& finding) {
-    const detection::PlaneSearch& search = *finding.search;
+    const detection::PlaneSet& set = *finding.set;
     PlanesPicture picture;
-    picture.points = PointsOf(project, search);
-    picture.spacing = search.Settings().spacing;
+    picture.points = PointsOf(project, set);
+    picture.spacing = set.Settings().spacing;
     picture.title = fmt::format("{} planes, {:.1f} m²", platform::CountText(finding.planes.size()),
                                 finding.Area());
     picture.subtitle =
         fmt::format("{} of {} points within {:.1f} mm; grey: on none",
-                    platform::CountText(search.AssignedPoints()),
-                    platform::CountText(search.Points()), search.Settings().distance * 1000);
+                    platform::CountText(set.AssignedPoints()), platform::CountText(set.Points()),
+                    set.Settings().distance * 1000);
     return picture;
 }
 

@@ -58,7 +58,7 @@ private:
 ViewBounds PlanesDrawing::CoreBounds(const PictureView& view) const {
     std::vector<double> xs, ys;
     for (const auto& p : picture_.points) {
-        if (p.plane < 0 && &p != &picture_.points.front()) continue;
+        if (p.plane == 0 && &p != &picture_.points.front()) continue;
         xs.push_back(view.X(detail::Widened(p.position)));
         ys.push_back(view.Y(detail::Widened(p.position)));
     }
@@ -75,7 +75,7 @@ void PlanesDrawing::DrawPanel(PictureView view, const PixelRect& panel, const st
     for (const auto& p : picture_.points) {
         const Vector at = detail::Widened(p.position);
         if (fromAbove && p.ceiling) continue;
-        const bool loose = p.plane < 0;
+        const bool loose = p.plane == 0;
         layer.Add(view.Place(at), view.Depth(at), loose ? kLoose : PlaneColour(p.plane),
                   loose ? 0.6 * radius : radius);
     }

@@ -15,7 +15,7 @@ namespace orvix::output {
 struct PlanesPicture {
     struct Point {
         SimplePointT<float> position;
-        std::int32_t plane = -1;  ///< -1: on none
+        std::uint32_t plane = 0;  ///< its number; 0: on none
         bool ceiling = false;     ///< left out from above, so as not to hide the rooms
     };
     std::vector<Point> points;
