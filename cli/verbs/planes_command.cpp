@@ -24,17 +24,19 @@ constexpr const char* kExamples =
     "  orvix planes scan.prj --json > planes.json\n"
     "  orvix planes scan.prj --mesh planes.obj --points planes.ply --outlines planes.ifc\n"
     "  orvix planes scan.prj --distance 0.03 --min-area 1 --apply\n"
-    "  orvix planes scan.prj --explain 12.4,3.08,1.5";
+    "  orvix planes scan.prj --explain 12.4,3.08,1.5\n"
+    "  orvix planes scan.prj --save\n"
+    "  orvix planes scan.prj --saved --outlines planes.dxf --picture planes.png";
 
 Expected<void> WriteFiles(const PlanesArguments& arguments, const reports::WorldProject& project,
                           const reports::PlanesFinding& finding) {
     Expected<void> done;
     if (!arguments.points.empty())
         done = output::WritePlanePoints(platform::FromUtf8(arguments.points), *project.files,
-                                        *finding.search, project.frame);
+                                        *finding.set, project.frame);
     if (done && !arguments.mesh.empty()) {
         const output::PlanesMesh mesh =
-            output::MeshOfPlanes(*finding.search, project.frame, finding.planes);
+            output::MeshOfPlanes(*finding.set, project.frame, finding.planes);
         done = output::WriteMesh(platform::FromUtf8(arguments.mesh), mesh.mesh, mesh.parts);
     }
     if (done && !arguments.outlines.empty())
@@ -43,7 +45,7 @@ Expected<void> WriteFiles(const PlanesArguments& arguments, const reports::World
         done = output::WritePng(platform::FromUtf8(arguments.picture),
                                 output::DrawPlanes(output::PictureOf(project, finding)));
     if (done && arguments.apply)
-        done = edits::ApplyPlaneNumbers(project.Manager().projectFile, *finding.search, MayGoOn);
+        done = edits::ApplyPlaneNumbers(project.Manager().projectFile, *finding.set, MayGoOn);
     return done;
 }
 
@@ -58,7 +60,25 @@ Expected<std::optional<detection::PlaceReport>> Explain(const std::string& place
     return *report;
 }
 
-Expected<Outcome> RunPlanes(PlanesArguments arguments) {
+Expected<reports::PlanesFinding> FindOrRead(const PlanesArguments& arguments,
+                                            const reports::WorldProject& project) {
+    if (arguments.saved) return reports::ReadPlanes(project);
+    detection::PlaneSearchOptions options = arguments.options;
+    options.memoryLimitBytes =
+        platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
+    options.proceed = MayGoOn;
+    return reports::FindPlanes(project, options);
+}
+
+// Before the files, which show the planes' numbers.
+Expected<detection::SaveReport> Save(const reports::WorldProject& project,
+                                     reports::PlanesFinding& finding) {
+    auto saved = detection::SavePlanes(project.Manager(), project.Core(), *finding.set, MayGoOn);
+    if (saved) finding.Renumber();
+    return saved;
+}
+
+Expected<Outcome> RunPlanes(const PlanesArguments& arguments) {
     const Expected<CString> path = detail::RequireProject(arguments.project);
     if (!path) return ErrorOf(path);
     if (auto places = RequirePlaces(
@@ -67,19 +87,26 @@ Expected<Outcome> RunPlanes(PlanesArguments arguments) {
         return ErrorOf(places);
     const auto project = reports::WorldProject::Open(*path);
     if (!project) return ErrorOf(project);
-    if (arguments.apply) {
+    if (arguments.apply || arguments.save) {
         if (auto writable = project->files->RequireWritable(); !writable) return ErrorOf(writable);
     }
-    detection::PlaneSearchOptions& options = arguments.options;
-    options.memoryLimitBytes =
-        platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
-    options.proceed = MayGoOn;
-    const auto finding = reports::FindPlanes(*project, options);
+    if (arguments.save) {
+        if (auto savable = detection::RequireSavable(project->Manager()); !savable)
+            return ErrorOf(savable);
+    }
+    auto finding = FindOrRead(arguments, *project);
     if (!finding) return ErrorOf(finding);
+    PlanesExtras extras;
+    if (arguments.save) {
+        const auto save = Save(*project, *finding);
+        if (!save) return ErrorOf(save);
+        extras.save = *save;
+    }
     const auto place = Explain(arguments.explain, *project, *finding);
     if (!place) return ErrorOf(place);
+    extras.place = *place;
     if (auto written = WriteFiles(arguments, *project, *finding); !written) return ErrorOf(written);
-    return OutcomeOf(arguments, *finding, *place);
+    return OutcomeOf(arguments, *finding, extras);
 }
 
 std::string CheckAbove0(const std::string& text) {
@@ -135,6 +162,15 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context) {
                    "pair");
     AddPositionOption(*verb, "--explain", arguments->explain,
                       "Say why a place is in a plane or in none, world coordinates");
+    CLI::Option* save = verb->add_flag("--save", arguments->save,
+                                       "Keep the planes in the project, with their numbers");
+    CLI::Option* saved = verb->add_flag("--saved", arguments->saved,
+                                        "Take the planes that --save kept, without another search")
+                             ->excludes(save)
+                             ->excludes("--explain");
+    for (const char* option :
+         {"--cell", "--distance", "--angle", "--min-area", "--min-points", "--bridge"})
+        saved->excludes(option);
 }
 
 }  // namespace orvix::cli

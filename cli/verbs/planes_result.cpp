@@ -48,67 +48,72 @@ Json JsonOf(const detection::PlaneSearchSettings& settings) {
                 {"min_points", settings.minPoints}, {"bridge", settings.bridge}};
 }
 
-Json NumberOrNull(std::int32_t plane) {
-    return plane < 0 ? Json() : Json(plane + 1);
+Json NumberOrNull(const detection::PlaneSet& set, std::int32_t plane) {
+    return plane < 0 ? Json() : Json(set.NumberOf(plane));
 }
 
-Json JsonOf(const detection::PlaceReport& place) {
+Json JsonOf(const detection::SaveReport& save) {
+    return Json{{"kept", save.kept}, {"added", save.added}, {"gone", save.gone}};
+}
+
+Json JsonOf(const detection::PlaneSet& set, const detection::PlaceReport& place) {
     const double turn = reports::TurnInDegrees(place);
     Json json;
-    json["plane"] = NumberOrNull(place.plane);
+    json["plane"] = NumberOrNull(set, place.plane);
     json["verdict"] = reports::WordOf(reports::VerdictOf(place));
     json["cell_points"] = place.points;
     json["cell_normal"] = PointJson(place.cellNormal);
     json["cell_rms"] = place.cellRms;
-    json["nearest"] = NumberOrNull(place.nearest);
+    json["nearest"] = NumberOrNull(set, place.nearest);
     json["nearest_distance"] = place.nearestDistance;
     json["nearest_turn"] = turn < 0 ? Json() : Json(turn);
     return json;
 }
 
 Json JsonOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
-            const std::optional<detection::PlaceReport>& place) {
-    const detection::PlaneSearch& search = *finding.search;
+            const PlanesExtras& extras) {
+    const detection::PlaneSet& set = *finding.set;
     Json json;
-    json["settings"] = JsonOf(search.Settings());
-    json["points"] = search.Points();
-    json["assigned_points"] = search.AssignedPoints();
-    json["cells"] = search.Cells();
+    json["settings"] = JsonOf(set.Settings());
+    json["points"] = set.Points();
+    json["assigned_points"] = set.AssignedPoints();
+    json["cells"] = set.Cells();
     json["planes"] = Json::array();
     for (const reports::WorldPlane& plane : finding.planes) json["planes"].push_back(JsonOf(plane));
-    if (place) {
-        json["explain"] = JsonOf(*place);
-        json["explain"]["why"] = reports::SentencesOf(*place, search.Settings(), finding.planes);
+    if (extras.place) {
+        json["explain"] = JsonOf(set, *extras.place);
+        json["explain"]["why"] =
+            reports::SentencesOf(*extras.place, set.Settings(), finding.planes);
     }
     json["points_file"] = NameOrNull(arguments.points);
     json["mesh"] = NameOrNull(arguments.mesh);
     json["outlines"] = NameOrNull(arguments.outlines);
     json["picture"] = NameOrNull(arguments.picture);
     json["applied"] = arguments.apply;
+    json["save"] = extras.save ? JsonOf(*extras.save) : Json();
     json["seconds"] = finding.seconds;
     return json;
 }
 
 std::string TextOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
-                   const std::optional<detection::PlaceReport>& place) {
-    const detection::PlaneSearch& search = *finding.search;
-    const auto& s = search.Settings();
+                   const PlanesExtras& extras) {
+    const detection::PlaneSet& set = *finding.set;
+    const auto& s = set.Settings();
     std::string text = fmt::format(
         "measured  spacing {:.1f} mm, noise {:.1f} mm\n"
         "used      cells {:g} m, distance {:.1f} mm, angle {:g} degrees, min area {:g} m2, "
         "min points {:g}, bridge {:g} m\n",
         s.spacing * 1000, s.noise * 1000, s.cellSize, s.distance * 1000, s.angle, s.minArea,
         s.minPoints, s.bridge);
-    const double share = search.Points() > 0
-                             ? 100.0 * static_cast<double>(search.AssignedPoints()) /
-                                   static_cast<double>(search.Points())
-                             : 0;
+    const double share = set.Points() > 0 ? 100.0 * static_cast<double>(set.AssignedPoints()) /
+                                                static_cast<double>(set.Points())
+                                          : 0;
     std::map<std::string, std::size_t> kinds;
     for (const reports::WorldPlane& plane : finding.planes) ++kinds[plane.kind];
     text += fmt::format("planes    {}, {:.2f} m2; {} of {} points, {:.1f} %\n",
                         platform::CountText(finding.planes.size()), finding.Area(),
-                        platform::CountText(search.AssignedPoints()),
-                        platform::CountText(search.Points()), share);
+                        platform::CountText(set.AssignedPoints()),
+                        platform::CountText(set.Points()), share);
     for (const auto& [kind, count] : kinds)
         text += fmt::format("          {:<8} {:>6}\n", kind, platform::CountText(count));
     for (std::size_t i = 0; i < std::min(finding.planes.size(), kListed); ++i) {
@@ -120,23 +125,28 @@ std::string TextOf(const PlanesArguments& arguments, const reports::PlanesFindin
     if (finding.planes.size() > kListed)
         text += fmt::format("          and {} more; --json lists them all\n",
                             platform::CountText(finding.planes.size() - kListed));
-    if (place)
+    if (extras.place)
         text += fmt::format("{}:\n{}", arguments.explain,
-                            reports::SentencesOf(*place, s, finding.planes));
+                            reports::SentencesOf(*extras.place, s, finding.planes));
     for (const auto& [what, name] :
          {std::pair{"points", &arguments.points}, std::pair{"mesh", &arguments.mesh},
           std::pair{"outlines", &arguments.outlines}, std::pair{"picture", &arguments.picture}})
         if (!name->empty()) text += fmt::format("{:<9} {}\n", what, *name);
     if (arguments.apply)
         text += "applied   plane numbers are in the first values of the points' DCLC pairs\n";
+    if (extras.save)
+        text += fmt::format(
+            "saved     {} planes keep their numbers, {} have new ones, {} are gone\n",
+            platform::CountText(extras.save->kept), platform::CountText(extras.save->added),
+            platform::CountText(extras.save->gone));
     return text + fmt::format("{:.2f} s\n", finding.seconds);
 }
 
 }  // namespace
 
 Outcome OutcomeOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
-                  const std::optional<detection::PlaceReport>& place) {
-    return {JsonOf(arguments, finding, place), TextOf(arguments, finding, place)};
+                  const PlanesExtras& extras) {
+    return {JsonOf(arguments, finding, extras), TextOf(arguments, finding, extras)};
 }
 
 }  // namespace orvix::cli

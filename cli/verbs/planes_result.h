@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/command_context.h"
+#include "detection/saved/save_planes.h"
 #include "reports/planes_report.h"
 
 namespace orvix::cli {
@@ -19,11 +20,19 @@ struct PlanesArguments {
     std::string explain;
     std::string memoryLimit = "1GiB";
     bool apply = false;
+    bool save = false;
+    bool saved = false;
     detection::PlaneSearchOptions options;
 };
 
-/// What `orvix planes` prints; `place` is of the place to explain, where one was given.
+/// What `orvix planes` did beside finding planes, where it was asked to.
+struct PlanesExtras {
+    std::optional<detection::PlaceReport> place;  ///< of the place to explain
+    std::optional<detection::SaveReport> save;
+};
+
+/// What `orvix planes` prints.
 Outcome OutcomeOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
-                  const std::optional<detection::PlaceReport>& place);
+                  const PlanesExtras& extras);
 
 }  // namespace orvix::cli
