@@ -17,6 +17,7 @@ protected:
         settings_.minArea = 0.25;
         settings_.minPoints = 30;
         planes_.resize(2);
+        planes_[1].number = 7;
         planes_[1].kind = "wall";
         planes_[1].tolerance = 0.04;
         place_.occupied = true;
@@ -38,7 +39,7 @@ TEST_F(PlaceReason, NamesThePlaneAndItsDistanceInMillimetres) {
     place_.nearestDistance = -0.0031;
     place_.nearestTurn = std::cos(0.2);
     EXPECT_EQ(reports::VerdictOf(place_), reports::PlaceVerdict::OnPlane);
-    ExpectSaid("on plane 2, a wall: 3.1 mm away, of 40.0 mm allowed");
+    ExpectSaid("on plane 7, a wall: 3.1 mm away, of 40.0 mm allowed");
     ExpectSaid("turned by 11.5 degrees");
     EXPECT_DOUBLE_EQ(reports::TurnInDegrees(place_), 11.459);
 }
@@ -55,7 +56,7 @@ TEST_F(PlaceReason, SaysOfAPlaceThatIsTooFarHowItIsTurned) {
     place_.nearestDistance = 0.06;
     place_.nearestTurn = 0;
     EXPECT_EQ(reports::VerdictOf(place_), reports::PlaceVerdict::TooFar);
-    ExpectSaid("on none: the nearest around is plane 2, a wall: 60.0 mm away, of 40.0 mm allowed");
+    ExpectSaid("on none: the nearest around is plane 7, a wall: 60.0 mm away, of 40.0 mm allowed");
     ExpectSaid("turned by 90.0 degrees from the plane, of 20 allowed (--angle): too much");
 }
 

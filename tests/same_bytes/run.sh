@@ -79,7 +79,8 @@ use() {  # FOLDER COMMAND...
     result import_posed import posed.ptx posed.prj
     result stations stations posed.prj --picture stations.png
     result planes planes building.prj --points points.ply --mesh planes.ply --outlines planes.ifc
-    result rooms planes posed.prj --picture rooms.png --outlines rooms.dxf --apply
+    result rooms planes posed.prj --picture rooms.png --outlines rooms.dxf --apply --save
+    result rooms_saved planes posed.prj --saved --points rooms.ply --outlines rooms.ifc
     result classes classify posed.prj --field intensity --classes 5 --picture classes.svg --apply
     result heights histogram building.prj --field z --picture heights.svg
     for target in export.ply export.las export.xyz; do result "$target" export posed.prj $target; done
