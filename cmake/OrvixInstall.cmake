@@ -89,8 +89,9 @@ install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/GLOSSARY.md docs/EMBEDDING.m
   docs/message-box.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
-# What a host's developer starts from: an example with a build of its own, and a scan for it.
-install(FILES examples/01_import_open_seed_outline.cpp samples/building.ply samples/README.md
+# What a host's developer starts from: examples with a build of their own, and a scan for it.
+install(FILES examples/01_import_open_seed_outline.cpp examples/07_all_planes.cpp
+  samples/building.ply samples/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 install(FILES examples/package/CMakeLists.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)

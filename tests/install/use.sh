@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# use.sh PREFIX SCRATCH: builds and runs a host of its own, and the example that comes with the
+# use.sh PREFIX SCRATCH: builds and runs a host of its own, and the examples that come with the
 # package, against what lies under PREFIX. Nothing else of the project may be needed.
 #
 # CROSS holds the options that make CMake build for another system, RUNNER runs its programs.
@@ -35,6 +35,7 @@ cp -r "$examples" "$scratch/examples"
 builds "$scratch/examples" "$scratch/examples/build"
 cd "$scratch/examples"
 "${runner[@]}" "$(program build/01_import_open_seed_outline)" building.ply building.prj 3.7 -4.0 12.9
+"${runner[@]}" "$(program build/07_all_planes)" building.prj | tail -1
 
 "${runner[@]}" "$(program "$prefix/bin/orvix")" --version
 cd "$scratch" && rm -rf consumer examples
