@@ -10,7 +10,7 @@ import sys
 import tempfile
 
 STAND_IN = """#!{python}
-import json, pathlib, shutil, sys
+import json, pathlib, shutil, sys, time
 here = pathlib.Path(__file__).resolve().parent
 with open(here / "asked", "a") as asked:
     print(*sys.argv[1:], file=asked)
@@ -24,9 +24,13 @@ else:
            "by_area": [[0, 0, 0], [1, 0, 2], [2, 2, 2], [4, 4, 4]],
            "by_width": [[0, 0, 1], [1, 1, 1], [2, 2, 2], [4, 3, 4]]}}
     print(json.dumps(row))
-    if "--no-peers" not in sys.argv:
+    if "--peers" in sys.argv:
+        tolerance = float(sys.argv[sys.argv.index("--tolerances") + 1])
+        if "cgal-ransac" in sys.argv and tolerance == 2:
+            time.sleep(60)
         print(json.dumps(row | {{"name": "cgal-growing", "who": "CGAL region growing", "seconds": 20,
-                                "ratio": 40, "tolerance": 0.5}}))
+                                "ratio": 1, "tolerance": tolerance,
+                                "recall50": 0.5 if tolerance != 0.5 else 0.875}}))
 """
 
 EXPECTED = [
@@ -66,11 +70,14 @@ with tempfile.TemporaryDirectory() as folder:
         points = (binaries / "imported.ply").read_text().split("end_header\n")[1].splitlines()
         return done.stdout, asked, points
 
-    said, asked, points = run("--only", "roof 22523")
+    said, asked, points = run("--only", "roof 22523", "--patience", "6")
     # Planes of a roof are counted from 0, colours from 1: the 300th is 1 * 256 + 44.
     expect(points == ["5.25 6.5 7.0 0 0 1", "1.0 2.0 3.0 0 1 44"], f"the roof became {points}")
-    expect("--coloured" in asked[1] and "--tolerances 0.5,1,2" in asked[1], f"asked: {asked}")
-    expect("--peers cgal-growing,cgal-ransac" in asked[1], f"asked: {asked}")
+    expect("--coloured" in asked[1] and "--no-peers" in asked[1], f"asked: {asked}")
+    for peer in ("cgal-growing", "cgal-ransac"):
+        expect(sum(f"--peers {peer} --tolerances" in line for line in asked) == 3, f"asked: {asked}")
+    expect("cgal-ransac at 2 times the distance is left out" in said, f"it was waited for: {said}")
+    expect(said.count("is left out") == 1, f"left out: {said}")
     missing = [line for line in EXPECTED if line not in said.splitlines()]
     expect(not missing, f"missing: {missing}\nfrom:\n{said}")
 
