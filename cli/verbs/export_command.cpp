@@ -18,6 +18,7 @@ constexpr const char* kExamples =
     "  orvix export scan.prj scan.ply            importing it gives the same project\n"
     "  orvix export scan.prj scan.las --json\n"
     "  orvix export site.prj north.ply --station 0\n"
+    "  orvix export scan.prj numbered.las --planes\n"
     "  orvix export scan.prj room.xyz --box 12,3,0,18.5,7,2.8";
 
 constexpr std::size_t kBoxNumbers = 6;
@@ -28,6 +29,7 @@ struct Arguments {
     std::optional<std::uint16_t> station;
     std::string box;
     bool overwrite = false;
+    bool planes = false;
 };
 
 /// "X0,Y0,Z0,X1,Y1,Z1", each lower number first.
@@ -76,6 +78,7 @@ Expected<Outcome> RunExport(const Arguments& arguments, CommandContext& context)
     if (!project) return ErrorOf(project);
     output::ExportOptions options;
     options.station = arguments.station;
+    options.planes = arguments.planes;
     if (!arguments.box.empty()) options.box = ParseBox(arguments.box);
     options.existing =
         arguments.overwrite ? output::ExistingFile::Replace : output::ExistingFile::Keep;
@@ -108,6 +111,8 @@ void AddExportVerb(CLI::App& app, CommandContext& context) {
     verb->add_option("--box", arguments->box, "Only points in this box, world coordinates")
         ->check(CheckBox)
         ->type_name("X0,Y0,Z0,X1,Y1,Z1");
+    verb->add_flag("--planes", arguments->planes,
+                   "With the number of each point's plane, as 'planes --save' kept it");
     verb->add_flag("--overwrite", arguments->overwrite, "Replace an existing file");
     AddProgressOption(*verb, context);
 }

@@ -8,7 +8,7 @@ namespace orvix::output {
 std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const ExportedCloud& cloud) {
     if (HasEnding(path, L".ply")) return MakePlyCloudWriter(cloud);
     if (HasEnding(path, L".las")) return MakeLasCloudWriter(cloud);
-    return MakeXyzCloudWriter();
+    return MakeXyzCloudWriter(cloud);
 }
 
 }  // namespace orvix::output

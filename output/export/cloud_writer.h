@@ -18,6 +18,7 @@ struct ExportedCloud {
     std::uint64_t points = 0;
     detail::LocalToWorld frame;
     ExtendsT<double> bounds;  ///< world
+    bool planes = false;      ///< points have a plane's number
 };
 
 /// A position in the world and the attributes of an alive record.
@@ -31,6 +32,7 @@ struct ExportedPoint {
     std::uint16_t station = 0;
     std::uint16_t dclcFirst = 0;
     std::uint8_t dclcSecond = 0;
+    std::uint32_t plane = 0;  ///< its number; 0: on none
 };
 
 /// Turns points into the bytes of one file format.
@@ -62,7 +64,7 @@ std::unique_ptr<CloudWriter> MakeCloudWriter(const CString& path, const Exported
 /// local coordinates, bit for bit, and the project's origin as a comment that the import reads.
 std::unique_ptr<CloudWriter> MakePlyCloudWriter(const ExportedCloud& cloud);
 
-/// LAS 1.4, point format 7, the station as point source, the DCLC pair as extra bytes.
+/// LAS 1.4, point format 7, the station as point source, the DCLC pair and planes as extra bytes.
 ///
 /// Units  the scale is 0.1 mm, and coarser by tens where the cloud reaches further than 32 bits of
 ///        it; the offset is the project's origin. A position moves by up to half the scale.
@@ -71,6 +73,6 @@ std::unique_ptr<CloudWriter> MakeLasCloudWriter(const ExportedCloud& cloud);
 
 /// Text: a line of names, then a line per point, blanks between the columns, positions with as many
 /// digits as it takes to read them back exactly.
-std::unique_ptr<CloudWriter> MakeXyzCloudWriter();
+std::unique_ptr<CloudWriter> MakeXyzCloudWriter(const ExportedCloud& cloud);
 
 }  // namespace orvix::output

@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint16_t kHeaderBytes = 375;
 constexpr std::uint16_t kRecordBytes = 36 + 3;  // point format 7 and the DCLC pair
+constexpr std::uint16_t kPlaneBytes = 4;
 constexpr std::uint16_t kDescriptorBytes = 192;
 constexpr std::uint16_t kDescriptorRecord = 4;
 constexpr std::uint32_t kVariableRecordBytes = 54;
@@ -56,10 +57,11 @@ public:
         AppendNumber<std::uint16_t>(bytes, 0);
         AppendText(bytes, "LASF_Spec", 16);
         AppendNumber(bytes, kDescriptorRecord);
-        AppendNumber<std::uint16_t>(bytes, 2 * kDescriptorBytes);
+        AppendNumber(bytes, DescriptorsBytes());
         AppendText(bytes, "extra bytes", 32);
         AppendDescriptor(bytes, 3, "dclc_first", "first value of the DCLC pair");
         AppendDescriptor(bytes, 1, "dclc_second", "second value of the DCLC pair");
+        if (cloud_.planes) AppendDescriptor(bytes, 5, "plane", "number of the plane; 0: none");
     }
 
     void Add(const ExportedPoint& point, Bytes& bytes) const override {
@@ -79,14 +81,21 @@ public:
         }
         AppendNumber(bytes, point.dclcFirst);
         AppendNumber(bytes, point.dclcSecond);
+        if (cloud_.planes) AppendNumber(bytes, point.plane);
     }
 
-    std::uint64_t PointBytes() const override { return kRecordBytes; }
+    std::uint64_t PointBytes() const override { return RecordBytes(); }
     std::string Format() const override {
         return fmt::format("LAS 1.4, point format 7, scale {}", scale_);
     }
 
 private:
+    [[nodiscard]] std::uint16_t RecordBytes() const {
+        return static_cast<std::uint16_t>(kRecordBytes + (cloud_.planes ? kPlaneBytes : 0));
+    }
+    [[nodiscard]] std::uint16_t DescriptorsBytes() const {
+        return static_cast<std::uint16_t>((cloud_.planes ? 3 : 2) * kDescriptorBytes);
+    }
     [[nodiscard]] std::int32_t Stored(double world, double offset) const {
         return static_cast<std::int32_t>(std::lround((world - offset) / scale_));
     }
@@ -102,10 +111,10 @@ private:
         AppendText(bytes, "orvix " ORVIX_VERSION_STRING, 32);
         AppendNumber<std::uint32_t>(bytes, 0);  // no date: the same points give the same bytes
         AppendNumber(bytes, kHeaderBytes);
-        AppendNumber(bytes, kHeaderBytes + kVariableRecordBytes + 2u * kDescriptorBytes);
+        AppendNumber(bytes, kHeaderBytes + kVariableRecordBytes + DescriptorsBytes());
         AppendNumber<std::uint32_t>(bytes, 1);  // variable records
         AppendNumber<std::uint8_t>(bytes, 7);
-        AppendNumber(bytes, kRecordBytes);
+        AppendNumber(bytes, RecordBytes());
         AppendText(bytes, {}, 4 + 5 * 4);  // 32-bit counts: zero for this point format
         for (int axis = 0; axis < 3; ++axis) AppendNumber(bytes, scale_);
         for (const double o : {offset_.x, offset_.y, offset_.z}) AppendNumber(bytes, o);

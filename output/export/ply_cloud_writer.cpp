@@ -23,8 +23,9 @@ public:
                        "property double z\nproperty ushort intensity\nproperty uchar red\n"
                        "property uchar green\nproperty uchar blue\n"
                        "property uchar classification\nproperty ushort station\n"
-                       "property ushort dclc_first\nproperty uchar dclc_second\nend_header\n",
-                       origin.x, origin.y, origin.z, cloud_.points);
+                       "property ushort dclc_first\nproperty uchar dclc_second\n{}end_header\n",
+                       origin.x, origin.y, origin.z, cloud_.points,
+                       cloud_.planes ? "property uint plane\n" : "");
     }
 
     void Add(const ExportedPoint& point, Bytes& bytes) const override {
@@ -39,9 +40,10 @@ public:
         AppendNumber(bytes, point.station);
         AppendNumber(bytes, point.dclcFirst);
         AppendNumber(bytes, point.dclcSecond);
+        if (cloud_.planes) AppendNumber(bytes, point.plane);
     }
 
-    std::uint64_t PointBytes() const override { return 35; }
+    std::uint64_t PointBytes() const override { return cloud_.planes ? 39 : 35; }
     std::string Format() const override { return "PLY binary little-endian"; }
 
 private:

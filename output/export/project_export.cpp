@@ -7,6 +7,8 @@
 #include <chrono>
 #include <cstring>
 #include <limits>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "orvix/geometry/bounds.h"
@@ -18,6 +20,7 @@
 #include "orvix/points/generic_reader.h"
 #include "orvix/project/open_project.h"
 #include "output/export/cloud_writer.h"
+#include "output/export/plane_column.h"
 #include "output/output_file.h"
 
 namespace orvix::output {
@@ -86,13 +89,15 @@ private:
 class Export {
 public:
     Export(const CString& gridPts, const detail::LocalToWorld& frame, const ExportOptions& options,
-           const ExportCallback& callback)
+           const ExportCallback& callback, std::optional<PlaneColumn> planes)
         : path_(gridPts),
           reader_(gridPts, static_cast<std::int64_t>(kAlivePointBytes), GenericReader::kRead,
                   GenericReader::kPageRead, GenericReader::kViewRead),
           decoder_(frame, options),
-          callback_(callback) {
+          callback_(callback),
+          planes_(std::move(planes)) {
         cloud_.frame = frame;
+        cloud_.planes = planes_.has_value();
         constexpr double kFar = std::numeric_limits<double>::infinity();
         cloud_.bounds = {{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
     }
@@ -144,7 +149,10 @@ private:
                             platform::ToUtf8(path_) + " could not be read; check its permissions");
             }
             for (std::uint64_t i = 0; i < reader_.recordsInView; ++i, at += kAlivePointBytes) {
-                if (decoder_.Decode(reader_.chunkView + at, point)) use(point);
+                if (decoder_.Decode(reader_.chunkView + at, point)) {
+                    if (auto known = FindPlane(reader_.nextRecord + i, point); !known) return known;
+                    use(point);
+                }
                 if (i % kStretch == 0 && !MayGoOn(reader_.nextRecord + i)) {
                     return Fail(ErrorCode::Cancelled,
                                 "the export was cancelled; nothing was "
@@ -153,6 +161,13 @@ private:
             }
         }
         return {};
+    }
+
+    Expected<void> FindPlane(std::uint64_t record, ExportedPoint& point) {
+        if (!planes_ || pass_ == 0) return {};
+        auto reached = planes_->Reach(record);
+        if (reached) point.plane = planes_->NumberOf(record);
+        return reached;
     }
 
     // Counting takes far less time than writing.
@@ -168,6 +183,7 @@ private:
     GenericReader reader_;
     PointDecoder decoder_;
     const ExportCallback& callback_;
+    std::optional<PlaneColumn> planes_;
     ExportedCloud cloud_;
     int pass_ = 0;
     std::uint64_t written_ = 0;
@@ -207,7 +223,13 @@ Expected<ExportReport> ExportProject(const CString& project, const CString& targ
     const auto frame = detail::ReadTransform(manager.transformFile);
     if (!frame) return ErrorOf(frame);
 
-    Export work(manager.gridPts, *frame, options, callback);
+    std::optional<PlaneColumn> planes;
+    if (options.planes) {
+        auto column = PlaneColumn::Open(**opened);
+        if (!column) return ErrorOf(column);
+        planes = std::move(*column);
+    }
+    Export work(manager.gridPts, *frame, options, callback, std::move(planes));
     if (auto counted = work.Count(); !counted) return ErrorOf(counted);
     const ExportedCloud& cloud = work.Cloud();
     if (cloud.points == 0)

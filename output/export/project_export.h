@@ -18,6 +18,7 @@ enum class ExistingFile { Keep, Replace };
 struct ExportOptions {
     std::optional<std::uint16_t> station;  ///< only this station's points
     std::optional<ExtendsT<double>> box;   ///< only points in it, its faces included; world
+    bool planes = false;                   ///< with the number of each point's saved plane
     ExistingFile existing = ExistingFile::Keep;
 };
 
@@ -39,7 +40,7 @@ using ExportCallback =
 /// Order    as in the project: cell by cell.
 /// Boundaries where the project's frame is shifted by zero along an axis, coordinates are written
 ///          bit for bit, the sign of a zero included.
-/// Errors   BadInput for a file that exists, unless it is to be replaced, a place that cannot be
+/// Errors   of planes: those of detection::StoredPlanes. BadInput for a file that exists, unless it is to be replaced, a place that cannot be
 ///          written to and a choice that holds no point; NoSpace, before the first byte where it
 ///          can be known; Cancelled. The file appears whole or not at all.
 /// Cost     two passes over the mapped point file, one to count and one to write; constant memory.

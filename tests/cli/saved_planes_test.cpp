@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <set>
+#include <sstream>
 
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
@@ -126,6 +128,31 @@ TEST_F(SavedPlanesVerb, AreRefusedAndFoundByTheCheckWhenDamaged) {
     EXPECT_EQ(ExitOf({"planes", "--save"}), 5) << "its numbers cannot be read";
     WriteRecords(Saved(), whole);
     EXPECT_EQ(Planes({"--saved"})["save"], Json());
+}
+
+TEST_F(SavedPlanesVerb, GiveEachExportedPointItsNumber) {
+    Planes({"--save", "--apply"});
+    for (const wchar_t* name : {L"all.xyz", L"all.ply", L"all.las"})
+        OrvixJson({"export", File(L"room.prj"), File(name), "--planes"});
+    // The first value of a point's pair, one column ahead, is its number too.
+    std::istringstream lines(TextOf(L"all.xyz"));
+    std::string line, last;
+    std::getline(lines, line);
+    EXPECT_TRUE(line.ends_with(" dclc_first dclc_second plane")) << line;
+    std::size_t points = 0;
+    for (; std::getline(lines, line); ++points) {
+        std::istringstream row(line);
+        std::vector<std::string> cells{std::istream_iterator<std::string>(row), {}};
+        ASSERT_EQ(cells.size(), 12U);
+        ASSERT_EQ(cells[11], cells[9]) << line;
+    }
+    const std::string ply = TextOf(L"all.ply");
+    EXPECT_EQ(ply.size() - ply.find("end_header\n") - 11, points * 39);
+    EXPECT_EQ(TextOf(L"all.las").size(), 375 + 54 + 3 * 192 + points * 43);
+    for (const wchar_t* name : {L"all.ply", L"all.las"})
+        EXPECT_EQ(OrvixJson({"import", File(name), File(L"all.prj"), "--overwrite"})["written"],
+                  points);
+    EXPECT_EQ(OrvixError({"export", File(L"all.prj"), File(L"none.ply"), "--planes"})["exit"], 3);
 }
 
 TEST_F(SavedPlanesVerb, GoWithTheProject) {
