@@ -164,7 +164,8 @@ TEST_F(SavedPlanesVerb, GoWithTheProject) {
     OrvixJson({"import", File(L"gone.xyz"), project, "--overwrite"});
     EXPECT_EQ(OrvixError({"planes", project, "--saved"})["exit"], 3) << "imported again";
     OrvixJson({"planes", project, "--save"});
-    for (const Json& path : OrvixJson({"destroy", project})["remains"])
+    const Json destroyed = OrvixJson({"destroy", project});
+    for (const Json& path : destroyed["remains"])
         EXPECT_THAT(path.get<std::string>(), testing::Not(HasSubstr("planes")));
 }
 
