@@ -32,9 +32,8 @@ namespace orvix::detail {
 ///            a block's points with the block's.
 /// Lifetime   keeps the file open; another save may take its place meanwhile.
 /// Threads    const calls may run side by side.
-/// Cost       opening reads the file once, to compare its checksum: about 1/100 of the point file.
-///            Memory: the planes. A block is found at once and decoded at some 100 million points
-///            per second.
+/// Cost       opening reads the file once, to compare its checksum: 1 to 4 % of the point file.
+///            Memory: the planes. A block is found at once and decoded in one pass over its runs.
 class SavedPlanes {
 public:
     static Expected<SavedPlanes> Open(const CString& path);
