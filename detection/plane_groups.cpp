@@ -25,6 +25,7 @@ Bucket BucketOf(const Vector& n) {
     return {at(n.x), at(n.y), at(n.z)};
 }
 
+// BEHAVIOUR A14
 bool AreCoplanar(const FoundPlane& leader, const FoundPlane& plane) {
     if (std::abs(Dot(leader.normal, plane.normal)) < kMinCosine) return false;
     const Vector between = plane.centre - leader.centre;

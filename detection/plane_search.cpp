@@ -55,8 +55,8 @@ Expected<SettledRegions> FindRegionsIn(CProjectCore& core, const CellFrame& fram
     if (!cloud) return ErrorOf(cloud);
     progress.Expect(*cut, pool.JobsDone());
     const PlaneSearchSettings settings = SettingsFor(options, frame.Size(), *cloud);
-    auto regions = FindRegions(core, std::move(*cut), LimitsFor(settings), settings.bridge, pool,
-                               options.memoryLimitBytes);
+    auto regions = FindRegions(core, std::move(*cut), LimitsFor(options, settings), settings.bridge,
+                               pool, options.memoryLimitBytes);
     if (!regions) return ErrorOf(regions);
     return SettledRegions{settings, std::move(*regions)};
 }
@@ -123,7 +123,8 @@ Expected<void> PlaneSearch::State::Search(const PlaneSearchOptions& options) {
     if (!found) return ErrorOf(found);
     settings = found->settings;
     regions = std::move(found->regions);
-    auto fitted = FitRegionPlanes(core, regions, settings, options.stations, pool);
+    auto fitted = FitRegionPlanes(core, regions, settings, LimitsFor(options, settings),
+                                  options.stations, pool);
     if (!fitted) return ErrorOf(fitted);
     heights = std::move(fitted->heights);
     Rank(std::move(fitted->planes));
@@ -139,7 +140,7 @@ void PlaneSearch::State::Rank(std::vector<FoundPlane>&& fitted) {
         assigned += fitted[region].points;
         planes.push_back(std::move(fitted[region]));
     }
-    leftOut = static_cast<std::uint64_t>(withPoints) - planes.size();
+    leftOut = regions.grown.leftOut + static_cast<std::uint64_t>(withPoints) - planes.size();
     GroupCoplanar(planes);
 }
 

@@ -50,9 +50,9 @@ struct PlaneSearchOptions {
 /// The settings that a search used, and what it measured of the cloud to choose them.
 struct PlaneSearchSettings {
     double cellSize = 0;
-    double spacing = 0;  ///< metres between points on the cloud's surfaces, typically
-    double noise = 0;    ///< metres: standard deviation of points about the planes of their cells
-    double distance = 0;
+    double spacing = 0;   ///< metres between points on the cloud's surfaces, typically
+    double noise = 0;     ///< metres: standard deviation of points about the planes of their cells
+    double distance = 0;  ///< metres; more for a plane that scatters or waves, unless asked for
     double angle = 0;
     double minArea = 0;
     double minPoints = 0;
@@ -90,9 +90,11 @@ struct PlaceReport {
 /// The project is worked through in tiles of up to a hundred cells along an axis. The first pass
 /// over the points stores, for each occupied cell, how many points it holds, their mean and how
 /// they spread. Regions grow over neighbouring cells, from the flattest on, as long as the cells'
-/// points lie on the region's plane; pieces of one plane are joined from tile to tile and across
-/// gaps. The second pass gives each point to the nearest of the planes that pass its cell or one
-/// beside it, within the distance, and fits each plane to its points.
+/// points lie on the region's plane, as far as this scatters and waves; where points lie close, what
+/// no region explains is read again, and small regions grow from it. Pieces of one plane are joined
+/// from tile to tile and across gaps, unless a wall stands between. The second pass gives each point
+/// to the nearest of the planes that pass its cell or one beside it, within the plane's tolerance, and
+/// fits each plane to its points.
 ///
 /// Units      metres, project frame.
 /// Shape      the normal points to the scanners where stations are known. Without stations it
@@ -109,7 +111,7 @@ struct PlaceReport {
 ///            The same project and options give the same bits, at any number of threads and on
 ///            every system; the memory limit matters only where it makes cells larger.
 /// Boundaries a plane that takes in more than noise, such as a floor that sags, reaches further
-///            than the distance: to 3 times the rms of its cells' points.
+///            than the distance: FoundPlane::tolerance says how far.
 /// Errors     Damaged for a project whose points and cells contradict each other; BadInput where
 ///            even the largest cells take more memory than allowed; Failure where the points
 ///            cannot be mapped; NoMemory; Cancelled. Nothing is thrown but what the
@@ -118,9 +120,9 @@ struct PlaceReport {
 /// Threads    Run works on the calling thread and starts `threads` - 1 more, which have ended when
 ///            it returns; no other call starts any. It keeps the core to itself; const calls may
 ///            run side by side afterwards.
-/// Cost       two passes over the points and about a microsecond per cell, on all threads. Memory:
-///            20 bytes per cell, 260 more per cell of the tiles at work, and one bit per pixel of
-///            each plane, however many points there are.
+/// Cost       two passes over the points, a third over those beside small faces, and about a
+///            microsecond per cell, on all threads. Memory: 25 bytes per cell, 400 more per cell of
+///            the tiles at work, 40 per loose point of a chunk, and one bit per pixel of each plane.
 class ORVIX_API PlaneSearch {
 public:
     static Expected<std::unique_ptr<PlaneSearch>> Run(CProjectCore& core,

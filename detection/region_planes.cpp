@@ -14,7 +14,6 @@
 namespace orvix::detection {
 namespace {
 
-constexpr double kReach = 3;             // times the rms of a plane that takes in more than noise
 constexpr double kMaxPixels = 1U << 28;  // of one plane: 32 MiB
 
 Vector UnitNormalOf(const MomentSum& sum) {
@@ -52,6 +51,7 @@ void FitPlane(RegionPoints& points, double minArea, FoundPlane& plane) {
 
 Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& regions,
                                        const PlaneSearchSettings& settings,
+                                       const GrowthLimits& limits,
                                        const std::vector<SimplePointT<double>>& stations,
                                        const parallel::Pool& pool) {
     const CellMap& map = regions.grown.map;
@@ -60,7 +60,7 @@ Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& r
     for (const Region& region : regions.grown.regions) {
         const Vector& n = region.plane.normal;
         const double height = Dot(n, region.plane.centre);
-        const double reach = std::max(settings.distance, kReach * region.rms);  // BEHAVIOUR A2
+        const double reach = ReachOf(region, limits);
         fitted.heights.push_back({n, height, reach});
         frames.emplace_back(n.x, n.y, n.z, -height);
     }

@@ -24,6 +24,7 @@ struct RegionPlanes {
 ///         planes together.
 Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& regions,
                                        const PlaneSearchSettings& settings,
+                                       const GrowthLimits& limits,
                                        const std::vector<SimplePointT<double>>& stations,
                                        const parallel::Pool& pool);
 

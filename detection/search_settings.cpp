@@ -10,7 +10,38 @@
 namespace orvix::detection {
 namespace {
 
-constexpr detail::DistanceLimit kPointDistance{.deviations = 4.5, .min = 0.01};  // from its plane
+constexpr detail::DistanceLimit kPointDistance{.deviations = 4, .min = 0.005};  // from its plane
+
+constexpr double kWaviness = 0.005;    // of a surface's width: how far it may stray from its plane
+constexpr double kMaxWave = 0.03;      // metres, at most
+constexpr double kMaxSpacing = 0.65;   // of a cell's size: where points lie closer, they decide
+constexpr double kBridgeCells = 2;     // and
+constexpr double kBridgeSpacings = 1;  // points' distances: the width of a gap that is bridged
+constexpr double kRoom = 50;           // metres: what is no wider is a room or a house
+constexpr double kMinAreaInRoom = 0.015;  // of 0.02: an outline lies within its points
+constexpr double kMaxMinArea = 0.25;
+constexpr double kMinPoints = 30;
+
+/// What a detail makes of the values for the normal one.
+struct DetailFactors {
+    double minArea = 1;
+    double minPoints = 1;
+    double waviness = 1;
+    bool small = true;
+};
+
+DetailFactors FactorsOf(Detail detail) {
+    if (detail == Detail::Fine) return {0.25, 0.5, 0.5, true};
+    if (detail == Detail::Coarse) return {10, 3, 2, false};
+    return {};
+}
+
+// A room's planes are small, a street's large: the least area grows as the ground that is scanned.
+// BEHAVIOUR A16
+double MinAreaFor(double extent) {
+    const double rooms = std::max(extent / kRoom, 1.0);
+    return std::min(kMinAreaInRoom * rooms * rooms, kMaxMinArea);
+}
 
 }  // namespace
 
@@ -30,15 +61,23 @@ PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSi
     settings.spacing = cloud.spacing;
     settings.distance = orElse(options.distance, kPointDistance.Of(settings.noise));
     settings.angle = orElse(options.angle, 20);
-    settings.minArea = orElse(options.minArea, std::max(0.25, 9 * cellSize * cellSize));
-    settings.minPoints = orElse(options.minPoints, 30);
-    settings.bridge = options.bridge >= 0 ? options.bridge : std::max(0.3, 2 * cellSize);
+    const DetailFactors factors = FactorsOf(options.detail);
+    settings.minArea = orElse(options.minArea, factors.minArea * MinAreaFor(cloud.extent));
+    settings.minPoints = orElse(options.minPoints, factors.minPoints * kMinPoints);
+    settings.bridge = options.bridge >= 0
+                          ? options.bridge
+                          : kBridgeCells * cellSize + kBridgeSpacings * cloud.spacing;
     return settings;
 }
 
-GrowthLimits LimitsFor(const PlaneSearchSettings& settings) {
+GrowthLimits LimitsFor(const PlaneSearchOptions& options, const PlaneSearchSettings& settings) {
+    const DetailFactors factors = FactorsOf(options.detail);
     GrowthLimits limits;
     limits.distance = settings.distance;
+    limits.fixed = options.distance > 0;
+    limits.waviness = factors.waviness * kWaviness;
+    limits.maxWave = factors.waviness * kMaxWave;
+    limits.small = factors.small && settings.spacing <= kMaxSpacing * settings.cellSize;
     const double radians = std::min(settings.angle, 90.0) * std::numbers::pi / 180;
     limits.minCosine = detail::SineCosineOf(radians).cosine;
     limits.noise = settings.noise;

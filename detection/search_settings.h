@@ -15,7 +15,7 @@ std::size_t CellStepFor(double cellSize);
 PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSize,
                                 const CloudEstimate& cloud);
 
-/// What decides whether cells lie on one plane, by the settings of a search.
-GrowthLimits LimitsFor(const PlaneSearchSettings& settings);
+/// What decides whether cells lie on one plane, by what a search was asked for and its settings.
+GrowthLimits LimitsFor(const PlaneSearchOptions& options, const PlaneSearchSettings& settings);
 
 }  // namespace orvix::detection

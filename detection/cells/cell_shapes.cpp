@@ -9,6 +9,9 @@ namespace {
 
 constexpr double kMinPoints = 8;
 constexpr double kMaxTurn = 0.05;         // radians: of a normal that a cell has by itself
+constexpr double kMaxSliced = 2.2;        // rms of a surface to that of its half: of noise, 1.66
+constexpr double kMaxWhole = 1.3;         // rms of such a surface to that of its surroundings
+constexpr double kMinCosine = 0.94;       // of the angle between the two
 constexpr double kMaxRatio = 0.35;        // of the least spread to the middle one
 constexpr double kMaxThinCellSize = 0.5;  // metres: cells in which the sides of a wall may meet
 constexpr double kMaxNoises = 2;          // times the cloud's: rms of a shape found among others
@@ -28,10 +31,49 @@ CellShape ShapeOf(const MomentSum& sum, double width) {
     return shape;
 }
 
+// Calls use(cell) for the cells on both sides of a cell along an axis.
+template <class Use>
+void ForBothSides(const TileCells& tile, std::uint32_t cell, std::size_t axis, Use&& use) {
+    constexpr std::array<TileKey, 3> kSteps{kKeyX, kKeyY, 1};
+    const TileKey key = tile.Key(cell);
+    for (const std::uint32_t other : tile.Around(cell))
+        if (tile.Key(other) == key + kSteps[axis] || key == tile.Key(other) + kSteps[axis])
+            use(other);
+}
+
+std::uint8_t AxisNextTo(const CellShape& shape) {
+    std::uint8_t axis = 0;
+    for (std::uint8_t i = 1; i < 3; ++i)
+        if (std::abs(shape.normal[i]) > std::abs(shape.normal[axis])) axis = i;
+    return axis;
+}
+
+// A cell's shape together with the cells on both sides of it, where these make one surface.
+CellShape WholeShape(const TileCells& tile, std::uint32_t cell, const CellShape& own,
+                     double width) {
+    CellShape sliced = own;
+    sliced.slicedAlong = static_cast<std::uint8_t>(AxisNextTo(own) + 1);
+    const MomentSum sum = SumOfSurface(tile, cell, sliced);
+    if (sum.count == tile.Sum(cell).count) return own;
+    CellShape whole = ShapeOf(sum, width);
+    if (!whole.HasNormal() || whole.rms > kMaxSliced * own.rms ||
+        std::abs(Dot(whole.Normal(), own.Normal())) < kMinCosine)
+        return own;
+    whole.slicedAlong = sliced.slicedAlong;
+    return whole;
+}
+
 CellShape ShapeAround(const TileCells& tile, std::uint32_t cell) {
     MomentSum all;
     for (const std::uint32_t other : tile.Around(cell)) all.Add(tile.Sum(other));
-    return ShapeOf(all, 0.3 * tile.Frame().Size());
+    CellShape shape = ShapeOf(all, 0.3 * tile.Frame().Size());
+    if (!shape.HasNormal()) return shape;
+    CellShape sliced = shape;
+    sliced.slicedAlong = static_cast<std::uint8_t>(AxisNextTo(shape) + 1);
+    const MomentSum sum = SumOfSurface(tile, cell, sliced);
+    if (sum.count == tile.Sum(cell).count) return shape;
+    const double most = kMaxWhole * shape.rms;
+    return QuadraticForm(sum.Covariance(), shape.Normal()) <= most * most ? sliced : shape;
 }
 
 // The digital planes through the middle of 27 cells: three level with the axes, six across them.
@@ -74,6 +116,14 @@ bool LacksPoints(const MomentSum& sum) {
 
 }  // namespace
 
+MomentSum SumOfSurface(const TileCells& tile, std::uint32_t cell, const CellShape& shape) {
+    MomentSum sum = tile.Sum(cell);
+    if (shape.slicedAlong != 0)
+        ForBothSides(tile, cell, shape.slicedAlong - 1U,
+                     [&](std::uint32_t other) { sum.Add(tile.Sum(other)); });
+    return sum;
+}
+
 std::vector<CellShape> ShapesOf(const TileCells& tile) {
     std::vector<CellShape> shapes;
     shapes.reserve(tile.Size());
@@ -82,7 +132,12 @@ std::vector<CellShape> ShapesOf(const TileCells& tile) {
         const CellShape shape = ShapeOf(tile.Sum(cell), width);
         const bool lacksPoints =
             shape.HasNormal() ? shape.turn > kMaxTurn : LacksPoints(tile.Sum(cell));
-        shapes.push_back(lacksPoints ? ShapeAround(tile, cell) : shape);
+        if (lacksPoints) {
+            shapes.push_back(ShapeAround(tile, cell));
+        } else {
+            shapes.push_back(shape.HasNormal() ? WholeShape(tile, cell, shape, width) : shape);
+            shapes.back().own = true;
+        }
     }
     return shapes;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <vector>
 
 #include "detection/cells/tile_cells.h"
@@ -13,6 +14,10 @@ struct CellShape {
     std::array<float, 3> normal{};  ///< of unit length; all 0 where the points have none
     float rms = 0;                  ///< of the points from their own plane, metres
     float turn = 0;                 ///< standard error of the normal, radians
+    /// The axis, from 1, along which the cells on both sides hold the rest of the same surface, which
+    /// a face between cells slices; 0 where none does.
+    std::uint8_t slicedAlong = 0;
+    bool own = false;  ///< whether the cell's points are enough, and those around it left out
 
     [[nodiscard]] bool HasNormal() const {
         return normal[0] != 0 || normal[1] != 0 || normal[2] != 0;
@@ -20,7 +25,16 @@ struct CellShape {
     [[nodiscard]] Vector Normal() const { return {normal[0], normal[1], normal[2]}; }
 };
 
+/// The points that decide a cell's place on a surface: its own, and where a face between cells
+/// slices the surface, those on both sides of it.
+MomentSum SumOfSurface(const TileCells& tile, std::uint32_t cell, const CellShape& shape);
+
 /// Finds the shape of every cell of a linked tile.
+///
+/// A surface may lie on a face between cells, as a floor at a height of 0 does: then its noise puts
+/// half of its points above, half below, and each half alone is flatter than the surface and lies
+/// beside it. Cells are therefore looked at together with those on both sides of them, along the axis
+/// next to their normal, and if all are about as flat, have their shape.
 ///
 /// Boundaries a normal needs 8 points whose spread is wide along two directions, and at most 0.35
 ///            of the narrower of these along the third.

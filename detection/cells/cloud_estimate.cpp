@@ -22,7 +22,7 @@ constexpr std::uint32_t kMinTypicalCount = 2;
 
 constexpr double kMinGain = 1.15;  // in points of flat cells: what makes a larger size better
 // BEHAVIOUR A3
-constexpr double kPlainShare = 0.45;  // of the flat cells: those that hold noise and nothing else
+constexpr double kPlainShare = 0.45;  // of the points of flat cells: their cells hold noise alone
 
 // The heads of chunks, spread evenly; the last cells of each may be cut.
 std::vector<PointChunk> SamplesOf(const PointChunks& cut) {
@@ -106,6 +106,44 @@ double FlatShare(const SampledCells& found) {
     return found.counts.empty() ? 0 : sum(found.flatCounts) / sum(found.counts);
 }
 
+// The rms that the cells of so many of the points have at most. Points count, not cells: a surface
+// that is seen at a grazing angle scatters less across itself, and fills many cells with few points.
+float PlainRms(const SampledCells& found) {
+    std::vector<std::pair<float, std::uint32_t>> cells;
+    double points = 0;
+    for (std::size_t i = 0; i < found.rms.size(); ++i) {
+        cells.emplace_back(found.rms[i], found.flatCounts[i]);
+        points += found.flatCounts[i];
+    }
+    std::sort(cells.begin(), cells.end());
+    double passed = 0;
+    for (const auto& [rms, count] : cells)
+        if ((passed += count) >= kPlainShare * points) return rms;
+    return 0;
+}
+
+// Along an axis, the metres of tiles without those that hold the first and last 2 % of the points.
+double ExtentAlong(const PointChunks& cut, std::size_t axis) {
+    std::vector<std::pair<std::int32_t, std::uint64_t>> tiles;
+    for (const TileChunks& tile : cut.tiles) tiles.emplace_back(tile.place[axis], tile.points);
+    std::sort(tiles.begin(), tiles.end());
+    const std::uint64_t outside = cut.points / 50;
+    const auto first = [&](auto from, auto to) {
+        std::uint64_t passed = 0;
+        for (; from != to; ++from)
+            if ((passed += from->second) > outside) return from->first;
+        return std::int32_t{0};
+    };
+    const std::int32_t count =
+        first(tiles.rbegin(), tiles.rend()) - first(tiles.begin(), tiles.end()) + 1;
+    return count * cut.frame.PerTile(axis) * cut.frame.Size();
+}
+
+double ExtentOf(const PointChunks& cut) {
+    const double x = ExtentAlong(cut, 0), y = ExtentAlong(cut, 1);
+    return std::sqrt(x * x + y * y);
+}
+
 }  // namespace
 
 Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& pool) {
@@ -132,7 +170,12 @@ Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut
     if (!found->flatCounts.empty())
         estimate.spacing /=
             std::sqrt(std::max<double>(detail::Quantile(found->flatCounts, 0.5), 1));
-    if (!found->rms.empty()) estimate.noise = detail::Quantile(found->rms, kPlainShare);
+    if (!found->rms.empty()) {
+        estimate.noise = PlainRms(*found);
+        estimate.noise =
+            std::max<double>(estimate.noise, detail::Quantile(found->rms, kPlainShare));
+    }
+    estimate.extent = ExtentOf(cut);
     return estimate;
 }
 

@@ -51,10 +51,17 @@ Expected<CellSums> GatherCells(CAlivePointReader& reader, const PointChunk& chun
         if (numbering.IsNew()) {
             cells.keys.push_back(KeyOf(numbering.Place(), origin));
             cells.sums.emplace_back();
+            cells.boxes.emplace_back();
         }
         MomentSum sum = cells.sums[cell];
-        for (const auto& p : points) sum.Add(Vector{p.x, p.y, p.z} - middle);
+        CellBox box = cells.boxes[cell];
+        for (const auto& p : points) {
+            const Vector at = Vector{p.x, p.y, p.z} - middle;
+            sum.Add(at);
+            box.Add(at);
+        }
         cells.sums[cell] = sum;
+        cells.boxes[cell] = box;
         record += points.size();
     };
     if (auto read = ForEachCellRun(reader, chunk, numbering, take); !read) return ErrorOf(read);

@@ -16,18 +16,22 @@ TileCells::TileCells(const CellFrame& frame, const CellPlace& origin, std::span<
     : frame_(frame), origin_(origin), middle_(MiddleOf(frame, origin)) {
     std::vector<TileKey> keys;
     std::vector<const MomentSum*> sums;
+    std::vector<const CellBox*> boxes;
     for (const CellSums& part : parts) {
         keys.insert(keys.end(), part.keys.begin(), part.keys.end());
         for (const MomentSum& sum : part.sums) sums.push_back(&sum);
+        for (const CellBox& box : part.boxes) boxes.push_back(&box);
     }
     const std::vector<std::uint32_t> order = AscendingOrder(keys);
     keys_.reserve(keys.size());
     sums_.reserve(keys.size());
+    boxes_.reserve(keys.size());
     numbers_.resize(keys.size());
     for (const std::uint32_t i : order) {
         numbers_[i] = Size();
         keys_.push_back(keys[i]);
         sums_.push_back(*sums[i]);
+        boxes_.push_back(*boxes[i]);
     }
     for (CellSums& part : parts) part = {};
 }

@@ -33,14 +33,28 @@ CellMap::CellMap(const CellFrame& frame, std::span<const CellPlace> tiles) : fra
 }
 
 void CellMap::Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
-                  const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers) {
+                  const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers,
+                  std::vector<SmallPart> small) {
     Tile& its = tiles_[tile];
     its.summaries.reserve(cells.Size());
+    std::vector<bool> passed(cells.Size());  // by a small region
+    for (const SmallPart& part : small) passed[part.cell] = true;
     for (std::uint32_t i = 0; i < cells.Size(); ++i)
         its.summaries.emplace_back(cells.Key(i), cells.Sum(i).count, Stands(shapes[i]),
-                                   IsInterior(cells, i, regions));
+                                   !passed[i] && IsInterior(cells, i, regions));
     its.regions = regions;
     its.numbers = std::move(numbers);
+    its.boxes.reserve(cells.Size());
+    for (std::uint32_t i = 0; i < cells.Size(); ++i) its.boxes.push_back(cells.InnerBoxOf(i));
+    its.small = std::move(small);
+}
+
+std::span<const SmallPart> CellMap::SmallOf(std::size_t tile, std::uint32_t cell) const {
+    const std::vector<SmallPart>& small = tiles_[tile].small;
+    const auto [first, last] =
+        std::equal_range(small.begin(), small.end(), SmallPart{cell, 0, {}},
+                         [](const SmallPart& a, const SmallPart& b) { return a.cell < b.cell; });
+    return {first, last};
 }
 
 void CellMap::Number(std::span<const std::size_t> regions) {
@@ -57,6 +71,12 @@ void CellMap::Renumber(std::span<const std::int32_t> newNumbers) {
         for (std::int32_t& region : tile.regions)
             if (region != kNoRegion)
                 region = newNumbers[static_cast<std::size_t>(tile.firstRegion + region)];
+        for (SmallPart& part : tile.small)
+            part.region = newNumbers[static_cast<std::size_t>(tile.firstRegion + part.region)];
+        std::erase_if(tile.small, [](const SmallPart& part) { return part.region == kNoRegion; });
+        std::sort(tile.small.begin(), tile.small.end(), [](const SmallPart& a, const SmallPart& b) {
+            return a.cell != b.cell ? a.cell < b.cell : a.region < b.region;
+        });
         tile.firstRegion = 0;
     }
 }

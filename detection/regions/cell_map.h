@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "detection/cells/cell_shapes.h"
+#include "detection/cells/inner_box.h"
 #include "detection/regions/region_growth.h"
 
 namespace orvix::detection {
@@ -27,12 +28,20 @@ public:
     [[nodiscard]] std::uint32_t Points() const { return bits_ >> 2 & kMaxPoints; }
     /// Whether what it holds is steeper than 60 degrees, or no surface.
     [[nodiscard]] bool Stands() const { return (bits_ & 2) != 0; }
-    /// Whether it lies inside its tile and no cell around it belongs to another region.
+    /// Whether it lies inside its tile, no cell around it belongs to another region, and no small
+    /// region passes it.
     [[nodiscard]] bool IsInterior() const { return (bits_ & 1) != 0; }
 
 private:
     static constexpr std::uint32_t kMaxPoints = 511;
     std::uint32_t bits_ = 0;
+};
+
+/// A cell that a small region passes, one that grew from points and not from cells.
+struct SmallPart {
+    std::uint32_t cell = 0;
+    std::int32_t region = 0;  ///< as CellMap::RegionOf gives it
+    InnerBox box;             ///< of the region's own points
 };
 
 /// Every cell of a cloud: where it is, and which region it belongs to.
@@ -49,7 +58,7 @@ private:
 ///          order in which they grew.
 /// Lifetime a region's number is its number in the tile until Number, then the one in the cloud.
 /// Threads  Put for different tiles may run side by side; const calls may, after Number.
-/// Cost     12 bytes per cell.
+/// Cost     18 bytes per cell, 16 per cell of each small region.
 class CellMap {
 public:
     CellMap() = default;
@@ -57,7 +66,8 @@ public:
     CellMap(const CellFrame& frame, std::span<const CellPlace> tiles);
 
     void Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
-             const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers);
+             const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers,
+             std::vector<SmallPart> small);
     /// Numbers the regions through all tiles; `regions` holds how many each tile has.
     void Number(std::span<const std::size_t> regions);
     /// Gives each region its new number; kNoRegion for a region that is dropped.
@@ -79,6 +89,24 @@ public:
     [[nodiscard]] std::int32_t RegionOf(std::size_t tile, std::uint32_t cell) const {
         const std::int32_t region = tiles_[tile].regions[cell];
         return region == kNoRegion ? kNoRegion : tiles_[tile].firstRegion + region;
+    }
+    [[nodiscard]] const InnerBox& BoxOf(std::size_t tile, std::uint32_t cell) const {
+        return tiles_[tile].boxes[cell];
+    }
+    /// The small regions that pass a cell of a tile, by their numbers.
+    [[nodiscard]] std::span<const SmallPart> SmallOf(std::size_t tile, std::uint32_t cell) const;
+    /// The same for all cells of a tile, by cell; the regions are numbered as in the tile, from
+    /// FirstRegion on.
+    [[nodiscard]] std::span<const SmallPart> SmallOf(std::size_t tile) const {
+        return tiles_[tile].small;
+    }
+    [[nodiscard]] std::int32_t FirstRegion(std::size_t tile) const {
+        return tiles_[tile].firstRegion;
+    }
+    /// Whether there are points in the cell at a place.
+    [[nodiscard]] bool IsOccupied(const CellPlace& place) const {
+        std::uint32_t cell = 0;
+        return Find(place, cell) != Tiles();
     }
     /// The cell of a tile by its number in the order of first points.
     [[nodiscard]] std::uint32_t CellOfNumber(std::size_t tile, std::uint32_t number) const {
@@ -142,7 +170,7 @@ public:
     }
 
     static constexpr std::uint64_t kBytesPerCell =
-        sizeof(CellSummary) + sizeof(std::int32_t) + sizeof(std::uint32_t);
+        sizeof(CellSummary) + sizeof(std::int32_t) + sizeof(std::uint32_t) + sizeof(InnerBox);
 
 private:
     struct Tile {
@@ -152,6 +180,8 @@ private:
         std::vector<CellSummary> summaries;  // by key
         std::vector<std::int32_t> regions;   // of the same cells
         std::vector<std::uint32_t> numbers;
+        std::vector<InnerBox> boxes;   // of the same cells
+        std::vector<SmallPart> small;  // by cell, then by region
     };
 
     static std::size_t LowerBound(const Tile& tile, TileKey key);

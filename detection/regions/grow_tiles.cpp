@@ -7,11 +7,13 @@
 
 #include "detection/cells/gather_cells.h"
 #include "detection/cells/point_readers.h"
+#include "detection/regions/loose_points.h"
+#include "detection/regions/small_regions.h"
 
 namespace orvix::detection {
 namespace {
 
-constexpr std::uint64_t kWorkBytesPerCell = 260;  // a cell
+constexpr std::uint64_t kWorkBytesPerCell = 400;
 
 Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
                                std::span<CellSums> parts, double noise) {
@@ -33,7 +35,8 @@ public:
           memoryLimit_(memoryLimit),
           readers_(core, pool.Threads()),
           parts_(cut.tiles.size()),
-          regions_(cut.tiles.size()) {
+          regions_(cut.tiles.size()),
+          leftOut_(cut.tiles.size()) {
         std::vector<CellPlace> places;
         for (const TileChunks& tile : cut.tiles) places.push_back(tile.place);
         grown_.map = CellMap(cut.frame, places);
@@ -60,6 +63,7 @@ public:
             counts.push_back(regions.size());
             std::move(regions.begin(), regions.end(), std::back_inserter(grown_.regions));
         }
+        for (const std::uint64_t leftOut : leftOut_) grown_.leftOut += leftOut;
         grown_.map.Number(counts);
         return std::move(grown_);
     }
@@ -103,11 +107,11 @@ private:
         std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
             return cut_.tiles[a].points > cut_.tiles[b].points;
         });
-        return pool_.RunJobs(order.size(), [&](std::size_t job, unsigned) -> Expected<void> {
-            return GrowIn(order[job]);
+        return pool_.RunJobs(order.size(), [&](std::size_t job, unsigned worker) -> Expected<void> {
+            return GrowIn(order[job], readers_[worker]);
         });
     }
-    Expected<void> GrowIn(std::size_t tile) {
+    Expected<void> GrowIn(std::size_t tile, CAlivePointReader& reader) {
         std::uint32_t numbered = 0;
         for (std::size_t i = 0; i < parts_[tile].size(); ++i) {
             grown_.firstNumber[cut_.tiles[tile].chunks[i]] = numbered;
@@ -117,9 +121,21 @@ private:
         parts_[tile] = {};
         if (!shaped) return ErrorOf(shaped);
         Regions grown = GrowRegions(shaped->cells, shaped->shapes, limits_);
+        const std::vector<std::uint32_t> numbers = shaped->cells.TakeNumbers();
+        SmallRegions small;
+        if (limits_.small) {
+            const auto specks = ReadLoosePoints(reader, cut_, {tile, grown_.firstNumber, numbers},
+                                                shaped->cells, grown, limits_);
+            if (!specks) return ErrorOf(specks);
+            small = GrowSmallRegions(*specks, shaped->cells, limits_);
+        }
+        const auto first = static_cast<std::int32_t>(grown.regions.size());
+        for (SmallPart& part : small.parts) part.region += first;
         regions_[tile] = std::move(grown.regions);
-        grown_.map.Put(tile, shaped->cells, shaped->shapes, grown.ofCell,
-                       shaped->cells.TakeNumbers());
+        leftOut_[tile] = grown.leftOut;
+        std::move(small.regions.begin(), small.regions.end(), std::back_inserter(regions_[tile]));
+        grown_.map.Put(tile, shaped->cells, shaped->shapes, grown.ofCell, numbers,
+                       std::move(small.parts));
         return {};
     }
 
@@ -130,6 +146,7 @@ private:
     PointReaders readers_;
     std::vector<std::vector<CellSums>> parts_;  // of each tile
     std::vector<std::vector<Region>> regions_;  // of each tile
+    std::vector<std::uint64_t> leftOut_;        // of each tile
     GrownTiles grown_;
 };
 

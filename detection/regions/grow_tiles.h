@@ -16,6 +16,7 @@ namespace orvix::detection {
 struct GrownTiles {
     CellMap map;
     std::vector<Region> regions;             ///< tile by tile
+    std::uint64_t leftOut = 0;               ///< regions that were found and are too small
     std::vector<std::uint32_t> firstNumber;  ///< of each chunk: its tile's cells in earlier chunks
 };
 
@@ -29,7 +30,8 @@ struct ShapedTile {
 Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut, std::size_t tile,
                               double noise);
 
-/// Reads every point once and grows regions within each tile.
+/// Reads every point once and grows regions within each tile: over its cells, then, where the limits
+/// say so, over the points that these leave loose, which are read again.
 ///
 /// As many tiles are worked on at a time as half of `memoryLimit` holds, but at least one.
 ///
@@ -37,7 +39,7 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut,
 /// Errors  those of GatherCells; Damaged for a cell that is stored twice; BadInput where what is
 ///         kept of the cells takes more than the other half; Cancelled.
 /// Cost    some 15 ns per point and 400 ns per cell, on as many threads as there are chunks, in the
-///         end tiles; memory 12 bytes per cell, and 260 per cell of the tiles at work.
+///         end tiles; memory 18 bytes per cell, and 400 per cell of the tiles at work.
 Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
                                const GrowthLimits& limits, const parallel::Pool& pool,
                                std::uint64_t memoryLimit);

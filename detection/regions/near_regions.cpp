@@ -2,7 +2,10 @@
 #include "detection/regions/near_regions.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <optional>
 
 namespace orvix::detection {
 namespace {
@@ -14,15 +17,33 @@ struct Patch {
     std::uint32_t last = 0;
 };
 
-/// A cell of a region, by its place.
+/// A cell of a region: its place, and where in it the points lie.
 struct Entry {
     std::int32_t region = 0;
     CellPlace place{};
+    InnerBox box;
+    std::uint32_t points = 0;
 };
+
+constexpr std::int64_t kParts = 256;    // of a cell's side, in which gaps are counted
+constexpr double kMinWallShare = 0.75;  // of its cells: those that hold points
+constexpr double kWallHeight = 0.5;     // metres (or five cells): what rises so far is a wall
+constexpr double kMinTouch = 0.5;       // of a cell's side: no wider gap parts surfaces that touch
+constexpr double kTouchSpacings = 2.5;  // points' distances: the same where points are few
+constexpr double kRimParts = 64;        // a cell that lies so much farther is not at the rim
+constexpr std::size_t kMaxContacts = 64;  // of two regions, across a gap, that are looked at
+constexpr std::size_t kMinOpen = 4;       // times as many contacts without a wall as with one
 
 class NearTile {
 public:
-    NearTile(const CellMap& map, std::size_t tile, std::int32_t reach) : reach_(reach) {
+    NearTile(const CellMap& map, std::size_t tile, const Nearness& nearness)
+        : map_(map),
+          nearness_(nearness),
+          reach_(std::max(1, static_cast<std::int32_t>(nearness.bridge / map.Frame().Size() + 1 +
+                                                       1e-9))) {  // BEHAVIOUR A5
+        const double parts = nearness.bridge / map.Frame().Size() * kParts;
+        maxSquaredGap_ = static_cast<std::int64_t>(parts * parts);
+        const std::int32_t reach = reach_;
         CellPlace low = map.OriginOf(tile);
         for (std::int32_t& at : low) at -= reach;
         // The cube of each coordinate: a division costs as much as all the rest.
@@ -33,11 +54,18 @@ public:
         std::vector<TileKey> cubes;
         std::vector<Entry> found;
         map.ForCellsWithin(tile, reach, [&](const CellPlace& p, std::size_t its, std::uint32_t at) {
+            const TileKey key =
+                KeyOf({cube(p[0] - low[0]), cube(p[1] - low[1]), cube(p[2] - low[2])}, {});
             const std::int32_t region = map.RegionOf(its, at);
-            if (region == kNoRegion) return;
-            found.push_back({region, p});
-            cubes.push_back(
-                KeyOf({cube(p[0] - low[0]), cube(p[1] - low[1]), cube(p[2] - low[2])}, {}));
+            const std::uint32_t points = map.SummaryOf(its, at).Points();
+            if (region != kNoRegion) {
+                found.push_back({region, p, map.BoxOf(its, at), points});
+                cubes.push_back(key);
+            }
+            for (const SmallPart& part : map.SmallOf(its, at)) {
+                found.push_back({part.region + map.FirstRegion(its), p, part.box, points});
+                cubes.push_back(key);
+            }
         });
         const std::vector<std::uint32_t> order = AscendingOrder(cubes);
         entries_.reserve(order.size());
@@ -56,7 +84,7 @@ public:
         }
     }
 
-    std::vector<NearPair> Pairs(const std::function<bool(const RegionPair&)>& mayJoin) const {
+    std::vector<NearPair> Pairs() const {
         struct Contact {
             RegionPair pair;
             std::uint32_t a = 0, b = 0;  // patches
@@ -64,6 +92,7 @@ public:
         std::vector<Contact> contacts;
         const auto all = [](std::uint32_t) { return true; };
         ForColumnsAround(keys_, all, [&](std::uint32_t i, std::uint32_t first, std::uint32_t last) {
+            // Patches of one cube follow each other: those before i have seen it.
             for (std::uint32_t j = std::max(first, i + 1); j < last; ++j)
                 if (patches_[i].region != patches_[j].region)
                     contacts.push_back({std::minmax(patches_[i].region, patches_[j].region), i, j});
@@ -73,11 +102,20 @@ public:
         std::vector<NearPair> pairs;
         for (std::size_t i = 0; i < contacts.size();) {
             const RegionPair pair = contacts[i].pair;
-            std::int32_t away = mayJoin(pair) ? reach_ + 1 : 0;
-            for (; i < contacts.size() && contacts[i].pair == pair; ++i)
-                if (away > 1)
-                    away = std::min(away, Away(patches_[contacts[i].a], patches_[contacts[i].b]));
-            if (away > 0 && away <= reach_) pairs.push_back({pair, away == 1});
+            const std::size_t first = i;
+            while (i < contacts.size() && contacts[i].pair == pair) ++i;
+            if (!nearness_.mayJoin(pair)) continue;
+            const Region& one = nearness_.regionOf(pair.first);
+            Approach approach{one.plane.normal};
+            const bool parted = !one.small && !nearness_.regionOf(pair.second).small;
+            for (std::size_t k = first; k < i && !approach.touch; ++k)
+                Approximate(patches_[contacts[k].a], patches_[contacts[k].b], approach);
+            if (!parted && approach.squaredGap <= maxSquaredGap_) approach.open = 1;
+            if (parted && !approach.touch && approach.squaredGap <= maxSquaredGap_)
+                for (std::size_t k = first; k < i; ++k)
+                    LookAcross(patches_[contacts[k].a], patches_[contacts[k].b], approach);
+            if (approach.IsNear() || approach.walls > 0)
+                pairs.push_back({pair, approach.touch, !approach.IsNear()});
         }
         return pairs;
     }
@@ -93,22 +131,93 @@ private:
             patches_.back().last = i + 1;
         }
     }
-    // How many cells the closest two of the patches lie apart.
-    [[nodiscard]] std::int32_t Away(const Patch& a, const Patch& b) const {
-        std::int32_t nearest = reach_ + 1;
+    /// What the contacts of two regions have shown so far.
+    struct Approach {
+        Vector normal;
+        bool touch = false;
+        std::int64_t squaredGap = std::numeric_limits<std::int64_t>::max();  // in parts
+        std::size_t walls = 0;  // contacts across a gap with a wall between
+        std::size_t open = 0;   // without one
+
+        [[nodiscard]] bool IsNear() const {
+            return touch || (open > 0 && open >= kMinOpen * walls);
+        }
+    };
+
+    // How near two patches come.
+    void Approximate(const Patch& a, const Patch& b, Approach& approach) const {
         for (std::uint32_t i = a.first; i < a.last; ++i) {
             for (std::uint32_t j = b.first; j < b.last; ++j) {
-                std::int32_t away = 1;
-                for (std::size_t axis = 0; axis < 3; ++axis)
-                    away =
-                        std::max(away, std::abs(entries_[i].place[axis] - entries_[j].place[axis]));
-                nearest = std::min(nearest, away);
-                if (nearest == 1) return nearest;
+                const Entry& one = entries_[i];
+                const Entry& other = entries_[j];
+                const std::int64_t gap = SquaredGap(one.place, one.box, other.place, other.box);
+                approach.squaredGap = std::min(approach.squaredGap, gap);
+                if (!Touch(one, other, gap)) continue;
+                approach.touch = true;
+                return;
             }
         }
-        return nearest;
+    }
+    // Looks for walls between the cells along the rims of the gap.
+    void LookAcross(const Patch& a, const Patch& b, Approach& approach) const {
+        const double widest = std::sqrt(static_cast<double>(approach.squaredGap)) + kRimParts;
+        const auto maxSquaredGap =
+            std::min(static_cast<std::int64_t>(widest * widest), maxSquaredGap_);
+        for (std::uint32_t i = a.first; i < a.last; ++i) {
+            for (std::uint32_t j = b.first; j < b.last; ++j) {
+                const Entry& one = entries_[i];
+                const Entry& other = entries_[j];
+                if (SquaredGap(one.place, one.box, other.place, other.box) > maxSquaredGap)
+                    continue;
+                if (approach.walls + approach.open >= kMaxContacts) return;
+                ++(IsWallBetween(one, other, approach.normal) ? approach.walls : approach.open);
+            }
+        }
+    }
+    // Whether the points of cells that touch lie no farther apart than points do.
+    [[nodiscard]] static bool Touch(const Entry& a, const Entry& b, std::int64_t gap) {
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            if (std::abs(a.place[axis] - b.place[axis]) > 1) return false;
+        const double few = std::max({a.points, b.points, 1U});
+        const double most = std::max(kMinTouch * kMinTouch, kTouchSpacings * kTouchSpacings / few);
+        return static_cast<double>(gap) <= most * kParts * kParts;
+    }
+    // Whether cells are occupied from both rims on, or one cell further into the gap, to one side of
+    // the plane, as far as a wall is high. BEHAVIOUR A5
+    [[nodiscard]] bool IsWallBetween(const Entry& a, const Entry& b, const Vector& normal) const {
+        const double size = map_.Frame().Size();
+        const int steps = static_cast<int>(std::max(kWallHeight / size, 5.0) + 1e-9);
+        const Vector atA = MiddleOf(a), atB = MiddleOf(b);
+        // The cells where the wall begins hold both surfaces, so they may belong to neither.
+        const Vector toB = detail::Unit(atB - atA) * size;
+        for (const double side : {1.0, -1.0}) {
+            int hitsAtA = 0, hitsAtB = 0;
+            for (int step = 2; step <= steps; ++step) {
+                const Vector up = normal * (side * step * size);
+                hitsAtA += IsOccupied(atA + up) || IsOccupied(atA + toB + up) ? 1 : 0;
+                hitsAtB += IsOccupied(atB + up) || IsOccupied(atB - toB + up) ? 1 : 0;
+            }
+            const double least = kMinWallShare * (steps - 1);
+            if (hitsAtA >= least && hitsAtB >= least) return true;
+        }
+        return false;
+    }
+    [[nodiscard]] Vector MiddleOf(const Entry& entry) const {
+        std::array<double, 3> at{};
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            at[axis] = (entry.place[axis] +
+                        (entry.box.low[axis] + entry.box.high[axis] + 1) / (2.0 * kParts)) *
+                       map_.Frame().Size();
+        return {at[0], at[1], at[2]};
+    }
+    [[nodiscard]] bool IsOccupied(const Vector& at) const {
+        const std::optional<CellPlace> place = map_.Frame().PlaceOf(at);
+        return place && map_.IsOccupied(*place);
     }
 
+    const CellMap& map_;
+    const Nearness& nearness_;
+    std::int64_t maxSquaredGap_ = 0;
     std::int32_t reach_;
     std::vector<Entry> entries_;  // by cube, then by region
     std::vector<TileKey> keys_;   // of the patches: their cubes
@@ -117,9 +226,8 @@ private:
 
 }  // namespace
 
-std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
-                                  const std::function<bool(const RegionPair&)>& mayJoin) {
-    return NearTile(map, tile, reach).Pairs(mayJoin);
+std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, const Nearness& nearness) {
+    return NearTile(map, tile, nearness).Pairs();
 }
 
 }  // namespace orvix::detection

@@ -16,20 +16,35 @@ using RegionPair = std::pair<std::int32_t, std::int32_t>;
 /// Two regions that come near each other.
 struct NearPair {
     RegionPair pair;
-    bool touch = false;  ///< cells of theirs lie side by side
+    bool touch = false;  ///< points of theirs lie side by side
+    bool wall = false;   ///< a wall stands between: they are near, and never one
+};
+
+/// How near regions have to come.
+struct Nearness {
+    double bridge = 0;  ///< metres of the gap between their points
+    /// Whether two regions may be one surface.
+    std::function<bool(const RegionPair&)> mayJoin;
+    /// The region of a number: its plane says to which sides walls rise from it.
+    std::function<const Region&(std::int32_t)> regionOf;
 };
 
 /// Finds the regions that come near each other in a tile.
 ///
-/// Two regions are near where a cell of one lies within `reach` cells, along every axis, of a cell
-/// of the other; one of the two cells may lie in a tile beside this one. Pairs that `mayJoin`
-/// refuses are left out without a look at their cells.
+/// Two regions are near where the points of a cell of one lie within `bridge` of those of a cell of
+/// the other, as far as the cells' bounds show, and no wall stands between; one of the two cells may
+/// lie in a tile beside this one. A wall stands between where cells are occupied from both rims of
+/// the gap, or from one cell further into it, up to half a metre (or five cells) to the same side of
+/// the plane: a room's ceiling ends there, and the next room's begins. What hides less, such as a
+/// beam, is no wall, and neither is one that fewer than a fifth of the contacts across the gap meet.
+/// No wall parts small regions from others. Pairs that `mayJoin` refuses are left out without a look
+/// at their cells.
 ///
-/// Boundaries `reach` is at least 1 and at most 26.
+/// Boundaries `bridge` is at most 20 cells. Cells that touch are near whatever the bridge, if the gap
+///            between their points is no wider than their points are apart.
 /// Order      by pair, each once.
-/// Cost       some 50 ns per cell for a reach of a few cells. It grows with the fourth power of the
-///            reach where regions that may join lie side by side without touching.
-std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, std::int32_t reach,
-                                  const std::function<bool(const RegionPair&)>& mayJoin);
+/// Cost       some 50 ns per cell for a bridge of a few cells. It grows with the fourth power of the
+///            bridge where regions that may join lie side by side without touching.
+std::vector<NearPair> NearPairsIn(const CellMap& map, std::size_t tile, const Nearness& nearness);
 
 }  // namespace orvix::detection

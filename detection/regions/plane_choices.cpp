@@ -2,11 +2,13 @@
 #include "detection/regions/plane_choices.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace orvix::detection {
 namespace {
 
-constexpr std::uint32_t kBeside = ~std::uint32_t{0};  // a cell of another tile
+constexpr double kMinCosine = 0.98480775301220805937;  // of 10 degrees
+constexpr std::uint32_t kBeside = ~std::uint32_t{0};   // a cell of another tile
 
 /// The cells of a tile and those that touch it, by key.
 struct Neighbourhood {
@@ -60,6 +62,10 @@ public:
         const auto at = std::lower_bound(planes_.begin(), planes_.end(), plane);
         if (at == planes_.end() || *at != plane) planes_.insert(at, plane);
     }
+    template <class Condition>
+    void RemoveIf(Condition&& condition) {
+        std::erase_if(planes_, condition);
+    }
     [[nodiscard]] const std::vector<std::int32_t>& Planes() const { return planes_; }
 
 private:
@@ -97,7 +103,20 @@ private:
 
 }  // namespace
 
-PlaneChoices::Tile PlaneChoices::ChoicesIn(const CellMap& map, std::size_t tile) {
+namespace {
+
+// Whether two planes are one at a place.
+bool AreOneAt(const Vector& place, const PlaneAt& a, const PlaneAt& b, double distance) {
+    const double cosine = Dot(a.normal, b.normal);
+    if (std::abs(cosine) < kMinCosine) return false;
+    const double away = a.Distance(place) - (cosine < 0 ? -1 : 1) * b.Distance(place);
+    return std::abs(away) <= distance;
+}
+
+}  // namespace
+
+PlaneChoices::Tile PlaneChoices::ChoicesIn(const CellMap& map, const std::vector<Region>& regions,
+                                           double distance, std::size_t tile) {
     const Neighbourhood around(map, tile);
     Tile choices;
     choices.listOf.resize(map.CellsIn(tile));
@@ -114,21 +133,34 @@ PlaneChoices::Tile PlaneChoices::ChoicesIn(const CellMap& map, std::size_t tile)
     const auto wanted = [&](std::uint32_t i) {
         return around.own[i] != kBeside && !map.SummaryOf(tile, around.own[i]).IsInterior();
     };
-    ForColumnsAround(around.keys, wanted,
-                     [&](std::uint32_t i, std::uint32_t first, std::uint32_t last) {
-                         for (std::uint32_t j = first; j < last; ++j) list.Add(around.regions[j]);
-                         if (++columns % 9 != 0) return;
-                         choices.listOf[around.own[i]] = writer.Put(list.Planes());
-                         list.Clear();
-                     });
+    ForColumnsAround(
+        around.keys, wanted, [&](std::uint32_t i, std::uint32_t first, std::uint32_t last) {
+            for (std::uint32_t j = first; j < last; ++j) list.Add(around.regions[j]);
+            if (++columns % 9 != 0) return;
+            const std::uint32_t cell = around.own[i];
+            for (const SmallPart& part : map.SmallOf(tile, cell)) list.Add(part.region);
+            const std::int32_t own = map.RegionOf(tile, cell);
+            if (own != kNoRegion && list.Planes().size() > 1) {
+                const Vector at = map.Frame().Middle(map.PlaceOf(tile, cell));
+                const PlaneAt& home = regions[static_cast<std::size_t>(own)].plane;
+                list.RemoveIf([&](std::int32_t other) {
+                    return other != own &&
+                           AreOneAt(at, home, regions[static_cast<std::size_t>(other)].plane,
+                                    distance);
+                });
+            }
+            choices.listOf[cell] = writer.Put(list.Planes());
+            list.Clear();
+        });
     return choices;
 }
 
-Expected<PlaneChoices> PlaneChoices::Of(const CellMap& map, const parallel::Pool& pool) {
+Expected<PlaneChoices> PlaneChoices::Of(const CellMap& map, const std::vector<Region>& regions,
+                                        double distance, const parallel::Pool& pool) {
     PlaneChoices choices;
     choices.tiles_.resize(map.Tiles());
     auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned) -> Expected<void> {
-        choices.tiles_[tile] = ChoicesIn(map, tile);
+        choices.tiles_[tile] = ChoicesIn(map, regions, distance, tile);
         return {};
     });
     if (!done) return ErrorOf(done);

@@ -11,6 +11,7 @@
 namespace orvix::detection {
 
 /// For each cell, the planes that pass it or a cell beside it: those that its points may belong to.
+/// A plane that grew from points is a choice of the cells alone that it passes.
 ///
 ///     for (const std::int32_t plane : choices.At(tile, cell)) Compare(point, plane);
 ///
@@ -20,7 +21,10 @@ namespace orvix::detection {
 class PlaneChoices {
 public:
     PlaneChoices() = default;
-    static Expected<PlaneChoices> Of(const CellMap& map, const parallel::Pool& pool);
+    /// Where a cell has a region of its own, others that lie within `distance` of it there are no
+    /// choice: two pieces of one plane on both sides of a wall do not share their rims.
+    static Expected<PlaneChoices> Of(const CellMap& map, const std::vector<Region>& regions,
+                                     double distance, const parallel::Pool& pool);
 
     [[nodiscard]] std::span<const std::int32_t> At(std::size_t tile, std::uint32_t cell) const {
         const Tile& its = tiles_[tile];
@@ -35,7 +39,8 @@ private:
         std::vector<std::int32_t> lists;
     };
 
-    static Tile ChoicesIn(const CellMap& map, std::size_t tile);
+    static Tile ChoicesIn(const CellMap& map, const std::vector<Region>& regions, double distance,
+                          std::size_t tile);
 
     std::vector<Tile> tiles_;
 };

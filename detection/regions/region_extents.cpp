@@ -17,9 +17,7 @@ public:
     TileExtents Find(const CellMap& map, std::size_t tile) {
         TileExtents extents;
         std::vector<std::uint64_t> cellsSeen;
-        for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell) {
-            const std::int32_t region = map.RegionOf(tile, cell);
-            if (region == kNoRegion) continue;
+        const auto add = [&](std::int32_t region, std::uint32_t cell) {
             const auto number = static_cast<std::size_t>(region);
             if (slots_[number] < 0) {
                 slots_[number] = static_cast<std::int32_t>(extents.size());
@@ -31,10 +29,13 @@ public:
             const CellPlace place = map.PlaceOf(tile, cell);
             detail::Extend(extent.bounds, frames_[number].To2D(map.Frame().Middle(place)));
             const std::uint64_t stride = 1 + regions_[number].cells / kCellsPerRegion;
-            if (cellsSeen[slot]++ % stride != 0) continue;
+            if (cellsSeen[slot]++ % stride != 0) return;
             extent.cells.push_back(place);
             extent.counts.push_back(map.SummaryOf(tile, cell).Points());
-        }
+        };
+        for (std::uint32_t cell = 0; cell < map.CellsIn(tile); ++cell)
+            if (map.RegionOf(tile, cell) != kNoRegion) add(map.RegionOf(tile, cell), cell);
+        for (const SmallPart& part : map.SmallOf(tile)) add(part.region, part.cell);
         for (const auto& [region, extent] : extents) slots_[static_cast<std::size_t>(region)] = -1;
         return extents;
     }

@@ -9,6 +9,21 @@ namespace orvix::detection {
 namespace {
 
 constexpr std::size_t kMinCells = 3;
+constexpr std::size_t kMinCellsBeside = 10;  // where points decide what is smaller
+constexpr double kScatters = 3;      // times a region's scatter: how far its cells may lie from it
+constexpr double kMaxScatter = 2;    // times the noise: no surface is rougher, but thin things are
+constexpr double kReach = 3;         // times the rms of a region that takes in more than scatter
+constexpr double kWaves = 3;         // times its waves: how far more the cells of a wavy region may
+constexpr double kFewPoints = 2.3;   // that the mean square of few points may exceed that of many
+constexpr double kMaxRms = 3;        // times the noise: of a cell that holds one surface
+constexpr double kMeans = 0.5;       // of that: the same for the mean of a cell
+constexpr double kMinMean = 0.0035;  // metres: but no less
+constexpr double kMaxStep = 3;       // standard errors of their means: what is no step
+constexpr double kMaxBend = 0.02;    // radians from cell to cell: what is no step, either
+constexpr double kMaxTilt = 0.01;    // of a cell's size: spread of a cell that waves
+constexpr double kMinGap = 0.5;      // of a cell's size: the least gap that parts neighbours
+constexpr double kLineWidth = 0.2;   // of a cell's size: of the line that a scanner leaves in it
+constexpr double kGapSpacings = 2.5;  // points' distances: the same where points are few
 
 class Grower {
 public:
@@ -19,7 +34,6 @@ public:
           seen_(tile.Size(), 0),
           discarded_(tile.Size()) {
         result_.ofCell.assign(tile.Size(), kNoRegion);
-        maxSquaredSpread_ = kMaxSpread * limits.distance * kMaxSpread * limits.distance;
     }
 
     Regions Grow();
@@ -28,12 +42,21 @@ private:
     enum class Match { None, Edge, Full };
 
     [[nodiscard]] std::vector<std::uint32_t> Seeds() const;
+    void Allow();
     bool Start(std::uint32_t seed);
     void Spread();
     void Join(std::uint32_t cell);
     void Fit();
     void Recheck();
-    [[nodiscard]] Match MatchOf(std::uint32_t cell) const;
+    [[nodiscard]] Match MatchOf(std::uint32_t cell, std::uint32_t from) const;
+    [[nodiscard]] Match MatchOf(std::uint32_t cell, std::uint32_t from, const MomentSum& sum) const;
+    // Whether a cell holds one surface: where two meet, its points lie farther from one plane.
+    [[nodiscard]] bool IsSurface(const CellShape& shape) const {
+        return shape.HasNormal() && (limits_.fixed || shape.rms <= std::max(kMaxRms * limits_.noise,
+                                                                            limits_.distance / 2));
+    }
+    [[nodiscard]] bool Continues(std::uint32_t from, std::uint32_t cell) const;
+    [[nodiscard]] bool AreLinked(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] bool TouchesRim() const;
     void Keep();
     void Discard();
@@ -41,6 +64,9 @@ private:
     const TileCells& tile_;
     const std::vector<CellShape>& shapes_;
     GrowthLimits limits_;
+    double tight_ = 0;    // how far the mean of a cell may lie from the plane
+    double scatter_ = 0;  // of its points
+    double loose_ = 0;    // the same where the cell continues its neighbour
     double maxSquaredSpread_ = 0;
     Regions result_;
     Region region_;                     // about the tile's middle
@@ -65,52 +91,116 @@ std::vector<std::uint32_t> Grower::Seeds() const {
     };
     std::vector<std::uint32_t> starts(kSteps + 1, 0);
     for (const CellShape& shape : shapes_)
-        if (shape.HasNormal()) ++starts[stepOf(shape) + 1];
+        if (IsSurface(shape)) ++starts[stepOf(shape) + 1];
     for (std::size_t i = 1; i <= kSteps; ++i) starts[i] += starts[i - 1];
     std::vector<std::uint32_t> seeds(starts[kSteps]);
     for (std::uint32_t i = 0; i < tile_.Size(); ++i)
-        if (shapes_[i].HasNormal()) seeds[starts[stepOf(shapes_[i])]++] = i;
+        if (IsSurface(shapes_[i])) seeds[starts[stepOf(shapes_[i])]++] = i;
     return seeds;
 }
 
-Grower::Match Grower::MatchOf(std::uint32_t cell) const {
-    const MomentSum& sum = tile_.Sum(cell);
-    const Vector& n = region_.plane.normal;
-    // Both sides times the cell's points: how far their mean, and the mean square of them, is from
-    // the plane.
-    const double heights = Dot(n, sum.sum), rise = height_ * sum.count;
-    if (std::abs(heights - rise) > limits_.distance * sum.count) return Match::None;
-    const double spread = QuadraticForm(sum.squares, n) - (2 * heights - rise) * height_;
-    if (spread > maxSquaredSpread_ * sum.count) return Match::None;
+// Whether a cell goes on where its neighbour ends: each passes the other's mean. A step, however
+// small, is where they do not.
+bool Grower::Continues(std::uint32_t from, std::uint32_t cell) const {
+    const CellShape& a = shapes_[from];
+    const CellShape& b = shapes_[cell];
+    if (!a.HasNormal() || !b.HasNormal()) return false;
+    const Vector between =
+        SumOfSurface(tile_, cell, b).Mean() - SumOfSurface(tile_, from, a).Mean();
+    const double length = std::sqrt(Dot(between, between));
+    const double few = std::min(tile_.Sum(from).count, tile_.Sum(cell).count);
+    const double limit =
+        kMaxStep * std::max(a.rms, b.rms) / std::sqrt(few) + (a.turn + b.turn + kMaxBend) * length;
+    return std::abs(Dot(a.Normal(), between)) <= limit &&
+           std::abs(Dot(b.Normal(), between)) <= limit;
+}
+
+// Whether no gap parts the points of two cells that touch. How far points lie apart, their counts
+// say, but for a scanner's lines, which leave gaps between them.
+bool Grower::AreLinked(std::uint32_t a, std::uint32_t b) const {
+    const double size = tile_.Frame().Size();
+    const double count = std::max(tile_.Sum(a).count, tile_.Sum(b).count);
+    const double most = std::max(kMinGap * kMinGap, kGapSpacings * kGapSpacings / count);
+    if (tile_.Box(a).SquaredGap(tile_.Box(b)) <= most * size * size) return true;
+    const auto width = static_cast<float>(kLineWidth * size);
+    return tile_.Box(a).IsLine(width) && tile_.Box(b).IsLine(width);
+}
+
+Grower::Match Grower::MatchOf(std::uint32_t cell, std::uint32_t from) const {
     const CellShape& shape = shapes_[cell];
-    if (!shape.HasNormal()) return Match::Edge;
-    return std::abs(Dot(shape.Normal(), n)) >= limits_.minCosine ? Match::Full : Match::None;
+    if (shape.slicedAlong == 0) return MatchOf(cell, from, tile_.Sum(cell));
+    return MatchOf(cell, from, SumOfSurface(tile_, cell, shape));
+}
+
+Grower::Match Grower::MatchOf(std::uint32_t cell, std::uint32_t from, const MomentSum& sum) const {
+    const Vector& n = region_.plane.normal;
+    // Times the cell's points: how far their mean is from the plane, and the mean square of them
+    // from it.
+    const double heights = Dot(n, sum.sum), rise = height_ * sum.count;
+    const double away = std::abs(heights - rise);
+    const double error = kMaxStep * scatter_ * std::sqrt(sum.count);
+    if (away > loose_ * sum.count + error) return Match::None;
+    const CellShape& shape = shapes_[cell];
+    const double cosine = shape.HasNormal() ? std::abs(Dot(shape.Normal(), n)) : 0;
+    if (shape.HasNormal() && cosine < limits_.minCosine) return Match::None;
+    const bool tight = away <= tight_ * sum.count + error;
+    if (!tight && from != cell && !Continues(from, cell)) return Match::None;
+    double spread = QuadraticForm(sum.squares, n) - (2 * heights - rise) * height_;
+    if (!tight) spread -= away * away / sum.count;  // about the cell's own mean
+    // A point alone may lie three times the scatter away.
+    const double few = limits_.fixed ? 0 : kFewPoints;
+    if (spread > maxSquaredSpread_ * (sum.count + few)) return Match::None;
+    return IsSurface(shape) ? Match::Full : Match::Edge;
 }
 
 void Grower::Join(std::uint32_t cell) {
     region_.sum.Add(tile_.Sum(cell));
     ++region_.cells;
-    cells_.push_back(cell);
-    result_.ofCell[cell] = number_;
+    // What lies around a cell may be another surface, a step beside it.
+    if (shapes_[cell].HasNormal() && shapes_[cell].own) {
+        const double rms = shapes_[cell].rms, count = tile_.Sum(cell).count;
+        region_.scatter += rms * rms * count;
+        region_.scattered += count;
+    }
 }
 
 void Grower::Fit() {
     Refit(region_);
     height_ = Dot(region_.plane.normal, region_.plane.centre);
+    Allow();
+}
+
+// What the region's size and scatter allow its cells.
+void Grower::Allow() {
+    const double distance = TightDistance(region_, limits_);
+    scatter_ = limits_.fixed ? 0 : distance / kScatters;
+    tight_ = limits_.fixed ? distance : std::max(kMeans * distance, kMinMean);
+    const double size = tile_.Frame().Size();
+    const double extent = static_cast<double>(region_.cells) * size * size;
+    loose_ = tight_ + std::min(MaxWave(extent, limits_), kWaves * WaveOf(region_));
+    const double spread =
+        kMaxSpread * distance + (limits_.fixed ? 0 : kMaxTilt * tile_.Frame().Size());
+    maxSquaredSpread_ = spread * spread;
 }
 
 bool Grower::Start(std::uint32_t seed) {
     ++round_;
     region_ = {};
     cells_.clear();
-    region_.plane = {shapes_[seed].Normal(), tile_.Sum(seed).Mean()};
+    region_.plane = {shapes_[seed].Normal(), SumOfSurface(tile_, seed, shapes_[seed]).Mean()};
     height_ = Dot(region_.plane.normal, region_.plane.centre);
     roles_.clear();
     front_ = 0;
-    if (MatchOf(seed) != Match::Full) return false;
+    region_.scatter = shapes_[seed].rms * shapes_[seed].rms;
+    region_.scattered = 1;
+    Allow();
+    region_.scatter = region_.scattered = 0;
+    if (MatchOf(seed, seed) != Match::Full) return false;
     number_ = static_cast<std::int32_t>(result_.regions.size());
     seen_[seed] = round_;
     Join(seed);
+    cells_.push_back(seed);
+    result_.ofCell[seed] = number_;
     roles_.push_back(Role::Rim);
     return true;
 }
@@ -124,10 +214,14 @@ void Grower::Spread() {
             if (result_.ofCell[cell] == number_) continue;
             role = Role::Rim;
             if (seen_[cell] == round_ || result_.ofCell[cell] != kNoRegion) continue;
-            seen_[cell] = round_;
-            const Match match = MatchOf(cell);
+            if (!AreLinked(cells_[front_], cell)) continue;
+            const Match match = MatchOf(cell, cells_[front_]);
+            // A cell that only the wrong neighbour led to may be asked again.
             if (match == Match::None) continue;
+            seen_[cell] = round_;
             Join(cell);
+            cells_.push_back(cell);
+            result_.ofCell[cell] = number_;
             roles_.push_back(match == Match::Full ? Role::Rim : Role::Edge);
         }
         roles_[front_] = role;
@@ -147,16 +241,16 @@ void Grower::Recheck() {
         const std::size_t grown = cells_.size();
         region_.sum = {};
         region_.cells = 0;
+        region_.scatter = region_.scattered = 0;
         std::size_t kept = 0;
         for (std::size_t i = 0; i < grown; ++i) {
             const std::uint32_t cell = cells_[i];
             seen_[cell] = round_;
-            if (MatchOf(cell) == Match::None) {
+            if (MatchOf(cell, cell) == Match::None) {
                 result_.ofCell[cell] = kNoRegion;
                 continue;
             }
-            region_.sum.Add(tile_.Sum(cell));
-            ++region_.cells;
+            Join(cell);
             roles_[kept] = roles_[i];
             cells_[kept++] = cell;
         }
@@ -183,6 +277,7 @@ void Grower::Keep() {
 }
 
 void Grower::Discard() {
+    if (!limits_.small && cells_.size() >= kMinCells) ++result_.leftOut;
     for (const std::uint32_t cell : cells_) {
         result_.ofCell[cell] = kNoRegion;
         discarded_[cell] = true;
@@ -211,10 +306,37 @@ void Refit(Region& region) {
     region.plane.normal = spread.normal;
     region.plane.centre = region.origin + region.sum.Mean();
     region.rms = std::sqrt(spread.min);
+    region.extent = 12 * std::sqrt(spread.middle * spread.max);
+}
+
+double TightDistance(const Region& region, const GrowthLimits& limits) {
+    if (limits.fixed || region.scattered <= 0) return limits.distance;
+    const double scatter = std::sqrt(region.scatter / region.scattered);
+    return std::max(limits.distance, kScatters * std::min(scatter, kMaxScatter * limits.noise));
+}
+
+double MaxWave(double extent, const GrowthLimits& limits) {
+    return limits.fixed ? 0 : std::min(limits.waviness * std::sqrt(extent), limits.maxWave);
+}
+
+double WaveOf(const Region& region) {
+    if (region.scattered <= 0) return 0;
+    return std::sqrt(std::max(region.rms * region.rms - region.scatter / region.scattered, 0.0));
+}
+
+// BEHAVIOUR A2
+double ReachOf(const Region& region, const GrowthLimits& limits) {
+    const double tight = TightDistance(region, limits);
+    if (limits.fixed) return std::max(tight, kReach * region.rms);
+    return std::max(tight, std::min(kReach * region.rms, tight + MaxWave(region.extent, limits)));
 }
 
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
-    if (region.cells < kMinCells || region.sum.count < limits.minPoints) return false;
+    if (region.small)
+        return region.sum.count >= limits.minPoints && region.extent >= limits.minArea;
+    if (region.cells < (limits.small ? kMinCellsBeside : kMinCells) ||
+        region.sum.count < limits.minPoints)
+        return false;
     const Vector& n = region.plane.normal;
     // A plane passes through that many cells for each square of a cell's side.
     const double cellsPerFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);

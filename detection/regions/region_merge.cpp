@@ -14,15 +14,19 @@ namespace {
 
 // Of the distance: the rms of a piece's points from the plane of the whole, where the pieces touch
 // and where they do not.
-constexpr double kMaxTouching = 0.75;
+constexpr double kMaxTouching = 0.7;
+constexpr double kMaxSliced = 3;           // rms of halves: how far apart they lie
+constexpr double kMinCosineToFace = 0.99;  // of a surface that a face between tiles slices
 constexpr double kMaxApart = 0.35;
+constexpr double kMaxSmallApart = 0.6;  // where one of them is small: it may be turned by its noise
+constexpr double kWaves = 2;      // times the waves of the rougher piece: what a wavy surface adds
 constexpr double kMaxReach = 20;  // cells: what lies farther apart is not joined
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
 class Merger {
 public:
-    Merger(const GrowthLimits& growth, std::vector<Region>& regions)
-        : growth_(growth), regions_(regions), parent_(regions.size()) {
+    Merger(const GrowthLimits& growth, const CellFrame& frame, std::vector<Region>& regions)
+        : growth_(growth), frame_(frame), regions_(regions), parent_(regions.size()) {
         std::iota(parent_.begin(), parent_.end(), 0);
     }
 
@@ -37,19 +41,45 @@ public:
         const Region& b = At(pair.second);
         if (std::abs(Dot(a.plane.normal, b.plane.normal)) < growth_.minCosine) return kNever;
         const Region both = Union(a, b);
-        if (both.rms > kMaxSpread * growth_.distance) return kNever;
-        const double most = (touch ? kMaxTouching : kMaxApart) * growth_.distance;
-        const double spreadA = Spread(a, both.plane), spreadB = Spread(b, both.plane);
-        if (std::max(spreadA, spreadB) > most * most) return kNever;
-        return std::max(spreadA - a.rms * a.rms, spreadB - b.rms * b.rms);
+        const double loss =
+            std::max(Spread(a, both.plane) - a.rms * a.rms, Spread(b, both.plane) - b.rms * b.rms);
+        // Of a step between the two, the plane of both is so much nearer to the larger one.
+        const double share = std::max(a.sum.count, b.sum.count) / both.sum.count;
+        const double most = Allowed(a, b, both, touch) * share;
+        return loss > most * most ? kNever : loss;
+    }
+    // Whether a face between tiles slices a surface: its noise puts half of its points into the tile
+    // above, half into the one below, and the halves lie 2.7 times their rms apart.
+    [[nodiscard]] bool IsSlicedByTiles(const Region& both) const {
+        const Vector& n = both.plane.normal;
+        const Vector& c = both.plane.centre;
+        const std::array<double, 3> cosines{n.x, n.y, n.z}, centre{c.x, c.y, c.z};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if (std::abs(cosines[axis]) < kMinCosineToFace) continue;
+            const double side = frame_.PerTile(axis) * frame_.Size();
+            const double tiles = centre[axis] / side;
+            return std::abs(tiles - std::floor(tiles + 0.5)) * side <= both.rms;
+        }
+        return false;
+    }
+    // How far the mean of a piece may lie from the plane of the whole.
+    [[nodiscard]] double Allowed(const Region& a, const Region& b, const Region& both,
+                                 bool touch) const {
+        const double tight = TightDistance(both, growth_);
+        if (!touch) return (a.small || b.small ? kMaxSmallApart : kMaxApart) * tight;
+        const double wave = std::min(MaxWave(std::min(a.extent, b.extent), growth_),
+                                     kWaves * std::max(WaveOf(a), WaveOf(b)));
+        const double most = kMaxTouching * (tight + wave);
+        return IsSlicedByTiles(both) ? std::max(most, kMaxSliced * std::max(a.rms, b.rms)) : most;
     }
     void Join(const RegionPair& pair) {
         Region& into = regions_[static_cast<std::size_t>(pair.first)];
         into = Union(into, At(pair.second));
         Parent(pair.second) = pair.first;
     }
-    // The number that each region ends with, without gaps; kNoRegion for one that is too small.
-    std::vector<std::int32_t> Renumber(double cellSize) {
+    // The number that each region ends with, without gaps; kNoRegion for one that is too small,
+    // which `leftOut` counts.
+    std::vector<std::int32_t> Renumber(double cellSize, std::uint64_t& leftOut) {
         std::vector<std::int32_t> numbers(regions_.size(), kNoRegion);
         std::size_t kept = 0;
         for (std::size_t i = 0; i < regions_.size(); ++i) {
@@ -59,21 +89,27 @@ public:
             } else if (IsLargeEnough(regions_[i], growth_, cellSize)) {
                 numbers[i] = static_cast<std::int32_t>(kept);
                 regions_[kept++] = regions_[i];
+            } else {
+                ++leftOut;  // BEHAVIOUR A17
             }
         }
         regions_.resize(kept);
         return numbers;
     }
 
-private:
     [[nodiscard]] const Region& At(std::int32_t i) const {
         return regions_[static_cast<std::size_t>(i)];
     }
+
+private:
     std::int32_t& Parent(std::int32_t i) { return parent_[static_cast<std::size_t>(i)]; }
     static Region Union(const Region& a, const Region& b) {
         Region both = a;
         both.sum.Add(b.sum.About(a.origin - b.origin));
         both.cells += b.cells;
+        both.scatter += b.scatter;
+        both.scattered += b.scattered;
+        both.small = a.small && b.small;
         Refit(both);
         return both;
     }
@@ -84,26 +120,30 @@ private:
     }
 
     const GrowthLimits& growth_;
+    CellFrame frame_;
     std::vector<Region>& regions_;
     std::vector<std::int32_t> parent_;
 };
 
-// Each pair once; it touches where any of its pairs does.
+// Each pair once; it touches where any of its pairs does, and else a wall stands between where one
+// does between any of them: what grew small beside a wall does not lead around it.
 void SortOnce(std::vector<NearPair>& pairs) {
     std::sort(pairs.begin(), pairs.end(), [](const NearPair& a, const NearPair& b) {
-        return a.pair != b.pair ? a.pair < b.pair : a.touch > b.touch;
+        if (a.pair != b.pair) return a.pair < b.pair;
+        return a.touch != b.touch ? a.touch : a.wall > b.wall;
     });
     const auto samePair = [](const NearPair& a, const NearPair& b) { return a.pair == b.pair; };
     pairs.erase(std::unique(pairs.begin(), pairs.end(), samePair), pairs.end());
 }
 
-Expected<std::vector<NearPair>> NearPairsOf(const CellMap& map, std::int32_t reach,
-                                            const Merger& merger, const parallel::Pool& pool) {
+Expected<std::vector<NearPair>> NearPairsOf(const CellMap& map, double bridge, const Merger& merger,
+                                            const parallel::Pool& pool) {
+    const Nearness nearness{
+        bridge, [&](const RegionPair& pair) { return merger.Loss(pair, true) < kNever; },
+        [&](std::int32_t region) -> const Region& { return merger.At(region); }};
     std::vector<std::vector<NearPair>> parts(map.Tiles());
     auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned) -> Expected<void> {
-        parts[tile] = NearPairsIn(map, tile, reach, [&](const RegionPair& pair) {
-            return merger.Loss(pair, true) < kNever;
-        });
+        parts[tile] = NearPairsIn(map, tile, nearness);
         return {};
     });
     if (!done) return ErrorOf(done);
@@ -117,6 +157,7 @@ Expected<std::vector<NearPair>> NearPairsOf(const CellMap& map, std::int32_t rea
 bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& merger) {
     std::vector<std::pair<double, RegionPair>> ranked;
     for (const NearPair& near : pairs) {
+        if (near.wall) continue;
         const double loss = merger.Loss(near.pair, near.touch);
         if (loss < kNever) ranked.emplace_back(loss, near.pair);
     }
@@ -135,25 +176,25 @@ bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& m
 
 }  // namespace
 
-Expected<void> MergeRegions(const GrowthLimits& growth, double bridge, const parallel::Pool& pool,
-                            CellMap& map, std::vector<Region>& regions) {
+Expected<std::uint64_t> MergeRegions(const GrowthLimits& growth, double bridge,
+                                     const parallel::Pool& pool, CellMap& map,
+                                     std::vector<Region>& regions) {
     const double size = map.Frame().Size();
-    Merger merger(growth, regions);
-    const double cells = std::min(bridge / size, kMaxReach) + 1 + 1e-9;  // BEHAVIOUR A5
-    const auto reach = std::max(1, static_cast<std::int32_t>(cells));
-    auto found = NearPairsOf(map, reach, merger, pool);
+    Merger merger(growth, map.Frame(), regions);
+    auto found = NearPairsOf(map, std::min(bridge, kMaxReach * size), merger, pool);
     if (!found) return ErrorOf(found);
     std::vector<NearPair> pairs = std::move(*found);
     while (JoinOnce(pairs, regions.size(), merger)) {
         if (!pool.Proceed())
             return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
-        for (auto& [pair, touch] : pairs)
+        for (auto& [pair, touch, wall] : pairs)
             pair = std::minmax(merger.Root(pair.first), merger.Root(pair.second));
         std::erase_if(pairs, [](const NearPair& m) { return m.pair.first == m.pair.second; });
         SortOnce(pairs);
     }
-    map.Renumber(merger.Renumber(size));
-    return {};
+    std::uint64_t leftOut = 0;
+    map.Renumber(merger.Renumber(size, leftOut));
+    return leftOut;
 }
 
 }  // namespace orvix::detection

@@ -7,15 +7,13 @@
 #include <cstring>
 #include <map>
 #include <random>
-#include <stdexcept>
 
 #include "detection/regions/cell_map.h"
 #include "importer/import.h"
 #include "orvix/geometry/vector.h"
-#include "orvix/project/open_project.h"
-#include "orvix/project/transform_file.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"
+#include "tests/detection/opened_project.h"
 #include "tests/support/tiny_project.h"
 
 namespace orvix::detection {
@@ -26,46 +24,10 @@ using detail::operator+, detail::operator-, detail::operator*;
 using test::BuildingOptions;
 using test::SyntheticBuilding;
 
-/// A project that is open for the length of a test.
-class Opened {
-public:
-    explicit Opened(const CString& path) {
-        auto opened = detail::OpenProject::Open(path);
-        if (!opened) throw std::runtime_error(opened.error().message);
-        project_ = std::move(*opened);
-        origin_ = detail::ReadTransform(project_->Manager().transformFile)->Origin();
-    }
-    CProjectCore& Core() { return project_->Core(); }
-    [[nodiscard]] const Vector& Origin() const { return origin_; }
-    std::unique_ptr<PlaneSearch> Search(const PlaneSearchOptions& options = {}) {
-        auto search = PlaneSearch::Run(Core(), options);
-        EXPECT_TRUE(search) << search.error().message;
-        return search ? std::move(*search) : nullptr;
-    }
-
-private:
-    std::unique_ptr<detail::OpenProject> project_;
-    Vector origin_;
-};
-
 CString ImportBuilding(const test::ScratchFolder& folder, const SyntheticBuilding& building) {
     test::WriteScan(building, folder / L"building.las");
     const CString project = folder / L"building.prj";
     EXPECT_TRUE(importer::Import({folder / L"building.las"}, project, {}));
-    return project;
-}
-
-CString WritePoints(const test::ScratchFolder& folder, const std::vector<Vector>& points) {
-    std::vector<CCloudPoint<float>> records;
-    for (const Vector& p : points) {
-        CCloudPoint<float> record;
-        record.x = static_cast<float>(p.x);
-        record.y = static_cast<float>(p.y);
-        record.z = static_cast<float>(p.z);
-        records.push_back(record);
-    }
-    const CString project = folder / L"points.prj";
-    test::WriteTinyProject(test::MakeTinyProject(records), project);
     return project;
 }
 

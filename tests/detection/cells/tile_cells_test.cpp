@@ -10,6 +10,7 @@ TEST(TileCells, RefusesAPlaceThatComesTwice) {
     CellSums sums;
     sums.keys = {KeyOf({1, 2, 3}, {}), KeyOf({1, 2, 4}, {}), KeyOf({1, 2, 3}, {})};
     sums.sums.resize(3);
+    sums.boxes.resize(3);
     const auto checked = TileCells(CellFrame(0), {}, {&sums, 1}).Check();
     ASSERT_FALSE(checked);
     EXPECT_EQ(checked.error().code, ErrorCode::Damaged);

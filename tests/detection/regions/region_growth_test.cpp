@@ -20,11 +20,16 @@ public:
             for (std::int32_t y = 0; y < side; ++y) {
                 const CellPlace place{from[0] + x, from[1] + y, from[2]};
                 MomentSum sum;
-                for (int i = 0; i < 20; ++i)
-                    sum.Add(frame_.Middle(place) - middle +
-                            Vector{along(random_), along(random_), across(random_)});
+                CellBox box;
+                for (int i = 0; i < 20; ++i) {
+                    const Vector at = frame_.Middle(place) - middle +
+                                      Vector{along(random_), along(random_), across(random_)};
+                    sum.Add(at);
+                    box.Add(at);
+                }
                 sums_.keys.push_back(KeyOf(place, {}));
                 sums_.sums.push_back(sum);
+                sums_.boxes.push_back(box);
             }
         }
     }

@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/regions/small_regions.h"
+
+#include <nanoflann.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace orvix::detection {
+namespace {
+
+constexpr std::size_t kNearest = 12;
+constexpr std::size_t kMinNearest = 6;  // of a speck with a normal
+constexpr std::size_t kMinSpecks = 12;  // of a region
+constexpr std::size_t kMinRimSpecks = 6;
+constexpr double kMinWidth = 0.08;         // of a cell's side: standard deviation across a region
+constexpr double kMaxRatio = 0.1;          // of a neighbourhood's least variance to its middle one
+constexpr double kMinSquareness = 0.02;    // of its middle variance to its largest
+constexpr double kMaxSureTurn = 0.1;       // radians: a normal that is surer than that may refuse
+constexpr double kMaxCosineOfOther = 0.7;  // of such a normal with the region's
+constexpr double kMaxFilled = 0.46;        // of what a region allows its specks: its rms
+constexpr double kMaxCurved = 0.4;         // share of the squares that a paraboloid explains
+constexpr double kMinKurtosis = 1.4;       // across a region: of a face, not of its two edges
+constexpr double kMinPivot = 1e-9;         // of a term that the others do not hold already
+constexpr double kScatters = 4;            // times a region's rms: how far its specks may lie
+
+/// How flat the specks around a speck are.
+struct SpeckShape {
+    Vector normal{0, 0, 0};
+    double rms = 0;
+    double turn = 0;  // standard error of the normal
+    bool flat = false;
+};
+
+/// The nearest specks of each speck, nearest first.
+class Neighbours {
+public:
+    Neighbours(std::span<const Speck> specks, double maxDistance) : counts_(specks.size(), 0) {
+        places_.reserve(specks.size());
+        for (const Speck& speck : specks) {
+            const Vector at = speck.sum.Mean();
+            places_.push_back(
+                {static_cast<float>(at.x), static_cast<float>(at.y), static_cast<float>(at.z)});
+        }
+        nearest_.resize(specks.size() * kNearest);
+        const Tree tree(3, *this, nanoflann::KDTreeSingleIndexAdaptorParams(kLeafSize));
+        const auto farthest = static_cast<float>(maxDistance * maxDistance);
+        std::array<std::uint32_t, kNearest + 1> found{};
+        std::array<float, kNearest + 1> squares{};
+        for (std::uint32_t i = 0; i < places_.size(); ++i) {
+            nanoflann::KNNResultSet<float, std::uint32_t> result(kNearest + 1);
+            result.init(found.data(), squares.data());
+            squares.back() = farthest;  // the bound of what is looked at
+            tree.findNeighbors(result, places_[i].data(), nanoflann::SearchParams());
+            for (std::size_t k = 0; k < result.size(); ++k) {
+                if (found[k] == i || squares[k] > farthest || counts_[i] == kNearest) continue;
+                nearest_[i * kNearest + counts_[i]++] = found[k];
+            }
+        }
+    }
+    [[nodiscard]] std::span<const std::uint32_t> Of(std::uint32_t speck) const {
+        return {nearest_.data() + std::size_t{speck} * kNearest, counts_[speck]};
+    }
+
+    // What nanoflann asks of a set of points.
+    [[nodiscard]] std::size_t kdtree_get_point_count() const { return places_.size(); }
+    [[nodiscard]] float kdtree_get_pt(std::uint32_t i, std::size_t axis) const {
+        return places_[i][axis];
+    }
+    template <class Box>
+    bool kdtree_get_bbox(Box&) const {
+        return false;
+    }
+
+private:
+    using Metric = nanoflann::L2_Simple_Adaptor<float, Neighbours, float, std::uint32_t>;
+    using Tree = nanoflann::KDTreeSingleIndexAdaptor<Metric, Neighbours, 3, std::uint32_t>;
+    static constexpr std::size_t kLeafSize = 12;
+
+    std::vector<std::array<float, 3>> places_;
+    std::vector<std::uint32_t> nearest_;
+    std::vector<std::uint8_t> counts_;
+};
+
+class SmallGrower {
+public:
+    SmallGrower(std::span<const Speck> specks, const TileCells& tile, const GrowthLimits& limits)
+        : specks_(specks),
+          tile_(tile),
+          limits_(limits),
+          nearest_(specks, 0.8 * tile.Frame().Size()),
+          regionOf_(specks.size(), kNoRegion),
+          seen_(specks.size(), 0),
+          discarded_(specks.size()) {
+        means_.reserve(specks.size());
+        for (const Speck& speck : specks) means_.push_back(speck.sum.Mean());
+        for (std::uint32_t i = 0; i < specks.size(); ++i) shapes_.push_back(ShapeOf(i));
+    }
+
+    SmallRegions Grow() {
+        for (const std::uint32_t seed : Seeds()) {
+            if (regionOf_[seed] != kNoRegion || discarded_[seed]) continue;
+            Start(seed);
+            Spread();
+            Recheck();
+            if (IsWorthKeeping()) {
+                Keep();
+            } else {
+                Discard();
+            }
+        }
+        return Finish();
+    }
+
+private:
+    struct Member {
+        std::uint32_t speck = 0;
+        bool edge = false;  // leads no further
+    };
+
+    [[nodiscard]] SpeckShape ShapeOf(std::uint32_t speck) const;
+    [[nodiscard]] std::vector<std::uint32_t> Seeds() const;
+    void Start(std::uint32_t seed);
+    void Spread();
+    void Recheck();
+    void Fit();
+    void Allow() {
+        const double rms = std::min(rms_, 1.5 * limits_.noise);
+        allowed_ = limits_.fixed ? limits_.distance : std::max(limits_.distance, kScatters * rms);
+    }
+    [[nodiscard]] bool Fits(std::uint32_t speck) const {
+        return std::abs(Dot(normal_, means_[speck] - centre_)) <= allowed_;
+    }
+    [[nodiscard]] double CurvedShare() const;
+    [[nodiscard]] bool IsTwoLines() const;
+    [[nodiscard]] bool IsWorthKeeping() const;
+    [[nodiscard]] bool TouchesRim() const {
+        return std::any_of(members_.begin(), members_.end(), [&](const Member& member) {
+            return tile_.LiesAtRim(specks_[member.speck].cell);
+        });
+    }
+    void Keep();
+    void Discard();
+    SmallRegions Finish();
+
+    std::span<const Speck> specks_;
+    const TileCells& tile_;
+    GrowthLimits limits_;
+    Neighbours nearest_;
+    std::vector<Vector> means_;
+    std::vector<SpeckShape> shapes_;
+    std::vector<std::int32_t> regionOf_;
+    std::vector<std::uint32_t> seen_;  // the round in which a speck was last compared
+    std::vector<bool> discarded_;      // specks whose region was too small: no seeds any more
+    std::uint32_t round_ = 0;
+    SmallRegions result_;
+    // The region at work.
+    std::int32_t number_ = 0;
+    std::vector<Member> members_;
+    Vector normal_;
+    Vector centre_;
+    double rms_ = 0;
+    double width_ = 0;    // variance across it, along its plane
+    double allowed_ = 0;  // distance of a speck from the plane
+};
+
+SpeckShape SmallGrower::ShapeOf(std::uint32_t speck) const {
+    SpeckShape shape;
+    const auto around = nearest_.Of(speck);
+    if (around.size() < kMinNearest) return shape;
+    MomentSum sum;
+    sum.Add(Vector{0, 0, 0});
+    for (const std::uint32_t other : around) sum.Add(means_[other] - means_[speck]);
+    const detail::PrincipalSpread spread = SpreadOf(sum.Covariance());
+    if (!(spread.middle > 0)) return shape;
+    shape.normal = spread.normal;
+    shape.rms = std::sqrt(spread.min * sum.count / (sum.count - 3));
+    shape.turn = std::sqrt(spread.min / (spread.middle * sum.count));
+    shape.flat =
+        spread.min < kMaxRatio * spread.middle && spread.middle > kMinSquareness * spread.max;
+    return shape;
+}
+
+std::vector<std::uint32_t> SmallGrower::Seeds() const {
+    constexpr std::size_t kMinOfSeed = 8;
+    std::vector<std::pair<double, std::uint32_t>> ranked;
+    const double size = tile_.Frame().Size();
+    for (std::uint32_t i = 0; i < specks_.size(); ++i)
+        if (shapes_[i].flat && nearest_.Of(i).size() >= kMinOfSeed)
+            ranked.emplace_back(shapes_[i].rms + shapes_[i].turn * size / 5, i);
+    std::sort(ranked.begin(), ranked.end());
+    std::vector<std::uint32_t> seeds;
+    seeds.reserve(ranked.size());
+    for (const auto& [flatness, seed] : ranked) seeds.push_back(seed);
+    return seeds;
+}
+
+void SmallGrower::Start(std::uint32_t seed) {
+    ++round_;
+    number_ = static_cast<std::int32_t>(result_.regions.size());
+    normal_ = shapes_[seed].normal;
+    rms_ = shapes_[seed].rms;
+    Vector sum = means_[seed];
+    for (const std::uint32_t other : nearest_.Of(seed)) sum = sum + means_[other];
+    centre_ = sum * (1.0 / static_cast<double>(nearest_.Of(seed).size() + 1));
+    Allow();
+    members_.clear();
+    if (!Fits(seed)) return;
+    members_.push_back({seed, false});
+    regionOf_[seed] = number_;
+    seen_[seed] = round_;
+}
+
+void SmallGrower::Spread() {
+    std::size_t refitAt = std::max<std::size_t>(8, members_.size() * 3 / 2);
+    for (std::size_t front = 0; front < members_.size(); ++front) {
+        if (members_[front].edge) continue;
+        for (const std::uint32_t speck : nearest_.Of(members_[front].speck)) {
+            if (regionOf_[speck] != kNoRegion || seen_[speck] == round_) continue;
+            seen_[speck] = round_;
+            if (!Fits(speck)) continue;
+            const SpeckShape& shape = shapes_[speck];
+            const double cosine = std::abs(Dot(shape.normal, normal_));
+            const bool along = shape.flat && cosine >= limits_.minCosine;
+            if (shape.flat && shape.turn < kMaxSureTurn && cosine < kMaxCosineOfOther) continue;
+            regionOf_[speck] = number_;
+            members_.push_back({speck, !along});
+        }
+        if (members_.size() >= refitAt) {
+            Fit();
+            refitAt = members_.size() * 3 / 2;
+        }
+    }
+}
+
+void SmallGrower::Fit() {
+    MomentSum sum;
+    const Vector origin = means_[members_.front().speck];
+    for (const Member& member : members_) sum.Add(means_[member.speck] - origin);
+    const detail::PrincipalSpread spread = SpreadOf(sum.Covariance());
+    normal_ = spread.normal;
+    centre_ = origin + sum.Mean();
+    rms_ = std::sqrt(spread.min * sum.count / std::max(1.0, sum.count - 3));
+    width_ = spread.middle;
+    Allow();
+}
+
+// Compares the specks with the plane that they made, twice, as GrowRegions does with cells.
+void SmallGrower::Recheck() {
+    for (int turn = 0; turn < 2 && members_.size() >= kMinRimSpecks; ++turn) {
+        Fit();
+        ++round_;
+        const std::size_t grown = members_.size();
+        std::size_t kept = 0;
+        for (const Member& member : members_) {
+            seen_[member.speck] = round_;
+            if (Fits(member.speck)) {
+                members_[kept++] = member;
+            } else {
+                regionOf_[member.speck] = kNoRegion;
+            }
+        }
+        members_.resize(kept);
+        Spread();
+        if (kept == grown && members_.size() == grown) break;  // and so it would stay
+    }
+    if (members_.size() >= kMinRimSpecks) Fit();
+}
+
+// The share of the specks' squared distances from their plane that a paraboloid explains: little of
+// noise, most of a patch of a round thing.
+double SmallGrower::CurvedShare() const {
+    constexpr std::size_t kTerms = 6;  // 1, x, y, xx, xy, yy
+    const Vector across = std::abs(normal_.z) < 0.9 ? Vector{0, 0, 1} : Vector{1, 0, 0};
+    const Vector u = detail::Unit(detail::Cross(normal_, across)), v = detail::Cross(normal_, u);
+    const double scale = 1 / tile_.Frame().Size();
+    std::array<std::array<double, kTerms + 1>, kTerms> m{};  // normal equations
+    double squares = 0;
+    for (const Member& member : members_) {
+        const Vector at = means_[member.speck] - centre_;
+        const double x = Dot(u, at) * scale, y = Dot(v, at) * scale, z = Dot(normal_, at);
+        const std::array<double, kTerms + 1> row{1, x, y, x * x, x * y, y * y, z};
+        for (std::size_t i = 0; i < kTerms; ++i)
+            for (std::size_t j = i; j <= kTerms; ++j) m[i][j] += row[i] * row[j];
+        squares += z * z;
+    }
+    // Cholesky's steps, on the right side too: what each term explains is the square of its own.
+    double explained = 0;
+    for (std::size_t i = 0; i < kTerms; ++i) {
+        if (!(m[i][i] > kMinPivot * static_cast<double>(members_.size()))) return 0;
+        const double root = std::sqrt(m[i][i]);
+        for (std::size_t j = i; j <= kTerms; ++j) m[i][j] /= root;
+        for (std::size_t k = i + 1; k < kTerms; ++k)
+            for (std::size_t j = k; j <= kTerms; ++j) m[k][j] -= m[i][k] * m[i][j];
+        explained += m[i][kTerms] * m[i][kTerms];
+    }
+    // Three terms more explain some of any noise, the more the fewer specks there are.
+    const auto count = static_cast<double>(members_.size());
+    if (squares <= 0 || count <= kTerms) return 0;
+    return 1 - (1 - explained / squares) * (count - 3) / (count - kTerms);
+}
+
+// Whether the specks lie along two edges with nothing between them, as what is left along a frame
+// does: their kurtosis across is 1, that of an even face 1.8.
+bool SmallGrower::IsTwoLines() const {
+    MomentSum sum;
+    for (const Member& member : members_) sum.Add(means_[member.speck] - centre_);
+    const detail::EigenSystem eigen = detail::DecomposeSymmetric(sum.Covariance());
+    double squares = 0, fourths = 0;
+    for (const Member& member : members_) {
+        const double across = Dot(eigen.vectors[1], means_[member.speck] - centre_);
+        squares += across * across;
+        fourths += across * across * across * across;
+    }
+    return fourths * sum.count < kMinKurtosis * squares * squares;
+}
+
+bool SmallGrower::IsWorthKeeping() const {
+    if (members_.size() < kMinRimSpecks) return false;
+    const double narrowest = kMinWidth * tile_.Frame().Size();
+    if (width_ < narrowest * narrowest) return false;
+    // A patch of a round thing fills what is allowed, a plane does not.
+    if (rms_ > kMaxFilled * allowed_) return false;
+    if (CurvedShare() > kMaxCurved || IsTwoLines()) return false;
+    return members_.size() >= kMinSpecks || TouchesRim();
+}
+
+void SmallGrower::Keep() {
+    Region region;
+    region.small = true;
+    region.origin = tile_.Middle();
+    std::vector<std::pair<std::uint32_t, CellBox>> boxes;
+    std::sort(members_.begin(), members_.end(),
+              [](const Member& a, const Member& b) { return a.speck < b.speck; });
+    for (const Member& member : members_) {
+        const Speck& speck = specks_[member.speck];
+        region.sum.Add(speck.sum);
+        boxes.emplace_back(speck.cell, speck.box);
+    }
+    region.scatter = rms_ * rms_ * region.sum.count;
+    region.scattered = region.sum.count;
+    std::stable_sort(boxes.begin(), boxes.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (std::size_t i = 0; i < boxes.size();) {
+        const std::uint32_t cell = boxes[i].first;
+        CellBox box;
+        for (; i < boxes.size() && boxes[i].first == cell; ++i) box.Add(boxes[i].second);
+        result_.parts.push_back({cell, number_, {box, tile_.CornerOf(cell), tile_.Frame().Size()}});
+        ++region.cells;
+    }
+    Refit(region);
+    result_.regions.push_back(region);
+}
+
+void SmallGrower::Discard() {
+    for (const Member& member : members_) {
+        regionOf_[member.speck] = kNoRegion;
+        discarded_[member.speck] = true;
+    }
+}
+
+SmallRegions SmallGrower::Finish() {
+    std::sort(result_.parts.begin(), result_.parts.end(),
+              [](const SmallPart& a, const SmallPart& b) {
+                  return a.cell != b.cell ? a.cell < b.cell : a.region < b.region;
+              });
+    return std::move(result_);
+}
+
+}  // namespace
+
+SmallRegions GrowSmallRegions(std::span<const Speck> specks, const TileCells& tile,
+                              const GrowthLimits& limits) {
+    if (specks.size() < kMinRimSpecks) return {};
+    return SmallGrower(specks, tile, limits).Grow();
+}
+
+}  // namespace orvix::detection
