@@ -21,14 +21,15 @@ bool IsFlat(const PlaceReport& place) {
     return n.x != 0 || n.y != 0 || n.z != 0;
 }
 
-// A plane that sags allows more than the distance does.
+// A plane whose points scatter more, or that waves, allows more than the distance does.
 std::string Distances(const PlaceReport& place, const PlaneSearchSettings& settings,
                       const std::vector<WorldPlane>& planes) {
     const auto i = static_cast<std::size_t>(place.nearest);
     const double allowed = i < planes.size() ? planes[i].tolerance : settings.distance;
     return fmt::format("{:.1f} mm away, of {:.1f} mm allowed{}",
                        std::abs(place.nearestDistance) * 1000, allowed * 1000,
-                       allowed > settings.distance ? " for a plane of its rms" : " (--distance)");
+                       allowed > settings.distance ? " for a plane that scatters or waves like it"
+                                                   : " (--distance)");
 }
 
 std::string NameOf(std::int32_t plane, const std::vector<WorldPlane>& planes) {

@@ -78,6 +78,7 @@ std::vector<WorldPlane> WorldPlanesOf(const std::vector<FoundPlane>& found,
     for (const FoundPlane& plane : found) {
         WorldPlane out;
         out.number = planes.size() + 1;
+        out.group = static_cast<std::size_t>(plane.group);
         out.kind = WordOf(plane.kind);
         const Vector n = DirectionInWorld(frame, plane.normal);
         out.centroid = frame.ToWorld(plane.centre);
@@ -99,6 +100,11 @@ std::vector<WorldPlane> WorldPlanesOf(const std::vector<FoundPlane>& found,
         planes.push_back(std::move(out));
     }
     return planes;
+}
+
+const char* WordOf(detection::Detail detail) {
+    if (detail == detection::Detail::Fine) return "fine";
+    return detail == detection::Detail::Coarse ? "coarse" : "normal";
 }
 
 double PlanesFinding::Area() const {

@@ -20,6 +20,7 @@ struct WorldPlane {
     };
 
     std::size_t number = 0;
+    std::size_t group = 0;             ///< from 1: that of all planes on one endless plane
     std::string kind;                  ///< floor, ceiling, wall, roof, other
     std::array<double, 4> equation{};  ///< unit normal and d
     SimplePointT<double> centroid;
@@ -29,6 +30,9 @@ struct WorldPlane {
     double area = 0;
     std::vector<Region> regions;  ///< counter-clockwise seen from where the normal points
 };
+
+/// "fine", "normal" or "coarse".
+const char* WordOf(detection::Detail detail);
 
 /// Numbered in their order.
 std::vector<WorldPlane> WorldPlanesOf(const std::vector<detection::FoundPlane>& planes,

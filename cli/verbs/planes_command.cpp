@@ -28,6 +28,11 @@ constexpr const char* kExamples =
     "  orvix planes scan.prj --save\n"
     "  orvix planes scan.prj --saved --outlines planes.dxf --picture planes.png";
 
+detection::Detail DetailOf(const std::string& word) {
+    if (word == "fine") return detection::Detail::Fine;
+    return word == "coarse" ? detection::Detail::Coarse : detection::Detail::Normal;
+}
+
 Expected<void> WriteFiles(const PlanesArguments& arguments, const reports::WorldProject& project,
                           const reports::PlanesFinding& finding) {
     Expected<void> done;
@@ -66,6 +71,7 @@ Expected<reports::PlanesFinding> FindOrRead(const PlanesArguments& arguments,
     detection::PlaneSearchOptions options = arguments.options;
     options.memoryLimitBytes =
         platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
+    options.detail = DetailOf(arguments.detail);
     options.proceed = MayGoOn;
     return reports::FindPlanes(project, options);
 }
@@ -120,20 +126,29 @@ void AddSearchOptions(CLI::App& verb, PlanesArguments& arguments) {
                              const std::string& unit) {
         verb.add_option(name, value, meaning)->check(CheckAbove0)->type_name(unit);
     };
+    verb.add_option("--detail", arguments.detail,
+                    "How much of what stands out from a surface is a plane of its own: fine, "
+                    "normal or coarse (default normal)")
+        ->check(CLI::IsMember({"fine", "normal", "coarse"}).description(""))
+        ->type_name("DETAIL");
     add("--cell", options.cellSize,
         "Side of a cell: 0.1, 0.2, 0.25, 0.5, 1, 2, 5 or 10, the next of them for a size between "
         "(default: from how densely points lie)",
         "M");
     add("--distance", options.distance,
-        "Largest distance of a point from its plane (default: from the noise)", "M");
+        "Largest distance of a point from its plane, for all of them (default: from the noise, and "
+        "from how each plane scatters and waves)",
+        "M");
     add("--angle", options.angle, "Largest turn of a cell's normal (default 20)", "DEGREES");
     add("--min-area", options.minArea,
-        "Least area of a plane (default: 0.25, or 9 cells where these are larger)", "M2");
-    add("--min-points", options.minPoints, "Least points of a plane (default 30)", "N");
+        "Least area of a plane (default: 0.015 in a room or house, up to 0.25 in what is wider)",
+        "M2");
+    add("--min-points", options.minPoints,
+        "Least points of a plane (default 30; fine 15, coarse 90)", "N");
     verb.add_option(
             "--bridge", options.bridge,
-            "Width of a gap across which pieces of one plane join (default 0.3, or two cells; "
-            "0: none)")
+            "Width of a gap across which pieces of one plane join, unless a wall stands between "
+            "(default two cells and the points' distance; 0: none)")
         ->check(CLI::Range(0.0, 1000.0).description(""))
         ->type_name("M");
     AddMemoryOption(verb, arguments.memoryLimit,
@@ -169,7 +184,7 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context) {
                              ->excludes(save)
                              ->excludes("--explain");
     for (const char* option :
-         {"--cell", "--distance", "--angle", "--min-area", "--min-points", "--bridge"})
+         {"--detail", "--cell", "--distance", "--angle", "--min-area", "--min-points", "--bridge"})
         saved->excludes(option);
 }
 

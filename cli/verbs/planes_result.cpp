@@ -25,6 +25,7 @@ Json JsonOf(const reports::WorldPlane::Ring& ring) {
 Json JsonOf(const reports::WorldPlane& plane) {
     Json json;
     json["number"] = plane.number;
+    json["group"] = plane.group;
     json["class"] = plane.kind;
     json["equation"] = plane.equation;
     json["centroid"] = PointJson(plane.centroid);
@@ -78,6 +79,8 @@ Json JsonOf(const PlanesArguments& arguments, const reports::PlanesFinding& find
     json["points"] = set.Points();
     json["assigned_points"] = set.AssignedPoints();
     json["cells"] = set.Cells();
+    json["left_out"] = set.LeftOut();
+    json["detail"] = reports::WordOf(set.SearchDetail());
     json["planes"] = Json::array();
     for (const reports::WorldPlane& plane : finding.planes) json["planes"].push_back(JsonOf(plane));
     if (extras.place) {
@@ -101,10 +104,11 @@ std::string TextOf(const PlanesArguments& arguments, const reports::PlanesFindin
     const auto& s = set.Settings();
     std::string text = fmt::format(
         "measured  spacing {:.1f} mm, noise {:.1f} mm\n"
-        "used      cells {:g} m, distance {:.1f} mm, angle {:g} degrees, min area {:g} m2, "
+        "used      detail {}, cells {:g} m, distance {:.1f} mm, angle {:g} degrees, min area {:g} "
+        "m2, "
         "min points {:g}, bridge {:g} m\n",
-        s.spacing * 1000, s.noise * 1000, s.cellSize, s.distance * 1000, s.angle, s.minArea,
-        s.minPoints, s.bridge);
+        s.spacing * 1000, s.noise * 1000, reports::WordOf(set.SearchDetail()), s.cellSize,
+        s.distance * 1000, s.angle, s.minArea, s.minPoints, s.bridge);
     const double share = set.Points() > 0 ? 100.0 * static_cast<double>(set.AssignedPoints()) /
                                                 static_cast<double>(set.Points())
                                           : 0;
@@ -114,6 +118,11 @@ std::string TextOf(const PlanesArguments& arguments, const reports::PlanesFindin
                         platform::CountText(finding.planes.size()), finding.Area(),
                         platform::CountText(set.AssignedPoints()),
                         platform::CountText(set.Points()), share);
+    if (set.LeftOut() > 0)
+        text += fmt::format(
+            "          {} smaller ones are left out; --min-area, --min-points and "
+            "--detail fine say what is small\n",
+            platform::CountText(set.LeftOut()));
     for (const auto& [kind, count] : kinds)
         text += fmt::format("          {:<8} {:>6}\n", kind, platform::CountText(count));
     for (std::size_t i = 0; i < std::min(finding.planes.size(), kListed); ++i) {

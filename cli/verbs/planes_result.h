@@ -19,6 +19,7 @@ struct PlanesArguments {
     std::string picture;
     std::string explain;
     std::string memoryLimit = "1GiB";
+    std::string detail = "normal";
     bool apply = false;
     bool save = false;
     bool saved = false;

@@ -48,7 +48,7 @@ TEST_F(PlaceReason, NamesThePlanesOwnToleranceWhereThatIsMore) {
     place_.plane = place_.nearest = 1;
     place_.nearestDistance = 0.05;
     planes_[1].tolerance = 0.06;
-    ExpectSaid("50.0 mm away, of 60.0 mm allowed for a plane of its rms");
+    ExpectSaid("50.0 mm away, of 60.0 mm allowed for a plane that scatters or waves like it");
 }
 
 TEST_F(PlaceReason, SaysOfAPlaceThatIsTooFarHowItIsTurned) {
