@@ -17,7 +17,7 @@ namespace {
 constexpr std::int32_t kKinds = 6;  // of regions: four of cells, then two of small ones
 constexpr std::int32_t kFirstSmall = 4;
 constexpr std::int32_t kRegions = 25 * kKinds;  // of each tile; the same numbers are one region
-constexpr double kSize = 0.1;                  // of a cell
+constexpr double kSize = 0.1;                   // of a cell
 
 /// Where in a cell points lie, in 256ths of its side, both ends included.
 struct Parts {
@@ -246,8 +246,8 @@ TEST_P(CellMapModel, ChoosesAmongTheRegionsOfTheCellsBesideButNotOnesOwnSurfaces
             if (its.region != kNoRegion && Apart(place, other) <= 1) expected.insert(its.region);
         for (const auto& [region, parts] : known.small) expected.insert(region);
         if (known.region != kNoRegion)
-            std::erase_if(expected, [&](std::int32_t other) {
-                return other != known.region && AreOne(other, known.region, place);
+            std::erase_if(expected, [&, own = known.region, at = place](std::int32_t other) {
+                return other != own && AreOne(other, own, at);
             });
         std::uint32_t cell = 0;
         const std::size_t tile = map_.Find(place, cell);
