@@ -18,7 +18,7 @@ constexpr double kMaxSpacing = 0.65;   // of a cell's size: where points lie clo
 constexpr double kBridgeCells = 2;     // and
 constexpr double kBridgeSpacings = 1;  // points' distances: the width of a gap that is bridged
 constexpr double kRoom = 50;           // metres: what is no wider is a room or a house
-constexpr double kMinAreaInRoom = 0.015;  // of 0.02: an outline lies within its points
+constexpr double kMinAreaInRoom = 0.015;  // square metres: planes of 0.02 and more pass surely
 constexpr double kMaxMinArea = 0.25;
 constexpr double kMinPoints = 30;
 
