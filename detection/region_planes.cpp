@@ -14,19 +14,24 @@
 namespace orvix::detection {
 namespace {
 
-constexpr double kMaxPixels = 1U << 28;  // of one plane: 32 MiB
+constexpr double kMaxPixelsPerCell = 50;  // along an axis, of a small region
+constexpr double kMaxPixels = 1U << 28;   // of one plane: 32 MiB
 
 Vector UnitNormalOf(const MomentSum& sum) {
     return detail::DecomposeSymmetric(sum.Covariance()).vectors[2];
 }
 
 // Pixels twice as wide as the points of the region's sparser cells are apart.
-PlaneRaster RasterOf(RegionExtent& extent, double cellSize) {
+PlaneRaster RasterOf(RegionExtent& extent, const Region& region, double cellSize) {
     const std::uint32_t sparse = detail::Quantile(extent.counts, 0.3);
     const Extends2DT<double> bounds{
         {extent.bounds.min.x - 3 * cellSize, extent.bounds.min.y - 3 * cellSize},
         {extent.bounds.max.x + 3 * cellSize, extent.bounds.max.y + 3 * cellSize}};
     double pixel = std::min(2 * cellSize / std::sqrt(std::max<double>(sparse, 1)), cellSize);
+    // Of a small region, cells hold other surfaces' points, too, and are filled in part.
+    if (region.small)
+        pixel = std::clamp(2 * std::sqrt(region.extent / region.sum.count),
+                           cellSize / kMaxPixelsPerCell, cellSize);
     while (PlaneRaster::PixelsOf(bounds, pixel) > kMaxPixels) pixel *= 2;
     return {bounds, pixel};
 }
@@ -69,7 +74,8 @@ Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& r
     std::vector<RegionPoints> points;
     for (std::size_t i = 0; i < frames.size(); ++i)
         points.push_back({regions.grown.regions[i].plane.centre, frames[i],
-                          RasterOf((*extents)[i], settings.cellSize), MomentSum{}});
+                          RasterOf((*extents)[i], regions.grown.regions[i], settings.cellSize),
+                          MomentSum{}});
     if (auto done = AssignPoints(core, regions, fitted.heights, pool, points); !done)
         return ErrorOf(done);
     fitted.planes.resize(frames.size());
