@@ -50,10 +50,11 @@ private:
     void Recheck();
     [[nodiscard]] Match MatchOf(std::uint32_t cell, std::uint32_t from) const;
     [[nodiscard]] Match MatchOf(std::uint32_t cell, std::uint32_t from, const MomentSum& sum) const;
-    // Whether a cell holds one surface: where two meet, its points lie farther from one plane.
+    // Whether a cell holds one surface: where two meet, its points lie farther from one plane. What
+    // lies around it may be another one.
     [[nodiscard]] bool IsSurface(const CellShape& shape) const {
-        return shape.HasNormal() && (limits_.fixed || shape.rms <= std::max(kMaxRms * limits_.noise,
-                                                                            limits_.distance / 2));
+        if (!shape.HasNormal() || limits_.fixed || !shape.own) return shape.HasNormal();
+        return shape.rms <= std::max(kMaxRms * limits_.noise, limits_.distance / 2);
     }
     [[nodiscard]] bool Continues(std::uint32_t from, std::uint32_t cell) const;
     [[nodiscard]] bool AreLinked(std::uint32_t a, std::uint32_t b) const;
