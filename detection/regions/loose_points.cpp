@@ -12,7 +12,9 @@ namespace {
 
 constexpr double kSpecksPerCell = 10;  // along an axis
 constexpr double kSpeckNoises = 5;     // times the noise: what a speck is at least
-constexpr double kTail = 1.6;          // times a region's reach: what lies beyond is no noise of it
+constexpr double kMinSpecksPerCell = 2;
+constexpr std::size_t kMaxSpecks = std::size_t{1} << 18;  // of a tile: some 60 MB with neighbours
+constexpr double kTail = 1.6;  // times a region's reach: what lies beyond is no noise of it
 
 std::uint64_t KeyOf(const Vector& place, double perMetre) {
     constexpr double kMiddle = 1 << 20;
@@ -27,14 +29,16 @@ std::uint64_t KeyOf(const Vector& place, double perMetre) {
 class SpeckGatherer {
 public:
     SpeckGatherer(double noise, double cellSize)
-        : perMetre_(1 / std::max(cellSize / kSpecksPerCell, kSpeckNoises * noise)) {}
+        : perMetre_(1 / std::max(cellSize / kSpecksPerCell, kSpeckNoises * noise)),
+          minPerMetre_(kMinSpecksPerCell / cellSize) {}
 
     /// `place` is about the tile's middle.
     void Add(const Vector& place, std::uint32_t cell) {
         points_.push_back({KeyOf(place, perMetre_), place, cell});
     }
-    /// Puts the specks of the points so far behind others.
-    void MoveTo(std::vector<Speck>& specks) {
+    /// Makes specks of the points so far. Where the tile has too many of them for the memory that a
+    /// tile may take, as a dense scan of a hedge has, all become twice as wide.
+    void GatherPoints() {
         std::stable_sort(points_.begin(), points_.end(),
                          [](const Loose& a, const Loose& b) { return a.key < b.key; });
         for (std::size_t i = 0; i < points_.size();) {
@@ -45,20 +49,45 @@ public:
                 speck.sum.Add(points_[i].place);
                 speck.box.Add(points_[i].place);
             }
-            specks.push_back(speck);
+            specks_.push_back(speck);
         }
         points_.clear();
+        while (specks_.size() > kMaxSpecks && perMetre_ >= 2 * minPerMetre_) Widen();
     }
+    [[nodiscard]] std::vector<Speck> TakeSpecks() { return std::move(specks_); }
 
 private:
+    // Puts the specks of a cell together that lie in one place twice as wide.
+    void Widen() {
+        perMetre_ /= 2;
+        std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
+        for (std::uint32_t i = 0; i < specks_.size(); ++i)
+            order.emplace_back(KeyOf(specks_[i].sum.Mean(), perMetre_), i);
+        std::sort(order.begin(), order.end());
+        std::vector<Speck> wide;
+        std::uint64_t last = 0;
+        for (const auto& [key, i] : order) {
+            if (wide.empty() || key != last || wide.back().cell != specks_[i].cell) {
+                wide.push_back(specks_[i]);
+            } else {
+                wide.back().sum.Add(specks_[i].sum);
+                wide.back().box.Add(specks_[i].box);
+            }
+            last = key;
+        }
+        specks_ = std::move(wide);
+    }
+
     struct Loose {
         std::uint64_t key = 0;
         Vector place;
         std::uint32_t cell = 0;
     };
 
-    double perMetre_;
+    double perMetre_;     // specks along an axis
+    double minPerMetre_;  // where they are as wide as may be
     std::vector<Loose> points_;
+    std::vector<Speck> specks_;
 };
 
 /// Separates the points of a tile that its regions explain from those that are loose.
@@ -144,7 +173,6 @@ Expected<std::vector<Speck>> ReadLoosePoints(CAlivePointReader& reader, const Po
                                              const Regions& grown, const GrowthLimits& limits) {
     LooseFilter filter(cells, grown, limits);
     SpeckGatherer gatherer(limits.noise, cut.frame.Size());
-    std::vector<Speck> specks;
     const std::vector<std::uint32_t>& chunks = cut.tiles[tile.tile].chunks;
     for (std::size_t i = 0; i < chunks.size(); ++i) {
         const std::size_t from = tile.firstNumber[chunks[i]];
@@ -166,9 +194,9 @@ Expected<std::vector<Speck>> ReadLoosePoints(CAlivePointReader& reader, const Po
                 });
             if (!read) return ErrorOf(read);
         }
-        gatherer.MoveTo(specks);
+        gatherer.GatherPoints();
     }
-    return specks;
+    return gatherer.TakeSpecks();
 }
 
 }  // namespace orvix::detection

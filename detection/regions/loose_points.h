@@ -13,7 +13,8 @@
 
 namespace orvix::detection {
 
-/// Points that lie close together, as one: a tenth of a cell's side, or some times the noise.
+/// Points that lie close together, as one: a tenth of a cell's side, or some times the noise; more in
+/// a tile that has more than 262,144 of them.
 struct Speck {
     MomentSum sum;  ///< of its points, about the tile's middle
     CellBox box;    ///< of the same, from the same place
