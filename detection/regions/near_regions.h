@@ -40,7 +40,7 @@ struct Nearness {
 /// No wall parts small regions from others. Pairs that `mayJoin` refuses are left out without a look
 /// at their cells.
 ///
-/// Boundaries `bridge` is at most 20 cells. Cells that touch are near whatever the bridge, if the gap
+/// Boundaries `bridge` is at most 20 cells. Cells that touch are near with any bridge, if the gap
 ///            between their points is no wider than their points are apart.
 /// Order      by pair, each once.
 /// Cost       some 50 ns per cell for a bridge of a few cells. It grows with the fourth power of the
