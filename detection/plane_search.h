@@ -114,15 +114,17 @@ struct PlaceReport {
 ///            than the distance: FoundPlane::tolerance says how far.
 /// Errors     Damaged for a project whose points and cells contradict each other; BadInput where
 ///            even the largest cells take more memory than allowed; Failure where the points
-///            cannot be mapped; NoMemory; Cancelled. Nothing is thrown but what the
-///            caller's functions throw, and std::bad_alloc where memory for a list ends on the calling thread.
+///            cannot be mapped; NoMemory; Cancelled. Nothing is thrown but what the caller's
+///            functions throw, and std::bad_alloc where memory for a list ends on the calling
+///            thread.
 /// Lifetime   `core` must stay open while the search is used.
 /// Threads    Run works on the calling thread and starts `threads` - 1 more, which have ended when
 ///            it returns; no other call starts any. It keeps the core to itself; const calls may
 ///            run side by side afterwards.
 /// Cost       two passes over the points, a third over those beside small faces, and about a
 ///            microsecond per cell, on all threads. Memory: 25 bytes per cell, 400 more per cell of
-///            the tiles at work, 40 per loose point of a chunk, and one bit per pixel of each plane.
+///            the tiles at work, up to 60 MB for the loose points of each of them, and one bit per
+///            pixel of each plane.
 class ORVIX_API PlaneSearch {
 public:
     static Expected<std::unique_ptr<PlaneSearch>> Run(CProjectCore& core,

@@ -33,6 +33,14 @@ private:
     }
 };
 
+/// The squared width of the widest gap, in cells' sides, that parts no surface where two cells touch:
+/// half a side, or two and a half distances between the points of the fuller one.
+inline double MaxSquaredGap(double points) {
+    constexpr double kMinGap = 0.5;
+    constexpr double kSpacings = 2.5;
+    return std::max(kMinGap * kMinGap, kSpacings * kSpacings / points);
+}
+
 /// The squared gap between the boxes of two cells, in 256ths of the cells' side; 0 where they touch.
 inline std::int64_t SquaredGap(const CellPlace& a, const InnerBox& inA, const CellPlace& b,
                                const InnerBox& inB) {

@@ -25,12 +25,10 @@ struct Entry {
     std::uint32_t points = 0;
 };
 
-constexpr std::int64_t kParts = 256;    // of a cell's side, in which gaps are counted
-constexpr double kMinWallShare = 0.75;  // of its cells: those that hold points
-constexpr double kWallHeight = 0.5;     // metres (or five cells): what rises so far is a wall
-constexpr double kMinTouch = 0.5;       // of a cell's side: no wider gap parts surfaces that touch
-constexpr double kTouchSpacings = 2.5;  // points' distances: the same where points are few
-constexpr double kRimParts = 64;        // a cell that lies so much farther is not at the rim
+constexpr std::int64_t kParts = 256;      // of a cell's side, in which gaps are counted
+constexpr double kMinWallShare = 0.75;    // of its cells: those that hold points
+constexpr double kWallHeight = 0.5;       // metres (or five cells): what rises so far is a wall
+constexpr double kRimParts = 64;          // a cell that lies so much farther is not at the rim
 constexpr std::size_t kMaxContacts = 64;  // of two regions, across a gap, that are looked at
 constexpr std::size_t kMinOpen = 4;       // times as many contacts without a wall as with one
 
@@ -178,9 +176,8 @@ private:
     [[nodiscard]] static bool Touch(const Entry& a, const Entry& b, std::int64_t gap) {
         for (std::size_t axis = 0; axis < 3; ++axis)
             if (std::abs(a.place[axis] - b.place[axis]) > 1) return false;
-        const double few = std::max({a.points, b.points, 1U});
-        const double most = std::max(kMinTouch * kMinTouch, kTouchSpacings * kTouchSpacings / few);
-        return static_cast<double>(gap) <= most * kParts * kParts;
+        const double points = std::max({a.points, b.points, 1U});
+        return static_cast<double>(gap) <= MaxSquaredGap(points) * kParts * kParts;
     }
     // Whether cells are occupied from both rims on, or one cell further into the gap, to one side of
     // the plane, as far as a wall is high. BEHAVIOUR A5

@@ -37,8 +37,8 @@ struct Nearness {
 /// the gap, or from one cell further into it, up to half a metre (or five cells) to the same side of
 /// the plane: a room's ceiling ends there, and the next room's begins. What hides less, such as a
 /// beam, is no wall, and neither is one that fewer than a fifth of the contacts across the gap meet.
-/// No wall parts small regions from others. Pairs that `mayJoin` refuses are left out without a look
-/// at their cells.
+/// No wall parts small regions from others. Pairs that a wall parts are found, too, and marked; those
+/// that `mayJoin` refuses are left out without a look at their cells.
 ///
 /// Boundaries `bridge` is at most 20 cells. Cells that touch are near with any bridge, if the gap
 ///            between their points is no wider than their points are apart.

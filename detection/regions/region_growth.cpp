@@ -20,10 +20,9 @@ constexpr double kMeans = 0.5;       // of that: the same for the mean of a cell
 constexpr double kMinMean = 0.0035;  // metres: but no less
 constexpr double kMaxStep = 3;       // standard errors of their means: what is no step
 constexpr double kMaxBend = 0.02;    // radians from cell to cell: what is no step, either
+constexpr double kMaxSpread = 0.55;  // of the distance: rms of a cell's points
 constexpr double kMaxTilt = 0.01;    // of a cell's size: spread of a cell that waves
-constexpr double kMinGap = 0.5;      // of a cell's size: the least gap that parts neighbours
 constexpr double kLineWidth = 0.2;   // of a cell's size: of the line that a scanner leaves in it
-constexpr double kGapSpacings = 2.5;  // points' distances: the same where points are few
 
 class Grower {
 public:
@@ -121,8 +120,7 @@ bool Grower::Continues(std::uint32_t from, std::uint32_t cell) const {
 bool Grower::AreLinked(std::uint32_t a, std::uint32_t b) const {
     const double size = tile_.Frame().Size();
     const double count = std::max(tile_.Sum(a).count, tile_.Sum(b).count);
-    const double most = std::max(kMinGap * kMinGap, kGapSpacings * kGapSpacings / count);
-    if (tile_.Box(a).SquaredGap(tile_.Box(b)) <= most * size * size) return true;
+    if (tile_.Box(a).SquaredGap(tile_.Box(b)) <= MaxSquaredGap(count) * size * size) return true;
     const auto width = static_cast<float>(kLineWidth * size);
     return tile_.Box(a).IsLine(width) && tile_.Box(b).IsLine(width);
 }

@@ -10,7 +10,7 @@ namespace orvix::detection {
 
 /// The limits within which cells lie on one plane and make a region.
 struct GrowthLimits {
-    double distance = 0;   ///< metres: of a point from the plane, where `fixed`
+    double distance = 0;   ///< metres: of a point from the plane; unless `fixed`, the least
     bool fixed = false;    ///< whether a region's own scatter changes nothing about the distance
     double waviness = 0;   ///< of the width of a region: how far its cells may lie from its plane
     double maxWave = 0;    ///< metres: the largest such distance
@@ -20,9 +20,6 @@ struct GrowthLimits {
     double minArea = 0;    ///< square metres that a region covers at least, by its cells
     double minPoints = 0;  ///< points that a region has at least
 };
-
-/// The largest rms, as a share of the distance, of the points of a cell or of joined regions.
-inline constexpr double kMaxSpread = 0.55;
 
 /// A plane through a point.
 struct PlaneAt {
