@@ -133,10 +133,11 @@ orvix_status orvix_mesh_read(const orvix_mesh* mesh, double* xyz, uint64_t point
             Fits(made.triangles.size(), triangles, triangle_capacity, triangle_count, "triangles");
         if (!fillPoints) return ErrorOf(fillPoints);
         if (!fillTriangles) return ErrorOf(fillTriangles);
-        if (*fillPoints) std::memcpy(xyz, made.points.data(), made.points.size() * sizeof(Vector));
-        if (*fillTriangles) {
+        // An empty list fits no address at all, which memcpy must not see.
+        if (*fillPoints && !made.points.empty())
+            std::memcpy(xyz, made.points.data(), made.points.size() * sizeof(Vector));
+        if (*fillTriangles && !made.triangles.empty())
             std::memcpy(triangles, made.triangles.data(), made.triangles.size() * sizeof(Triangle));
-        }
         return {};
     });
 }
