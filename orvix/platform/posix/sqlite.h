@@ -21,7 +21,9 @@ public:
         sqlite3* opened = nullptr;
         result_ = sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX, nullptr);
         connection_.reset(opened);
-        if (opened != nullptr) sqlite3_busy_timeout(opened, kBusyMilliseconds);
+        if (opened == nullptr) return;
+        sqlite3_busy_timeout(opened, kBusyMilliseconds);
+        Distrust(opened);
     }
 
     [[nodiscard]] int OpenResult() const { return result_; }
@@ -33,6 +35,18 @@ public:
     }
 
 private:
+    /// A database file may hold statements of its own, views and triggers, that run when its tables
+    /// are asked: for ever, or until memory ends. The store has none, so a file with some is damaged.
+    static void Distrust(sqlite3* opened) {
+        sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+        sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+        sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+        sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+        sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, kLongestValue);
+    }
+
+    /// Bytes of a row at most; what hosts store are kilobytes.
+    static constexpr int kLongestValue = 1 << 26;
     /// How long a call waits for another process to finish its change.
     static constexpr int kBusyMilliseconds = 5000;
 

@@ -4,10 +4,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <unistd.h>
 
 #include "orvix/platform/cache.h"
 #include "orvix/platform/debug_flag.h"
@@ -60,6 +62,26 @@ TEST(SettingsFilesDeathTest, SaysOnceThatItIsDamagedAndLeavesTheFileAlone) {
     test::WriteText(sandbox.UserFile(), garbage);
     EXPECT_EXIT(RunRefused(kCurrentUser, 1, L"user.db"), ::testing::ExitedWithCode(0), "");
     EXPECT_EQ(test::ReadBytes(sandbox.UserFile()).size(), garbage.size());
+}
+
+// A view runs when it is read, and this one has no end.
+TEST(SettingsFilesDeathTest, RunsNoStatementThatAFileBringsAlong) {
+    const SettingsFiles sandbox;
+    sqlite3* planted = nullptr;
+    ASSERT_EQ(sqlite3_open(ToUtf8(sandbox.UserFile()).c_str(), &planted), SQLITE_OK);
+    const char* const statements =
+        "CREATE TABLE setting_keys(folded TEXT PRIMARY KEY, path TEXT NOT NULL) WITHOUT ROWID;"
+        "CREATE VIEW setting_values AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM"
+        " n) SELECT 'K' AS key, i AS folded, 'n' AS name, 1 AS type, x'00' AS bytes FROM n;"
+        "PRAGMA user_version=1;";
+    EXPECT_EQ(sqlite3_exec(planted, statements, nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_close(planted), SQLITE_OK);
+    EXPECT_EXIT(
+        {
+            alarm(20);
+            RunRefused(kCurrentUser, 1, L"user.db");
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 constexpr int kValues = 60;
