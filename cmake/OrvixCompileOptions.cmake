@@ -28,4 +28,8 @@ else()
     add_compile_options(-fsanitize=${ORVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${ORVIX_SANITIZE})
   endif()
+  if(ORVIX_LIBFUZZER)
+    # A fuzzer steers by what its inputs reach: every source counts its branches, the libraries' too.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+  endif()
 endif()

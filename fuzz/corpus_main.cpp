@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// fuzz_FORMAT FOLDER [CHANGES]
+// fuzz_FORMAT FOLDER [TRUNCATIONS CHANGES]
 //
-// Runs a fuzz target without a fuzzer: every file of a corpus folder, every truncation of it, and
-// CHANGES (default 500) spoilt copies of each, the same ones in every run.
+// Runs a fuzz target without a fuzzer: every file of a corpus folder, every truncation of it (or
+// TRUNCATIONS of them, evenly spread), and CHANGES (default 500) spoilt copies of each, the same
+// ones in every run.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -65,25 +66,29 @@ void Run(const Bytes& bytes) {
 
 int main(int count, char** values) {
     if (count < 2) {
-        std::fputs("fuzz_FORMAT FOLDER [CHANGES]\n", stderr);
+        std::fputs("fuzz_FORMAT FOLDER [TRUNCATIONS CHANGES]\n", stderr);
         return 2;
     }
     const std::filesystem::path folder(values[1]);
-    const unsigned long changes = count > 2 ? std::strtoul(values[2], nullptr, 10) : 500;
+    const std::size_t truncations = count > 2 ? std::strtoul(values[2], nullptr, 10) : SIZE_MAX;
+    const unsigned long changes = count > 3 ? std::strtoul(values[3], nullptr, 10) : 500;
     std::vector<std::filesystem::path> paths;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         paths.push_back(entry.path());
     }
     std::sort(paths.begin(), paths.end());
     std::uint64_t state = 1;
+    std::size_t runs = 0;
     for (const auto& path : paths) {
         std::ifstream file(path, std::ios::binary);
         const Bytes bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        for (std::size_t size = 0; size <= bytes.size(); ++size) {
+        Run(bytes);
+        const std::size_t step = 1 + bytes.size() / std::max<std::size_t>(truncations, 1);
+        for (std::size_t size = 0; size < bytes.size(); size += step, ++runs) {
             Run(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
         }
-        for (unsigned long i = 0; i < changes; ++i) Run(Spoil(bytes, state));
+        for (unsigned long i = 0; i < changes; ++i, ++runs) Run(Spoil(bytes, state));
     }
-    std::printf("%zu files, their truncations and %lu changes of each\n", paths.size(), changes);
+    std::printf("%zu files, and %zu truncations and changes of them\n", paths.size(), runs);
     return paths.empty() ? 1 : 0;
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what the named parts of the project need on Debian 12:
-# scripts/packages.sh build [test] [dialog] [csharp] [outputs] [package] [windows] [front-end].
+# scripts/packages.sh build [test] [dialog] [csharp] [outputs] [package] [windows] [front-end] [fuzz].
 # Run as root, or as a user who may call sudo; installs nothing when everything is there.
 set -euo pipefail
 
@@ -25,6 +25,8 @@ packaging=(dpkg-dev file)
 windows=(g++-mingw-w64-x86-64-posix wine64)
 # The compiler that reads the Windows sources a second time: 100 MB to fetch, 500 MB on the disk.
 front_end=(clang)
+# That compiler's fuzzer and sanitizers: 16 MB to fetch, 95 MB on the disk.
+fuzz=(clang libclang-rt-dev llvm)
 
 wanted=()
 for part in "$@"; do
@@ -37,7 +39,8 @@ for part in "$@"; do
         package) wanted+=("${packaging[@]}") ;;
         windows) wanted+=("${windows[@]}") ;;
         front-end) wanted+=("${front_end[@]}") ;;
-        *) echo "packages.sh: unknown part '$part' (build, test, dialog, csharp, outputs, package, windows, front-end)" >&2; exit 2 ;;
+        fuzz) wanted+=("${fuzz[@]}") ;;
+        *) echo "packages.sh: unknown part '$part' (build, test, dialog, csharp, outputs, package, windows, front-end, fuzz)" >&2; exit 2 ;;
     esac
 done
 
