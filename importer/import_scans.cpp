@@ -17,6 +17,7 @@
 #include "importer/write/project_records.h"
 #include "importer/write/skeleton_writer.h"
 #include "orvix/platform/system.h"
+#include "orvix/project/covered_files.h"
 
 namespace orvix::importer {
 namespace {
@@ -50,6 +51,7 @@ private:
     Expected<void> FinishGrid();
     Expected<void> WriteSkeleton();
     [[nodiscard]] ProjectFacts Facts() const;
+    Expected<void> WriteManifest();
     Expected<void> Publish();
 
     const std::vector<ScanInput>& inputs_;
@@ -175,14 +177,28 @@ ProjectFacts ImportRun::Facts() const {
     return facts;
 }
 
+// The points were summed while they were written; the other files, a quarter of their size at most,
+// are read back.
+// BEHAVIOUR I21
+Expected<void> ImportRun::WriteManifest() {
+    std::vector<detail::FileSums> known;
+    if (auto sums = grid_->Sums(); !sums.empty()) {
+        known.push_back({detail::kPointsName, report_.written * kAlivePointBytes, std::move(sums)});
+    }
+    return detail::SumProject(
+        publisher_->Working(), known,
+        [this](std::size_t jobs, const detail::BlockJob& job) { return pool_.RunJobs(jobs, job); });
+}
+
 // Once the project has appeared, it is too late to cancel.
 // BEHAVIOUR I18
 Expected<void> ImportRun::Publish() {
     bool published = false;
-    auto done = pool_.RunOne([&]() -> Expected<void> {
-        Expected<void> step = WriteProjectRecords(publisher_->Working(), Facts());
-        if (!step || pool_.Stopping()) return step;
-        step = grid_->Close();
+    auto done = pool_.RunOne([&] { return WriteProjectRecords(publisher_->Working(), Facts()); });
+    if (done) done = WriteManifest();
+    if (!done) return done;
+    done = pool_.RunOne([&]() -> Expected<void> {
+        Expected<void> step = grid_->Close();
         if (step) step = publisher_->Publish();
         published = step.has_value();
         publisher_.reset();

@@ -16,8 +16,10 @@ Expected<void> GridWriter::Commit(MergedBlock& block) {
 }
 
 Expected<void> GridWriter::Store(const MergedBlock& block) {
-    return points_.WriteAt(block.offset * kAlivePointBytes, block.points.Data(),
-                           block.points.Size() * kAlivePointBytes);
+    const std::uint64_t at = block.offset * kAlivePointBytes;
+    const std::size_t bytes = block.points.Size() * kAlivePointBytes;
+    sums_.Add(at, {reinterpret_cast<const std::uint8_t*>(block.points.Data()), bytes});
+    return points_.WriteAt(at, block.points.Data(), bytes);
 }
 
 Expected<void> GridWriter::Finish() {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "importer/files/synced_file.h"
+#include "importer/files/written_sums.h"
 #include "importer/sort/run_merge.h"
 #include "importer/write/index_writer.h"
 #include "orvix/project/project_manager.h"
@@ -39,12 +41,17 @@ public:
 
     [[nodiscard]] std::uint64_t Points() const { return index_.Points(); }
     [[nodiscard]] const Removed& Duplicates() const { return removed_; }
+    /// Of the points' blocks, summed while they were stored.
+    [[nodiscard]] std::vector<std::uint32_t> Sums() const {
+        return sums_.Blocks(Points() * kAlivePointBytes);
+    }
     [[nodiscard]] FinishedGrid Finished() const {
         return {&points_, &index_.Cells100(), index_.Cells100Count()};
     }
 
 private:
     SyncedFile points_;
+    WrittenSums sums_;
     IndexWriter index_;
     Removed removed_;
 };

@@ -9,6 +9,7 @@
 #include "orvix/platform/mapping.h"
 #include "orvix/points/records.h"
 #include "orvix/points/run_views.h"
+#include "orvix/project/covered_files.h"
 
 namespace orvix {
 namespace {
@@ -78,8 +79,10 @@ bool CProjectCore::OpenCores4Write() {
         return false;
     }
     MapFiles(FileAccess::ReadWrite);
-    return skeletCoordMapping_ != nullptr && skeletDataMapping_ != nullptr &&
-           aliveMapping_ != nullptr;
+    const bool mapped =
+        skeletCoordMapping_ != nullptr && skeletDataMapping_ != nullptr && aliveMapping_ != nullptr;
+    if (mapped) detail::MarkAsWritten(alivePath_);  // BEHAVIOUR K9
+    return mapped;
 }
 
 void CProjectCore::Close() {

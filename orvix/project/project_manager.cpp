@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <new>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -16,6 +17,7 @@
 #include "orvix/platform/utility_lib.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/run_views.h"
+#include "orvix/project/covered_files.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/required_files.h"
@@ -38,6 +40,21 @@ void WriteFile(const CString& path, const void* data, std::size_t bytes) {
     std::error_code ignored;
     platform::File file = platform::File::Create(path, ignored);
     if (!ignored) file.WriteAt(0, data, bytes, ignored);
+}
+
+// Replaces a record whose sum the manifest holds. BEHAVIOUR K8
+void ReplaceRecord(const ProjectManager& paths, const char* name, const CString& path,
+                   std::span<const std::uint8_t> next) {
+    const CString manifest = detail::ManifestPath(paths);
+    if (platform::PathExists(manifest)) {
+        std::array<std::uint8_t, 2 * kProjectFileBytes> former{};
+        std::error_code ignored;
+        const platform::File file = platform::File::OpenRead(path, ignored);
+        const std::size_t read =
+            ignored ? 0 : file.ReadAt(0, former.data(), former.size(), ignored);
+        detail::AnnounceContent(manifest, name, {former.data(), read}, next);
+    }
+    WriteFile(path, next.data(), next.size());
 }
 
 void MakeFolder(const CString& path) {
@@ -176,6 +193,10 @@ void ProjectManager::Destroy() {
     RemoveFile(detail::SavedPlanesPath(*this));
     RemoveFile(detail::UnfinishedPlanesPath(*this));
     RemoveFile(detail::PlanesLockPath(*this));
+    RemoveFile(detail::ManifestPath(*this));
+    RemoveFile(detail::UnfinishedManifestPath(detail::ManifestPath(*this)));
+    RemoveFile(detail::ManifestLockPath(detail::ManifestPath(*this)));
+    RemoveFile(detail::WrittenMarkPath(gridPts));
     for (const CString* file : {&headFile,
                                 &transformFile,
                                 &gridSkeletLas,
@@ -252,7 +273,9 @@ void ProjectManager::GetCloudHeader(CLOUD_HEADER* header) {
 }
 
 void ProjectManager::SetCloudHeader(const CLOUD_HEADER* header) {
-    WriteFile(headFile, header, kHeadFileBytes);
+    std::array<std::uint8_t, kHeadFileBytes> bytes{};
+    std::memcpy(bytes.data(), header, bytes.size());
+    ReplaceRecord(*this, detail::kHeadName, headFile, bytes);
 }
 
 bool ProjectManager::GetProjectSettings(PROJECT_SETTINGS* settings) {
@@ -268,7 +291,7 @@ bool ProjectManager::GetProjectSettings(PROJECT_SETTINGS* settings) {
 void ProjectManager::SetProjectSettings(PROJECT_SETTINGS settings) {
     projectSettings = settings;
     const auto bytes = detail::EncodeSettings(settingsVersion, settings);
-    WriteFile(projectFile, bytes.data(), bytes.size());
+    ReplaceRecord(*this, detail::kSettingsName, projectFile, bytes);
 }
 
 std::int16_t ProjectManager::LASScale(const double& scale) {

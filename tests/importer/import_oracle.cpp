@@ -298,6 +298,43 @@ std::filesystem::path Native(const CString& path) {
     return {std::u8string(utf8.begin(), utf8.end())};
 }
 
+// Bit by bit, as the polynomial's definition has it.
+std::uint32_t SumOf(const Bytes& bytes) {
+    std::uint32_t sum = 0xFFFFFFFF;
+    for (const std::uint8_t byte : bytes) {
+        sum ^= byte;
+        for (int bit = 0; bit < 8; ++bit) sum = (sum >> 1) ^ ((sum & 1) != 0 ? 0x82F63B78u : 0u);
+    }
+    return ~sum;
+}
+
+// Precondition: files of up to a block, no stations.
+void AddManifest(ProjectBytes& files) {
+    Bytes manifest;
+    std::vector<std::string> names;
+    for (const char* name :
+         {"", "head", "transform", "Index/Grid.pts", "Index/Grid1000cm.idx", "Index/Grid.idx",
+          "Index/Grid1to10cm.idx", "Index/Grid10cm.idx", "Index/GridSkelet.coordpts",
+          "Index/GridSkelet.datapts", "Data/intensities.hist", "Data/intensities_slice.hist",
+          "Data/z.hist", "Data/z_slice.hist", "DataView/view_grid.dtv", "DataView/view_entries.dtv",
+          "LogicView/view_grid.lv"}) {
+        if (files.contains(name)) names.emplace_back(name);
+    }
+    for (const char letter : std::string("OrvixSum")) Put(manifest, letter);
+    Put(manifest, std::uint32_t{1});
+    Put(manifest, std::uint32_t{8'388'608});
+    Put(manifest, std::uint64_t{names.size()});
+    for (const std::string& name : names) {
+        const std::string shown = name.empty() ? "settings" : name;
+        Put(manifest, std::uint64_t{files[name].size()});
+        Put(manifest, static_cast<std::uint32_t>(shown.size()));
+        for (const char letter : shown) Put(manifest, letter);
+        if (!files[name].empty()) Put(manifest, SumOf(files[name]));
+    }
+    Put(manifest, SumOf(manifest));
+    files["manifest"] = manifest;
+}
+
 }  // namespace
 
 ProjectBytes ReadProject(const CString& project) {
@@ -333,6 +370,7 @@ ProjectBytes ExpectedProject(std::vector<Record> records, SkeletonSize skeletonS
                            origin[2], 0.0, 0.0, 0.0, 1.0}) {
         Put(files["transform"], v);
     }
+    AddManifest(files);
     return files;
 }
 

@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "importer/formats/byte_order.h"
-#include "importer/formats/e57/crc32c.h"
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/crc32c.h"
 
 namespace orvix::importer {
 namespace {
@@ -78,7 +78,7 @@ Expected<void> E57Pages::LoadPages(std::uint64_t first, std::uint64_t count) {
     for (std::uint64_t page = 0; page < count; ++page) {
         const std::uint8_t* start = block_.data() + page * kPageBytes;
         const auto stored = Load<std::uint32_t, std::endian::big>(start + kContentBytes);
-        if (Crc32c({start, kContentBytes}) == stored) continue;
+        if (platform::Crc32c({start, kContentBytes}) == stored) continue;
         return file_.Bad(fmt::format(
             "the checksum of the E57 page at byte {} is not that of its content. The file is "
             "damaged: copy, download or export it again.",

@@ -14,6 +14,7 @@
 #include "orvix/project/check/check_cell_list.h"
 #include "orvix/project/check/check_saved_planes.h"
 #include "orvix/project/check/check_skeleton.h"
+#include "orvix/project/check/check_sums.h"
 #include "orvix/project/histogram_file.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
@@ -129,9 +130,13 @@ Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOption
     }
     CheckLog log(options);
     CheckFiles(log, paths);
+    SumReport sums;
+    if (!log.Cancelled()) sums = CheckSums(log, paths, options);
     if (log.Refusal()) return tl::unexpected(*log.Refusal());
     if (log.Cancelled()) return Fail(ErrorCode::Cancelled, "the check was cancelled");
-    return log.Finish();
+    CheckReport report = log.Finish();
+    report.sums = std::move(sums);
+    return report;
 }
 
 }  // namespace orvix::detail

@@ -9,6 +9,7 @@
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/manifest/block_sums.h"
 
 namespace orvix::detail {
 
@@ -18,16 +19,36 @@ struct CheckFault {
     std::string what;  ///< one sentence with the numbers
 };
 
+/// What became of a project's sums.
+enum class SumState {
+    None,      ///< it has no manifest
+    Damaged,   ///< the manifest itself cannot be used
+    Compared,  ///< see the faults
+};
+
+struct SumReport {
+    SumState state = SumState::None;
+    std::uint64_t files = 0;           ///< compared
+    std::uint64_t bytes = 0;           ///< of these
+    std::vector<std::string> written;  ///< not compared: opened for writing since they were summed
+};
+
 struct CheckReport {
     std::vector<CheckFault> faults;  ///< in the order in which the files are read
     std::uint64_t total = 0;         ///< faults found; those not listed are counted here
+    SumReport sums;
     [[nodiscard]] bool Ok() const { return total == 0; }
 };
+
+/// Which sums a check compares: those of the small files, or all.
+enum class SumDepth { Records, All };
 
 struct CheckOptions {
     std::size_t maxFaults = 1000;  ///< listed at most
     /// Called with the part done, 0 to 1, about every 20 ms; false cancels the check.
     std::function<bool(double fraction)> progress;
+    SumDepth sums = SumDepth::Records;
+    BlockRunner runBlocks;  ///< sums blocks; empty: one by one
 };
 
 /// Checks a project against itself: opens every file, and compares counts, sizes, records and
@@ -50,7 +71,9 @@ struct CheckOptions {
 /// - index_hash, where there is one, lists the 100 cm cells in the order of their index;
 /// - the histograms' bins ascend and their counts sum up to the points;
 /// - saved planes, where there are any, are whole, are of these points, and their numbers of points
-///   are those of the planes of all points.
+///   are those of the planes of all points;
+/// - the small files (settings, head, transform, histograms, stations) have the sizes and sums that
+///   the manifest, where there is one, holds of them; with SumDepth::All every file.
 ///
 /// Boundaries a project whose scale is 1.0 or more has no 10 cm level, and its files are not asked
 ///            for. Of many faults of one kind in one file three are listed and the rest counted.

@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "orvix/points/byte_codec.h"
 #include "orvix/project/project_paths.h"
-#include "orvix/project/saved/byte_codec.h"
 
 namespace orvix::detail {
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "orvix/geometry/vector.h"
-#include "orvix/project/saved/byte_codec.h"
+#include "orvix/points/byte_codec.h"
 
 namespace orvix::detail {
 namespace {

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <random>
 
-#include "importer/formats/e57/crc32c.h"
 #include "importer/formats/e57/xml_tree.h"
 #include "orvix/platform/path.h"
 #include "support/e57_writer.h"
@@ -40,12 +39,6 @@ std::vector<E57Column> Line(std::size_t count) {
         columns[2].whole.push_back(500);
     }
     return columns;
-}
-
-TEST(Crc32c, IsTheOneOfThePublishedCheckValue) {
-    const std::string digits = "123456789";
-    EXPECT_EQ(importer::Crc32c({reinterpret_cast<const std::uint8_t*>(digits.data()), 9}),
-              0xE3069283u);
 }
 
 class E57Seeds : public testing::TestWithParam<unsigned> {};
