@@ -20,7 +20,7 @@ constexpr double kBridgeSpacings = 1;  // points' distances: the width of a gap 
 constexpr double kRoom = 50;           // metres: what is no wider is a room or a house
 constexpr double kMinAreaInRoom = 0.015;  // square metres: planes of 0.02 and more pass surely
 constexpr double kMaxMinArea = 0.25;
-constexpr double kMinPoints = 30;
+constexpr double kMinPoints = 50;
 
 /// What a detail makes of the values for the normal one.
 struct DetailFactors {

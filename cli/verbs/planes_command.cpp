@@ -144,7 +144,7 @@ void AddSearchOptions(CLI::App& verb, PlanesArguments& arguments) {
         "Least area of a plane (default: 0.015 in a room or house, up to 0.25 in what is wider)",
         "M2");
     add("--min-points", options.minPoints,
-        "Least points of a plane (default 30; fine 15, coarse 90)", "N");
+        "Least points of a plane (default 50; fine 25, coarse 150)", "N");
     verb.add_option(
             "--bridge", options.bridge,
             "Width of a gap across which pieces of one plane join, unless a wall stands between "

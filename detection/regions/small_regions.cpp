@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::size_t kNearest = 12;
 constexpr std::size_t kMinNearest = 6;  // of a speck with a normal
+constexpr double kMaxDistance = 0.8;    // of a cell's side: of a neighbour
+constexpr double kMaxSparse = 2.5;      // and where the cell holds no more than a few points,
+constexpr double kFewPoints = 3;        // as on a facade that is far from the scanner
 constexpr std::size_t kMinSpecks = 12;  // of a region
 constexpr std::size_t kMinRimSpecks = 6;
 constexpr double kMinWidth = 0.08;         // of a cell's side: standard deviation across a region
@@ -37,7 +40,7 @@ struct SpeckShape {
 /// The nearest specks of each speck, nearest first.
 class Neighbours {
 public:
-    Neighbours(std::span<const Speck> specks, double maxDistance) : counts_(specks.size(), 0) {
+    Neighbours(std::span<const Speck> specks, const TileCells& tile) : counts_(specks.size(), 0) {
         places_.reserve(specks.size());
         for (const Speck& speck : specks) {
             const Vector at = speck.sum.Mean();
@@ -46,10 +49,13 @@ public:
         }
         nearest_.resize(specks.size() * kNearest);
         const Tree tree(3, *this, nanoflann::KDTreeSingleIndexAdaptorParams(kLeafSize));
-        const auto farthest = static_cast<float>(maxDistance * maxDistance);
+        const double size = tile.Frame().Size();
         std::array<std::uint32_t, kNearest + 1> found{};
         std::array<float, kNearest + 1> squares{};
         for (std::uint32_t i = 0; i < places_.size(); ++i) {
+            const bool sparse = tile.Sum(specks[i].cell).count <= kFewPoints;
+            const double maxDistance = (sparse ? kMaxSparse : kMaxDistance) * size;
+            const auto farthest = static_cast<float>(maxDistance * maxDistance);
             nanoflann::KNNResultSet<float, std::uint32_t> result(kNearest + 1);
             result.init(found.data(), squares.data());
             squares.back() = farthest;  // the bound of what is looked at
@@ -90,7 +96,7 @@ public:
         : specks_(specks),
           tile_(tile),
           limits_(limits),
-          nearest_(specks, 0.8 * tile.Frame().Size()),
+          nearest_(specks, tile),
           regionOf_(specks.size(), kNoRegion),
           seen_(specks.size(), 0),
           discarded_(specks.size()) {

@@ -22,7 +22,8 @@ struct SmallRegions {
 /// nearest specks of their specks, as GrowRegions does with cells; what is smaller than a dozen
 /// specks, or narrower than a quarter of a cell, is dropped.
 ///
-/// Boundaries specks farther than a cell's side apart are no neighbours.
+/// Boundaries specks farther than 0.8 of a cell's side apart are no neighbours; where a cell holds no
+///            more than three points, as on a facade far from the scanner, 2.5 sides.
 /// Order   a function of the specks alone: seeds by flatness, equal ones by number.
 /// Cost    some 2 microseconds and 250 bytes per speck.
 SmallRegions GrowSmallRegions(std::span<const Speck> specks, const TileCells& tile,
