@@ -34,6 +34,10 @@ File File::Create(const CString& path, std::error_code& error) {
     return File(detail::CreateOwn(path, error));
 }
 
+File File::CreateNew(const CString& path, std::error_code& error) {
+    return File(detail::CreateNewOwn(path, error));
+}
+
 std::uint64_t File::Size() const {
     std::uint64_t size = 0;
     SizeOf(handle_, size);

@@ -58,6 +58,8 @@ public:
     static File OpenReadWrite(const CString& path, std::error_code& error);
     /// Creates the file, or empties an existing one; readable and writable.
     static File Create(const CString& path, std::error_code& error);
+    /// Creates the file where nothing has that name, not even a link; else `file_exists`.
+    static File CreateNew(const CString& path, std::error_code& error);
 
     [[nodiscard]] bool IsOpen() const { return IsValid(handle_); }
     [[nodiscard]] Handle Get() const { return handle_; }

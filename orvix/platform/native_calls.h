@@ -22,6 +22,8 @@ std::wstring_view PathSeparators();
 /// open. Null on failure.
 Handle OpenOwn(const CString& path, FileAccess access, std::error_code& error);
 Handle CreateOwn(const CString& path, std::error_code& error);
+/// Where nothing has that name; a link there is not followed, and is `file_exists` too.
+Handle CreateNewOwn(const CString& path, std::error_code& error);
 /// `file` is a valid handle; it is closed even where `error` is set.
 void CloseOwn(Handle file, std::error_code& error);
 

@@ -57,6 +57,11 @@ Handle CreateOwn(const CString& path, std::error_code& error) {
     return Succeeded(descriptor, error) ? HandleOf(descriptor) : nullptr;
 }
 
+Handle CreateNewOwn(const CString& path, std::error_code& error) {
+    const int descriptor = OpenDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW);
+    return Succeeded(descriptor, error) ? HandleOf(descriptor) : nullptr;
+}
+
 void CloseOwn(Handle file, std::error_code& error) {
     error.clear();
     // An interrupted close has released the descriptor all the same: it is not repeated.

@@ -80,6 +80,12 @@ Handle CreateOwn(const CString& path, std::error_code& error) {
     return Succeeded(IsValid(file), path, error) ? file : nullptr;
 }
 
+Handle CreateNewOwn(const CString& path, std::error_code& error) {
+    const HANDLE file = CreateFileW(NativePath(path).c_str(), RightsOf(FileAccess::ReadWrite),
+                                    kShareAll, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return Succeeded(IsValid(file), path, error) ? file : nullptr;
+}
+
 void CloseOwn(Handle file, std::error_code& error) {
     Succeeded(CloseHandle(file), error);
 }
