@@ -53,13 +53,22 @@ private:
     std::size_t number_ = 0;
 };
 
+// Where not even a sentence can be kept, the words are few enough to need no memory.
+Expected<void> OutOfMemory() {
+    try {
+        return Fail(ErrorCode::NoMemory,
+                    "the system refuses more memory; lower the memory limit or use fewer threads");
+    } catch (const std::bad_alloc&) {
+        return Fail(ErrorCode::NoMemory, "memory ran out");
+    }
+}
+
 template <class Work>
 Expected<void> Guarded(const Work& work) {
     try {
         return work();
     } catch (const std::bad_alloc&) {
-        return Fail(ErrorCode::NoMemory,
-                    "the system refuses more memory; lower the memory limit or use fewer threads");
+        return OutOfMemory();
     } catch (const std::exception& fault) {
         return Fail(ErrorCode::Failure, fault.what());
     }
