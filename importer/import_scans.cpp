@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "importer/import_scans.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -15,6 +18,7 @@
 #include "importer/write/grid_writer.h"
 #include "importer/write/project_publisher.h"
 #include "importer/write/project_records.h"
+#include "importer/write/project_remains.h"
 #include "importer/write/skeleton_writer.h"
 #include "orvix/platform/system.h"
 #include "orvix/project/covered_files.h"
@@ -38,6 +42,8 @@ public:
     }
 
     Expected<ImportReport> Run();
+    /// The failure, with the names of what could not be removed.
+    tl::unexpected<Error> EndEarly(Error failure);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -76,11 +82,20 @@ Expected<ImportReport> ImportRun::Run() {
     if (done) done = WriteGrid();
     if (done) done = WriteSkeleton();
     if (done) done = Publish();
-    if (!done) return ErrorOf(done);
+    if (!done) return EndEarly(done.error());
     meter_.Complete();
     report_.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
     report_.peakMemoryBytes = platform::PeakMemory();
     return std::move(report_);
+}
+
+// Files are closed first: some systems remove none that is open.
+tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
+    grid_.reset();
+    cloud_.runs.clear();
+    if (publisher_) failure.message += RemainsSentence(publisher_->Clear());
+    publisher_.reset();
+    return tl::unexpected<Error>(std::move(failure));
 }
 
 Expected<void> ImportRun::Begin() {
@@ -201,6 +216,12 @@ Expected<void> ImportRun::Publish() {
         Expected<void> step = grid_->Close();
         if (step) step = publisher_->Publish();
         published = step.has_value();
+        if (!published) return step;
+        for (const CString& path : publisher_->Clear()) {
+            report_.warnings.push_back(fmt::format(
+                "{} could not be removed; the next import of the project does it, or you may",
+                platform::ToUtf8(path)));
+        }
         publisher_.reset();
         return step;
     });
@@ -212,7 +233,14 @@ Expected<void> ImportRun::Publish() {
 Expected<ImportReport> ImportScans(const std::vector<ScanInput>& inputs, const CString& project,
                                    const ImportOptions& options, const MemoryPlan& plan,
                                    const ImportCallback& callback) {
-    return ImportRun(inputs, project, options, plan, callback).Run();
+    ImportRun run(inputs, project, options, plan, callback);
+    try {
+        return run.Run();
+    } catch (const std::bad_alloc&) {
+        return run.EndEarly(
+            {ErrorCode::NoMemory,
+             "memory ran out; lower the memory limit, use fewer threads, or close other programs"});
+    }
 }
 
 }  // namespace orvix::importer

@@ -76,6 +76,8 @@ public:
         Expected<void> flushed = Flush();
         return flushed ? file_.Finish() : flushed;
     }
+    /// Closes what is finished; nothing is read from it any more.
+    Expected<void> Close() { return file_.Close(); }
     /// Replaces finished records from number `first` on.
     Expected<void> WriteAt(std::uint64_t first, std::span<const Record> records) {
         return file_.WriteAt(first * sizeof(Record), records.data(), records.size_bytes());

@@ -27,4 +27,9 @@ Expected<void> GridWriter::Finish() {
     return done ? index_.Finish() : done;
 }
 
+Expected<void> GridWriter::Close() {
+    Expected<void> done = points_.Close();
+    return done ? index_.Close() : done;
+}
+
 }  // namespace orvix::importer

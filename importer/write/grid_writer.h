@@ -36,8 +36,8 @@ public:
     Expected<void> Store(const MergedBlock& block) override;
     /// Brings points and indexes to the device; they can be read back from then on.
     Expected<void> Finish();
-    /// Closes the point file.
-    Expected<void> Close() { return points_.Close(); }
+    /// Closes the files.
+    Expected<void> Close();
 
     [[nodiscard]] std::uint64_t Points() const { return index_.Points(); }
     [[nodiscard]] const Removed& Duplicates() const { return removed_; }

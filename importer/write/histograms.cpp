@@ -33,7 +33,8 @@ Expected<void> WriteHistogram(const CString& path, const std::vector<detail::His
             left -= count;
         }
     }
-    return done ? writer.Finish() : done;
+    if (done) done = writer.Finish();
+    return done ? writer.Close() : done;
 }
 
 BinCounter::Page& BinCounter::FindPage(std::int64_t number) {

@@ -116,4 +116,12 @@ Expected<void> IndexWriter::Finish() {
     return done;
 }
 
+Expected<void> IndexWriter::Close() {
+    Expected<void> done = blocks_.Close();
+    if (done) done = metres_.Close();
+    if (!done || fineLevel_ == FineLevel::Omit) return done;
+    done = fines_.Close();
+    return done ? fineRuns_.Close() : done;
+}
+
 }  // namespace orvix::importer

@@ -32,6 +32,8 @@ public:
     Expected<void> Add(std::span<const CellCount> cells);
     /// Ends the last cells and brings the files to the device.
     Expected<void> Finish();
+    /// Closes the files.
+    Expected<void> Close();
 
     [[nodiscard]] std::uint64_t Points() const { return points_; }
     /// The 100 cm index, to be read back after `Finish`.

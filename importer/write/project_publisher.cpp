@@ -6,24 +6,13 @@
 #include <system_error>
 #include <utility>
 
-#include "orvix/platform/file.h"
+#include "importer/files/whole_file.h"
 
 namespace orvix::importer {
 namespace {
 
+using orvix::detail::ReadImportText;
 using platform::ToUtf8;
-
-// Lies in the working folder until the project is published.
-constexpr const wchar_t* kMarker = L"importing";
-
-void RemoveQuietly(const CString& path) {
-    std::error_code ignored;
-    if (platform::IsFolder(path)) {
-        platform::RemoveTree(path, ignored);
-    } else {
-        platform::RemoveFile(path, ignored);
-    }
-}
 
 Expected<void> RenameEntry(const CString& from, const CString& to) {
     std::error_code error;
@@ -33,12 +22,17 @@ Expected<void> RenameEntry(const CString& from, const CString& to) {
     return {};
 }
 
-Expected<void> SyncFile(const CString& path) {
+Expected<void> MakeFolder(const CString& path) {
     std::error_code error;
-    platform::File file = platform::File::OpenReadWrite(path, error);
-    if (!error) file.Sync(error);
-    if (!error) file.Close(error);
-    if (error) return FailSystem(error, fmt::format("cannot write {}", ToUtf8(path)));
+    platform::MakeFolder(path, error);
+    if (error) return FailSystem(error, fmt::format("cannot create {}", ToUtf8(path)));
+    return {};
+}
+
+Expected<void> SyncEntries(const CString& folder) {
+    std::error_code error;
+    platform::SyncFolder(folder.empty() ? CString(1, platform::PathSeparator()) : folder, error);
+    if (error) return FailSystem(error, fmt::format("cannot write {}", ToUtf8(folder)));
     return {};
 }
 
@@ -49,9 +43,8 @@ Expected<void> SyncTree(const CString& folder) {
         if (!platform::IsFolder(path)) continue;
         if (auto synced = SyncTree(path); !synced) return synced;
     }
-    if (!error) platform::SyncFolder(folder, error);
-    if (error) return FailSystem(error, fmt::format("cannot write {}", ToUtf8(folder)));
-    return {};
+    if (error) return FailSystem(error, fmt::format("cannot read {}", ToUtf8(folder)));
+    return SyncEntries(folder);
 }
 
 }  // namespace
@@ -61,68 +54,66 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
     TargetNames names(target);
     const CString parent = platform::ParentOf(names.project);
     if (auto possible = CheckPlace(names); !possible) return ErrorOf(possible);
-    const bool leftovers = platform::PathExists(names.lock);
     std::error_code error;
-    platform::PathLock lock = platform::PathLock::TryAcquire(names.lock, error);
+    platform::PathLock lock = platform::PathLock::TryAcquire(names.marks.lock, error);
     if (error) return FailSystem(error, fmt::format("cannot write to {}", ToUtf8(parent)));
     if (!lock) {
         return Fail(ErrorCode::Failure,
                     fmt::format("another import of {} is under way; wait for it to end",
                                 ToUtf8(names.project)));
     }
-    Expected<void> done = leftovers ? Recover(names) : RefuseOtherFiles(names);
+    Expected<void> done = Recover(names);
     if (done) done = CheckTarget(names, existing);
     if (!done) return ErrorOf(done);
     ProjectPublisher publisher(std::move(names), std::move(lock));
     done = publisher.LayOut();
-    if (!done) return ErrorOf(done);
-    return publisher;
+    if (done) return publisher;
+    done.error().message += RemainsSentence(publisher.Clear());
+    return ErrorOf(done);
 }
 
-// Precondition: the lock file of an import that was killed was found, and is locked by us now.
-// A target's folder that still holds the marker was being published: with the working project
-// file gone it is complete, else the folder that it replaced comes back.
+// A note that an import did not finish writing is the first that it made: nothing else can be there.
 Expected<void> ProjectPublisher::Recover(const TargetNames& names) {
-    const CString marker = platform::JoinPath(names.files, kMarker);
-    const CString& former = platform::PathExists(names.aside) ? names.aside : names.workingFiles;
-    if (platform::PathExists(marker)) {
-        if (platform::PathExists(names.workingProject)) {
-            RemoveQuietly(names.files);
-        } else {
-            RemoveQuietly(marker);
-        }
+    const CString& note = names.marks.note;
+    const std::string text = ReadImportText(note);
+    std::vector<CString> left;
+    if (!text.empty()) {
+        left = ClearRemains(names, text, ImportStage::Unknown);
+    } else if (orvix::detail::IsUnfinishedImportText(note)) {
+        std::error_code ignored;
+        platform::RemoveFile(note, ignored);
     }
-    const bool cameFromTarget =
-        platform::PathExists(former) &&
-        !platform::PathExists(platform::JoinPath(names.workingFiles, kMarker));
-    if (!platform::PathExists(names.files) && (former == names.aside || cameFromTarget)) {
-        if (auto back = RenameEntry(former, names.files); !back) return back;
-    }
-    for (const CString* path : {&names.workingProject, &names.workingFiles, &names.aside}) {
-        if (platform::PathExists(*path)) RemoveQuietly(*path);
-    }
-    return {};
+    if (left.empty()) return RefuseOtherFiles(names);
+    return Fail(ErrorCode::Failure,
+                fmt::format("what a former import left beside {} is in the way{}; check the "
+                            "permissions of its folder",
+                            ToUtf8(names.project), RemainsSentence(left)));
 }
 
+// The note is on the device before anything else has a name, so that whatever is found later is
+// known to be an import's own.
 Expected<void> ProjectPublisher::LayOut() {
+    text_ = orvix::detail::NewImportText();
+    const orvix::detail::ImportMarks& marks = names_.marks;
     laidOut_ = true;
-    working_.Create(names_.workingProject);
-    for (const CString* path :
-         {&names_.workingProject, &working_.scanposFolder, &working_.colorPlaneFolder,
-          &working_.dataViewFolder, &working_.logicViewFolder}) {
-        if (!platform::PathExists(*path)) {
-            return Fail(ErrorCode::Failure,
-                        fmt::format("cannot create {}; is its folder writable and the name short "
-                                    "enough?",
-                                    ToUtf8(*path)));
-        }
+    Expected<void> done = WriteNewFile(marks.note, text_.data(), text_.size());
+    if (done) done = SyncEntries(platform::ParentOf(names_.project));
+    if (done) done = MakeFolder(marks.workingFiles);
+    if (done) {
+        done = WriteNewFile(orvix::detail::ImportMarks::MarkerIn(marks.workingFiles), text_.data(),
+                            text_.size());
     }
-    const CString marker = platform::JoinPath(names_.workingFiles, kMarker);
-    std::error_code error;
-    platform::File file = platform::File::Create(marker, error);
-    if (!error) file.Close(error);
-    if (error) return FailSystem(error, fmt::format("cannot create {}", ToUtf8(marker)));
-    return {};
+    if (done) done = WriteNewFile(marks.workingProject, nullptr, 0);
+    if (!done) return done;
+    working_.Create(marks.workingProject);
+    for (const CString* folder :
+         {&working_.panoFolder, &working_.indexFolder, &working_.scanposFolder,
+          &working_.dataFolder, &working_.slicesFolder, &working_.colorPlaneFolder,
+          &working_.dataViewFolder, &working_.logicViewFolder, &working_.imagesFolder,
+          &working_.cadFolder, &working_.sketchUpFolder}) {
+        if (done) done = MakeFolder(*folder);
+    }
+    return done;
 }
 
 Expected<CString> ProjectPublisher::ScratchFolder() {
@@ -141,72 +132,69 @@ Expected<void> ProjectPublisher::RemoveScratch() {
     return {};
 }
 
+// The files were brought to the device when they were written.
 Expected<void> ProjectPublisher::SyncAll() {
-    Expected<void> done = SyncFile(working_.headFile);
-    if (done) done = SyncFile(working_.transformFile);
-    if (done) done = SyncFile(names_.workingProject);
-    if (done) done = SyncTree(working_.projectFilesFolder);
-    return done;
+    return SyncTree(working_.projectFilesFolder);
 }
 
 // The new folder takes the target's name; an existing one goes to where the new one was, in one
 // step where the system can.
 // BEHAVIOUR I14
 Expected<void> ProjectPublisher::SwapFiles() {
+    const orvix::detail::ImportMarks& marks = names_.marks;
     replaced_ = platform::PathExists(names_.files);
-    if (!replaced_) return RenameEntry(names_.workingFiles, names_.files);
+    if (!replaced_) return RenameEntry(marks.workingFiles, names_.files);
     std::error_code error;
-    platform::ExchangePaths(names_.workingFiles, names_.files, error);
+    platform::ExchangePaths(marks.workingFiles, names_.files, error);
     if (!error) return {};
     if (error != std::errc::operation_not_supported) {
         return FailSystem(error, fmt::format("cannot replace {}", ToUtf8(names_.files)));
     }
-    if (auto aside = RenameEntry(names_.files, names_.aside); !aside) return aside;
-    auto placed = RenameEntry(names_.workingFiles, names_.files);
-    if (!placed) platform::Rename(names_.aside, names_.files, error);
-    return placed;
+    if (auto aside = RenameEntry(names_.files, marks.aside); !aside) return aside;
+    return RenameEntry(marks.workingFiles, names_.files);
 }
 
-void ProjectPublisher::UndoSwap() {
-    std::error_code ignored;
-    if (platform::PathExists(names_.aside)) {
-        platform::Rename(names_.files, names_.workingFiles, ignored);
-        platform::Rename(names_.aside, names_.files, ignored);
-    } else if (replaced_) {
-        platform::ExchangePaths(names_.workingFiles, names_.files, ignored);
-    } else {
-        platform::Rename(names_.files, names_.workingFiles, ignored);
-    }
-}
-
+// What fails before the project file has its name is undone by Clear.
 Expected<void> ProjectPublisher::Publish() {
     Expected<void> done = SyncAll();
-    if (done) done = SwapFiles();
     if (!done) return done;
-    done = RenameEntry(names_.workingProject, names_.project);
-    if (!done) {
-        UndoSwap();
-        return done;
-    }
-    RemoveQuietly(platform::JoinPath(names_.files, kMarker));
-    std::error_code error;
-    const CString parent = platform::ParentOf(names_.project);
-    platform::SyncFolder(parent.empty() ? CString(1, platform::PathSeparator()) : parent, error);
-    if (error) {
-        return FailSystem(error, fmt::format("{} is in place, but its device does not confirm it",
-                                             ToUtf8(names_.project)));
-    }
-    return {};
+    stage_ = ImportStage::Unknown;
+    done = SwapFiles();
+    if (done) done = RenameEntry(names_.marks.workingProject, names_.project);
+    if (!done) return done;
+    stage_ = ImportStage::Published;
+    done = SyncEntries(platform::ParentOf(names_.project));
+    if (done) return done;
+    keepFormer_ = replaced_;
+    done.error().message = fmt::format("{} is in place, but its device does not confirm it: {}",
+                                       ToUtf8(names_.project), done.error().message);
+    return done;
 }
 
-void ProjectPublisher::RemoveWorking() {
-    for (const CString* path : {&names_.workingProject, &names_.workingFiles, &names_.aside}) {
-        if (platform::PathExists(*path)) RemoveQuietly(*path);
+std::vector<CString> ProjectPublisher::Clear() {
+    if (!lock_) return {};
+    std::vector<CString> left;
+    if (keepFormer_) {
+        for (const CString& path :
+             {orvix::detail::ImportMarks::MarkerIn(names_.files), names_.marks.workingFiles,
+              names_.marks.aside, names_.marks.note}) {
+            if (IsTaken(path)) left.push_back(path);
+        }
+    } else if (laidOut_) {
+        left = ClearRemains(names_, text_, stage_);
     }
+    lock_ = platform::PathLock();
+    // Taken once more and released, unless another import holds it by now.
+    std::error_code ignored;
+    if (IsTaken(names_.marks.lock) && platform::PathLock::TryAcquire(names_.marks.lock, ignored) &&
+        IsTaken(names_.marks.lock)) {
+        left.push_back(names_.marks.lock);
+    }
+    return left;
 }
 
 ProjectPublisher::~ProjectPublisher() {
-    if (laidOut_ && lock_) RemoveWorking();
+    Clear();
 }
 
 }  // namespace orvix::importer

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "importer/write/project_remains.h"
 #include "importer/write/project_target.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/path.h"
@@ -12,24 +17,25 @@ namespace orvix::importer {
 /// Creates a project beside its target and makes it appear in one step.
 ///
 /// For the target scan.prj, work happens in scan.importing.prj and
-/// scan.importing_Project_Files, under the lock scan.importing.lock. Publishing renames the
-/// folder, then the project file; an existing project is exchanged for the new one in the same
-/// way and removed afterwards (where folders cannot be exchanged, it is renamed to
-/// scan.importing_Replaced_Files in between). Until then an empty file `importing` marks the new
-/// folder.
+/// scan.importing_Project_Files, under the lock scan.importing.lock. A note, scan.importing.note,
+/// stands beside them from before the first until after the last, and a file `importing` of the same
+/// text marks the new folder (orvix/project/import_marks.h). Publishing renames the folder, then the
+/// project file; an existing project is exchanged for the new one in the same way and removed
+/// afterwards (where folders cannot be exchanged, it is renamed to scan.importing_Replaced_Files in
+/// between).
 ///
 ///     auto publisher = ProjectPublisher::Begin(L"scan.prj", ProjectPublisher::Existing::Keep);
-///     ... write the files of publisher->Working() ...
+///     ... write the files of publisher->Working(), and bring them to the device ...
 ///     publisher->Publish();
+///     publisher->Clear();
 ///
 /// Boundaries a project is replaced as a whole, with all that a host kept in its folder.
 /// Errors     the target's folder is missing or cannot be written, the target is a folder, exists
 ///            and may not be replaced, or is being imported by another process. Files under the
-///            working names that no import made are left alone. When publishing fails, the
-///            existing project is put back.
-/// Lifetime   the destructor removes what was not published. What a killed import left is removed
-///            by the next `Begin` for the same target, which finds its lock file: a project that
-///            was renamed comes back, a half-published project and the working files go.
+///            working names that no import made are left alone.
+/// Lifetime   `Clear`, or the destructor, puts the existing project back where publishing failed
+///            and removes what is left beside it. What it could not remove, or a killed import left,
+///            is settled by the next `Begin` for the same target, which finds the note.
 /// Threads    one.
 class ProjectPublisher {
 public:
@@ -49,6 +55,11 @@ public:
     /// Brings what is in the folders to the device and makes the project appear.
     Expected<void> Publish();
 
+    /// Ends the work, published or not; returns the paths that could not be removed. The former
+    /// project's folder is among them where the device did not confirm the new one.
+    /// Precondition the files are closed.
+    std::vector<CString> Clear();
+
 private:
     ProjectPublisher(TargetNames names, platform::PathLock lock)
         : names_(std::move(names)), lock_(std::move(lock)) {}
@@ -57,13 +68,14 @@ private:
     Expected<void> LayOut();
     Expected<void> SyncAll();
     Expected<void> SwapFiles();
-    void UndoSwap();
-    void RemoveWorking();
 
     TargetNames names_;
     platform::PathLock lock_;
     ProjectManager working_;
-    bool replaced_ = false;  // the target's folder was there
+    std::string text_;  // of the note and the marker
+    ImportStage stage_ = ImportStage::Working;
+    bool replaced_ = false;    // the target's folder was there
+    bool keepFormer_ = false;  // and may still be needed
     bool laidOut_ = false;
 };
 

@@ -6,12 +6,16 @@
 #include <array>
 #include <utility>
 
+#include "importer/files/whole_file.h"
 #include "orvix/platform/path.h"
+#include "orvix/project/project_settings_file.h"
+#include "orvix/project/station_files.h"
 #include "orvix/project/transform_file.h"
 
 namespace orvix::importer {
 namespace {
 
+namespace detail = orvix::detail;
 using platform::ToUtf8;
 
 double ScaleOf(SkeletonSize size) {
@@ -79,15 +83,21 @@ Expected<void> WriteProjectRecords(ProjectManager& project, const ProjectFacts& 
     for (const StationRecord& station : facts.stations) {
         if (done) done = WriteStation(project, station);
     }
-    if (done) {
-        done = detail::WriteTransform(project.transformFile,
-                                      detail::LocalToWorld::Translation(facts.origin));
-    }
-    if (!done) return done;
     const CLOUD_HEADER head = HeadOf(facts);
-    project.SetCloudHeader(&head);
-    project.SetProjectSettings(SettingsOf(*facts.skeleton));
-    done = CheckOpens(project.projectFile);
+    const auto origin = detail::LocalToWorld::Translation(facts.origin);
+    project.projectSettings = SettingsOf(*facts.skeleton);
+    const auto settings = detail::EncodeSettings(project.settingsVersion, project.projectSettings);
+    if (done) {
+        done = WriteWholeFile(project.transformFile, origin.m.data(), detail::kTransformFileBytes);
+    }
+    if (done) done = WriteWholeFile(project.headFile, &head, kHeadFileBytes);
+    if (done) done = WriteWholeFile(project.projectFile, settings.data(), settings.size());
+    if (done) done = CheckOpens(project.projectFile);
+    // Opening has written the note once more, as it always does, without a look at the outcome.
+    if (done) {
+        done = WriteWholeFile(detail::StationNotePath(project), detail::kStationNote.data(),
+                              detail::kStationNote.size());
+    }
     return done ? CheckSizes(project, facts) : done;
 }
 

@@ -26,7 +26,7 @@ struct ProjectFacts {
 ///
 /// Order    last of all, the project is opened and the point files' sizes are compared with the
 ///          head, so that nothing incomplete appears under the project's name.
-/// Errors   those of SyncedFile; Failure for a project that does not open or a file of another
+/// Errors   those of SyncedFile and WriteWholeFile, which reads each file back; Failure for a project that does not open or a file of another
 ///          size.
 Expected<void> WriteProjectRecords(ProjectManager& project, const ProjectFacts& facts);
 

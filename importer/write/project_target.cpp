@@ -83,28 +83,26 @@ Expected<void> RefuseSharedFolder(const CString& project, const CString& files) 
     return {};
 }
 
-// Whether a folder holds files at any depth; folders alone are what a destroyed project leaves.
-// BEHAVIOUR I17
-bool HoldsFiles(const CString& folder) {
-    std::error_code error;
-    for (const CString& name : platform::ListFolder(folder, error)) {
-        const CString path = platform::JoinPath(folder, name);
-        if (!platform::IsFolder(path) || HoldsFiles(path)) return true;
-    }
-    return static_cast<bool>(error);
-}
-
 }  // namespace
 
-TargetNames::TargetNames(const CString& target) {
-    project = platform::AbsolutePath(target);
-    const CString base = platform::RemoveExtension(project);
-    const CString working = base + L".importing";
-    files = base + L"_Project_Files";
-    workingProject = working + L".prj";
-    workingFiles = working + L"_Project_Files";
-    aside = working + L"_Replaced_Files";
-    lock = working + L".lock";
+TargetNames::TargetNames(const CString& target)
+    : project(platform::AbsolutePath(target)),
+      files(platform::RemoveExtension(project) + L"_Project_Files"),
+      marks(project) {}
+
+bool IsTaken(const CString& path) {
+    return platform::PathExists(path) || platform::IsLink(path);
+}
+
+// Folders alone are what a destroyed project leaves.
+// BEHAVIOUR I17
+bool HoldsFiles(const CString& folder, std::error_code& error) {
+    for (const CString& name : platform::ListFolder(folder, error)) {
+        const CString path = platform::JoinPath(folder, name);
+        if (!platform::IsFolder(path) || HoldsFiles(path, error)) return true;
+        if (error) return false;
+    }
+    return false;
 }
 
 Expected<void> CheckPlace(const TargetNames& names) {
@@ -113,8 +111,10 @@ Expected<void> CheckPlace(const TargetNames& names) {
 }
 
 Expected<void> RefuseOtherFiles(const TargetNames& names) {
-    for (const CString* path : {&names.workingProject, &names.workingFiles, &names.aside}) {
-        if (!platform::PathExists(*path)) continue;
+    const orvix::detail::ImportMarks& marks = names.marks;
+    for (const CString* path :
+         {&marks.workingProject, &marks.workingFiles, &marks.aside, &marks.note}) {
+        if (!IsTaken(*path)) continue;
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} is in the way of the import and stems from none; move it, or "
                                 "give the project another name",
@@ -143,7 +143,9 @@ Expected<void> CheckTarget(const TargetNames& names, ExistingProject existing) {
     const bool exists = platform::PathExists(names.project);
     if (existing == ExistingProject::Replace)
         return exists ? RefuseForeign(names.project) : Expected<void>();
-    if (!exists && !(hasFolder && HoldsFiles(names.files))) return {};
+    std::error_code unknown;
+    const bool holdsFiles = hasFolder && (HoldsFiles(names.files, unknown) || unknown);
+    if (!exists && !holdsFiles) return {};
     return Fail(ErrorCode::BadInput,
                 fmt::format("{} exists; use --overwrite to replace it, or give another name",
                             ToUtf8(exists ? names.project : names.files)));

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <system_error>
+
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/import_marks.h"
 
 namespace orvix::importer {
 
@@ -10,13 +13,16 @@ namespace orvix::importer {
 struct TargetNames {
     explicit TargetNames(const CString& target);
 
-    CString project;         // scan.prj
-    CString files;           // scan_Project_Files
-    CString workingProject;  // scan.importing.prj
-    CString workingFiles;    // scan.importing_Project_Files
-    CString aside;           // scan.importing_Replaced_Files
-    CString lock;            // scan.importing.lock
+    CString project;  // scan.prj
+    CString files;    // scan_Project_Files
+    orvix::detail::ImportMarks marks;
 };
+
+/// Something has that name, a link that leads nowhere included.
+bool IsTaken(const CString& path);
+
+/// Whether a folder holds files at any depth; with an error as soon as one cannot be listed.
+bool HoldsFiles(const CString& folder, std::error_code& error);
 
 /// What to do with a project that exists already.
 enum class ExistingProject { Keep, Replace };
@@ -28,8 +34,7 @@ Expected<void> CheckPlace(const TargetNames& names);
 /// project, another program's file, or a project that is to be kept.
 Expected<void> CheckTarget(const TargetNames& names, ExistingProject existing);
 
-/// Checks that no files have the working names; without a lock file beside them, no import made
-/// them.
+/// Checks that nothing has the working names; without an import's note beside it, no import made it.
 Expected<void> RefuseOtherFiles(const TargetNames& names);
 
 }  // namespace orvix::importer

@@ -221,7 +221,16 @@ Expected<void> SkeletonWriter::WriteCoarse() {
     };
     auto done = parallel::RunInOrder(pool_, steps);
     if (!done) return done;
-    return pool_.RunOne([&] { return coarse_.Finish(); });
+    return pool_.RunOne([&] { return Close(); });
+}
+
+Expected<void> SkeletonWriter::Close() {
+    Expected<void> done = coarse_.Finish();
+    if (done) done = coarse_.Close();
+    if (done) done = coordinates_.Close();
+    if (done) done = data_.Close();
+    if (done) done = cells_.Close();
+    return done ? blocks_.Close() : done;
 }
 
 }  // namespace orvix::importer

@@ -44,7 +44,7 @@ public:
     [[nodiscard]] std::uint64_t CoarseBytes() const {
         return coarse_.Count() * detail::kCoarseViewBytes;
     }
-    /// After `Write`: bounds and representatives of the coarse table.
+    /// After `Write`: bounds and representatives of the coarse table; closes all files.
     Expected<void> WriteCoarse();
 
 private:
@@ -55,6 +55,7 @@ private:
     Expected<void> Commit(Batch& batch, SkeletonSummary& summary);
     Expected<void> CloseBlock();
     Expected<void> Finish();
+    Expected<void> Close();
 
     const ProjectManager& project_;
     SkeletonSize size_;

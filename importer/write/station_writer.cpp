@@ -5,24 +5,16 @@
 #include <array>
 #include <limits>
 
-#include "importer/files/synced_file.h"
+#include "importer/files/whole_file.h"
 #include "importer/scans/attribute_scale.h"
 #include "orvix/project/station_files.h"
 
 namespace orvix::importer {
 namespace {
 
-Expected<void> WriteWhole(const CString& path, const void* data, std::size_t bytes) {
-    SyncedFile file;
-    Expected<void> done = file.Create(path, Durability::Lasting);
-    if (done) done = file.WriteAt(0, data, bytes);
-    if (done) done = file.Finish();
-    return done ? file.Close() : done;
-}
-
 template <class Value, std::size_t N>
 Expected<void> WriteValues(const CString& path, const std::array<Value, N>& values) {
-    return WriteWhole(path, values.data(), sizeof values);
+    return WriteWholeFile(path, values.data(), sizeof values);
 }
 
 std::int16_t Signed(std::uint16_t intensity) {
@@ -63,7 +55,7 @@ Expected<void> WriteStation(const ProjectManager& project, const StationRecord& 
         done = WriteValues(paths.orientation,
                            std::array{turn.axis[0], turn.axis[1], turn.axis[2], turn.angle});
     }
-    if (done) done = WriteWhole(paths.name, station.name.data(), station.name.size());
+    if (done) done = WriteWholeFile(paths.name, station.name.data(), station.name.size());
     if (!done || !station.intensities) return done;
     return WriteValues(paths.intensities, std::array{Signed(station.intensities->first),
                                                      Signed(station.intensities->second)});

@@ -31,7 +31,7 @@ std::vector<StationRecord> StationRecordsOf(const std::vector<ScanInput>& inputs
 /// project's scanpos folder.
 ///
 /// Boundaries intensities above 32767 are stored as 32767, the largest that the file can hold.
-/// Errors     as SyncedFile.
+/// Errors     as WriteWholeFile.
 Expected<void> WriteStation(const ProjectManager& project, const StationRecord& station);
 
 }  // namespace orvix::importer

@@ -5,6 +5,7 @@
 
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/import_marks.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
@@ -59,6 +60,8 @@ Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
     const auto record = ExamineSettingsFile(path);
     if (!record) return ErrorOf(record);
     if (auto whole = RequireParts(path, *record, cut); !whole) return ErrorOf(whole);
+    if (cut == CutRecord::Taken) return path;
+    if (auto settled = RequireNotHalfReplaced(path); !settled) return ErrorOf(settled);
     return path;
 }
 

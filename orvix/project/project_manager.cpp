@@ -6,7 +6,6 @@
 #include <cstring>
 #include <new>
 #include <span>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -21,19 +20,13 @@
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/required_files.h"
+#include "orvix/project/station_files.h"
 
 namespace orvix {
 namespace {
 
 constexpr unsigned kTextReadOnly = 1366;
 constexpr unsigned kTextMissing = 1370;
-
-constexpr std::string_view kStationNote =
-    "*.dist -> distances in milimeters int[filesize/4]\n"
-    "*.pos -> scanner position double[3]\n"
-    "*.orientation -> scanner orientation x y z angle double[4]\n"
-    "*.angledata -> (vertical and horizontal angles) rowcount colcount vmin hmin vmax hmax "
-    "int[2]+double[4]\n";
 
 // The project's files and folders are made, replaced and removed on a best-effort basis.
 void WriteFile(const CString& path, const void* data, std::size_t bytes) {
@@ -78,8 +71,8 @@ bool RemoveFile(const CString& path) {
 // BEHAVIOUR P1
 void MakeFolders(const ProjectManager& paths) {
     MakeFolder(paths.projectFilesFolder);
-    WriteFile(platform::JoinPath(paths.scanposFolder, L"rtfm.txt"), kStationNote.data(),
-              kStationNote.size());
+    WriteFile(detail::StationNotePath(paths), detail::kStationNote.data(),
+              detail::kStationNote.size());
     for (const CString* folder :
          {&paths.panoFolder, &paths.indexFolder, &paths.scanposFolder, &paths.dataFolder,
           &paths.slicesFolder, &paths.colorPlaneFolder, &paths.dataViewFolder,

@@ -98,6 +98,10 @@ void ReadName(const CString& path, Faults& faults, StationFiles& station) {
 
 }  // namespace
 
+CString StationNotePath(const ProjectManager& project) {
+    return platform::JoinPath(project.scanposFolder, L"rtfm.txt");
+}
+
 StationPaths StationPathsOf(const ProjectManager& project, int station) {
     const auto path = [&](const wchar_t* ending) {
         return platform::JoinPath(project.scanposFolder,

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -12,6 +13,16 @@
 #include "orvix/project/project_manager.h"
 
 namespace orvix::detail {
+
+/// The text of scanpos/rtfm.txt, which describes the files beside it.
+inline constexpr std::string_view kStationNote =
+    "*.dist -> distances in milimeters int[filesize/4]\n"
+    "*.pos -> scanner position double[3]\n"
+    "*.orientation -> scanner orientation x y z angle double[4]\n"
+    "*.angledata -> (vertical and horizontal angles) rowcount colcount vmin hmin vmax hmax "
+    "int[2]+double[4]\n";
+/// Its path.
+CString StationNotePath(const ProjectManager& project);
 
 /// Where a station's files are.
 struct StationPaths {

@@ -48,6 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Phases, ImportKilledIn,
 // A limit on the size of files fails writes part of the way, as a full disk does.
 class ImportOnADiskWith : public testing::TestWithParam<std::uint64_t> {};
 
+// BEHAVIOUR I24
 TEST_P(ImportOnADiskWith, TooLittleSpaceEndsWithoutDebris) {
     const ScratchFolder folder;
     const int code = RunVictim(folder / L"p.prj", 30'000, "limit", GetParam());

@@ -16,6 +16,7 @@
 #include "orvix/project/check/check_skeleton.h"
 #include "orvix/project/check/check_sums.h"
 #include "orvix/project/histogram_file.h"
+#include "orvix/project/import_marks.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/station_files.h"
@@ -105,6 +106,12 @@ void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t sta
 }
 
 void CheckFiles(CheckLog& log, ProjectManager& paths) {
+    if (IsHalfReplaced(paths.projectFile)) {
+        log.Add(
+            paths.projectFile,
+            "holds the settings of the former project beside the points of a new one: an import "
+            "was ended while it replaced the project, and the next one settles it");
+    }
     CheckSettings(log, paths.projectFile);
     const CLOUD_HEADER head = CheckHead(log, paths.headFile);
     if (const auto frame = ReadTransform(paths.transformFile); !frame) {  // BEHAVIOUR K4

@@ -125,7 +125,7 @@ TEST(ProjectPublisher, KeepsFromAFolderThatBelongsToAProjectOfOtherCase) {
     EXPECT_THAT(refused.error().message, HasSubstr("up.PRJ"));
 }
 
-/// What an import that was killed while it published may leave; its lock file shows it.
+/// What an import that was killed while it published may leave; its note shows it.
 struct Leftover {
     const char* name;
     bool oldAside;        // the old folder has stepped aside
@@ -140,12 +140,14 @@ class ProjectPublisherAfterAKill : public testing::TestWithParam<Leftover> {};
 TEST_P(ProjectPublisherAfterAKill, FindsOneWholeProject) {
     const Leftover& left = GetParam();
     const ScratchFolder folder;
+    const std::string note = orvix::detail::NewImportText();
     const auto place = [&](const CString& name, const char* content, bool marked) {
         MakeFolders(folder / name, L"Index");
         WriteText(folder / (name + L"/head"), content);
-        if (marked) WriteText(folder / (name + L"/importing"), "");
+        if (marked) WriteText(folder / (name + L"/importing"), note);
     };
     WriteText(folder / L"p.importing.lock", "");
+    WriteText(folder / L"p.importing.note", note);
     WriteText(folder / L"p.prj", left.projectRenamed ? "new" : "old");
     if (!left.projectRenamed) WriteText(folder / L"p.importing.prj", "new");
     if (left.oldAside) place(L"p.importing_Replaced_Files", "old", false);
@@ -173,12 +175,107 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ProjectPublisher, UndoesAFirstImportThatWasKilledHalfPublished) {
     const ScratchFolder folder;
-    WriteText(folder / L"p.importing.lock", "");
+    const std::string note = orvix::detail::NewImportText();
+    WriteText(folder / L"p.importing.note", note);
     WriteText(folder / L"p.importing.prj", "new");
     MakeFolders(folder / L"p_Project_Files", L"Index");
-    WriteText(folder / L"p_Project_Files/importing", "");
+    WriteText(folder / L"p_Project_Files/importing", note);
     { ASSERT_TRUE(ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep)); }
     EXPECT_THAT(folder.Names(), IsEmpty());
+}
+
+/// A project's only folder that holds some marker, beside what a killed import left of itself.
+struct MarkedFolder {
+    const char* name;
+    std::string marker;  // in the target's folder
+    bool sameNote;       // the note beside it has the same text
+    bool workingFiles;   // the killed import had made its own folder
+};
+
+class ProjectPublisherBesideAMarker : public testing::TestWithParam<MarkedFolder> {};
+
+// BEHAVIOUR I23
+TEST_P(ProjectPublisherBesideAMarker, KeepsTheOnlyFolderOfAProject) {
+    const MarkedFolder& left = GetParam();
+    const ScratchFolder folder;
+    const std::string note = left.sameNote ? left.marker : orvix::detail::NewImportText();
+    WriteText(folder / L"p.prj", "old");
+    MakeFolders(folder / L"p_Project_Files", L"Index");
+    WriteText(folder / L"p_Project_Files/head", "old");
+    WriteText(folder / L"p_Project_Files/importing", left.marker);
+    WriteText(folder / L"p.importing.note", note);
+    WriteText(folder / L"p.importing.prj", "half");
+    if (left.workingFiles) {
+        MakeFolders(folder / L"p.importing_Project_Files", L"Index");
+        WriteText(folder / L"p.importing_Project_Files/importing", note);
+    }
+    for (int again = 0; again < 2; ++again) {
+        const auto next = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+        ASSERT_FALSE(next);
+        EXPECT_EQ(next.error().code, ErrorCode::BadInput) << next.error().message;
+        EXPECT_EQ(TextOf(folder / L"p_Project_Files/head"), "old");
+    }
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Markers, ProjectPublisherBesideAMarker,
+    testing::Values(MarkedFolder{"OfAnotherImport", orvix::detail::NewImportText(), false, true},
+                    MarkedFolder{"OfAnotherImportAlone", orvix::detail::NewImportText(), false,
+                                 false},
+                    MarkedFolder{"Empty", "", false, true},
+                    MarkedFolder{"OfTheSameImportWithoutAFormerFolder",
+                                 orvix::detail::NewImportText(), true, false}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ProjectPublisher, BringsTheFormerFolderBackWhereTheTargetsIsGone) {
+    const ScratchFolder folder;
+    WriteText(folder / L"p.importing.note", orvix::detail::NewImportText());
+    MakeFolders(folder / L"p.importing_Project_Files", L"Index");
+    WriteText(folder / L"p.importing_Project_Files/head", "old");
+    EXPECT_FALSE(ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep));
+    EXPECT_EQ(TextOf(folder / L"p_Project_Files/head"), "old");
+}
+
+TEST(ProjectPublisher, ClearsAwayWhatAnImportThatHadHardlyBegunLeft) {
+    const std::string note = orvix::detail::NewImportText();
+    for (const std::string& start : {std::string(), note.substr(0, 7), note.substr(0, 40)}) {
+        const ScratchFolder folder;
+        WriteText(folder / L"p.importing.note", start);
+        { ASSERT_TRUE(ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep)) << start; }
+        EXPECT_THAT(folder.Names(), IsEmpty());
+        WriteText(folder / L"p.importing.note", note);
+        MakeFolders(folder / L"p.importing_Project_Files", L"Index");
+        WriteText(folder / L"p.importing_Project_Files/importing", start);
+        { ASSERT_TRUE(ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep)) << start; }
+        EXPECT_THAT(folder.Names(), IsEmpty());
+    }
+}
+
+TEST(ProjectPublisher, LeavesANoteThatNoImportWrote) {
+    const ScratchFolder folder;
+    WriteText(folder / L"p.importing.note", "call the office");
+    const auto refused = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("in the way"));
+    EXPECT_EQ(TextOf(folder / L"p.importing.note"), "call the office");
+}
+
+// BEHAVIOUR I22
+TEST(ProjectPublisher, LetsAHalfReplacedProjectBeToldFromAWholeOne) {
+    const ScratchFolder folder;
+    const std::string note = orvix::detail::NewImportText();
+    const CString project = folder / L"p.prj";
+    WriteText(project, "old");
+    MakeFolders(folder / L"p_Project_Files", L"Index");
+    WriteText(folder / L"p_Project_Files/importing", note);
+    EXPECT_FALSE(orvix::detail::IsHalfReplaced(project)) << "a marker alone says nothing";
+    WriteText(folder / L"p.importing.note", note);
+    EXPECT_FALSE(orvix::detail::IsHalfReplaced(project)) << "the project file has its name";
+    WriteText(folder / L"p.importing.prj", "new");
+    EXPECT_TRUE(orvix::detail::IsHalfReplaced(project));
+    WriteText(folder / L"p.importing.note", orvix::detail::NewImportText());
+    EXPECT_FALSE(orvix::detail::IsHalfReplaced(project)) << "the marker is another import's";
 }
 
 }  // namespace

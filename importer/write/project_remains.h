@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "importer/write/project_target.h"
+#include "orvix/platform/text.h"
+
+namespace orvix::importer {
+
+/// How far an import came, as far as it is known.
+enum class ImportStage {
+    Unknown,    ///< it was ended, or failed while it published
+    Working,    ///< the target is as it was
+    Published,  ///< the project has appeared
+};
+
+/// Settles what the import of a note's text left beside its target, whatever step it came to: one
+/// whole project is there afterwards, or none, and nothing of the import beside it.
+///
+/// A new folder that took the target's name while the project file did not is exchanged for the
+/// former one again. The target's folder itself is never removed: a marker in it, of whichever import,
+/// is no reason to. The note goes last, so that a call that is ended on the way can be repeated.
+///
+/// Returns   the paths that could not be removed, the note among them; empty when all are gone.
+/// Precondition the lock of the target is held.
+std::vector<CString> ClearRemains(const TargetNames& names, const std::string& text,
+                                  ImportStage stage);
+
+/// "; A, B stay beside it until ..." for a message; empty for none.
+std::string RemainsSentence(const std::vector<CString>& paths);
+
+}  // namespace orvix::importer
