@@ -7,8 +7,10 @@
 #include "cli/verbs.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/destroy_project.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
+#include "orvix/project/project_paths.h"
 
 namespace orvix::cli {
 
@@ -58,7 +60,40 @@ Expected<void> RefuseLinks(const CString& project, const CString& folder) {
     return {};
 }
 
+// The project's files that lie where its Index/network points to.
+// BEHAVIOUR C18
+std::vector<CString> FilesElsewhere(const CString& project) {
+    ProjectManager paths;
+    detail::BuildPaths(paths, project);
+    std::vector<CString> files;
+    const CString folder = platform::ParentOf(paths.gridPts);
+    if (folder == paths.indexFolder) return files;
+    for (const CString& path : detail::OwnedFilesOf(paths)) {
+        if (platform::ParentOf(path) == folder && platform::PathExists(path)) files.push_back(path);
+    }
+    return files;
+}
+
+// Of a project that is complete, or whose destruction was ended on the way.
+Outcome Destroyed(const std::string& argument, const CString& folder,
+                  const std::vector<CString>& elsewhere) {
+    std::vector<std::string> remains;
+    if (platform::IsFolder(folder)) ListRemains(folder, 0, remains);
+    for (const CString& path : elsewhere) remains.push_back(platform::ToUtf8(path));
+    return OutcomeOf(argument, remains);
+}
+
+Expected<Outcome> GoOn(const std::string& argument, const CString& project) {
+    const CString folder = platform::RemoveExtension(project) + L"_Project_Files";
+    if (auto own = RefuseLinks(project, folder); !own) return ErrorOf(own);
+    const std::vector<CString> elsewhere = FilesElsewhere(project);
+    if (auto gone = detail::DestroyProject(project); !gone) return ErrorOf(gone);
+    return Destroyed(argument, folder, elsewhere);
+}
+
 Expected<Outcome> RunDestroy(const std::string& argument) {
+    const CString named = platform::FromUtf8(argument);
+    if (!argument.empty() && detail::IsHalfDestroyed(named)) return GoOn(argument, named);
     const Expected<CString> project = detail::RequireProject(argument);
     if (!project) return ErrorOf(project);
     CString folder;
@@ -70,15 +105,9 @@ Expected<Outcome> RunDestroy(const std::string& argument) {
         folder = (*opened)->Manager().projectFilesFolder;
     }
     if (auto own = RefuseLinks(*project, folder); !own) return ErrorOf(own);
-    ProjectManager manager;
-    manager.Destroy(*project);
-    if (platform::PathExists(*project))
-        return Fail(
-            ErrorCode::Failure,
-            fmt::format("{} could not be removed; check the permissions of its folder", argument));
-    std::vector<std::string> remains;
-    if (platform::IsFolder(folder)) ListRemains(folder, 0, remains);
-    return OutcomeOf(argument, remains);
+    const std::vector<CString> elsewhere = FilesElsewhere(*project);
+    if (auto gone = detail::DestroyProject(*project); !gone) return ErrorOf(gone);
+    return Destroyed(argument, folder, elsewhere);
 }
 
 }  // namespace

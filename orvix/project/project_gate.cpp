@@ -5,6 +5,7 @@
 
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/destroy_project.h"
 #include "orvix/project/import_marks.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
@@ -60,6 +61,12 @@ Expected<CString> RequireProject(const std::string& argument, CutRecord cut) {
     const auto record = ExamineSettingsFile(path);
     if (!record) return ErrorOf(record);
     if (auto whole = RequireParts(path, *record, cut); !whole) return ErrorOf(whole);
+    if (IsHalfDestroyed(path)) {
+        return Fail(ErrorCode::Damaged,
+                    fmt::format("{} was being destroyed when the work was ended; 'orvix destroy' "
+                                "goes on with it, 'orvix import --overwrite' replaces it",
+                                platform::ToUtf8(path)));
+    }
     if (cut == CutRecord::Taken) return path;
     if (auto settled = RequireNotHalfReplaced(path); !settled) return ErrorOf(settled);
     return path;

@@ -17,6 +17,7 @@
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/run_views.h"
 #include "orvix/project/covered_files.h"
+#include "orvix/project/destroy_project.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/required_files.h"
@@ -181,47 +182,7 @@ void ProjectManager::Destroy(const CString& path) {
 
 void ProjectManager::Destroy() {
     if (projectFile.empty()) return;  // BEHAVIOUR P7
-    RemoveFile(platform::JoinPath(scanposFolder, L"rtfm.txt"));
-    RemoveFile(platform::JoinPath(indexFolder, L"originaltransforms"));
-    RemoveFile(detail::SavedPlanesPath(*this));
-    RemoveFile(detail::UnfinishedPlanesPath(*this));
-    RemoveFile(detail::PlanesLockPath(*this));
-    RemoveFile(detail::ManifestPath(*this));
-    RemoveFile(detail::UnfinishedManifestPath(detail::ManifestPath(*this)));
-    RemoveFile(detail::ManifestLockPath(detail::ManifestPath(*this)));
-    RemoveFile(detail::WrittenMarkPath(gridPts));
-    for (const CString* file : {&headFile,
-                                &transformFile,
-                                &gridSkeletLas,
-                                &gridSkelet4RcpLas,
-                                &gridSkeletPcg,
-                                &gridSkeletCoordPts,
-                                &gridSkeletDataPts,
-                                &gridSkeletDataClassCount,
-                                &indexHash,
-                                &viewGridDtv,
-                                &viewEntriesDtv,
-                                &intensitiesSliceHist,
-                                &intensitiesCls,
-                                &intensitiesHist,
-                                &zSliceHist,
-                                &zCls,
-                                &zHist,
-                                &gridUnsortedIdx,
-                                &gridIdx,
-                                &gridPts,
-                                &gridUnsortedPts,
-                                &grid10cmIdx,
-                                &grid1to10cmIdx,
-                                &grid1000cmIdx,
-                                &projectFile,
-                                &cadFolder,
-                                &sketchUpFolder,
-                                &histFolder,
-                                &viewGridLv,
-                                &mergedLv}) {
-        RemoveFile(*file);
-    }
+    for (const CString& file : detail::OwnedFilesOf(*this)) RemoveFile(file);
     EraseDirs();
 }
 

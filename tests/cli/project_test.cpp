@@ -238,5 +238,42 @@ TEST_F(ProjectVerbs, DestroyTheProjectAndNameWhatRemains) {
     EXPECT_EQ(OrvixError({"info", Project()})["exit"], 3);
 }
 
+// BEHAVIOUR C17
+TEST_F(ProjectVerbs, GoOnWithADestructionThatWasEndedOnTheWay) {
+    WriteText(folder_ / L"p_Project_Files/destroying", "");
+    std::error_code error;
+    platform::RemoveFile(Index(L"Grid.idx"), error);
+    for (const char* verb : {"info", "check", "walk"}) {
+        const Json refusal = OrvixError({verb, Project()});
+        EXPECT_EQ(refusal["exit"], 5) << verb;
+        EXPECT_THAT(refusal["message"].get<std::string>(), HasSubstr("destroy")) << verb;
+    }
+    EXPECT_EQ(OrvixJson({"destroy", Project()})["destroyed"], true);
+    EXPECT_FALSE(platform::PathExists(project_));
+    EXPECT_FALSE(platform::PathExists(Index(L"Grid.pts")));
+    EXPECT_FALSE(platform::PathExists(folder_ / L"p_Project_Files/destroying"));
+    // The project file is the last but one to go.
+    WriteText(folder_ / L"p_Project_Files/destroying", "");
+    EXPECT_EQ(OrvixJson({"destroy", Project()})["destroyed"], true);
+    EXPECT_FALSE(platform::PathExists(folder_ / L"p_Project_Files/destroying"));
+    EXPECT_EQ(OrvixError({"destroy", Project()})["exit"], 3);
+}
+
+// BEHAVIOUR C18
+TEST_F(ProjectVerbs, DestroyNothingOutsideTheProjectsOwnFolder) {
+    const ScratchFolder other;
+    const CString neighbourFile = other / L"q.prj";
+    WriteTinyProject(tiny_, neighbourFile);
+    const CString points = other / L"q_Project_Files/Index/Grid.pts";
+    const std::vector<std::uint8_t> before = ReadBytes(points);
+    WriteText(Index(L"network"), Utf8(other / L"q_Project_Files/Index"));
+    const Json destroyed = OrvixJson({"destroy", Project()});
+    EXPECT_FALSE(platform::PathExists(project_));
+    EXPECT_EQ(ReadBytes(points), before);
+    EXPECT_EQ(OrvixJson({"walk", Utf8(neighbourFile)})["levels"]["1000"]["points"],
+              tiny_.points.size());
+    EXPECT_THAT(destroyed["remains"], testing::Contains(Json(Utf8(points))));
+}
+
 }  // namespace
 }  // namespace orvix::test

@@ -182,10 +182,17 @@ class OnProject(Scenario):
 
 class Destroy(OnProject):
     name = "destroy"
-    atomic = False
 
     def words(self, folder):
         return ["destroy", self.project(folder)]
+
+    def again(self, folder):
+        mark = os.path.join(folder, "p_Project_Files", "destroying")
+        there = os.path.exists(self.project(folder)) or os.path.exists(mark)
+        return self.words(folder) if there else None
+
+    def is_seen(self, folder):
+        return self.bench.run(["check", self.project(folder)], folder).returncode in (3, 5)
 
 
 class SavePlanes(OnProject):

@@ -103,13 +103,14 @@ class Run:
         return f"exit {code}, {'named' if beside else state or 'part'}", ""
 
     def is_named(self, name, said):
-        """A message names the entry or a folder above it; a journal is the database's own."""
+        """A message names the entry or a folder above it. A journal is the database's own, a lock
+        file that nobody holds is taken over by the next who asks."""
         path = os.path.join(self.folder, name)
         while len(path) > len(self.folder):
             if path in said:
                 return True
             path = os.path.dirname(path)
-        return name.endswith("-journal")
+        return name.endswith(("-journal", ".lock"))
 
     def judge_next(self):
         words = self.scenario.again(self.folder)

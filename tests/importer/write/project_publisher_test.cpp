@@ -218,15 +218,15 @@ TEST_P(ProjectPublisherBesideAMarker, KeepsTheOnlyFolderOfAProject) {
     EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Markers, ProjectPublisherBesideAMarker,
-    testing::Values(MarkedFolder{"OfAnotherImport", orvix::detail::NewImportText(), false, true},
-                    MarkedFolder{"OfAnotherImportAlone", orvix::detail::NewImportText(), false,
-                                 false},
-                    MarkedFolder{"Empty", "", false, true},
-                    MarkedFolder{"OfTheSameImportWithoutAFormerFolder",
-                                 orvix::detail::NewImportText(), true, false}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Markers, ProjectPublisherBesideAMarker,
+                         testing::Values(MarkedFolder{"OfAnotherImport",
+                                                      orvix::detail::NewImportText(), false, true},
+                                         MarkedFolder{"OfAnotherImportAlone",
+                                                      orvix::detail::NewImportText(), false, false},
+                                         MarkedFolder{"Empty", "", false, true},
+                                         MarkedFolder{"OfTheSameImportWithoutAFormerFolder",
+                                                      orvix::detail::NewImportText(), true, false}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(ProjectPublisher, BringsTheFormerFolderBackWhereTheTargetsIsGone) {
     const ScratchFolder folder;
