@@ -33,6 +33,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddInfoVerb(app, context);
     AddStationsVerb(app, context);
     AddCheckVerb(app, context);
+    AddRepairVerb(app, context);
     AddWalkVerb(app, context);
     AddPlaneVerb(app, context);
     AddPlanesVerb(app, context);

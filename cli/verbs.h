@@ -66,6 +66,7 @@ void AddImportVerb(CLI::App& app, CommandContext& context);
 void AddInfoVerb(CLI::App& app, CommandContext& context);
 void AddStationsVerb(CLI::App& app, CommandContext& context);
 void AddCheckVerb(CLI::App& app, CommandContext& context);
+void AddRepairVerb(CLI::App& app, CommandContext& context);
 void AddWalkVerb(CLI::App& app, CommandContext& context);
 void AddPlaneVerb(CLI::App& app, CommandContext& context);
 void AddPlanesVerb(CLI::App& app, CommandContext& context);

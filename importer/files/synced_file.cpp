@@ -27,6 +27,14 @@ Expected<void> SyncedFile::Create(const CString& path, Durability durability) {
     return {};
 }
 
+Expected<void> SyncedFile::OpenRead(const CString& path) {
+    path_ = path;
+    std::error_code error;
+    file_ = platform::File::OpenRead(path, error);
+    if (error) return FailTo("read", error);
+    return {};
+}
+
 Expected<void> SyncedFile::WriteAt(std::uint64_t offset, const void* data, std::size_t bytes) {
     std::error_code error;
     file_.WriteAt(offset, data, bytes, error);

@@ -18,6 +18,8 @@ namespace {
 namespace detail = orvix::detail;
 using platform::ToUtf8;
 
+}  // namespace
+
 double ScaleOf(SkeletonSize size) {
     switch (size) {
         case SkeletonSize::OneCentimetre:
@@ -51,6 +53,8 @@ PROJECT_SETTINGS SettingsOf(const SkeletonSummary& summary) {
     settings.skeletSplitSize = kBaseStepsPerSplitSize * BaseStep(summary.skeletonDensity.Median());
     return settings;
 }
+
+namespace {
 
 Expected<void> CheckOpens(const CString& projectFile) {
     ProjectManager check;

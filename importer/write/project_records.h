@@ -22,6 +22,13 @@ struct ProjectFacts {
     std::vector<StationRecord> stations;  ///< those with a pose
 };
 
+/// The skeleton's voxel size, metres.
+double ScaleOf(SkeletonSize size);
+/// The head file's record.
+CLOUD_HEADER HeadOf(const ProjectFacts& facts);
+/// The settings of a new project.
+PROJECT_SETTINGS SettingsOf(const SkeletonSummary& summary);
+
 /// Writes the files beside a project's points: histograms, stations, transform, head and settings.
 ///
 /// Order    last of all, the project is opened and the point files' sizes are compared with the

@@ -149,6 +149,11 @@ Expected<void> SumProject(const ProjectManager& paths, const std::vector<FileSum
         }
         if (!files[i].sums.empty()) manifest.files[i].sums = std::move(files[i].sums);
     }
+    for (const FileSums& sums : known) {
+        const auto isIt = [&](const FileSums& file) { return file.name == sums.name; };
+        const auto& held = manifest.files;
+        if (std::none_of(held.begin(), held.end(), isIt)) manifest.files.push_back(sums);
+    }
     return WriteManifest(ManifestPath(paths), manifest);
 }
 

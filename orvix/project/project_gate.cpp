@@ -49,7 +49,7 @@ Expected<void> RequireParts(const CString& path, SettingsRecord record, CutRecor
     if (record == SettingsRecord::Whole || cut == CutRecord::Taken) return {};  // BEHAVIOUR C3
     return Fail(ErrorCode::Damaged,
                 fmt::format("{} is cut short: its settings record is not whole; 'orvix check' "
-                            "lists every fault, and importing the scans again repairs them",
+                            "lists every fault, and 'orvix repair' mends them",
                             platform::ToUtf8(path)));
 }
 

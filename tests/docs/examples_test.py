@@ -35,6 +35,7 @@ JSON_RUNS = {
     "info": ["info keys.prj"],
     "stations": ["stations posed.prj --picture plan.png"],
     "check": ["check keys.prj", "check damaged.prj"],
+    "repair": ["repair damaged.prj", "repair spoilt.prj"],
     "walk": ["walk keys.prj"],
     "plane": [f"plane keys.prj --seed {SEED} --mesh roof.ply --picture roof.png"],
     "planes": [f"planes keys.prj --explain {SEED} --picture planes.png"],
@@ -44,7 +45,7 @@ JSON_RUNS = {
     "settings": ["settings list", "settings get SplitSize", "settings reset SplitSize"],
     "destroy": ["destroy keys.prj"],
 }
-EXIT_CODES = {"check damaged.prj": 5}
+EXIT_CODES = {"check damaged.prj": 5, "repair spoilt.prj": 5}
 WITHOUT_RUN = {"params": "opens a window and waits for it"}
 
 # Where the objects of a table are: the heading of its first column to the way from the result.
@@ -225,7 +226,7 @@ def faults_of_verb(tables, results):
 
 
 def prepare_keys(runner, sample):
-    """A posed station with orientation, and a project that a file was cut from."""
+    """A posed station with orientation, a project that a file was cut from, one with a flipped bit."""
     write_scan(sample, runner.folder / "scan.ply")
     (runner.folder / "posed.pcd").write_text(
         "VERSION 0.7\nFIELDS x y z\nSIZE 4 4 4\nTYPE F F F\nCOUNT 1 1 1\nWIDTH 4\nHEIGHT 1\n"
@@ -234,6 +235,9 @@ def prepare_keys(runner, sample):
     runner.must("import", "posed.pcd", "damaged.prj")
     cut = runner.folder / "damaged_Project_Files" / "Index" / "Grid.idx"
     cut.write_bytes(cut.read_bytes()[:-8])
+    runner.must("import", "posed.pcd", "spoilt.prj")
+    points = runner.folder / "spoilt_Project_Files" / "Index" / "Grid.pts"
+    points.write_bytes(bytes([points.read_bytes()[0] ^ 1]) + points.read_bytes()[1:])
 
 
 def faults_of_keys(document, runner):
