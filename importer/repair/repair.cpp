@@ -19,6 +19,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/covered_files.h"
+#include "orvix/project/import_marks.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 
@@ -204,6 +205,7 @@ Expected<void> ProjectRepair::Open(const CString& project) {
                                 ToUtf8(project), ToUtf8(paths_.gridPts)));
     }
     if (auto own = RequireOwnRecord(); !own) return own;
+    if (auto settled = detail::RequireNotHalfReplaced(project); !settled) return settled;
     std::error_code error;
     lock_ = platform::PathLock::TryAcquire(detail::ManifestLockPath(detail::ManifestPath(paths_)),
                                            error);
