@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "edits/edited_sums.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/text.h"
 #include "orvix/points/alive_point_reader.h"
@@ -111,6 +112,8 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
     if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
     CProjectCore& core = (*opened)->Core();
     const ProjectManager& paths = (*opened)->Manager();
+    const auto sums = EditedSums::Begin(paths);  // BEHAVIOUR K9
+    if (!sums) return ErrorOf(sums);
     if (auto mapped = (*opened)->MapForWriting(); !mapped) return ErrorOf(mapped);
     if (core.SkeletPointCount() * 12 != static_cast<std::int64_t>(core.SkeletDataPtsFileSize()))
         return Fail(ErrorCode::Damaged, platform::ToUtf8(paths.gridSkeletDataPts) +
@@ -120,6 +123,7 @@ Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field fiel
     const Expected<std::uint64_t> written = ClassWriter(core, *table, callback).Run();
     if (!written) return written;
     if (auto synced = detail::PointEditor::Sync(paths); !synced) return ErrorOf(synced);
+    if (auto summed = sums->End(); !summed) return ErrorOf(summed);
     return written;
 }
 

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "edits/edited_sums.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/point_editor.h"
 
@@ -85,11 +86,13 @@ Expected<void> ApplyPlaneNumbers(const CString& project, const PlaneSet& planes,
     if (!opened) return ErrorOf(opened);
     if (auto writable = (*opened)->RequireWritable(); !writable) return writable;
     if (planes.Points() == 0) return {};
+    const auto sums = EditedSums::Begin((*opened)->Manager());  // BEHAVIOUR K9
+    if (!sums) return ErrorOf(sums);
     if (auto mapped = (*opened)->MapForWriting(); !mapped) return mapped;
     auto done = NumberPoints((*opened)->Core(), planes, proceed);
     if (done) done = NumberSkeleton((*opened)->Core(), planes);
     if (done) done = detail::PointEditor::Sync((*opened)->Manager());
-    return done;
+    return done ? sums->End() : done;
 }
 
 }  // namespace orvix::edits

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -125,16 +126,18 @@ Expected<void> SumProject(const ProjectManager& paths, const std::vector<FileSum
                           const BlockRunner& run) {
     const std::vector<CoveredFile> covered = CoveredFiles(paths);
     std::vector<SummedFile> files(covered.size());
+    std::vector<std::size_t> places(covered.size());  // in the manifest
     Manifest manifest;
     for (std::size_t i = 0; i < covered.size(); ++i) {
         const auto isIt = [&](const FileSums& sums) { return sums.name == covered[i].name; };
         const auto found = std::find_if(known.begin(), known.end(), isIt);
         files[i].path = covered[i].path;
         if (found != known.end()) {
-            manifest.files.push_back(*found);
+            std::copy_if(found, known.end(), std::back_inserter(manifest.files), isIt);
             continue;
         }
         platform::QueryFileSize(covered[i].path, files[i].bytes);
+        places[i] = manifest.files.size();
         manifest.files.push_back({covered[i].name, files[i].bytes, {}});
     }
     if (auto summed = SumBlocks(files, run); !summed) return summed;
@@ -147,7 +150,7 @@ Expected<void> SumProject(const ProjectManager& paths, const std::vector<FileSum
                                                 " became shorter while it was summed; is another "
                                                 "program at work in its folder?");
         }
-        if (!files[i].sums.empty()) manifest.files[i].sums = std::move(files[i].sums);
+        if (!files[i].sums.empty()) manifest.files[places[i]].sums = std::move(files[i].sums);
     }
     for (const FileSums& sums : known) {
         const auto isIt = [&](const FileSums& file) { return file.name == sums.name; };

@@ -55,8 +55,8 @@ bool IsChangedInPlace(const std::string& name);
 ///
 ///     SumProject(paths, {}, RunOneByOne);
 ///
-/// Boundaries files of the same name in `known` are not read; those are their sums, also where there
-///            is no such file.
+/// Boundaries files of the same name in `known` are not read; those are their sums, all states of a
+///            file, also where there is no such file.
 /// Errors     those of `run`, of a file that cannot be read, and of writing.
 Expected<void> SumProject(const ProjectManager& paths, const std::vector<FileSums>& known,
                           const BlockRunner& run);

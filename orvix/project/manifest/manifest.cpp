@@ -66,18 +66,6 @@ void Exchange(Manifest& manifest, const std::string& name, std::vector<FileSums>
     manifest.files.insert(manifest.files.begin() + place, sums.begin(), sums.end());
 }
 
-platform::PathLock WaitForLock(const CString& path) {
-    constexpr int kTries = 200;
-    constexpr std::chrono::milliseconds kPause{5};
-    std::error_code error;
-    for (int i = 0; i < kTries; ++i) {
-        auto lock = platform::PathLock::TryAcquire(path, error);
-        if (lock || error) return lock;
-        std::this_thread::sleep_for(kPause);
-    }
-    return {};
-}
-
 }  // namespace
 
 std::vector<std::uint8_t> EncodeManifest(const Manifest& manifest) {
@@ -168,6 +156,18 @@ CString ManifestLockPath(const CString& path) {
     return path + L".lock";
 }
 
+platform::PathLock LockManifest(const CString& path) {
+    constexpr int kTries = 200;
+    constexpr std::chrono::milliseconds kPause{5};
+    std::error_code error;
+    for (int i = 0; i < kTries; ++i) {
+        auto lock = platform::PathLock::TryAcquire(ManifestLockPath(path), error);
+        if (lock || error) return lock;
+        std::this_thread::sleep_for(kPause);
+    }
+    return {};
+}
+
 FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes) {
     FileSums file{name, bytes.size(), {}};
     while (!bytes.empty()) {
@@ -181,7 +181,7 @@ FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes) {
 void AnnounceContent(const CString& manifestPath, const std::string& name,
                      std::span<const std::uint8_t> former, std::span<const std::uint8_t> next) {
     if (!platform::PathExists(manifestPath)) return;
-    const platform::PathLock lock = WaitForLock(ManifestLockPath(manifestPath));
+    const platform::PathLock lock = LockManifest(manifestPath);
     if (!lock) return;
     auto manifest = ReadManifest(manifestPath);
     if (!manifest || !*manifest) return;

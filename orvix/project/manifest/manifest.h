@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orvix/platform/error.h"
+#include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
 
 namespace orvix::detail {
@@ -51,6 +52,8 @@ Expected<void> WriteManifest(const CString& path, const Manifest& manifest);
 CString UnfinishedManifestPath(const CString& path);
 /// The lock of who changes a manifest that is there.
 CString ManifestLockPath(const CString& path);
+/// Waits for it, up to a second; none where another program has it longer.
+platform::PathLock LockManifest(const CString& path);
 
 /// The sums of bytes that lie in memory.
 FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes);
