@@ -45,7 +45,7 @@ public:
 
     // The cell whose run holds point `i`; calls come with ascending numbers.
     CellKey At(std::uint64_t i) {
-        while (i >= end_) {
+        while (i >= end_ && next_ < cells_.Count()) {
             const Cell cell = cells_[next_++];
             end_ = cell.offset + cell.count;
             key_ = KeyOf(cell);

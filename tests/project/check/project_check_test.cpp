@@ -293,6 +293,28 @@ TEST_F(ProjectCheckTest, ASummaryTellsCountsBoundsAndBytes) {
     EXPECT_EQ(detail::SummariseProject(path).error().code, ErrorCode::Damaged);
 }
 
+// 4.8 MB: more than the check has of a file in memory.
+TEST_F(ProjectCheckTest, EndsWithASentenceWhereAFileIsCutShortMeanwhile) {
+    Write(0.1, 200'000);
+    for (const CString& file : {manager.gridPts, manager.gridSkeletCoordPts, manager.grid10cmIdx}) {
+        const Bytes whole = test::ReadBytes(file);
+        detail::CheckOptions options;
+        options.progress = [&](double) {
+            std::error_code error;
+            platform::File::OpenReadWrite(file, error).Resize(4'096, error);
+            return true;
+        };
+        const auto report = detail::CheckProject(path, options);
+        ASSERT_TRUE(!report || !report->Ok());
+        if (!report) {
+            EXPECT_EQ(report.error().code, ErrorCode::Damaged);
+            EXPECT_THAT(report.error().message, HasSubstr("became shorter"));
+        }
+        Overwrite(file, whole);
+    }
+    EXPECT_TRUE(Check().Ok());
+}
+
 // Keys of the grid's 100 cm cells, by the rule of the cell list.
 std::vector<std::uint64_t> CellKeys(const std::vector<GridCellRecord>& cells) {
     const auto range = [&](auto axis) {
