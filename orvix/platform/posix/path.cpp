@@ -89,8 +89,41 @@ void RemoveFile(const CString& path, std::error_code& error) {
     Succeeded(unlink(NativePath(path).c_str()), error);
 }
 
+namespace {
+
+/// Keeps the first of several errors.
+void Keep(std::error_code& first, int cause) {
+    if (!first) first = {cause, std::system_category()};
+}
+
+/// Removes an entry of an open folder, with all that it holds. What cannot be removed does not keep
+/// the rest from going. Folders are entered by their descriptors, so that one that becomes a link
+/// meanwhile is not followed; nothing here throws.
+void RemoveEntry(int folder, const char* name, std::error_code& first) {
+    if (unlinkat(folder, name, 0) == 0 || errno == ENOENT) return;
+    const int cause = errno;
+    const int inner = Retry(
+        [&] { return openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); });
+    if (inner == -1) return Keep(first, errno == ENOTDIR || errno == ELOOP ? cause : errno);
+    DIR* const list = fdopendir(inner);
+    if (list == nullptr) {
+        Keep(first, errno);
+        close(inner);
+        return;
+    }
+    while (const dirent* const entry = readdir(list)) {
+        const std::string_view inside = entry->d_name;
+        if (inside != "." && inside != "..") RemoveEntry(inner, entry->d_name, first);
+    }
+    closedir(list);
+    if (unlinkat(folder, name, AT_REMOVEDIR) == -1 && errno != ENOENT) Keep(first, errno);
+}
+
+}  // namespace
+
 void RemoveTree(const CString& path, std::error_code& error) {
-    std::filesystem::remove_all(NativePath(path), error);
+    error.clear();
+    RemoveEntry(AT_FDCWD, NativePath(path).c_str(), error);
 }
 
 std::vector<CString> ListFolder(const CString& path, std::error_code& error) {
