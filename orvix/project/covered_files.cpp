@@ -85,6 +85,11 @@ std::uint64_t TimesWritten(const CString& pointFile) {
 }
 
 std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths) {
+    std::error_code ignored;
+    return CoveredFiles(paths, ignored);
+}
+
+std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths, std::error_code& error) {
     std::vector<CoveredFile> files;
     for (const Entry& entry : kFiles) {
         const CString& path = paths.*entry.path;
@@ -92,13 +97,13 @@ std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths) {
             files.push_back({entry.name, path});
         }
     }
-    std::error_code ignored;
-    for (const CString& file : platform::ListFolder(paths.scanposFolder, ignored)) {
+    for (const CString& file : platform::ListFolder(paths.scanposFolder, error)) {
         const std::string name = ToUtf8(file);
         if (!IsStationFile(name)) continue;
         files.push_back(
             {std::string(kStationFolder) + name, platform::JoinPath(paths.scanposFolder, file)});
     }
+    if (error == std::errc::no_such_file_or_directory) error.clear();
     return files;
 }
 
@@ -124,7 +129,9 @@ bool IsChangedInPlace(const std::string& name) {
 
 Expected<void> SumProject(const ProjectManager& paths, const std::vector<FileSums>& known,
                           const BlockRunner& run) {
-    const std::vector<CoveredFile> covered = CoveredFiles(paths);
+    std::error_code error;
+    const std::vector<CoveredFile> covered = CoveredFiles(paths, error);
+    if (error) return FailSystem(error, "cannot list " + ToUtf8(paths.scanposFolder));
     std::vector<SummedFile> files(covered.size());
     std::vector<std::size_t> places(covered.size());  // in the manifest
     Manifest manifest;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "orvix/platform/text.h"
@@ -41,6 +42,8 @@ struct CoveredFile {
 ///
 /// Order    that of the table in docs/FORMAT.md, then the station files by name.
 std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths);
+/// The same, with an error where the stations' folder is there and cannot be listed.
+std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths, std::error_code& error);
 
 /// The path of a name; empty for a name that no such file has, whatever it may be.
 CString CoveredPath(const ProjectManager& paths, const std::string& name);

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <new>
 #include <system_error>
 
 #include "orvix/platform/file.h"
@@ -90,6 +91,26 @@ Expected<void> RemoveContent(const ProjectManager& paths) {
     return {};
 }
 
+Expected<void> DestroyStepwise(const CString& project) {
+    ProjectManager paths;
+    BuildPaths(paths, project);
+    const CString& folder = paths.projectFilesFolder;
+    Expected<void> done = SetMark(folder);
+    if (done) done = RemoveContent(paths);
+    if (done) done = RemoveFile(project, project);
+    if (done) done = RemoveFile(project, MarkOf(folder));
+    if (done) done = RemoveFolder(project, folder);
+    if (!done) return done;
+    std::error_code error;
+    const CString parent = platform::ParentOf(platform::AbsolutePath(project));
+    platform::SyncFolder(parent.empty() ? CString(1, platform::PathSeparator()) : parent, error);
+    if (error) {
+        return FailSystem(error, fmt::format("{} is destroyed, but its device does not confirm it",
+                                             ToUtf8(project)));
+    }
+    return {};
+}
+
 }  // namespace
 
 std::vector<CString> OwnedFilesOf(const ProjectManager& paths) {
@@ -136,23 +157,15 @@ std::vector<CString> OwnedFilesOf(const ProjectManager& paths) {
 }
 
 Expected<void> DestroyProject(const CString& project) {
-    ProjectManager paths;
-    BuildPaths(paths, project);
-    const CString& folder = paths.projectFilesFolder;
-    Expected<void> done = SetMark(folder);
-    if (done) done = RemoveContent(paths);
-    if (done) done = RemoveFile(project, project);
-    if (done) done = RemoveFile(project, MarkOf(folder));
-    if (done) done = RemoveFolder(project, folder);
-    if (!done) return done;
-    std::error_code error;
-    const CString parent = platform::ParentOf(platform::AbsolutePath(project));
-    platform::SyncFolder(parent.empty() ? CString(1, platform::PathSeparator()) : parent, error);
-    if (error) {
-        return FailSystem(error, fmt::format("{} is destroyed, but its device does not confirm it",
-                                             ToUtf8(project)));
+    try {
+        return DestroyStepwise(project);
+    } catch (const std::bad_alloc&) {
+        return Fail(
+            ErrorCode::NoMemory,
+            fmt::format("memory ran out while {} was being destroyed; 'orvix destroy' goes on "
+                        "with what is left in {}",
+                        ToUtf8(project), ToUtf8(FolderOf(project))));
     }
-    return {};
 }
 
 bool IsHalfDestroyed(const CString& project) {
