@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -193,8 +194,13 @@ std::vector<CString> ProjectPublisher::Clear() {
     return left;
 }
 
+// Without memory nothing can be removed: the next import does it.
 ProjectPublisher::~ProjectPublisher() {
-    Clear();
+    try {
+        Clear();
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 }  // namespace orvix::importer

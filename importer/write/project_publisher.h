@@ -69,9 +69,9 @@ private:
     Expected<void> SyncAll();
     Expected<void> SwapFiles();
 
+    ProjectManager working_;  // first: copying it is the one step of a move that can throw
     TargetNames names_;
     platform::PathLock lock_;
-    ProjectManager working_;
     std::string text_;  // of the note and the marker
     ImportStage stage_ = ImportStage::Working;
     bool replaced_ = false;    // the target's folder was there

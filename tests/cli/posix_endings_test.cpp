@@ -121,6 +121,39 @@ TEST_F(CommandInAShell, LeavesNoPieceOfAMeshOrPictureOnAFullDisk) {
     }
 }
 
+// BEHAVIOUR I24
+TEST_F(CommandInAShell, EndsAnImportInOrderThatMeetsALimitOfTheShell) {
+    WriteRoom();
+    OrvixJson({"import", File(L"room.xyz"), File(L"p.prj")});
+    const auto before = folder_.Names();
+    const std::vector<std::uint8_t> points = ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts");
+    // A limit on the size of files ends most programs by a signal; one on open files is met anywhere.
+    for (const char* limit : {"ulimit -f 1", "ulimit -f 8", "ulimit -n 4", "ulimit -n 6"}) {
+        const ProcessResult ended =
+            Shell(std::string(limit) + "; \"$orvix\" import room.xyz p.prj --overwrite --dedupe");
+        EXPECT_THAT(ended.exitCode, testing::AnyOf(1, 3, 4)) << limit << ended.errors;
+        EXPECT_THAT(ended.errors, HasSubstr("orvix import: ")) << limit;
+        EXPECT_EQ(ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts"), points) << limit;
+        EXPECT_EQ(OrvixJson({"check", File(L"p.prj")})["ok"], true) << limit;
+    }
+    OrvixJson({"import", File(L"room.xyz"), File(L"p.prj"), "--overwrite"});
+    EXPECT_EQ(folder_.Names(), before);
+}
+
+TEST_F(CommandInAShell, FollowsNoLinkUnderTheNamesThatAnImportWorksWith) {
+    WriteRoom();
+    for (const wchar_t* name : {L"p.importing.prj", L"p.importing.note",
+                                L"p.importing_Project_Files", L"p.importing_Replaced_Files"}) {
+        fs::create_symlink(File(L"elsewhere"), File(name));
+        const Json error = OrvixError({"import", File(L"room.xyz"), File(L"p.prj")});
+        EXPECT_EQ(error["exit"], 3) << File(name);
+        EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("in the way")) << File(name);
+        EXPECT_FALSE(fs::exists(File(L"elsewhere"))) << File(name);
+        EXPECT_TRUE(fs::is_symlink(File(name)));
+        fs::remove(File(name));
+    }
+}
+
 // Sanitizers take memory of their own.
 #ifndef __SANITIZE_ADDRESS__
 TEST_F(CommandInAShell, KeepsWithinTheLeastMemoryWhereEachPointHasACell) {
