@@ -40,6 +40,7 @@ endif()
 install(FILES ${PROJECT_SOURCE_DIR}/orvix/platform/error.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvix/platform COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/detection/plane_search.h ${PROJECT_SOURCE_DIR}/detection/found_plane.h
+  ${PROJECT_SOURCE_DIR}/detection/plane_set.h ${PROJECT_SOURCE_DIR}/detection/saved_planes.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/detection COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h ${PROJECT_SOURCE_DIR}/importer/import_options.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)

@@ -21,7 +21,7 @@ namespace orvix::detection {
 
 /// How much of what stands out from a surface is a plane of its own.
 ///
-/// Fine    what 15 points show: a quarter of the least area, half of the waviness.
+/// Fine    what 25 points show: a quarter of the least area, half of the waviness.
 /// Normal  what a person would draw.
 /// Coarse  walls, floors and roofs alone: ten times the least area, twice the waviness, and nothing
 ///         smaller than the cells.

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "detection/saved/plane_set.h"
+#include "detection/plane_set.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
 

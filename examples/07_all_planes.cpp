@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Finds all planes of a project and lists them; then reads every point with the number of its plane.
+// Finds all planes of a project and lists them; reads every point with the number of its plane; then
+// keeps the planes in the project and opens them again without a search.
 //
 //     07_all_planes /tmp/building.prj
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "detection/plane_search.h"
+#include "detection/saved_planes.h"
 #include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
 
@@ -58,6 +60,19 @@ bool AgreesWithItsPoints(const PlaneSearch& search, const CProjectCore& core) {
     return true;
 }
 
+// What the command does with `orvix planes --save` and `--saved`.
+bool StaysInTheProject(const ProjectManager& paths, const CProjectCore& core,
+                       const PlaneSearch& search) {
+    detection::SearchedPlanes found(core, search);
+    const auto saved = detection::SavePlanes(paths, core, found, {});
+    if (!saved) return std::fprintf(stderr, "%s\n", saved.error().message.c_str()), false;
+    const auto opened = detection::OpenSavedPlanes(paths, core);
+    if (!opened) return std::fprintf(stderr, "%s\n", opened.error().message.c_str()), false;
+    std::printf("saved: %zu planes have an earlier number, %zu a new one\n", saved->kept,
+                saved->added);
+    return (*opened)->Numbers() == found.Numbers();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -79,7 +94,7 @@ int main(int argc, char** argv) {
         const auto search = PlaneSearch::Run(core, options);
         if (!search) return std::fprintf(stderr, "%s\n", search.error().message.c_str()), 1;
         planes = Show(**search);
-        sound = AgreesWithItsPoints(**search, core);
+        sound = AgreesWithItsPoints(**search, core) && StaysInTheProject(paths, core, **search);
         std::printf("%d planes hold %llu of %llu points\n", planes,
                     static_cast<unsigned long long>((*search)->AssignedPoints()),
                     static_cast<unsigned long long>((*search)->Points()));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A host in C: finds all planes of a project, lists them with their corners, counts the points of
-// each from the numbers of all points, and asks why the middle of the largest is on it.
+// each from the numbers of all points, and asks why a point of the largest is on it; then keeps the
+// planes in the project and opens them again without a search.
 //
 //     08_all_planes_in_c building.prj
 #include <inttypes.h>
@@ -93,6 +94,20 @@ static orvix_status show_place(const orvix_planes* planes) {
     return place.verdict == ORVIX_PLACE_ON_PLANE && place.plane == 1 ? ORVIX_OK : ORVIX_FAILED;
 }
 
+static orvix_status keep_planes(orvix_project* project, orvix_planes* planes, uint64_t count) {
+    orvix_planes_saved saved = {sizeof saved};
+    orvix_planes_info info = {sizeof info};
+    orvix_planes* again = NULL;
+    orvix_status status = orvix_planes_save(project, planes, NULL, NULL, &saved, &error);
+    if (status == ORVIX_OK) status = orvix_planes_open_saved(project, &again, &error);
+    if (status == ORVIX_OK) status = orvix_planes_get_info(again, &info, &error);
+    orvix_planes_close(again);
+    if (status != ORVIX_OK) return status;
+    printf("saved: %" PRIu64 " planes have an earlier number, %" PRIu64 " a new one\n", saved.kept,
+           saved.added);
+    return info.planes == count ? ORVIX_OK : ORVIX_FAILED;
+}
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         fprintf(stderr, "usage: %s PROJECT\n", argv[0]);
@@ -106,12 +121,14 @@ int main(int argc, char** argv) {
     options.detail = ORVIX_DETAIL_NORMAL;
     options.proceed = go_on;
     options.user = &asked;
-    orvix_status status = orvix_project_open(argv[1], NULL, &project, &error);
+    orvix_open_options access = {sizeof access, ORVIX_READ_WRITE};
+    orvix_status status = orvix_project_open(argv[1], &access, &project, &error);
     if (status == ORVIX_OK) status = orvix_planes_find(project, &options, &planes, &error);
     if (status == ORVIX_OK) status = orvix_planes_get_info(planes, &info, &error);
     if (status == ORVIX_OK) status = show_planes(planes, info.planes);
     if (status == ORVIX_OK) status = compare_points(planes, &info);
     if (status == ORVIX_OK) status = show_place(planes);
+    if (status == ORVIX_OK) status = keep_planes(project, planes, info.planes);
     if (status == ORVIX_OK) {
         printf("%" PRIu64 " planes hold %" PRIu64 " of %" PRIu64 " points\n", info.planes,
                info.on_planes, info.points);

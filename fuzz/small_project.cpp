@@ -6,8 +6,8 @@
 #include <string>
 
 #include "detection/plane_search.h"
-#include "detection/saved/plane_set.h"
-#include "detection/saved/save_planes.h"
+#include "detection/plane_set.h"
+#include "detection/saved_planes.h"
 #include "importer/import.h"
 #include "orvix/platform/error_channel.h"
 #include "orvix/project/open_project.h"

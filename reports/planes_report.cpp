@@ -5,9 +5,8 @@
 #include <chrono>
 #include <utility>
 
-#include "detection/saved/stored_planes.h"
+#include "detection/saved_planes.h"
 #include "orvix/geometry/vector.h"
-#include "orvix/project/project_paths.h"
 #include "reports/station_list.h"
 
 namespace orvix::reports {
@@ -132,8 +131,7 @@ Expected<PlanesFinding> FindPlanes(const WorldProject& project,
 
 Expected<PlanesFinding> ReadPlanes(const WorldProject& project) {
     const auto start = std::chrono::steady_clock::now();
-    auto set =
-        detection::StoredPlanes::Open(detail::SavedPlanesPath(project.Manager()), project.Core());
+    auto set = detection::OpenSavedPlanes(project.Manager(), project.Core());
     if (!set) return ErrorOf(set);
     PlanesFinding finding{nullptr, std::move(*set), {}, 0};
     finding.planes = WorldPlanesOf(finding.set->Planes(), project.frame);

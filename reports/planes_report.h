@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "detection/saved/plane_set.h"
+#include "detection/plane_set.h"
 #include "reports/world_project.h"
 
 namespace orvix::reports {
@@ -60,7 +60,7 @@ Expected<PlanesFinding> FindPlanes(const WorldProject& project,
 
 /// Reads the planes that an earlier search stored in the project.
 ///
-/// Errors   those of StoredPlanes::Open.
+/// Errors   those of OpenSavedPlanes.
 /// Lifetime as of FindPlanes.
 Expected<PlanesFinding> ReadPlanes(const WorldProject& project);
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/command_context.h"
-#include "detection/saved/save_planes.h"
+#include "detection/saved_planes.h"
 #include "reports/planes_report.h"
 
 namespace orvix::cli {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "detection/saved/plane_set.h"
+#include "detection/plane_set.h"
 #include "orvix/project/saved/saved_plane.h"
 
 namespace orvix::detection {

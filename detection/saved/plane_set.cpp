@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/saved/plane_set.h"
+#include "detection/plane_set.h"
 
 #include <numeric>
 
@@ -7,6 +7,8 @@
 #include "orvix/project/project_core.h"
 
 namespace orvix::detection {
+
+PlaneSet::~PlaneSet() = default;
 
 SearchedPlanes::SearchedPlanes(const CProjectCore& core, const PlaneSearch& search, Detail detail)
     : core_(core), search_(search), detail_(detail) {
@@ -32,6 +34,9 @@ std::uint64_t SearchedPlanes::Cells() const {
 }
 std::uint64_t SearchedPlanes::LeftOut() const {
     return search_.LeftOut();
+}
+std::uint64_t SearchedPlanes::FirstRecord(std::size_t chunk) const {
+    return search_.FirstRecord(chunk);
 }
 std::size_t SearchedPlanes::Chunks() const {
     return search_.Chunks();

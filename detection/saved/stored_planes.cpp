@@ -54,6 +54,9 @@ std::uint64_t StoredPlanes::LeftOut() const {
 Detail StoredPlanes::SearchDetail() const {
     return static_cast<Detail>(saved_.Search().detail);
 }
+std::uint64_t StoredPlanes::FirstRecord(std::size_t chunk) const {
+    return std::min(std::uint64_t{chunk} * detail::PlanesFileStart::kBlockPoints, Points());
+}
 std::size_t StoredPlanes::Chunks() const {
     return saved_.Blocks(CloudPart::Points);
 }

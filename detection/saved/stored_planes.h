@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "detection/saved/plane_set.h"
+#include "detection/plane_set.h"
 #include "orvix/project/project_core.h"
 #include "orvix/project/saved/saved_planes.h"
 
@@ -11,16 +11,7 @@ namespace orvix::detection {
 
 /// The planes that a project stores, as the search that found them returned them.
 ///
-///     auto planes = StoredPlanes::Open(SavedPlanesPath(manager), core);
-///     if (!planes) return Report(planes.error());
-///     Draw((*planes)->Planes());
-///
-/// Errors   those of detail::SavedPlanes; BadInput for a cloud whose points are not those that were
-///          searched. Opening compares their number, and the coordinates of 16 blocks spread evenly;
-///          reading compares every block that it hands over. What a host changes of a point beside
-///          its coordinates does not matter. BEHAVIOUR A13
-/// Cost     as of detail::SavedPlanes, and one of 16 blocks: half a million points at most. Memory:
-///          a block of points for each reader at work, 786 KB.
+/// OpenSavedPlanes opens one, and says what it promises.
 class StoredPlanes final : public PlaneSet {
 public:
     static Expected<std::unique_ptr<StoredPlanes>> Open(const CString& path,
@@ -34,6 +25,7 @@ public:
     [[nodiscard]] std::uint64_t LeftOut() const override;
     [[nodiscard]] Detail SearchDetail() const override;
     [[nodiscard]] std::size_t Chunks() const override;
+    [[nodiscard]] std::uint64_t FirstRecord(std::size_t chunk) const override;
     [[nodiscard]] Expected<void> ReadChunk(
         CAlivePointReader& reader, std::size_t chunk,
         const std::function<void(const PlanePoints&)>& use) const override;

@@ -57,7 +57,7 @@
 // What this header describes. A library of the same major and an equal or higher minor version
 // serves a host; `orvix_interface_version` returns the library's.
 #define ORVIX_C_MAJOR 1
-#define ORVIX_C_MINOR 1
+#define ORVIX_C_MINOR 2
 
 #if defined(_WIN32)
 #define ORVIX_C_CALL __cdecl
@@ -127,7 +127,7 @@ typedef struct orvix_project orvix_project;
 
 enum {
     ORVIX_READ = 0,
-    ORVIX_READ_WRITE = 1  // for orvix_points_write_dclc
+    ORVIX_READ_WRITE = 1  // for orvix_points_write_dclc and orvix_planes_save
 };
 
 typedef struct orvix_open_options {
@@ -478,12 +478,40 @@ typedef struct orvix_planes_options {
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_find(orvix_project* project,
                                                         const orvix_planes_options* options,
                                                         orvix_planes** planes, orvix_error* error);
+// The planes that a search left in the project, by orvix_planes_save or `orvix planes --save`:
+// no second search. Every call but orvix_planes_explain takes them.
+// Errors    BAD_INPUT: none are saved, or the points are not those that were searched. DAMAGED.
+// Lifetime  as of orvix_planes_find.
+// Cost      half a million points are read at most.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_open_saved(orvix_project* project,
+                                                              orvix_planes** planes,
+                                                              orvix_error* error);
+
+// What a save did with the planes that were saved before.
+typedef struct orvix_planes_saved {
+    uint32_t size;
+    uint32_t reserved;
+    uint64_t kept;   // planes that have the number which an earlier save gave them
+    uint64_t added;  // planes with a new number
+    uint64_t gone;   // numbers whose planes are no more; they are given to none again
+} orvix_planes_saved;
+
+// Keeps planes in the project they were found in, open with ORVIX_READ_WRITE, in place of those
+// kept so far. A plane that covers the surface of an earlier one gets its number: read the numbers
+// anew (orvix_planes_get_numbers). `saved` and `proceed` may be null.
+// Errors  BAD_ARGUMENT: another project's planes, or one open for reading. NO_SPACE, CANCELLED:
+//         what was kept before stays. DAMAGED: so do planes kept before that cannot be read.
+// Cost    a pass over the points and the thinned cloud on the calling thread.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_save(orvix_project* project,
+                                                        orvix_planes* planes, orvix_proceed proceed,
+                                                        void* user, orvix_planes_saved* saved,
+                                                        orvix_error* error);
 ORVIX_C_API void ORVIX_C_CALL orvix_planes_close(orvix_planes* planes);
 
 typedef struct orvix_planes_info {
     uint32_t size;
     int32_t detail;
-    uint64_t planes;     // numbered from 1
+    uint64_t planes;     // see orvix_planes_get_numbers
     uint64_t left_out;   // planes with too little area or too few points
     uint64_t points;     // of the project
     uint64_t on_planes;  // points that are on a plane
@@ -514,7 +542,7 @@ enum {
 typedef struct orvix_found_plane {
     uint32_t size;
     int32_t kind;              // ORVIX_KIND_
-    uint32_t number;           // from 1: by points, most first
+    uint32_t number;           // from 1
     uint32_t group;            // from 1: planes of one group lie in the same endless plane
     double equation[4];        // world
     double local_equation[4];  // the same plane in the local frame
@@ -526,6 +554,11 @@ typedef struct orvix_found_plane {
     uint64_t rings;
 } orvix_found_plane;
 
+// The numbers of the planes, by their points, most first: 1, 2, 3 and so on, until they are saved
+// over others. A list.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_numbers(const orvix_planes* planes,
+                                                               uint32_t* numbers, uint64_t capacity,
+                                                               uint64_t* count, orvix_error* error);
 // A plane by its number. BAD_ARGUMENT: there is no such plane; 0 is none.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_plane(const orvix_planes* planes,
                                                              uint32_t number,
@@ -583,7 +616,8 @@ typedef struct orvix_place {
 } orvix_place;
 
 // Looks at a place in the world (three doubles).
-// Errors  BAD_ARGUMENT: no finite position. DAMAGED: the points have changed since the search.
+// Errors  BAD_ARGUMENT: no finite position, or saved planes. DAMAGED: the points have changed since
+//         the search.
 // Cost    reads the points of some cells around, up to 5 by 5 by 10 m of them.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_explain(const orvix_planes* planes,
                                                            const double* world, orvix_place* place,

@@ -7,6 +7,7 @@
 #include <exception>
 #include <span>
 
+#include "detection/saved_planes.h"
 #include "orvix/c/planes_handle.h"
 #include "orvix/c/project_handle.h"
 #include "reports/station_list.h"
@@ -83,13 +84,52 @@ Answer Find(orvix_project& project, const orvix_planes_options& given,
     auto made = std::make_unique<orvix_planes>();
     made->project = project.opened;
     made->frame = project.summary.frame;
-    made->detail = options->detail;
     options->stations = reports::ScannerPositions(made->project->Manager());
     auto search = PlaneSearch::Run(made->project->Core(), *options);
     if (!search) return Refuse(search.error());
     made->search = std::move(*search);
-    made->planes = reports::WorldPlanesOf(made->search->Planes(), made->frame);
+    made->set = std::make_unique<detection::SearchedPlanes>(made->project->Core(), *made->search,
+                                                            options->detail);
+    made->planes = reports::WorldPlanesOf(made->set->Planes(), made->frame);
     found = std::move(made);
+    return {};
+}
+
+void TakeNumbers(orvix_planes& planes) {
+    for (std::size_t i = 0; i < planes.planes.size(); ++i)
+        planes.planes[i].number = planes.set->Numbers()[i];
+}
+
+Answer OpenSaved(orvix_project& project, std::unique_ptr<orvix_planes>& opened) {
+    auto made = std::make_unique<orvix_planes>();
+    made->project = project.opened;
+    made->frame = project.summary.frame;
+    auto set = detection::OpenSavedPlanes(made->project->Manager(), made->project->Core());
+    if (!set) return Refuse(set.error());
+    made->set = std::move(*set);
+    made->planes = reports::WorldPlanesOf(made->set->Planes(), made->frame);
+    TakeNumbers(*made);
+    opened = std::move(made);
+    return {};
+}
+
+Answer Save(const orvix_project& project, orvix_planes& planes, orvix_proceed proceed, void* user,
+            orvix_planes_saved& report) {
+    if (project.opened != planes.project)
+        return Refuse(ORVIX_BAD_ARGUMENT, "the planes are those of another project handle");
+    if (!project.writable) {
+        return Refuse(ORVIX_BAD_ARGUMENT,
+                      "the project is open for reading; open it with ORVIX_READ_WRITE");
+    }
+    std::function<bool()> ask;
+    if (proceed != nullptr) ask = [&] { return proceed(user, 0) != 0; };
+    const auto saved =
+        detection::SavePlanes(planes.project->Manager(), planes.project->Core(), *planes.set, ask);
+    if (!saved) return Refuse(saved.error());
+    TakeNumbers(planes);
+    report.kept = saved->kept;
+    report.added = saved->added;
+    report.gone = saved->gone;
     return {};
 }
 
@@ -100,15 +140,15 @@ void Put(double (&out)[3], const SimplePointT<double>& p) {
 }
 
 orvix_planes_info InfoOf(const orvix_planes& planes) {
-    const PlaneSearch& search = *planes.search;
-    const PlaneSearchSettings& settings = search.Settings();
+    const detection::PlaneSet& set = *planes.set;
+    const PlaneSearchSettings& settings = set.Settings();
     orvix_planes_info info{};
-    info.detail = DetailOf(planes.detail);
+    info.detail = DetailOf(set.SearchDetail());
     info.planes = planes.planes.size();
-    info.left_out = search.LeftOut();
-    info.points = search.Points();
-    info.on_planes = search.AssignedPoints();
-    info.cells = search.Cells();
+    info.left_out = set.LeftOut();
+    info.points = set.Points();
+    info.on_planes = set.AssignedPoints();
+    info.cells = set.Cells();
     info.cell_size = settings.cellSize;
     info.distance = settings.distance;
     info.angle = settings.angle;
@@ -168,11 +208,16 @@ std::vector<Ring> ListRings(const WorldPlane& plane) {
 
 namespace orvix::detail {
 
-Answer RequirePlane(const orvix_planes& planes, std::uint32_t number) {
-    if (number >= 1 && number <= planes.planes.size()) return {};
+// The numbers of a search are their places; those of saved planes may be any.
+tl::expected<std::size_t, Refusal> PlaceOf(const orvix_planes& planes, std::uint32_t number) {
+    const std::vector<std::uint32_t>& numbers = planes.set->Numbers();
+    if (number >= 1 && number <= numbers.size() && numbers[number - 1] == number)
+        return std::size_t{number} - 1;
+    const auto found = std::find(numbers.begin(), numbers.end(), number);
+    if (found != numbers.end()) return static_cast<std::size_t>(found - numbers.begin());
     return Refuse(ORVIX_BAD_ARGUMENT,
-                  fmt::format("there is no plane {}; there are {}, numbered from 1", number,
-                              planes.planes.size()));
+                  fmt::format("there is no plane {}; orvix_planes_get_numbers lists the {}", number,
+                              numbers.size()));
 }
 
 }  // namespace orvix::detail
@@ -192,6 +237,33 @@ orvix_status orvix_planes_find(orvix_project* project, const orvix_planes_option
     });
 }
 
+orvix_status orvix_planes_open_saved(orvix_project* project, orvix_planes** planes,
+                                     orvix_error* error) {
+    if (planes != nullptr) *planes = nullptr;
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(project, "project"); !there) return there;
+        if (auto there = RequirePointer(planes, "planes"); !there) return there;
+        std::unique_ptr<orvix_planes> opened;
+        auto done = OpenSaved(*project, opened);
+        if (done) *planes = opened.release();
+        return done;
+    });
+}
+
+orvix_status orvix_planes_save(orvix_project* project, orvix_planes* planes, orvix_proceed proceed,
+                               void* user, orvix_planes_saved* saved, orvix_error* error) {
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(project, "project"); !there) return there;
+        if (auto there = RequirePointer(planes, "planes"); !there) return there;
+        orvix_planes_saved report{};
+        if (saved != nullptr) {
+            if (auto sized = Give(report, saved, "saved"); !sized) return sized;
+        }
+        if (auto done = Save(*project, *planes, proceed, user, report); !done) return done;
+        return saved == nullptr ? Answer{} : Give(report, saved, "saved");
+    });
+}
+
 void orvix_planes_close(orvix_planes* planes) {
     delete planes;
 }
@@ -204,13 +276,26 @@ orvix_status orvix_planes_get_info(const orvix_planes* planes, orvix_planes_info
     });
 }
 
+orvix_status orvix_planes_get_numbers(const orvix_planes* planes, uint32_t* numbers,
+                                      uint64_t capacity, uint64_t* count, orvix_error* error) {
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(planes, "planes"); !there) return there;
+        const std::vector<std::uint32_t>& all = planes->set->Numbers();
+        const auto fill = Fits(all.size(), numbers, capacity, count, "numbers");
+        if (!fill) return ErrorOf(fill);
+        if (*fill) std::copy(all.begin(), all.end(), numbers);
+        return {};
+    });
+}
+
 orvix_status orvix_planes_get_plane(const orvix_planes* planes, uint32_t number,
                                     orvix_found_plane* plane, orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(planes, "planes"); !there) return there;
-        if (auto found = RequirePlane(*planes, number); !found) return found;
-        return Give(RecordOf(planes->planes[number - 1], planes->search->Planes()[number - 1]),
-                    plane, "plane");
+        const auto place = PlaceOf(*planes, number);
+        if (!place) return ErrorOf(place);
+        return Give(RecordOf(planes->planes[*place], planes->set->Planes()[*place]), plane,
+                    "plane");
     });
 }
 
@@ -218,8 +303,9 @@ orvix_status orvix_planes_get_rings(const orvix_planes* planes, uint32_t number,
                                     uint64_t capacity, uint64_t* count, orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(planes, "planes"); !there) return there;
-        if (auto found = RequirePlane(*planes, number); !found) return found;
-        const std::vector<Ring> listed = ListRings(planes->planes[number - 1]);
+        const auto place = PlaceOf(*planes, number);
+        if (!place) return ErrorOf(place);
+        const std::vector<Ring> listed = ListRings(planes->planes[*place]);
         const auto fill = Fits(listed.size(), rings, capacity, count, "rings");
         if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
@@ -234,8 +320,9 @@ orvix_status orvix_planes_get_ring(const orvix_planes* planes, uint32_t number, 
                                    orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(planes, "planes"); !there) return there;
-        if (auto found = RequirePlane(*planes, number); !found) return found;
-        const std::vector<Ring> listed = ListRings(planes->planes[number - 1]);
+        const auto place = PlaceOf(*planes, number);
+        if (!place) return ErrorOf(place);
+        const std::vector<Ring> listed = ListRings(planes->planes[*place]);
         if (auto inside = RequireRange(ring, 1, listed.size(), "rings"); !inside) return inside;
         const WorldPlane::Ring& wanted = *listed[static_cast<std::size_t>(ring)].vertices;
         const auto fill = Fits(wanted.size(), xyz, capacity, count, "vertices");

@@ -5,24 +5,25 @@
 #include <vector>
 
 #include "detection/plane_search.h"
+#include "detection/plane_set.h"
 #include "orvix/c/boundary.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "reports/planes_report.h"
 
-/// What stands behind the C interface's handle of all planes: the search, the open project that it
-/// reads, and its planes in the world.
+/// What stands behind the C interface's handle of all planes: what was searched or saved, the open
+/// project that it reads, and its planes in the world.
 struct orvix_planes {
     std::shared_ptr<orvix::detail::OpenProject> project;
     orvix::detail::LocalToWorld frame;
-    orvix::detection::Detail detail = orvix::detection::Detail::Normal;
-    std::unique_ptr<orvix::detection::PlaneSearch> search;
+    std::unique_ptr<orvix::detection::PlaneSearch> search;  ///< none of saved planes
+    std::unique_ptr<orvix::detection::PlaneSet> set;
     std::vector<orvix::reports::WorldPlane> planes;
 };
 
 namespace orvix::detail {
 
-/// Planes are numbered from 1.
-Answer RequirePlane(const orvix_planes& planes, std::uint32_t number);
+/// The place of the plane of a number.
+tl::expected<std::size_t, Refusal> PlaceOf(const orvix_planes& planes, std::uint32_t number);
 
 }  // namespace orvix::detail

@@ -23,12 +23,12 @@ static_assert(static_cast<int>(PlaceVerdict::OnPlane) == ORVIX_PLACE_ON_PLANE &&
               static_cast<int>(PlaceVerdict::Empty) == ORVIX_PLACE_EMPTY);
 
 // The chunk that holds a record.
-std::size_t ChunkOf(const detection::PlaneSearch& search, std::uint64_t record) {
+std::size_t ChunkOf(const detection::PlaneSet& set, std::uint64_t record) {
     std::size_t low = 0;
-    std::size_t high = search.Chunks();
+    std::size_t high = set.Chunks();
     while (high - low > 1) {
         const std::size_t middle = low + (high - low) / 2;
-        (search.FirstRecord(middle) <= record ? low : high) = middle;
+        (set.FirstRecord(middle) <= record ? low : high) = middle;
     }
     return low;
 }
@@ -41,20 +41,20 @@ Answer ReadPoints(const orvix_planes& planes, std::uint64_t first, std::uint64_t
     if (!reader) {
         return Refuse(ORVIX_FAILED, "the points cannot be mapped; close other programs and retry");
     }
-    const detection::PlaneSearch& search = *planes.search;
-    for (std::size_t chunk = ChunkOf(search, first);
-         chunk < search.Chunks() && search.FirstRecord(chunk) < end; ++chunk) {
-        if (auto done = search.ReadChunk(*reader, chunk, use); !done) return Refuse(done.error());
+    const detection::PlaneSet& set = *planes.set;
+    for (std::size_t chunk = ChunkOf(set, first);
+         chunk < set.Chunks() && set.FirstRecord(chunk) < end; ++chunk) {
+        if (auto done = set.ReadChunk(*reader, chunk, use); !done) return Refuse(done.error());
     }
     return {};
 }
 
-void CopyNumbers(const PlanePoints& points, std::uint64_t first, std::uint64_t end,
-                 std::uint32_t* numbers) {
+void CopyNumbers(const detection::PlaneSet& set, const PlanePoints& points, std::uint64_t first,
+                 std::uint64_t end, std::uint32_t* numbers) {
     for (std::size_t i = 0; i < points.planes.size(); ++i) {
         const std::uint64_t record = points.firstRecord + i;
         if (record >= first && record < end)
-            numbers[record - first] = static_cast<std::uint32_t>(points.planes[i] + 1);
+            numbers[record - first] = set.NumberOf(points.planes[i]);
     }
 }
 
@@ -82,15 +82,11 @@ void PointLists::Add(const PlanePoints& points, const LocalToWorld& frame) {
     }
 }
 
-std::uint32_t NumberOf(std::int32_t plane) {
-    return static_cast<std::uint32_t>(plane + 1);
-}
-
 orvix_place RecordOf(const orvix_planes& planes, const detection::PlaceReport& report) {
     orvix_place place{};
     place.verdict = static_cast<std::int32_t>(reports::VerdictOf(report));
-    place.plane = NumberOf(report.plane);
-    place.nearest = NumberOf(report.nearest);
+    place.plane = planes.set->NumberOf(report.plane);
+    place.nearest = planes.set->NumberOf(report.nearest);
     place.points = report.points;
     place.distance = report.nearestDistance;
     place.allowed =
@@ -115,12 +111,12 @@ orvix_status orvix_planes_read_numbers(const orvix_planes* planes, uint64_t firs
                                        uint32_t* numbers, orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(planes, "planes"); !there) return there;
-        if (auto inside = RequireRange(first, count, planes->search->Points(), "points"); !inside)
+        if (auto inside = RequireRange(first, count, planes->set->Points(), "points"); !inside)
             return inside;
         if (count == 0) return {};
         if (auto there = RequirePointer(numbers, "numbers"); !there) return there;
         return ReadPoints(*planes, first, first + count, [&](const PlanePoints& points) {
-            CopyNumbers(points, first, first + count, numbers);
+            CopyNumbers(*planes->set, points, first, first + count, numbers);
         });
     });
 }
@@ -130,14 +126,15 @@ orvix_status orvix_planes_get_points(const orvix_planes* planes, uint32_t number
                                      orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(planes, "planes"); !there) return there;
-        if (auto found = RequirePlane(*planes, number); !found) return found;
-        const std::uint64_t points = planes->planes[number - 1].points;
+        const auto place = PlaceOf(*planes, number);
+        if (!place) return ErrorOf(place);
+        const std::uint64_t points = planes->planes[*place].points;
         const void* either = xyz != nullptr ? static_cast<const void*>(xyz) : records;
         const auto fill = Fits(points, either, capacity, count, "points");
         if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
-        PointLists lists{static_cast<std::int32_t>(number - 1), xyz, records, points};
-        auto done = ReadPoints(*planes, 0, planes->search->Points(),
+        PointLists lists{static_cast<std::int32_t>(*place), xyz, records, points};
+        auto done = ReadPoints(*planes, 0, planes->set->Points(),
                                [&](const PlanePoints& some) { lists.Add(some, planes->frame); });
         if (done && lists.left > 0)
             return Refuse(ORVIX_DAMAGED, "the points have changed since; search again");
@@ -152,6 +149,10 @@ orvix_status orvix_planes_explain(const orvix_planes* planes, const double* worl
         if (auto there = RequirePointer(world, "world"); !there) return there;
         if (!std::all_of(world, world + 3, [](double v) { return std::isfinite(v); }))
             return Refuse(ORVIX_BAD_ARGUMENT, "the position is not finite");
+        if (!planes->search) {
+            return Refuse(ORVIX_BAD_ARGUMENT,
+                          "saved planes explain no place; find them again (orvix_planes_find)");
+        }
         const auto report =
             planes->search->Explain(planes->frame.ToLocal({world[0], world[1], world[2]}));
         if (!report) return Refuse(report.error());

@@ -104,6 +104,66 @@ TEST_F(CPlanes, AreTheSameOnAnyNumberOfThreads) {
     EXPECT_EQ(std::memcmp(&wall, &again, sizeof wall), 0);
 }
 
+// BEHAVIOUR A12, A13
+TEST_F(CPlanes, StayInTheProjectAndKeepTheirNumbers) {
+    ASSERT_EQ(Find(), ORVIX_OK) << error.text;
+    auto saved = Sized<orvix_planes_saved>();
+    EXPECT_EQ(orvix_planes_save(project, planes, nullptr, nullptr, &saved, &error),
+              ORVIX_BAD_ARGUMENT);  // open for reading
+    orvix_planes* none = nullptr;
+    EXPECT_EQ(orvix_planes_open_saved(project, &none, &error), ORVIX_BAD_INPUT);
+    const auto reopen = [&] {
+        orvix_planes_close(planes);
+        orvix_project_close(project);
+        planes = nullptr;
+        project = nullptr;
+        ASSERT_EQ(Open(ORVIX_READ_WRITE), ORVIX_OK) << error.text;
+    };
+    reopen();
+    ASSERT_EQ(Find(), ORVIX_OK) << error.text;
+    const orvix_proceed no = [](void*, double) { return std::int32_t{0}; };
+    EXPECT_EQ(orvix_planes_save(project, planes, no, nullptr, nullptr, &error), ORVIX_CANCELLED);
+    ASSERT_EQ(orvix_planes_save(project, planes, nullptr, nullptr, &saved, &error), ORVIX_OK);
+    EXPECT_TRUE(saved.kept == 0 && saved.added == 3 && saved.gone == 0);
+
+    reopen();
+    orvix_planes* first = nullptr;
+    ASSERT_EQ(orvix_planes_open_saved(project, &first, &error), ORVIX_OK) << error.text;
+    planes = first;
+    std::vector<std::uint32_t> before(tiny.points.size()), after(before.size());
+    ASSERT_EQ(orvix_planes_read_numbers(planes, 0, before.size(), before.data(), &error), ORVIX_OK);
+    EXPECT_EQ(std::count(before.begin(), before.end(), 3u), std::ptrdiff_t{kPierPoints});
+    EXPECT_EQ(Info().planes, 3u);
+    EXPECT_EQ(Plane(3).points, kPierPoints);
+    auto place = Sized<orvix_place>();
+    EXPECT_EQ(orvix_planes_explain(planes, Plane(3).centroid, &place, &error), ORVIX_BAD_ARGUMENT);
+    orvix_planes_close(planes);
+    options.min_points = kFloorPoints + 1;
+    options.bridge = 4;
+    ASSERT_EQ(Find(), ORVIX_OK) << error.text;
+    EXPECT_EQ(Info().planes, 0u);
+    ASSERT_EQ(orvix_planes_save(project, planes, nullptr, nullptr, &saved, &error), ORVIX_OK);
+    EXPECT_TRUE(saved.kept == 0 && saved.added == 0 && saved.gone == 3);
+    orvix_planes_close(planes);
+    options.min_points = 200;
+    options.bridge = 0;
+    ASSERT_EQ(Find(), ORVIX_OK) << error.text;
+    ASSERT_EQ(orvix_planes_save(project, planes, nullptr, nullptr, &saved, &error), ORVIX_OK);
+    EXPECT_EQ(saved.added, 3u);
+
+    // Numbers are given once: those of today are 4 to 6, by every call.
+    std::array<std::uint32_t, 3> numbers{};
+    std::uint64_t count = 0;
+    ASSERT_EQ(orvix_planes_get_numbers(planes, numbers.data(), 3, &count, &error), ORVIX_OK);
+    EXPECT_THAT(numbers, testing::ElementsAre(4, 5, 6));
+    EXPECT_EQ(Plane(4).number, 4u);
+    EXPECT_EQ(orvix_planes_get_plane(planes, 1, nullptr, &error), ORVIX_BAD_ARGUMENT);
+    ASSERT_EQ(orvix_planes_read_numbers(planes, 0, after.size(), after.data(), &error), ORVIX_OK);
+    EXPECT_EQ(std::count(after.begin(), after.end(), 6u), std::ptrdiff_t{kPierPoints});
+    ASSERT_EQ(orvix_planes_get_points(planes, 6, nullptr, nullptr, 0, &count, &error), ORVIX_OK);
+    EXPECT_EQ(count, kPierPoints);
+}
+
 TEST_F(CPlanes, SayHowFarTheSearchIs) {
     std::vector<double> parts;
     options.user = &parts;

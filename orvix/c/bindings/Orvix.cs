@@ -192,6 +192,15 @@ public unsafe struct orvix_planes_options {
     [FieldOffset(80)] public IntPtr user;
 }
 
+[StructLayout(LayoutKind.Explicit, Size = 32)]
+public unsafe struct orvix_planes_saved {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint reserved;
+    [FieldOffset(8)] public ulong kept;
+    [FieldOffset(16)] public ulong added;
+    [FieldOffset(24)] public ulong gone;
+}
+
 [StructLayout(LayoutKind.Explicit, Size = 112)]
 public unsafe struct orvix_planes_info {
     [FieldOffset(0)] public uint size;
@@ -251,7 +260,7 @@ public unsafe delegate void orvix_fault(void* user, byte* file, byte* what);
 public static unsafe class NativeMethods {
     private const string Library = "orvix";
     public const int ORVIX_C_MAJOR = 1;
-    public const int ORVIX_C_MINOR = 1;
+    public const int ORVIX_C_MINOR = 2;
     public const int ORVIX_OK = 0;
     public const int ORVIX_FAILED = 1;
     public const int ORVIX_BAD_ARGUMENT = 2;
@@ -372,10 +381,19 @@ public static unsafe class NativeMethods {
     public static extern int orvix_planes_find(IntPtr project, orvix_planes_options* options, IntPtr* planes, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_open_saved(IntPtr project, IntPtr* planes, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_save(IntPtr project, IntPtr planes, orvix_proceed proceed, void* user, orvix_planes_saved* saved, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern void orvix_planes_close(IntPtr planes);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_planes_get_info(IntPtr planes, orvix_planes_info* info, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_numbers(IntPtr planes, uint* numbers, ulong capacity, ulong* count, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_planes_get_plane(IntPtr planes, uint number, orvix_found_plane* plane, orvix_error* error);

@@ -8,7 +8,7 @@
 import ctypes
 
 ORVIX_C_MAJOR = 1
-ORVIX_C_MINOR = 1
+ORVIX_C_MINOR = 2
 ORVIX_OK = 0
 ORVIX_FAILED = 1
 ORVIX_BAD_ARGUMENT = 2
@@ -259,6 +259,16 @@ class orvix_planes_options(ctypes.Structure):
     ]
 
 
+class orvix_planes_saved(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("reserved", ctypes.c_uint32),
+        ("kept", ctypes.c_uint64),
+        ("added", ctypes.c_uint64),
+        ("gone", ctypes.c_uint64),
+    ]
+
+
 class orvix_planes_info(ctypes.Structure):
     _fields_ = [
         ("size", ctypes.c_uint32),
@@ -311,7 +321,7 @@ class orvix_place(ctypes.Structure):
     ]
 
 
-STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_info, orvix_found_plane, orvix_place]
+STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_saved, orvix_planes_info, orvix_found_plane, orvix_place]
 
 
 def load(path):
@@ -369,10 +379,16 @@ def load(path):
     library.orvix_plane_get_ring.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_planes_find.restype = ctypes.c_int32
     library.orvix_planes_find.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_planes_options), ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_open_saved.restype = ctypes.c_int32
+    library.orvix_planes_open_saved.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_save.restype = ctypes.c_int32
+    library.orvix_planes_save.argtypes = [ctypes.c_void_p, ctypes.c_void_p, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(orvix_planes_saved), ctypes.POINTER(orvix_error)]
     library.orvix_planes_close.restype = None
     library.orvix_planes_close.argtypes = [ctypes.c_void_p]
     library.orvix_planes_get_info.restype = ctypes.c_int32
     library.orvix_planes_get_info.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_planes_info), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_get_numbers.restype = ctypes.c_int32
+    library.orvix_planes_get_numbers.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_planes_get_plane.restype = ctypes.c_int32
     library.orvix_planes_get_plane.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_found_plane), ctypes.POINTER(orvix_error)]
     library.orvix_planes_get_rings.restype = ctypes.c_int32

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/saved/save_planes.h"
+#include "detection/saved_planes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

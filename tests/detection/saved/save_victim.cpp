@@ -4,7 +4,7 @@
 // reason, 2 no space, 77 this system has no limit to meet.
 #include <string>
 
-#include "detection/saved/save_planes.h"
+#include "detection/saved_planes.h"
 #include "orvix/platform/program.h"
 #include "orvix/project/open_project.h"
 #include "tests/support/process.h"

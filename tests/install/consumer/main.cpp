@@ -6,6 +6,7 @@
 #include <string>
 
 #include "detection/plane_search.h"
+#include "detection/saved_planes.h"
 #include "importer/import.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/project/project_core.h"
@@ -25,6 +26,7 @@ bool FindsNoPlane(orvix::ProjectManager& paths) {
         const auto search = orvix::detection::PlaneSearch::Run(core, {});
         if (!search) std::fprintf(stderr, "%s\n", search.error().message.c_str());
         none = search && (*search)->Points() == 3 && (*search)->Planes().empty();
+        none = none && !orvix::detection::OpenSavedPlanes(paths, core);
     }
     core.Close();
     return none;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "detection/plane_search.h"
+#include "orvix/platform/export.h"
 
 namespace orvix::detection {
 
@@ -16,15 +17,19 @@ using SkeletonPlanesUse = std::function<void(std::span<const SimplePointT<float>
                                              std::span<const std::int32_t> planes)>;
 
 /// All planes of a project with the plane of each of its points: what a search found (SearchedPlanes),
-/// or what an earlier one left in the project (StoredPlanes). Reports and outputs take either.
+/// or what an earlier one left in the project (OpenSavedPlanes). Reports and outputs take either.
+///
+///     const SearchedPlanes found(core, *search);  // or *OpenSavedPlanes(manager, core)
+///     for (std::size_t i = 0; i < found.Planes().size(); ++i)
+///         Draw(found.Numbers()[i], found.Planes()[i]);
 ///
 /// Order    planes by their points, most first; points and skeleton as in their files.
 /// Lifetime of both: the project's core must stay open.
 /// Threads  const calls may run side by side, with a reader each.
-class PlaneSet {
+class ORVIX_API PlaneSet {
 public:
     PlaneSet() = default;
-    virtual ~PlaneSet() = default;
+    virtual ~PlaneSet();
     PlaneSet(const PlaneSet&) = delete;
     PlaneSet& operator=(const PlaneSet&) = delete;
 
@@ -47,6 +52,7 @@ public:
 
     /// As PlaneSearch's calls of these names.
     [[nodiscard]] virtual std::size_t Chunks() const = 0;
+    [[nodiscard]] virtual std::uint64_t FirstRecord(std::size_t chunk) const = 0;
     [[nodiscard]] virtual Expected<void> ReadChunk(
         CAlivePointReader& reader, std::size_t chunk,
         const std::function<void(const PlanePoints&)>& use) const = 0;
@@ -62,7 +68,7 @@ private:
 /// What a search found, numbered 1, 2, 3 in its order until a save gives other numbers.
 ///
 /// Lifetime borrows both.
-class SearchedPlanes final : public PlaneSet {
+class ORVIX_API SearchedPlanes final : public PlaneSet {
 public:
     SearchedPlanes(const CProjectCore& core, const PlaneSearch& search,
                    Detail detail = Detail::Normal);
@@ -75,6 +81,7 @@ public:
     [[nodiscard]] std::uint64_t LeftOut() const override;
     [[nodiscard]] Detail SearchDetail() const override { return detail_; }
     [[nodiscard]] std::size_t Chunks() const override;
+    [[nodiscard]] std::uint64_t FirstRecord(std::size_t chunk) const override;
     [[nodiscard]] Expected<void> ReadChunk(
         CAlivePointReader& reader, std::size_t chunk,
         const std::function<void(const PlanePoints&)>& use) const override;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/saved/save_planes.h"
+#include "detection/saved_planes.h"
 
 #include <algorithm>
 #include <memory>
@@ -9,6 +9,7 @@
 #include "detection/cells/point_chunks.h"
 #include "detection/saved/kept_numbers.h"
 #include "detection/saved/plane_records.h"
+#include "detection/saved/stored_planes.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/stream_hash.h"
 #include "orvix/project/project_paths.h"
@@ -109,7 +110,7 @@ private:
             CompareWithFormer(hash, planes);
         };
         for (std::size_t chunk = 0; chunk < planes_.Chunks(); ++chunk) {
-            if (!proceed())
+            if (proceed && !proceed())
                 return Fail(ErrorCode::Cancelled,
                             "saving the planes was cancelled; nothing was saved");
             auto done = planes_.ReadChunk(*reader, chunk, [&](const PlanePoints& block) {
@@ -177,6 +178,13 @@ Expected<SaveReport> SavePlanes(const ProjectManager& paths, const CProjectCore&
     auto former = OpenFormer(paths);
     if (!former) return ErrorOf(former);
     return Saver(core, planes, **file, std::move(*former)).Run(proceed);
+}
+
+Expected<std::unique_ptr<PlaneSet>> OpenSavedPlanes(const ProjectManager& paths,
+                                                    const CProjectCore& core) {
+    auto stored = StoredPlanes::Open(detail::SavedPlanesPath(paths), core);
+    if (!stored) return ErrorOf(stored);
+    return std::unique_ptr<PlaneSet>(std::move(*stored));
 }
 
 }  // namespace orvix::detection
