@@ -114,15 +114,20 @@ TEST_F(ClassifyVerb, GivesTheSkeletonTheSameClasses) {
     }
 }
 
-// As a run that was killed leaves it: some points carry new classes, others old ones.
+// As a run that was killed leaves it: some points carry new classes, others old ones, and the mark of
+// its opening stands beside them.
 TEST_F(ClassifyVerb, ComesToTheSameBytesFromAnyHalfWrittenState) {
     Classify({"--field", "z", "--classes", "3", "--apply"});
     const auto whole = Points();
     auto half = whole;
     for (std::size_t at = 0; at < half.size() / 2; at += 24) half[at + 22] = 9;
     WriteBytes(folder_ / L"t_Project_Files/Index/Grid.pts", half.data(), half.size());
+    WriteText(folder_ / L"t_Project_Files/Index/Grid.written", "1");
     Classify({"--field", "z", "--classes", "3", "--apply"});
     EXPECT_EQ(Points(), whole);
+    EXPECT_EQ(OrvixJson({"check", File(L"t.prj"), "--deep"})["sums"]["written_since"].size(), 3u);
+    EXPECT_TRUE(OrvixJson({"repair", File(L"t.prj")})["summed"]);
+    EXPECT_EQ(OrvixJson({"check", File(L"t.prj"), "--deep"})["sums"]["written_since"].size(), 0u);
 }
 
 TEST_F(ClassifyVerb, DrawsEveryClassAndItsBoundaries) {

@@ -68,7 +68,12 @@ TEST_F(SavedPlanesVerb, AreAppliedAsThoseOfTheSearch) {
     EXPECT_NE(numbered, points);
     WriteRecords(paths_.gridPts, points);
     WriteRecords(paths_.gridSkeletDataPts, skeleton);
+    EXPECT_EQ(ExitOf({"planes", "--saved", "--apply"}), 5) << "these are not the bytes of the sums";
+    const Json repaired = OrvixJson({"repair", File(L"room.prj"), "--accept"});
+    EXPECT_TRUE(repaired["ok"]);
+    EXPECT_TRUE(ReadBytes(paths_.gridPts) == points);
     EXPECT_TRUE(Planes({"--saved", "--apply"})["applied"]);
+    EXPECT_EQ(OrvixJson({"check", File(L"room.prj"), "--deep"})["sums"]["compared"], "all");
     EXPECT_TRUE(ReadBytes(paths_.gridPts) == numbered);
     EXPECT_TRUE(ReadBytes(paths_.gridSkeletDataPts) == numberedSkeleton);
 }
