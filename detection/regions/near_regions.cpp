@@ -113,7 +113,7 @@ public:
                 for (std::size_t k = first; k < i; ++k)
                     LookAcross(patches_[contacts[k].a], patches_[contacts[k].b], approach);
             if (approach.IsNear() || approach.walls > 0)
-                pairs.push_back({pair, approach.touch, !approach.IsNear()});
+                pairs.push_back({pair, approach.touch, !approach.IsNear(), approach.place});
         }
         return pairs;
     }
@@ -134,6 +134,7 @@ private:
         Vector normal;
         bool touch = false;
         std::int64_t squaredGap = std::numeric_limits<std::int64_t>::max();  // in parts
+        Vector place;           // between the nearest cells
         std::size_t walls = 0;  // contacts across a gap with a wall between
         std::size_t open = 0;   // without one
 
@@ -149,7 +150,10 @@ private:
                 const Entry& one = entries_[i];
                 const Entry& other = entries_[j];
                 const std::int64_t gap = SquaredGap(one.place, one.box, other.place, other.box);
-                approach.squaredGap = std::min(approach.squaredGap, gap);
+                if (gap < approach.squaredGap) {
+                    approach.squaredGap = gap;
+                    approach.place = (MiddleOf(one) + MiddleOf(other)) * 0.5;
+                }
                 if (!Touch(one, other, gap)) continue;
                 approach.touch = true;
                 return;

@@ -18,6 +18,7 @@ struct NearPair {
     RegionPair pair;
     bool touch = false;  ///< points of theirs lie side by side
     bool wall = false;   ///< a wall stands between: they are near, and never one
+    Vector place;        ///< where they come nearest, the first of several
 };
 
 /// How near regions have to come.

@@ -36,17 +36,36 @@ public:
     }
     // How much the mean square distance grows, of the worse of the two, when they become one;
     // infinite where they must not.
-    [[nodiscard]] double Loss(const RegionPair& pair, bool touch) const {
+    // `place`: where they come nearest, if that is known.
+    [[nodiscard]] double Loss(const RegionPair& pair, bool touch,
+                              const Vector* place = nullptr) const {
         const Region& a = At(pair.first);
         const Region& b = At(pair.second);
         if (std::abs(Dot(a.plane.normal, b.plane.normal)) < growth_.minCosine) return kNever;
         const Region both = Union(a, b);
+        if (place != nullptr && IsStep(a, b, both, *place)) return kNever;
         const double loss =
             std::max(Spread(a, both.plane) - a.rms * a.rms, Spread(b, both.plane) - b.rms * b.rms);
         // Of a step between the two, the plane of both is so much nearer to the larger one.
         const double share = std::max(a.sum.count, b.sum.count) / both.sum.count;
         const double most = Allowed(a, b, both, touch) * share;
         return loss > most * most ? kNever : loss;
+    }
+    // How much waves add to what two pieces allow that touch.
+    [[nodiscard]] double WaveOfBoth(const Region& a, const Region& b) const {
+        return std::min(MaxWave(std::min(a.extent, b.extent), growth_),
+                        kWaves * std::max(WaveOf(a), WaveOf(b)));
+    }
+    // Whether the planes of two pieces lie apart where the pieces come nearest. Over a step the plane
+    // of both leans, and is far from neither on the whole.
+    [[nodiscard]] bool IsStep(const Region& a, const Region& b, const Region& both,
+                              const Vector& place) const {
+        // A small piece's plane says little beside it, and a distance that is asked for is kept.
+        if (a.small || b.small || growth_.fixed) return false;
+        const bool turned = Dot(a.plane.normal, b.plane.normal) < 0;
+        const double step = a.plane.Distance(place) - b.plane.Distance(place) * (turned ? -1 : 1);
+        return std::abs(step) > TightDistance(both, growth_) + WaveOfBoth(a, b) &&
+               !IsSlicedByTiles(both);
     }
     // Whether a face between tiles slices a surface: its noise puts half of its points into the tile
     // above, half into the one below, and the halves lie 2.7 times their rms apart.
@@ -67,9 +86,7 @@ public:
                                  bool touch) const {
         const double tight = TightDistance(both, growth_);
         if (!touch) return (a.small || b.small ? kMaxSmallApart : kMaxApart) * tight;
-        const double wave = std::min(MaxWave(std::min(a.extent, b.extent), growth_),
-                                     kWaves * std::max(WaveOf(a), WaveOf(b)));
-        const double most = kMaxTouching * (tight + wave);
+        const double most = kMaxTouching * (tight + WaveOfBoth(a, b));
         return IsSlicedByTiles(both) ? std::max(most, kMaxSliced * std::max(a.rms, b.rms)) : most;
     }
     void Join(const RegionPair& pair) {
@@ -158,7 +175,7 @@ bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& m
     std::vector<std::pair<double, RegionPair>> ranked;
     for (const NearPair& near : pairs) {
         if (near.wall) continue;
-        const double loss = merger.Loss(near.pair, near.touch);
+        const double loss = merger.Loss(near.pair, near.touch, &near.place);
         if (loss < kNever) ranked.emplace_back(loss, near.pair);
     }
     std::sort(ranked.begin(), ranked.end());
@@ -187,7 +204,7 @@ Expected<std::uint64_t> MergeRegions(const GrowthLimits& growth, double bridge,
     while (JoinOnce(pairs, regions.size(), merger)) {
         if (!pool.Proceed())
             return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
-        for (auto& [pair, touch, wall] : pairs)
+        for (auto& [pair, touch, wall, place] : pairs)
             pair = std::minmax(merger.Root(pair.first), merger.Root(pair.second));
         std::erase_if(pairs, [](const NearPair& m) { return m.pair.first == m.pair.second; });
         SortOnce(pairs);

@@ -18,6 +18,8 @@ namespace orvix::detection {
 /// 0.7 where they touch, of what they wave too, because a scan drifts and floors sag; 0.35 where they
 /// do not. Of a step between a large piece and a small one, the common plane is nearer to the large
 /// one, so less is allowed the more equal the two are.
+/// Nor does it where their own planes lie farther apart than its distance and waves, at the place where
+/// the pieces come nearest: a step, over which the plane of both leans.
 ///   Halves of a surface that lies on a face between tiles touch, and may lie 3 times their rms apart.
 ///
 /// Order   pairs by how little their rms grows, equal ones by number, until none is left. A region

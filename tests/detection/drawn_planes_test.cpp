@@ -136,6 +136,18 @@ TEST(DrawnPlanes, AStepOfACentimetreStays) {
         EXPECT_NEAR(plane.centre.z, plane.centre.x < 1.5 ? 0.3 : 0.31, 0.0005);
 }
 
+// BEHAVIOUR A5
+TEST(DrawnPlanes, SoDoesOneBetweenFloorsOfUnlikeSizes) {
+    for (const double width : {0.6, 1.0, 1.6, 2.2}) {
+        Scene scene(0.025, 0.0015);
+        scene.Add({0, 0, 0.3}, kX * 5, kY * 3).Add({5, 0, 0.31}, kX * width, kY * 3);
+        const Searched search(scene);
+        ASSERT_EQ(search->Planes().size(), 2U) << width;
+        for (const FoundPlane& plane : search->Planes())
+            EXPECT_NEAR(plane.centre.z, plane.centre.x < 5 ? 0.3 : 0.31, 0.0005) << width;
+    }
+}
+
 // BEHAVIOUR A2
 TEST(DrawnPlanes, APlasteredWallThatWavesStaysWhole) {
     Scene scene(0.025, 0.0015);
