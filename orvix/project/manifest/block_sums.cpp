@@ -10,7 +10,7 @@
 namespace orvix::detail {
 namespace {
 
-constexpr std::size_t kReadBytes = std::size_t{1} << 20;
+constexpr std::size_t kReadBytes = std::size_t{1} << 18;
 
 struct BlockResult {
     std::uint32_t sum = 0;

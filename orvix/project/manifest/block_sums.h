@@ -31,7 +31,7 @@ struct SummedFile {
 /// Sums the blocks of files (kSumBlockBytes).
 ///
 /// Errors   those of `run`; a file that cannot be read says so itself.
-/// Cost     each file is read once, 1 MiB at a time, and a block is a job: as many of these are in
+/// Cost     each file is read once, 256 KiB at a time, and a block is a job: as many of these are in
 ///          memory as jobs run at a time. A block is opened by itself, so that files may be many.
 Expected<void> SumBlocks(std::vector<SummedFile>& files, const BlockRunner& run);
 
