@@ -14,24 +14,23 @@ namespace orvix::reports {
 
 namespace {
 
-constexpr std::uint32_t kMaxStations = 65'536;
+using detail::kMaxStations;
 constexpr std::uint64_t kPointsBetweenLooks = 1u << 20;
 
 Expected<std::vector<ListedStation>> ReadFiles(const WorldProject& project) {
     const ProjectManager& manager = project.Manager();
-    std::vector<ListedStation> stations;
     const std::uint32_t count = std::min(manager.cloudHeader.stationCount, kMaxStations);
+    std::vector<ListedStation> stations(count);
+    for (std::size_t i = 0; i < stations.size(); ++i) stations[i].number = i;
     std::vector<detail::StationFault> faults;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const detail::StationFiles files =
-            detail::ReadStationFiles(manager, static_cast<int>(i), faults);
+    for (const int number : detail::StationsWithFiles(manager, count)) {
+        const detail::StationFiles files = detail::ReadStationFiles(manager, number, faults);
         if (!faults.empty()) {
             return Fail(ErrorCode::Damaged,
                         fmt::format("{} {}; import the scans again",
                                     platform::ToUtf8(faults.front().file), faults.front().what));
         }
-        ListedStation& station = stations.emplace_back();
-        station.number = i;
+        ListedStation& station = stations[static_cast<std::size_t>(number)];
         station.name = files.name;
         if (files.position) station.position = project.frame.ToWorld(*files.position);
         station.orientation = files.orientation;
@@ -75,10 +74,9 @@ Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
 
 std::vector<SimplePointT<double>> ScannerPositions(ProjectManager& manager) {
     std::vector<SimplePointT<double>> positions;
-    const std::uint32_t count = std::min(manager.cloudHeader.stationCount, kMaxStations);
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (const int i : detail::StationsWithFiles(manager, manager.cloudHeader.stationCount)) {
         SimplePointT<double> at;
-        if (manager.GetScanPosition(static_cast<int>(i), at.x, at.y, at.z)) positions.push_back(at);
+        if (manager.GetScanPosition(i, at.x, at.y, at.z)) positions.push_back(at);
     }
     return positions;
 }

@@ -53,12 +53,12 @@ std::uint64_t Records(const CString& path, std::uint64_t recordBytes, CString& m
 
 // A station file that is not right gives no name; `CheckProject` reports why.
 std::vector<std::string> StationNames(const ProjectManager& paths, std::uint32_t stations) {
-    constexpr std::uint32_t kMaxNames = 65'536;
     std::vector<StationFault> ignored;
-    std::vector<std::string> names;
-    for (std::uint32_t i = 0; i < std::min(stations, kMaxNames); ++i)
-        names.push_back(
-            ReadStationFiles(paths, static_cast<int>(i), ignored).name.value_or(std::string()));
+    std::vector<std::string> names(std::min(stations, kMaxStations));
+    for (const int station : StationsWithFiles(paths, stations)) {
+        const StationFiles files = ReadStationFiles(paths, station, ignored);
+        names[static_cast<std::size_t>(station)] = files.name.value_or(std::string());
+    }
     return names;
 }
 

@@ -6,10 +6,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/platform/text.h"
 
 namespace orvix::detail {
 namespace {
@@ -96,10 +100,43 @@ void ReadName(const CString& path, Faults& faults, StationFiles& station) {
     if (read) station.name = std::move(name);
 }
 
+// The number in a station file's name; nothing for any other name.
+std::optional<int> StationIn(const CString& name) {
+    constexpr std::wstring_view kStart = L"station_";
+    constexpr std::size_t kMostDigits = 5;
+    if (!platform::EqualIgnoringCase(std::wstring_view(name).substr(0, kStart.size()), kStart))
+        return std::nullopt;
+    int number = 0;
+    std::size_t at = kStart.size();
+    for (; at < name.size() && name[at] >= L'0' && name[at] <= L'9'; ++at) {
+        if (at == kStart.size() + kMostDigits) return std::nullopt;
+        number = number * 10 + static_cast<int>(name[at] - L'0');
+    }
+    const bool named = at > kStart.size() && at < name.size() && name[at] == L'.';
+    return named ? std::optional(number) : std::nullopt;
+}
+
 }  // namespace
 
 CString StationNotePath(const ProjectManager& project) {
     return platform::JoinPath(project.scanposFolder, L"rtfm.txt");
+}
+
+std::vector<int> StationsWithFiles(const ProjectManager& project, std::uint32_t stations) {
+    const int end = static_cast<int>(std::min(stations, kMaxStations));
+    std::vector<int> found;
+    std::error_code error;
+    for (const CString& name : platform::ListFolder(project.scanposFolder, error)) {
+        const std::optional<int> station = StationIn(name);
+        if (station && *station < end) found.push_back(*station);
+    }
+    if (error && error != std::errc::no_such_file_or_directory) {
+        found.resize(static_cast<std::size_t>(end));
+        std::iota(found.begin(), found.end(), 0);
+    }
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+    return found;
 }
 
 StationPaths StationPathsOf(const ProjectManager& project, int station) {

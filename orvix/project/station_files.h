@@ -55,6 +55,17 @@ inline constexpr std::uint64_t kStationNameBytes = 4096;
 /// How far an axis' length may be from 1.
 inline constexpr double kUnitTolerance = 1e-6;
 
+/// How many stations there can be: a point's station has 16 bits. A head file may count more.
+inline constexpr std::uint32_t kMaxStations = 65'536;
+
+/// The stations of which a project has any file, of the first `stations` and kMaxStations, in
+/// ascending order. Ask it before reading all stations of a project: what a head file counts may
+/// be far from what is there, and a file that is not there takes as long to open as one that is.
+///
+/// Boundaries where the folder cannot be listed, all of them: their files say why.
+/// Cost       one listing of the folder.
+std::vector<int> StationsWithFiles(const ProjectManager& project, std::uint32_t stations);
+
 /// A station file that is not right: "holds 16 bytes instead of 24".
 struct StationFault {
     CString file;

@@ -8,6 +8,7 @@
 
 #include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
+#include "orvix/project/station_files.h"
 #include "support/scratch_folder.h"
 
 namespace orvix {
@@ -55,6 +56,20 @@ TEST_F(ScanStations, LeaveTheOutputsOfAMissingStation) {
     EXPECT_FALSE(manager.GetScanIntensityRanges(0, lowest, highest));
     EXPECT_TRUE(x == 1 && y == 2 && z == 3 && lowest == 4 && highest == 5);
     EXPECT_EQ(Rotation(), Eigen::Matrix4d::Identity());
+}
+
+// A head file may count four billion stations: those that are there are looked for, not each number.
+TEST_F(ScanStations, AreListedByTheirFiles) {
+    using testing::ElementsAre;
+    for (const wchar_t* name :
+         {L"station_12.name", L"station_7.pos", L"station_7.intens", L"station_65536.pos",
+          L"station_655350.pos", L"station_-1.pos", L"station_.pos", L"station_3", L"rtfm.txt"}) {
+        test::WriteText(StationFile(name), "x");
+    }
+    EXPECT_THAT(detail::StationsWithFiles(manager, 0xFFFF'FFFFU), ElementsAre(7, 12));
+    EXPECT_THAT(detail::StationsWithFiles(manager, 12), ElementsAre(7));
+    manager.scanposFolder = folder / L"none";
+    EXPECT_TRUE(detail::StationsWithFiles(manager, 0xFFFF'FFFFU).empty());
 }
 
 // BEHAVIOUR H1

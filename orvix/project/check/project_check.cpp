@@ -94,14 +94,11 @@ void CheckHistograms(CheckLog& log, const ProjectManager& paths, std::uint64_t p
     }
 }
 
-// A point's station has 16 bits; a head file that counts more is a fault of its own.
-constexpr std::uint32_t kMaxStations = 65'536;
-
+// A head file that counts more stations than there can be is a fault of its own.
 void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t stations) {
     std::vector<StationFault> faults;
-    for (std::uint32_t i = 0; i < std::min(stations, kMaxStations); ++i) {
-        ReadStationFiles(paths, static_cast<int>(i), faults);
-    }
+    for (const int station : StationsWithFiles(paths, stations))
+        ReadStationFiles(paths, station, faults);
     for (const StationFault& fault : faults) log.Add(fault.file, "{}", fault.what);
 }
 
