@@ -33,7 +33,7 @@ bool Told(const Result& result) {
 
 // Whether the check calls the project whole.
 bool Check(const CString& file) {
-    const auto report = detail::CheckProject(file);
+    const auto report = detail::CheckProject(file, {.sums = detail::SumDepth::All});
     if (!Told(report)) return false;
     for (const detail::CheckFault& fault : report->faults)
         Require(!fault.file.empty() && !fault.what.empty(), "a fault has a file and a sentence");

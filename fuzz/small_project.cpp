@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "fuzz/small_project.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "detection/plane_search.h"
 #include "detection/plane_set.h"
 #include "detection/saved_planes.h"
 #include "importer/import.h"
+#include "orvix/platform/crc32c.h"
 #include "orvix/platform/error_channel.h"
+#include "orvix/project/check/project_check.h"
+#include "orvix/project/covered_files.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/station_files.h"
@@ -41,6 +46,15 @@ Searches SearchesOf(std::string_view target) {
     return Searches::Left;
 }
 
+// A manifest ends with a checksum of itself: with a wrong one nothing behind it would be read.
+void Sign(std::vector<std::uint8_t>& manifest) {
+    std::uint32_t sum = 0;
+    if (manifest.size() < sizeof sum) return;
+    const std::size_t content = manifest.size() - sizeof sum;
+    sum = platform::Crc32c({manifest.data(), content});
+    std::memcpy(manifest.data() + content, &sum, sizeof sum);
+}
+
 }  // namespace
 
 void Require(bool kept, const char* promise) {
@@ -56,6 +70,8 @@ SmallProject::SmallProject() {
     Import();
     SaveItsPlanes();
     WriteIndexHash();
+    const auto check = detail::CheckProject(File(), {.sums = detail::SumDepth::All});
+    Require(check && check->Ok(), "the small project is whole");
 }
 
 void SmallProject::Import() {
@@ -81,11 +97,24 @@ void SmallProject::SaveItsPlanes() {
     Require(saved.has_value(), "planes can be saved");
 }
 
-// The keys of the 100 cm cells, as a host writes them; which keys does not matter to a search.
+// As a host writes it: the 100 cm cells by their places in the box that holds them all, x fastest.
 void SmallProject::WriteIndexHash() {
-    const auto cells = test::ReadBytes(paths_.gridIdx);
-    std::vector<std::uint64_t> keys(cells.size() / sizeof(GridCellRecord));
-    for (std::size_t i = 0; i < keys.size(); ++i) keys[i] = i;
+    const auto bytes = test::ReadBytes(paths_.gridIdx);
+    std::vector<GridCellRecord> cells(bytes.size() / sizeof(GridCellRecord));
+    std::memcpy(cells.data(), bytes.data(), cells.size() * sizeof(GridCellRecord));
+    GridCellRecord low = cells.front();
+    GridCellRecord high = cells.front();
+    for (const GridCellRecord& cell : cells) {
+        low.x = std::min(low.x, cell.x), high.x = std::max(high.x, cell.x);
+        low.y = std::min(low.y, cell.y), high.y = std::max(high.y, cell.y);
+        low.z = std::min(low.z, cell.z), high.z = std::max(high.z, cell.z);
+    }
+    std::vector<std::int64_t> keys;
+    for (const GridCellRecord& cell : cells) {
+        const std::int64_t row =
+            std::int64_t{cell.z - low.z + 1} * (high.y - low.y + 1) + cell.y - low.y + 1;
+        keys.push_back(row * (high.x - low.x + 1) + cell.x - low.x + 1);
+    }
     test::WriteRecords(paths_.indexHash, keys);
 }
 
@@ -95,6 +124,7 @@ std::vector<CString> SmallProject::FilesOf(std::string_view target) const {
     if (target == "head") return {p.headFile};
     if (target == "transform") return {p.transformFile};
     if (target == "indexes") return {p.grid1000cmIdx, p.gridIdx, p.grid1to10cmIdx, p.grid10cmIdx};
+    if (target == "manifest") return {detail::ManifestPath(p)};
     if (target == "points") return {p.gridPts};
     if (target == "skeleton") return {p.gridSkeletCoordPts, p.gridSkeletDataPts};
     if (target == "views") return {p.viewGridDtv, p.viewEntriesDtv, p.viewGridLv};
@@ -119,7 +149,9 @@ void ReadWithFile(std::string_view target, const std::uint8_t* data, std::size_t
         ++data, --size;
     }
     const auto former = test::ReadBytes(files[which]);
-    test::WriteBytes(files[which], data, size);
+    std::vector<std::uint8_t> bytes(data, data + size);
+    if (target == "manifest") Sign(bytes);
+    test::WriteRecords(files[which], bytes);
     ReadEverything(project.File(), SearchesOf(target));
     test::WriteRecords(files[which], former);
 }
