@@ -80,7 +80,10 @@ public:
         if (choices.Byte() >= 64) return made;
         made->size = static_cast<std::uint32_t>(choices.Count());
         // Members of a later version, which this one must refuse or leave alone.
-        if (choices.Flag()) bytes_[choices.Count() % bytes_.size()] |= std::byte{choices.Byte()};
+        if (choices.Flag()) {
+            const std::size_t beyond = choices.Count() % (bytes_.size() - sizeof(Struct));
+            bytes_[sizeof(Struct) + beyond] = std::byte{choices.Byte()};
+        }
         return choices.Byte() == 0 ? nullptr : made;
     }
 
@@ -114,11 +117,12 @@ public:
 private:
     static std::int32_t ORVIX_C_CALL Proceed(void* user, double done) {
         Require(done <= 1, "a part of the work is at most all of it");
+        if (user == nullptr) return 1;  // the struct's size ended before it
         return --static_cast<Host*>(user)->patience_ > 0 ? 1 : 0;
     }
     static void ORVIX_C_CALL Hear(void* user, const char* file, const char* what) {
         Require(file != nullptr && *what != 0, "a fault has a file and a sentence");
-        --static_cast<Host*>(user)->patience_;
+        if (user != nullptr) --static_cast<Host*>(user)->patience_;
     }
 
     void Check(orvix_status status) {

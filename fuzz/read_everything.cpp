@@ -33,7 +33,9 @@ bool Told(const Result& result) {
 
 // Whether the check calls the project whole.
 bool Check(const CString& file) {
-    const auto report = detail::CheckProject(file, {.sums = detail::SumDepth::All});
+    detail::CheckOptions everything;
+    everything.sums = detail::SumDepth::All;
+    const auto report = detail::CheckProject(file, everything);
     if (!Told(report)) return false;
     for (const detail::CheckFault& fault : report->faults)
         Require(!fault.file.empty() && !fault.what.empty(), "a fault has a file and a sentence");

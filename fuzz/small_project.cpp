@@ -70,7 +70,9 @@ SmallProject::SmallProject() {
     Import();
     SaveItsPlanes();
     WriteIndexHash();
-    const auto check = detail::CheckProject(File(), {.sums = detail::SumDepth::All});
+    detail::CheckOptions everything;
+    everything.sums = detail::SumDepth::All;
+    const auto check = detail::CheckProject(File(), everything);
     Require(check && check->Ok(), "the small project is whole");
 }
 
