@@ -114,7 +114,7 @@ private:
                 for (const auto& p : buffer) {
                     const Vector position{p.x, p.y, p.z};
                     const double distance = Length(position - seed);
-                    if (distance > radius_) continue;
+                    if (!(distance <= radius_)) continue;  // nor is one that is no number
                     if (seen_++ % stride == 0) points_.push_back({distance, position});
                 }
                 for (; points_.size() > kMaxNeighbours; stride *= 2) DropEverySecond();
@@ -267,6 +267,14 @@ Expected<SeedFit> FitAtSeed(CloudSource& cloud, const SimplePointT<double>& seed
     }
     const auto around = Neighbourhood::Gather(cloud, nearest->position);
     if (!around) return ErrorOf(around);
+    if (around->Points().empty()) {
+        // The seed itself is a point; only the cell that holds it can be elsewhere.
+        return Fail(
+            ErrorCode::Damaged,
+            fmt::format("the point at local ({:.3f}, {:.3f}, {:.3f}) lies outside its cell; "
+                        "check the project",
+                        nearest->position.x, nearest->position.y, nearest->position.z));
+    }
     const char* fault = "do not span a plane";
     std::optional<Fit> fit;
     if (SpansPlane(*around)) {

@@ -46,6 +46,8 @@ public:
     }
 
     const std::vector<CCloudPoint<float>>& Records() const { return records_; }
+    /// For a point that its cell does not hold, as a damaged project has them.
+    std::vector<CCloudPoint<float>>& Records() { return records_; }
 
 private:
     std::vector<detail::CloudCell> cells_;

@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <random>
 
 #include "orvix/planes/seed/project_cloud.h"
+#include "orvix/planes/seed/seed_fit.h"
 #include "orvix/project/project_core.h"
 #include "support/scratch_folder.h"
 #include "tests/planes/seed/memory_cloud.h"
@@ -188,6 +190,16 @@ TEST(PlaneFromSeed, EndsInASentenceWherePointsSpanNoPlane) {
         ASSERT_FALSE(grown.has_value());
         EXPECT_THAT(grown.error().message, testing::HasSubstr("do not span a plane"));
     }
+}
+
+TEST(PlaneFromSeed, NamesAPointThatLiesOutsideItsCell) {
+    test::MemoryCloud cloud({{0.5F, 0.5F, 0.5F}, {0.6F, 0.5F, 0.5F}, {0.5F, 0.6F, 0.5F}});
+    cloud.Records().front().x = -223'634.0F;
+    cloud.Records().back().x = std::numeric_limits<float>::quiet_NaN();
+    const auto fit = detail::FitAtSeed(cloud, {-223'634.0, 0.5, 0.5}, 1.0);
+    ASSERT_FALSE(fit);
+    EXPECT_EQ(fit.error().code, ErrorCode::Damaged);
+    EXPECT_THAT(fit.error().message, testing::HasSubstr("(-223634.000, 0.500, 0.500)"));
 }
 
 TEST(PlaneFromSeed, GrowsOnAPerfectlyFlatCloud) {
