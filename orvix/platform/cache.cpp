@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/cache.h"
 
+#include <exception>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orvix/platform/debug_flag.h"
@@ -44,17 +46,32 @@ std::optional<CString> AcceptedText(const platform::StoredSetting& stored) {
     return platform::FromUtf16(units);
 }
 
-/// What a read found; `writeBack`: the value is known to be missing. A store that
-/// cannot be read just now may hold one, which a default must not overwrite.
-struct ReadText {
-    ReadText(HKEY root, const CString& key, const CString& name) {
+/// What a read found. A default is stored where the value is known to be missing: a store that
+/// cannot be read just now may hold one, and another program may store one meanwhile.
+class ReadText {
+public:
+    ReadText(HKEY root, const CString& key, const CString& name)
+        : root_(root), key_(key), name_(name) {
         platform::StoredSetting stored;
         const platform::Lookup lookup = platform::LookUpSetting(root, key, name, stored);
         if (lookup == platform::Lookup::Found) text = AcceptedText(stored);
-        writeBack = !text && lookup != platform::Lookup::Unreadable;  // BEHAVIOUR U5
+        missing_ = !text && lookup != platform::Lookup::Unreadable;  // BEHAVIOUR U5
+        if (lookup == platform::Lookup::Found) seen_ = std::move(stored);
+    }
+    // BEHAVIOUR U1
+    void WriteBack(const CString& value) const {
+        if (!missing_) return;
+        platform::StoreSettingOver(root_, key_, name_, seen_, platform::kSettingText,
+                                   TextBytes(value));
     }
     std::optional<CString> text;
-    bool writeBack = false;
+
+private:
+    HKEY root_;
+    const CString& key_;
+    const CString& name_;
+    std::optional<platform::StoredSetting> seen_;
+    bool missing_ = false;
 };
 
 CString OrEmpty(const wchar_t* text) {
@@ -66,7 +83,7 @@ CString OrEmpty(const wchar_t* text) {
 CString Cache::ReadRegistry(const HKEY& root, const CString& key, const CString& name,
                             const CString& defaultValue) {
     const ReadText read(root, key, name);
-    if (read.writeBack) WriteRegistry(root, key, name, defaultValue);  // BEHAVIOUR U1
+    read.WriteBack(defaultValue);
     return read.text.value_or(defaultValue);
 }
 
@@ -76,15 +93,17 @@ CString Cache::ReadRegistry(const HKEY& root, const CString& key, const CString&
 
 std::int32_t Cache::ReadRegistry(const HKEY& root, const wchar_t* key, const wchar_t* name,
                                  std::int32_t defaultValue) {
-    const ReadText read(root, OrEmpty(key), OrEmpty(name));
-    if (read.writeBack) WriteRegistry(root, OrEmpty(key), OrEmpty(name), defaultValue);
+    const CString keyText = OrEmpty(key);
+    const CString nameText = OrEmpty(name);
+    const ReadText read(root, keyText, nameText);
+    read.WriteBack(CString(std::to_wstring(defaultValue)));
     return read.text ? platform::LeadingInteger(*read.text) : defaultValue;
 }
 
 double Cache::ReadRegistry(const HKEY& root, const CString& key, const CString& name,
                            double defaultValue) {
     const ReadText read(root, key, name);
-    if (read.writeBack) WriteRegistry(root, key, name, platform::SixDigits(defaultValue));
+    read.WriteBack(platform::SixDigits(defaultValue));
     return read.text ? platform::LeadingDouble(*read.text) : defaultValue;
 }
 
@@ -110,8 +129,13 @@ namespace detail {
 namespace {
 
 std::int32_t ReadDebugFlag() {
-    const platform::QuietSettings quiet;  // BEHAVIOUR U6
-    return Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\Orvix\\Shared\\Cache", L"Debug", 0);
+    // While a program is loaded nobody can catch what is thrown.
+    try {
+        const platform::QuietSettings quiet;  // BEHAVIOUR U6
+        return Cache::ReadRegistry(kCurrentUser, L"SOFTWARE\\Orvix\\Shared\\Cache", L"Debug", 0);
+    } catch (const std::exception&) {
+        return 0;
+    }
 }
 
 }  // namespace

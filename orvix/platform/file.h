@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <system_error>
+#include <utility>
 
 #include "orvix/platform/text.h"
 
@@ -60,6 +61,10 @@ public:
     static File Create(const CString& path, std::error_code& error);
     /// Creates the file where nothing has that name, not even a link; else `file_exists`.
     static File CreateNew(const CString& path, std::error_code& error);
+
+    /// Takes over an open handle, and gives it up.
+    static File Own(Handle handle) { return File(handle); }
+    [[nodiscard]] Handle Release() { return std::exchange(handle_, nullptr); }
 
     [[nodiscard]] bool IsOpen() const { return IsValid(handle_); }
     [[nodiscard]] Handle Get() const { return handle_; }

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/path.h"
 
+#include <array>
+#include <charconv>
+
+#include "orvix/platform/file.h"
 #include "orvix/platform/native_calls.h"
 
 namespace orvix::platform {
@@ -41,6 +45,16 @@ PathLock& PathLock::operator=(PathLock&& other) noexcept {
     PathLock taken(std::move(other));
     std::swap(handle_, taken.handle_);
     return *this;
+}
+
+std::uint64_t PathLock::HolderOf(const CString& path) {
+    std::error_code error;
+    const File file = File::OpenRead(path, error);
+    std::array<char, 20> text{};  // as many digits as a number of 64 bits has
+    const std::size_t read = error ? 0 : file.ReadAt(0, text.data(), text.size(), error);
+    std::uint64_t process = 0;
+    std::from_chars(text.data(), text.data() + read, process);
+    return process;
 }
 
 }  // namespace orvix::platform

@@ -69,7 +69,10 @@ std::uint64_t FreeSpace(const CString& path, std::error_code& error);
 ///     PathLock lock = PathLock::TryAcquire(path, error);
 ///     if (!lock) return error ? FailSystem(error, what) : Fail(..., "another import is running");
 ///
-/// Boundaries a second holder in the same process is refused like one in another process.
+/// The lock file holds the number of its holder's process, as text.
+///
+/// Boundaries a second holder in the same process is refused like one in another process. A link, or
+///            a file that is longer than any lock file, is not taken for one, and stays as it is.
 /// Errors     an empty lock with `error` clear: someone else holds it; with `error` set: the lock
 ///            file cannot be made.
 /// Lifetime   held until the object dies, or the process does; a lock file that a killed process
@@ -83,6 +86,9 @@ public:
 
     /// Never waits.
     static PathLock TryAcquire(const CString& path, std::error_code& error);
+    /// The process that holds the lock, for a message; 0 where that cannot be read. Whoever made
+    /// the file may have ended: ask only after being refused.
+    static std::uint64_t HolderOf(const CString& path);
     explicit operator bool() const { return handle_ != nullptr; }
 
 private:

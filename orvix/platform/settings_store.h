@@ -53,6 +53,8 @@ inline constexpr std::uint32_t kSettingDword = 4;           // REG_DWORD
 struct StoredSetting {
     std::uint32_t type = 0;
     std::vector<std::byte> bytes;
+
+    bool operator==(const StoredSetting&) const = default;
 };
 
 struct NamedSetting {
@@ -99,6 +101,12 @@ std::optional<StoredSetting> QuerySetting(HKEY root, const CString& key, const C
 /// Stores a value, creating the key path; false when the store refuses.
 bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes);
+/// Stores a value where the store still holds what `seen` is, or where that is nothing, still
+/// nothing: a default must not replace what another program has stored since the look. False when
+/// the store refuses; true too where it holds something else by now.
+bool StoreSettingOver(HKEY root, const CString& key, const CString& name,
+                      const std::optional<StoredSetting>& seen, std::uint32_t type,
+                      std::span<const std::byte> bytes);
 /// Creates a key path that holds no value yet; false when the store refuses.
 bool CreateSettingKey(HKEY root, const CString& key);
 /// Whether a key path exists, by itself or because one below it does.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <vector>
 
 #include "orvix/platform/cache.h"
@@ -30,9 +31,14 @@ GetString LoadGetString() {
 }
 
 int ReadLocale() {
-    const platform::QuietSettings quiet;
-    return Cache::ReadRegistry(kLocalMachine, L"SOFTWARE\\Orvix\\Orvix for AutoCAD\\", L"locale",
-                               kEnglishUnitedStates);
+    // While a program is loaded nobody can catch what is thrown.
+    try {
+        const platform::QuietSettings quiet;
+        return Cache::ReadRegistry(kLocalMachine, L"SOFTWARE\\Orvix\\Orvix for AutoCAD\\",
+                                   L"locale", kEnglishUnitedStates);
+    } catch (const std::exception&) {
+        return kEnglishUnitedStates;
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "tests/support/settings_sandbox.h"
@@ -85,6 +86,24 @@ TEST(SettingsStore, RemovesAValueOnce) {
     EXPECT_TRUE(RemoveSetting(kCurrentUser, L"A", L"X"));
     EXPECT_FALSE(RemoveSetting(kCurrentUser, L"a", L"x"));
     EXPECT_TRUE(SettingKeyExists(kCurrentUser, L"a"));
+}
+
+// BEHAVIOUR U1
+TEST(SettingsStore, StoresADefaultOnlyOverWhatWasSeen) {
+    const SettingsSandbox sandbox;
+    const auto over = [](const std::optional<StoredSetting>& seen, std::string_view bytes) {
+        return StoreSettingOver(kCurrentUser, L"k", L"n", seen, kSettingBinary, Bytes(bytes));
+    };
+    const auto stored = [] { return QuerySetting(kCurrentUser, L"k", L"n")->bytes; };
+    EXPECT_TRUE(over(std::nullopt, "default"));
+    EXPECT_EQ(stored(), Bytes("default"));
+    const auto seen = QuerySetting(kCurrentUser, L"k", L"n");
+    Store(L"k", L"n", "another program's");
+    EXPECT_TRUE(over(std::nullopt, "late"));
+    EXPECT_TRUE(over(seen, "late"));
+    EXPECT_EQ(stored(), Bytes("another program's"));
+    EXPECT_TRUE(over(QuerySetting(kCurrentUser, L"k", L"n"), "next"));
+    EXPECT_EQ(stored(), Bytes("next"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "orvix/platform/file_identity.h"
 #include "orvix/platform/posix/native.h"
 
 namespace orvix::platform {
@@ -107,6 +108,14 @@ bool SizeOf(Handle file, std::uint64_t& size) {
     struct stat status;
     if (!IsValid(file) || fstat(DescriptorOf(file), &status) == -1) return false;
     size = static_cast<std::uint64_t>(status.st_size);
+    return true;
+}
+
+bool IdentityOf(Handle file, FileIdentity& identity) {
+    struct stat status;
+    if (!IsValid(file) || fstat(DescriptorOf(file), &status) == -1) return false;
+    identity = {static_cast<std::uint64_t>(status.st_dev),
+                static_cast<std::uint64_t>(status.st_ino)};
     return true;
 }
 

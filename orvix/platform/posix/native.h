@@ -32,6 +32,9 @@ auto Retry(Call call) {
     return result;
 }
 
+/// Whether `path` itself, no link followed, still names the file behind `descriptor`.
+bool IsNamed(const std::string& path, int descriptor);
+
 /// File handles carry the descriptor plus one, so that descriptor 0 is not "none".
 inline Handle HandleOf(int descriptor) {
     return descriptor < 0 ? kInvalidHandle

@@ -6,6 +6,8 @@
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -31,6 +33,13 @@ bool SameInode(const struct stat& a, const struct stat& b) {
 }  // namespace
 
 namespace detail {
+
+bool IsNamed(const std::string& path, int descriptor) {
+    struct stat named;
+    struct stat held;
+    return fstat(descriptor, &held) == 0 && lstat(path.c_str(), &named) == 0 &&
+           SameInode(named, held);
+}
 
 std::wstring_view PathSeparators() {
     return L"/";
@@ -190,12 +199,24 @@ struct HeldLock {
     std::string path;
 };
 
-/// Whether `path` still names the file behind `descriptor`.
-bool Names(const std::string& path, int descriptor) {
-    struct stat named;
-    struct stat held;
-    return fstat(descriptor, &held) == 0 && stat(path.c_str(), &named) == 0 &&
-           SameInode(named, held);
+/// Longer than any lock file: those hold a number and a line's end.
+constexpr off_t kMaxLockFileBytes = 64;
+
+bool MayBeLockFile(int descriptor) {
+    struct stat status;
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_size <= kMaxLockFileBytes;
+}
+
+/// The lock holds without the note too, as on a full disk.
+void NoteHolder(int descriptor) {
+    std::array<char, 24> text{};
+    char* const end = std::to_chars(text.data(), text.data() + text.size() - 1, getpid()).ptr;
+    *end = '\n';
+    const auto bytes = static_cast<std::size_t>(end - text.data()) + 1;
+    if (pwrite(descriptor, text.data(), bytes, 0) == static_cast<ssize_t>(bytes)) {
+        static_cast<void>(!ftruncate(descriptor, static_cast<off_t>(bytes)));
+    }
 }
 
 /// The lock file goes before the lock does, and only while it is this one: whoever locks a file
@@ -203,7 +224,7 @@ bool Names(const std::string& path, int descriptor) {
 void Release(void* handle) {
     if (handle == nullptr) return;
     auto* const lock = static_cast<HeldLock*>(handle);
-    if (Names(lock->path, lock->descriptor)) unlink(lock->path.c_str());
+    if (IsNamed(lock->path, lock->descriptor)) unlink(lock->path.c_str());
     close(lock->descriptor);
     delete lock;
 }
@@ -216,19 +237,28 @@ PathLock::~PathLock() {
 
 // BEHAVIOUR O8
 PathLock PathLock::TryAcquire(const CString& path, std::error_code& error) {
+    constexpr int kLockFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     PathLock lock;
-    const std::string native = NativePath(path);
+    // Made first: once the lock is held, nothing may fail any more.
+    auto held = std::make_unique<HeldLock>(HeldLock{-1, NativePath(path)});
+    const std::string& native = held->path;
     for (;;) {
-        const int descriptor =
-            Retry([&] { return open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666); });
+        const int descriptor = Retry([&] { return open(native.c_str(), kLockFlags, 0666); });
         if (!Succeeded(descriptor, error)) return lock;
+        if (!MayBeLockFile(descriptor)) {
+            error = std::make_error_code(std::errc::file_exists);
+            close(descriptor);
+            return lock;
+        }
         if (!Succeeded(Retry([&] { return flock(descriptor, LOCK_EX | LOCK_NB); }), error)) {
             if (error == std::errc::operation_would_block) error.clear();
             close(descriptor);
             return lock;
         }
-        if (Names(native, descriptor)) {
-            lock.handle_ = new HeldLock{descriptor, native};
+        if (IsNamed(native, descriptor)) {
+            NoteHolder(descriptor);
+            held->descriptor = descriptor;
+            lock.handle_ = held.release();
             return lock;
         }
         close(descriptor);

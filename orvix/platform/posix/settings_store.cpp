@@ -110,13 +110,18 @@ void AnnounceRefusal(HKEY root, const char* what, const std::string& cause) {
                        cause + "). Check the permissions of the file and of its folder.");
 }
 
-/// Whether the file ends where a page does. SQLite takes what a page lacks at its end for zeros.
-bool HasWholePages(HKEY root, Database& database) {
+/// SQLITE_OK where the file ends where a page does. SQLite takes what a page lacks at its end for
+/// zeros.
+int RequireWholePages(HKEY root, Database& database) {
     Statement query(database, "PRAGMA page_size");
-    if (query.Step() != SQLITE_ROW || query.Number(0) <= 0) return false;
+    const int result = query.Step();
+    if (result != SQLITE_ROW) return result == SQLITE_DONE ? SQLITE_CORRUPT : result;
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(StorePath(root), error);
-    return !error && bytes % static_cast<std::uintmax_t>(query.Number(0)) == 0;
+    if (error) return SQLITE_IOERR;
+    const std::int64_t page = query.Number(0);
+    const bool whole = page > 0 && bytes % static_cast<std::uintmax_t>(page) == 0;
+    return whole ? SQLITE_OK : SQLITE_CORRUPT;
 }
 
 /// Reads the version, which begins the transaction in earnest; SQLITE_OK, or what stands in the
@@ -127,7 +132,7 @@ int Examine(HKEY root, Database& database, std::int64_t& version) {
     if (result != SQLITE_ROW) return result == SQLITE_DONE ? SQLITE_CORRUPT : result;
     version = query.Number(0);
     if (version > kStoreVersion) return SQLITE_FORMAT;
-    return HasWholePages(root, database) ? SQLITE_OK : SQLITE_CORRUPT;
+    return RequireWholePages(root, database);
 }
 
 std::string Cause(const Database& database, int result) {
@@ -214,15 +219,34 @@ constexpr std::string_view kKeyQuery =
     "SELECT 1 FROM setting_keys"
     " WHERE folded = ?1 OR (folded > ?1 || '\\' AND folded < ?1 || ']') LIMIT 1";
 
+constexpr std::string_view kValueQuery =
+    "SELECT type, bytes FROM setting_values WHERE key = ?1 AND folded = ?2";
+
 StoredSetting SettingAt(const Statement& row, int column) {
     return {static_cast<std::uint32_t>(row.Number(column)), row.Bytes(column + 1)};
+}
+
+int PutSetting(Database& database, const KeyPath& path, const CString& name, std::uint32_t type,
+               std::span<const std::byte> bytes) {
+    const int result = InsertKey(database, path);
+    if (result != SQLITE_DONE) return result;
+    return Statement(database,
+                     "INSERT INTO setting_values VALUES(?1, ?2, ?3, ?4, ?5)"
+                     " ON CONFLICT DO UPDATE SET type = ?4, bytes = ?5"
+                     " WHERE type <> ?4 OR bytes <> ?5")
+        .Bind(path.folded)
+        .Bind(Folded(name))
+        .Bind(ToUtf8(name))
+        .Bind(static_cast<std::int64_t>(type))
+        .Bind(bytes)
+        .Step();
 }
 
 }  // namespace
 
 Lookup LookUpSetting(HKEY root, const CString& key, const CString& name, StoredSetting& value) {
     return Query(
-        root, "SELECT type, bytes FROM setting_values WHERE key = ?1 AND folded = ?2",
+        root, kValueQuery,
         [&](Statement& query) { query.Bind(KeyPath(key).folded).Bind(Folded(name)); },
         [&](const Statement& row) { value = SettingAt(row, 0); });
 }
@@ -230,19 +254,23 @@ Lookup LookUpSetting(HKEY root, const CString& key, const CString& name, StoredS
 bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint32_t type,
                   std::span<const std::byte> bytes) {
     return Change(root, [&](Database& database) {
+        return PutSetting(database, KeyPath(key), name, type, bytes);
+    });
+}
+
+bool StoreSettingOver(HKEY root, const CString& key, const CString& name,
+                      const std::optional<StoredSetting>& seen, std::uint32_t type,
+                      std::span<const std::byte> bytes) {
+    return Change(root, [&](Database& database) -> int {
         const KeyPath path(key);
-        const int result = InsertKey(database, path);
-        if (result != SQLITE_DONE) return result;
-        return Statement(database,
-                         "INSERT INTO setting_values VALUES(?1, ?2, ?3, ?4, ?5)"
-                         " ON CONFLICT DO UPDATE SET type = ?4, bytes = ?5"
-                         " WHERE type <> ?4 OR bytes <> ?5")
-            .Bind(path.folded)
-            .Bind(Folded(name))
-            .Bind(ToUtf8(name))
-            .Bind(static_cast<std::int64_t>(type))
-            .Bind(bytes)
-            .Step();
+        std::optional<StoredSetting> now;
+        {
+            Statement query(database, kValueQuery);
+            const int result = query.Bind(path.folded).Bind(Folded(name)).Step();
+            if (result != SQLITE_ROW && result != SQLITE_DONE) return result;
+            if (result == SQLITE_ROW) now = SettingAt(query, 0);
+        }
+        return now == seen ? PutSetting(database, path, name, type, bytes) : SQLITE_DONE;
     });
 }
 

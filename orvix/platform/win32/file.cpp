@@ -7,6 +7,7 @@
 #include <utility>
 #include <winioctl.h>
 
+#include "orvix/platform/file_identity.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/win32/native.h"
 
@@ -136,6 +137,15 @@ bool SizeOf(Handle file, std::uint64_t& size) {
     LARGE_INTEGER bytes;
     if (!IsValid(file) || !GetFileSizeEx(file, &bytes)) return false;
     size = static_cast<std::uint64_t>(bytes.QuadPart);
+    return true;
+}
+
+bool IdentityOf(Handle file, FileIdentity& identity) {
+    BY_HANDLE_FILE_INFORMATION information;
+    if (!IsValid(file) || !GetFileInformationByHandle(file, &information)) return false;
+    identity = {
+        information.dwVolumeSerialNumber,
+        static_cast<std::uint64_t>(information.nFileIndexHigh) << 32 | information.nFileIndexLow};
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string>
 
 #include "orvix/platform/win32/native.h"
 
@@ -201,6 +202,33 @@ std::uint64_t FreeSpace(const CString& path, std::error_code& error) {
     return error ? 0 : available.QuadPart;
 }
 
+namespace {
+
+/// Longer than any lock file: those hold a number and a line's end.
+constexpr std::uint64_t kMaxLockFileBytes = 64;
+
+bool MayBeLockFile(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION information;
+    return GetFileInformationByHandle(file, &information) &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 &&
+           Joined(information.nFileSizeHigh, information.nFileSizeLow) <= kMaxLockFileBytes;
+}
+
+/// The lock holds without the note too, as on a full disk.
+void NoteHolder(HANDLE file) {
+    std::string text = std::to_string(GetCurrentProcessId());
+    text += '\n';
+    DWORD written = 0;
+    OVERLAPPED start{};
+    if (WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, &start)) {
+        FILE_END_OF_FILE_INFO end{};
+        end.EndOfFile.QuadPart = static_cast<LONGLONG>(text.size());
+        SetFileInformationByHandle(file, FileEndOfFileInfo, &end, sizeof end);
+    }
+}
+
+}  // namespace
+
 PathLock::~PathLock() {
     if (!IsValid(handle_)) return;
     // The file goes with its handle; a process that is killed leaves it.
@@ -210,12 +238,18 @@ PathLock::~PathLock() {
 }
 
 PathLock PathLock::TryAcquire(const CString& path, std::error_code& error) {
-    // Shared with nobody until the handle is closed, whether the process lives or not.
+    // Nobody else may open it for writing until the handle is closed, whether the process lives or
+    // not.
     PathLock lock;
     const HANDLE file = CreateFileW(NativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
-                                    0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (IsValid(file)) {
+                                    FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (IsValid(file) && !MayBeLockFile(file)) {
+        CloseHandle(file);
+        error = std::make_error_code(std::errc::file_exists);
+    } else if (IsValid(file)) {
         error.clear();
+        NoteHolder(file);
         lock.handle_ = file;
     } else {
         error = LastErrorOn(path);

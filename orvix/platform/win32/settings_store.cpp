@@ -34,6 +34,11 @@ public:
                         KEY_READ | KEY_WRITE, nullptr, &key.key_, nullptr);
         return key;
     }
+    static Key Own(HKEY opened) {
+        Key key;
+        key.key_ = opened;
+        return key;
+    }
     Key(Key&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
     Key& operator=(Key&& other) noexcept {
         std::swap(key_, other.key_);
@@ -72,8 +77,9 @@ CString Plain(const CString& path) {
     return plain;
 }
 
-/// Reads a value whole, however long; whoever makes it longer meanwhile is asked again.
-bool ReadValue(HKEY key, const CString& name, StoredSetting& value) {
+/// Reads a value whole, however long; whoever makes it longer meanwhile is asked again. Returns the
+/// system's answer.
+LONG ReadValue(HKEY key, const CString& name, StoredSetting& value) {
     DWORD bytes = kUsualBytes;
     LONG result = ERROR_MORE_DATA;
     std::vector<std::byte> buffer;
@@ -84,10 +90,10 @@ bool ReadValue(HKEY key, const CString& name, StoredSetting& value) {
         result = RegQueryValueExW(key, name.c_str(), nullptr, &type,
                                   reinterpret_cast<BYTE*>(buffer.data()), &bytes);
     }
-    if (result != ERROR_SUCCESS) return false;
+    if (result != ERROR_SUCCESS) return result;
     buffer.resize(bytes);
     value = {type, std::move(buffer)};
-    return true;
+    return result;
 }
 
 std::vector<CString> KeysIn(HKEY key) {
@@ -135,7 +141,8 @@ void Collect(HKEY hive, const CString& path, std::vector<NamedSetting>& settings
     if (!key) return;
     for (const CString& name : ValuesIn(key.Get())) {
         StoredSetting value;
-        if (ReadValue(key.Get(), name, value)) settings.push_back({path, name, std::move(value)});
+        if (ReadValue(key.Get(), name, value) == ERROR_SUCCESS)
+            settings.push_back({path, name, std::move(value)});
     }
     for (const CString& name : KeysIn(key.Get())) Collect(hive, Below(path, name), settings);
 }
@@ -143,8 +150,13 @@ void Collect(HKEY hive, const CString& path, std::vector<NamedSetting>& settings
 }  // namespace
 
 Lookup LookUpSetting(HKEY root, const CString& key, const CString& name, StoredSetting& value) {
-    const Key opened = Key::Open(root, Plain(key));
-    return opened && ReadValue(opened.Get(), name, value) ? Lookup::Found : Lookup::Missing;
+    HKEY opened = nullptr;
+    LONG result = RegOpenKeyExW(root, Plain(key).c_str(), 0, KEY_READ, &opened);
+    const Key owner = Key::Own(opened);
+    if (result == ERROR_SUCCESS) result = ReadValue(opened, name, value);
+    if (result == ERROR_SUCCESS) return Lookup::Found;
+    const bool missing = result == ERROR_FILE_NOT_FOUND || result == ERROR_PATH_NOT_FOUND;
+    return missing ? Lookup::Missing : Lookup::Unreadable;
 }
 
 bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint32_t type,
@@ -157,6 +169,17 @@ bool StoreSetting(HKEY root, const CString& key, const CString& name, std::uint3
     return RegSetValueExW(created.Get(), name.c_str(), 0, type,
                           reinterpret_cast<const BYTE*>(guarded.data()),
                           static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS;
+}
+
+// The registry has no such change in one step; between the look and the write lie microseconds.
+bool StoreSettingOver(HKEY root, const CString& key, const CString& name,
+                      const std::optional<StoredSetting>& seen, std::uint32_t type,
+                      std::span<const std::byte> bytes) {
+    StoredSetting now;
+    const Lookup lookup = LookUpSetting(root, key, name, now);
+    if (lookup == Lookup::Unreadable) return false;
+    const bool same = lookup == Lookup::Found ? seen == now : !seen;
+    return !same || StoreSetting(root, key, name, type, bytes);
 }
 
 bool CreateSettingKey(HKEY root, const CString& key) {
