@@ -8,13 +8,17 @@
 #include <new>
 
 #include "cli/message.h"
+#include "cli/printable.h"
+#include "orvix/platform/lost_pages.h"
+#include "orvix/platform/text.h"
+#include "orvix/project/project_stamp.h"
 
 namespace orvix::cli {
 
 namespace {
 
 ExitCode PrintOutcome(const CommandContext& context, const Outcome& outcome) {
-    const std::string text = context.json ? JsonText(outcome.json) : outcome.text;
+    const std::string text = context.json ? JsonText(outcome.json) : Printable(outcome.text);
     const bool written =
         std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (written) return outcome.exitCode;
@@ -23,16 +27,41 @@ ExitCode PrintOutcome(const CommandContext& context, const Outcome& outcome) {
     return kExitFailure;
 }
 
+// What was made of files of two projects is no result.
+Expected<Outcome> RunWatched(CommandContext& context) {
+    if (context.project.empty()) return context.run(context);
+    const auto before = detail::ProjectStamp::Of(platform::FromUtf8(context.project));
+    Expected<Outcome> outcome = context.run(context);
+    if (context.project.empty()) return outcome;
+    if (auto same = before.RequireSame(); !same) return ErrorOf(same);  // BEHAVIOUR P17
+    return outcome;
+}
+
 // The library throws nothing of its own, but containers do when memory ends.
 Expected<Outcome> RunGuarded(CommandContext& context) {
     try {
-        return context.run(context);
+        return RunWatched(context);
     } catch (const std::bad_alloc&) {
-        return Fail(ErrorCode::Failure,
-                    "memory ran out; close other programs, or lower --memory-limit for an import");
+        return Fail(ErrorCode::Failure, kMemoryRanOut);
     } catch (const std::exception& error) {
         return Fail(ErrorCode::Failure, fmt::format("the work ended early: {}", error.what()));
     }
+}
+
+// BEHAVIOUR C15
+platform::LostPageEnd LostPageEndOf(const CommandContext& context) {
+    const std::string happened =
+        " can no longer be read: another program cut it short, or its disk or network drive is "
+        "gone; 'orvix check' lists what is damaged";
+    platform::LostPageEnd end;
+    end.before = fmt::format("orvix {}: ", context.verb);
+    end.after = happened + "\n";
+    end.exitCode = kExitDamaged;
+    if (!context.json) return end;
+    end.jsonBefore = fmt::format("{{\n  \"error\": {{\n    \"code\": \"{}\",\n    \"message\": \"",
+                                 WordOf(ErrorCode::Damaged));
+    end.jsonAfter = happened + "\"\n  }\n}\n";
+    return end;
 }
 
 }  // namespace
@@ -42,12 +71,13 @@ std::string JsonText(const Json& json) {
 }
 
 void PrintNote(const std::string& message) {
-    WriteMessage(fmt::format("{}\n", message));
+    WriteMessage(fmt::format("{}\n", Printable(message)));
 }
 
 void ReportFailure(const std::string& verb, bool json, const std::string& word,
                    const std::string& message) {
-    WriteMessage(fmt::format("orvix{}{}: {}\n", verb.empty() ? "" : " ", verb, message));
+    WriteMessage(
+        fmt::format("orvix{}{}: {}\n", verb.empty() ? "" : " ", verb, PrintableName(message)));
     if (!json) return;
     const std::string text = JsonText(Json{{"error", Json{{"code", word}, {"message", message}}}});
     std::fwrite(text.data(), 1, text.size(), stdout);
@@ -55,6 +85,7 @@ void ReportFailure(const std::string& verb, bool json, const std::string& word,
 }
 
 ExitCode RunAndReport(CommandContext& context) {
+    platform::EndOnLostPages(LostPageEndOf(context));
     const Expected<Outcome> outcome = RunGuarded(context);
     if (outcome) return PrintOutcome(context, *outcome);
     const Error& error = outcome.error();

@@ -29,7 +29,8 @@ struct CommandContext {
     std::string verb;  ///< as typed: "import", "settings get"
     bool json = false;
     std::string progressWord = "auto";  ///< the value of --progress
-    VerbRun run;                        ///< the chosen verb, set while the command line is parsed
+    std::string project;  ///< that the verb is about, as typed; empty where it is about none
+    VerbRun run;          ///< the chosen verb, set while the command line is parsed
 };
 
 /// Runs the chosen verb and prints: the result on standard output, messages on standard error.
@@ -39,6 +40,10 @@ ExitCode RunAndReport(CommandContext& context);
 /// Prints an error in the same two ways. `word` is one of the codes in docs/COMMAND.md.
 void ReportFailure(const std::string& verb, bool json, const std::string& word,
                    const std::string& message);
+
+/// What the user reads when memory ends.
+inline constexpr const char* kMemoryRanOut =
+    "memory ran out; close other programs, or lower --memory-limit";
 
 /// Writes a sentence that is no failure to standard error.
 void PrintNote(const std::string& message);

@@ -4,13 +4,20 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/command_context.h"
+#include "cli/message.h"
 #include "cli/verbs.h"
 #include "orvix/platform/interrupt.h"
 #include "orvix/platform/program.h"
+#include "orvix/platform/unfinished_file.h"
+#include "orvix/surfaces/exact_numbers.h"
 #include "orvix/version.h"
 
 namespace {
@@ -90,9 +97,44 @@ int ReportUsage(const CLI::App& app, const CLI::ParseError& error,
     return kExitUsage;
 }
 
-}  // namespace
+// BEHAVIOUR C16
+// Whatever memory is left, the sentence and its object are there already.
+int ReportNoMemory(bool json) noexcept {
+    WriteMessage("orvix: ");
+    WriteMessage(kMemoryRanOut);
+    WriteMessage("\n");
+    if (json) {
+        std::fputs("{\n  \"error\": {\n    \"code\": \"failure\",\n    \"message\": \"", stdout);
+        std::fputs(kMemoryRanOut, stdout);
+        std::fputs("\"\n  }\n}\n", stdout);
+        std::fflush(stdout);
+    }
+    return kExitFailure;
+}
 
-int main(int argc, char** argv) {
+// An exception that nobody can catch any more: one of a thread without an own end, or of what is
+// made before `main`. Other exceptions than this one are faults, and end as such.
+[[noreturn]] void OnTerminate() noexcept {
+    try {
+        if (const std::exception_ptr thrown = std::current_exception())
+            std::rethrow_exception(thrown);
+    } catch (const std::bad_alloc&) {
+        orvix::platform::RemoveUnfinishedFiles();
+        std::_Exit(ReportNoMemory(false));
+    } catch (...) {
+        std::abort();
+    }
+    std::abort();
+}
+
+struct TerminateWatch {
+    TerminateWatch() noexcept { std::set_terminate(OnTerminate); }
+};
+// Before all other objects that are made before `main`, which may ask for memory.
+[[gnu::init_priority(101)]] TerminateWatch terminateWatch;
+
+int RunCommand(int argc, char** argv) {
+    orvix::detail::ThrowWhereNumbersLackMemory();
     CLI::App app{"Point clouds on disk: import scans, inspect projects, grow planes.", "orvix"};
     CommandContext context;
     DescribeCommand(app, context);
@@ -108,4 +150,16 @@ int main(int argc, char** argv) {
     }
     orvix::platform::WatchInterrupts();
     return RunAndReport(context);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return RunCommand(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return ReportNoMemory(std::any_of(argv, argv + argc, [](const char* word) {
+            return std::string_view(word) == "--json";
+        }));
+    }
 }

@@ -20,8 +20,9 @@ namespace orvix::cli {
 CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& name,
                   const std::string& summary, const std::string& examples, VerbRun run);
 
-/// The project that most verbs are about, as their first word.
-void AddProjectOption(CLI::App& verb, std::string& project);
+/// The project that most verbs are about, as their first word. The frame watches that it stays the
+/// same one while the verb is at work.
+void AddProjectOption(CLI::App& verb, CommandContext& context, std::string& project);
 
 /// An option whose value is one of `words`; `value` holds the default.
 void AddChoice(CLI::App& verb, const std::string& name, std::string& value,

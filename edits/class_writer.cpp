@@ -104,17 +104,20 @@ private:
 
 }  // namespace
 
-Expected<std::uint64_t> ApplyClasses(const CString& project, reports::Field field,
-                                     const reports::Classification& classes,
+Expected<std::uint64_t> ApplyClasses(const CString& project, const detail::ProjectStamp& counted,
+                                     reports::Field field, const reports::Classification& classes,
                                      const ApplyCallback& callback) {
     auto opened = detail::OpenProject::Open(project);
     if (!opened) return ErrorOf(opened);
     if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
     CProjectCore& core = (*opened)->Core();
     const ProjectManager& paths = (*opened)->Manager();
+    // Looked at before points are marked as opened for writing, and once they are.
+    if (auto same = counted.RequireSame(); !same) return ErrorOf(same);
     const auto sums = EditedSums::Begin(paths);  // BEHAVIOUR K9
     if (!sums) return ErrorOf(sums);
     if (auto mapped = (*opened)->MapForWriting(); !mapped) return ErrorOf(mapped);
+    if (auto same = counted.RequireSame(); !same) return ErrorOf(same);
     if (core.SkeletPointCount() * 12 != static_cast<std::int64_t>(core.SkeletDataPtsFileSize()))
         return Fail(ErrorCode::Damaged, platform::ToUtf8(paths.gridSkeletDataPts) +
                                             ": it does not go with the skeleton's "

@@ -74,7 +74,7 @@ Expected<void> NumberSkeleton(CProjectCore& core, const PlaneSet& planes) {
 
 }  // namespace
 
-Expected<void> ApplyPlaneNumbers(const CString& project, const PlaneSet& planes,
+Expected<void> ApplyPlaneNumbers(const detail::OpenProject& searched, const PlaneSet& planes,
                                  const std::function<bool()>& proceed) {
     const std::vector<std::uint32_t>& numbers = planes.Numbers();
     const auto largest = std::max_element(numbers.begin(), numbers.end());
@@ -82,13 +82,16 @@ Expected<void> ApplyPlaneNumbers(const CString& project, const PlaneSet& planes,
         return Fail(ErrorCode::BadInput,
                     "there are more planes than a DCLC value can number, which is 65,535; raise "
                     "--min-area");
-    auto opened = detail::OpenProject::Open(project);
+    auto opened = detail::OpenProject::Open(searched.Manager().projectFile);
     if (!opened) return ErrorOf(opened);
     if (auto writable = (*opened)->RequireWritable(); !writable) return writable;
     if (planes.Points() == 0) return {};
+    // Looked at before points are marked as opened for writing, and once they are.
+    if (auto same = searched.Stamp().RequireSame(); !same) return same;
     const auto sums = EditedSums::Begin((*opened)->Manager());  // BEHAVIOUR K9
     if (!sums) return ErrorOf(sums);
     if (auto mapped = (*opened)->MapForWriting(); !mapped) return mapped;
+    if (auto same = searched.Stamp().RequireSame(); !same) return same;
     auto done = NumberPoints((*opened)->Core(), planes, proceed);
     if (done) done = NumberSkeleton((*opened)->Core(), planes);
     if (done) done = detail::PointEditor::Sync((*opened)->Manager());

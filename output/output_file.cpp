@@ -16,28 +16,21 @@ Expected<void> RequireOutputPlace(const CString& path) {
     return {};
 }
 
-OutputFile::OutputFile(const CString& path)
-    : path_(path),
-      part_(path + L".orvix-part"),
-      file_(platform::File::Create(part_, error_)),
-      made_(!error_) {}
-
-OutputFile::~OutputFile() {
-    if (!made_) return;
-    std::error_code ignored;
-    file_.Close(ignored);
-    platform::RemoveFile(part_, ignored);
-}
+// BEHAVIOUR O11
+OutputFile::OutputFile(const CString& path) : path_(path), file_(path, L".orvix-part", error_) {}
 
 void OutputFile::Append(const void* data, std::size_t bytes) {
     if (!error_) file_.Append(data, bytes, error_);
 }
 
 Expected<void> OutputFile::Commit() {
-    if (!error_) file_.Close(error_);
-    if (!error_) platform::Rename(part_, path_, error_);
-    if (error_) return FailSystem(error_, platform::ToUtf8(path_) + " could not be written");
-    made_ = false;
+    if (!error_) file_.Publish(error_);
+    const std::string name = platform::ToUtf8(path_);
+    if (error_ == std::errc::device_or_resource_busy)
+        return Fail(ErrorCode::Failure, name +
+                                            " is being written by another program; wait until "
+                                            "it has ended, or name another file");
+    if (error_) return FailSystem(error_, name + " could not be written");
     return {};
 }
 

@@ -5,8 +5,8 @@
 #include <system_error>
 
 #include "orvix/platform/error.h"
-#include "orvix/platform/file.h"
 #include "orvix/platform/text.h"
+#include "orvix/platform/unfinished_file.h"
 
 namespace orvix::output {
 
@@ -17,19 +17,21 @@ namespace orvix::output {
 Expected<void> RequireOutputPlace(const CString& path);
 
 /// A result file that appears whole or not at all. It grows beside its name, with the ending
-/// .orvix-part, and takes the name when it is complete; a file of that name stays until then.
+/// .orvix-part, and takes the name when it is complete and on the disk; a file of that name stays
+/// until then.
 ///
 ///     OutputFile file(path);
 ///     file.Append(bytes.data(), bytes.size());
 ///     return file.Commit();
 ///
+/// Boundaries as platform::UnfinishedFile has them: no link is followed, and of two programs that
+///          write one file the second is refused.
 /// Errors   the first failure is kept, and `Commit` returns it: NoSpace or Failure, with the path.
 /// Lifetime the destructor removes what was not committed.
 /// Cost     no buffer: append large blocks.
 class OutputFile {
 public:
     explicit OutputFile(const CString& path);
-    ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
@@ -38,10 +40,8 @@ public:
 
 private:
     CString path_;
-    CString part_;
     std::error_code error_;
-    platform::File file_;
-    bool made_ = false;
+    platform::UnfinishedFile file_;
 };
 
 }  // namespace orvix::output

@@ -53,10 +53,11 @@ Expected<detail::SeedPlane> Grow(const WorldProject& project, const PlaneRequest
                                  const std::function<bool()>& proceed) {
     const Vector asked{request.seed[0], request.seed[1], request.seed[2]};
     const Vector seed = request.local ? asked : project.frame.ToLocal(asked);
-    PlaneWormSettings settings = detail::SettingsUnsaved(project.Manager().projectFile);
-    settings.aliveMinPlane = request.minPlane.value_or(settings.aliveMinPlane);
+    auto settings = detail::SettingsUnsaved(project.Manager().projectFile);
+    if (!settings) return ErrorOf(settings);
+    settings->aliveMinPlane = request.minPlane.value_or(settings->aliveMinPlane);
     detail::ProjectCloud cloud(project.Core());
-    return detail::GrowPlaneFromSeed(cloud, settings, seed, OptionsOf(request, proceed));
+    return detail::GrowPlaneFromSeed(cloud, *settings, seed, OptionsOf(request, proceed));
 }
 
 }  // namespace

@@ -112,7 +112,7 @@ void AddCheckVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "check", "Compare every file of a project with the others", kExamples,
                 [arguments](CommandContext& chosen) { return RunCheck(*arguments, chosen); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     verb->add_flag("--deep", arguments->deep,
                    "Compare every byte with the sums that the import left; all cores");
     AddProgressOption(*verb, context);

@@ -3,12 +3,16 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "edits/class_writer.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "orvix/project/project_lock.h"
+#include "orvix/project/project_stamp.h"
 #include "output/picture/picture_of_histogram.h"
 #include "reports/classification.h"
 #include "reports/field_histogram.h"
@@ -73,21 +77,28 @@ std::string TextOf(const reports::FieldHistogram& histogram,
     return text + fmt::format("goodness of variance fit {:.6f}\n", classes.fit);
 }
 
-Expected<std::uint64_t> Apply(const CString& project, reports::Field field,
-                              const reports::Classification& classes,
+Expected<std::uint64_t> Apply(const CString& project, const detail::ProjectStamp& counted,
+                              reports::Field field, const reports::Classification& classes,
                               const CommandContext& context) {
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](double fraction, std::uint64_t points) {
         progress.Report({"classifying", fraction, points * 24, points, -1});
         return MayGoOn();
     };
-    return edits::ApplyClasses(project, field, classes, watch);
+    return edits::ApplyClasses(project, counted, field, classes, watch);
 }
 
 Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& context) {
     const Expected<CString> project = detail::RequireProject(arguments.project);
     if (!project) return ErrorOf(project);
     if (auto place = RequirePlaces({arguments.picture}); !place) return ErrorOf(place);
+    std::optional<detail::ProjectLock> lock;
+    if (arguments.apply) {
+        auto held = detail::ProjectLock::Acquire(*project);
+        if (!held) return ErrorOf(held);
+        lock.emplace(std::move(*held));
+    }
+    const auto counted = detail::ProjectStamp::Of(*project);
     const Expected<reports::FieldHistogram> histogram =
         reports::ReadField(*project, reports::FieldOf(arguments.field));
     if (!histogram) return ErrorOf(histogram);
@@ -105,7 +116,7 @@ Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& contex
     }
     Outcome outcome{JsonOf(*histogram, *classes, arguments), TextOf(*histogram, *classes)};
     if (!arguments.apply) return outcome;
-    const auto applied = Apply(*project, histogram->field, *classes, context);
+    const auto applied = Apply(*project, counted, histogram->field, *classes, context);
     if (!applied) return ErrorOf(applied);
     outcome.json["applied"] = *applied;
     outcome.text += fmt::format("{} points carry their class, 1 to {}\n",
@@ -120,7 +131,7 @@ void AddClassifyVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb = AddVerb(
         app, context, "classify", "Divide intensities or heights into natural classes", kExamples,
         [arguments](CommandContext& chosen) { return RunClassify(*arguments, chosen); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddChoice(*verb, "--field", arguments->field, "What to classify", {"intensity", "z"});
     verb->add_option("--classes", arguments->options.classes, "Number of classes (default 5)")
         ->check(CLI::Range(1, 255).description(""))

@@ -10,7 +10,9 @@
 #include "orvix/project/destroy_project.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
+#include "orvix/project/project_lock.h"
 #include "orvix/project/project_paths.h"
+#include "orvix/project/settings_update.h"
 
 namespace orvix::cli {
 
@@ -83,17 +85,29 @@ Outcome Destroyed(const std::string& argument, const CString& folder,
     return OutcomeOf(argument, remains);
 }
 
-Expected<Outcome> GoOn(const std::string& argument, const CString& project) {
-    const CString folder = platform::RemoveExtension(project) + L"_Project_Files";
-    if (auto own = RefuseLinks(project, folder); !own) return ErrorOf(own);
+Expected<Outcome> Remove(const std::string& argument, const CString& project,
+                         const CString& folder) {
     const std::vector<CString> elsewhere = FilesElsewhere(project);
     if (auto gone = detail::DestroyProject(project); !gone) return ErrorOf(gone);
+    std::error_code ignored;
+    platform::RemoveFile(project + detail::kUnfinishedSettingsEnding, ignored);
     return Destroyed(argument, folder, elsewhere);
 }
 
-Expected<Outcome> RunDestroy(const std::string& argument) {
+Expected<Outcome> GoOn(const std::string& argument, const CString& project) {
+    const CString folder = platform::RemoveExtension(project) + L"_Project_Files";
+    if (auto own = RefuseLinks(project, folder); !own) return ErrorOf(own);
+    const auto lock = detail::ProjectLock::Acquire(project);
+    if (!lock) return ErrorOf(lock);
+    return Remove(argument, project, folder);
+}
+
+Expected<Outcome> RunDestroy(const std::string& argument, CommandContext& context) {
     const CString named = platform::FromUtf8(argument);
-    if (!argument.empty() && detail::IsHalfDestroyed(named)) return GoOn(argument, named);
+    if (!argument.empty() && detail::IsHalfDestroyed(named)) {
+        context.project.clear();  // that it goes is what was asked for
+        return GoOn(argument, named);
+    }
     const Expected<CString> project = detail::RequireProject(argument);
     if (!project) return ErrorOf(project);
     CString folder;
@@ -103,20 +117,22 @@ Expected<Outcome> RunDestroy(const std::string& argument) {
         if (!opened) return ErrorOf(opened);
         if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
         folder = (*opened)->Manager().projectFilesFolder;
+        context.project.clear();  // that it goes is what was asked for
     }
+    const auto lock = detail::ProjectLock::Acquire(*project);
+    if (!lock) return ErrorOf(lock);
     if (auto own = RefuseLinks(*project, folder); !own) return ErrorOf(own);
-    const std::vector<CString> elsewhere = FilesElsewhere(*project);
-    if (auto gone = detail::DestroyProject(*project); !gone) return ErrorOf(gone);
-    return Destroyed(argument, folder, elsewhere);
+    return Remove(argument, *project, folder);
 }
 
 }  // namespace
 
 void AddDestroyVerb(CLI::App& app, CommandContext& context) {
     const auto project = std::make_shared<std::string>();
-    CLI::App* verb = AddVerb(app, context, "destroy", "Remove a project", kExamples,
-                             [project](CommandContext&) { return RunDestroy(*project); });
-    AddProjectOption(*verb, *project);
+    CLI::App* verb =
+        AddVerb(app, context, "destroy", "Remove a project", kExamples,
+                [project](CommandContext& chosen) { return RunDestroy(*project, chosen); });
+    AddProjectOption(*verb, context, *project);
 }
 
 }  // namespace orvix::cli

@@ -101,7 +101,7 @@ void AddExportVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "export", "Write a project's points to a scan file", kExamples,
                 [arguments](CommandContext& chosen) { return RunExport(*arguments, chosen); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddFileOption(*verb, "file", arguments->target,
                   "The file to make; its ending names the format: PLY, LAS or text",
                   {".ply", ".las", ".xyz"})

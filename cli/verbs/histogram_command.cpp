@@ -107,7 +107,7 @@ void AddHistogramVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "histogram", "Show how often intensities and heights occur",
                 kExamples, [arguments](CommandContext&) { return RunHistogram(*arguments); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddChoice(*verb, "--field", arguments->field, "Which values", {"both", "intensity", "z"});
     verb->add_option("--columns", arguments->columns,
                      "Lines to gather the values in, at most (default 24)")

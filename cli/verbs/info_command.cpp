@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/json_parts.h"
+#include "cli/printable.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
@@ -57,7 +58,7 @@ std::string NamesOf(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         if (name.empty()) continue;
         if (listed == kListed) return text + ", ...";
-        text += (listed++ == 0 ? ": " : ", ") + name;
+        text += (listed++ == 0 ? ": " : ", ") + PrintableName(name);
     }
     return text;
 }
@@ -94,7 +95,7 @@ void AddInfoVerb(CLI::App& app, CommandContext& context) {
     const auto project = std::make_shared<std::string>();
     CLI::App* verb = AddVerb(app, context, "info", "Show what a project holds", kExamples,
                              [project](CommandContext&) { return RunInfo(*project); });
-    AddProjectOption(*verb, *project);
+    AddProjectOption(*verb, context, *project);
 }
 
 }  // namespace orvix::cli

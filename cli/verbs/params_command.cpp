@@ -10,6 +10,7 @@
 #include "cli/verbs/preview_search.h"
 #include "localization/text_ids.h"
 #include "orvix/planes/dialog/plane_params.h"
+#include "orvix/planes/unsaved_settings.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/text.h"
@@ -114,13 +115,8 @@ Expected<Outcome> Edit(const CString& project, PreviewSearch* search) {
         return Fail(ErrorCode::Failure, platform::ToUtf8(dialog.Trouble()));
     if (!MayGoOn()) return Fail(ErrorCode::Cancelled, "cancelled; nothing changed");
     if (answer != PlaneParams::kOk) return OutcomeOf(*settings, false);
-    settings->Save();
-    const PlaneWormSettings kept(project, 1.0);
-    if (JsonOf(kept, true).dump() == JsonOf(*settings, true).dump()) return OutcomeOf(kept, true);
-    return Fail(ErrorCode::Failure,
-                fmt::format("{} could not be written whole; free space on its disk, then set the "
-                            "parameters again",
-                            platform::ToUtf8(project)));
+    if (auto saved = detail::SaveToProject(*settings); !saved) return ErrorOf(saved);
+    return OutcomeOf(PlaneWormSettings(project, 1.0), true);
 }
 
 Expected<Outcome> RunParams(const Arguments& arguments) {
@@ -143,7 +139,7 @@ void AddParamsVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "params", "Set what the plane search works with, in a window",
                 kExamples, [arguments](CommandContext&) { return RunParams(*arguments); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddSeedOption(*verb, arguments->seed,
                   "A point on a surface, in world coordinates: the window then shows the plane "
                   "that the parameters find there");

@@ -8,7 +8,7 @@
 
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
-#include "orvix/planes/plane_worm_settings.h"
+#include "orvix/planes/unsaved_settings.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
 #include "output/mesh/mesh_writer.h"
@@ -149,9 +149,9 @@ Expected<Outcome> RunPlane(Arguments arguments) {
     if (!finding) return ErrorOf(finding);
     const auto mesh = WriteFiles(*project, *finding, arguments);
     if (!mesh) return ErrorOf(mesh);
-    // Stores split sizes that were not chosen yet; a refused search changes nothing.
+    // Split sizes that were not chosen yet; a refused search changes nothing.
     // BEHAVIOUR C12
-    const PlaneWormSettings stored(project->Manager().projectFile, 1.0);
+    if (auto stored = detail::StoreSplitSizes(*path); !stored) return ErrorOf(stored);
     return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments, *mesh)};
 }
 
@@ -200,7 +200,7 @@ void AddPlaneVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "plane", "Grow a plane from a point on a surface", kExamples,
                 [arguments](CommandContext&) { return RunPlane(*arguments); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddSeedOption(*verb, arguments->seed, "A point on the surface, in world coordinates")
         ->required();
     verb->add_flag("--local", arguments->request.local, "The seed is in the project's own frame");

@@ -9,6 +9,7 @@
 #include "edits/plane_numbers.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "orvix/project/project_lock.h"
 #include "output/export/planes_points.h"
 #include "output/mesh/planes_mesh.h"
 #include "output/outlines/outline_writer.h"
@@ -50,7 +51,7 @@ Expected<void> WriteFiles(const PlanesArguments& arguments, const reports::World
         done = output::WritePng(platform::FromUtf8(arguments.picture),
                                 output::DrawPlanes(output::PictureOf(project, finding)));
     if (done && arguments.apply)
-        done = edits::ApplyPlaneNumbers(project.Manager().projectFile, *finding.set, MayGoOn);
+        done = edits::ApplyPlaneNumbers(*project.files, *finding.set, MayGoOn);
     return done;
 }
 
@@ -91,6 +92,12 @@ Expected<Outcome> RunPlanes(const PlanesArguments& arguments) {
             {arguments.points, arguments.mesh, arguments.outlines, arguments.picture});
         !places)
         return ErrorOf(places);
+    std::optional<detail::ProjectLock> lock;
+    if (arguments.apply || arguments.save) {
+        auto held = detail::ProjectLock::Acquire(*path);
+        if (!held) return ErrorOf(held);
+        lock.emplace(std::move(*held));
+    }
     const auto project = reports::WorldProject::Open(*path);
     if (!project) return ErrorOf(project);
     if (arguments.apply || arguments.save) {
@@ -104,6 +111,7 @@ Expected<Outcome> RunPlanes(const PlanesArguments& arguments) {
     if (!finding) return ErrorOf(finding);
     PlanesExtras extras;
     if (arguments.save) {
+        if (auto same = project->files->Stamp().RequireSame(); !same) return ErrorOf(same);
         const auto save = Save(*project, *finding);
         if (!save) return ErrorOf(save);
         extras.save = *save;
@@ -162,7 +170,7 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context) {
     const auto arguments = std::make_shared<PlanesArguments>();
     CLI::App* verb = AddVerb(app, context, "planes", "Find every plane of a project", kExamples,
                              [arguments](CommandContext&) { return RunPlanes(*arguments); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddSearchOptions(*verb, *arguments);
     AddFileOption(*verb, "--points", arguments->points, "Write every point in its plane's colour",
                   {".ply"});

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/verbs/preview_search.h"
 
+#include <exception>
 #include <utility>
 
 #include "output/picture/picture_of_plane.h"
@@ -59,9 +60,18 @@ void PreviewSearch::Work() {
         const reports::PlaneRequest request = *std::exchange(next_, std::nullopt);
         outdated_ = false;
         lock.unlock();
-        platform::WindowPicture picture = Search(request);
+        platform::WindowPicture picture = SearchGuarded(request);
         lock.lock();
         if (!outdated_) found_ = std::move(picture);
+    }
+}
+
+// What is thrown here nobody else could catch. A picture without anything is shown as none.
+platform::WindowPicture PreviewSearch::SearchGuarded(const reports::PlaneRequest& request) const {
+    try {
+        return Search(request);
+    } catch (const std::exception&) {
+        return {};
     }
 }
 

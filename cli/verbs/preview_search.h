@@ -39,6 +39,7 @@ public:
 
 private:
     void Work();
+    [[nodiscard]] platform::WindowPicture SearchGuarded(const reports::PlaneRequest& request) const;
     [[nodiscard]] platform::WindowPicture Search(const reports::PlaneRequest& request) const;
 
     CString project_;

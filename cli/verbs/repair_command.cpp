@@ -3,11 +3,15 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "importer/repair/repair.h"
 #include "orvix/platform/amounts.h"
+#include "orvix/platform/path.h"
+#include "orvix/project/project_lock.h"
 
 namespace orvix::cli {
 
@@ -119,6 +123,16 @@ std::string TextOf(const RepairReport& report, const Arguments& arguments) {
 }
 
 Expected<Outcome> RunRepair(const Arguments& arguments, CommandContext& context) {
+    std::optional<detail::ProjectLock> lock;
+    if (!arguments.options.dryRun) {
+        const CString project = platform::FromUtf8(context.project);
+        context.project.clear();  // files that say what project it is are among those made anew
+        if (platform::PathExists(project)) {
+            auto held = detail::ProjectLock::Acquire(project);
+            if (!held) return ErrorOf(held);
+            lock.emplace(std::move(*held));
+        }
+    }
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     const auto watch = [&progress](const importer::ImportProgress& state) {
         const bool checking = state.phase == importer::ImportPhase::Scan;
@@ -141,7 +155,7 @@ void AddRepairVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "repair", "Make what a project's points determine anew", kExamples,
                 [arguments](CommandContext& chosen) { return RunRepair(*arguments, chosen); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     verb->add_flag("--dry-run", arguments->options.dryRun,
                    "Find out what would be done, and leave the project as it is");
     verb->add_flag("--accept", arguments->options.accept,

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "cli/json_parts.h"
+#include "cli/printable.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
@@ -45,8 +46,9 @@ Json JsonOf(const reports::ListedStation& station) {
 }
 
 std::string TextOf(const reports::ListedStation& station) {
-    std::string text = fmt::format("{:>5}  {:<20} {:>14} points", station.number,
-                                   station.name.value_or("-"), platform::CountText(station.points));
+    std::string text =
+        fmt::format("{:>5}  {:<20} {:>14} points", station.number,
+                    PrintableName(station.name.value_or("-")), platform::CountText(station.points));
     if (station.points != 0)
         text += fmt::format(", intensity {} to {}", station.lowest, station.highest);
     if (const auto& p = station.position)
@@ -94,7 +96,7 @@ void AddStationsVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "stations", "List the scanner stations of a project", kExamples,
                 [arguments](CommandContext&) { return RunStations(*arguments); });
-    AddProjectOption(*verb, arguments->project);
+    AddProjectOption(*verb, context, arguments->project);
     AddFileOption(*verb, "--picture", arguments->picture,
                   "Draw the stations over the cloud in plan", {".png"});
 }

@@ -73,7 +73,7 @@ void AddWalkVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb =
         AddVerb(app, context, "walk", "Read every point back, cell by cell, at every level",
                 kExamples, [project](CommandContext& chosen) { return RunWalk(*project, chosen); });
-    AddProjectOption(*verb, *project);
+    AddProjectOption(*verb, context, *project);
     AddProgressOption(*verb, context);
 }
 

@@ -66,7 +66,14 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
     Expected<void> done = Recover(names);
     if (done) done = CheckTarget(names, existing);
     if (!done) return ErrorOf(done);
+    std::optional<orvix::detail::ProjectLock> replacing;
+    if (platform::PathExists(names.project)) {
+        auto held = orvix::detail::ProjectLock::Acquire(names.project);  // BEHAVIOUR P16
+        if (!held) return ErrorOf(held);
+        replacing.emplace(std::move(*held));
+    }
     ProjectPublisher publisher(std::move(names), std::move(lock));
+    publisher.replacing_ = std::move(replacing);
     done = publisher.LayOut();
     if (done) return publisher;
     done.error().message += RemainsSentence(publisher.Clear());
@@ -184,12 +191,14 @@ std::vector<CString> ProjectPublisher::Clear() {
     } else if (laidOut_) {
         left = ClearRemains(names_, text_, stage_);
     }
+    replacing_.reset();
     lock_ = platform::PathLock();
-    // Taken once more and released, unless another import holds it by now.
-    std::error_code ignored;
-    if (IsTaken(names_.marks.lock) && platform::PathLock::TryAcquire(names_.marks.lock, ignored) &&
-        IsTaken(names_.marks.lock)) {
-        left.push_back(names_.marks.lock);
+    for (const CString& lock :
+         {names_.marks.lock, orvix::detail::ProjectLockPath(names_.project)}) {
+        // Taken once more and released, unless another program holds it by now.
+        std::error_code ignored;
+        if (IsTaken(lock) && platform::PathLock::TryAcquire(lock, ignored) && IsTaken(lock))
+            left.push_back(lock);
     }
     return left;
 }

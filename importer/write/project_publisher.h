@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "orvix/platform/error.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/project_lock.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::importer {
@@ -72,6 +74,7 @@ private:
     ProjectManager working_;  // first: copying it is the one step of a move that can throw
     TargetNames names_;
     platform::PathLock lock_;
+    std::optional<orvix::detail::ProjectLock> replacing_;  // the project that is there
     std::string text_;  // of the note and the marker
     ImportStage stage_ = ImportStage::Working;
     bool replaced_ = false;    // the target's folder was there

@@ -134,9 +134,12 @@ Answer Grow(orvix_project& project, const double* seed, const orvix_plane_option
     const Vector local = given.seed_is_local != 0 ? asked : frame.ToLocal(asked);
     const CString file = project.Paths().projectFile;
     ProjectCloud cloud(project.Core());
-    auto grown = detail::GrowPlaneFromSeed(cloud, detail::SettingsUnsaved(file), local, *options);
+    const auto settings = detail::SettingsUnsaved(file);
+    if (!settings) return Refuse(settings.error());
+    auto grown = detail::GrowPlaneFromSeed(cloud, *settings, local, *options);
     if (!grown) return Refuse(grown.error());
-    const PlaneWormSettings stored(file, 1.0);  // BEHAVIOUR C12
+    // The plane was found, whether its split sizes are stored or not.
+    static_cast<void>(detail::StoreSplitSizes(file));  // BEHAVIOUR C12
     plane = std::make_unique<orvix_plane>();
     plane->grown = std::move(*grown);
     plane->frame = frame;

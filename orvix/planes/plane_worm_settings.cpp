@@ -4,13 +4,16 @@
 #include <fmt/format.h>
 
 #include <cassert>
+#include <system_error>
 #include <utility>
 
 #include "orvix/planes/unsaved_settings.h"
 #include "orvix/platform/cache.h"
 #include "orvix/platform/settings_store.h"
 #include "orvix/platform/truncate.h"
+#include "orvix/project/project_lock.h"
 #include "orvix/project/project_settings_file.h"
+#include "orvix/project/settings_update.h"
 
 namespace orvix {
 namespace {
@@ -43,10 +46,11 @@ void WriteNumber(const CString& name, double value) {
 /// version or an older one, or what a project whose other files are there may have instead, an
 /// empty file or a record that was cut short.
 // BEHAVIOUR W16
-bool TakesRepair(const CString& projectFile, bool isComplete) {
+Expected<bool> TakesRepair(const CString& projectFile, detail::CutSettings cut) {
     const auto record = detail::ExamineSettingsFile(projectFile);
-    if (!record || *record == detail::SettingsRecord::Foreign) return false;
-    return isComplete || *record == detail::SettingsRecord::Whole;
+    if (!record) return ErrorOf(record);
+    if (*record == detail::SettingsRecord::Foreign) return false;
+    return cut == detail::CutSettings::AreReplaced || *record == detail::SettingsRecord::Whole;
 }
 
 bool IsForeign(const CString& projectFile) {
@@ -59,6 +63,28 @@ bool Repair(double& splitSize, double baseStep) {
     if (!(splitSize < 0.0)) return false;  // BEHAVIOUR W4
     splitSize = kBaseStepsPerSplitSize * baseStep;
     return true;
+}
+
+/// Both split sizes; whether one was.
+bool RepairBoth(PROJECT_SETTINGS& stored) {
+    const bool alive = Repair(stored.aliveSplitSize, stored.baseStep);
+    const bool skelet = Repair(stored.skeletSplitSize, stored.baseStep);
+    return alive || skelet;
+}
+
+void PutSets(const PlaneWormSettings& settings, PROJECT_SETTINGS& stored) {
+    stored.aliveSplitSize = settings.aliveSplitSize;
+    stored.aliveDiffA = settings.aliveDiffA;
+    stored.aliveDiffB = settings.aliveDiffB;
+    stored.aliveDiffC = settings.aliveDiffC;
+    stored.aliveMinPlane = settings.aliveMinPlane;
+    stored.skeletSplitSize = settings.skeletSplitSize;
+    stored.skeletDiffA = settings.skeletDiffA;
+    stored.skeletDiffB = settings.skeletDiffB;
+    stored.skeletDiffC = settings.skeletDiffC;
+    stored.skeletMinPlane = settings.skeletMinPlane;
+    stored.minCellPoints = settings.minCellPoints;
+    stored.usage = settings.usage;
 }
 
 void TakeSets(PlaneWormSettings& settings, const PROJECT_SETTINGS& stored) {
@@ -78,26 +104,57 @@ void TakeSets(PlaneWormSettings& settings, const PROJECT_SETTINGS& stored) {
 
 }  // namespace
 
-PlaneWormSettings detail::SettingsUnsaved(const CString& projectFile) {
+namespace detail {
+
+Expected<PlaneWormSettings> SettingsUnsaved(const CString& projectFile) {
+    PROJECT_SETTINGS ignored{};
+    if (auto read = ReadSettings(projectFile, ignored); !read) return ErrorOf(read);
     auto project = std::make_shared<ProjectManager>();
     project->Set(projectFile, false);
     PROJECT_SETTINGS& stored = project->projectSettings;
-    Repair(stored.aliveSplitSize, stored.baseStep);
-    Repair(stored.skeletSplitSize, stored.baseStep);
+    RepairBoth(stored);
     PlaneWormSettings settings(false, true, *project, 1.0);
     TakeSets(settings, stored);
     settings.project = std::move(project);
     return settings;
 }
 
+// The record is read again under the lock: what was read before may be another program's defaults.
+// BEHAVIOUR W17
+Expected<void> StoreSplitSizes(const CString& projectFile, CutSettings cut) {
+    PROJECT_SETTINGS stored{};
+    if (auto read = ReadSettings(projectFile, stored); !read) return read;
+    if (!RepairBoth(stored)) return {};
+    std::error_code error;
+    const auto lock = ProjectLock::TryAcquire(projectFile, ProjectLock::Wait::Briefly, error);
+    if (!lock && (!error || !IsRefusal(error))) return {};
+    const auto takes = TakesRepair(projectFile, cut);
+    if (!takes) return ErrorOf(takes);
+    if (auto read = ReadSettings(projectFile, stored = {}); !read) return read;
+    if (!*takes || !RepairBoth(stored)) return {};
+    ReplaceSettings(projectFile, kSettingsVersion, stored, error);
+    if (!error || IsRefusal(error)) return {};
+    return FailSystem(
+        error, platform::ToUtf8(projectFile) + " could not be written; its former settings hold");
+}
+
+Expected<void> SaveToProject(const PlaneWormSettings& settings) {
+    return ChangeSettings(settings.project->projectFile, [&settings](PROJECT_SETTINGS& stored) {
+        PutSets(settings, stored);
+        return true;
+    });
+}
+
+}  // namespace detail
+
 PlaneWormSettings::PlaneWormSettings(const CString& projectPath, const double& scaleFactor)
     : project(std::make_shared<ProjectManager>()), scale(scaleFactor) {
     const bool isComplete = project->Set(projectPath, false);
     PROJECT_SETTINGS& stored = project->projectSettings;
-    const bool aliveRepaired = Repair(stored.aliveSplitSize, stored.baseStep);
-    const bool skeletRepaired = Repair(stored.skeletSplitSize, stored.baseStep);
-    if ((aliveRepaired || skeletRepaired) && TakesRepair(project->projectFile, isComplete))
-        project->SetProjectSettings(stored);
+    if (RepairBoth(stored))
+        static_cast<void>(detail::StoreSplitSizes(
+            project->projectFile,
+            isComplete ? detail::CutSettings::AreReplaced : detail::CutSettings::Stay));
     minCellPoints = kMinCellPoints;
     TakeSets(*this, stored);
     CalculateDefaultSteps(*project);
@@ -162,20 +219,13 @@ void PlaneWormSettings::CalculateDefaultSteps(ProjectManager source) {
 void PlaneWormSettings::Save() {
     assert(project && "Save() writes to the project that the settings were loaded from");
     if (IsForeign(project->projectFile)) return;
-    PROJECT_SETTINGS stored = project->projectSettings;
-    stored.aliveSplitSize = aliveSplitSize;
-    stored.aliveDiffA = aliveDiffA;
-    stored.aliveDiffB = aliveDiffB;
-    stored.aliveDiffC = aliveDiffC;
-    stored.aliveMinPlane = aliveMinPlane;
-    stored.skeletSplitSize = skeletSplitSize;
-    stored.skeletDiffA = skeletDiffA;
-    stored.skeletDiffB = skeletDiffB;
-    stored.skeletDiffC = skeletDiffC;
-    stored.skeletMinPlane = skeletMinPlane;
-    stored.minCellPoints = minCellPoints;
-    stored.usage = usage;
-    project->SetProjectSettings(stored);
+    PutSets(*this, project->projectSettings);
+    // Whoever keeps the project for longer than settings take to be stored does not keep them out.
+    std::error_code ignored;
+    const auto lock = detail::ProjectLock::TryAcquire(project->projectFile,
+                                                      detail::ProjectLock::Wait::Briefly, ignored);
+    detail::ReplaceSettings(project->projectFile, project->settingsVersion,
+                            project->projectSettings, ignored);
 }
 
 void PlaneWormSettings::Save(const double& size, const double& diff, const int& verticalSwitch,

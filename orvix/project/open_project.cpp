@@ -4,19 +4,26 @@
 #include "orvix/platform/text.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/required_files.h"
+#include "orvix/project/settings_update.h"
 
 namespace orvix::detail {
 
 Expected<std::unique_ptr<OpenProject>> OpenProject::Open(const CString& project) {
     auto opened = Load(project);
     if (auto readable = RequireReadable(opened->manager_); !readable) return ErrorOf(readable);
-    if (opened->core_.OpenCores()) return opened;
+    // Settings that were not read must not pass for settings that nobody made.
+    PROJECT_SETTINGS ignored{};
+    if (auto read = ReadSettings(project, ignored); !read) return ErrorOf(read);
+    if (opened->core_.OpenCores()) {
+        if (auto same = opened->stamp_.RequireSame(); !same) return ErrorOf(same);
+        return opened;
+    }
     return Fail(ErrorCode::Failure,
                 platform::ToUtf8(project) + ": its point files could not be opened");
 }
 
 std::unique_ptr<OpenProject> OpenProject::Load(const CString& project) {
-    std::unique_ptr<OpenProject> loaded(new OpenProject);
+    std::unique_ptr<OpenProject> loaded(new OpenProject(project));
     ProjectManager& manager = loaded->manager_;
     BuildPaths(manager, project);
     manager.GetProjectSettings(&manager.projectSettings);

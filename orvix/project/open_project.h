@@ -7,6 +7,7 @@
 #include "orvix/platform/text.h"
 #include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
+#include "orvix/project/project_stamp.h"
 
 namespace orvix::detail {
 
@@ -20,7 +21,8 @@ namespace orvix::detail {
 ///     if (!project) return ErrorOf(project);
 ///     auto reader = (*project)->Core().CreateAlivePointReader();
 ///
-/// Errors   Damaged for a missing file, Failure for one that may not be read, each naming the file.
+/// Errors   Damaged for a missing file, Failure for one that may not be read, each naming the file;
+///          Failure where another project took its place while the files were opened.
 /// Lifetime closes the files at its end; readers must be gone by then.
 class OpenProject {
 public:
@@ -40,10 +42,13 @@ public:
     ProjectManager& Manager() { return manager_; }
     const ProjectManager& Manager() const { return manager_; }
     CProjectCore& Core() { return core_; }
+    /// Which project was opened.
+    [[nodiscard]] const ProjectStamp& Stamp() const { return stamp_; }
 
 private:
-    OpenProject() = default;
+    explicit OpenProject(const CString& project) : stamp_(ProjectStamp::Of(project)) {}
 
+    ProjectStamp stamp_;
     ProjectManager manager_;
     CProjectCore core_;
 };

@@ -39,15 +39,7 @@ void WriteFile(const CString& path, const void* data, std::size_t bytes) {
 // Replaces a record whose sum the manifest holds. BEHAVIOUR K8
 void ReplaceRecord(const ProjectManager& paths, const char* name, const CString& path,
                    std::span<const std::uint8_t> next) {
-    const CString manifest = detail::ManifestPath(paths);
-    if (platform::PathExists(manifest)) {
-        std::array<std::uint8_t, 2 * kProjectFileBytes> former{};
-        std::error_code ignored;
-        const platform::File file = platform::File::OpenRead(path, ignored);
-        const std::size_t read =
-            ignored ? 0 : file.ReadAt(0, former.data(), former.size(), ignored);
-        detail::AnnounceContent(manifest, name, {former.data(), read}, next);
-    }
+    detail::AnnounceRecord(detail::ManifestPath(paths), name, path, next);
     WriteFile(path, next.data(), next.size());
 }
 

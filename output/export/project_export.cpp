@@ -230,6 +230,8 @@ Expected<ExportReport> ExportProject(const CString& project, const CString& targ
         planes = std::move(*column);
     }
     Export work(manager.gridPts, *frame, options, callback, std::move(planes));
+    // The points were opened anew by name.
+    if (auto same = (*opened)->Stamp().RequireSame(); !same) return ErrorOf(same);
     if (auto counted = work.Count(); !counted) return ErrorOf(counted);
     const ExportedCloud& cloud = work.Cloud();
     if (cloud.points == 0)
@@ -245,6 +247,8 @@ Expected<ExportReport> ExportProject(const CString& project, const CString& targ
         return ErrorOf(room);
     OutputFile file(target);
     if (auto written = work.Write(*writer, file); !written) return ErrorOf(written);
+    if (auto same = (*opened)->Stamp().RequireSame(); !same) return ErrorOf(same);
+    if (auto place = RequireTarget(target, options.existing); !place) return ErrorOf(place);
     if (auto committed = file.Commit(); !committed) return ErrorOf(committed);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
     return ExportReport{cloud.points, work.Bytes(), writer->Format(), cloud.bounds, spent.count()};

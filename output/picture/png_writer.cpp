@@ -1,6 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "output/picture/png_writer.h"
 
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+// The writer of pictures takes it that there is always memory. What it holds when there is none stays
+// until the program ends, which is soon.
+void* OrThrow(void* memory) {
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+void* Request(std::size_t bytes) {
+    return OrThrow(std::malloc(bytes));
+}
+
+void* RequestMore(void* memory, std::size_t bytes) {
+    return OrThrow(std::realloc(memory, bytes));
+}
+
+}  // namespace
+
+#define STBIW_MALLOC(bytes) Request(bytes)
+#define STBIW_REALLOC(memory, bytes) RequestMore(memory, bytes)
+#define STBIW_FREE(memory) std::free(memory)
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
 #define STBI_WRITE_NO_STDIO

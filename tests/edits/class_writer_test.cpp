@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "orvix/platform/path.h"
 #include "support/scratch_folder.h"
 #include "tests/support/tiny_project.h"
 
@@ -20,8 +21,8 @@ protected:
 
     Expected<std::uint64_t> Apply(bool goOn) {
         const reports::Classification classes{{-100, 1, 100}, {1, 1}, 1, 0};
-        return ApplyClasses(project_, reports::Field::Height, classes,
-                            [goOn](double, std::uint64_t) { return goOn; });
+        return ApplyClasses(project_, detail::ProjectStamp::Of(project_), reports::Field::Height,
+                            classes, [goOn](double, std::uint64_t) { return goOn; });
     }
 
     test::ScratchFolder folder_;
@@ -34,6 +35,23 @@ TEST_F(ClassWriterTest, StopsWhenAskedAndSaysHowFarItCame) {
     EXPECT_EQ(cancelled.error().code, ErrorCode::Cancelled);
     EXPECT_THAT(cancelled.error().message, HasSubstr("run it again"));
     EXPECT_TRUE(Apply(true));
+}
+
+// BEHAVIOUR P17
+TEST_F(ClassWriterTest, WritesNothingIntoAnotherProjectOfTheName) {
+    const auto before = test::ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts");
+    const reports::Classification classes{{-100, 1, 100}, {1, 1}, 1, 0};
+    const auto moved = detail::ProjectStamp::Of(project_);
+    std::error_code error;
+    platform::RemoveFile(folder_ / L"p_Project_Files/head", error);
+    test::WriteTinyProject(test::MakeTinyProject(test::RoomPoints(4)), project_);
+    const auto other = test::ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts");
+    ASSERT_NE(other, before);
+    const auto refused = ApplyClasses(project_, moved, reports::Field::Height, classes,
+                                      [](double, std::uint64_t) { return true; });
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, HasSubstr("was replaced or removed"));
+    EXPECT_EQ(test::ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts"), other);
 }
 
 TEST_F(ClassWriterTest, RefusesASkeletonWhoseFilesDisagree) {

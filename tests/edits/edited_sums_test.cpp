@@ -31,8 +31,8 @@ protected:
 
     Expected<std::uint64_t> Apply(const std::function<bool()>& goOn = [] { return true; }) {
         const reports::Classification classes{{-100, 1, 100}, {1, 1}, 1, 0};
-        return ApplyClasses(project_, reports::Field::Height, classes,
-                            [goOn](double, std::uint64_t) { return goOn(); });
+        return ApplyClasses(project_, detail::ProjectStamp::Of(project_), reports::Field::Height,
+                            classes, [goOn](double, std::uint64_t) { return goOn(); });
     }
 
     detail::CheckReport Check() {

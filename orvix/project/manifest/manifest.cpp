@@ -195,4 +195,14 @@ void AnnounceContent(const CString& manifestPath, const std::string& name,
     (void)WriteManifest(manifestPath, **manifest);
 }
 
+void AnnounceRecord(const CString& manifestPath, const std::string& name, const CString& path,
+                    std::span<const std::uint8_t> next) {
+    if (!platform::PathExists(manifestPath)) return;
+    std::array<std::uint8_t, 1024> former{};  // longer than any sound record
+    std::error_code ignored;
+    const platform::File file = platform::File::OpenRead(path, ignored);
+    const std::size_t read = ignored ? 0 : file.ReadAt(0, former.data(), former.size(), ignored);
+    AnnounceContent(manifestPath, name, {former.data(), read}, next);
+}
+
 }  // namespace orvix::detail

@@ -69,5 +69,8 @@ FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes);
 /// Cost       reads and replaces the manifest, and waits for the disk.
 void AnnounceContent(const CString& manifestPath, const std::string& name,
                      std::span<const std::uint8_t> former, std::span<const std::uint8_t> next);
+/// The same for the record at `path`, which is read, and which is small.
+void AnnounceRecord(const CString& manifestPath, const std::string& name, const CString& path,
+                    std::span<const std::uint8_t> next);
 
 }  // namespace orvix::detail

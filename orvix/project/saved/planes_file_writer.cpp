@@ -14,6 +14,11 @@ namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
 
+tl::unexpected<Error> Busy(const std::string& name) {
+    return Fail(ErrorCode::Failure,
+                name + " is being written by another program; wait until it has ended");
+}
+
 }  // namespace
 
 Expected<std::unique_ptr<PlanesFileWriter>> PlanesFileWriter::Create(const ProjectManager& paths) {
@@ -21,28 +26,16 @@ Expected<std::unique_ptr<PlanesFileWriter>> PlanesFileWriter::Create(const Proje
     auto lock = platform::PathLock::TryAcquire(PlanesLockPath(paths), error);
     const std::string name = platform::ToUtf8(SavedPlanesPath(paths));
     if (error) return FailSystem(error, name + " cannot be written; check the permissions");
-    if (!lock)
-        return Fail(ErrorCode::Failure,
-                    name + " is being written by another program; wait until it has ended");
+    if (!lock) return Busy(name);
     std::unique_ptr<PlanesFileWriter> writer(new PlanesFileWriter(paths, std::move(lock)));
+    if (writer->error_ == std::errc::device_or_resource_busy) return Busy(name);
     if (writer->error_) return FailSystem(writer->error_, name + " cannot be written");
     return writer;
 }
 
 PlanesFileWriter::PlanesFileWriter(const ProjectManager& paths, platform::PathLock&& lock)
-    : lock_(std::move(lock)),
-      path_(SavedPlanesPath(paths)),
-      part_(UnfinishedPlanesPath(paths)),
-      file_(platform::File::Create(part_, error_)),
-      made_(!error_) {
+    : lock_(std::move(lock)), path_(SavedPlanesPath(paths)), file_(path_, L".orvix-part", error_) {
     PutValue(bytes_, PlanesFileStart{});
-}
-
-PlanesFileWriter::~PlanesFileWriter() {
-    if (!made_) return;
-    std::error_code ignored;
-    file_.Close(ignored);
-    platform::RemoveFile(part_, ignored);
 }
 
 void PlanesFileWriter::Flush() {
@@ -79,12 +72,8 @@ Expected<void> PlanesFileWriter::Commit(const SavedSearch& search,
     Flush();
     PutValue(bytes_, hash_.Value());
     Flush();
-    if (!error_) file_.Sync(error_);
-    if (!error_) file_.Close(error_);
-    if (!error_) platform::Rename(part_, path_, error_);
+    if (!error_) file_.Publish(error_);
     if (error_) return FailSystem(error_, platform::ToUtf8(path_) + " could not be written");
-    made_ = false;
-    platform::SyncFolder(platform::ParentOf(path_), error_);
     return {};
 }
 

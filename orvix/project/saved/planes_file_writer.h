@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "orvix/platform/error.h"
-#include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/platform/unfinished_file.h"
 #include "orvix/points/stream_hash.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/saved/plane_runs.h"
@@ -36,7 +36,6 @@ namespace orvix::detail {
 class PlanesFileWriter {
 public:
     static Expected<std::unique_ptr<PlanesFileWriter>> Create(const ProjectManager& paths);
-    ~PlanesFileWriter();
     PlanesFileWriter(const PlanesFileWriter&) = delete;
     PlanesFileWriter& operator=(const PlanesFileWriter&) = delete;
 
@@ -53,10 +52,8 @@ private:
 
     platform::PathLock lock_;
     CString path_;
-    CString part_;
     std::error_code error_;
-    platform::File file_;
-    bool made_ = false;
+    platform::UnfinishedFile file_;
     std::vector<std::uint8_t> bytes_;  // not yet in the file
     StreamHash hash_;                  // of those that are
     std::array<std::vector<PlaneBlock>, kCloudParts> blocks_;
