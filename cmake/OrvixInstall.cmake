@@ -84,9 +84,10 @@ file(RELATIVE_PATH ORVIX_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /pr
 configure_file(cmake/orvix.pc.in ${PROJECT_BINARY_DIR}/orvix.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvix.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
-install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 install(FILES docs/COMMAND.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
 install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/GLOSSARY.md docs/EMBEDDING.md docs/WINDOWS.md
+  docs/DEPENDENCIES.md
   docs/message-box.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
@@ -115,6 +116,8 @@ if(boost_terms)
   install(FILES ${boost_terms} RENAME libboost-dev.txt
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT runtime)
 endif()
+include(OrvixSbom)
+install(FILES ${ORVIX_SBOM} DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT runtime)
 # The command's own: the letters of its pictures.
 install(FILES output/picture/font/LICENSE.txt RENAME dejavu-sans.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT command)
