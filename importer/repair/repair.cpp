@@ -71,6 +71,8 @@ std::vector<std::uint8_t> ReadSmall(const CString& path) {
 }
 
 Expected<void> WriteNew(const CString& path, std::span<const std::uint8_t> bytes) {
+    std::error_code ignored;
+    platform::RemoveFile(path, ignored);  // of a repair that was ended, or a link to elsewhere
     SyncedFile file;
     Expected<void> done = file.Create(path, Durability::Lasting);
     if (done) done = file.WriteAt(0, bytes.data(), bytes.size());

@@ -135,7 +135,8 @@ Expected<void> WriteManifest(const CString& path, const Manifest& manifest) {
     const std::vector<std::uint8_t> bytes = EncodeManifest(manifest);
     const CString part = UnfinishedManifestPath(path);
     std::error_code error;
-    platform::File file = platform::File::Create(part, error);
+    platform::RemoveFile(part, error);  // of a writer that was ended, or a link to elsewhere
+    platform::File file = platform::File::CreateNew(part, error);
     if (!error) file.Append(bytes.data(), bytes.size(), error);
     if (!error) file.Sync(error);
     if (!error) file.Close(error);

@@ -182,6 +182,20 @@ TEST_F(RepairTest, WithoutSumsFindsWhatDoesNotGoWithThePoints) {
     EXPECT_TRUE(ReadProject(project) == whole);
 }
 
+// As a repair leaves it that is killed while it replaces files: some are new, of others a part is left.
+TEST_F(RepairTest, GoesOnWhereOneWasEnded) {
+    Import();
+    const Bytes part(5'000'000, 7);
+    for (const detail::CoveredFile& file : Derived()) {
+        orvix::test::WriteBytes(file.path + L".orvix-part", part.data(), part.size());
+    }
+    FlipBit(paths.transformFile, 200);
+    orvix::test::WriteBytes(paths.transformFile + L".orvix-part", part.data(), part.size());
+    Remove(paths.zHist);
+    EXPECT_TRUE(Mend().Ok());
+    EXPECT_TRUE(ReadProject(project) == whole);
+}
+
 TEST_F(RepairTest, ThatIsOnlyTriedChangesNothing) {
     Import();
     Remove(paths.zHist);

@@ -44,6 +44,9 @@ TEST(Manifest, ComesBackAsItWasWritten) {
     ASSERT_TRUE(read && *read);
     EXPECT_TRUE(IsSame(**read, Sample()));
     EXPECT_EQ(folder.Names(), std::vector<CString>{L"manifest"});
+    orvix::test::WriteText(UnfinishedManifestPath(path), "of a writer that was killed");
+    ASSERT_TRUE(WriteManifest(path, Sample()));
+    EXPECT_EQ(folder.Names(), std::vector<CString>{L"manifest"});
 }
 
 TEST(Manifest, ThatIsCutShortOrHasAFlippedBitIsDamaged) {
