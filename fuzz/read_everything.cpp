@@ -161,7 +161,7 @@ void ReadEverything(const CString& file, Searches searches) {
     Require(!whole || project, "a whole project is opened");
     if (Told(project)) {
         Told(reports::ListStations(*project, [] { return true; }));
-        reports::ScannerPositions(project->Manager());
+        Told(reports::ScannerPositions(project->Manager()));
         reports::SampleSkeleton(*project, {}, reports::SkeletonStations::Read);
         ReadPoints(project->Core());
         ReadCells(project->Core(), project->Core().Has10cm());

@@ -118,7 +118,9 @@ void PlanesFinding::Renumber() {
 
 Expected<PlanesFinding> FindPlanes(const WorldProject& project,
                                    detection::PlaneSearchOptions options) {
-    options.stations = ScannerPositions(project.Manager());
+    auto stations = ScannerPositions(project.Manager());
+    if (!stations) return ErrorOf(stations);
+    options.stations = std::move(*stations);
     const auto start = std::chrono::steady_clock::now();
     auto search = detection::PlaneSearch::Run(project.Core(), options);
     if (!search) return ErrorOf(search);

@@ -4,7 +4,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
+#include <system_error>
 
+#include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/attributes.h"
@@ -72,11 +75,24 @@ Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
     return stations;
 }
 
-std::vector<SimplePointT<double>> ScannerPositions(ProjectManager& manager) {
+// A position that cannot be read is not one that was never stored: planes are turned by it.
+Expected<std::vector<SimplePointT<double>>> ScannerPositions(const ProjectManager& manager) {
     std::vector<SimplePointT<double>> positions;
+    std::error_code listed;
+    platform::ListFolder(manager.scanposFolder, listed);
+    if (listed && listed != std::errc::no_such_file_or_directory) {
+        return FailSystem(listed, platform::ToUtf8(manager.scanposFolder) + " cannot be read");
+    }
     for (const int i : detail::StationsWithFiles(manager, manager.cloudHeader.stationCount)) {
+        const CString path = detail::StationPathsOf(manager, i).position;
         SimplePointT<double> at;
-        if (manager.GetScanPosition(i, at.x, at.y, at.z)) positions.push_back(at);
+        const detail::StationBytes read = detail::ReadStationBytes(path, sizeof at);
+        if (read.openError == std::errc::no_such_file_or_directory) continue;
+        if (const std::error_code error = read.openError ? read.openError : read.readError) {
+            return FailSystem(error, platform::ToUtf8(path) + " cannot be read");
+        }
+        std::memcpy(&at, read.bytes.data(), read.bytes.size() / sizeof at.x * sizeof at.x);
+        positions.push_back(at);
     }
     return positions;
 }

@@ -33,7 +33,10 @@ struct ListedStation {
 Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
                                                   const std::function<bool()>& proceed);
 
-/// Where the scanners stood, project frame, of the stations whose files hold a position.
-std::vector<SimplePointT<double>> ScannerPositions(ProjectManager& manager);
+/// Where the scanners stood, project frame, of the stations that have a position's file; values that a
+/// short file lacks are 0, as ProjectManager::GetScanPosition takes it.
+///
+/// Errors   a file that is there and cannot be read.
+Expected<std::vector<SimplePointT<double>>> ScannerPositions(const ProjectManager& manager);
 
 }  // namespace orvix::reports

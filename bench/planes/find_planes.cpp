@@ -310,7 +310,7 @@ void Measure(Arguments a, const CString& path, PointTruth truth) {
     // Planes are compared in the project's frame.
     truth.MoveTo(detail::ReadTransform((*project)->Manager().transformFile)->Origin());
     truth.Read(core);
-    a.search.stations = reports::ScannerPositions((*project)->Manager());
+    a.search.stations = reports::ScannerPositions((*project)->Manager()).value();
     Measured ours = Search(a, core);
     if (truth.MinPoints() > 0) ours.knownPoints = truth.MinPoints();
     PlaneCounter counter(truth.Planes());

@@ -84,7 +84,9 @@ Answer Find(orvix_project& project, const orvix_planes_options& given,
     auto made = std::make_unique<orvix_planes>();
     made->project = project.opened;
     made->frame = project.summary.frame;
-    options->stations = reports::ScannerPositions(made->project->Manager());
+    auto stations = reports::ScannerPositions(made->project->Manager());
+    if (!stations) return Refuse(stations.error());
+    options->stations = std::move(*stations);
     auto search = PlaneSearch::Run(made->project->Core(), *options);
     if (!search) return Refuse(search.error());
     made->search = std::move(*search);

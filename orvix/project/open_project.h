@@ -48,6 +48,8 @@ public:
 private:
     explicit OpenProject(const CString& project) : stamp_(ProjectStamp::Of(project)) {}
 
+    Expected<void> RequireSkeleton();
+
     ProjectStamp stamp_;
     ProjectManager manager_;
     CProjectCore core_;
