@@ -118,6 +118,7 @@ class Run:
             return ""
         done = self.scenario.bench.run(words, self.folder)
         state, beside = self.scenario.whole(self.scenario.state(self.folder))
+        beside = [name for name in beside if not self.is_named(name, "")]
         if state == "new" and not beside:
             return ""
         error = done.stderr.decode(errors="replace").strip()
