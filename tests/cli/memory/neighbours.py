@@ -6,7 +6,7 @@
 
 cut        Grid.pts is truncated while a verb reads it: code 0 (read before), or 1 to 5 with a sentence
 replaced   another project takes the name: the result is one project's, or code 1 to 5 with a sentence;
-           the new project is sound and unnumbered, whatever the verb was to write
+           the new project is sound, and as it was unless the verb worked on it alone
 exports    two exports to one name: one whole file, and a sentence from whoever was refused
 settings   ten processes store ten settings of the user: all ten are there
 """
@@ -94,12 +94,22 @@ class Yard:
             os.rename(folder / name, folder / ("former_" + name))
             os.rename(other / name, folder / name)
 
-    def is_other(self, folder, _code):
+    def is_other_after(self, words):
+        """The judge of a verb: the new project is as it was, or, where the verb came to it after it was
+        put there and says that it has done its work, as the verb makes it."""
+        done = self.fresh("other")
+        self.finish(self.start(done, words))
+        points = "scan_Project_Files/Index/Grid.pts"
+        after = (done / points).read_bytes()
+        return lambda folder, code: self.is_other(folder, after if code == 0 else None)
+
+    def is_other(self, folder, after):
         code, _, said = self.finish(self.start(folder, ["check", "scan.prj", "--deep"]))
         if code:
             return f"the new project is damaged: {said}"
         points = "scan_Project_Files/Index/Grid.pts"
-        same = (folder / points).read_bytes() == (self.root / "other" / points).read_bytes()
+        now = (folder / points).read_bytes()
+        same = now in (after, (self.root / "other" / points).read_bytes())
         return None if same else "the new project was written to"
 
     def exports(self, rounds):
@@ -150,7 +160,7 @@ def main():
     n = options.rounds
     try:
         add("cut", [yard.disturbed(words, n, yard.cut, lambda *_: None) for words in READERS])
-        add("replaced", [yard.disturbed(words, n, yard.replace, yard.is_other)
+        add("replaced", [yard.disturbed(words, n, yard.replace, yard.is_other_after(words))
                          for words in READERS[:3] + WRITERS])
         add("exports", [yard.exports(n)])
         add("settings", [yard.settings(max(1, n // 4))])
