@@ -275,7 +275,7 @@ bool ProjectRepair::NeedsBuild() const {
 std::vector<SkeletonSize> ProjectRepair::Sizes() const {
     CLOUD_HEADER head;
     const auto bytes = ReadSmall(paths_.headFile);
-    std::memcpy(&head, bytes.data(), std::min<std::size_t>(bytes.size(), sizeof head));
+    if (bytes.size() == sizeof head) std::memcpy(&head, bytes.data(), sizeof head);
     std::vector<SkeletonSize> sizes{SkeletonSize::TenCentimetres, SkeletonSize::OneMetre,
                                     SkeletonSize::OneCentimetre};
     const auto said = std::find_if(sizes.begin(), sizes.end(),
@@ -350,7 +350,7 @@ CLOUD_HEADER ProjectRepair::Head() const {
     CLOUD_HEADER head = HeadOf(facts);
     const auto bytes = ReadSmall(paths_.headFile);
     CLOUD_HEADER former;
-    std::memcpy(&former, bytes.data(), std::min<std::size_t>(bytes.size(), sizeof former));
+    if (bytes.size() == sizeof former) std::memcpy(&former, bytes.data(), sizeof former);
     const auto& stored = FileOf(detail::kHeadName).stored;
     for (std::uint32_t i = extent_.stations; stored && i <= kMaxStations; ++i) {
         head.stationCount = i;
