@@ -104,7 +104,8 @@ public:
             while (i < contacts.size() && contacts[i].pair == pair) ++i;
             if (!nearness_.mayJoin(pair)) continue;
             const Region& one = nearness_.regionOf(pair.first);
-            Approach approach{one.plane.normal};
+            Approach approach;
+            approach.normal = one.plane.normal;
             const bool parted = !one.small && !nearness_.regionOf(pair.second).small;
             for (std::size_t k = first; k < i && !approach.touch; ++k)
                 Approximate(patches_[contacts[k].a], patches_[contacts[k].b], approach);

@@ -129,8 +129,10 @@ TEST_F(CommandInAShell, EndsAnImportInOrderThatMeetsALimitOfTheShell) {
     const std::vector<std::uint8_t> points = ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts");
     // A limit on the size of files ends most programs by a signal; one on open files is met anywhere.
     for (const char* limit : {"ulimit -f 1", "ulimit -f 8", "ulimit -n 4", "ulimit -n 6"}) {
+        // Descriptors that the test inherited would count.
         const ProcessResult ended =
-            Shell(std::string(limit) + "; \"$orvix\" import room.xyz p.prj --overwrite --dedupe");
+            Shell("exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; " + std::string(limit) +
+                  "; \"$orvix\" import room.xyz p.prj --overwrite --dedupe");
         EXPECT_THAT(ended.exitCode, testing::AnyOf(1, 3, 4)) << limit << ended.errors;
         EXPECT_THAT(ended.errors, HasSubstr("orvix import: ")) << limit;
         EXPECT_EQ(ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts"), points) << limit;
