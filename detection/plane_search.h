@@ -34,7 +34,7 @@ struct PlaneSearchOptions {
     double distance = 0;   ///< metres: largest distance of a point from its plane
     double angle = 0;      ///< degrees: largest turn of a cell's normal; 0: 20
     double minArea = 0;    ///< square metres of outline that a plane has at least
-    double minPoints = 0;  ///< points that a plane has at least; 0: 50
+    double minPoints = 0;  ///< points that a plane has at least; 0: 50, in thin scans 30
     double bridge = -1;    ///< metres: pieces of one plane join across gaps of about this width
     Detail detail = Detail::Normal;
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;

@@ -20,7 +20,8 @@ constexpr double kBridgeSpacings = 1;  // points' distances: the width of a gap 
 constexpr double kRoom = 50;           // metres: what is no wider is a room or a house
 constexpr double kMinAreaInRoom = 0.015;  // square metres: planes of 0.02 and more pass surely
 constexpr double kMaxMinArea = 0.25;
-constexpr double kMinPoints = 50;
+constexpr double kMinPoints = 50;         // of fewer, in a dense scan, one in four is a plane
+constexpr double kMinPointsOfCells = 30;  // where cells alone grow
 
 /// What a detail makes of the values for the normal one.
 struct DetailFactors {
@@ -43,6 +44,11 @@ double MinAreaFor(double extent) {
     return std::min(kMinAreaInRoom * rooms * rooms, kMaxMinArea);
 }
 
+// BEHAVIOUR A15
+bool PointsDecide(const PlaneSearchSettings& settings) {
+    return settings.spacing <= kMaxSpacing * settings.cellSize;
+}
+
 }  // namespace
 
 std::size_t CellStepFor(double cellSize) {
@@ -63,7 +69,8 @@ PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSi
     settings.angle = orElse(options.angle, 20);
     const DetailFactors factors = FactorsOf(options.detail);
     settings.minArea = orElse(options.minArea, factors.minArea * MinAreaFor(cloud.extent));
-    settings.minPoints = orElse(options.minPoints, factors.minPoints * kMinPoints);
+    const double minPoints = PointsDecide(settings) ? kMinPoints : kMinPointsOfCells;
+    settings.minPoints = orElse(options.minPoints, factors.minPoints * minPoints);
     settings.bridge = options.bridge >= 0
                           ? options.bridge
                           : kBridgeCells * cellSize + kBridgeSpacings * cloud.spacing;
@@ -77,7 +84,7 @@ GrowthLimits LimitsFor(const PlaneSearchOptions& options, const PlaneSearchSetti
     limits.fixed = options.distance > 0;
     limits.waviness = factors.waviness * kWaviness;
     limits.maxWave = factors.waviness * kMaxWave;
-    limits.small = factors.small && settings.spacing <= kMaxSpacing * settings.cellSize;
+    limits.small = factors.small && PointsDecide(settings);
     const double radians = std::min(settings.angle, 90.0) * std::numbers::pi / 180;
     limits.minCosine = detail::SineCosineOf(radians).cosine;
     limits.noise = settings.noise;

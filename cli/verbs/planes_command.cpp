@@ -152,7 +152,9 @@ void AddSearchOptions(CLI::App& verb, PlanesArguments& arguments) {
         "Least area of a plane (default: 0.015 in a room or house, up to 0.25 in what is wider)",
         "M2");
     add("--min-points", options.minPoints,
-        "Least points of a plane (default 50; fine 25, coarse 150)", "N");
+        "Least points of a plane (default 50, in thin scans 30; fine half, coarse three times "
+        "that)",
+        "N");
     verb.add_option(
             "--bridge", options.bridge,
             "Width of a gap across which pieces of one plane join, unless a wall stands between "
