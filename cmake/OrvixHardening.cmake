@@ -34,6 +34,7 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
   add_compile_options(-fcf-protection=full)
 endif()
 if(WIN32)
+  add_link_options(-fstack-protector-strong)  # links the checks' own library
   add_link_options(LINKER:--dynamicbase,--high-entropy-va,--nxcompat)
 else()
   add_compile_options(-fstack-clash-protection)
