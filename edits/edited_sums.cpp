@@ -41,6 +41,8 @@ Expected<void> RequireSame(const CString& path, const FileSums& stored) {
 Expected<EditedSums> EditedSums::Begin(const ProjectManager& paths) {
     EditedSums sums(paths);
     sums.fresh_ = detail::TimesWritten(paths.gridPts) == 0;
+    // Of an edit that was ended: this one may write no manifest.
+    detail::RemoveUnfinishedManifest(detail::ManifestPath(paths));
     const auto manifest = detail::ReadManifest(detail::ManifestPath(paths));
     if (!manifest) return ErrorOf(manifest);
     if (!*manifest || !sums.fresh_) return sums;

@@ -7,6 +7,7 @@
 #include "cli/verbs.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/covered_files.h"
 #include "orvix/project/destroy_project.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_gate.h"
@@ -91,6 +92,7 @@ Expected<Outcome> Remove(const std::string& argument, const CString& project,
     if (auto gone = detail::DestroyProject(project); !gone) return ErrorOf(gone);
     std::error_code ignored;
     platform::RemoveFile(project + detail::kUnfinishedSettingsEnding, ignored);
+    platform::RemoveFile(detail::UnfinishedPathOf(project), ignored);
     return Destroyed(argument, folder, elsewhere);
 }
 

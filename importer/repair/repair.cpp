@@ -57,10 +57,6 @@ constexpr Derived kDerived[] = {
 constexpr std::uint64_t kSmallBytes = 8'192;
 constexpr std::uint32_t kMaxStations = 65'536;
 
-CString PartOf(const CString& path) {
-    return path + L".orvix-part";
-}
-
 std::vector<std::uint8_t> ReadSmall(const CString& path) {
     std::error_code error;
     const auto file = platform::File::OpenRead(path, error);
@@ -220,7 +216,7 @@ Expected<void> ProjectRepair::Open(const CString& project) {
     }
     parts_ = paths_;
     for (const Derived& derived : kDerived) {
-        parts_.*derived.path = PartOf(paths_.*derived.path);
+        parts_.*derived.path = detail::UnfinishedPathOf(paths_.*derived.path);
     }
     report_.points = bytes / kAlivePointBytes;
     return {};
@@ -409,7 +405,8 @@ Expected<void> ProjectRepair::DecideRecord(const JudgedFile& file) {
         bytes.size() == file.stored->bytes) {
         if (const auto mended = WithoutFlippedBit(bytes, file.stored->sums.front())) {
             Add(file, FileState::Mended, "one bit had flipped; its sum shows which");
-            return options_.dryRun ? Expected<void>() : WriteNew(PartOf(file.path), *mended);
+            return options_.dryRun ? Expected<void>()
+                                   : WriteNew(detail::UnfinishedPathOf(file.path), *mended);
         }
     }
     const bool missing = file.judgement == Judgement::Missing;
@@ -456,7 +453,7 @@ Expected<void> ProjectRepair::Replace() {
     std::error_code error;
     for (const RepairedFile& file : report_.files) {
         if (file.state != FileState::Rebuilt && file.state != FileState::Mended) continue;
-        platform::Rename(PartOf(file.path), file.path, error);
+        platform::Rename(detail::UnfinishedPathOf(file.path), file.path, error);
         if (error) return FailSystem(error, ToUtf8(file.path) + " could not be replaced");
         platform::SyncFolder(platform::ParentOf(file.path), error);
     }
@@ -474,11 +471,14 @@ Expected<void> ProjectRepair::WriteManifest() {
             known.push_back(*judged.stored);
         same = same && (sound || file.state == FileState::Lost);
     }
+    std::error_code error;
+    // Of a writer that was ended: this repair may write no manifest.
+    platform::RemoveFile(detail::UnfinishedManifestPath(detail::ManifestPath(paths_)), error);
     if (same) return {};
     Expected<void> done = detail::SumProject(paths_, known, RunnerOf(pool_));
     if (!done) return done;
     report_.summed = true;
-    std::error_code error;
+    error.clear();
     const CString mark = detail::WrittenMarkPath(paths_.gridPts);
     if (platform::PathExists(mark)) platform::RemoveFile(mark, error);
     if (error) return FailSystem(error, ToUtf8(mark) + " could not be removed");
@@ -486,15 +486,9 @@ Expected<void> ProjectRepair::WriteManifest() {
 }
 
 void ProjectRepair::RemoveParts() const {
+    if (!lock_) return;
     std::error_code ignored;
-    for (const Derived& derived : kDerived) {
-        if (lock_) platform::RemoveFile(parts_.*derived.path, ignored);
-    }
-    for (const RepairedFile& file : report_.files) {
-        if (lock_ && file.state == FileState::Mended) {
-            platform::RemoveFile(PartOf(file.path), ignored);
-        }
-    }
+    for (const CString& path : detail::UnfinishedFiles(paths_)) platform::RemoveFile(path, ignored);
 }
 
 Expected<RepairReport> ProjectRepair::Run(const CString& project) {

@@ -45,6 +45,8 @@ constexpr std::string_view kStationFolder = "Index/scanpos/";
 constexpr std::string_view kStationStart = "station_";
 constexpr std::string_view kStationEndings[] = {".pos", ".orientation", ".intens", ".name"};
 
+constexpr std::wstring_view kUnfinishedEnding = L".orvix-part";
+
 // station_N and one of the endings, and nothing else: a name never leads out of its folder.
 bool IsStationFile(std::string_view name) {
     if (!name.starts_with(kStationStart)) return false;
@@ -104,6 +106,26 @@ std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths, std::error_co
             {std::string(kStationFolder) + name, platform::JoinPath(paths.scanposFolder, file)});
     }
     if (error == std::errc::no_such_file_or_directory) error.clear();
+    return files;
+}
+
+CString UnfinishedPathOf(const CString& path) {
+    return CString(path).append(kUnfinishedEnding);
+}
+
+std::vector<CString> UnfinishedFiles(const ProjectManager& paths) {
+    std::vector<CString> files;
+    for (const Entry& entry : kFiles) {
+        if (entry.name != std::string_view(kPointsName))  // which are never made anew
+            files.push_back(UnfinishedPathOf(paths.*entry.path));
+    }
+    std::error_code ignored;
+    for (const CString& file : platform::ListFolder(paths.scanposFolder, ignored)) {
+        if (!file.ends_with(kUnfinishedEnding)) continue;
+        const CString station = file.substr(0, file.size() - kUnfinishedEnding.size());
+        if (IsStationFile(ToUtf8(station)))
+            files.push_back(platform::JoinPath(paths.scanposFolder, file));
+    }
     return files;
 }
 

@@ -45,6 +45,11 @@ std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths);
 /// The same, with an error where the stations' folder is there and cannot be listed.
 std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths, std::error_code& error);
 
+/// The name under which a repair makes a covered file anew, beside it.
+CString UnfinishedPathOf(const CString& path);
+/// Where a repair that was ended may have left one, whether or not it did.
+std::vector<CString> UnfinishedFiles(const ProjectManager& paths);
+
 /// The path of a name; empty for a name that no such file has, whatever it may be.
 CString CoveredPath(const ProjectManager& paths, const std::string& name);
 

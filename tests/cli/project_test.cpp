@@ -226,10 +226,20 @@ TEST_F(ProjectVerbs, TellThatTheProjectFilesFolderIsLost) {
 
 TEST_F(ProjectVerbs, DestroyTheProjectAndNameWhatRemains) {
     WriteText(folder_ / platform::JoinPath(L"p_Project_Files", L"notes.txt"), "keep me");
+    // As verbs leave them that are killed.
+    const CString parts[] = {
+        folder_ / L"p.prj.orvix-part", folder_ / L"p_Project_Files/manifest.orvix-part",
+        Index(L"Grid.idx.orvix-part"), Index(L"scanpos/station_0.pos.orvix-part")};
+    for (const CString& part : parts) WriteText(part, "half");
+    const CString others = Index(L"others.idx.orvix-part");
+    WriteText(others, "keep me too");
     const Json destroyed = OrvixJson({"destroy", Project()});
     EXPECT_EQ(destroyed["destroyed"], true);
     EXPECT_FALSE(platform::PathExists(project_));
     EXPECT_FALSE(platform::PathExists(Index(L"Grid.pts")));
+    for (const CString& part : parts)
+        EXPECT_FALSE(platform::PathExists(part)) << platform::ToUtf8(part);
+    EXPECT_TRUE(platform::PathExists(others));
     const auto& remains = destroyed["remains"];
     EXPECT_THAT(remains, testing::Contains(Json(Utf8(
                              folder_ / platform::JoinPath(L"p_Project_Files", L"notes.txt")))));

@@ -85,6 +85,15 @@ TEST_F(EditedSumsTest, AreGivenUpByAnEditThatEndsEarly) {
     EXPECT_THAT(Check().sums.written, SizeIs(3)) << "only a repair looks at the points anew";
 }
 
+// As an edit leaves it that is killed while it writes the sums anew.
+TEST_F(EditedSumsTest, ClearAwayWhatAnEndedEditLeftOfTheManifest) {
+    OpenForWriting();
+    const CString part = detail::UnfinishedManifestPath(detail::ManifestPath(paths_));
+    test::WriteBytes(part, "Orvix", 5);
+    EXPECT_TRUE(Apply());
+    EXPECT_FALSE(platform::PathExists(part));
+}
+
 TEST_F(EditedSumsTest, AreGivenUpWhereAnotherOpensThePointsForWritingMeanwhile) {
     EXPECT_TRUE(Apply([this] {
         OpenForWriting();

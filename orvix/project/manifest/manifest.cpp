@@ -163,10 +163,15 @@ platform::PathLock LockManifest(const CString& path) {
     std::error_code error;
     for (int i = 0; i < kTries; ++i) {
         auto lock = platform::PathLock::TryAcquire(ManifestLockPath(path), error);
+        if (lock) platform::RemoveFile(UnfinishedManifestPath(path), error);
         if (lock || error) return lock;
         std::this_thread::sleep_for(kPause);
     }
     return {};
+}
+
+void RemoveUnfinishedManifest(const CString& path) {
+    if (platform::PathExists(UnfinishedManifestPath(path))) (void)LockManifest(path);
 }
 
 FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes) {

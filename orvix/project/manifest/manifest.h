@@ -52,8 +52,11 @@ Expected<void> WriteManifest(const CString& path, const Manifest& manifest);
 CString UnfinishedManifestPath(const CString& path);
 /// The lock of who changes a manifest that is there.
 CString ManifestLockPath(const CString& path);
-/// Waits for it, up to a second; none where another program has it longer.
+/// Waits for it, up to a second; none where another program has it longer. Who gets it clears away
+/// what a writer left unfinished that was ended.
 platform::PathLock LockManifest(const CString& path);
+/// Clears it away where no writer is at work, for a verb that writes no manifest itself.
+void RemoveUnfinishedManifest(const CString& path);
 
 /// The sums of bytes that lie in memory.
 FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes);

@@ -190,9 +190,15 @@ TEST_F(RepairTest, GoesOnWhereOneWasEnded) {
         orvix::test::WriteBytes(file.path + L".orvix-part", part.data(), part.size());
     }
     FlipBit(paths.transformFile, 200);
-    orvix::test::WriteBytes(paths.transformFile + L".orvix-part", part.data(), part.size());
+    const CString station = platform::JoinPath(paths.scanposFolder, L"station_0.pos");
+    for (const CString& path : {paths.transformFile, station, detail::ManifestPath(paths)}) {
+        orvix::test::WriteBytes(path + L".orvix-part", part.data(), part.size());
+    }
     Remove(paths.zHist);
     EXPECT_TRUE(Mend().Ok());
+    EXPECT_TRUE(ReadProject(project) == whole);
+    orvix::test::WriteBytes(detail::ManifestPath(paths) + L".orvix-part", part.data(), part.size());
+    EXPECT_FALSE(Mend().summed) << "there is nothing to repair";
     EXPECT_TRUE(ReadProject(project) == whole);
 }
 

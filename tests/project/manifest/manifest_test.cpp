@@ -102,6 +102,23 @@ TEST(Manifest, TakesAnAnnouncedFileAsItWasAndAsItWillBe) {
     EXPECT_EQ(folder.Names(), std::vector<CString>{L"manifest"});
 }
 
+TEST(Manifest, IsClearedOfWhatAnEndedWriterLeftUnlessOneIsAtWork) {
+    const orvix::test::ScratchFolder folder;
+    const CString path = folder / L"manifest";
+    const Bytes content(322, 1);
+    const CString part = UnfinishedManifestPath(path);
+    ASSERT_TRUE(WriteManifest(path, {{SumsOf("settings", content)}}));
+    {
+        const auto lock = LockManifest(path);
+        ASSERT_TRUE(lock);
+        orvix::test::WriteBytes(part, content.data(), content.size());
+        RemoveUnfinishedManifest(path);
+        EXPECT_TRUE(platform::PathExists(part)) << "its writer holds the lock";
+    }
+    AnnounceContent(path, "settings", content, content);  // known already: nothing is written
+    EXPECT_EQ(folder.Names(), std::vector<CString>{L"manifest"});
+}
+
 TEST(Manifest, DoesNotTakeAsSoundWhatDiffersFromItsSumAlready) {
     const orvix::test::ScratchFolder folder;
     const CString path = folder / L"manifest";
