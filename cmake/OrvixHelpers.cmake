@@ -1,7 +1,8 @@
-# orvix_test(NAME room_thing SOURCES a.cpp b.cpp LIBRARIES lib)
-# One executable, one ctest entry: GoogleTest's own filter serves single cases.
+# orvix_test(NAME room_thing SOURCES a.cpp b.cpp LIBRARIES lib [THREADS filter])
+# One executable, one ctest entry: GoogleTest's own filter serves single cases. THREADS names the cases
+# with several threads: the preset tsan builds these tests (target thread_tests) and runs those cases.
 function(orvix_test)
-  cmake_parse_arguments(T "" "NAME;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(T "" "NAME;TIMEOUT;THREADS" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 300)
   endif()
@@ -15,6 +16,14 @@ function(orvix_test)
   # What the library reads and writes back while it is loaded stays away from the user's own settings.
   set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT}
     ENVIRONMENT ORVIX_SETTINGS_DIR=${PROJECT_BINARY_DIR}/test-settings/${T_NAME})
+  if(T_THREADS)
+    set_tests_properties(${T_NAME} PROPERTIES LABELS threads)
+    add_dependencies(thread_tests ${T_NAME})
+    if(ORVIX_SANITIZE STREQUAL thread)
+      set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT "GTEST_FILTER=${T_THREADS}")
+      set_property(TEST ${T_NAME} PROPERTY FAIL_REGULAR_EXPRESSION "Running 0 tests")
+    endif()
+  endif()
 endfunction()
 
 # orvix_skipped_test(name reason): a test that cannot be in this build, which ctest and scripts/test tell.
