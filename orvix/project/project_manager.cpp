@@ -36,10 +36,11 @@ void WriteFile(const CString& path, const void* data, std::size_t bytes) {
     if (!ignored) file.WriteAt(0, data, bytes, ignored);
 }
 
-// Replaces a record whose sum the manifest holds. BEHAVIOUR K8
+// Replaces a record whose sum the manifest holds; where the manifest cannot follow, the check
+// reports the record. BEHAVIOUR K8
 void ReplaceRecord(const ProjectManager& paths, const char* name, const CString& path,
                    std::span<const std::uint8_t> next) {
-    detail::AnnounceRecord(detail::ManifestPath(paths), name, path, next);
+    static_cast<void>(detail::AnnounceRecord(detail::ManifestPath(paths), name, path, next));
     WriteFile(path, next.data(), next.size());
 }
 

@@ -61,7 +61,9 @@ void ReplaceSettings(const CString& projectFile, std::int32_t version,
     const Record record = EncodeSettings(version, settings);
     ProjectManager paths;
     BuildPaths(paths, projectFile);
-    AnnounceRecord(ManifestPath(paths), kSettingsName, projectFile, record);  // BEHAVIOUR K8
+    // BEHAVIOUR K8
+    error = AnnounceRecord(ManifestPath(paths), kSettingsName, projectFile, record);
+    if (error) return;  // a record that the manifest does not know would be damage
     const bool link = platform::IsLink(projectFile);
     if (!link) WriteBeside(projectFile, record, error);
     if (link || IsRefusal(error)) WriteInPlace(projectFile, record, error);

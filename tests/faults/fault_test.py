@@ -94,7 +94,7 @@ class Run:
         if unnamed:
             return "leftover", f"exit {code} and left {unnamed[:3]} unnamed: {self.said}"
         if code == 0:
-            done_all = state == "new"
+            done_all = state == "new" or (state == "old" and self.scenario.optional)
             return "done", "" if done_all else f"exit 0 and not done (state '{state}')"
         if code not in (1, 3, 4, 5) or not self.said:
             return "refused", f"exit {code}: {self.said or 'no sentence'}"

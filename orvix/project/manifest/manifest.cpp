@@ -131,10 +131,11 @@ Expected<std::optional<Manifest>> ReadManifest(const CString& path) {
     return std::optional<Manifest>(std::move(*manifest));
 }
 
-Expected<void> WriteManifest(const CString& path, const Manifest& manifest) {
+namespace {
+
+void ReplaceManifest(const CString& path, const Manifest& manifest, std::error_code& error) {
     const std::vector<std::uint8_t> bytes = EncodeManifest(manifest);
     const CString part = UnfinishedManifestPath(path);
-    std::error_code error;
     platform::RemoveFile(part, error);  // of a writer that was ended, or a link to elsewhere
     platform::File file = platform::File::CreateNew(part, error);
     if (!error) file.Append(bytes.data(), bytes.size(), error);
@@ -142,10 +143,32 @@ Expected<void> WriteManifest(const CString& path, const Manifest& manifest) {
     if (!error) file.Close(error);
     if (!error) platform::Rename(part, path, error);
     if (!error) platform::SyncFolder(platform::ParentOf(path), error);
-    if (!error) return {};
+    if (!error) return;
     std::error_code ignored;
     file.Close(ignored);
     platform::RemoveFile(part, ignored);
+}
+
+// None with `error` clear: another program has it.
+platform::PathLock WaitForLock(const CString& path, std::error_code& error) {
+    constexpr int kTries = 200;
+    constexpr std::chrono::milliseconds kPause{5};
+    for (int i = 0; i < kTries; ++i) {
+        auto lock = platform::PathLock::TryAcquire(ManifestLockPath(path), error);
+        std::error_code ignored;
+        if (lock) platform::RemoveFile(UnfinishedManifestPath(path), ignored);
+        if (lock || error) return lock;
+        std::this_thread::sleep_for(kPause);
+    }
+    return {};
+}
+
+}  // namespace
+
+Expected<void> WriteManifest(const CString& path, const Manifest& manifest) {
+    std::error_code error;
+    ReplaceManifest(path, manifest, error);
+    if (!error) return {};
     return FailSystem(error, ToUtf8(path) + " could not be written");
 }
 
@@ -158,16 +181,8 @@ CString ManifestLockPath(const CString& path) {
 }
 
 platform::PathLock LockManifest(const CString& path) {
-    constexpr int kTries = 200;
-    constexpr std::chrono::milliseconds kPause{5};
-    std::error_code error;
-    for (int i = 0; i < kTries; ++i) {
-        auto lock = platform::PathLock::TryAcquire(ManifestLockPath(path), error);
-        if (lock) platform::RemoveFile(UnfinishedManifestPath(path), error);
-        if (lock || error) return lock;
-        std::this_thread::sleep_for(kPause);
-    }
-    return {};
+    std::error_code ignored;
+    return WaitForLock(path, ignored);
 }
 
 void RemoveUnfinishedManifest(const CString& path) {
@@ -184,31 +199,36 @@ FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes) {
     return file;
 }
 
-void AnnounceContent(const CString& manifestPath, const std::string& name,
-                     std::span<const std::uint8_t> former, std::span<const std::uint8_t> next) {
-    if (!platform::PathExists(manifestPath)) return;
-    const platform::PathLock lock = LockManifest(manifestPath);
-    if (!lock) return;
+std::error_code AnnounceContent(const CString& manifestPath, const std::string& name,
+                                std::span<const std::uint8_t> former,
+                                std::span<const std::uint8_t> next) {
+    if (!platform::PathExists(manifestPath)) return {};
+    std::error_code error;
+    const platform::PathLock lock = WaitForLock(manifestPath, error);
+    if (!lock) return error ? error : std::make_error_code(std::errc::device_or_resource_busy);
     auto manifest = ReadManifest(manifestPath);
-    if (!manifest || !*manifest) return;
+    if (!manifest && manifest.error().code != ErrorCode::Damaged)
+        return std::make_error_code(std::errc::io_error);
+    if (!manifest || !*manifest) return {};
     const FileSums present = SumsOf(name, former);
     const FileSums coming = SumsOf(name, next);
-    if (Holds(**manifest, coming)) return;
+    if (Holds(**manifest, coming)) return {};
     std::vector<FileSums> sums;
     if (Holds(**manifest, present)) sums.push_back(present);
     sums.push_back(coming);
     Exchange(**manifest, name, std::move(sums));
-    (void)WriteManifest(manifestPath, **manifest);
+    ReplaceManifest(manifestPath, **manifest, error);
+    return error;
 }
 
-void AnnounceRecord(const CString& manifestPath, const std::string& name, const CString& path,
-                    std::span<const std::uint8_t> next) {
-    if (!platform::PathExists(manifestPath)) return;
+std::error_code AnnounceRecord(const CString& manifestPath, const std::string& name,
+                               const CString& path, std::span<const std::uint8_t> next) {
+    if (!platform::PathExists(manifestPath)) return {};
     std::array<std::uint8_t, 1024> former{};  // longer than any sound record
     std::error_code ignored;
     const platform::File file = platform::File::OpenRead(path, ignored);
     const std::size_t read = ignored ? 0 : file.ReadAt(0, former.data(), former.size(), ignored);
-    AnnounceContent(manifestPath, name, {former.data(), read}, next);
+    return AnnounceContent(manifestPath, name, {former.data(), read}, next);
 }
 
 }  // namespace orvix::detail

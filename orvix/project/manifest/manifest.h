@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "orvix/platform/error.h"
@@ -66,14 +67,17 @@ FileSums SumsOf(const std::string& name, std::span<const std::uint8_t> bytes);
 /// before and after, and a replacement that ends half-way is found.
 ///
 /// Boundaries nothing happens without a manifest, or where the bytes stay. What differs from its sum
-///            already is not made sound: then the next bytes alone are. Failures are ignored, as
-///            those of the writes that it goes before: the check then reports the file.
+///            already is not made sound: then the next bytes alone are. A manifest that is damaged
+///            stays, and the check reports it.
+/// Errors     returned: the manifest is as it was, and a file that is replaced all the same is then
+///            reported by the check. `device_or_resource_busy`: another program changes it.
 /// Threads    any number, and processes: a lock file is waited for, up to a second.
 /// Cost       reads and replaces the manifest, and waits for the disk.
-void AnnounceContent(const CString& manifestPath, const std::string& name,
-                     std::span<const std::uint8_t> former, std::span<const std::uint8_t> next);
+std::error_code AnnounceContent(const CString& manifestPath, const std::string& name,
+                                std::span<const std::uint8_t> former,
+                                std::span<const std::uint8_t> next);
 /// The same for the record at `path`, which is read, and which is small.
-void AnnounceRecord(const CString& manifestPath, const std::string& name, const CString& path,
-                    std::span<const std::uint8_t> next);
+std::error_code AnnounceRecord(const CString& manifestPath, const std::string& name,
+                               const CString& path, std::span<const std::uint8_t> next);
 
 }  // namespace orvix::detail

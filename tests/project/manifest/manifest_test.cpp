@@ -119,6 +119,18 @@ TEST(Manifest, IsClearedOfWhatAnEndedWriterLeftUnlessOneIsAtWork) {
     EXPECT_EQ(folder.Names(), std::vector<CString>{L"manifest"});
 }
 
+TEST(Manifest, SaysThatARecordCouldNotBeAnnounced) {
+    const orvix::test::ScratchFolder folder;
+    const CString path = folder / L"manifest";
+    const Manifest former{{SumsOf("settings", Bytes(322, 1))}};
+    ASSERT_TRUE(WriteManifest(path, former));
+    std::error_code error;
+    platform::MakeFolder(UnfinishedManifestPath(path), error);  // where no file can be made
+    ASSERT_FALSE(error);
+    EXPECT_TRUE(AnnounceContent(path, "settings", Bytes(322, 1), Bytes(322, 2)));
+    EXPECT_TRUE(IsSame(**ReadManifest(path), former));
+}
+
 TEST(Manifest, DoesNotTakeAsSoundWhatDiffersFromItsSumAlready) {
     const orvix::test::ScratchFolder folder;
     const CString path = folder / L"manifest";
