@@ -12,11 +12,13 @@
 
 namespace orvix::cli {
 
+/// A value that is to become an object is made as one (`Json json = Json::object()`), and so are those
+/// within it: a null that becomes one by being written to cannot be destroyed once memory ran out.
 using Json = nlohmann::ordered_json;
 
 /// The result of a verb, twice: for programs and for people.
 struct Outcome {
-    Json json;
+    Json json = Json::object();
     std::string text;             ///< lines for people, each ended by a line break
     ExitCode exitCode = kExitOk;  ///< kExitDamaged where the finding itself is the failure
 };

@@ -43,7 +43,7 @@ std::string LeftText(double seconds) {
 }
 
 std::string JsonLine(const ProgressState& state) {
-    nlohmann::ordered_json line;
+    auto line = nlohmann::ordered_json::object();
     line["phase"] = state.phase;
     line["fraction"] = state.fraction;
     line["bytes"] = state.bytes;

@@ -34,7 +34,7 @@ const char* WordOf(const detail::CheckReport& report, detail::SumDepth depth) {
 }
 
 Json JsonOf(const detail::CheckReport& report, detail::SumDepth depth) {
-    Json json;
+    Json json = Json::object();
     json["ok"] = report.Ok();
     json["faults"] = Json::array();
     for (const detail::CheckFault& fault : report.faults)

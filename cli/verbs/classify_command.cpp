@@ -38,7 +38,7 @@ constexpr const char* kExamples =
 
 Json JsonOf(const reports::FieldHistogram& histogram, const reports::Classification& classes,
             const Arguments& arguments) {
-    Json json;
+    Json json = Json::object();
     json["field"] = reports::WordOf(histogram.field);
     json["points"] = histogram.points;
     json["exact"] = classes.sampled == 0;

@@ -56,13 +56,12 @@ std::string CheckBox(const std::string& text) {
 }
 
 Json JsonOf(const output::ExportReport& report, const Arguments& arguments) {
-    Json json;
+    Json json = Json::object();
     json["file"] = arguments.target;
     json["format"] = report.format;
     json["points"] = report.points;
     json["bytes"] = report.bytes;
-    json["bounds"]["min"] = PointJson(report.bounds.min);
-    json["bounds"]["max"] = PointJson(report.bounds.max);
+    json["bounds"] = {{"min", PointJson(report.bounds.min)}, {"max", PointJson(report.bounds.max)}};
     json["seconds"] = report.seconds;
     return json;
 }

@@ -30,7 +30,7 @@ constexpr const char* kExamples =
 constexpr double kBarLetters = 40;
 
 Json JsonOf(const reports::FieldHistogram& histogram, const reports::Columns& columns) {
-    Json json;
+    Json json = Json::object();
     json["field"] = reports::WordOf(histogram.field);
     json["points"] = histogram.points;
     json["distinct"] = histogram.bins.size();

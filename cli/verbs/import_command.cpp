@@ -83,7 +83,7 @@ const char* WordOf(ImportPhase phase) {
 }
 
 Json JsonOf(const ImportReport& report) {
-    Json json;
+    Json json = Json::object();
     json["project"] = platform::ToUtf8(report.project);
     json["inputs"] = Json::array();
     for (const ImportedFile& input : report.inputs)

@@ -27,13 +27,14 @@ bool HasFineLevel(const detail::ProjectSummary& summary) {
 }
 
 Json JsonOf(const detail::ProjectSummary& summary) {
-    Json json;
+    Json json = Json::object();
     json["points"] = summary.points;
     json["skeleton_points"] = summary.skeletonPoints;
     json["scale"] = summary.scale;
     json["origin"] = PointJson(summary.frame.Origin());
-    json["bounds"]["min"] = PointJson(summary.bounds.min);
-    json["bounds"]["max"] = PointJson(summary.bounds.max);
+    json["bounds"] = {{"min", PointJson(summary.bounds.min)},
+                      {"max", PointJson(summary.bounds.max)}};
+    json["cells"] = Json::object();
     json["cells"]["1000"] = summary.cells1000;
     json["cells"]["100"] = summary.cells100;
     json["cells"]["10"] = nullptr;

@@ -53,7 +53,7 @@ Expected<void> RequireChangeable(const CString& project) {
 }
 
 Json SetJson(double splitSize, std::array<double, 3> diffs, std::int32_t minPlane) {
-    Json json;
+    Json json = Json::object();
     json["split_size"] = splitSize;
     json["diff_a"] = diffs[0];
     json["diff_b"] = diffs[1];
@@ -63,7 +63,7 @@ Json SetJson(double splitSize, std::array<double, 3> diffs, std::int32_t minPlan
 }
 
 Json JsonOf(const PlaneWormSettings& s, bool saved) {
-    Json json;
+    Json json = Json::object();
     json["saved"] = saved;
     json["usage"] = s.usage == 0 ? "alive" : "skeleton";
     json["alive"] =

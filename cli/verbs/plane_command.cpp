@@ -72,7 +72,7 @@ const char* SentenceOf(PlaneWorm::Ended ended) {
 
 Json JsonOf(const reports::PlaneFinding& finding, const Arguments& arguments) {
     const detail::SeedPlane& grown = finding.grown;
-    Json json;
+    Json json = Json::object();
     json["equation"] = finding.equation;
     json["centroid"] = PointJson(finding.centroid);
     json["rms"] = grown.rms;

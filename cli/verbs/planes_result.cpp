@@ -23,7 +23,7 @@ Json JsonOf(const reports::WorldPlane::Ring& ring) {
 }
 
 Json JsonOf(const reports::WorldPlane& plane) {
-    Json json;
+    Json json = Json::object();
     json["number"] = plane.number;
     json["group"] = plane.group;
     json["class"] = plane.kind;
@@ -59,7 +59,7 @@ Json JsonOf(const detection::SaveReport& save) {
 
 Json JsonOf(const detection::PlaneSet& set, const detection::PlaceReport& place) {
     const double turn = reports::TurnInDegrees(place);
-    Json json;
+    Json json = Json::object();
     json["plane"] = NumberOrNull(set, place.plane);
     json["verdict"] = reports::WordOf(reports::VerdictOf(place));
     json["cell_points"] = place.points;
@@ -74,7 +74,7 @@ Json JsonOf(const detection::PlaneSet& set, const detection::PlaceReport& place)
 Json JsonOf(const PlanesArguments& arguments, const reports::PlanesFinding& finding,
             const PlanesExtras& extras) {
     const detection::PlaneSet& set = *finding.set;
-    Json json;
+    Json json = Json::object();
     json["settings"] = JsonOf(set.Settings());
     json["points"] = set.Points();
     json["assigned_points"] = set.AssignedPoints();

@@ -50,7 +50,7 @@ const char* WordOf(FileState state) {
 }
 
 Json JsonOf(const DamagedPoints& damage) {
-    Json json;
+    Json json = Json::object();
     json["first_byte"] = damage.firstByte;
     json["last_byte"] = damage.lastByte;
     json["first_point"] = damage.firstPoint;
@@ -68,7 +68,7 @@ Json JsonOf(const DamagedPoints& damage) {
 }
 
 Json JsonOf(const RepairReport& report, const importer::RepairOptions& options) {
-    Json json;
+    Json json = Json::object();
     json["ok"] = report.Ok();
     json["dry_run"] = options.dryRun;
     json["points"] = report.points;

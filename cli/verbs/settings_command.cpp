@@ -18,7 +18,7 @@ Json NumberOf(const KnownSetting& setting, double value) {
 
 Json JsonOf(const KnownSetting& setting) {
     const SettingValue now = ReadSetting(setting);
-    Json json;
+    Json json = Json::object();
     json["name"] = setting.name;
     json["value"] = NumberOf(setting, now.value);
     json["default"] = NumberOf(setting, setting.defaultValue);

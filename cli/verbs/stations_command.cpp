@@ -29,13 +29,14 @@ constexpr const char* kExamples =
     "  orvix stations scan.prj --picture plan.png";
 
 Json JsonOf(const reports::ListedStation& station) {
-    Json json;
+    Json json = Json::object();
     json["number"] = station.number;
     json["name"] = station.name ? Json(*station.name) : Json();
     json["position"] = Json();
     if (station.position) json["position"] = PointJson(*station.position);
     json["orientation"] = Json();
     if (const auto& turn = station.orientation) {
+        json["orientation"] = Json::object();
         json["orientation"]["axis"] = Json::array({(*turn)[0], (*turn)[1], (*turn)[2]});
         json["orientation"]["angle"] = (*turn)[3];
     }

@@ -27,7 +27,8 @@ double RateOf(const reports::WalkReport& report) {
 }
 
 Json JsonOf(const reports::WalkReport& report) {
-    Json json;
+    Json json = Json::object();
+    json["levels"] = Json::object();
     json["levels"]["1000"] = JsonOf(std::optional(report.level1000));
     json["levels"]["100"] = JsonOf(std::optional(report.level100));
     json["levels"]["10"] = JsonOf(report.level10);
