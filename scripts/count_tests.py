@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Prints "CASES FAILED SKIPPED" for a ctest JUnit file, and on standard error why what was skipped was.
 
 A ctest entry that runs a GoogleTest executable counts as the cases that its output reports; any

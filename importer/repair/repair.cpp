@@ -4,14 +4,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <utility>
 
 #include "importer/files/disk_space.h"
 #include "importer/files/synced_file.h"
 #include "importer/import_pool.h"
 #include "importer/repair/damage.h"
+#include "importer/repair/derived_files.h"
 #include "importer/repair/point_passes.h"
 #include "importer/write/project_records.h"
 #include "importer/write/skeleton_writer.h"
@@ -29,84 +28,7 @@ namespace {
 using detail::FileSums;
 using platform::ToUtf8;
 
-// What the points determine; head and settings, which do too, are records of their own.
-struct Derived {
-    const char* name;
-    CString ProjectManager::*path;
-    bool fine = false;  // of the 10 cm level
-};
-
-constexpr Derived kDerived[] = {
-    {"Index/Grid1000cm.idx", &ProjectManager::grid1000cmIdx},
-    {"Index/Grid.idx", &ProjectManager::gridIdx},
-    {"Index/Grid1to10cm.idx", &ProjectManager::grid1to10cmIdx, true},
-    {"Index/Grid10cm.idx", &ProjectManager::grid10cmIdx, true},
-    {detail::kSkeletonPlacesName, &ProjectManager::gridSkeletCoordPts},
-    {detail::kSkeletonDataName, &ProjectManager::gridSkeletDataPts},
-    {"Data/intensities.hist", &ProjectManager::intensitiesHist},
-    {"Data/intensities_slice.hist", &ProjectManager::intensitiesSliceHist},
-    {"Data/z.hist", &ProjectManager::zHist},
-    {"Data/z_slice.hist", &ProjectManager::zSliceHist},
-    {"DataView/view_grid.dtv", &ProjectManager::viewGridDtv},
-    {"DataView/view_entries.dtv", &ProjectManager::viewEntriesDtv},
-    {"LogicView/view_grid.lv", &ProjectManager::viewGridLv},
-    {detail::kHeadName, &ProjectManager::headFile},
-    {detail::kSettingsName, &ProjectManager::projectFile},
-};
-
-constexpr std::uint64_t kSmallBytes = 8'192;
 constexpr std::uint32_t kMaxStations = 65'536;
-
-std::vector<std::uint8_t> ReadSmall(const CString& path) {
-    std::error_code error;
-    const auto file = platform::File::OpenRead(path, error);
-    if (error || file.Size() > kSmallBytes) return {};
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.Size()));
-    bytes.resize(file.ReadAt(0, bytes.data(), bytes.size(), error));
-    return bytes;
-}
-
-Expected<void> WriteNew(const CString& path, std::span<const std::uint8_t> bytes) {
-    std::error_code ignored;
-    platform::RemoveFile(path, ignored);  // of a repair that was ended, or a link to elsewhere
-    SyncedFile file;
-    Expected<void> done = file.Create(path, Durability::Lasting);
-    if (done) done = file.WriteAt(0, bytes.data(), bytes.size());
-    if (done) done = file.Finish();
-    return done ? file.Close() : done;
-}
-
-// A host sets the pairs of skeleton points, which the points do not determine.
-void ClearPairs(std::vector<std::uint8_t>& records) {
-    constexpr std::size_t kPair = offsetof(CPointDataFull, dclcFirst);
-    for (std::size_t at = kPair; at + 3 <= records.size(); at += sizeof(CPointDataFull)) {
-        std::memset(records.data() + at, 0, 3);
-    }
-}
-
-Expected<bool> AreAlike(const CString& a, const CString& b, bool withoutPairs) {
-    constexpr std::size_t kBytes = sizeof(CPointDataFull) << 16;
-    std::error_code error;
-    const auto first = platform::File::OpenRead(a, error);
-    if (error) return FailSystem(error, ToUtf8(a) + " cannot be read");
-    const auto second = platform::File::OpenRead(b, error);
-    if (error) return FailSystem(error, ToUtf8(b) + " cannot be read");
-    if (first.Size() != second.Size()) return false;
-    std::vector<std::uint8_t> left(kBytes);
-    std::vector<std::uint8_t> right(kBytes);
-    for (std::uint64_t at = 0; at < first.Size(); at += kBytes) {
-        left.resize(first.ReadAt(at, left.data(), kBytes, error));
-        if (error) return FailSystem(error, ToUtf8(a) + " cannot be read");
-        right.resize(second.ReadAt(at, right.data(), kBytes, error));
-        if (error) return FailSystem(error, ToUtf8(b) + " cannot be read");
-        if (withoutPairs) ClearPairs(left);
-        if (withoutPairs) ClearPairs(right);
-        if (left != right) return false;
-        left.resize(kBytes);
-        right.resize(kBytes);
-    }
-    return true;
-}
 
 class ProjectRepair {
 public:

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """hardening.py COMMANDS READER PRODUCT ...: what cmake/OrvixHardening.cmake asks for is in what is built.
 
 Every source of a room in COMMANDS (compile_commands.json) was compiled with it, and every product was
@@ -15,6 +16,8 @@ ROOMS = ("orvix", "localization", "parallel", "importer", "detection", "reports"
 COMPILED = ("-D_FORTIFY_SOURCE=2", "-fstack-protector-strong", "-fcf-protection=full")
 COMPILED_ON_LINUX = ("-fstack-clash-protection",)
 SMALL = 100_000  # bytes of a product without an array to guard: the library of texts
+LARGE = 1_000_000  # bytes of a product with thousands of functions; on Windows the library of texts,
+# which holds the compiler's own library too, is smaller
 ENTRY = bytes.fromhex("f30f1efa")  # endbr64, where an indirect jump may arrive
 
 
@@ -68,9 +71,9 @@ def missing_of_pe(reader, product):
 
 
 def is_marked(product):
-    """Whether functions begin with a mark for indirect jumps, which large products have thousands of."""
+    """Whether functions begin with a mark for indirect jumps; large products have thousands."""
     with open(product, "rb") as file:
-        return file.read().count(ENTRY) >= (1 if os.path.getsize(product) < SMALL else 100)
+        return file.read().count(ENTRY) >= (1 if os.path.getsize(product) < LARGE else 100)
 
 
 def main():

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """sbom.py ROOT SBOM [windows]: the list of what the products are made of says what docs/DEPENDENCIES.md,
 scripts/packages.sh and vcpkg.json say. Prints each difference, and ends with 1 if there is any."""
 import json

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """floors.py ROOT: holds every #include of the tree against the floors drawn in ARCHITECTURE.md.
 
 The page's blocks ```floors list rooms from the ground up, one floor a line; "inside ROOM" starts the
