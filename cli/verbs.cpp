@@ -67,11 +67,16 @@ CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& 
     return verb;
 }
 
-void AddProjectOption(CLI::App& verb, CommandContext& context, std::string& project) {
-    verb.add_option("project", project, "The project file")
+CLI::Option* AddUnwatchedProjectOption(CLI::App& verb, std::string& project) {
+    return verb.add_option("project", project, "The project file")
         ->required()
-        ->type_name("PROJECT.prj")
-        ->each([&context](const std::string& word) { context.project = word; });
+        ->type_name("PROJECT.prj");
+}
+
+void AddProjectOption(CLI::App& verb, CommandContext& context, std::string& project) {
+    AddUnwatchedProjectOption(verb, project)->each([&context](const std::string& word) {
+        context.project = word;
+    });
 }
 
 void AddChoice(CLI::App& verb, const std::string& name, std::string& value,

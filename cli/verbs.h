@@ -23,6 +23,8 @@ CLI::App* AddVerb(CLI::App& parent, CommandContext& context, const std::string& 
 /// The project that most verbs are about, as their first word. The frame watches that it stays the
 /// same one while the verb is at work.
 void AddProjectOption(CLI::App& verb, CommandContext& context, std::string& project);
+/// The same, of a verb that the project does not outlive.
+CLI::Option* AddUnwatchedProjectOption(CLI::App& verb, std::string& project);
 
 /// An option whose value is one of `words`; `value` holds the default.
 void AddChoice(CLI::App& verb, const std::string& name, std::string& value,

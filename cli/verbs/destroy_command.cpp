@@ -104,10 +104,9 @@ Expected<Outcome> GoOn(const std::string& argument, const CString& project) {
     return Remove(argument, project, folder);
 }
 
-Expected<Outcome> RunDestroy(const std::string& argument, CommandContext& context) {
+Expected<Outcome> RunDestroy(const std::string& argument) {
     const CString named = platform::FromUtf8(argument);
     if (!argument.empty() && detail::IsHalfDestroyed(named)) {
-        context.project.clear();  // that it goes is what was asked for
         return GoOn(argument, named);
     }
     const Expected<CString> project = detail::RequireProject(argument);
@@ -119,7 +118,6 @@ Expected<Outcome> RunDestroy(const std::string& argument, CommandContext& contex
         if (!opened) return ErrorOf(opened);
         if (auto writable = (*opened)->RequireWritable(); !writable) return ErrorOf(writable);
         folder = (*opened)->Manager().projectFilesFolder;
-        context.project.clear();  // that it goes is what was asked for
     }
     const auto lock = detail::ProjectLock::Acquire(*project);
     if (!lock) return ErrorOf(lock);
@@ -131,10 +129,10 @@ Expected<Outcome> RunDestroy(const std::string& argument, CommandContext& contex
 
 void AddDestroyVerb(CLI::App& app, CommandContext& context) {
     const auto project = std::make_shared<std::string>();
-    CLI::App* verb =
-        AddVerb(app, context, "destroy", "Remove a project", kExamples,
-                [project](CommandContext& chosen) { return RunDestroy(*project, chosen); });
-    AddProjectOption(*verb, context, *project);
+    CLI::App* verb = AddVerb(app, context, "destroy", "Remove a project", kExamples,
+                             [project](CommandContext&) { return RunDestroy(*project); });
+    // Whoever watches a project holds its points open, and some systems keep a file until then.
+    AddUnwatchedProjectOption(*verb, *project);
 }
 
 }  // namespace orvix::cli

@@ -282,7 +282,8 @@ TEST_F(ProjectVerbs, DestroyNothingOutsideTheProjectsOwnFolder) {
     EXPECT_EQ(ReadBytes(points), before);
     EXPECT_EQ(OrvixJson({"walk", Utf8(neighbourFile)})["levels"]["1000"]["points"],
               tiny_.points.size());
-    EXPECT_THAT(destroyed["remains"], testing::Contains(Json(Utf8(points))));
+    const CString named = platform::JoinPath(other / L"q_Project_Files/Index", L"Grid.pts");
+    EXPECT_THAT(destroyed["remains"], testing::Contains(Json(Utf8(named))));
 }
 
 }  // namespace
