@@ -79,7 +79,7 @@ public:
     [[nodiscard]] std::uint64_t AssignedPoints() const override;
     [[nodiscard]] std::uint64_t Cells() const override;
     [[nodiscard]] std::uint64_t LeftOut() const override;
-    [[nodiscard]] Detail SearchDetail() const override { return detail_; }
+    [[nodiscard]] Detail SearchDetail() const override;
     [[nodiscard]] std::size_t Chunks() const override;
     [[nodiscard]] std::uint64_t FirstRecord(std::size_t chunk) const override;
     [[nodiscard]] Expected<void> ReadChunk(

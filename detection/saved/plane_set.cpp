@@ -35,6 +35,9 @@ std::uint64_t SearchedPlanes::Cells() const {
 std::uint64_t SearchedPlanes::LeftOut() const {
     return search_.LeftOut();
 }
+Detail SearchedPlanes::SearchDetail() const {
+    return detail_;
+}
 std::uint64_t SearchedPlanes::FirstRecord(std::size_t chunk) const {
     return search_.FirstRecord(chunk);
 }
