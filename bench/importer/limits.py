@@ -60,6 +60,7 @@ def main():
     parser.add_argument("--points", type=int, default=20_000_000)
     parser.add_argument("--cancels", type=int, default=40)
     options = parser.parse_args()
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # a shell's background job ignores it
     command = options.bin / "orvix"
     folder = pathlib.Path(tempfile.mkdtemp(prefix="orvix-limits-"))
     try:
