@@ -72,7 +72,7 @@ private:
         Ok(orvix_fine_runs_borrow(project_, &runs, &count, &error_));
     }
 
-    // The runs as the index has them, whatever they say.
+    // The runs as the index has them, true or not.
     void ReadRuns(const orvix_grid_cell* cells, std::uint64_t count) {
         std::vector<orvix_run> runs;
         for (std::uint64_t i = 0; i < std::min(count, kFew); ++i)

@@ -10,7 +10,7 @@
 namespace orvix::importer {
 
 /// Sums a file's blocks (orvix/project/manifest/manifest.h) from the pieces that are written to it,
-/// in whatever order: so the file need not be read again, and the sums are those of what was to be
+/// in any order: so the file need not be read again, and the sums are those of what was to be
 /// written.
 ///
 ///     WrittenSums sums;

@@ -98,7 +98,7 @@ Expected<void> ProjectPublisher::Recover(const TargetNames& names) {
                             ToUtf8(names.project), RemainsSentence(left)));
 }
 
-// The note is on the device before anything else has a name, so that whatever is found later is
+// The note is on the device before anything else has a name, so that what is found later is
 // known to be an import's own.
 Expected<void> ProjectPublisher::LayOut() {
     text_ = orvix::detail::NewImportText();

@@ -75,7 +75,7 @@ private:
     TargetNames names_;
     platform::PathLock lock_;
     std::optional<orvix::detail::ProjectLock> replacing_;  // the project that is there
-    std::string text_;  // of the note and the marker
+    std::string text_;                                     // of the note and the marker
     ImportStage stage_ = ImportStage::Working;
     bool replaced_ = false;    // the target's folder was there
     bool keepFormer_ = false;  // and may still be needed

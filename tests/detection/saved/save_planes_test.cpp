@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/saved_planes.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +7,7 @@
 
 #include "detection/saved/plane_records.h"
 #include "detection/saved/stored_planes.h"
+#include "detection/saved_planes.h"
 #include "importer/import.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/open_project.h"
