@@ -50,7 +50,7 @@ CString UnfinishedPathOf(const CString& path);
 /// Where a repair that was ended may have left one, whether or not it did.
 std::vector<CString> UnfinishedFiles(const ProjectManager& paths);
 
-/// The path of a name; empty for a name that no such file has, whatever it may be.
+/// The path of a name; empty for a name that no such file has.
 CString CoveredPath(const ProjectManager& paths, const std::string& name);
 
 /// Whether a file is small, so that every check compares its sum: settings, head, transform,

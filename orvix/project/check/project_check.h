@@ -82,7 +82,7 @@ struct CheckOptions {
 ///            Damage of any sort is a fault in the report, never an error or a crash.
 /// Threads    any number of checks at once, each on one thread.
 /// Cost       points are read twice, in file order, and once more where planes are saved, and with
-///            SumDepth::All every file once more; memory is some 20 MiB whatever the project's size.
+///            SumDepth::All every file once more; memory is some 20 MiB at any size of the project.
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options = {});
 
 }  // namespace orvix::detail
