@@ -114,8 +114,7 @@ bool RevitAMP::SetPlane(const SimplePointT<double>& point, const SimplePointT<do
     const double level = 1e-9;
     const bool isLevel = std::fabs(y.x) <= level && std::fabs(y.y) <= level;
     const auto x =
-        *Unit(isLevel ? SimplePointT<double>{std::fabs(y.z), 0, -std::copysign(y.x, y.x * y.z)}
-                      : SimplePointT<double>{y.y, -y.x, 0});
+        isLevel ? *Unit({std::fabs(y.z), 0, y.z > 0 ? -y.x : y.x}) : *Unit({y.y, -y.x, 0});
     const auto z = Cross(x, y);
     state_->matrix = {x.x, x.y, x.z, -Dot(x, point), y.x, y.y, y.z, -Dot(y, point),
                       z.x, z.y, z.z, -Dot(z, point), 0,   0,   0,   1};

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "orvix/gpu/project_sections.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "orvix/gpu/revit_amp.h"
+#include "orvix/gpu/section_loop.h"
+#include "orvix/project/open_project.h"
+#include "support/dice.h"
+#include "support/scratch_folder.h"
+#include "tests/gpu/plain_section.h"
+#include "tests/support/tiny_project.h"
+
+namespace orvix {
+namespace {
+
+class ProjectSectionsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::uint64_t state = 21;
+        test::Dice dice(state);
+        std::vector<CCloudPoint<float>> cloud(12000);
+        for (auto& p : cloud) {
+            p.x = static_cast<float>(40 * dice.Share() - 20);
+            p.y = static_cast<float>(40 * dice.Share() - 20);
+            p.z = static_cast<float>(6 * dice.Share() - 1);
+        }
+        const auto made = test::MakeTinyProject(cloud);
+        points_ = made.points;
+        const CString file = folder_ / L"p.prj";
+        test::WriteTinyProject(made, file);
+        auto opened = detail::OpenProject::Open(file);
+        ASSERT_TRUE(opened);
+        project_ = std::move(*opened);
+        ASSERT_TRUE(section_.SetProject(project_->Core()));
+    }
+
+    test::ScratchFolder folder_;
+    std::vector<CCloudPoint<float>> points_;
+    std::unique_ptr<detail::OpenProject> project_;
+    RevitAMP section_;
+};
+
+TEST_F(ProjectSectionsTest, StreamsEveryPointOfAWantedClassOnceAndCountsTheOthersUnread) {
+    const std::vector<std::pair<SimplePointT<double>, SectionSlab>> sections{
+        {{0, -1, 0}, {.halfThickness = 0.3}},
+        {{0, 0, 1}, {.halfThickness = 1, .xLow = -5, .xHigh = 7.5, .zHigh = 3}},
+        {{1, 1, 0.3}, {.halfThickness = 100, .zLow = 0}},
+        {{0, 1, 0}, {.halfThickness = 0, .xLow = 50}}};
+    for (const auto& [normal, slab] : sections) {
+        ASSERT_TRUE(section_.SetPlane({0.5, 0.5, 1.2}, normal));
+        ASSERT_TRUE(section_.SetSlab(slab));
+        std::array<double, 16> matrix{};
+        section_.GetTransformation(matrix);
+        const auto rule = detail::ComposedRule(matrix, {}, slab);
+        std::vector<SectionClass> plain;
+        for (const auto& p : points_) plain.push_back(test::PlainClass(rule, p.x, p.y, p.z).value);
+        const auto truth = detail::CountsOf(plain.data(), plain.size());
+
+        for (const std::uint32_t wanted : {0x1F, 1, 3}) {
+            std::vector<int> seen(points_.size());
+            std::uint64_t read = 0;
+            SectionCounts counts;
+            ASSERT_TRUE(section_.StreamPlaneXZ(
+                wanted,
+                [&](const RevitAMP::Chunk& chunk) {
+                    EXPECT_EQ(chunk.points.size(), chunk.classes.size());
+                    for (std::size_t k = 0; k < chunk.points.size(); ++k) {
+                        const std::uint64_t i = chunk.firstPoint + k;
+                        ++seen[i];
+                        EXPECT_EQ(chunk.points[k].x, points_[i].x);
+                        EXPECT_EQ(chunk.classes[k], plain[i]);
+                    }
+                    read += chunk.points.size();
+                    return true;
+                },
+                &counts));
+            EXPECT_EQ(counts, truth);
+            for (std::size_t i = 0; i < seen.size(); ++i) {
+                const bool isWanted = (wanted & RevitAMP::Bit(plain[i])) != 0;
+                ASSERT_TRUE(seen[i] == 1 || (seen[i] == 0 && !isWanted)) << i;
+            }
+            if (wanted == 1 && slab.halfThickness < 0.5) {
+                EXPECT_LT(read, points_.size() / 3);
+            }
+        }
+    }
+}
+
+TEST_F(ProjectSectionsTest, AStreamEndsWhereItsUserEndsIt) {
+    int chunks = 0;
+    EXPECT_FALSE(section_.StreamPlaneXZ(0x1F, [&](const auto&) { return ++chunks < 1; }));
+    EXPECT_EQ(chunks, 1);
+    section_.Release();
+    EXPECT_FALSE(section_.StreamPlaneXZ(0x1F, {}));
+}
+
+TEST_F(ProjectSectionsTest, SnapsAsIfToPointsInMemory) {
+    std::vector<PickingRay> rays(40);
+    std::vector<SimplePointT<double>> positions(40);
+    std::uint64_t state = 22;
+    test::Dice dice(state);
+    for (std::size_t k = 0; k < rays.size(); ++k) {
+        rays[k].origin = {40 * dice.Share() - 20, 40 * dice.Share() - 20, 2};
+        rays[k].direction = {dice.Share() - 0.5, dice.Share() - 0.5, 0.1 * dice.Share() - 0.05};
+        rays[k].radius = 0.02;
+        rays[k].tangent = k % 2 == 0 ? 0 : 0.01;
+        positions[k] = rays[k].origin;
+    }
+    RevitAMP memory;
+    ASSERT_TRUE(memory.Hold(SectionPoints::Of(std::span<const CCloudPoint<float>>(points_))));
+    std::vector<SnappedPoint> here(40);
+    std::vector<SnappedPoint> there(40);
+    ASSERT_TRUE(memory.Snap(rays, here));
+    ASSERT_TRUE(section_.SnapInProject(rays, there));
+    int found = 0;
+    for (std::size_t k = 0; k < rays.size(); ++k) {
+        EXPECT_EQ(here[k].index, there[k].index);
+        EXPECT_EQ(here[k].along, there[k].along);
+        found += here[k].Found() ? 1 : 0;
+    }
+    EXPECT_GT(found, 10);
+    ASSERT_TRUE(memory.Snap(positions, 0.5, here));
+    ASSERT_TRUE(section_.SnapInProject(positions, 0.5, there));
+    for (std::size_t k = 0; k < rays.size(); ++k) EXPECT_EQ(here[k].index, there[k].index);
+}
+
+TEST(ProjectSections, AnEmptyProjectHasAnEmptySectionAndNothingToSnapTo) {
+    test::ScratchFolder folder;
+    const CString file = folder / L"p.prj";
+    test::WriteTinyProject(test::MakeTinyProject({}), file);
+    auto opened = detail::OpenProject::Load(file);
+    ASSERT_TRUE(opened->Core().OpenCores());
+    RevitAMP section;
+    ASSERT_TRUE(section.SetProject(opened->Core()));
+    SectionCounts counts;
+    EXPECT_TRUE(section.StreamPlaneXZ(0x1F, {}, &counts));
+    EXPECT_EQ(counts.Total(), 0u);
+    std::vector<PickingRay> rays(1);
+    rays[0].direction = {1, 0, 0};
+    SnappedPoint one;
+    EXPECT_TRUE(section.SnapInProject(rays, {&one, 1}));
+    EXPECT_FALSE(one.Found());
+}
+
+}  // namespace
+}  // namespace orvix
