@@ -7,6 +7,7 @@
 #include "detection/plane_search.h"
 #include "detection/saved/stored_planes.h"
 #include "fuzz/small_project.h"
+#include "importer/repair/repair.h"
 #include "orvix/points/index_hash_reader.h"
 #include "orvix/project/check/project_check.h"
 #include "orvix/project/histogram_file.h"
@@ -149,33 +150,57 @@ void ReadAsHost(const CString& file) {
     manager.Close();
 }
 
-}  // namespace
-
-void ReadEverything(const CString& file, Searches searches) {
-    const bool whole = Check(file);
+void Walk(const CString& file, bool whole) {
     const bool walked = Told(reports::WalkProject(file));
     Require(!whole || walked, "a whole project is walked");
     const bool summarised = Told(detail::SummariseProject(file));
     Require(!whole || summarised, "a whole project is summarised");
+}
+
+void ReadWorld(const CString& file, bool whole, bool search) {
     auto project = reports::WorldProject::Open(file);
     Require(!whole || project, "a whole project is opened");
-    if (Told(project)) {
-        Told(reports::ListStations(*project, [] { return true; }));
-        Told(reports::ScannerPositions(project->Manager()));
-        reports::SampleSkeleton(*project, {}, reports::SkeletonStations::Read);
-        ReadPoints(project->Core());
-        ReadCells(project->Core(), project->Core().Has10cm());
-        if (searches == Searches::Made) Search(project->Core(), whole);
-        const auto stored = detection::StoredPlanes::Open(
-            detail::SavedPlanesPath(project->Manager()), project->Core());
-        const auto reader = project->Core().CreateAlivePointReader();
-        if (Told(stored) && reader) UsePlanes(**stored, *reader);
+    if (!Told(project)) return;
+    Told(reports::ListStations(*project, [] { return true; }));
+    Told(reports::ScannerPositions(project->Manager()));
+    reports::SampleSkeleton(*project, {}, reports::SkeletonStations::Read);
+    ReadPoints(project->Core());
+    ReadCells(project->Core(), project->Core().Has10cm());
+    if (search) Search(project->Core(), whole);
+    const auto stored =
+        detection::StoredPlanes::Open(detail::SavedPlanesPath(project->Manager()), project->Core());
+    const auto reader = project->Core().CreateAlivePointReader();
+    if (Told(stored) && reader) UsePlanes(**stored, *reader);
+}
+
+// What a damaged file leads a repair to, which only tries.
+void TryRepair(const CString& file) {
+    importer::RepairOptions options;
+    options.dryRun = true;
+    options.accept = true;
+    options.threads = 1;
+    const auto report = importer::Repair(file, options);
+    if (!Told(report)) return;
+    for (const importer::RepairedFile& repaired : report->files) {
+        const bool sound = repaired.state == importer::FileState::Sound;
+        Require(sound || !repaired.why.empty(), "what was done to a file has a reason");
     }
+}
+
+}  // namespace
+
+void ReadProject(const CString& file, unsigned readers) {
+    const auto reads = [&](unsigned reader) { return (readers & reader) != 0; };
+    const bool whole = reads(readers::kCheck) && Check(file);
+    if (reads(readers::kWalk)) Walk(file, whole);
+    if (reads(readers::kWorld | readers::kSearch)) ReadWorld(file, whole, reads(readers::kSearch));
     ProjectManager paths;
     detail::BuildPaths(paths, file);
-    ReadSmallFiles(paths);
-    ReadThroughC(file, searches);
-    ReadAsHost(file);
+    if (reads(readers::kSmallFiles)) ReadSmallFiles(paths);
+    if (reads(readers::kC))
+        ReadThroughC(file, reads(readers::kSearch) ? Searches::Made : Searches::Left);
+    if (reads(readers::kHost)) ReadAsHost(file);
+    if (reads(readers::kRepair)) TryRepair(file);
 }
 
 }  // namespace orvix::fuzz
