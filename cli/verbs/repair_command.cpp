@@ -82,6 +82,7 @@ Json JsonOf(const RepairReport& report, const importer::RepairOptions& options) 
     for (const DamagedPoints& damage : report.damaged)
         json["damaged_points"].push_back(JsonOf(damage));
     json["summed"] = report.summed;
+    json["warnings"] = report.warnings;
     return json;
 }
 
@@ -144,6 +145,7 @@ Expected<Outcome> RunRepair(const Arguments& arguments, CommandContext& context)
         importer::Repair(platform::FromUtf8(arguments.project), arguments.options, watch);
     progress.Finish();
     if (!report) return ErrorOf(report);
+    for (const std::string& warning : report->warnings) PrintNote("warning: " + warning);
     return Outcome{JsonOf(*report, arguments.options), TextOf(*report, arguments),
                    report->Ok() ? kExitOk : kExitDamaged};
 }

@@ -50,10 +50,14 @@ void Judge(JudgedFile& file, const std::vector<FileSums>& states, const detail::
     }
 }
 
-std::vector<JudgedFile> Listed(const ProjectManager& paths,
-                               const std::optional<detail::Manifest>& manifest) {
+Expected<std::vector<JudgedFile>> Listed(const ProjectManager& paths,
+                                         const std::optional<detail::Manifest>& manifest) {
     std::vector<JudgedFile> files;
-    for (const detail::CoveredFile& file : detail::CoveredFiles(paths)) {
+    std::error_code error;
+    const auto covered = detail::CoveredFiles(paths, error);
+    // Stations that cannot be seen are not lost.
+    if (error) return FailSystem(error, ToUtf8(paths.scanposFolder) + " cannot be listed");
+    for (const detail::CoveredFile& file : covered) {
         files.push_back({file.name, file.path, Judgement::Unsummed, {}, {}});
     }
     if (!manifest) return files;
@@ -88,8 +92,9 @@ void AddCells(DamagedPoints& damage, const std::vector<GridCellRecord>& cells) {
 Expected<std::vector<JudgedFile>> JudgeFiles(const ProjectManager& paths,
                                              const std::optional<detail::Manifest>& manifest,
                                              const detail::BlockRunner& run) {
-    std::vector<JudgedFile> files = Listed(paths, manifest);
-    if (!manifest) return files;
+    auto listed = Listed(paths, manifest);
+    if (!listed || !manifest) return listed;
+    std::vector<JudgedFile> files = std::move(*listed);
     const bool written = detail::TimesWritten(paths.gridPts) > 0;
     const auto states = StatesOf(files, *manifest);
     std::vector<detail::SummedFile> summed(files.size());

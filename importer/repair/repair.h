@@ -51,7 +51,8 @@ struct RepairReport {
     std::uint64_t skeletonPoints = 0;  ///< 0 where nothing was rebuilt
     std::vector<RepairedFile> files;
     std::vector<DamagedPoints> damaged;
-    bool summed = false;  ///< the manifest was made anew
+    bool summed = false;                ///< the manifest was made anew
+    std::vector<std::string> warnings;  ///< sentences: files of unfinished names that stay
     /// Nothing damaged is left: neither points nor a file.
     [[nodiscard]] bool Ok() const;
 };
@@ -71,7 +72,8 @@ struct RepairReport {
 ///            manifest holds is compared with what is made. Pairs in GridSkelet.datapts that a host
 ///            set are kept where the file is sound, and zero where it is rebuilt.
 /// Errors     BadInput where there is no project, Damaged where its points cannot be read as points,
-///            Failure where another repair is at work; those of writing; Cancelled.
+///            Failure where another repair is at work or a file cannot be read; those of writing;
+///            Cancelled. What then stays under an unfinished name is named in the sentence.
 /// Threads    call it from one thread; it starts its own.
 /// Cost       up to four passes over the points; disk space of the rebuilt files.
 Expected<RepairReport> Repair(const CString& project, const RepairOptions& options,

@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "importer/files/whole_file.h"
+#include "orvix/project/covered_files.h"
+#include "orvix/project/settings_update.h"
 
 namespace orvix::importer {
 namespace {
@@ -46,6 +48,16 @@ Expected<void> SyncTree(const CString& folder) {
     }
     if (error) return FailSystem(error, fmt::format("cannot read {}", ToUtf8(folder)));
     return SyncEntries(folder);
+}
+
+// What an ended repair, or an ended writer of settings, left beside the project that was replaced.
+void RemoveUnfinishedRecords(const CString& project, std::vector<CString>& left) {
+    for (const CString& path : {orvix::detail::UnfinishedPathOf(project),
+                                project + orvix::detail::kUnfinishedSettingsEnding}) {
+        std::error_code ignored;
+        if (IsTaken(path)) platform::RemoveFile(path, ignored);
+        if (IsTaken(path)) left.push_back(path);
+    }
 }
 
 }  // namespace
@@ -190,6 +202,8 @@ std::vector<CString> ProjectPublisher::Clear() {
         }
     } else if (laidOut_) {
         left = ClearRemains(names_, text_, stage_);
+        if (stage_ == ImportStage::Published && replacing_)
+            RemoveUnfinishedRecords(names_.project, left);
     }
     replacing_.reset();
     lock_ = platform::PathLock();

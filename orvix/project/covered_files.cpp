@@ -16,29 +16,27 @@ namespace {
 
 using platform::ToUtf8;
 
-struct Entry {
-    const char* name;
-    CString ProjectManager::*path;
-};
+constexpr bool kDerived = true;
+constexpr bool kFine = true;
 
-constexpr Entry kFiles[] = {
-    {kSettingsName, &ProjectManager::projectFile},
-    {kHeadName, &ProjectManager::headFile},
+constexpr ProjectFile kFiles[] = {
+    {kSettingsName, &ProjectManager::projectFile, kDerived},
+    {kHeadName, &ProjectManager::headFile, kDerived},
     {"transform", &ProjectManager::transformFile},
     {kPointsName, &ProjectManager::gridPts},
-    {"Index/Grid1000cm.idx", &ProjectManager::grid1000cmIdx},
-    {"Index/Grid.idx", &ProjectManager::gridIdx},
-    {"Index/Grid1to10cm.idx", &ProjectManager::grid1to10cmIdx},
-    {"Index/Grid10cm.idx", &ProjectManager::grid10cmIdx},
-    {kSkeletonPlacesName, &ProjectManager::gridSkeletCoordPts},
-    {kSkeletonDataName, &ProjectManager::gridSkeletDataPts},
-    {"Data/intensities.hist", &ProjectManager::intensitiesHist},
-    {"Data/intensities_slice.hist", &ProjectManager::intensitiesSliceHist},
-    {"Data/z.hist", &ProjectManager::zHist},
-    {"Data/z_slice.hist", &ProjectManager::zSliceHist},
-    {"DataView/view_grid.dtv", &ProjectManager::viewGridDtv},
-    {"DataView/view_entries.dtv", &ProjectManager::viewEntriesDtv},
-    {"LogicView/view_grid.lv", &ProjectManager::viewGridLv},
+    {"Index/Grid1000cm.idx", &ProjectManager::grid1000cmIdx, kDerived},
+    {"Index/Grid.idx", &ProjectManager::gridIdx, kDerived},
+    {"Index/Grid1to10cm.idx", &ProjectManager::grid1to10cmIdx, kDerived, kFine},
+    {"Index/Grid10cm.idx", &ProjectManager::grid10cmIdx, kDerived, kFine},
+    {kSkeletonPlacesName, &ProjectManager::gridSkeletCoordPts, kDerived},
+    {kSkeletonDataName, &ProjectManager::gridSkeletDataPts, kDerived},
+    {"Data/intensities.hist", &ProjectManager::intensitiesHist, kDerived},
+    {"Data/intensities_slice.hist", &ProjectManager::intensitiesSliceHist, kDerived},
+    {"Data/z.hist", &ProjectManager::zHist, kDerived},
+    {"Data/z_slice.hist", &ProjectManager::zSliceHist, kDerived},
+    {"DataView/view_grid.dtv", &ProjectManager::viewGridDtv, kDerived},
+    {"DataView/view_entries.dtv", &ProjectManager::viewEntriesDtv, kDerived},
+    {"LogicView/view_grid.lv", &ProjectManager::viewGridLv, kDerived},
 };
 
 constexpr std::string_view kStationFolder = "Index/scanpos/";
@@ -58,6 +56,10 @@ bool IsStationFile(std::string_view name) {
 }
 
 }  // namespace
+
+std::span<const ProjectFile> ProjectFiles() {
+    return kFiles;
+}
 
 CString ManifestPath(const ProjectManager& paths) {
     return platform::JoinPath(paths.projectFilesFolder, L"manifest");
@@ -93,7 +95,7 @@ std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths) {
 
 std::vector<CoveredFile> CoveredFiles(const ProjectManager& paths, std::error_code& error) {
     std::vector<CoveredFile> files;
-    for (const Entry& entry : kFiles) {
+    for (const ProjectFile& entry : kFiles) {
         const CString& path = paths.*entry.path;
         if (platform::PathExists(path) && !platform::IsFolder(path)) {
             files.push_back({entry.name, path});
@@ -115,7 +117,7 @@ CString UnfinishedPathOf(const CString& path) {
 
 std::vector<CString> UnfinishedFiles(const ProjectManager& paths) {
     std::vector<CString> files;
-    for (const Entry& entry : kFiles) {
+    for (const ProjectFile& entry : kFiles) {
         if (entry.name != std::string_view(kPointsName))  // which are never made anew
             files.push_back(UnfinishedPathOf(paths.*entry.path));
     }
@@ -130,7 +132,7 @@ std::vector<CString> UnfinishedFiles(const ProjectManager& paths) {
 }
 
 CString CoveredPath(const ProjectManager& paths, const std::string& name) {
-    for (const Entry& entry : kFiles) {
+    for (const ProjectFile& entry : kFiles) {
         if (name == entry.name) return paths.*entry.path;
     }
     const std::string_view view = name;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <span>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -30,6 +31,16 @@ CString WrittenMarkPath(const CString& pointFile);
 void MarkAsWritten(const CString& pointFile);
 /// How often the point files were opened for writing since they were summed.
 std::uint64_t TimesWritten(const CString& pointFile);
+
+/// A file that a project has one of, under its name in the manifest.
+struct ProjectFile {
+    const char* name;
+    CString ProjectManager::*path;
+    bool derived = false;  ///< the points determine it, so a repair makes it anew
+    bool fine = false;     ///< of the 10 cm level, which a project with a skeleton of 1 m has not
+};
+/// All of them; station files, of which there are many, are none. In the order of docs/FORMAT.md.
+std::span<const ProjectFile> ProjectFiles();
 
 /// A file that a manifest covers.
 struct CoveredFile {

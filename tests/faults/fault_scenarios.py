@@ -78,6 +78,7 @@ class Scenario:
     name = ""
     optional = False  # the work may stay undone with exit code 0
     atomic = True  # killed on the way, the folder's project is as before or as after
+    whole_kinds = ()  # of which the suite meets every call
 
     def __init__(self, bench):
         self.bench = bench
@@ -273,5 +274,27 @@ class ProjectSettings(OnProject):
         return ["plane", self.project(folder), "--seed", "2.5,1.75,0.5", "--split", "0.33"]
 
 
+class Repair(OnProject):
+    """Files are replaced one by one: until the last is, the check names those that are wrong. What is
+    damaged: a file that is gone, an index, and the transform, of which one bit has flipped."""
+
+    name = "repair"
+    whole_kinds = ("eacces", "stuck+")  # files that are not read are not lost; what stays is named
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        files = os.path.join(folder, "p_Project_Files")
+        os.remove(os.path.join(files, "Data", "z.hist"))
+        for name in (os.path.join("Index", "Grid.idx"), "transform"):
+            with open(os.path.join(files, name), "r+b") as file:
+                file.seek(20)
+                byte = file.read(1)[0]
+                file.seek(20)
+                file.write(bytes([byte ^ 4]))
+
+    def words(self, folder):
+        return ["repair", self.project(folder), "--threads", "1", "--progress", "none"]
+
+
 SCENARIOS = [Import, Overwrite, OverwriteMarked, Destroy, SavePlanes, SavePlanesAgain, ApplyPlanes,
-             ApplyClasses, UserSettings, ProjectSettings]
+             ApplyClasses, UserSettings, ProjectSettings, Repair]

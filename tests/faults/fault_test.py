@@ -179,7 +179,7 @@ def judge_all(options, scratch):
         calls = count_calls(scenario, options.library)
         for kind in options.kind or KINDS:
             numbers = [options.at] if options.at else places(
-                calls, kind, 0 if options.all else options.sample)
+                calls, kind, 0 if options.all or kind in make.whole_kinds else options.sample)
             runs += [Run(scenario, options, kind, at) for at in numbers]
     table = collections.defaultdict(collections.Counter)
     failed = 0

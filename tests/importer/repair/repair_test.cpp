@@ -202,6 +202,36 @@ TEST_F(RepairTest, GoesOnWhereOneWasEnded) {
     EXPECT_TRUE(ReadProject(project) == whole);
 }
 
+// A folder that holds something stands for any entry that the system does not remove.
+TEST_F(RepairTest, NamesWhatItCouldNotRemoveAndTheNextOneClearsIt) {
+    Import();
+    const CString inTheWay = paths.transformFile + L".orvix-part";
+    std::error_code error;
+    platform::MakeFolder(inTheWay, error);
+    orvix::test::WriteText(platform::JoinPath(inTheWay, L"file"), "x");
+    Remove(paths.zHist);
+    auto report = Mend();
+    EXPECT_TRUE(report.Ok());
+    EXPECT_EQ(StateOf(report, "Data/z.hist"), FileState::Rebuilt);
+    EXPECT_THAT(report.warnings,
+                testing::ElementsAre(HasSubstr(platform::ToUtf8(inTheWay) + " could not be")));
+
+    const CString head = paths.headFile + L".orvix-part";
+    platform::MakeFolder(head, error);
+    orvix::test::WriteText(platform::JoinPath(head, L"file"), "x");
+    Remove(paths.zHist);
+    const auto failed = Repair(project, {});
+    ASSERT_FALSE(failed) << "there is no room for a new head";
+    EXPECT_THAT(failed.error().message, HasSubstr(platform::ToUtf8(head) + " could not be"));
+
+    for (const CString& path : {inTheWay, head}) {
+        platform::RemoveTree(path, error);
+        orvix::test::WriteText(path, "x");
+    }
+    EXPECT_THAT(Mend().warnings, testing::IsEmpty());
+    EXPECT_TRUE(ReadProject(project) == whole);
+}
+
 TEST_F(RepairTest, ThatIsOnlyTriedChangesNothing) {
     Import();
     Remove(paths.zHist);

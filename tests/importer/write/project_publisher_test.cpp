@@ -71,6 +71,23 @@ TEST(ProjectPublisher, LetsOneImportAtATimeWorkOnATarget) {
     EXPECT_TRUE(platform::PathExists(first->Working().projectFile));
 }
 
+TEST(ProjectPublisher, ClearsAwayUnfinishedRecordsOfTheProjectThatItReplacesAlone) {
+    const ScratchFolder folder;
+    const auto import = [&](const CString& target, Existing existing) {
+        auto publisher = ProjectPublisher::Begin(target, existing);
+        ASSERT_TRUE(publisher) << publisher.error().message;
+        Fill(publisher->Working(), "");
+        ASSERT_TRUE(publisher->Publish());
+        EXPECT_THAT(publisher->Clear(), IsEmpty());
+    };
+    WriteText(folder / L"p.prj.orvix-part", "unfinished");
+    WriteText(folder / L"p.prj.settings-part", "unfinished");
+    import(folder / L"p.prj", Existing::Keep);
+    EXPECT_EQ(folder.Names().size(), 4u) << "before the first import they are somebody else's";
+    import(folder / L"p.prj", Existing::Replace);
+    EXPECT_THAT(folder.Names(), ElementsAre(L"p.prj", L"p_Project_Files"));
+}
+
 // BEHAVIOUR I17
 TEST(ProjectPublisher, TakesTheFoldersThatADestroyedProjectLeavesButNoFiles) {
     const ScratchFolder folder;

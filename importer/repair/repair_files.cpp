@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "importer/repair/derived_files.h"
+#include "importer/repair/repair_files.h"
 
 #include <cstddef>
 #include <cstring>
@@ -7,7 +7,6 @@
 #include "importer/files/synced_file.h"
 #include "orvix/platform/file.h"
 #include "orvix/points/records.h"
-#include "orvix/project/covered_files.h"
 
 namespace orvix::importer {
 namespace {
@@ -24,32 +23,23 @@ void ClearPairs(std::vector<std::uint8_t>& records) {
     }
 }
 
+tl::unexpected<Error> CannotRead(const CString& path, std::error_code cause) {
+    return FailSystem(cause, "nothing was changed, since this cannot be read: " + ToUtf8(path));
+}
+
 }  // namespace
 
-const std::array<Derived, 15> kDerived{{
-    {"Index/Grid1000cm.idx", &ProjectManager::grid1000cmIdx},
-    {"Index/Grid.idx", &ProjectManager::gridIdx},
-    {"Index/Grid1to10cm.idx", &ProjectManager::grid1to10cmIdx, true},
-    {"Index/Grid10cm.idx", &ProjectManager::grid10cmIdx, true},
-    {detail::kSkeletonPlacesName, &ProjectManager::gridSkeletCoordPts},
-    {detail::kSkeletonDataName, &ProjectManager::gridSkeletDataPts},
-    {"Data/intensities.hist", &ProjectManager::intensitiesHist},
-    {"Data/intensities_slice.hist", &ProjectManager::intensitiesSliceHist},
-    {"Data/z.hist", &ProjectManager::zHist},
-    {"Data/z_slice.hist", &ProjectManager::zSliceHist},
-    {"DataView/view_grid.dtv", &ProjectManager::viewGridDtv},
-    {"DataView/view_entries.dtv", &ProjectManager::viewEntriesDtv},
-    {"LogicView/view_grid.lv", &ProjectManager::viewGridLv},
-    {detail::kHeadName, &ProjectManager::headFile},
-    {detail::kSettingsName, &ProjectManager::projectFile},
-}};
-
-std::vector<std::uint8_t> ReadSmall(const CString& path) {
+Expected<std::vector<std::uint8_t>> ReadSmall(const CString& path) {
     std::error_code error;
     const auto file = platform::File::OpenRead(path, error);
-    if (error || file.Size() > kSmallBytes) return {};
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.Size()));
-    bytes.resize(file.ReadAt(0, bytes.data(), bytes.size(), error));
+    if (error == std::errc::no_such_file_or_directory || error == std::errc::is_a_directory)
+        return std::vector<std::uint8_t>();
+    std::vector<std::uint8_t> bytes;
+    if (!error && file.Size() <= kSmallBytes) {
+        bytes.resize(static_cast<std::size_t>(file.Size()));
+        bytes.resize(file.ReadAt(0, bytes.data(), bytes.size(), error));
+    }
+    if (error) return CannotRead(path, error);
     return bytes;
 }
 
@@ -67,17 +57,17 @@ Expected<bool> AreAlike(const CString& a, const CString& b, bool withoutPairs) {
     constexpr std::size_t kBytes = sizeof(CPointDataFull) << 16;
     std::error_code error;
     const auto first = platform::File::OpenRead(a, error);
-    if (error) return FailSystem(error, ToUtf8(a) + " cannot be read");
+    if (error) return CannotRead(a, error);
     const auto second = platform::File::OpenRead(b, error);
-    if (error) return FailSystem(error, ToUtf8(b) + " cannot be read");
+    if (error) return CannotRead(b, error);
     if (first.Size() != second.Size()) return false;
     std::vector<std::uint8_t> left(kBytes);
     std::vector<std::uint8_t> right(kBytes);
     for (std::uint64_t at = 0; at < first.Size(); at += kBytes) {
         left.resize(first.ReadAt(at, left.data(), kBytes, error));
-        if (error) return FailSystem(error, ToUtf8(a) + " cannot be read");
+        if (error) return CannotRead(a, error);
         right.resize(second.ReadAt(at, right.data(), kBytes, error));
-        if (error) return FailSystem(error, ToUtf8(b) + " cannot be read");
+        if (error) return CannotRead(b, error);
         if (withoutPairs) ClearPairs(left);
         if (withoutPairs) ClearPairs(right);
         if (left != right) return false;

@@ -1,30 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_manager.h"
 
 namespace orvix::importer {
 
-/// A file that a project's points determine, under the name that the manifest has for it. Head and
-/// settings, which they determine too, are records of their own.
-struct Derived {
-    const char* name;
-    CString ProjectManager::*path;
-    bool fine = false;  // of the 10 cm level
-};
-
-/// In the manifest's order but for the two records, which are last.
-extern const std::array<Derived, 15> kDerived;
-
-/// The bytes of a file of 8 KiB at most; none where it is larger or cannot be read.
-std::vector<std::uint8_t> ReadSmall(const CString& path);
+/// The bytes of a file of 8 KiB at most; none where it is larger, or where there is no such file.
+///
+/// Errors  those of the system, which say nothing about the file.
+Expected<std::vector<std::uint8_t>> ReadSmall(const CString& path);
 
 /// Makes a file, in place of what an ended repair left of it, and brings it to the device.
 ///
