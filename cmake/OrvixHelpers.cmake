@@ -26,6 +26,13 @@ function(orvix_test)
   endif()
 endfunction()
 
+# orvix_uses_devices(name): a test that runs kernels. What drivers compile and keep stays in the build.
+function(orvix_uses_devices name)
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/kernel-cache)
+  set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+    POCL_CACHE_DIR=${PROJECT_BINARY_DIR}/kernel-cache MESA_SHADER_CACHE_DISABLE=true)
+endfunction()
+
 # orvix_skipped_test(name reason): a test that cannot be in this build, which ctest and scripts/test tell.
 function(orvix_skipped_test name reason)
   add_test(NAME ${name} COMMAND ${CMAKE_COMMAND} -E echo "skipped: ${reason}")

@@ -7,7 +7,7 @@
 
 namespace orvix::detail {
 
-/// The kernels' places in the program; section_kernels.h says what each does.
+/// The kernels' places in the program; section_kernels.cl says what each does.
 enum SectionKernel : std::size_t { kClassifyKernel, kSnapKernel };
 
 /// The kernels of sections: points against a slab, and what a picking ray may reach. One object for

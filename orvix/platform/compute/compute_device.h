@@ -89,16 +89,18 @@ struct ComputeDeviceFacts {
 ///             to kMostComputeGroups groups. Anything else is refused with false and harms nothing,
 ///             nor does an empty upload or download, which succeeds. A kernel must not read or
 ///             write past its buffers.
-/// Buffers     an output must not be an input of the same launch. A kernel that does not use its
+/// Buffers     an output that is an input of the same launch is refused. A kernel that does not use its
 ///             second input or output is given the first a second time.
 /// Errors      false, or no buffer, whatever the reason: memory, a device that was taken away, a
 ///             driver's failure, one that hangs. A refused buffer leaves the device as it was; after
 ///             any other failure of a call that lies within the boundaries all further calls fail,
 ///             at once. The caller then gives the device up and works on the processor.
 ///             Some drivers find out at the first use of a buffer that they have no memory for it.
-/// Waiting     Upload and Launch return while the device works; Download waits, no longer than the
-///             patience. What a device that hangs still holds is left to it: its end waits for
-///             nothing, and no memory of the caller is in its hands after a call has returned.
+/// Waiting     Upload and Launch return while the device works, unless very much is under way;
+///             Download, and the end of a device that still works, wait for what was asked for
+///             before. Nothing waits longer than the patience for one piece of work. What a device
+///             that hangs still holds is left to it, for good; no memory of the caller is in its
+///             hands after a call has returned.
 /// Threads     one at a time.
 /// Cost        an upload or download copies once through memory that the device reaches by itself.
 class ComputeDevice {

@@ -18,6 +18,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "orvix/platform/dynamic_library.h"
 #include "orvix/platform/posix/native.h"
 
 namespace orvix::platform {
@@ -159,6 +160,10 @@ void* LoadSharedLibrary(const CString& name) {
     const std::string folder = OwnFolder(own);
     void* const beside = folder.empty() ? nullptr : OpenLibrary(folder + "/" + file);
     return beside != nullptr ? beside : SearchLibrary(own, file);
+}
+
+void* LoadSystemLibrary(const SystemLibrary& library) {
+    return library.posix == nullptr ? nullptr : SearchLibrary(OwnEntry(), library.posix);
 }
 
 void* FindSymbol(void* library, const char* name) {

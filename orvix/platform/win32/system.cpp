@@ -6,6 +6,7 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
+#include "orvix/platform/dynamic_library.h"
 #include "orvix/platform/win32/native.h"
 
 namespace orvix::platform {
@@ -63,6 +64,11 @@ void* LoadSharedLibrary(const CString& name) {
         return library;
     }
     return LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+}
+
+void* LoadSystemLibrary(const SystemLibrary& library) {
+    if (library.windows == nullptr) return nullptr;
+    return LoadLibraryExW(library.windows, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
 }
 
 void* FindSymbol(void* library, const char* name) {
