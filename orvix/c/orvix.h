@@ -144,6 +144,8 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_project_open(const char* path,
                                                          const orvix_open_options* options,
                                                          orvix_project** project,
                                                          orvix_error* error);
+// After orvix_points_write_dclc the project's sums follow what changed; until then, and where the host
+// ends without this call, the check says that the points were opened for writing.
 // Cost    after orvix_points_write_dclc a wait until what changed is on the disk; else none.
 ORVIX_C_API void ORVIX_C_CALL orvix_project_close(orvix_project* project);
 

@@ -79,9 +79,13 @@ Answer MapPoints(const orvix_project& project, std::uint64_t first, std::uint64_
 }
 
 /// One run of the alive points.
-Answer WriteRun(PointEditor& editor, const CIndexerSmall& run, const orvix_dclc* values) {
-    const bool mapped =
-        editor.ForEachPoint(run, [&](const auto&, DclcPair pair) { pair.Set(values++); });
+Answer WriteRun(PointEditor& editor, EditedBlocks& edits, const CIndexerSmall& run,
+                const orvix_dclc* values) {
+    std::uint64_t record = run.offset;
+    const bool mapped = editor.ForEachPoint(run, [&](const auto&, DclcPair pair) {
+        edits.Change(record++, pair.Bytes(), values);
+        pair.Set(values++);
+    });
     if (mapped) return {};
     return Refuse(ORVIX_FAILED,
                   fmt::format("the points from {} on cannot be mapped for writing", run.offset));
@@ -184,13 +188,14 @@ orvix_status orvix_points_write_dclc(orvix_project* project, uint64_t first, uin
             return Refuse(ORVIX_BAD_ARGUMENT,
                           "the project is open for reading; open it with ORVIX_READ_WRITE");
         }
+        if (count > 0 && !project->edits) project->edits = EditedBlocks::Begin(project->Paths());
         PointEditor editor(project->Core());
-        project->edited = true;
         while (count > 0) {
             CIndexerSmall run;
             run.offset = first;
             run.count = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, 0x40000000));
-            if (auto written = WriteRun(editor, run, values); !written) return written;
+            if (auto written = WriteRun(editor, *project->edits, run, values); !written)
+                return written;
             first += run.count;
             count -= run.count;
             values += run.count;

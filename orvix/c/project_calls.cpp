@@ -5,6 +5,7 @@
 #include <array>
 #include <limits>
 #include <memory>
+#include <new>
 #include <system_error>
 
 #include "orvix/c/project_handle.h"
@@ -49,7 +50,7 @@ Answer Map(platform::MappedFile& mapped, const CString& path) {
 Answer OpenCore(orvix_project& project) {
     // A cloud without points has nothing to map, and nothing to write.
     const bool write = project.writable && project.summary.points > 0;
-    if (write ? project.Core().OpenCores4Write() : project.Core().OpenCores()) return {};
+    if (write ? EditedBlocks::Open(project.Core()) : project.Core().OpenCores()) return {};
     return Refuse(ORVIX_FAILED, fmt::format("the point files of {} cannot be opened for {}; check "
                                             "that they are there, and their permissions",
                                             platform::ToUtf8(project.Paths().projectFile),
@@ -151,9 +152,16 @@ orvix_station_info StationOf(const ProjectManager& paths, int station) {
 
 }  // namespace
 
-// Nobody is left to hear of a failure: the host's own calls have succeeded.
+// Nobody is left to hear of a failure: the host's own calls have succeeded, and the mark beside the
+// points says that their sums are of before.
+// BEHAVIOUR K9
 orvix_project::~orvix_project() {
-    if (edited) (void)PointEditor::Sync(Paths());
+    if (!edits) return;
+    try {
+        if (PointEditor::Sync(Paths())) (void)edits->End(opened->Stamp());
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 namespace orvix::detail {

@@ -3,12 +3,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "orvix/c/boundary.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/records.h"
+#include "orvix/project/edited_blocks.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_summary.h"
 
@@ -29,7 +31,8 @@ struct orvix_project {
     std::shared_ptr<orvix::detail::OpenProject> opened;  ///< searches share it
     orvix::detail::ProjectSummary summary;
     bool writable = false;
-    bool edited = false;  ///< its points are brought to the disk at the end
+    /// Since the first change of its points, which are brought to the disk at the end.
+    std::optional<orvix::detail::EditedBlocks> edits;
     orvix::platform::File points;
     orvix::platform::MappedFile index1000;
     orvix::platform::MappedFile index100;

@@ -24,6 +24,8 @@ public:
 
     explicit DclcPair(std::uint8_t* bytes) : bytes_(bytes) {}
 
+    [[nodiscard]] const std::uint8_t* Bytes() const { return bytes_; }
+
     void SetFirst(std::uint16_t value) const { Put(bytes_, &value, sizeof value); }
     void SetSecond(std::uint8_t value) const { Put(bytes_ + 2, &value, sizeof value); }
     /// Both values, laid out as in the record.

@@ -73,16 +73,20 @@ bool CProjectCore::OpenCores() {
 }
 
 bool CProjectCore::OpenCores4Write() {
+    const bool mapped = OpenForWriting();
+    if (mapped) detail::MarkAsWritten(alivePath_);  // BEHAVIOUR K9
+    return mapped;
+}
+
+bool CProjectCore::OpenForWriting() {
     OpenFiles(FileAccess::ReadWrite);
     // A failed open passes this test; its mapping does not exist and so decides the result.
     if (skeletCoordFile_ == nullptr || skeletDataFile_ == nullptr || aliveFile_ == nullptr) {
         return false;
     }
     MapFiles(FileAccess::ReadWrite);
-    const bool mapped =
-        skeletCoordMapping_ != nullptr && skeletDataMapping_ != nullptr && aliveMapping_ != nullptr;
-    if (mapped) detail::MarkAsWritten(alivePath_);  // BEHAVIOUR K9
-    return mapped;
+    return skeletCoordMapping_ != nullptr && skeletDataMapping_ != nullptr &&
+           aliveMapping_ != nullptr;
 }
 
 void CProjectCore::Close() {

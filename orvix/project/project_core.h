@@ -16,6 +16,7 @@ namespace platform {
 enum class FileAccess;
 }
 namespace detail {
+class EditedBlocks;
 class RunViews;
 }
 
@@ -96,6 +97,9 @@ public:
     static ProjectType ProjectTypeFromSkeletScale(const double& scale);
 
 private:
+    friend class detail::EditedBlocks;  // which leaves the mark of an opening with the first change
+
+    bool OpenForWriting();
     void OpenFiles(platform::FileAccess access);
     void MapFiles(platform::FileAccess access);
     std::shared_ptr<CAlivePointReader> CreateReader(std::uint32_t access) const;

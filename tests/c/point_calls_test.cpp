@@ -9,6 +9,9 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/points/grid_cells.h"
+#include "orvix/project/check/project_check.h"
+#include "orvix/project/covered_files.h"
+#include "orvix/project/project_paths.h"
 #include "tests/c/c_project.h"
 
 namespace orvix::test {
@@ -121,6 +124,31 @@ TEST_F(CPointCalls, ChangeNothingButTheDclcPairsAskedFor) {
     EXPECT_TRUE(Same(Points(0, wanted.size()), wanted.data()));
     EXPECT_EQ(orvix_points_write_dclc(project, wanted.size() - 1, 2, marks.data(), &error),
               ORVIX_BAD_ARGUMENT);
+}
+
+// BEHAVIOUR K9
+TEST_F(CPointCalls, KeepTheSumsOfTheProjectTrue) {
+    ProjectManager paths;
+    detail::BuildPaths(paths, path);
+    ASSERT_TRUE(detail::SumProject(paths, {}, detail::RunOneByOne));
+    const auto sums = [&] {
+        detail::CheckOptions options;
+        options.sums = detail::SumDepth::All;
+        const auto report = detail::CheckProject(path, options);
+        EXPECT_TRUE(report && report->Ok());
+        return report ? report->sums : detail::SumReport();
+    };
+    const std::vector<orvix_dclc> marks(500, {4711, 42, 0});
+    ASSERT_EQ(Open(ORVIX_READ_WRITE), ORVIX_OK) << error.text;
+    EXPECT_EQ(orvix_points_write_dclc(project, 3, 0, marks.data(), &error), ORVIX_OK);
+    EXPECT_TRUE(sums().written.empty()) << "opening alone writes nothing";
+    ASSERT_EQ(orvix_points_write_dclc(project, 100, 500, marks.data(), &error), ORVIX_OK);
+    ASSERT_EQ(orvix_points_write_dclc(project, 20, 1, marks.data(), &error), ORVIX_OK);
+    EXPECT_FALSE(sums().written.empty()) << "until the close they are not known";
+    orvix_project_close(project);
+    project = nullptr;
+    EXPECT_EQ(sums().state, detail::SumState::Compared);
+    EXPECT_TRUE(sums().written.empty());
 }
 
 // A file of 4.8 GB, all but one record of it a hole: positions past 32 bits in every call.
