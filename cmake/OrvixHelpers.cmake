@@ -31,6 +31,11 @@ function(orvix_uses_devices name)
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/kernel-cache)
   set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
     POCL_CACHE_DIR=${PROJECT_BINARY_DIR}/kernel-cache MESA_SHADER_CACHE_DISABLE=true)
+  if(CMAKE_CROSSCOMPILING)
+    # Direct3D needs a display.
+    set_target_properties(${name} PROPERTIES
+      CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/scripts/wine-display)
+  endif()
 endfunction()
 
 # orvix_skipped_test(name reason): a test that cannot be in this build, which ctest and scripts/test tell.
