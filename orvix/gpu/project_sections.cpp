@@ -5,6 +5,8 @@
 #include <bit>
 #include <cmath>
 
+#include "orvix/gpu/section_pass.h"
+
 namespace orvix::detail {
 namespace {
 
@@ -50,14 +52,6 @@ void Add(SectionCounts& counts, SectionClass value, std::uint64_t points) {
             counts.noPosition += points;
             break;
     }
-}
-
-void Add(SectionCounts& sum, const SectionCounts& counts) {
-    sum.in += counts.in;
-    sum.behind += counts.behind;
-    sum.before += counts.before;
-    sum.outside += counts.outside;
-    sum.noPosition += counts.noPosition;
 }
 
 // The one class that all points of a box have and nobody wants.

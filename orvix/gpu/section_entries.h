@@ -43,18 +43,16 @@ inline SectionPoints Stretch(const SectionPoints& points, std::uint64_t first,
 }
 
 /// Calls use(indices, first) for the lists' stretches of up to `most` indices; `first` counts the
-/// entries before. A false result ends it, and is returned.
+/// entries before.
 template <class Use>
-bool ForEachListed(const SectionEntries& entries, std::uint64_t most, const Use& use) {
+void ForEachListed(const SectionEntries& entries, std::uint64_t most, const Use& use) {
     std::uint64_t first = 0;
     for (const auto& list : entries.lists) {
         for (std::uint64_t at = 0; at < list.size(); at += most) {
-            const auto piece = list.subspan(at, std::min<std::uint64_t>(most, list.size() - at));
-            if (!use(piece, first + at)) return false;
+            use(list.subspan(at, std::min<std::uint64_t>(most, list.size() - at)), first + at);
         }
         first += list.size();
     }
-    return true;
 }
 
 /// Calls use(k) for the entries of one class, in order.

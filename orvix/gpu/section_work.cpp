@@ -5,6 +5,7 @@
 
 #include "orvix/gpu/point_tree.h"
 #include "orvix/gpu/section_loop.h"
+#include "orvix/gpu/section_pass.h"
 
 namespace orvix::detail {
 namespace {
@@ -14,23 +15,19 @@ constexpr std::uint64_t kPiece = 16'384;
 // Building a tree costs as much as so many passes.
 constexpr std::uint64_t kRaysForTree = 20;
 
-void Add(SectionCounts& sum, const SectionCounts& counts) {
-    sum.in += counts.in;
-    sum.behind += counts.behind;
-    sum.before += counts.before;
-    sum.outside += counts.outside;
-    sum.noPosition += counts.noPosition;
-}
-
 }  // namespace
 
-SectionWork::SectionWork(const SectionOptions& options) : options_(options) {}
+SectionWork::SectionWork(const SectionOptions& options, std::shared_ptr<SectionDevices> devices)
+    : options_(options), devices_(std::move(devices)) {}
 SectionWork::~SectionWork() = default;
 
 void SectionWork::SetPoints(const SectionPoints& points, bool held) {
     ClearLists();
     entries_.points = points;
     held_ = held;
+    choice_ = Choice::Open;
+    uploaded_ = false;
+    if (device_) device_->Release();
 }
 
 bool SectionWork::SetLists(std::span<const std::span<const std::uint64_t>> lists) {
@@ -57,60 +54,68 @@ void SectionWork::ClearLists() {
 
 SectionCounts SectionWork::Classify(const SectionRule& rule, SectionClass* target,
                                     const UsePiece& use) {
-    return entries_.listed ? ClassifyListed(rule, target, use) : ClassifyHere(rule, target, use);
+    Pass pass{rule, target, use, {}, 0, {}, {}};
+    lastUsed_ = "processor";
+    // What a device leaves undone when it fails is done here, from there on.
+    if (MayUseDevice() && HoldOnDevice() && IsDeviceFaster(rule)) ClassifyOnDevice(pass);
+    if (entries_.listed) {
+        ClassifyListed(pass);
+    } else {
+        ClassifyHere(pass);
+    }
+    return pass.counts;
 }
 
-SectionCounts SectionWork::ClassifyHere(const SectionRule& rule, SectionClass* target,
-                                        const UsePiece& use) {
-    const bool steps = rule.steps != 0;
-    if (target != nullptr && !use && !steps) {
-        return ClassifyPoints(rule, entries_.points, target, nullptr);
+void SectionWork::ClassifyHere(Pass& pass) {
+    const std::uint64_t all = entries_.points.count;
+    const bool atOnce = pass.target != nullptr && !pass.use && pass.rule.steps == 0;
+    const std::uint64_t most = atOnce ? all : kPiece;
+    pass.Reserve(std::min(most, kPiece));
+    while (pass.done < all) {
+        const std::uint64_t count = std::min(most, all - pass.done);
+        const auto found = ClassifyPoints(pass.rule, Stretch(entries_.points, pass.done, count),
+                                          pass.To(), pass.Steps());
+        pass.Take(count, found, nullptr);
     }
-    SectionCounts counts;
-    std::vector<SectionClass> classes(target == nullptr ? kPiece : 0);
-    std::vector<std::uint8_t> stepBuffer(steps ? kPiece : 0);
-    for (std::uint64_t first = 0; first < entries_.points.count; first += kPiece) {
-        const std::uint64_t count = std::min(kPiece, entries_.points.count - first);
-        SectionClass* const to = target != nullptr ? target + first : classes.data();
-        Add(counts, ClassifyPoints(rule, Stretch(entries_.points, first, count), to,
-                                   steps ? stepBuffer.data() : nullptr));
-        if (use) use({first, {to, count}, steps ? stepBuffer.data() : nullptr, nullptr});
-    }
-    return counts;
 }
 
-SectionCounts SectionWork::ClassifyListed(const SectionRule& rule, SectionClass* target,
-                                          const UsePiece& use) {
-    const bool steps = rule.steps != 0;
-    SectionCounts counts;
-    std::vector<SectionClass> classes(target == nullptr ? kPiece : 0);
-    std::vector<std::uint8_t> stepBuffer(steps ? kPiece : 0);
+void SectionWork::ClassifyListed(Pass& pass) {
+    pass.Reserve(kPiece);
     std::vector<SimplePointT<float>> gathered(kPiece);
     ForEachListed(
         entries_, kPiece, [&](std::span<const std::uint64_t> indices, std::uint64_t first) {
+            if (first + indices.size() <= pass.done) return;
+            indices = indices.subspan(std::max(first, pass.done) - first);
             for (std::size_t k = 0; k < indices.size(); ++k) {
                 gathered[k] = PointAt(entries_.points, indices[k]);
             }
-            SectionClass* const to = target != nullptr ? target + first : classes.data();
             const SectionPoints points{gathered.data(), indices.size(), sizeof gathered[0]};
-            Add(counts, ClassifyPoints(rule, points, to, steps ? stepBuffer.data() : nullptr));
-            if (use) {
-                use({first,
-                     {to, indices.size()},
-                     steps ? stepBuffer.data() : nullptr,
-                     indices.data()});
-            }
-            return true;
+            const auto found = ClassifyPoints(pass.rule, points, pass.To(), pass.Steps());
+            pass.Take(indices.size(), found, indices.data());
         });
-    return counts;
 }
 
 SectionCounts SectionWork::ClassifyOthers(const SectionRule& rule, const SectionPoints& points,
                                           SectionClass* classes) {
+    lastUsed_ = "processor";
+    if (points.count == 0) return {};
+    if (WishOf(options_.device).device == SectionDevice::Gpu && OpenDevice()) {
+        if (device_->Start(0, rule, {points, {}, {}}) && device_->Finish(0, classes, nullptr)) {
+            const auto counts = CountsOf(classes, points.count);
+            if (counts.Total() == points.count) {
+                lastUsed_ = device_->Device().Name();
+                return counts;
+            }
+        }
+        DropDevice();
+    }
     return ClassifyPoints(rule, points, classes, nullptr);
 }
 
 std::uint64_t SectionWork::StreamedAtOnce() {
+    if (WishOf(options_.device).device == SectionDevice::Gpu && OpenDevice()) {
+        return device_->AtOnce();
+    }
     return 2 * kPiece;
 }
 
@@ -120,8 +125,11 @@ void SectionWork::Snap(std::span<const SnapRule> rules, std::span<SnappedPoint> 
     // Points that are not held may have changed since the last call.
     if (!held_) trees_.clear();
     raysPassed_ = held_ ? raysPassed_ + rules.size() : rules.size();
+    lastUsed_ = "processor";
     if (!trees_.empty() || raysPassed_ >= kRaysForTree) {
         SnapByTrees(rules, bests);
+    } else if (SnapOnDevice(rules, bests)) {
+        lastUsed_ = device_->Device().Name();
     } else {
         SnapByPasses(rules, bests);
     }
@@ -184,10 +192,6 @@ void SectionWork::SnapByTrees(std::span<const SnapRule> rules, std::span<SnapBes
             first += PointTree::kMostPoints;
         }
     }
-}
-
-std::string SectionWork::DeviceName() const {
-    return "processor";
 }
 
 }  // namespace orvix::detail

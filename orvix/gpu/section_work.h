@@ -8,8 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "orvix/gpu/device_work.h"
 #include "orvix/gpu/ray_rule.h"
 #include "orvix/gpu/section.h"
+#include "orvix/gpu/section_devices.h"
 #include "orvix/gpu/section_entries.h"
 #include "orvix/gpu/section_rule.h"
 
@@ -34,7 +36,8 @@ class SectionWork {
 public:
     using UsePiece = std::function<void(const SectionPiece&)>;
 
-    explicit SectionWork(const SectionOptions& options);
+    explicit SectionWork(const SectionOptions& options,
+                         std::shared_ptr<SectionDevices> devices = SystemDevices());
     ~SectionWork();
 
     void SetPoints(const SectionPoints& points, bool held);
@@ -49,22 +52,42 @@ public:
     /// Classifies points that are not those set, of any number.
     SectionCounts ClassifyOthers(const SectionRule& rule, const SectionPoints& points,
                                  SectionClass* classes);
-    /// Points that ClassifyOthers should be given at a time.
+    /// Points that ClassifyOthers should be given at a time, at most.
     [[nodiscard]] std::uint64_t StreamedAtOnce();
 
     void Snap(std::span<const SnapRule> rules, std::span<SnappedPoint> snapped);
 
-    [[nodiscard]] std::string DeviceName() const;
+    [[nodiscard]] const std::string& DeviceName() const { return lastUsed_; }
 
 private:
-    SectionCounts ClassifyHere(const SectionRule& rule, SectionClass* target, const UsePiece& use);
-    SectionCounts ClassifyListed(const SectionRule& rule, SectionClass* target,
-                                 const UsePiece& use);
+    using Job = DeviceWork::Job;
+    /// What a pass does with its entries: where classes go, who is called, what was counted.
+    struct Pass;
+
+    bool MayUseDevice();
+    bool OpenDevice();
+    bool HoldOnDevice();
+    bool IsDeviceFaster(const SectionRule& rule);
+    void DropDevice();
+    bool ClassifyOnDevice(Pass& pass);
+    bool RunJobs(Pass& pass, std::span<const Job> jobs);
+    void ClassifyJobHere(Pass& pass, const Job& job);
+    std::vector<Job> JobsOf() const;
+    bool SnapOnDevice(std::span<const SnapRule> rules, std::span<SnapBest> bests);
+    void ClassifyHere(Pass& pass);
+    void ClassifyListed(Pass& pass);
     void SnapByPasses(std::span<const SnapRule> rules, std::span<SnapBest> bests);
     void SnapByTrees(std::span<const SnapRule> rules, std::span<SnapBest> bests);
     void GatherListed();
 
     SectionOptions options_;
+    std::shared_ptr<SectionDevices> devices_;
+    std::unique_ptr<DeviceWork> device_;
+    enum class Choice { Open, Device, Processor };
+    Choice choice_ = Choice::Open;  // for the points that are set
+    bool none_ = false;             // no device is left to try
+    bool uploaded_ = false;         // the held points, as far as they fit
+    std::string lastUsed_ = "processor";
     SectionEntries entries_;
     bool held_ = false;
     std::uint64_t raysPassed_ = 0;  // over the held points, without a tree
