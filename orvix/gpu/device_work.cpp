@@ -91,7 +91,8 @@ void ForEachUndecided(const SectionClass* classes, std::uint64_t count, const Us
 }  // namespace
 
 DeviceWork::DeviceWork(std::unique_ptr<platform::ComputeDevice> device, std::uint64_t memory)
-    : device_(std::move(device)), memory_(memory) {
+    : device_(std::move(device)),
+      memory_(std::max(memory, kLeastAtOnce * (kJobBytes + kPointBytes))) {
     atOnce_ = std::clamp(memory / (2 * kJobBytes), kLeastAtOnce, kMostAtOnce) / kLeastAtOnce *
               kLeastAtOnce;
     const std::uint64_t largest = std::max(device_->LargestBuffer(), atOnce_ * kPointBytes);

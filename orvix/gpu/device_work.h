@@ -35,6 +35,7 @@ namespace orvix::detail {
 ///          each. A launch a job, a byte a point on the way back, two with a ramp.
 class DeviceWork {
 public:
+    /// `memory` in bytes; less than 200 KiB is taken for that.
     DeviceWork(std::unique_ptr<platform::ComputeDevice> device, std::uint64_t memory);
 
     /// Whether the device gives the answers of some hundred points on every boundary, each kernel's.
