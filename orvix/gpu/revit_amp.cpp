@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <optional>
 
@@ -42,6 +43,13 @@ bool IsRay(const PickingRay& ray) {
     return IsFinite(ray.origin) && IsFinite(d) && (d.x != 0 || d.y != 0 || d.z != 0) &&
            std::isfinite(ray.radius) && ray.radius >= 0 && std::isfinite(ray.tangent) &&
            ray.tangent >= 0;
+}
+
+// Without a branch: neighbouring points of a scan lie now in the slab, now beside it.
+SectionColour Chosen(bool first, SectionColour one, SectionColour other) {
+    const std::uint32_t mask = -static_cast<std::uint32_t>(first);
+    return std::bit_cast<SectionColour>((std::bit_cast<std::uint32_t>(one) & mask) |
+                                        (std::bit_cast<std::uint32_t>(other) & ~mask));
 }
 
 bool ArePoints(const SectionPoints& points) {
@@ -202,7 +210,7 @@ bool RevitAMP::CheckPlaneXZ_ColorIn(SectionColour colour, std::span<SectionColou
         state_->work.Classify(state_->Rule(), nullptr, [&](const SectionPiece& piece) {
             SectionColour* const to = colours.data() + piece.first;
             for (std::size_t k = 0; k < piece.classes.size(); ++k) {
-                to[k] = piece.classes[k] == SectionClass::In ? colour : to[k];
+                to[k] = Chosen(piece.classes[k] == SectionClass::In, colour, to[k]);
             }
         });
     if (counts != nullptr) *counts = found;
@@ -221,7 +229,8 @@ bool RevitAMP::CheckPlaneXZ_ColorPlane(const SectionRamp& ramp, std::span<Sectio
     const auto found = state_->work.Classify(rule, nullptr, [&](const SectionPiece& piece) {
         SectionColour* const to = colours.data() + piece.first;
         for (std::size_t k = 0; k < piece.classes.size(); ++k) {
-            if (piece.classes[k] < SectionClass::Outside) to[k] = ramp.colours[piece.steps[k]];
+            const SectionColour step = ramp.colours[piece.steps[k]];
+            to[k] = Chosen(piece.classes[k] < SectionClass::Outside, step, to[k]);
         }
     });
     if (counts != nullptr) *counts = found;
@@ -235,8 +244,9 @@ bool RevitAMP::CheckPlaneXZ_ColorSeparate(SectionColour before, SectionColour be
         state_->work.Classify(state_->Rule(), nullptr, [&](const SectionPiece& piece) {
             SectionColour* const to = colours.data() + piece.first;
             for (std::size_t k = 0; k < piece.classes.size(); ++k) {
-                if (piece.classes[k] == SectionClass::Before) to[k] = before;
-                if (piece.classes[k] == SectionClass::Behind) to[k] = behind;
+                const bool isBefore = piece.classes[k] == SectionClass::Before;
+                const bool isBehind = piece.classes[k] == SectionClass::Behind;
+                to[k] = Chosen(isBehind, behind, Chosen(isBefore, before, to[k]));
             }
         });
     if (counts != nullptr) *counts = found;
