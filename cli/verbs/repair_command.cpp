@@ -144,6 +144,8 @@ Expected<Outcome> RunRepair(const Arguments& arguments, CommandContext& context)
     const auto report =
         importer::Repair(platform::FromUtf8(arguments.project), arguments.options, watch);
     progress.Finish();
+    // A result that lacks memory may end the process at once, and with it no lock that is held.
+    lock.reset();
     if (!report) return ErrorOf(report);
     for (const std::string& warning : report->warnings) PrintNote("warning: " + warning);
     return Outcome{JsonOf(*report, arguments.options), TextOf(*report, arguments),

@@ -133,8 +133,9 @@ Expected<void> ProjectRepair::Work() {
 }
 
 std::vector<CString> ProjectRepair::Clear() {
+    std::vector<CString> left = project_.RemoveUnfinished();
     cleared_ = true;
-    return project_.RemoveUnfinished();
+    return left;
 }
 
 Expected<RepairReport> ProjectRepair::Run() {

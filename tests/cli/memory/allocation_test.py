@@ -7,7 +7,9 @@
 A run is right when it ends with code 1 and one sentence, or with code 0 where nothing needed the
 memory; when the project is as it was before or as the verb makes it; and when nothing lies beside it
 that did not lie there before. Without --all an evenly spread sample of each verb's requests is tried;
-with --on the requests after the refused one are refused as well.
+with --on the requests after the refused one are refused as well. Then nothing can be removed any more, as
+after a kill: what is left is right where the same verb once more, with memory, ends with code 0 and
+leaves nothing but its work. Such runs are counted as cleared.
 """
 # BEHAVIOUR C16
 import argparse
@@ -37,6 +39,7 @@ VERBS = [
     ("export", ["export", "scan.prj", "e.las"], {"e.las"}),
     ("settings set", ["settings", "set", "DiffA", "0.25"], set()),
     ("settings list", ["settings", "list"], set()),
+    ("repair", ["repair", "scan.prj", "--threads", "2"], set()),
     ("destroy", ["destroy", "scan.prj"], set()),
     ("help", ["--help"], set()),
 ]
@@ -54,7 +57,7 @@ def write_room(path):
 
 class Bench:
     def __init__(self, orvix, library, on):
-        self.orvix, self.library, self.on = orvix, library, on
+        self.orvix, self.library, self.on, self.cleared = orvix, library, on, 0
         self.root = pathlib.Path(tempfile.mkdtemp(prefix="allocation"))
         self.model = self.root / "model"
         self.model.mkdir()
@@ -68,13 +71,15 @@ class Bench:
         return subprocess.run([self.orvix, *words], cwd=folder, env=environment, capture_output=True,
                               timeout=120, check=False)
 
-    def fresh(self):
+    def fresh(self, name):
         folder = pathlib.Path(tempfile.mkdtemp(dir=self.root))
         shutil.copytree(self.model, folder, dirs_exist_ok=True)
+        if name == "repair":
+            (folder / "scan_Project_Files" / "Data" / "z.hist").unlink()
         return folder
 
-    def count(self, words):
-        folder = self.fresh()
+    def count(self, name, words):
+        folder = self.fresh(name)
         number = self.root / "number"
         done = self.run(folder, words, COUNT_ALLOCATIONS=str(number))
         if done.returncode != 0:
@@ -82,10 +87,25 @@ class Bench:
         shutil.rmtree(folder)
         return int(number.read_text())
 
+    def left(self, verb, folder, before, code):
+        """What lies about that is not the verb's work."""
+        name, _, makes = verb
+        beside = {path.name for path in folder.iterdir()} - before - {"settings"}
+        if not (code == 1 and name == "import"):
+            beside -= makes
+        parts = {str(path.relative_to(folder)) for path in folder.rglob("*")
+                 if path.name.endswith(("-part", ".lock", "importing"))}
+        return sorted(beside | parts)
+
+    def clears(self, verb, folder, before):
+        """Whether the verb once more clears away what is left."""
+        words = verb[1] + (["--overwrite"] if verb[0] == "import" else [])
+        return self.run(folder, words).returncode == 0 and not self.left(verb, folder, before, 0)
+
     def fault(self, verb, number):
         """What is wrong with the run whose request `number` is refused; None when nothing is."""
-        name, words, makes = verb
-        folder = self.fresh()
+        name, words, _ = verb
+        folder = self.fresh(name)
         before = {path.name for path in folder.iterdir()}
         on = {"FAIL_ALLOCATION_ON": "1"} if self.on else {}
         try:
@@ -97,16 +117,15 @@ class Bench:
             lines = 2 if name.startswith("settings") else 1
             if done.returncode == 1 and not 1 <= len(said.strip().splitlines()) <= lines:
                 return f"not one sentence: {said!r}"
-            left = {path.name for path in folder.iterdir()} - before - {"settings"}
-            if left - makes or (done.returncode == 1 and name == "import" and left):
-                return f"leaves {sorted(left)}"
-            parts = [str(path) for path in folder.rglob("*")
-                     if path.name.endswith(("-part", ".lock", "importing"))]
-            if parts:
-                return f"leaves {parts}"
+            left = self.left(verb, folder, before, done.returncode)
+            if left and not (self.on and done.returncode == 1 and self.clears(verb, folder, before)):
+                return f"leaves {left}"
+            self.cleared += bool(left)
             if name == "destroy" and not (folder / "scan.prj").exists():
                 return None
-            project = "new.prj" if name == "import" and done.returncode == 0 else "scan.prj"
+            if name == "repair" and self.run(folder, words).returncode != 0:
+                return "is not repaired by the next"
+            project = "new.prj" if (folder / "new.prj").exists() else "scan.prj"
             if name != "destroy" and self.run(folder, ["check", project]).returncode != 0:
                 return f"{project} is damaged after code {done.returncode}"
             return None
@@ -131,7 +150,7 @@ def main():
         for verb in VERBS:
             if options.verb and verb[0] != options.verb:
                 continue
-            total = bench.count(verb[1])
+            total = bench.count(verb[0], verb[1])
             step = 1 if options.all else max(1, total / options.runs)
             numbers = sorted({1 + int(i * step) for i in range(int(total / step))})
             with ThreadPoolExecutor(2) as pool:
@@ -144,7 +163,8 @@ def main():
                 print(f"    request {number}: {fault}")
     finally:
         shutil.rmtree(bench.root, ignore_errors=True)
-    print(f"{tried} tried, {wrong} wrong")
+    cleared = f", {bench.cleared} cleared by the next run" if bench.on else ""
+    print(f"{tried} tried, {wrong} wrong{cleared}")
     sys.exit(1 if wrong or not tried else 0)
 
 
