@@ -30,7 +30,8 @@ endfunction()
 function(orvix_uses_devices name)
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/kernel-cache)
   set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
-    POCL_CACHE_DIR=${PROJECT_BINARY_DIR}/kernel-cache MESA_SHADER_CACHE_DISABLE=true)
+    POCL_CACHE_DIR=${PROJECT_BINARY_DIR}/kernel-cache MESA_SHADER_CACHE_DISABLE=true
+    LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/driver_leaks.txt:print_suppressions=0)
   if(CMAKE_CROSSCOMPILING)
     # Direct3D needs a display.
     set_target_properties(${name} PROPERTIES

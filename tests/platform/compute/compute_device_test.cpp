@@ -189,6 +189,20 @@ TEST_P(AComputeDevice, SurvivesBuffersForWhichThereIsNoMemory) {
     EXPECT_EQ(back, Bytes(64, 1));
 }
 
+TEST_P(AComputeDevice, GivesTheMemoryOfBuffersBack) {
+    const Bytes bytes(std::size_t{16} << 20, 7);
+    const auto holdOne = [&] {
+        const auto buffer = device_->CreateBuffer(bytes.size());
+        Bytes last(4);
+        return buffer != nullptr && device_->Upload(*buffer, 0, bytes) &&
+               device_->Download(*buffer, bytes.size() - 4, last) && last == Bytes(4, 7);
+    };
+    ASSERT_TRUE(holdOne());
+    const std::uint64_t before = PeakMemory();
+    for (int i = 0; i < 60; ++i) ASSERT_TRUE(holdOne()) << i;
+    EXPECT_LT(PeakMemory() - before, std::uint64_t{500} << 20) << "of 960 MiB in all";
+}
+
 TEST_P(AComputeDevice, ThatTakesTooLongIsLostForGoodAndHoldsNobodyUp) {
     ComputeDeviceOptions options = TestedOptions(GetParam());
     options.patience = std::chrono::milliseconds(0);
