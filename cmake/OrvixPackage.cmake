@@ -24,6 +24,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 # The libraries that the binaries themselves name, with the versions that they need.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME liborvix${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS ocl-icd-libopencl1)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Orvix: point clouds on disk, shared libraries")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME orvix)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION science)
