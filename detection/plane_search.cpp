@@ -11,6 +11,7 @@
 #include "detection/plane_groups.h"
 #include "detection/region_planes.h"
 #include "detection/search_settings.h"
+#include "detection/shared_lines.h"
 
 namespace orvix::detection {
 namespace {
@@ -128,7 +129,7 @@ Expected<void> PlaneSearch::State::Search(const PlaneSearchOptions& options) {
     if (!fitted) return ErrorOf(fitted);
     heights = std::move(fitted->heights);
     Rank(std::move(fitted->planes));
-    return {};
+    return ShareLines(planes, pool);
 }
 
 void PlaneSearch::State::Rank(std::vector<FoundPlane>&& fitted) {

@@ -20,18 +20,18 @@ using detection::FoundPlane;
 
 constexpr std::uint32_t kUnused = ~std::uint32_t{0};
 
-// The same outline counted in pixels from its first corner: whole numbers, so that corners of one
-// line are exactly on it, and no triangle lies between them.
-PlaneOutline InPixels(const PlaneOutline& outline) {
-    PlaneOutline pixels = outline;
+// The same outline counted from its first corner in 256ths of a pixel: whole numbers, so that
+// corners of one line along the pixels are exactly on it, and no triangle lies between them.
+PlaneOutline InParts(const PlaneOutline& outline) {
+    PlaneOutline parts = outline;
     const SimplePoint2DT<double> zero = outline.regions[0].outer.points[0];
+    const double part = outline.radius / 256;
     const auto count = [&](PlaneRing& ring) {
         for (auto& p : ring.points)
-            p = {std::round((p.x - zero.x) / outline.radius),
-                 std::round((p.y - zero.y) / outline.radius)};
+            p = {std::round((p.x - zero.x) / part), std::round((p.y - zero.y) / part)};
     };
-    reports::ForEachRing(pixels, count);
-    return pixels;
+    reports::ForEachRing(parts, count);
+    return parts;
 }
 
 // Triangles of an outline's corners, by their place in its order, with every ring's sides as edges.
@@ -64,7 +64,7 @@ void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
             corners.push_back(frame.ToWorld(reports::CornerOf(plane, p)));
     });
     std::vector<std::uint32_t> place(corners.size(), kUnused);
-    const std::vector<int> faces = FacesOf(InPixels(plane.outline));
+    const std::vector<int> faces = FacesOf(InParts(plane.outline));
     const bool turned = reports::IsTurned(plane);
     for (std::size_t at = 0; at + 3 < faces.size(); at += 4) {
         std::array<std::uint32_t, 3> triangle{};

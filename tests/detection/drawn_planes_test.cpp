@@ -206,6 +206,27 @@ Scene WallWithReveals() {
     return scene;
 }
 
+// BEHAVIOUR A18
+TEST(DrawnPlanes, TheCornersOfARoomAreThoseOfItsPlanes) {
+    Scene scene(0.02, 0.002);
+    scene.Add({0.03, 0.05, 0.01}, kX * 3, kY * 2).Add({0.03, 0.05, 2.51}, kX * 3, kY * 2);
+    scene.Add({0.03, 0.05, 0.01}, kX * 3, kZ * 2.5).Add({0.03, 2.05, 0.01}, kX * 3, kZ * 2.5);
+    scene.Add({0.03, 0.05, 0.01}, kY * 2, kZ * 2.5).Add({3.03, 0.05, 0.01}, kY * 2, kZ * 2.5);
+    const Searched search(scene);
+    ASSERT_EQ(search->Planes().size(), 6U);
+    for (const FoundPlane& plane : search->Planes()) {
+        ASSERT_EQ(plane.outline.regions.size(), 1U);
+        const auto& ring = plane.outline.regions[0].outer.points;
+        ASSERT_EQ(ring.size(), 4U);
+        for (const auto& flat : ring) {
+            const Vector corner = plane.frame.To3D(flat);
+            EXPECT_NEAR(std::min(corner.x - 0.03, 3.03 - corner.x), 0, 0.001);
+            EXPECT_NEAR(std::min(corner.y - 0.05, 2.05 - corner.y), 0, 0.001);
+            EXPECT_NEAR(std::min(corner.z - 0.01, 2.51 - corner.z), 0, 0.001);
+        }
+    }
+}
+
 // BEHAVIOUR A15
 TEST(DrawnPlanes, RevealsThatNoCellExplainsAreFoundFromPoints) {
     const Searched search(WallWithReveals());

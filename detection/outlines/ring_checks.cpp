@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "detection/outlines/ring_checks.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvix::detection {
+namespace {
+
+using Position = SimplePoint2DT<double>;
+
+struct Edge {
+    Position a;
+    Position b;
+    std::size_t ring = 0;
+
+    [[nodiscard]] double Left() const { return std::min(a.x, b.x); }
+    [[nodiscard]] double Right() const { return std::max(a.x, b.x); }
+    [[nodiscard]] double Low() const { return std::min(a.y, b.y); }
+    [[nodiscard]] double High() const { return std::max(a.y, b.y); }
+};
+
+bool Same(const Position& a, const Position& b) {
+    return a.x == b.x && a.y == b.y;
+}
+
+double SideOf(const Edge& edge, const Position& p) {
+    return (edge.b.x - edge.a.x) * (p.y - edge.a.y) - (edge.b.y - edge.a.y) * (p.x - edge.a.x);
+}
+
+double SquaredDistance(const Edge& edge, const Position& p) {
+    const double x = edge.b.x - edge.a.x;
+    const double y = edge.b.y - edge.a.y;
+    const double length = x * x + y * y;
+    const double along =
+        length > 0 ? std::clamp(((p.x - edge.a.x) * x + (p.y - edge.a.y) * y) / length, 0.0, 1.0)
+                   : 0.0;
+    const double dx = p.x - edge.a.x - along * x;
+    const double dy = p.y - edge.a.y - along * y;
+    return dx * dx + dy * dy;
+}
+
+bool Cross(const Edge& e, const Edge& f) {
+    return (SideOf(e, f.a) > 0) != (SideOf(e, f.b) > 0) &&
+           (SideOf(f, e.a) > 0) != (SideOf(f, e.b) > 0);
+}
+
+bool AreNear(const Edge& e, const Edge& f, double apart) {
+    const double squared = apart * apart;
+    return SquaredDistance(e, f.a) < squared || SquaredDistance(e, f.b) < squared ||
+           SquaredDistance(f, e.a) < squared || SquaredDistance(f, e.b) < squared;
+}
+
+// Two edges from one corner, which fold onto each other where they leave it in one direction.
+bool Fold(const Position& corner, const Position& p, const Position& q) {
+    const double px = p.x - corner.x;
+    const double py = p.y - corner.y;
+    const double qx = q.x - corner.x;
+    const double qy = q.y - corner.y;
+    const double dot = px * qx + py * qy;
+    const double cross = px * qy - py * qx;
+    return dot > 0 && std::abs(cross) < 1e-6 * dot;
+}
+
+bool AreInTheWay(const Edge& e, const Edge& f, double apart) {
+    if (Same(e.a, f.a)) return Fold(e.a, e.b, f.b);
+    if (Same(e.a, f.b)) return Fold(e.a, e.b, f.a);
+    if (Same(e.b, f.a)) return Fold(e.b, e.a, f.b);
+    if (Same(e.b, f.b)) return Fold(e.b, e.a, f.a);
+    return Cross(e, f) || AreNear(e, f, apart);
+}
+
+}  // namespace
+
+double TwiceAreaOf(const std::vector<Position>& ring) {
+    double twice = 0;
+    for (std::size_t k = 1; k + 1 < ring.size(); ++k) {
+        twice += (ring[k].x - ring[0].x) * (ring[k + 1].y - ring[0].y) -
+                 (ring[k].y - ring[0].y) * (ring[k + 1].x - ring[0].x);
+    }
+    return twice;
+}
+
+std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, double apart) {
+    std::vector<Edge> edges;
+    for (std::size_t ring = 0; ring < rings.size(); ++ring) {
+        const auto& points = rings[ring]->points;
+        for (std::size_t k = 0; k < points.size(); ++k) {
+            edges.push_back({points[k], points[k + 1 == points.size() ? 0 : k + 1], ring});
+        }
+    }
+    std::stable_sort(edges.begin(), edges.end(),
+                     [](const Edge& e, const Edge& f) { return e.Left() < f.Left(); });
+    std::vector<bool> bad(rings.size());
+    std::vector<const Edge*> open;  // whose right end has not been passed
+    for (const Edge& edge : edges) {
+        std::erase_if(open, [&](const Edge* e) { return e->Right() + apart < edge.Left(); });
+        for (const Edge* other : open) {
+            if (other->High() + apart < edge.Low() || edge.High() + apart < other->Low()) continue;
+            if (bad[edge.ring] && bad[other->ring]) continue;
+            if (AreInTheWay(edge, *other, apart)) bad[edge.ring] = bad[other->ring] = true;
+        }
+        open.push_back(&edge);
+    }
+    std::vector<std::size_t> places;
+    for (std::size_t k = 0; k < bad.size(); ++k) {
+        if (bad[k]) places.push_back(k);
+    }
+    return places;
+}
+
+}  // namespace orvix::detection

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "orvix/geometry/plane_outline.h"
+#include "orvix/points/records.h"
+
+namespace orvix::detection {
+
+/// Twice the area inside a ring; negative where it runs clockwise.
+double TwiceAreaOf(const std::vector<SimplePoint2DT<double>>& ring);
+
+/// The rings of one outline that cross, or come nearer than `apart` to, themselves or each other;
+/// both of two. Edges that share a corner are neighbours, and may.
+///
+/// Order  by their places, each once.
+/// Cost   n log n in the edges as a rule.
+std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, double apart);
+
+}  // namespace orvix::detection
