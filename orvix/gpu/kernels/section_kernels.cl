@@ -28,8 +28,10 @@ typedef struct {
 #define BEGIN                     \
     uint lane = get_local_id(0);  \
     uint group = get_group_id(0); \
-    __local uint Shared0[256];
+    __local uint Shared0[1024];
+#define TAKE_PAR Words Par
 #define TAKES_PAR , Words Par
+#define GIVE_PAR Par
 #define GIVES_PAR , Par
 #define PAR(k) Par.word[k]
 #define ASF(u) as_float(u)
@@ -38,6 +40,7 @@ typedef struct {
 #define BARRIER barrier(CLK_LOCAL_MEM_FENCE)
 #define PRECISE
 #define LOOP
+#define FUNCTION static inline __attribute__((always_inline))
 
 #else
 
@@ -48,13 +51,15 @@ RWStructuredBuffer<uint> Out1 : register(u1);
 cbuffer Parameters : register(b0) {
     uint4 Par[8];
 }
-groupshared uint Shared0[256];
+groupshared uint Shared0[1024];
 #define KERNEL(name) \
     [numthreads(256, 1, 1)] void name(uint3 group3 : SV_GroupID, uint3 lane3 : SV_GroupThreadID)
 #define BEGIN            \
     uint lane = lane3.x; \
     uint group = group3.x;
+#define TAKE_PAR
 #define TAKES_PAR
+#define GIVE_PAR
 #define GIVES_PAR
 #define PAR(k) Par[(k) / 4][(k) % 4]
 #define ASF(u) asfloat(u)
@@ -62,6 +67,7 @@ groupshared uint Shared0[256];
 #define ABSF(f) abs(f)
 #define BARRIER GroupMemoryBarrierWithGroupSync()
 #define PRECISE precise
+#define FUNCTION
 #define LOOP [loop]  // once in the bytes, not four times
 
 #endif
@@ -95,7 +101,7 @@ groupshared uint Shared0[256];
 //   13-16  bounds of X, low and high, and of Z; both ends lie inside
 //   20-22  ramp: the low end, steps per metre, the number of steps (2 to 256)
 
-float RowSum(float x, float y, float z, float a, float b, float c, float d) {
+FUNCTION float RowSum(float x, float y, float z, float a, float b, float c, float d) {
     PRECISE float sum = ((x * a + y * b) + z * c) + d;
     return sum;
 }
@@ -103,31 +109,38 @@ float RowSum(float x, float y, float z, float a, float b, float c, float d) {
 // The sums of the device and the processor each err by at most 4 u of the sum of sizes, so they
 // differ by at most half of the first term; what is flushed to zero, a factor or a result, is below
 // 2^-126 and is covered four times by the others.
-float RowError(float x, float y, float z, float a, float b, float c, float d) {
+FUNCTION float RowError(float x, float y, float z, float a, float b, float c, float d) {
     float sizes = (ABSF(x * a) + ABSF(y * b)) + (ABSF(z * c) + ABSF(d));
     float factors = (ABSF(x) + ABSF(y) + ABSF(z)) + (ABSF(a) + ABSF(b) + ABSF(c));
     return sizes * PART_20 + (factors * PART_124 + TINY);
 }
 
 // Where `value`, known but for `error`, lies for sure.
-uint Against(float value, float error, float border) {
+FUNCTION uint Against(float value, float error, float border) {
     float margin = error + ABSF(border) * PART_20;
     float over = value - border;
     return over > margin ? ABOVE : (over < -margin ? BELOW : UNSURE);
 }
 
 // A border, however far: one past 2^122 is as good as 2^122 for values below 1e30.
-float BorderOf(uint bits) {
+FUNCTION float BorderOf(uint bits) {
     return ASF(SIZE_OF(bits) < SIZE_122 ? bits : ((bits & 0x80000000u) | SIZE_122));
 }
 
-uint RowFits(uint a, uint b, uint c, uint d) {
+FUNCTION uint RowFits(uint a, uint b, uint c, uint d) {
     uint largest = max(max(SIZE_OF(a), SIZE_OF(b)), SIZE_OF(c));
     return largest < SIZE_48 && SIZE_OF(d) < SIZE_96 ? 1u : 0u;
 }
 
+// Whether the rows and the slab are numbers that can be worked with; if not, nothing is decided.
+FUNCTION uint SlabFits(TAKE_PAR) {
+    uint rows = RowFits(PAR(0), PAR(1), PAR(2), PAR(3)) & RowFits(PAR(4), PAR(5), PAR(6), PAR(7)) &
+                RowFits(PAR(8), PAR(9), PAR(10), PAR(11));
+    return PAR(12) <= INFINITE ? rows : 0u;
+}
+
 // ABOVE means outside for sure, BELOW inside for sure.
-uint OutsideOf(float value, float error, uint low, uint high) {
+FUNCTION uint OutsideOf(float value, float error, uint low, uint high) {
     uint overLow = Against(value, error, BorderOf(low));
     uint overHigh = Against(value, error, BorderOf(high));
     uint side = overLow == ABOVE && overHigh == BELOW ? BELOW : UNSURE;
@@ -140,7 +153,7 @@ uint OutsideOf(float value, float error, uint low, uint high) {
 // The step of a height, NO_STEP where the end of one is near. Step n reaches from q = n to n + 1; the
 // first and the last have no outer end.
 #define NO_STEP 256u
-uint StepOf(float y, float error TAKES_PAR) {
+FUNCTION uint StepOf(float y, float error TAKES_PAR) {
     uint found = NO_STEP;
     uint most = PAR(22);
     if (most >= 2u && most <= 256u && SIZE_OF(PAR(20)) < SIZE_96 &&
@@ -163,14 +176,12 @@ uint StepOf(float y, float error TAKES_PAR) {
 }
 
 // Class in the low byte, step in the next.
-uint ClassOf(uint bitsX, uint bitsY, uint bitsZ TAKES_PAR) {
+FUNCTION uint ClassOf(uint bitsX, uint bitsY, uint bitsZ, uint fits TAKES_PAR) {
     uint answer = UNDECIDED;
     uint largest = max(max(SIZE_OF(bitsX), SIZE_OF(bitsY)), SIZE_OF(bitsZ));
-    uint fits = RowFits(PAR(0), PAR(1), PAR(2), PAR(3)) & RowFits(PAR(4), PAR(5), PAR(6), PAR(7)) &
-                RowFits(PAR(8), PAR(9), PAR(10), PAR(11));
     if (largest >= INFINITE) {
         answer = NO_POSITION;
-    } else if (largest < SIZE_48 && fits != 0u && PAR(12) <= INFINITE) {
+    } else if (largest < SIZE_48 && fits != 0u) {
         float x = ASF(bitsX);
         float y = ASF(bitsY);
         float z = ASF(bitsZ);
@@ -200,24 +211,33 @@ uint ClassOf(uint bitsX, uint bitsY, uint bitsZ TAKES_PAR) {
 
 KERNEL(classify) {
     BEGIN
-    uint item = PAR(23) + (group * 256u + lane);
+    uint block = PAR(23) + group * 256u;  // the group's first item
     uint count = PAR(17);
-    if (item < count / 4u + (count % 4u != 0u ? 1u : 0u)) {
-        uint classes = 0u;
-        uint found = 0u;
-        LOOP for (uint k = 0u; k < 4u; ++k) {
-            uint at = item * 4u + k;
-            if (at < count) {
-                uint number = PAR(18) + at;
-                if ((PAR(19) & 1u) != 0u) number = In1[at];
-                uint word = number * 3u;
-                uint answer = ClassOf(In0[word], In0[word + 1u], In0[word + 2u] GIVES_PAR);
-                classes |= (answer & 255u) << (k * 8u);
-                found |= (answer >> 8u) << (k * 8u);
-            }
+    uint fits = SlabFits(GIVE_PAR);
+    // Lanes take points side by side, which is how memory likes it; each then gathers the four of its
+    // item.
+    LOOP for (uint k = 0u; k < 4u; ++k) {
+        uint at = block * 4u + k * 256u + lane;
+        uint answer = 0u;
+        if (at < count) {
+            uint number = PAR(18) + at;
+            if ((PAR(19) & 1u) != 0u) number = In1[at];
+            uint word = number * 3u;
+            answer = ClassOf(In0[word], In0[word + 1u], In0[word + 2u], fits GIVES_PAR);
         }
-        Out0[item] = classes;
-        if ((PAR(19) & 2u) != 0u) Out1[item] = found;
+        Shared0[k * 256u + lane] = answer;
+    }
+    BARRIER;
+    uint item = block + lane;
+    if (item < count / 4u + (count % 4u != 0u ? 1u : 0u)) {
+        uint a = Shared0[lane * 4u];
+        uint b = Shared0[lane * 4u + 1u];
+        uint c = Shared0[lane * 4u + 2u];
+        uint d = Shared0[lane * 4u + 3u];
+        Out0[item] = (a & 255u) | (b & 255u) << 8u | (c & 255u) << 16u | d << 24u;
+        if ((PAR(19) & 2u) != 0u) {
+            Out1[item] = a >> 8u | b >> 8u << 8u | c >> 8u << 16u | d >> 8u << 24u;
+        }
     }
 }
 
@@ -236,7 +256,7 @@ KERNEL(classify) {
 
 // The square of what is left of a vector that may err by `error` in each component: not more than the
 // true one but for 4 u.
-float LeastSquare(float x, float y, float z, float error) {
+FUNCTION float LeastSquare(float x, float y, float z, float error) {
     float a = max(ABSF(x) - error, 0.0f);
     float b = max(ABSF(y) - error, 0.0f);
     float c = max(ABSF(z) - error, 0.0f);
@@ -244,11 +264,11 @@ float LeastSquare(float x, float y, float z, float error) {
 }
 
 // 1e-18 keeps the square from being flushed.
-float ReachOf(float r) {
+FUNCTION float ReachOf(float r) {
     return (r + r * PART_20) + 1e-18f;
 }
 
-uint BoundOf(uint bitsX, uint bitsY, uint bitsZ TAKES_PAR) {
+FUNCTION uint BoundOf(uint bitsX, uint bitsY, uint bitsZ TAKES_PAR) {
     uint bound = 0u;
     uint largest = max(max(SIZE_OF(bitsX), SIZE_OF(bitsY)), SIZE_OF(bitsZ));
     uint origin = max(max(SIZE_OF(PAR(0)), SIZE_OF(PAR(1))), SIZE_OF(PAR(2)));
