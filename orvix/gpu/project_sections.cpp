@@ -11,6 +11,7 @@ namespace orvix::detail {
 namespace {
 
 constexpr std::uint32_t kEveryClass = 0x1F;
+constexpr std::uint64_t kReadAtOnce = 32'768;
 // Sixteen roundings in single precision.
 constexpr double kRounding = 1.0 / (1 << 20);
 
@@ -179,12 +180,18 @@ bool ProjectSections::SnapOne(const SnapRule& rule, SnapBest& best) {
     for (const Candidate& candidate : candidates) {
         if (!best.MayGain(candidate.least)) break;
         const auto& cell = cells_.cells[candidate.cell];
-        points_.clear();
-        reader_->ReadIndexPoints(cell.firstPoint, cell.points, points_);
-        if (points_.size() != cell.points) return false;
-        for (std::uint64_t i = 0; i < points_.size(); ++i) {
-            const SimplePointT<float> p{points_[i].x, points_[i].y, points_[i].z};
-            best.Offer(rule, MeasureOf(rule, p), cell.firstPoint + i);
+        // A cell may hold any number of points.
+        for (std::uint64_t done = 0; done < cell.points; done += points_.size()) {
+            const auto count =
+                static_cast<std::uint32_t>(std::min(kReadAtOnce, cell.points - done));
+            const std::uint64_t first = cell.firstPoint + done;
+            points_.clear();
+            reader_->ReadIndexPoints(first, count, points_);
+            if (points_.size() != count) return false;
+            for (std::uint64_t i = 0; i < count; ++i) {
+                const SimplePointT<float> p{points_[i].x, points_[i].y, points_[i].z};
+                best.Offer(rule, MeasureOf(rule, p), first + i);
+            }
         }
     }
     return true;

@@ -8,6 +8,7 @@
 
 #include "orvix/gpu/revit_amp.h"
 #include "orvix/gpu/section_loop.h"
+#include "orvix/platform/file.h"
 #include "orvix/project/open_project.h"
 #include "support/dice.h"
 #include "support/scratch_folder.h"
@@ -126,6 +127,67 @@ TEST_F(ProjectSectionsTest, SnapsAsIfToPointsInMemory) {
     ASSERT_TRUE(memory.Snap(positions, 0.5, here));
     ASSERT_TRUE(section_.SnapInProject(positions, 0.5, there));
     for (std::size_t k = 0; k < rays.size(); ++k) EXPECT_EQ(here[k].index, there[k].index);
+}
+
+// A sparse file: 2^32 - 1 points, which nobody reads, before the ones of the section.
+TEST(ProjectSections, PointsBeyondTwoToTheThirtyTwoAreFound) {
+    constexpr std::uint64_t kBefore = 0xFFFFFFFF;
+    test::ScratchFolder folder;
+    const CString file = folder / L"p.prj";
+    std::vector<CCloudPoint<float>> cloud(5);
+    for (std::size_t i = 0; i < cloud.size(); ++i) {
+        cloud[i].x = 15.5F;
+        cloud[i].y = 0.1F * static_cast<float>(i);
+    }
+    auto made = test::MakeTinyProject(cloud);
+    ASSERT_EQ(made.cells100.size(), 1u);
+    ASSERT_EQ(made.cells1000.size(), 1u);
+    made.cells100[0].offset = kBefore;
+    made.cells1000[0].offset = 1;
+    auto wall = made.cells100[0];  // of many points, at x from 300 m
+    wall.x = 300;
+    wall.offset = 0;
+    wall.count = static_cast<std::uint32_t>(kBefore);
+    made.cells100.insert(made.cells100.begin(), wall);
+    auto block = made.cells1000[0];
+    block.x = 30;
+    block.offset = 0;
+    made.cells1000.insert(made.cells1000.begin(), block);
+    made.points.clear();
+    test::WriteTinyProject(made, file);
+    auto project = detail::OpenProject::Load(file);
+    {
+        std::error_code error;
+        auto points = platform::File::Create(project->Manager().gridPts, error);
+        points.WriteAt(kBefore * sizeof cloud[0], cloud.data(), 5 * sizeof cloud[0], error);
+        ASSERT_FALSE(error);
+    }
+    ASSERT_TRUE(project->Core().OpenCores());
+    RevitAMP section;
+    ASSERT_TRUE(section.SetProject(project->Core()));
+    ASSERT_TRUE(section.SetPlane({15.5, 0, 0}, {-1, 0, 0}));
+    SectionCounts counts;
+    std::uint64_t first = 0;
+    std::size_t seen = 0;
+    ASSERT_TRUE(section.StreamPlaneXZ(
+        RevitAMP::Bit(SectionClass::In),
+        [&](const RevitAMP::Chunk& chunk) {
+            first = chunk.firstPoint;
+            seen += chunk.points.size();
+            return true;
+        },
+        &counts));
+    EXPECT_EQ(first, kBefore);
+    EXPECT_EQ(seen, 5u);
+    EXPECT_EQ(counts.in, 5u);
+    EXPECT_EQ(counts.behind, kBefore);
+    std::vector<PickingRay> rays(1);
+    rays[0].origin = {15.5, -1, 0};
+    rays[0].direction = {0, 1, 0};
+    SnappedPoint one;
+    ASSERT_TRUE(section.SnapInProject(rays, {&one, 1}));
+    EXPECT_EQ(one.index, kBefore);
+    EXPECT_NEAR(one.along, 1, 1e-12);
 }
 
 TEST(ProjectSections, AnEmptyProjectHasAnEmptySectionAndNothingToSnapTo) {
