@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "orvix/gpu/kernels/section_program.h"
 #include "orvix/gpu/section_loop.h"
 #include "orvix/gpu/section_work.h"
 #include "tests/gpu/plain_section.h"
@@ -31,9 +30,9 @@ struct Illness {
 /// A real device with an illness.
 class IllDevice : public ComputeDevice {
 public:
-    IllDevice(std::unique_ptr<ComputeDevice> device, Illness* illness)
+    IllDevice(ComputeDevice* device, Illness* illness)
         : ComputeDevice({device->Name(), device->Api(), true, device->LargestBuffer(), 0}),
-          device_(std::move(device)),
+          device_(device),
           illness_(illness) {}
     std::unique_ptr<ComputeBuffer> CreateBuffer(std::uint64_t bytes) override {
         if (illness_->buffersUntilFull == 0) return nullptr;
@@ -66,9 +65,18 @@ private:
         if (illness_->callsUntilFailure > 0) --illness_->callsUntilFailure;
         return false;
     }
-    std::unique_ptr<ComputeDevice> device_;
+    ComputeDevice* device_;
     Illness* illness_;
 };
+
+constexpr platform::ComputeApi kTestedApi =
+    test::kHasDirect3d ? platform::ComputeApi::Direct3D11 : platform::ComputeApi::OpenCl;
+
+/// One for all tests: on some systems a device takes a second to open.
+const test::OpenedDevice& SharedDevice() {
+    static const test::OpenedDevice opened = test::OpenTested(test::TestedOptions(kTestedApi));
+    return opened;
+}
 
 /// The tested device, with an illness, until it is given up.
 class IllDevices : public SectionDevices {
@@ -76,12 +84,8 @@ public:
     std::unique_ptr<ComputeDevice> Open(bool) override {
         if (givenUp > 0) return nullptr;
         ++opened;
-        auto device = platform::OpenComputeDevice(
-            SectionProgram(),
-            test::TestedOptions(test::kHasDirect3d ? platform::ComputeApi::Direct3D11
-                                                   : platform::ComputeApi::OpenCl));
-        if (!device) return nullptr;
-        return std::make_unique<IllDevice>(std::move(*device), &illness);
+        if (!SharedDevice()) return nullptr;
+        return std::make_unique<IllDevice>(SharedDevice()->get(), &illness);
     }
     void GiveUp(platform::ComputeApi) override { ++givenUp; }
 
@@ -117,10 +121,7 @@ Answer Ask(SectionWork& work, const SectionRule& rule) {
 class SectionDevicesTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const auto tried = test::OpenTested(test::TestedOptions(
-            test::kHasDirect3d ? platform::ComputeApi::Direct3D11 : platform::ComputeApi::OpenCl));
-        ORVIX_NEEDS_DEVICE(tried, test::kHasDirect3d ? platform::ComputeApi::Direct3D11
-                                                     : platform::ComputeApi::OpenCl);
+        ORVIX_NEEDS_DEVICE(SharedDevice(), kTestedApi);
         const std::array<double, 16> matrix{0.8, 0.6, 0, 1.25, -0.6, 0.8, 0, 0.3,
                                             0,   0,   1, -2,   0,    0,   0, 1};
         rule_ = ComposedRule(matrix, {}, {.halfThickness = 0.25, .xLow = -4, .zHigh = 3.5});
