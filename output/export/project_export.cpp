@@ -57,9 +57,7 @@ public:
         : toWorld_(frame), options_(options) {}
 
     /// False for a point that was not chosen.
-    bool Decode(const std::uint8_t* record, ExportedPoint& point) const {
-        CCloudPoint<float> local;
-        std::memcpy(&local, record, sizeof local);
+    bool Decode(const CCloudPoint<float>& local, ExportedPoint& point) const {
         point.station = detail::StationOf(local);
         if (options_.station && point.station != *options_.station) return false;
         point.world = toWorld_({static_cast<double>(local.x), static_cast<double>(local.y),
@@ -89,13 +87,15 @@ private:
 class Export {
 public:
     Export(const CString& gridPts, const detail::LocalToWorld& frame, const ExportOptions& options,
-           const ExportCallback& callback, std::optional<PlaneColumn> planes)
+           const ExportCallback& callback, std::optional<PlaneColumn> planes,
+           std::optional<reports::ProjectSection> section)
         : path_(gridPts),
           reader_(gridPts, static_cast<std::int64_t>(kAlivePointBytes), GenericReader::kRead,
                   GenericReader::kPageRead, GenericReader::kViewRead),
           decoder_(frame, options),
           callback_(callback),
-          planes_(std::move(planes)) {
+          planes_(std::move(planes)),
+          section_(std::move(section)) {
         cloud_.frame = frame;
         cloud_.planes = planes_.has_value();
         constexpr double kFar = std::numeric_limits<double>::infinity();
@@ -139,7 +139,36 @@ public:
 private:
     template <class Use>
     Expected<void> ForEachPoint(Use&& use) {
+        return section_ ? ForEachOfSection(use) : ForEachOfAll(use);
+    }
+
+    template <class Use>
+    Expected<void> ForEachOfSection(Use&& use) {
+        ExportedPoint point;
+        Expected<void> known;
+        const auto take = [&](const RevitAMP::Chunk& chunk) {
+            for (std::size_t i = 0; i < chunk.points.size() && known; ++i) {
+                if (chunk.classes[i] != SectionClass::In) continue;  // BEHAVIOUR C19
+                if (!decoder_.Decode(chunk.points[i], point)) continue;
+                known = FindPlane(chunk.firstPoint + i, point);
+                if (known) use(point);
+            }
+        };
+        const auto proceed = [&](double share) { return known && MayGoOn(share); };
+        const auto streamed = section_->Stream(RevitAMP::Bit(SectionClass::In), take, proceed);
+        if (streamed) return {};
+        if (!known) return known;
+        return streamed.error().code == ErrorCode::Cancelled ? Cancelled() : ErrorOf(streamed);
+    }
+
+    static tl::unexpected<Error> Cancelled() {
+        return Fail(ErrorCode::Cancelled, "the export was cancelled; nothing was written");
+    }
+
+    template <class Use>
+    Expected<void> ForEachOfAll(Use&& use) {
         reader_.Reset();
+        CCloudPoint<float> record;
         ExportedPoint point;
         for (bool more = true; more; reader_.Step()) {
             std::uint64_t at = 0;
@@ -149,15 +178,13 @@ private:
                             platform::ToUtf8(path_) + " could not be read; check its permissions");
             }
             for (std::uint64_t i = 0; i < reader_.recordsInView; ++i, at += kAlivePointBytes) {
-                if (decoder_.Decode(reader_.chunkView + at, point)) {
+                std::memcpy(&record, reader_.chunkView + at, sizeof record);
+                if (decoder_.Decode(record, point)) {
                     if (auto known = FindPlane(reader_.nextRecord + i, point); !known) return known;
                     use(point);
                 }
-                if (i % kStretch == 0 && !MayGoOn(reader_.nextRecord + i)) {
-                    return Fail(ErrorCode::Cancelled,
-                                "the export was cancelled; nothing was "
-                                "written");
-                }
+                if (i % kStretch == 0 && !MayGoOn(ShareOf(reader_.nextRecord + i)))
+                    return Cancelled();
             }
         }
         return {};
@@ -170,10 +197,13 @@ private:
         return reached;
     }
 
+    [[nodiscard]] double ShareOf(std::uint64_t record) const {
+        return static_cast<double>(record) / static_cast<double>(reader_.recordCount);
+    }
+
     // Counting takes far less time than writing.
-    bool MayGoOn(std::uint64_t record) {
+    bool MayGoOn(double share) {
         constexpr double kCounting = 0.05;
-        const double share = static_cast<double>(record) / static_cast<double>(reader_.recordCount);
         const double fraction =
             pass_ == 0 ? kCounting * share : kCounting + (1 - kCounting) * share;
         return !callback_ || callback_(fraction, written_, bytes_);
@@ -184,20 +214,12 @@ private:
     PointDecoder decoder_;
     const ExportCallback& callback_;
     std::optional<PlaneColumn> planes_;
+    std::optional<reports::ProjectSection> section_;
     ExportedCloud cloud_;
     int pass_ = 0;
     std::uint64_t written_ = 0;
     std::uint64_t bytes_ = 0;
 };
-
-Expected<void> RequireTarget(const CString& target, ExistingFile existing) {
-    if (auto place = RequireOutputPlace(target); !place) return place;
-    if (existing == ExistingFile::Replace || !platform::PathExists(target)) return {};
-    return Fail(ErrorCode::BadInput,
-                // BEHAVIOUR C11
-                fmt::format("{} exists already; give another name, or --overwrite to replace it",
-                            platform::ToUtf8(target)));
-}
 
 Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {
     std::error_code error;
@@ -213,42 +235,56 @@ Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {
 
 }  // namespace
 
+Expected<void> RequireExportTarget(const CString& target, ExistingFile existing) {
+    if (auto place = RequireOutputPlace(target); !place) return place;
+    if (existing == ExistingFile::Replace || !platform::PathExists(target)) return {};
+    return Fail(ErrorCode::BadInput,
+                // BEHAVIOUR C11
+                fmt::format("{} exists already; give another name, or --overwrite to replace it",
+                            platform::ToUtf8(target)));
+}
+
 Expected<ExportReport> ExportProject(const CString& project, const CString& target,
                                      const ExportOptions& options, const ExportCallback& callback) {
     const auto start = std::chrono::steady_clock::now();
-    if (auto there = RequireTarget(target, options.existing); !there) return ErrorOf(there);
-    auto opened = detail::OpenProject::Open(project);
+    if (auto there = RequireExportTarget(target, options.existing); !there) return ErrorOf(there);
+    const auto opened = reports::WorldProject::Open(project);
     if (!opened) return ErrorOf(opened);
-    const ProjectManager& manager = (*opened)->Manager();
-    const auto frame = detail::ReadTransform(manager.transformFile);
-    if (!frame) return ErrorOf(frame);
+    const detail::ProjectStamp& stamp = opened->files->Stamp();
 
     std::optional<PlaneColumn> planes;
     if (options.planes) {
-        auto column = PlaneColumn::Open(**opened);
+        auto column = PlaneColumn::Open(*opened->files);
         if (!column) return ErrorOf(column);
         planes = std::move(*column);
     }
-    Export work(manager.gridPts, *frame, options, callback, std::move(planes));
+    std::optional<reports::ProjectSection> section;
+    if (options.section) {
+        auto cut = reports::ProjectSection::Open(*opened, *options.section);
+        if (!cut) return ErrorOf(cut);
+        section = std::move(*cut);
+    }
+    Export work(opened->Manager().gridPts, opened->frame, options, callback, std::move(planes),
+                std::move(section));
     // The points were opened anew by name.
-    if (auto same = (*opened)->Stamp().RequireSame(); !same) return ErrorOf(same);
+    if (auto same = stamp.RequireSame(); !same) return ErrorOf(same);
     if (auto counted = work.Count(); !counted) return ErrorOf(counted);
     const ExportedCloud& cloud = work.Cloud();
     if (cloud.points == 0)
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} holds no point to export{}; nothing was written",
                                 platform::ToUtf8(project),
-                                options.station || options.box
-                                    ? " of that station or in that box; 'orvix info' shows the "
-                                      "stations and the bounds"
+                                options.station || options.box || options.section
+                                    ? " of that station, in that box or in that section; 'orvix "
+                                      "info' shows the stations and the bounds"
                                     : ""));
     const auto writer = MakeCloudWriter(target, cloud);
     if (auto room = RequireRoom(target, cloud.points * writer->PointBytes()); !room)
         return ErrorOf(room);
     OutputFile file(target);
     if (auto written = work.Write(*writer, file); !written) return ErrorOf(written);
-    if (auto same = (*opened)->Stamp().RequireSame(); !same) return ErrorOf(same);
-    if (auto place = RequireTarget(target, options.existing); !place) return ErrorOf(place);
+    if (auto same = stamp.RequireSame(); !same) return ErrorOf(same);
+    if (auto place = RequireExportTarget(target, options.existing); !place) return ErrorOf(place);
     if (auto committed = file.Commit(); !committed) return ErrorOf(committed);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
     return ExportReport{cloud.points, work.Bytes(), writer->Format(), cloud.bounds, spent.count()};
