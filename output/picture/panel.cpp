@@ -13,10 +13,10 @@ namespace {
 
 using detail::Vector;
 
-void DrawScaleBar(Canvas& canvas, const PictureView& view, const PixelRect& panel) {
+void DrawScaleBar(Canvas& canvas, const PictureView& view, const PixelRect& panel, double below) {
     const double length = RoundLength(panel.width * 0.28 / view.PixelsPerMetre());
     const double width = length * view.PixelsPerMetre();
-    const Pixel2 at{panel.left, panel.top + panel.height + 14};
+    const Pixel2 at{panel.left, panel.top + panel.height + below};
     canvas.FillRect({at.x, at.y, width / 2, 7}, kInk);
     canvas.FillRect({at.x + width / 2, at.y, width / 2, 7}, kPaper);
     canvas.Frame({at.x, at.y, width, 7}, 1.5, kInk);
@@ -38,10 +38,10 @@ void BeginPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel,
         canvas.FillRect({panel.left, panel.top + (shown.top - y) * scale, panel.width, 1}, kGrid);
 }
 
-void FinishPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel) {
+void FinishPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel, double below) {
     // Lines that ran over the panel's edge are covered from outside.
     canvas.Frame(panel, 1.5, kBorder);
-    DrawScaleBar(canvas, view, panel);
+    DrawScaleBar(canvas, view, panel, below);
 }
 
 void DrawViewAxes(Canvas& canvas, const PictureView& view, const PixelRect& panel) {

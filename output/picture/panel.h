@@ -23,9 +23,10 @@ inline constexpr double kTextSize = 18;
 /// A panel's ground, its name above it and a grid of round lengths.
 void BeginPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel,
                 const std::string& name);
-/// A panel's border, which covers lines that ran over it, and below it a scale bar of a round
-/// length.
-void FinishPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel);
+/// A panel's border, which covers lines that ran over it, and `below` pixels under it a scale bar of
+/// a round length.
+void FinishPanel(Canvas& canvas, const PictureView& view, const PixelRect& panel,
+                 double below = 14);
 /// Two arrows in a panel's lower left corner, with the names of the view's directions.
 void DrawViewAxes(Canvas& canvas, const PictureView& view, const PixelRect& panel);
 /// Text with a halo of paper, to be read over anything.

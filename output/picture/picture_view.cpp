@@ -45,6 +45,14 @@ PictureView PictureView::Facing(Vector normal) {
     return view;
 }
 
+PictureView PictureView::Along(const Vector& right, const Vector& up) {
+    PictureView view;
+    view.right_ = right;
+    view.up_ = up;
+    view.toward_ = Cross(right, up);
+    return view;
+}
+
 void PictureView::Fit(const ViewBounds& bounds, const PixelRect& panel) {
     panel_ = panel;
     scale_ = std::min(panel.width / bounds.Width(), panel.height / bounds.Height());
@@ -52,9 +60,9 @@ void PictureView::Fit(const ViewBounds& bounds, const PixelRect& panel) {
     centreY_ = (bounds.bottom + bounds.top) / 2;
 }
 
-Pixel2 PictureView::Place(const Vector& p) const {
-    return {panel_.left + panel_.width / 2 + (X(p) - centreX_) * scale_,
-            panel_.top + panel_.height / 2 - (Y(p) - centreY_) * scale_};
+Pixel2 PictureView::PlaceAt(double x, double y) const {
+    return {panel_.left + panel_.width / 2 + (x - centreX_) * scale_,
+            panel_.top + panel_.height / 2 - (y - centreY_) * scale_};
 }
 
 ViewBounds PictureView::Shown() const {

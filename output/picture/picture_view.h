@@ -35,6 +35,8 @@ public:
     /// Looking at a plane from the side that its unit normal points to; the steepest direction of
     /// the plane is up. A plane within 8 degrees of level is seen as on a plan.
     static PictureView Facing(Vector normal);
+    /// These directions right and up, of length 1 and at right angles.
+    static PictureView Along(const Vector& right, const Vector& up);
 
     [[nodiscard]] double X(const Vector& p) const { return detail::Dot(p, right_); }
     [[nodiscard]] double Y(const Vector& p) const { return detail::Dot(p, up_); }
@@ -43,7 +45,9 @@ public:
 
     /// Fits `bounds` into the panel, at one scale for both directions.
     void Fit(const ViewBounds& bounds, const PixelRect& panel);
-    [[nodiscard]] Pixel2 Place(const Vector& p) const;
+    [[nodiscard]] Pixel2 Place(const Vector& p) const { return PlaceAt(X(p), Y(p)); }
+    /// A place by its coordinates along right and up, as those of the bounds fitted.
+    [[nodiscard]] Pixel2 PlaceAt(double x, double y) const;
     [[nodiscard]] double PixelsPerMetre() const { return scale_; }
     /// What the panel shows, which is more than the bounds along one direction.
     [[nodiscard]] ViewBounds Shown() const;

@@ -47,6 +47,18 @@ void SplatLayer::Add(Pixel2 at, double depth, Colour colour, double radius) {
     }
 }
 
+std::vector<double> SplatLayer::Depths() const {
+    std::vector<double> depths;
+    for (const Sample& sample : samples_)
+        if (sample.depth != kNothing) depths.push_back(sample.depth);
+    return depths;
+}
+
+void SplatLayer::Paint(const std::function<Colour(double depth)>& colourOf) {
+    for (Sample& sample : samples_)
+        if (sample.depth != kNothing) sample.colour = colourOf(sample.depth);
+}
+
 double SplatLayer::ShadeAt(int x, int y, double reach) const {
     const float depth = samples_[static_cast<std::size_t>(y) * width_ + x].depth;
     double sum = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "output/picture/canvas.h"
@@ -23,6 +24,10 @@ public:
     explicit SplatLayer(const PixelRect& area);
 
     void Add(Pixel2 at, double depth, Colour colour, double radius);
+    /// The depths of the samples that are covered, by rows.
+    [[nodiscard]] std::vector<double> Depths() const;
+    /// Gives covered samples the colour of their depth instead of their point's.
+    void Paint(const std::function<Colour(double depth)>& colourOf);
     /// Darkens a sample the more, the more of its surroundings lie nearer; `reach` metres nearer
     /// darken in full.
     void Shade(double reach);
