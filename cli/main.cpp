@@ -47,6 +47,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddHistogramVerb(app, context);
     AddClassifyVerb(app, context);
     AddExportVerb(app, context);
+    AddSectionVerb(app, context);
     AddParamsVerb(app, context);
     AddSettingsVerb(app, context);
     AddDestroyVerb(app, context);

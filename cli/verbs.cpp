@@ -2,6 +2,7 @@
 #include "cli/verbs.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -50,6 +51,17 @@ std::string Joined(const std::vector<std::string>& words, const std::string& bef
     std::string joined;
     for (const std::string& word : words) joined += (joined.empty() ? "" : "|") + before + word;
     return joined;
+}
+
+template <class Value>
+CLI::Option* AddAmount(CLI::App& verb, const std::string& name, Value& value,
+                       const std::string& meaning, const AmountRange& range) {
+    const auto check = [range](const std::string& text) {
+        const std::optional<double> amount = platform::ParseNumber(text);
+        if (amount && *amount >= range.min && *amount <= range.max) return std::string();
+        return fmt::format("{} must be a number from {} to {}", text, range.min, range.max);
+    };
+    return verb.add_option(name, value, meaning)->check(check)->type_name(range.unit);
 }
 
 }  // namespace
@@ -111,6 +123,16 @@ CLI::Option* AddPositionOption(CLI::App& verb, const std::string& name, std::str
 
 CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning) {
     return AddPositionOption(verb, "--seed", seed, meaning)->check(CheckNear);
+}
+
+CLI::Option* AddAmountOption(CLI::App& verb, const std::string& name, std::optional<double>& value,
+                             const std::string& meaning, const AmountRange& range) {
+    return AddAmount(verb, name, value, meaning, range);
+}
+
+CLI::Option* AddAmountOption(CLI::App& verb, const std::string& name, double& value,
+                             const std::string& meaning, const AmountRange& range) {
+    return AddAmount(verb, name, value, meaning, range);
 }
 
 void AddMemoryOption(CLI::App& verb, std::string& value, const std::string& meaning,

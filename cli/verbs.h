@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,19 @@ CLI::Option* AddPositionOption(CLI::App& verb, const std::string& name, std::str
 /// The option --seed: a position of a sane size.
 CLI::Option* AddSeedOption(CLI::App& verb, std::string& seed, const std::string& meaning);
 
+/// The amounts that an option takes, both ends included, and what they are counted in: "M".
+struct AmountRange {
+    double min;
+    double max;
+    const char* unit;
+};
+
+/// An option whose value is a number.
+CLI::Option* AddAmountOption(CLI::App& verb, const std::string& name, std::optional<double>& value,
+                             const std::string& meaning, const AmountRange& range);
+CLI::Option* AddAmountOption(CLI::App& verb, const std::string& name, double& value,
+                             const std::string& meaning, const AmountRange& range);
+
 /// The smallest --memory-limit that a verb takes, and the sentence that says so.
 struct MinMemory {
     std::uint64_t bytes = 1;
@@ -76,6 +90,7 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context);
 void AddHistogramVerb(CLI::App& app, CommandContext& context);
 void AddClassifyVerb(CLI::App& app, CommandContext& context);
 void AddExportVerb(CLI::App& app, CommandContext& context);
+void AddSectionVerb(CLI::App& app, CommandContext& context);
 void AddParamsVerb(CLI::App& app, CommandContext& context);
 void AddSettingsVerb(CLI::App& app, CommandContext& context);
 void AddDestroyVerb(CLI::App& app, CommandContext& context);

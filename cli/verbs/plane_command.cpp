@@ -155,33 +155,19 @@ Expected<Outcome> RunPlane(Arguments arguments) {
     return Outcome{JsonOf(*finding, arguments), TextOf(*finding, arguments, *mesh)};
 }
 
-struct AmountRange {
-    double min;
-    double max;
-    const char* unit;
-};
-
-void AddAmount(CLI::App& verb, const std::string& name, std::optional<double>& value,
-               const std::string& meaning, const AmountRange& range) {
-    const auto check = [range](const std::string& text) {
-        const std::optional<double> amount = platform::ParseNumber(text);
-        if (amount && *amount >= range.min && *amount <= range.max) return std::string();
-        return fmt::format("{} must be a number from {} to {}", text, range.min, range.max);
-    };
-    verb.add_option(name, value, meaning)->check(check)->type_name(range.unit);
-}
-
 void AddSearchOptions(CLI::App& verb, reports::PlaneRequest& request) {
-    AddAmount(verb, "--split", request.splitSize,
-              "Side of a search cell (default: the project's, more where points are sparse)",
-              {0.001, detail::kMaxSplitSize, "M"});
-    AddAmount(verb, "--distance", request.distance,
-              "Largest distance of a point from the plane (default: from the noise at the seed)",
-              {1e-6, detail::kMaxSplitSize, "M"});
-    AddAmount(verb, "--reach", request.reach,
-              "Largest distance from the seed (default: until points end)", {0.001, 1e9, "M"});
-    AddAmount(verb, "--angle", request.angle, "Largest turn of a cell's normal",
-              {1e-6, 180, "DEGREES"});
+    AddAmountOption(verb, "--split", request.splitSize,
+                    "Side of a search cell (default: the project's, more where points are sparse)",
+                    {0.001, detail::kMaxSplitSize, "M"});
+    AddAmountOption(
+        verb, "--distance", request.distance,
+        "Largest distance of a point from the plane (default: from the noise at the seed)",
+        {1e-6, detail::kMaxSplitSize, "M"});
+    AddAmountOption(verb, "--reach", request.reach,
+                    "Largest distance from the seed (default: until points end)",
+                    {0.001, 1e9, "M"});
+    AddAmountOption(verb, "--angle", request.angle, "Largest turn of a cell's normal",
+                    {1e-6, 180, "DEGREES"});
     CLI::Option* angle = verb.get_option("--angle");
     const std::array components{std::pair{"--diff-a", &request.diffA},
                                 std::pair{"--diff-b", &request.diffB},

@@ -42,6 +42,7 @@ JSON_RUNS = {
     "histogram": ["histogram keys.prj --picture keys.svg"],
     "classify": ["classify keys.prj --field z --sample 500"],
     "export": ["export keys.prj keys.ply"],
+    "section": ["section keys.prj --level 2 --picture level.png --export level.ply"],
     "settings": ["settings list", "settings get SplitSize", "settings reset SplitSize"],
     "destroy": ["destroy keys.prj"],
 }

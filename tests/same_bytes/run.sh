@@ -84,6 +84,8 @@ use() {  # FOLDER COMMAND...
     result classes classify posed.prj --field intensity --classes 5 --picture classes.svg --apply
     result heights histogram building.prj --field z --picture heights.svg
     for target in export.ply export.las export.xyz; do result "$target" export posed.prj $target; done
+    result section section posed.prj --plane 0.3,-0.8,0.1,0.2 --picture section.png --export section.ply
+    result plan section "scan Größe.prj" --level 312 --thickness 0.5 --picture level.png --export level.xyz
     find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha256sum >"$scratch/${PWD##*/}.sums"
 }
 

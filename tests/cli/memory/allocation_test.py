@@ -37,6 +37,8 @@ VERBS = [
     ("histogram", ["histogram", "scan.prj", "--picture", "h.svg"], {"h.svg"}),
     ("classify", ["classify", "scan.prj", "--field", "z", "--apply", "--json"], set()),
     ("export", ["export", "scan.prj", "e.las"], {"e.las"}),
+    ("section", ["section", "scan.prj", "--level", "1", "--picture", "s.png", "--export", "s.ply"],
+     {"s.png", "s.ply"}),
     ("settings set", ["settings", "set", "DiffA", "0.25"], set()),
     ("settings list", ["settings", "list"], set()),
     ("repair", ["repair", "scan.prj", "--threads", "2"], set()),
