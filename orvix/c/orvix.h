@@ -27,7 +27,7 @@
 //            bytes beyond the members that the library knows must be zero, or the call answers
 //            ORVIX_UNSUPPORTED. Of an output, no byte beyond `size` is written, and bytes that the
 //            library does not know become zero. The other structs are records of the project's
-//            files, laid out in memory as on disk; they never change.
+//            files, laid out in memory as on disk, and items of arrays; they never change.
 // Lists      a call that fills a caller's array takes its capacity and says in `count` how many
 //            items there are. With a smaller capacity it writes none and answers ORVIX_TOO_SMALL;
 //            a null array with capacity 0 asks for the number alone and succeeds.
@@ -38,11 +38,12 @@
 //            memory is what ran out. On success `error` is left alone. On failure a handle is null,
 //            and other outputs hold nothing to rely on. No exception leaves a call.
 // Lifetime   what `..._open` and its like hand out is closed by the call of its name; null is left
-//            alone. Planes, meshes and views outlive their project. Closing a handle twice, or
-//            using it afterwards, is the caller's mistake and is not detected; null is.
+//            alone. Planes, meshes, views and sections outlive their project. Closing a handle
+//            twice, or using it afterwards, is the caller's mistake and is not detected; null is.
 // Threads    one thread at a time per handle; any number of handles, several on one project too.
 //            Calls on a const handle may run side by side. The library takes no lock and starts no
-//            thread, but for orvix_planes_find, which ends those that it starts.
+//            thread, but for orvix_planes_find, which ends those that it starts; the driver of a
+//            graphics device may have threads of its own.
 // Callbacks  run on the calling thread. They return; they do not throw, jump out, or close the
 //            handle that is in use.
 // Damage     every count, offset and size that comes from a project's files is held against the
@@ -57,7 +58,7 @@
 // What this header describes. A library of the same major and an equal or higher minor version
 // serves a host; `orvix_interface_version` returns the library's.
 #define ORVIX_C_MAJOR 1
-#define ORVIX_C_MINOR 2
+#define ORVIX_C_MINOR 3
 
 #if defined(_WIN32)
 #define ORVIX_C_CALL __cdecl
@@ -679,6 +680,241 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_nearest(const orvix_neigh
                                                                const double* position,
                                                                int32_t* index, orvix_error* error);
 ORVIX_C_API void ORVIX_C_CALL orvix_neighbours_close(orvix_neighbours* neighbours);
+
+// ---- Sections -------------------------------------------------------------------------------
+
+// Classifies and colours points against a section plane and snaps to points, on the processor or
+// on a graphics device, with the same results to the bit.
+//
+//     orvix_section_open(NULL, &section, &error);
+//     orvix_section_set_project(section, project, &error);
+//     orvix_section_set_plane(section, point, normal, &error);
+//     orvix_section_set_slab(section, 0.02, NULL, &error);
+//     orvix_section_stream(section, &options, &counts, &error);
+//
+// The transformation takes the world into the section frame: the plane of the section is its XZ
+// plane, y = 0; y counts away from the viewer, who sees x to the right and z upward.
+//
+// Shape      position = transformation * (points' frame * point), composed in double precision and
+//            rounded once; then three multiplications and additions in single precision for each
+//            row. docs/BEHAVIOUR.md V1 to V9 define every result.
+// Order      results are in the order of the points, or of the indices that were set.
+// Boundaries comparisons are inclusive, in single precision. Points without a finite position are
+//            counted and left out.
+// Errors     a device that fails, hangs or gives a wrong answer is dropped for good, and its work
+//            is done again on the processor: no call fails for it.
+// Cost       nothing is opened before the first call that needs it; opening a device takes up to
+//            some seconds.
+typedef struct orvix_section orvix_section;
+
+enum {
+    ORVIX_DEVICE_AUTO = 0,  // what is fastest, by measurement, unless ORVIX_GPU is set
+    ORVIX_DEVICE_CPU = 1,
+    ORVIX_DEVICE_GPU = 2  // a device, where there is one; the processor otherwise
+};
+
+typedef struct orvix_section_options {
+    uint32_t size;
+    int32_t device;            // ORVIX_DEVICE_
+    uint64_t device_memory;    // bytes for held points on a device; 0: 1 GiB
+    int32_t software_devices;  // 1 takes a device that is the processor by another name, for tests
+    uint32_t reserved;
+} orvix_section_options;
+
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_open(const orvix_section_options* options,
+                                                         orvix_section** section,
+                                                         orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_section_close(orvix_section* section);
+
+// World to section frame: 16 doubles, an affine matrix row by row. Before the first call, the
+// identity.
+// Errors  BAD_ARGUMENT: a number that is not finite, a last row other than 0 0 0 1.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_transformation(orvix_section* section,
+                                                                       const double* matrix,
+                                                                       orvix_error* error);
+// The frame whose XZ plane holds `point` and whose `normal` (three doubles each), of any length
+// above 0, looks at the viewer: z is as near to world z as that allows; where the plane is level,
+// x is world x. `point` becomes 0, 0, 0.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_plane(orvix_section* section,
+                                                              const double* point,
+                                                              const double* normal,
+                                                              orvix_error* error);
+// The transformation that is set: 16 doubles.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_get_transformation(const orvix_section* section,
+                                                                       double* matrix,
+                                                                       orvix_error* error);
+// The points' frame is the world but for this shift (three doubles). Before the first call, and
+// before orvix_section_set_project: no shift.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_origin(orvix_section* section,
+                                                               const double* origin,
+                                                               orvix_error* error);
+// The slab |y| <= half_thickness, and bounds in the section frame: x low, x high, z low, z high
+// (four doubles; infinite ones bound nothing; null: none). Before the first call: 0.05, no bounds.
+// Errors  BAD_ARGUMENT: a half thickness that is negative or not finite, a bound that is no number.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_slab(orvix_section* section,
+                                                             double half_thickness,
+                                                             const double* bounds,
+                                                             orvix_error* error);
+
+// Points to classify where they lie: three floats each, `stride` bytes apart (24 for orvix_point,
+// 12 for bare positions; divisible by 4). The indices of before are forgotten.
+// Lifetime  borrowed until other points are set, the section is released or closed: the host keeps
+//           them where they are. A host with a garbage collector pins them.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_points(orvix_section* section,
+                                                               const void* points, uint64_t count,
+                                                               uint64_t stride, orvix_error* error);
+// The same for points that many calls will speak of and that do not change meanwhile: they go to
+// the device once, as far as its memory allows, and snapping may build a tree over them.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_hold(orvix_section* section, const void* points,
+                                                         uint64_t count, uint64_t stride,
+                                                         orvix_error* error);
+// Forgets points, indices and the project. Null is left alone.
+ORVIX_C_API void ORVIX_C_CALL orvix_section_release(orvix_section* section);
+
+// Restricts the calls below to these of the points, in this order, one as often as it is named.
+// Lists of a host follow each other in one array. They are copied.
+// Errors  BAD_ARGUMENT: an index beyond the points; what was set before stays.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_indices(orvix_section* section,
+                                                                const uint64_t* indices,
+                                                                uint64_t count, orvix_error* error);
+// All points again.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_clear_indices(orvix_section* section,
+                                                                  orvix_error* error);
+// How many entries the arrays of the calls below have: that of the indices, or of all points.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_get_count(const orvix_section* section,
+                                                              uint64_t* count, orvix_error* error);
+
+enum {
+    ORVIX_CLASS_IN = 0,
+    ORVIX_CLASS_BEHIND = 1,      // y above the half thickness
+    ORVIX_CLASS_BEFORE = 2,      // between the viewer and the slab
+    ORVIX_CLASS_OUTSIDE = 3,     // beyond the bounds, whatever y is
+    ORVIX_CLASS_NO_POSITION = 4  // not finite, before or after the transformation
+};
+
+typedef struct orvix_section_counts {
+    uint32_t size;
+    uint32_t reserved;
+    uint64_t in_slab;
+    uint64_t behind;
+    uint64_t before;
+    uint64_t outside;
+    uint64_t no_position;
+} orvix_section_counts;
+
+// A class (ORVIX_CLASS_) for each entry, a byte each, and their counts (null: not asked for). A
+// list whose number is orvix_section_get_count; null with capacity 0 asks for the counts alone.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_check(orvix_section* section, uint8_t* classes,
+                                                          uint64_t capacity,
+                                                          orvix_section_counts* counts,
+                                                          orvix_error* error);
+// The indices of the points of one class, ascending. A list; asking for the number alone takes a
+// pass of its own, which an array for all entries saves.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_get_indices(orvix_section* section,
+                                                                int32_t wanted, uint64_t* indices,
+                                                                uint64_t capacity, uint64_t* count,
+                                                                orvix_error* error);
+
+// Colours are red, green, blue, opacity, a byte each; `colours` has four bytes for each entry, and
+// `capacity` counts entries. The following calls colour some and leave the others as they are.
+//
+// The points in the slab take `colour` (four bytes).
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_colour_in(orvix_section* section,
+                                                              const uint8_t* colour,
+                                                              uint8_t* colours, uint64_t capacity,
+                                                              orvix_section_counts* counts,
+                                                              orvix_error* error);
+// Every point within the bounds takes a colour of the ramp by its signed distance y: the ramp's 2
+// to 256 colours (four bytes each) divide low to high into steps of equal width. Below low comes
+// the first, from high on the last.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_colour_plane(
+    orvix_section* section, double low, double high, const uint8_t* ramp, uint64_t ramp_colours,
+    uint8_t* colours, uint64_t capacity, orvix_section_counts* counts, orvix_error* error);
+// The points before and behind the slab take a colour each (four bytes).
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_colour_separate(
+    orvix_section* section, const uint8_t* before, const uint8_t* behind, uint8_t* colours,
+    uint64_t capacity, orvix_section_counts* counts, orvix_error* error);
+
+// A ray to pick points with, in the world. The aperture is a cylinder (tangent 0) or a cone that
+// opens along the ray: `radius` at the origin, and `tangent` metres more for each metre along.
+typedef struct orvix_picking_ray {
+    double origin[3];
+    double direction[3];  // of any length above 0
+    double radius;        // 0 or more
+    double tangent;       // 0 or more
+} orvix_picking_ray;
+
+// A point that was snapped to.
+typedef struct orvix_snapped_point {
+    uint64_t index;   // all bits set: no point lies in the aperture
+    double along;     // from the ray's origin to the point's foot on the ray
+    double distance;  // from the ray, or from the position
+} orvix_snapped_point;
+
+// For each ray the point nearest along it among those in its aperture, ties to the lower index.
+// Slab and bounds do not matter; indices that were set do. `snapped` has an entry for each ray.
+// Errors  BAD_ARGUMENT: a ray that is not finite or has no direction, a negative radius or tangent.
+// Cost    a pass over the points for each ray; of many rays, a tree, then some microseconds each.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_snap_rays(orvix_section* section,
+                                                              const orvix_picking_ray* rays,
+                                                              uint64_t count,
+                                                              orvix_snapped_point* snapped,
+                                                              orvix_error* error);
+// The point nearest to each position in the world (three doubles each), within `radius`.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_snap_positions(orvix_section* section,
+                                                                   const double* xyz,
+                                                                   uint64_t count, double radius,
+                                                                   orvix_snapped_point* snapped,
+                                                                   orvix_error* error);
+
+// The project that the calls below speak of; its frame becomes the points' frame. Points and
+// indices that were set do not matter to those calls, and stay.
+// Errors    DAMAGED: cells that do not lead to the points; no project is set then.
+// Lifetime  the project's files stay open, beyond orvix_project_close, until the section is
+//           released, closed or given another project.
+// Cost      24 bytes of memory for each 100 cm cell.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_set_project(orvix_section* section,
+                                                                const orvix_project* project,
+                                                                orvix_error* error);
+
+// Receives points `first` to `first + count - 1` of the project and their classes; both are valid
+// in the call. 0 cancels.
+typedef int32_t(ORVIX_C_CALL* orvix_section_chunk)(void* user, uint64_t first, uint64_t count,
+                                                   const orvix_point* points,
+                                                   const uint8_t* classes);
+
+typedef struct orvix_stream_options {
+    uint32_t size;
+    uint32_t wanted;            // classes whose points are all handed out: 1 << ORVIX_CLASS_, or-ed
+    orvix_section_chunk chunk;  // null: the counts alone are asked for
+    orvix_proceed proceed;      // null: the call cannot be cancelled but by `chunk`
+    void* user;                 // of both
+} orvix_stream_options;
+
+// Classifies the points of the project, in the order of the file. A 100 cm cell that lies in one
+// class as a whole is counted by its corners and not read, unless that class is wanted; chunks may
+// hold points of classes that are not. `options` null: the counts alone.
+// Errors  CANCELLED; FAILED: points cannot be mapped.
+// Cost    memory for one chunk; a pass over the points of the cells that are read.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_stream(orvix_section* section,
+                                                           const orvix_stream_options* options,
+                                                           orvix_section_counts* counts,
+                                                           orvix_error* error);
+// Snapping to the points of the project, whose numbers are the indices. Distances are measured in
+// the project's frame, and are the world's unless its transform scales.
+// Cost  a pass over the points of the cells that an aperture meets, nearest first.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_snap_rays_in_project(
+    orvix_section* section, const orvix_picking_ray* rays, uint64_t count,
+    orvix_snapped_point* snapped, orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_snap_positions_in_project(
+    orvix_section* section, const double* xyz, uint64_t count, double radius,
+    orvix_snapped_point* snapped, orvix_error* error);
+
+// What the last call worked on: "processor", or the device's own name. A list of bytes, the zero at
+// its end counted.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_section_get_device(const orvix_section* section,
+                                                               char* text, uint64_t capacity,
+                                                               uint64_t* count, orvix_error* error);
 
 // ---- Classification -------------------------------------------------------------------------
 

@@ -250,17 +250,63 @@ public unsafe struct orvix_place {
     [FieldOffset(72)] public double cell_rms;
 }
 
+[StructLayout(LayoutKind.Explicit, Size = 24)]
+public unsafe struct orvix_section_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int device;
+    [FieldOffset(8)] public ulong device_memory;
+    [FieldOffset(16)] public int software_devices;
+    [FieldOffset(20)] public uint reserved;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 48)]
+public unsafe struct orvix_section_counts {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint reserved;
+    [FieldOffset(8)] public ulong in_slab;
+    [FieldOffset(16)] public ulong behind;
+    [FieldOffset(24)] public ulong before;
+    [FieldOffset(32)] public ulong outside;
+    [FieldOffset(40)] public ulong no_position;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 64)]
+public unsafe struct orvix_picking_ray {
+    [FieldOffset(0)] public fixed double origin[3];
+    [FieldOffset(24)] public fixed double direction[3];
+    [FieldOffset(48)] public double radius;
+    [FieldOffset(56)] public double tangent;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 24)]
+public unsafe struct orvix_snapped_point {
+    [FieldOffset(0)] public ulong index;
+    [FieldOffset(8)] public double along;
+    [FieldOffset(16)] public double distance;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 32)]
+public unsafe struct orvix_stream_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint wanted;
+    [FieldOffset(8)] public IntPtr chunk;
+    [FieldOffset(16)] public IntPtr proceed;
+    [FieldOffset(24)] public IntPtr user;
+}
+
 [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
 public unsafe delegate void orvix_channel(void* user, byte* text);
 [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
 public unsafe delegate int orvix_proceed(void* user, double done);
 [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
 public unsafe delegate void orvix_fault(void* user, byte* file, byte* what);
+[UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+public unsafe delegate int orvix_section_chunk(void* user, ulong first, ulong count, orvix_point* points, byte* classes);
 
 public static unsafe class NativeMethods {
     private const string Library = "orvix";
     public const int ORVIX_C_MAJOR = 1;
-    public const int ORVIX_C_MINOR = 2;
+    public const int ORVIX_C_MINOR = 3;
     public const int ORVIX_OK = 0;
     public const int ORVIX_FAILED = 1;
     public const int ORVIX_BAD_ARGUMENT = 2;
@@ -299,6 +345,14 @@ public static unsafe class NativeMethods {
     public const int ORVIX_PLACE_NOT_FLAT = 3;
     public const int ORVIX_PLACE_NO_PLANE = 4;
     public const int ORVIX_PLACE_EMPTY = 5;
+    public const int ORVIX_DEVICE_AUTO = 0;
+    public const int ORVIX_DEVICE_CPU = 1;
+    public const int ORVIX_DEVICE_GPU = 2;
+    public const int ORVIX_CLASS_IN = 0;
+    public const int ORVIX_CLASS_BEHIND = 1;
+    public const int ORVIX_CLASS_BEFORE = 2;
+    public const int ORVIX_CLASS_OUTSIDE = 3;
+    public const int ORVIX_CLASS_NO_POSITION = 4;
     public const int ORVIX_HISTOGRAM_INTENSITY = 0;
     public const int ORVIX_HISTOGRAM_HEIGHT = 1;
 
@@ -436,6 +490,81 @@ public static unsafe class NativeMethods {
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern void orvix_neighbours_close(IntPtr neighbours);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_open(orvix_section_options* options, IntPtr* section, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_section_close(IntPtr section);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_transformation(IntPtr section, double* matrix, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_plane(IntPtr section, double* point, double* normal, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_get_transformation(IntPtr section, double* matrix, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_origin(IntPtr section, double* origin, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_slab(IntPtr section, double half_thickness, double* bounds, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_points(IntPtr section, void* points, ulong count, ulong stride, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_hold(IntPtr section, void* points, ulong count, ulong stride, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_section_release(IntPtr section);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_indices(IntPtr section, ulong* indices, ulong count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_clear_indices(IntPtr section, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_get_count(IntPtr section, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_check(IntPtr section, byte* classes, ulong capacity, orvix_section_counts* counts, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_get_indices(IntPtr section, int wanted, ulong* indices, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_colour_in(IntPtr section, byte* colour, byte* colours, ulong capacity, orvix_section_counts* counts, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_colour_plane(IntPtr section, double low, double high, byte* ramp, ulong ramp_colours, byte* colours, ulong capacity, orvix_section_counts* counts, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_colour_separate(IntPtr section, byte* before, byte* behind, byte* colours, ulong capacity, orvix_section_counts* counts, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_snap_rays(IntPtr section, orvix_picking_ray* rays, ulong count, orvix_snapped_point* snapped, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_snap_positions(IntPtr section, double* xyz, ulong count, double radius, orvix_snapped_point* snapped, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_set_project(IntPtr section, IntPtr project, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_stream(IntPtr section, orvix_stream_options* options, orvix_section_counts* counts, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_snap_rays_in_project(IntPtr section, orvix_picking_ray* rays, ulong count, orvix_snapped_point* snapped, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_snap_positions_in_project(IntPtr section, double* xyz, ulong count, double radius, orvix_snapped_point* snapped, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_section_get_device(IntPtr section, byte* text, ulong capacity, ulong* count, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_histogram_sample(IntPtr project, int which, double shift, uint sample_count, double* samples, ulong capacity, ulong* count, orvix_error* error);

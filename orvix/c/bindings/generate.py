@@ -35,6 +35,7 @@ class Header:
         self.callbacks = []  # (name, result, [(type, name)])
         self.structs = []    # (name, [(type, name, count)])
         self.functions = []  # (name, result, [(type, name)])
+        self.types = []      # callbacks and structs, by the header's order
         for statement in self.statements(text):
             self.take(statement)
 
@@ -93,9 +94,11 @@ class Header:
                     self.is_callback(kind)):
                 raise SyntaxError(f"{name}.{field} is of a type that bindings do not know: {kind}")
         self.structs.append((name, members))
+        self.types.append(self.structs[-1])
 
     def take_callback(self, result, name, parameters):
         self.callbacks.append((name, result, self.parameters(parameters)))
+        self.types.append(self.callbacks[-1])
 
     def take_function(self, result, name, parameters):
         self.functions.append((name, result, self.parameters(parameters)))
@@ -191,10 +194,13 @@ def python(header):
            "    error = orvix.orvix_error(size=1024)",
            '"""', "import ctypes", ""]
     out += [f"{name} = {value}" for name, value in header.constants]
-    for name, result, parameters in header.callbacks:
-        kinds = ", ".join([str(plain(result))] + [plain(kind) for kind, _ in parameters])
-        out += ["", f"{name} = ctypes.CFUNCTYPE({kinds})"]
-    for name, members in header.structs:
+    for declared in header.types:
+        if declared in header.callbacks:
+            name, result, parameters = declared
+            kinds = ", ".join([str(plain(result))] + [plain(kind) for kind, _ in parameters])
+            out += ["", "", f"{name} = ctypes.CFUNCTYPE({kinds})"]
+            continue
+        name, members = declared
         out += ["", "", f"class {name}(ctypes.Structure):", "    _fields_ = ["]
         for kind, field, count in members:
             out.append(f'        ("{field}", {plain(kind)}{f" * {count}" if count else ""}),')

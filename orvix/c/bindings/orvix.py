@@ -8,7 +8,7 @@
 import ctypes
 
 ORVIX_C_MAJOR = 1
-ORVIX_C_MINOR = 2
+ORVIX_C_MINOR = 3
 ORVIX_OK = 0
 ORVIX_FAILED = 1
 ORVIX_BAD_ARGUMENT = 2
@@ -47,14 +47,16 @@ ORVIX_PLACE_LEFT_OUT = 2
 ORVIX_PLACE_NOT_FLAT = 3
 ORVIX_PLACE_NO_PLANE = 4
 ORVIX_PLACE_EMPTY = 5
+ORVIX_DEVICE_AUTO = 0
+ORVIX_DEVICE_CPU = 1
+ORVIX_DEVICE_GPU = 2
+ORVIX_CLASS_IN = 0
+ORVIX_CLASS_BEHIND = 1
+ORVIX_CLASS_BEFORE = 2
+ORVIX_CLASS_OUTSIDE = 3
+ORVIX_CLASS_NO_POSITION = 4
 ORVIX_HISTOGRAM_INTENSITY = 0
 ORVIX_HISTOGRAM_HEIGHT = 1
-
-orvix_channel = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p)
-
-orvix_proceed = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_double)
-
-orvix_fault = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_char_p)
 
 
 class orvix_error(ctypes.Structure):
@@ -63,6 +65,12 @@ class orvix_error(ctypes.Structure):
         ("status", ctypes.c_int32),
         ("text", ctypes.c_char * 1016),
     ]
+
+
+orvix_channel = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p)
+
+
+orvix_proceed = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_double)
 
 
 class orvix_open_options(ctypes.Structure):
@@ -98,6 +106,9 @@ class orvix_project_info(ctypes.Structure):
         ("colour", ctypes.c_uint8 * 4),
         ("reserved", ctypes.c_uint8 * 4),
     ]
+
+
+orvix_fault = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_char_p)
 
 
 class orvix_check_options(ctypes.Structure):
@@ -321,7 +332,59 @@ class orvix_place(ctypes.Structure):
     ]
 
 
-STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_saved, orvix_planes_info, orvix_found_plane, orvix_place]
+class orvix_section_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("device", ctypes.c_int32),
+        ("device_memory", ctypes.c_uint64),
+        ("software_devices", ctypes.c_int32),
+        ("reserved", ctypes.c_uint32),
+    ]
+
+
+class orvix_section_counts(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("reserved", ctypes.c_uint32),
+        ("in_slab", ctypes.c_uint64),
+        ("behind", ctypes.c_uint64),
+        ("before", ctypes.c_uint64),
+        ("outside", ctypes.c_uint64),
+        ("no_position", ctypes.c_uint64),
+    ]
+
+
+class orvix_picking_ray(ctypes.Structure):
+    _fields_ = [
+        ("origin", ctypes.c_double * 3),
+        ("direction", ctypes.c_double * 3),
+        ("radius", ctypes.c_double),
+        ("tangent", ctypes.c_double),
+    ]
+
+
+class orvix_snapped_point(ctypes.Structure):
+    _fields_ = [
+        ("index", ctypes.c_uint64),
+        ("along", ctypes.c_double),
+        ("distance", ctypes.c_double),
+    ]
+
+
+orvix_section_chunk = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(orvix_point), ctypes.POINTER(ctypes.c_uint8))
+
+
+class orvix_stream_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("wanted", ctypes.c_uint32),
+        ("chunk", orvix_section_chunk),
+        ("proceed", orvix_proceed),
+        ("user", ctypes.c_void_p),
+    ]
+
+
+STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_saved, orvix_planes_info, orvix_found_plane, orvix_place, orvix_section_options, orvix_section_counts, orvix_picking_ray, orvix_snapped_point, orvix_stream_options]
 
 
 def load(path):
@@ -417,6 +480,56 @@ def load(path):
     library.orvix_neighbours_nearest.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_int32), ctypes.POINTER(orvix_error)]
     library.orvix_neighbours_close.restype = None
     library.orvix_neighbours_close.argtypes = [ctypes.c_void_p]
+    library.orvix_section_open.restype = ctypes.c_int32
+    library.orvix_section_open.argtypes = [ctypes.POINTER(orvix_section_options), ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_section_close.restype = None
+    library.orvix_section_close.argtypes = [ctypes.c_void_p]
+    library.orvix_section_set_transformation.restype = ctypes.c_int32
+    library.orvix_section_set_transformation.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_section_set_plane.restype = ctypes.c_int32
+    library.orvix_section_set_plane.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_section_get_transformation.restype = ctypes.c_int32
+    library.orvix_section_get_transformation.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_section_set_origin.restype = ctypes.c_int32
+    library.orvix_section_set_origin.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_section_set_slab.restype = ctypes.c_int32
+    library.orvix_section_set_slab.argtypes = [ctypes.c_void_p, ctypes.c_double, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_section_set_points.restype = ctypes.c_int32
+    library.orvix_section_set_points.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(orvix_error)]
+    library.orvix_section_hold.restype = ctypes.c_int32
+    library.orvix_section_hold.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(orvix_error)]
+    library.orvix_section_release.restype = None
+    library.orvix_section_release.argtypes = [ctypes.c_void_p]
+    library.orvix_section_set_indices.restype = ctypes.c_int32
+    library.orvix_section_set_indices.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint64), ctypes.c_uint64, ctypes.POINTER(orvix_error)]
+    library.orvix_section_clear_indices.restype = ctypes.c_int32
+    library.orvix_section_clear_indices.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_error)]
+    library.orvix_section_get_count.restype = ctypes.c_int32
+    library.orvix_section_get_count.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_section_check.restype = ctypes.c_int32
+    library.orvix_section_check.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint8), ctypes.c_uint64, ctypes.POINTER(orvix_section_counts), ctypes.POINTER(orvix_error)]
+    library.orvix_section_get_indices.restype = ctypes.c_int32
+    library.orvix_section_get_indices.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.POINTER(ctypes.c_uint64), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_section_colour_in.restype = ctypes.c_int32
+    library.orvix_section_colour_in.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint8), ctypes.POINTER(ctypes.c_uint8), ctypes.c_uint64, ctypes.POINTER(orvix_section_counts), ctypes.POINTER(orvix_error)]
+    library.orvix_section_colour_plane.restype = ctypes.c_int32
+    library.orvix_section_colour_plane.argtypes = [ctypes.c_void_p, ctypes.c_double, ctypes.c_double, ctypes.POINTER(ctypes.c_uint8), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint8), ctypes.c_uint64, ctypes.POINTER(orvix_section_counts), ctypes.POINTER(orvix_error)]
+    library.orvix_section_colour_separate.restype = ctypes.c_int32
+    library.orvix_section_colour_separate.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint8), ctypes.POINTER(ctypes.c_uint8), ctypes.POINTER(ctypes.c_uint8), ctypes.c_uint64, ctypes.POINTER(orvix_section_counts), ctypes.POINTER(orvix_error)]
+    library.orvix_section_snap_rays.restype = ctypes.c_int32
+    library.orvix_section_snap_rays.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_picking_ray), ctypes.c_uint64, ctypes.POINTER(orvix_snapped_point), ctypes.POINTER(orvix_error)]
+    library.orvix_section_snap_positions.restype = ctypes.c_int32
+    library.orvix_section_snap_positions.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.c_double, ctypes.POINTER(orvix_snapped_point), ctypes.POINTER(orvix_error)]
+    library.orvix_section_set_project.restype = ctypes.c_int32
+    library.orvix_section_set_project.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.POINTER(orvix_error)]
+    library.orvix_section_stream.restype = ctypes.c_int32
+    library.orvix_section_stream.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_stream_options), ctypes.POINTER(orvix_section_counts), ctypes.POINTER(orvix_error)]
+    library.orvix_section_snap_rays_in_project.restype = ctypes.c_int32
+    library.orvix_section_snap_rays_in_project.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_picking_ray), ctypes.c_uint64, ctypes.POINTER(orvix_snapped_point), ctypes.POINTER(orvix_error)]
+    library.orvix_section_snap_positions_in_project.restype = ctypes.c_int32
+    library.orvix_section_snap_positions_in_project.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.c_double, ctypes.POINTER(orvix_snapped_point), ctypes.POINTER(orvix_error)]
+    library.orvix_section_get_device.restype = ctypes.c_int32
+    library.orvix_section_get_device.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_histogram_sample.restype = ctypes.c_int32
     library.orvix_histogram_sample.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_double, ctypes.c_uint32, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_natural_breaks.restype = ctypes.c_int32
