@@ -124,9 +124,10 @@ bool RevitAMP::SetPlane(const SimplePointT<double>& point, const SimplePointT<do
     const auto x =
         isLevel ? *Unit({std::fabs(y.z), 0, y.z > 0 ? -y.x : y.x}) : *Unit({y.y, -y.x, 0});
     const auto z = Cross(x, y);
-    state_->matrix = {x.x, x.y, x.z, -Dot(x, point), y.x, y.y, y.z, -Dot(y, point),
-                      z.x, z.y, z.z, -Dot(z, point), 0,   0,   0,   1};
-    return true;
+    // A point may be so far that its distance from the axes is not finite.
+    return SetTransformation(std::array<double, 16>{x.x, x.y, x.z, -Dot(x, point), y.x, y.y, y.z,
+                                                    -Dot(y, point), z.x, z.y, z.z, -Dot(z, point),
+                                                    0, 0, 0, 1});
 }
 
 void RevitAMP::GetTransformation(std::span<double, 16> matrix) const {

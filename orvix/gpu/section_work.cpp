@@ -2,6 +2,7 @@
 #include "orvix/gpu/section_work.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "orvix/gpu/point_tree.h"
 #include "orvix/gpu/section_loop.h"
@@ -180,10 +181,13 @@ void SectionWork::SnapByPasses(std::span<const SnapRule> rules, std::span<SnapBe
 void SectionWork::SnapByTrees(std::span<const SnapRule> rules, std::span<SnapBest> bests) {
     const SectionPoints points = SnappedTo(entries_, listedPoints_);
     if (trees_.empty()) {
+        // All or none, should memory end on the way.
+        std::vector<std::unique_ptr<PointTree>> trees;
         for (std::uint64_t first = 0; first < points.count; first += PointTree::kMostPoints) {
             const std::uint64_t count = std::min(PointTree::kMostPoints, points.count - first);
-            trees_.push_back(std::make_unique<PointTree>(Stretch(points, first, count)));
+            trees.push_back(std::make_unique<PointTree>(Stretch(points, first, count)));
         }
+        trees_ = std::move(trees);
     }
     for (std::size_t k = 0; k < rules.size(); ++k) {
         std::uint64_t first = 0;

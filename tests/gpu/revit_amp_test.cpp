@@ -102,6 +102,7 @@ TEST(RevitAMP, TakesOnlyWhatMakesSense) {
     EXPECT_FALSE(section.SetSlab({.xLow = std::nan("")}));
     EXPECT_FALSE(section.SetOrigin({std::nan(""), 0, 0}));
     EXPECT_FALSE(section.SetPlane({0, 0, 0}, {0, 0, 0}));
+    EXPECT_FALSE(section.SetPlane({1.7e308, -1.7e308, 0}, {1, -1, 0})) << "too far for its numbers";
     EXPECT_FALSE(section.SetPoints({kFive.data(), 5, 8}));
     EXPECT_FALSE(section.SetPoints({kFive.data(), 5, 14}));
     EXPECT_FALSE(section.SetPoints({nullptr, 5, 12}));
