@@ -16,9 +16,9 @@ namespace {
 using detail::Cross, detail::Dot, detail::Length, detail::Vector;
 using detail::operator+, detail::operator-, detail::operator*;
 
-constexpr double kPixels = 2;          // that a rim of a raster may lie beside its line
-constexpr double kLeastSine = 0.3420;  // of two planes that meet: 20 degrees
-constexpr double kMostReach = 0.25;    // metres
+constexpr double kPixels = 2;           // that a rim of a raster may lie beside its line
+constexpr double kLeastSine = 0.3420;   // of two planes that meet: 20 degrees
+constexpr double kMostLeftOpen = 0.25;  // metres, by tolerances
 
 using Box = ExtendsT<double>;
 
@@ -35,10 +35,11 @@ Vector CornerOf(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
 }
 
 double ReachOf(const FoundPlane& plane, const FoundPlane& other, double sine) {
-    return std::min(kPixels * plane.outline.radius + (plane.tolerance + other.tolerance) / sine,
-                    kMostReach);
+    return kPixels * plane.outline.radius +
+           std::min((plane.tolerance + other.tolerance) / sine, kMostLeftOpen);
 }
 
+// Of the corners, and what a rim may lie beside its line.
 Box BoxOf(const FoundPlane& plane) {
     constexpr double kFar = std::numeric_limits<double>::infinity();
     Box box{{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
@@ -51,13 +52,14 @@ Box BoxOf(const FoundPlane& plane) {
                        std::max(box.max.z, p.z)};
         }
     }
-    return box;
+    const double most = kPixels * plane.outline.radius + kMostLeftOpen;
+    const Vector margin{most, most, most};
+    return {box.min - margin, box.max + margin};
 }
 
 bool Touch(const Box& a, const Box& b) {
-    return a.min.x <= b.max.x + kMostReach && b.min.x <= a.max.x + kMostReach &&
-           a.min.y <= b.max.y + kMostReach && b.min.y <= a.max.y + kMostReach &&
-           a.min.z <= b.max.z + kMostReach && b.min.z <= a.max.z + kMostReach;
+    return a.min.x <= b.max.x && b.min.x <= a.max.x && a.min.y <= b.max.y && b.min.y <= a.max.y &&
+           a.min.z <= b.max.z && b.min.z <= a.max.z;
 }
 
 /// Where two planes meet; the same of both orders.
@@ -112,7 +114,7 @@ std::vector<std::vector<std::size_t>> NeighboursOf(const std::vector<FoundPlane>
         const std::size_t i = order[k].second;
         for (std::size_t m = k + 1; m < order.size(); ++m) {
             const std::size_t j = order[m].second;
-            if (boxes[j].min.x > boxes[i].max.x + kMostReach) break;
+            if (boxes[j].min.x > boxes[i].max.x) break;
             if (!Touch(boxes[i], boxes[j])) continue;
             if (Length(Cross(planes[i].normal, planes[j].normal)) < kLeastSine) continue;
             neighbours[i].push_back(j);

@@ -68,7 +68,8 @@ std::size_t LineOf(std::span<const RimLine> lines, const Position& a, const Posi
         const RimLine& line = lines[k];
         const double away = std::max(DistanceFrom(line, a), DistanceFrom(line, b));
         if (away > line.reach || (best != kNoLine && away >= least)) continue;
-        if (std::abs(DotOf(edge, line.along)) < kLeastCosine * length) continue;
+        if (length > line.reach && std::abs(DotOf(edge, line.along)) < kLeastCosine * length)
+            continue;
         if (!IsShared(line, PlaceOn(line, a), PlaceOn(line, b))) continue;
         best = k;
         least = away;

@@ -13,6 +13,8 @@ struct Edge {
     Position a;
     Position b;
     std::size_t ring = 0;
+    std::size_t place = 0;  // in the ring
+    std::size_t next = 0;
 
     [[nodiscard]] double Left() const { return std::min(a.x, b.x); }
     [[nodiscard]] double Right() const { return std::max(a.x, b.x); }
@@ -62,7 +64,11 @@ bool Fold(const Position& corner, const Position& p, const Position& q) {
     return dot > 0 && std::abs(cross) < 1e-6 * dot;
 }
 
+// A corner of two rings is where they may touch; of one ring, two edges that follow each other.
 bool AreInTheWay(const Edge& e, const Edge& f, double apart) {
+    if (e.ring == f.ring && e.next != f.place && f.next != e.place) {
+        return Cross(e, f) || AreNear(e, f, apart);
+    }
     if (Same(e.a, f.a)) return Fold(e.a, e.b, f.b);
     if (Same(e.a, f.b)) return Fold(e.a, e.b, f.a);
     if (Same(e.b, f.a)) return Fold(e.b, e.a, f.b);
@@ -86,7 +92,8 @@ std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, dou
     for (std::size_t ring = 0; ring < rings.size(); ++ring) {
         const auto& points = rings[ring]->points;
         for (std::size_t k = 0; k < points.size(); ++k) {
-            edges.push_back({points[k], points[k + 1 == points.size() ? 0 : k + 1], ring});
+            const std::size_t next = k + 1 == points.size() ? 0 : k + 1;
+            edges.push_back({points[k], points[next], ring, k, next});
         }
     }
     std::stable_sort(edges.begin(), edges.end(),

@@ -13,7 +13,7 @@ namespace orvix::detection {
 double TwiceAreaOf(const std::vector<SimplePoint2DT<double>>& ring);
 
 /// The rings of one outline that cross, or come nearer than `apart` to, themselves or each other;
-/// both of two. Edges that share a corner are neighbours, and may.
+/// both of two. Edges that follow each other share a corner, and two rings may share single ones.
 ///
 /// Order  by their places, each once.
 /// Cost   n log n in the edges as a rule.

@@ -167,5 +167,27 @@ TEST(SharedLines, ARingThatWouldCrossItselfStaysAsItWas) {
     for (const Vector& corner : before) EXPECT_TRUE(HasCorner(planes[0], corner));
 }
 
+// Two corners of one ring, 3 cm apart, at a place where three planes meet.
+TEST(SharedLines, ARingDoesNotComeToTouchItselfInACorner) {
+    std::vector<FoundPlane> planes{
+        PlaneWith({0, 0, 1}, {{-1, -1, 0},
+                              {-0.01, -1, 0},
+                              {-0.01, -0.02, 0},
+                              {0.02, -0.01, 0},
+                              {1, -0.01, 0},
+                              {1, 1, 0},
+                              {0.01, 1, 0},
+                              {0.01, 0.02, 0},
+                              {-0.02, 0.01, 0},
+                              {-1, 0.01, 0}}),
+        PlaneWith({1, 0, 0}, {{0, -2, -1}, {0, 2, -1}, {0, 2, 1}, {0, -2, 1}}),
+        PlaneWith({0, 1, 0}, {{2, 0, -1}, {-2, 0, -1}, {-2, 0, 1}, {2, 0, 1}})};
+    Share(planes);
+    const auto corners = CornersOf(planes[0], planes[0].outline.regions[0].outer);
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+        for (std::size_t k = 0; k < i; ++k) EXPECT_GT(Length(corners[i] - corners[k]), 1e-6);
+    }
+}
+
 }  // namespace
 }  // namespace orvix::detection
