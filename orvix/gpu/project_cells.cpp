@@ -29,20 +29,19 @@ std::optional<ProjectCells> ProjectCells::Read(const CProjectCore& core) {
     const auto count100 = static_cast<std::uint64_t>(index->Count100());
     cells.cells.reserve(count100);
     bool more = count100 > 0;
-    // Every block holds a cell, so a walk of more blocks than cells has left its file.
-    while (more && cells.blocks.size() < count100) {
+    while (more && cells.cells.size() < count100) {
         more = index->ReadIndex1000(0);
         Block block;
         index->GetXYZ1000(block.x, block.y, block.z);
         index->GetOffsetCount1000(block.firstCell, block.cells);
         if (block.firstCell > count100 || block.cells > count100 - block.firstCell) return {};
-        if (block.cells == 0) continue;
+        // An index that ends early reads on as empty blocks, and a sound one has none.
+        if (block.cells == 0) return {};
         index->InitIndex100(block.firstCell);
         block.firstCell = cells.cells.size();
         if (block.cells > count100 - block.firstCell) return {};
         if (!ReadCells(*index, block.cells, points, cells, block)) return {};
         cells.blocks.push_back(block);
-        if (cells.cells.size() == count100) break;
     }
     std::uint64_t inCells = 0;
     for (const Block& block : cells.blocks) inCells += block.points;

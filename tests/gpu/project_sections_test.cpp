@@ -190,6 +190,20 @@ TEST(ProjectSections, PointsBeyondTwoToTheThirtyTwoAreFound) {
     EXPECT_NEAR(one.along, 1, 1e-12);
 }
 
+// A reader goes on beyond the end of an index, with zeros.
+TEST_F(ProjectSectionsTest, AnIndexOfBlocksThatEndsEarlyIsRefusedAtOnce) {
+    const CString index = folder_ / L"p_Project_Files/Index/Grid1000cm.idx";
+    const auto whole = test::ReadBytes(index);
+    for (const std::size_t kept : {whole.size() / 64 * 32, std::size_t{24}, std::size_t{0}}) {
+        test::WriteBytes(index, whole.data(), kept);
+        const auto cut = detail::OpenProject::Load(folder_ / L"p.prj");
+        ASSERT_TRUE(cut->Core().OpenCores());
+        RevitAMP section;
+        EXPECT_FALSE(section.SetProject(cut->Core())) << kept;
+        EXPECT_FALSE(section.StreamPlaneXZ(1, {}));
+    }
+}
+
 TEST(ProjectSections, AnEmptyProjectHasAnEmptySectionAndNothingToSnapTo) {
     test::ScratchFolder folder;
     const CString file = folder / L"p.prj";
