@@ -105,6 +105,7 @@ public:
         Close(mesh_, orvix_mesh_close);
         Close(view_, orvix_view_close);
         Close(near_, orvix_neighbours_close);
+        Close(section_, orvix_section_close);
     }
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
@@ -167,7 +168,7 @@ private:
     }
 
     void Call() {
-        switch (in_.Byte() % 12) {
+        switch (in_.Byte() % 13) {
             case 0:
                 return OpenOrClose();
             case 1:
@@ -190,8 +191,10 @@ private:
                 return Meshes();
             case 10:
                 return Neighbours();
-            default:
+            case 11:
                 return Statistics();
+            default:
+                return Sections();
         }
     }
 
@@ -406,6 +409,142 @@ private:
                                    in_.Capacity(), &count_, Error()));
     }
 
+    void Sections() {
+        switch (in_.Byte() % 6) {
+            case 0:
+                return OpenSection();
+            case 1:
+                return PlaceSection();
+            case 2:
+                return GivePoints();
+            case 3:
+                return Classify();
+            case 4:
+                return Snap();
+            default:
+                return StreamSection();
+        }
+    }
+
+    // Never a device: its driver's memory and threads are not what is looked for.
+    void OpenSection() {
+        constexpr std::array<std::int32_t, 4> kDevices = {ORVIX_DEVICE_CPU, ORVIX_DEVICE_AUTO, -1,
+                                                          3};
+        Close(section_, orvix_section_close);
+        auto* options = any_.Make<orvix_section_options>(in_);
+        if (options != nullptr) {
+            options->device = kDevices[in_.Byte() % kDevices.size()];
+            options->device_memory = in_.Count();
+        }
+        Made(orvix_section_open(options, &section_, Error()), section_);
+        const orvix_project* project = Project();
+        Check(orvix_section_set_project(section_, project, Error()));
+    }
+
+    void PlaceSection() {
+        if (in_.Flag()) {
+            std::array<double, 16> matrix{};
+            for (double& value : matrix) value = in_.Real();
+            if (in_.Flag()) std::fill(matrix.begin() + 12, matrix.end(), 0), matrix[15] = 1;
+            Check(orvix_section_set_transformation(section_, matrix.data(), Error()));
+        } else {
+            const std::array<double, 3> normal{in_.Real(), in_.Real(), in_.Real()};
+            Check(orvix_section_set_plane(section_, Place(), normal.data(), Error()));
+        }
+        Check(orvix_section_get_transformation(section_, xyz_.data(), Error()));
+        if (in_.Byte() < 32) Check(orvix_section_set_origin(section_, Place(), Error()));
+        const std::array<double, 4> bounds{in_.Real(), in_.Real(), in_.Real(), in_.Real()};
+        const double* given = in_.Flag() ? bounds.data() : nullptr;
+        Check(orvix_section_set_slab(section_, in_.Real(), given, Error()));
+    }
+
+    // The section borrows the points, which stay where they are and as they are.
+    void GivePoints() {
+        constexpr std::array<std::uint64_t, 6> kStrides = {12, 24, 13, 0, 8, 32};
+        orvix_section_release(section_);
+        const std::uint64_t count = in_.Capacity();
+        places_.assign(8 * kItems, 0);
+        std::array<float, 48> some{};
+        for (float& value : some) value = static_cast<float>(in_.Real());
+        for (std::size_t i = 0; i < places_.size(); ++i) places_[i] = some[i % some.size()];
+        const std::uint64_t stride = kStrides[in_.Byte() % kStrides.size()];
+        const void* points = in_.Byte() == 0 ? nullptr : places_.data();
+        Check(in_.Flag() ? orvix_section_hold(section_, points, count, stride, Error())
+                         : orvix_section_set_points(section_, points, count, stride, Error()));
+        std::vector<std::uint64_t> indices(in_.Byte() % 32);
+        for (std::uint64_t& index : indices) index = in_.Count();
+        if (in_.Flag()) {
+            Check(orvix_section_set_indices(section_, indices.data(), indices.size(), Error()));
+        }
+        if (in_.Byte() == 0) Check(orvix_section_clear_indices(section_, Error()));
+        Check(orvix_section_get_count(section_, &count_, Error()));
+    }
+
+    void Classify() {
+        std::vector<std::uint8_t> bytes(4 * kItems);
+        std::vector<std::uint64_t> indices(kItems);
+        const std::uint64_t entries = in_.Capacity();
+        Check(orvix_section_check(section_, bytes.data(), entries,
+                                  any_.Make<orvix_section_counts>(in_), Error()));
+        const std::int32_t wanted = in_.Byte() % 7 - 1;
+        Check(orvix_section_get_indices(section_, wanted, indices.data(), in_.Capacity(), &count_,
+                                        Error()));
+        const std::vector<std::uint8_t> colours(4 * 257, in_.Byte());
+        const std::uint64_t room = in_.Capacity();
+        Check(orvix_section_colour_in(section_, colours.data(), bytes.data(), room,
+                                      any_.Make<orvix_section_counts>(in_), Error()));
+        Check(orvix_section_colour_separate(section_, colours.data(), colours.data() + 4,
+                                            room == 0 ? nullptr : bytes.data(), room, nullptr,
+                                            Error()));
+        const double low = in_.Real();
+        const double high = in_.Real();
+        const std::uint64_t ramp = in_.Count() % 258;
+        Check(orvix_section_colour_plane(section_, low, high, colours.data(), ramp, bytes.data(),
+                                         room, nullptr, Error()));
+    }
+
+    void Snap() {
+        std::vector<orvix_picking_ray> rays(in_.Byte() % 32);
+        for (orvix_picking_ray& ray : rays) {
+            for (double& value : ray.origin) value = in_.Real();
+            for (double& value : ray.direction) value = in_.Real();
+            ray.radius = in_.Real();
+            ray.tangent = in_.Flag() ? 0 : in_.Real();
+        }
+        std::vector<orvix_snapped_point> found(kItems);
+        orvix_snapped_point* out = in_.Byte() == 0 ? nullptr : found.data();
+        Check(orvix_section_snap_rays(section_, rays.data(), rays.size(), out, Error()));
+        Check(orvix_section_snap_rays_in_project(section_, rays.data(), rays.size(), out, Error()));
+        const std::uint64_t places = in_.Byte() % 4;
+        for (std::size_t i = 0; i < 3 * places; ++i) xyz_[i] = in_.Real();
+        const double radius = in_.Real();
+        Check(orvix_section_snap_positions(section_, xyz_.data(), places, radius, out, Error()));
+        Check(orvix_section_snap_positions_in_project(section_, xyz_.data(), places, radius, out,
+                                                      Error()));
+    }
+
+    static std::int32_t ORVIX_C_CALL Chunk(void* user, std::uint64_t, std::uint64_t count,
+                                           const orvix_point* points, const std::uint8_t* classes) {
+        for (std::uint64_t k = 0; k < count; ++k)
+            Require(classes[k] <= ORVIX_CLASS_NO_POSITION, "a class is one of those listed");
+        if (user == nullptr) return 1;
+        Host& host = *static_cast<Host*>(user);
+        for (std::uint64_t k = 0; k < count; ++k) host.sum_ += points[k].attributes[0];
+        return --host.patience_ > 0 ? 1 : 0;
+    }
+
+    void StreamSection() {
+        auto* options = any_.Make<orvix_stream_options>(in_);
+        if (options != nullptr) options->wanted = static_cast<std::uint32_t>(in_.Count());
+        Patience(options);
+        if (options != nullptr && in_.Flag()) options->chunk = Chunk;
+        AnyStruct counts;
+        Check(orvix_section_stream(section_, options, counts.Make<orvix_section_counts>(in_),
+                                   Error()));
+        text_.resize(kItems);
+        Check(orvix_section_get_device(section_, text_.data(), in_.Capacity(), &count_, Error()));
+    }
+
     Choices in_;
     std::array<std::string, 4> paths_;
     std::array<orvix_project*, 2> projects_{};
@@ -414,6 +553,8 @@ private:
     orvix_mesh* mesh_ = nullptr;
     orvix_view* view_ = nullptr;
     orvix_neighbours* near_ = nullptr;
+    orvix_section* section_ = nullptr;
+    std::vector<float> places_;  // borrowed by the section
     orvix_error error_{};
     AnyStruct any_;
     std::array<double, 3> place_{};

@@ -40,6 +40,7 @@ public:
         for (const std::int32_t level : {1000, 100, 10}) ReadLevel(level);
         ReadPoints();
         ReadHistograms();
+        CutAndPick();
         if (searches == Searches::Made) GrowPlane();
     }
 
@@ -107,6 +108,39 @@ private:
             Ok(orvix_histogram_sample(project_, which, 0, samples.size(), samples.data(),
                                       samples.size(), &count, &error_));
         }
+    }
+
+    static std::int32_t ORVIX_C_CALL Pass(void* user, std::uint64_t, std::uint64_t count,
+                                          const orvix_point*, const std::uint8_t*) {
+        *static_cast<std::uint64_t*>(user) += count;
+        return 1;
+    }
+
+    void CutAndPick() {
+        auto how = Sized<orvix_section_options>();
+        how.device = ORVIX_DEVICE_CPU;
+        orvix_section* section = nullptr;
+        Require(Ok(orvix_section_open(&how, &section, &error_)), "a section opens");
+        const std::array<double, 3> normal{1, 2, 0.5};
+        Ok(orvix_section_set_plane(section, info_.origin, normal.data(), &error_));
+        if (Ok(orvix_section_set_project(section, project_, &error_))) {
+            std::uint64_t passed = 0;
+            auto options = Sized<orvix_stream_options>();
+            options.wanted = 1U << ORVIX_CLASS_IN;
+            options.chunk = Pass;
+            options.user = &passed;
+            auto counts = Sized<orvix_section_counts>();
+            if (Ok(orvix_section_stream(section, &options, &counts, &error_)))
+                Require(passed >= counts.in_slab, "points of a wanted class are handed out");
+            const std::array rays{
+                orvix_picking_ray{
+                    {info_.min[0], info_.min[1], info_.max[2]}, {1, 1, -1}, 0.1, 0.01},
+                orvix_picking_ray{{0, 0, 0}, {0, 0, 1}, 1e9, 0}};
+            std::array<orvix_snapped_point, rays.size()> found{};
+            Ok(orvix_section_snap_rays_in_project(section, rays.data(), rays.size(), found.data(),
+                                                  &error_));
+        }
+        orvix_section_close(section);
     }
 
     void GrowPlane() {
