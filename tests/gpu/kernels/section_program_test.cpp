@@ -26,9 +26,10 @@ TEST(SectionProgram, NamesEachKernelAsItsTextDoes) {
     for (const platform::ComputeKernel& kernel : kernels) {
         EXPECT_NE(SectionProgram().openClText.find("KERNEL(" + std::string(kernel.name) + ")"),
                   std::string_view::npos);
-        ASSERT_GT(kernel.direct3dBytes.size(), 32U);
-        EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(kernel.direct3dBytes.data()), 4),
-                  "DXBC");
+        const std::string_view bytes(reinterpret_cast<const char*>(kernel.direct3dBytes.data()),
+                                     kernel.direct3dBytes.size());
+        EXPECT_TRUE(bytes.starts_with("DXBC"));
+        EXPECT_NE(bytes.find("SHEX"), std::string_view::npos) << "code of shader model 5";
     }
 }
 
