@@ -13,7 +13,9 @@
 
 #include "fuzz/small_project.h"
 #include "orvix/c/orvix.h"
+#include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/covered_files.h"
 
 namespace {
 
@@ -568,19 +570,54 @@ private:
     bool wrote_ = false;
 };
 
+// What changes when points are written, as it is at first.
+class Former {
+public:
+    explicit Former(const ProjectManager& paths)
+        : paths_(paths),
+          points_(test::ReadBytes(paths.gridPts)),
+          manifest_(test::ReadBytes(detail::ManifestPath(paths))) {}
+
+    void RequireTrueSums() const {
+        if (detail::TimesWritten(paths_.gridPts) > 0) return;  // two handles wrote: nobody sums
+        const auto manifest = detail::ReadManifest(detail::ManifestPath(paths_));
+        Require(manifest && *manifest, "the manifest can be read");
+        const auto points = test::ReadBytes(paths_.gridPts);
+        for (const detail::FileSums& file : (*manifest)->files) {
+            const bool same =
+                file.name != detail::kPointsName || file.sums == detail::SumsOf("", points).sums;
+            Require(same, "the sums are those of the points");
+        }
+    }
+    void PutBack() const {
+        test::WriteRecords(paths_.gridPts, points_);
+        test::WriteRecords(detail::ManifestPath(paths_), manifest_);
+        std::error_code ignored;
+        platform::RemoveFile(detail::WrittenMarkPath(paths_.gridPts), ignored);
+    }
+
+private:
+    const ProjectManager& paths_;
+    std::vector<std::uint8_t> points_;
+    std::vector<std::uint8_t> manifest_;
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const fuzz::SmallProject project;
     static const std::string path = platform::ToUtf8(project.File());
     static const std::string folder = platform::ToUtf8(project.Paths().projectFilesFolder);
-    static const auto points = test::ReadBytes(project.Paths().gridPts);
+    static const Former former(project.Paths());
     bool wrote = false;
     {
         Host host(Choices(data, size), path, folder);
         host.Run();
         wrote = host.Wrote();
     }
-    if (wrote) test::WriteRecords(project.Paths().gridPts, points);
+    if (wrote) {
+        former.RequireTrueSums();
+        former.PutBack();
+    }
     return 0;
 }
