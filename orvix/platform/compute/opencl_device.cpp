@@ -77,6 +77,7 @@ OpenClDevice::~OpenClDevice() {
 
 bool OpenClDevice::Lose() {
     lost_ = true;
+    // BEHAVIOUR O12
     if (!work_.IsEmpty()) session_->abandoned = true;
     return false;
 }

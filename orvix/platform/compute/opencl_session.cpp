@@ -68,7 +68,7 @@ std::vector<Device> DevicesOf(const Calls& cl, Platform platform) {
     return {found.begin(), found.begin() + std::min<std::size_t>(count, found.size())};
 }
 
-/// The devices of all platforms, best first.
+/// The devices of all platforms, best first. BEHAVIOUR O13
 std::vector<Candidate> Candidates(const Calls& cl, bool acceptSoftware, Int& result) {
     std::array<Platform, 32> platforms{};
     UInt count = 0;

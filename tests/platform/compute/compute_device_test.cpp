@@ -269,6 +269,7 @@ TEST(OpenComputeDevice, NamesTheReasonWhereBytesAreNoKernel) {
     EXPECT_TRUE(opened.error().starts_with("Direct3D 11: "));
 }
 
+// BEHAVIOUR O13
 TEST(OpenComputeDevice, TakesNoProcessorInDisguiseUnlessAsked) {
     for (const ComputeApi api : {ComputeApi::OpenCl, ComputeApi::Direct3D11}) {
         ComputeDeviceOptions options;

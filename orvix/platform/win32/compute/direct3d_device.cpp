@@ -100,7 +100,7 @@ Direct3dDevice::~Direct3dDevice() {
 
 bool Direct3dDevice::Lose() {
     lost_ = true;
-    // A device that was taken away has ended its work; one that hangs has not.
+    // A device that was taken away has ended its work; one that hangs has not. BEHAVIOUR O12
     if (session_->device->GetDeviceRemovedReason() == S_OK && !work_.IsEmpty())
         session_->abandoned = true;
     return false;

@@ -43,7 +43,7 @@ struct Adapter {
     std::uint64_t memory = 0;  // of its own
 };
 
-/// Best first.
+/// Best first. BEHAVIOUR O13
 std::vector<Adapter> Adapters(CreateFactory createFactory, bool acceptSoftware) {
     std::vector<Adapter> found;
     ComOwner<IDXGIFactory1> factory;

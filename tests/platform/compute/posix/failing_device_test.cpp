@@ -74,6 +74,7 @@ protected:
     std::vector<std::uint8_t> bytes_ = std::vector<std::uint8_t>(32'768);
 };
 
+// BEHAVIOUR O13
 TEST_F(AFailingDriver, ThatIsWellGivesTheBestDeviceAndIsLeftWithNothing) {
     Opened opened = Open();
     ASSERT_TRUE(opened) << opened.error();
@@ -127,6 +128,7 @@ TEST_F(AFailingDriver, FailsAnyCallAndTheWorkIsWholeOrRefused) {
     EXPECT_GT(lost, 300) << "a hundred launches of five arguments";
 }
 
+// BEHAVIOUR O12
 TEST_F(AFailingDriver, ThatHangsCostsItsPatienceOnce) {
     Opened opened = Open();
     ASSERT_TRUE(opened) << opened.error();
