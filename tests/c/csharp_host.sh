@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# csharp_host.sh SOURCE_FOLDER LIBRARY ORVIX: the C# examples compile, run and find the plane, and all
-# planes, that the command finds. Skipped where there is no Mono.
+# csharp_host.sh SOURCE_FOLDER LIBRARY ORVIX: the C# examples compile, run and find the plane, all planes,
+# and the section that the command finds. Skipped where there is no Mono.
 set -euo pipefail
 source=$1
 library=$2
@@ -40,4 +40,18 @@ for line, plane in zip(lines, wanted):
     assert head.split()[:2] == [str(plane["number"]), plane["class"]], line
     assert [float(w) for w in words[:4]] == plane["equation"], line
     assert abs(float(words[4]) - plane["area"]) < 0.006 and int(words[6]) == plane["points"], line
+'
+
+mcs -unsafe -out:section.exe "$source/examples/15_section_in_csharp.cs" "$source/orvix/c/bindings/Orvix.cs"
+mono section.exe building.prj 3.7 -5 12.9 | tee cut.txt
+"$orvix" section building.prj --plane 0,-1,0,-5 --thickness 0.1 --json >cut.json
+"$orvix" section building.prj --plane 0,-1,0,-5 --thickness 0.04 --json >thin.json
+python3 -c '
+import json
+wanted = json.load(open("cut.json"))["points"]
+words = open("cut.txt").read().split()
+assert words[:6:2] == ["in", "behind", "before"], words
+assert [int(w) for w in words[1:6:2]] == [wanted[k] for k in ("in", "behind", "before")], words
+assert int(words[6]) == json.load(open("thin.json"))["points"]["in"], words
+assert "along the ray" in " ".join(words), words
 '

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # python_host.sh SOURCE_FOLDER LIBRARY ORVIX: the Python examples find in the sample what the command
 # finds: counts, bounds, sums, the plane to the last bit, and its mesh vertex by vertex; all planes
-# with their outlines corner by corner.
+# with their outlines corner by corner; and in a section what NumPy finds in single precision.
 set -euo pipefail
 source=$1
 library=$2
@@ -23,6 +23,9 @@ PYTHONPATH=$source/orvix/c/bindings "$python" "$source/examples/05_host_in_pytho
 "$orvix" planes "Größe.prj" --json >planes.json
 PYTHONPATH=$source/orvix/c/bindings "$python" "$source/examples/09_all_planes_in_python.py" \
     "$library" "Größe.prj" >all.json
+"$orvix" section "Größe.prj" --plane 0,-1,0,-5 --thickness 0.1 --json >section.json
+PYTHONPATH=$source/orvix/c/bindings "$python" "$source/examples/14_section_in_python.py" \
+    "$library" "Größe.prj" 3.7 -5 12.9 >cut.json
 "$python" - "$source/samples/building.ply" <<'PYTHON'
 import json, sys
 import numpy as np
@@ -81,4 +84,29 @@ for got, plane in zip(every["planes"], wanted["planes"]):
 same("points by plane", every["points_by_plane"][1:], [plane["points"] for plane in wanted["planes"]])
 assert every["place"]["verdict"] in range(6)
 print(f"{len(every['planes'])} planes, corner by corner as the command finds them")
+
+# The section y = -5, by the rule that every device keeps: each operation rounded to single precision.
+data = np.fromfile("Größe_Project_Files/Index/Grid.pts", np.uint8).reshape(-1, 24)
+local = data[:, :12].copy().view("<f4")
+origin = np.array(info["origin"])
+away = local[:, 1] + np.float32(origin[1] + 5)
+cut, section = (json.load(open(f"{name}.json")) for name in ("cut", "section"))
+classes = {"in_slab": np.abs(away) <= np.float32(0.05), "behind": away > np.float32(0.05),
+           "before": away < -np.float32(0.05)}
+same("classes", cut["counts"], {name: int(some.sum()) for name, some in classes.items()} |
+     {"outside": 0, "no_position": 0})
+same("the command's section", section["points"]["in"], cut["counts"]["in_slab"])
+same("points of the slab", cut["records"], np.flatnonzero(classes["in_slab"]).tolist())
+slab = away[cut["records"]]
+same("a thinner slab", cut["within_20_mm"],
+     np.flatnonzero(np.abs(slab) <= np.float32(0.02)).tolist())
+steps = np.floor((slab - np.float32(-0.05)) * np.float32(3 / 0.1))
+same("white", cut["white"], int((np.clip(steps, 0, 2) == 1).sum()))
+beside = np.hypot(*(local[:, [0, 2]].astype(float) + origin[[0, 2]] - [3.7, 12.9]).T)
+along = local[:, 1] + origin[1] + 35
+hit = np.flatnonzero((beside <= 0.05) & (along >= 0))
+hit = hit[along[hit].argmin()]
+same("picked", cut["picked"]["index"], int(hit))
+assert abs(cut["picked"]["along"] - along[hit]) < 1e-9
+print(f"a section through {len(cut['records'])} points, as NumPy finds them")
 PYTHON
