@@ -92,7 +92,7 @@ install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/GLOSSARY.md docs/EMBEDDING.m
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 # What a host's developer starts from: examples with a build of their own, and a scan for it.
-install(FILES examples/01_import_open_seed_outline.cpp examples/07_all_planes.cpp
+install(FILES examples/01_import_open_seed_outline.cpp examples/07_all_planes.cpp examples/12_section.cpp
   samples/building.ply samples/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 install(FILES examples/package/CMakeLists.txt

@@ -114,7 +114,7 @@ Answer SetProject(orvix_section& section, const orvix_project& project) {
 }  // namespace
 
 bool orvix_section::Take(const Matrix& worldToSection, const LocalToWorld& pointsToWorld) {
-    const bool shift = IsShift(pointsToWorld);
+    const bool shift = IsShift(pointsToWorld);  // BEHAVIOUR B7
     if (!amp.SetTransformation(shift ? worldToSection : Product(worldToSection, pointsToWorld.m))) {
         return false;
     }

@@ -59,6 +59,7 @@ void Add(SectionCounts& counts, SectionClass value, std::uint64_t points) {
 std::optional<SectionClass> Unwanted(const SectionRule& rule, const ExtendsT<double>& box,
                                      std::uint32_t wanted) {
     const std::uint32_t possible = ClassesPossible(rule, box);
+    // BEHAVIOUR V9
     if ((possible & wanted) != 0 || std::popcount(possible) != 1) return {};
     return static_cast<SectionClass>(std::countr_zero(possible));
 }

@@ -72,6 +72,7 @@ inline SnapMeasure MeasureOf(const SnapRule& rule, const SimplePointT<float>& p)
     measure.squaredDistance = (qx * qx + qy * qy) + qz * qz;
     const double reach = rule.radius + measure.along * rule.tangent;
     // A point that is not finite compares with nothing.
+    // BEHAVIOUR V6
     measure.inAperture = measure.along >= 0 && measure.squaredDistance <= reach * reach;
     return measure;
 }

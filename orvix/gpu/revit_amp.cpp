@@ -117,6 +117,7 @@ bool RevitAMP::SetPlane(const SimplePointT<double>& point, const SimplePointT<do
     if (!IsFinite(point) || !IsFinite(normal)) return false;
     const auto towards = Unit(normal);
     if (!towards) return false;
+    // BEHAVIOUR V11
     const SimplePointT<double> y{-towards->x, -towards->y, -towards->z};
     // Level to a billionth: world x lies in the plane, and z follows from it.
     const double level = 1e-9;
@@ -199,6 +200,7 @@ bool RevitAMP::CheckPlaneXZ(SectionClass wanted, std::vector<std::uint64_t>& ind
                 indices.push_back(piece.indices != nullptr ? piece.indices[k] : piece.first + k);
             });
         });
+    // BEHAVIOUR V7
     if (state_->work.Entries().listed) std::sort(indices.begin() + before, indices.end());
     if (counts != nullptr) *counts = found;
     return true;

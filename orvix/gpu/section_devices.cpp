@@ -37,6 +37,7 @@ public:
         }
         return nullptr;
     }
+    // BEHAVIOUR V8
     void GiveUp(platform::ComputeApi api) override { GivenUp(api) = true; }
 };
 

@@ -21,6 +21,7 @@ SectionRule ComposedRule(std::span<const double, 16> matrix, const SimplePointT<
     SectionRule rule;
     for (std::size_t row = 0; row < 3; ++row) {
         const double* m = matrix.data() + 4 * row;
+        // BEHAVIOUR V10
         const double shift = ((m[0] * origin.x + m[1] * origin.y) + m[2] * origin.z) + m[3];
         float* r = rule.rows.data() + 4 * row;
         for (std::size_t k = 0; k < 3; ++k) r[k] = Bound(m[k]);

@@ -34,6 +34,7 @@ void SetRamp(SectionRule& rule, const SectionRamp& ramp);
 
 inline float RowTimes(const SectionRule& rule, std::size_t row, const SimplePointT<float>& p) {
     const float* r = rule.rows.data() + 4 * row;
+    // BEHAVIOUR V1
     return ((p.x * r[0] + p.y * r[1]) + p.z * r[2]) + r[3];
 }
 
@@ -43,7 +44,9 @@ inline SectionClass ClassOf(const SectionRule& rule, const SimplePointT<float>& 
     const float z = RowTimes(rule, 2, p);
     // A difference of a number with itself is 0 but where it is infinite or not a number, and a
     // coordinate that is neither finite before leaves none finite after.
+    // BEHAVIOUR V4
     if (!(((x - x) + (y - y)) + (z - z) == 0)) return SectionClass::NoPosition;
+    // BEHAVIOUR V2, V3
     if (x < rule.xLow || x > rule.xHigh || z < rule.zLow || z > rule.zHigh) {
         return SectionClass::Outside;
     }
@@ -54,8 +57,8 @@ inline SectionClass ClassOf(const SectionRule& rule, const SimplePointT<float>& 
 /// The step of the ramp for a point within the bounds. Precondition: the rule has a ramp.
 inline std::uint8_t StepOf(const SectionRule& rule, const SimplePointT<float>& p) {
     const float q = (RowTimes(rule, 1, p) - rule.rampLow) * rule.rampScale;
-    const float last = static_cast<float>(rule.steps - 1);
-    const float atLeast0 = q > 0 ? q : 0.0F;  // not a number: 0
+    const float last = static_cast<float>(rule.steps - 1);  // BEHAVIOUR V5
+    const float atLeast0 = q > 0 ? q : 0.0F;                // not a number: 0
     return static_cast<std::uint8_t>(atLeast0 < last ? atLeast0 : last);
 }
 

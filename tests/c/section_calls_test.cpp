@@ -392,6 +392,7 @@ protected:
     }
 };
 
+// BEHAVIOUR B7
 TEST_F(CTurnedProject, IsCutAndPickedInTheWorld) {
     SetSection();
     Ok(orvix_section_set_project(section, project, &error));

@@ -45,6 +45,7 @@ protected:
     RevitAMP section_;
 };
 
+// BEHAVIOUR V9
 TEST_F(ProjectSectionsTest, StreamsEveryPointOfAWantedClassOnceAndCountsTheOthersUnread) {
     const std::vector<std::pair<SimplePointT<double>, SectionSlab>> sections{
         {{0, -1, 0}, {.halfThickness = 0.3}},

@@ -44,6 +44,7 @@ TEST(RevitAMP, ClassesAreInTheOrderOfThePointsAndBoundariesBelongToTheSlab) {
     EXPECT_FALSE(section.CheckPlaneXZ(classes));
 }
 
+// BEHAVIOUR V7
 TEST(RevitAMP, ListsNameThePointsOfEveryCallInTheirOrder) {
     RevitAMP section = FiveChecked();
     const std::vector<std::uint64_t> first{2, 0, 2};
@@ -112,6 +113,7 @@ TEST(RevitAMP, TakesOnlyWhatMakesSense) {
     EXPECT_EQ(section.Device(), "processor");
 }
 
+// BEHAVIOUR V10
 // Seven-digit eastings: 1 mm is below the resolution of a float there, and must not be lost.
 TEST(RevitAMP, NothingLargePassesThroughAFloat) {
     RevitAMP section;
@@ -126,6 +128,7 @@ TEST(RevitAMP, NothingLargePassesThroughAFloat) {
                                                   SectionClass::In, SectionClass::Before}));
 }
 
+// BEHAVIOUR V11
 TEST(RevitAMP, TheFrameOfAPlaneIsRightHandedAndUprightAndItsNormalLooksAtTheViewer) {
     const std::vector<SimplePointT<double>> normals{
         {0, -1, 0}, {0, 0, 1}, {0, 0, -3}, {2, 1, 0.5}, {-1e-12, 1e-11, 5}, {1e200, 1e200, 1e190}};

@@ -177,6 +177,7 @@ TEST_F(SectionDevicesTest, ADeviceGivesTheBytesOfTheProcessor) {
     }
 }
 
+// BEHAVIOUR V8
 TEST_F(SectionDevicesTest, WhateverCallFailsNoAnswerIsLostAndTheDeviceIsGivenUpOnce) {
     options_.deviceMemory = 900'000;
     int failed = 0;

@@ -34,6 +34,7 @@ SectionRule RuleNumber(int number) {
     return rule;
 }
 
+// BEHAVIOUR V1
 TEST(SectionLoop, ClassesStepsAndCountsAreThoseOfAPlainLoopAtEveryLengthAndStride) {
     for (int number = 0; number < 4; ++number) {
         const SectionRule rule = RuleNumber(number);

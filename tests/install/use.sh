@@ -36,6 +36,7 @@ builds "$scratch/examples" "$scratch/examples/build"
 cd "$scratch/examples"
 "${runner[@]}" "$(program build/01_import_open_seed_outline)" building.ply building.prj 3.7 -4.0 12.9
 "${runner[@]}" "$(program build/07_all_planes)" building.prj | tail -1
+"${runner[@]}" "$(program build/12_section)" building.prj 3.7 -5 12.9 | tail -1
 
 "${runner[@]}" "$(program "$prefix/bin/orvix")" --version
 cd "$scratch" && rm -rf consumer examples
