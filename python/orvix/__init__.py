@@ -39,6 +39,8 @@ if TYPE_CHECKING:
     from ._progress import Progress as Progress
     from ._project import Project as Project, ProjectInfo as ProjectInfo, Station as Station
     from ._project import open as open
+    from ._section import SECTION_CLASSES as SECTION_CLASSES, SNAPPED as SNAPPED, Section as Section
+    from ._section import SectionCounts as SectionCounts
     from ._settings import Setting as Setting, Settings as Settings, settings as settings
     from ._statistics import Classes as Classes, Histogram as Histogram
     from ._statistics import natural_breaks as natural_breaks
@@ -60,6 +62,7 @@ else:
         "_planes": ("FoundPlane", "Place", "Planes", "PlanesSaved"),
         "_progress": ("Progress",),
         "_project": ("Project", "ProjectInfo", "Station", "open"),
+        "_section": ("SECTION_CLASSES", "SNAPPED", "Section", "SectionCounts"),
         "_settings": ("Setting", "Settings", "settings"),
         "_statistics": ("Classes", "Histogram", "natural_breaks"),
         "_surface": ("Frame", "Plane", "Region", "Surface"),

@@ -20,6 +20,7 @@ from ._errors import Error
 from ._library import LIBRARY, Handle, LongCall, call, new, text_of
 from ._planes import DETAILS, Planes
 from ._progress import ProgressLike
+from ._section import Section
 from ._statistics import Classes, Histogram, classes_of, histogram_of
 from ._surface import Plane, optional
 from ._verbs import CheckReport, ExportReport, check, export
@@ -296,6 +297,18 @@ class Project:
         with self.handle.use() as project:
             call("planes_open_saved", project, ctypes.byref(handle))
         return Planes(self, Handle(handle, "planes"))
+
+    # ---- Sections -------------------------------------------------------------------------
+
+    def section(self, point: ArrayLike, normal: ArrayLike, *, half_thickness: float = 0.05,
+                bounds: Optional[ArrayLike] = None, device: str = "auto") -> Section:
+        """A slab through the project about the plane through `point`; `normal` looks at the viewer. World.
+
+        half_thickness  metres: the slab is |y| <= half_thickness
+        bounds          x low, x high, z low, z high in the section's frame; None: none
+        device          "auto", "cpu" or "gpu"; the results do not depend on it
+        """
+        return Section(self, point, normal, half_thickness, bounds, device)
 
     # ---- What is known of the project -----------------------------------------------------
 
