@@ -30,7 +30,7 @@ constexpr const char* kExamples =
 constexpr double kMinThickness = 1e-4;
 constexpr double kMaxThickness = 1e4;
 constexpr int kMinWidth = 1000;
-constexpr int kMaxWidth = 6000;
+constexpr int kMaxWidth = 4000;
 
 using Four = std::array<double, 4>;
 
@@ -243,6 +243,8 @@ Expected<void> Draw(reports::ProjectSection& section, const reports::SectionRepo
     const auto canvas = output::PictureOf(
         section, report, options, [&](double share) { return passes.Report("drawing", share); });
     if (!canvas) return ErrorOf(canvas);
+    // The last moment at which nothing is begun.
+    if (!MayGoOn()) return Fail(ErrorCode::Cancelled, "the section was cancelled");
     return output::WritePng(platform::FromUtf8(arguments.picture), *canvas);
 }
 

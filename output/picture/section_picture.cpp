@@ -117,7 +117,7 @@ Canvas SectionDrawing::Finish() {
 
 // What is hidden does not count: tones spread over the distances of what is seen.
 void SectionDrawing::DrawBehind() {
-    std::vector<double> depths = behind_.Depths();
+    std::vector<double> depths = behind_.Depths(8);
     if (depths.empty()) return;
     near_ = detail::Quantile(depths, 0.02);
     far_ = detail::Quantile(depths, 0.98);

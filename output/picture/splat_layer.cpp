@@ -47,10 +47,11 @@ void SplatLayer::Add(Pixel2 at, double depth, Colour colour, double radius) {
     }
 }
 
-std::vector<double> SplatLayer::Depths() const {
+std::vector<double> SplatLayer::Depths(std::size_t stride) const {
     std::vector<double> depths;
+    std::size_t covered = 0;
     for (const Sample& sample : samples_)
-        if (sample.depth != kNothing) depths.push_back(sample.depth);
+        if (sample.depth != kNothing && covered++ % stride == 0) depths.push_back(sample.depth);
     return depths;
 }
 

@@ -24,8 +24,8 @@ public:
     explicit SplatLayer(const PixelRect& area);
 
     void Add(Pixel2 at, double depth, Colour colour, double radius);
-    /// The depths of the samples that are covered, by rows.
-    [[nodiscard]] std::vector<double> Depths() const;
+    /// The depths of every `stride`-th of the samples that are covered, by rows.
+    [[nodiscard]] std::vector<double> Depths(std::size_t stride) const;
     /// Gives covered samples the colour of their depth instead of their point's.
     void Paint(const std::function<Colour(double depth)>& colourOf);
     /// Darkens a sample the more, the more of its surroundings lie nearer; `reach` metres nearer

@@ -116,6 +116,18 @@ TEST_F(SectionVerb, DrawsWhatLiesBehindAnEmptySlab) {
     EXPECT_EQ(none["exit"], 3);
 }
 
+TEST_F(SectionVerb, EndsAtAnInterruptAndLeavesNothing) {
+    const ProcessResult result =
+        Orvix({"section", File(L"room.prj"), "--level", "101", "--picture", File(L"large.png"),
+               "--width", "2500", "--progress", "json", "--json"},
+              [](const std::string& errors) { return !errors.empty(); });
+    if (result.interruptRefused) GTEST_SKIP() << "no console through which to interrupt a program";
+    EXPECT_EQ(result.exitCode, 130) << result.errors;
+    EXPECT_EQ(Json::parse(result.output)["error"]["code"], "cancelled");
+    EXPECT_FALSE(Exists(L"large.png"));
+    EXPECT_FALSE(Exists(L"large.png.orvix-part"));
+}
+
 TEST_F(SectionVerb, NamesAProjectWhoseCellsLeadAstray) {
     OrvixJson({"import", File(L"room.xyz"), File(L"astray.prj")});
     const CString index = *folder_ / L"astray_Project_Files/Index/Grid.idx";
