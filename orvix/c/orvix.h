@@ -697,7 +697,7 @@ ORVIX_C_API void ORVIX_C_CALL orvix_neighbours_close(orvix_neighbours* neighbour
 //
 // Shape      position = transformation * (points' frame * point), composed in double precision and
 //            rounded once; then three multiplications and additions in single precision for each
-//            row. docs/BEHAVIOUR.md V1 to V9 define every result.
+//            row. docs/BEHAVIOUR.md V1 to V11 define every result.
 // Order      results are in the order of the points, or of the indices that were set.
 // Boundaries comparisons are inclusive, in single precision. Points without a finite position are
 //            counted and left out.

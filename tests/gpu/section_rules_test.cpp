@@ -4,10 +4,13 @@
 
 #include <array>
 #include <cmath>
-#include <limits>
+#include <string>
 #include <vector>
 
 #include "orvix/gpu/revit_amp.h"
+#include "orvix/gpu/section_devices.h"
+#include "orvix/platform/system.h"
+#include "orvix/platform/text.h"
 
 namespace orvix {
 namespace {
@@ -92,6 +95,22 @@ TEST(SectionRules, TheFirstPointAlongARayWinsNotTheNearestToIt) {
     ray.radius = 0;
     ray.tangent = 0.03125;
     EXPECT_EQ(Snapped({{0.125F, 3.75F, 0}, {0.125F, 4, 0}}, ray), 1u);
+}
+
+// Run once more with each value of the variable.
+// BEHAVIOUR V8
+TEST(SectionWish, TheEnvironmentDecidesWhereTheOptionLeavesItOpen) {
+    const std::string said = platform::ToUtf8(platform::EnvironmentVariable("ORVIX_GPU"));
+    const bool isDevice = said == "gpu" || said == "opencl" || said == "direct3d";
+    EXPECT_EQ(detail::WishOf(SectionDevice::Auto).device, said == "cpu" ? SectionDevice::Cpu
+                                                          : isDevice    ? SectionDevice::Gpu
+                                                                        : SectionDevice::Auto);
+    for (const auto option : {SectionDevice::Auto, SectionDevice::Cpu, SectionDevice::Gpu}) {
+        const detail::DeviceWish wish = detail::WishOf(option);
+        EXPECT_TRUE(option == SectionDevice::Auto || wish.device == option);
+        EXPECT_EQ(wish.openCl, said != "direct3d");
+        EXPECT_EQ(wish.direct3d, said != "opencl");
+    }
 }
 
 }  // namespace
