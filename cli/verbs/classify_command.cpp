@@ -114,10 +114,13 @@ Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& contex
                                       output::DrawHistograms({panel}));
         if (!drawn) return ErrorOf(drawn);
     }
+    Expected<std::uint64_t> applied = 0;
+    if (arguments.apply) applied = Apply(*project, counted, histogram->field, *classes, context);
+    if (!applied) return ErrorOf(applied);
+    // A result that lacks memory may end the process at once, and with it no lock that is held.
+    lock.reset();
     Outcome outcome{JsonOf(*histogram, *classes, arguments), TextOf(*histogram, *classes)};
     if (!arguments.apply) return outcome;
-    const auto applied = Apply(*project, counted, histogram->field, *classes, context);
-    if (!applied) return ErrorOf(applied);
     outcome.json["applied"] = *applied;
     outcome.text += fmt::format("{} points carry their class, 1 to {}\n",
                                 platform::CountText(*applied), classes->Classes());

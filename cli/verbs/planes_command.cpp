@@ -120,6 +120,8 @@ Expected<Outcome> RunPlanes(const PlanesArguments& arguments) {
     if (!place) return ErrorOf(place);
     extras.place = *place;
     if (auto written = WriteFiles(arguments, *project, *finding); !written) return ErrorOf(written);
+    // A result that lacks memory may end the process at once, and with it no lock that is held.
+    lock.reset();
     return OutcomeOf(arguments, *finding, extras);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/platform/unfinished_file.h"
 
+#include <new>
 #include <utility>
 
 #include "orvix/platform/path.h"
@@ -13,7 +14,11 @@ UnfinishedFile::UnfinishedFile(const CString& path, const wchar_t* ending, std::
     if (error) return;
     file_ = File::Own(created);
     made_ = true;
-    removal_ = detail::NoteForRemoval(part_);
+    try {
+        removal_ = detail::NoteForRemoval(part_);
+    } catch (const std::bad_alloc&) {
+        removal_ = -1;  // as where there is no room: the destructor removes the file all the same
+    }
 }
 
 UnfinishedFile::~UnfinishedFile() {
@@ -31,8 +36,8 @@ void UnfinishedFile::Publish(std::error_code& error) {
     file_.Sync(error);
     if (error) return;
     const CString folder = ParentOf(AbsolutePath(path_));
-    made_ = false;
     detail::PublishHeld(file_.Release(), part_, path_, error);
+    made_ = false;  // only now: where memory ran out, the destructor removes the file
     detail::ForgetRemoval(removal_);
     if (error) return;
     SyncFolder(folder.empty() ? CString(1, PathSeparator()) : folder, error);

@@ -7,6 +7,7 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -133,9 +134,9 @@ Expected<std::optional<Manifest>> ReadManifest(const CString& path) {
 
 namespace {
 
-void ReplaceManifest(const CString& path, const Manifest& manifest, std::error_code& error) {
+void WriteAndRename(const CString& path, const CString& part, const Manifest& manifest,
+                    std::error_code& error) {
     const std::vector<std::uint8_t> bytes = EncodeManifest(manifest);
-    const CString part = UnfinishedManifestPath(path);
     platform::RemoveFile(part, error);  // of a writer that was ended, or a link to elsewhere
     platform::File file = platform::File::CreateNew(part, error);
     if (!error) file.Append(bytes.data(), bytes.size(), error);
@@ -143,10 +144,19 @@ void ReplaceManifest(const CString& path, const Manifest& manifest, std::error_c
     if (!error) file.Close(error);
     if (!error) platform::Rename(part, path, error);
     if (!error) platform::SyncFolder(platform::ParentOf(path), error);
-    if (!error) return;
+}
+
+// What could not be finished goes, where memory ran out as well.
+void ReplaceManifest(const CString& path, const Manifest& manifest, std::error_code& error) {
+    const CString part = UnfinishedManifestPath(path);
     std::error_code ignored;
-    file.Close(ignored);
-    platform::RemoveFile(part, ignored);
+    try {
+        WriteAndRename(path, part, manifest, error);
+    } catch (const std::bad_alloc&) {
+        platform::RemoveFile(part, ignored);
+        throw;
+    }
+    if (error) platform::RemoveFile(part, ignored);
 }
 
 // None with `error` clear: another program has it.

@@ -6,10 +6,12 @@
 
 A run is right when it ends with code 1 and one sentence, or with code 0 where nothing needed the
 memory; when the project is as it was before or as the verb makes it; and when nothing lies beside it
-that did not lie there before. Without --all an evenly spread sample of each verb's requests is tried;
-with --on the requests after the refused one are refused as well. Then nothing can be removed any more, as
-after a kill: what is left is right where the same verb once more, with memory, ends with code 0 and
-leaves nothing but its work. Such runs are counted as cleared.
+that did not lie there before. Without --all an evenly spread sample of each verb's requests is tried.
+
+What a message names as not removed may lie there; with --on, when the requests after the refused one
+are refused as well, and nothing can be removed or said any more, anything that a kill would leave. The
+same verb once more, with memory, has to end with code 0 then and leave nothing but its work. Such runs
+are counted as cleared.
 """
 # BEHAVIOUR C16
 import argparse
@@ -120,7 +122,9 @@ class Bench:
             if done.returncode == 1 and not 1 <= len(said.strip().splitlines()) <= lines:
                 return f"not one sentence: {said!r}"
             left = self.left(verb, folder, before, done.returncode)
-            if left and not (self.on and done.returncode == 1 and self.clears(verb, folder, before)):
+            named = all(str(folder / path) in said for path in left)
+            known = named or (self.on and done.returncode == 1)
+            if left and not (known and self.clears(verb, folder, before)):
                 return f"leaves {left}"
             self.cleared += bool(left)
             if name == "destroy" and not (folder / "scan.prj").exists():
@@ -165,8 +169,7 @@ def main():
                 print(f"    request {number}: {fault}")
     finally:
         shutil.rmtree(bench.root, ignore_errors=True)
-    cleared = f", {bench.cleared} cleared by the next run" if bench.on else ""
-    print(f"{tried} tried, {wrong} wrong{cleared}")
+    print(f"{tried} tried, {wrong} wrong, {bench.cleared} cleared by the next run")
     sys.exit(1 if wrong or not tried else 0)
 
 
