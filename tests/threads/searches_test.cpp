@@ -163,6 +163,34 @@ TEST_F(ThreadsOfHosts, ShareSavedPlanes) {
     SideBySide(3, [&](int) { ASSERT_EQ(Numbers(planes, all.size()), all); });
 }
 
+// Each thread has a section of its own; all of them read one project handle.
+TEST_F(ThreadsOfHosts, CutOneProjectSideBySide) {
+    const double point[] = {10003, 20002, 101.25};
+    const double normal[] = {0, 0, 1};
+    std::vector<std::uint64_t> in(3);
+    SideBySide(3, [&](int own) {
+        auto mine = Sized<orvix_error>();
+        auto counts = Sized<orvix_section_counts>();
+        orvix_section* section = nullptr;
+        ASSERT_EQ(orvix_section_open(nullptr, &section, &mine), ORVIX_OK) << mine.text;
+        for (int turn = 0; turn < 5; ++turn) {
+            EXPECT_EQ(orvix_section_set_project(section, project, &mine), ORVIX_OK) << mine.text;
+            EXPECT_EQ(orvix_section_set_plane(section, point, normal, &mine), ORVIX_OK);
+            EXPECT_EQ(orvix_section_stream(section, nullptr, &counts, &mine), ORVIX_OK)
+                << mine.text;
+            const orvix_picking_ray ray{{10003, 20002, 110}, {0, 0, -1}, 0.06, 0};
+            orvix_snapped_point snapped{};
+            EXPECT_EQ(orvix_section_snap_rays_in_project(section, &ray, 1, &snapped, &mine),
+                      ORVIX_OK)
+                << mine.text;
+            EXPECT_NEAR(snapped.along, 110 - 102.4, 1e-4) << "the shelf hides the floor";
+        }
+        in[static_cast<std::size_t>(own)] = counts.in_slab;
+        orvix_section_close(section);
+    });
+    EXPECT_EQ(in, std::vector<std::uint64_t>(3, test::kFloorPoints));
+}
+
 // Each thread has a project of its own; a plane is grown in each, and all are checked meanwhile.
 TEST_F(ThreadsOfHosts, UseHandlesOfTheirOwnOnOneProject) {
     orvix_project_close(project);
