@@ -20,9 +20,9 @@ class EvenSample {
 public:
     void Add(const SimplePoint2DT<double>& place) {
         if (seen_++ % stride_ != 0) return;
+        // As many are kept as a power of two: the one that makes it too many is kept as well.
         if (places_.size() == kMost) Halve();
-        // The one that made it too many is itself the first to be passed over.
-        if ((seen_ - 1) % stride_ == 0) places_.push_back(place);
+        places_.push_back(place);
     }
     [[nodiscard]] std::vector<SimplePoint2DT<double>> Take() { return std::move(places_); }
 

@@ -26,6 +26,7 @@ std::optional<SectionFrame> Facing(const Vector& origin, const Vector& normal) {
     if (!IsNear(origin) || !section.SetPlane({0, 0, 0}, normal)) return {};
     std::array<double, 16> m{};
     section.GetTransformation(m);
+    for (double& number : m) number += 0.0;  // no -0, which readers would wonder about
     return SectionFrame{origin, {m[0], m[1], m[2]}, {m[4], m[5], m[6]}, {m[8], m[9], m[10]}};
 }
 
@@ -51,7 +52,7 @@ std::optional<SectionFrame> SectionFrame::Through(const std::array<double, 4>& p
 }
 
 std::array<double, 4> SectionFrame::Equation() const {
-    return {-away.x, -away.y, -away.z, Dot(away, origin)};
+    return {0 - away.x, 0 - away.y, 0 - away.z, Dot(away, origin) + 0.0};
 }
 
 Vector SectionFrame::ToSection(const Vector& world) const {

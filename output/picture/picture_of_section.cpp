@@ -70,10 +70,9 @@ std::string TitleOf(const reports::SectionRequest& request) {
 
 std::string SubtitleOf(const reports::SectionRequest& request, const SectionCounts& counts) {
     const auto e = request.frame.Equation();
-    const auto shown = [](double value) { return value == 0 ? 0.0 : value; };  // no -0
     return fmt::format("{:.6g} x {:+.6g} y {:+.6g} z {:+.3f} = 0; {} points in the slab, {} behind",
-                       shown(e[0]), shown(e[1]), shown(e[2]), shown(e[3]),
-                       platform::CountText(counts.in), platform::CountText(counts.behind));
+                       e[0], e[1], e[2], e[3], platform::CountText(counts.in),
+                       platform::CountText(counts.behind));
 }
 
 // Every k-th of the points behind the slab, about a quarter of a million.

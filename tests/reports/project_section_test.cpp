@@ -13,6 +13,7 @@
 #include "output/export/project_export.h"
 #include "output/picture/picture_of_section.h"
 #include "output/picture/section_picture.h"
+#include "support/las_writer.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::test {
@@ -141,6 +142,39 @@ TEST_F(ProjectSectionOfARoom, CountsAsAPlainLoopDoes) {
     SectionRequest slope{.frame = *SectionFrame::OfPlane({0.6, -0.7, 0.2, d})};
     slope.slab.halfThickness = 0.25;
     ExpectSame(Report(project, slope), Plain(points, slope));
+}
+
+TEST_F(ProjectSectionOfARoom, KeepsAnEvenSampleOfManyPoints) {
+    std::vector<LasPoint> points(600'000);
+    std::int32_t i = 0;
+    for (LasPoint& point : points) point = {i % 1000 * 7, i / 1000 * 11, i++ % 13 * 100};
+    const auto las = MakeLas({}, points);
+    WriteBytes(*folder_ / L"many.las", las.data(), las.size());
+    ASSERT_TRUE(importer::Import({*folder_ / L"many.las"}, *folder_ / L"many.prj", {}));
+    const auto project = WorldProject::Open(*folder_ / L"many.prj");
+    ASSERT_TRUE(project);
+    const SectionRequest everything{.frame = *SectionFrame::AtLevel(0), .slab = {1000}};
+    auto section = ProjectSection::Open(*project, everything);
+    ASSERT_TRUE(section);
+    const auto report = ReportSection(*section, {});
+    ASSERT_TRUE(report);
+    EXPECT_EQ(report->counts.in, points.size());
+    // 600,000 are more than twice 262,144: every fourth.
+    ASSERT_EQ(report->sample.size(), points.size() / 4);
+    std::size_t differ = 0;
+    ASSERT_TRUE(section->Stream(RevitAMP::Bit(SectionClass::In),
+                                [&](const RevitAMP::Chunk& chunk) {
+                                    for (std::size_t k = 0; k < chunk.points.size(); ++k) {
+                                        const std::uint64_t number = chunk.firstPoint + k;
+                                        if (number % 4 != 0) continue;
+                                        const Vector place = section->Place(chunk.points[k]);
+                                        const auto& kept =
+                                            report->sample[static_cast<std::size_t>(number / 4)];
+                                        differ += kept.x != place.x || kept.y != place.z;
+                                    }
+                                },
+                                {}));
+    EXPECT_EQ(differ, 0u);
 }
 
 TEST_F(ProjectSectionOfARoom, FollowsAProjectFrameThatIsTurned) {
