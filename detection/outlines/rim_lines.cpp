@@ -19,6 +19,7 @@ constexpr std::size_t kNoLine = ~std::size_t{0};
 constexpr double kLeastCosine = 0.7;  // between an edge and the line that it lies along
 constexpr double kBevel = 3;          // reaches that a bevel is long at most
 constexpr double kLeastSine = 0.17;   // of two lines that meet in a corner: 10 degrees
+constexpr double kStraight = 1e-9;    // metres that rounding moves a corner off its side
 
 double CrossOf(const Position& a, const Position& b) {
     return a.x * b.y - a.y * b.x;
@@ -31,6 +32,10 @@ Position Minus(const Position& a, const Position& b) {
 }
 double LengthOf(const Position& a) {
     return std::sqrt(DotOf(a, a));
+}
+
+bool IsSame(const Position& a, const Position& b) {
+    return a.x == b.x && a.y == b.y;
 }
 
 double DistanceFrom(const RimLine& line, const Position& p) {
@@ -49,9 +54,12 @@ std::optional<Position> MeetingOf(const RimLine& a, const RimLine& b) {
     return At(a, CrossOf(Minus(b.at, a.at), b.along) / sine);
 }
 
-// The share of a stretch that the other plane is there for.
+// Whether the other plane is there for half of a stretch; for its place, where it has no length.
 bool IsShared(const RimLine& line, double from, double to) {
     if (from > to) std::swap(from, to);
+    const double half = std::max((to - from) / 2, line.reach / 100);
+    from = std::min(from, (from + to) / 2 - half);
+    to = std::max(to, from + 2 * half);
     double shared = 0;
     for (const auto& [first, last] : line.stretches) {
         shared += std::max(0.0, std::min(to, last) - std::max(from, first));
@@ -149,11 +157,28 @@ void AddCorners(const Edges& edges, std::span<const RimLine> lines, std::size_t 
     }
 }
 
-// The first corner is the one with the smallest x, then y; corners that follow themselves go.
+// Whether a corner lies on the segment between its neighbours, but for rounding, or at one of them.
+bool IsBetween(const Position& before, const Position& at, const Position& after) {
+    const Position to = Minus(at, before);
+    const Position on = Minus(after, at);
+    const double longest = std::max(LengthOf(to), LengthOf(on));
+    return LengthOf(to) == 0 ||
+           (DotOf(to, on) > 0 && std::abs(CrossOf(to, on)) <= kStraight * longest);
+}
+
+// The first corner is the one with the smallest x, then y; corners on straight sides go.
 void Normalise(std::vector<Position>& ring) {
-    const auto same = [](const Position& a, const Position& b) { return a.x == b.x && a.y == b.y; };
-    ring.erase(std::unique(ring.begin(), ring.end(), same), ring.end());
-    while (ring.size() > 1 && same(ring.front(), ring.back())) ring.pop_back();
+    for (std::size_t size = 0; size != ring.size() && ring.size() >= 3;) {
+        size = ring.size();
+        std::vector<Position> kept;
+        for (std::size_t k = 0; k < size; ++k) {
+            const Position& before = kept.empty() ? ring.back() : kept.back();
+            const Position& after = ring[k + 1 == size ? 0 : k + 1];
+            if (!IsBetween(before, ring[k], after)) kept.push_back(ring[k]);
+        }
+        ring = std::move(kept);
+    }
+    if (ring.size() < 3) return;
     const auto first = std::min_element(ring.begin(), ring.end(), [](const auto& a, const auto& b) {
         return std::tie(a.x, a.y) < std::tie(b.x, b.y);
     });
@@ -226,19 +251,21 @@ void MoveToLines(PlaneOutline& outline, std::span<const RimLine> lines) {
     }
     if (!changed) return;
     // Rings that are in the way go back, until none is: with all of them back, none is.
+    const auto isBack = [&](std::size_t k) {
+        const auto& now = rings[k]->points;
+        return now.size() == before[k].size() &&
+               std::equal(now.begin(), now.end(), before[k].begin(), IsSame);
+    };
     const double apart = outline.radius / 10;
-    for (std::vector<std::size_t> bad; !(bad = RingsInTheWay(rings, apart)).empty();) {
-        bool back = false;
+    for (bool back = true; back;) {
+        std::vector<std::size_t> bad = RingsInTheWay(rings, apart);
+        if (bad.empty()) bad = RingsOutOfPlace(outline);
+        back = false;
         for (const std::size_t k : bad) {
-            if (rings[k]->points.size() == before[k].size() &&
-                std::equal(before[k].begin(), before[k].end(), rings[k]->points.begin(),
-                           [](const auto& a, const auto& b) { return a.x == b.x && a.y == b.y; })) {
-                continue;
-            }
+            if (isBack(k)) continue;
             rings[k]->points = before[k];
             back = true;
         }
-        if (!back) break;
     }
     SortAndNumber(outline);
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace orvix::detection {
 namespace {
@@ -87,6 +88,81 @@ double TwiceAreaOf(const std::vector<Position>& ring) {
     return twice;
 }
 
+namespace {
+
+// The middle of a ring's first side, which lies on no other ring.
+Position PlaceOn(const PlaneRing& ring) {
+    return {(ring.points[0].x + ring.points[1].x) / 2, (ring.points[0].y + ring.points[1].y) / 2};
+}
+
+/// A ring that is asked what lies inside of it.
+struct Enclosure {
+    const PlaneRing* ring = nullptr;
+    Extends2DT<double> box;
+
+    explicit Enclosure(const PlaneRing& of) : ring(&of), box{of.points[0], of.points[0]} {
+        for (const Position& p : of.points) {
+            box.min = {std::min(box.min.x, p.x), std::min(box.min.y, p.y)};
+            box.max = {std::max(box.max.x, p.x), std::max(box.max.y, p.y)};
+        }
+    }
+    [[nodiscard]] bool Contains(const Position& p) const {
+        if (p.x < box.min.x || p.x > box.max.x || p.y < box.min.y || p.y > box.max.y) return false;
+        bool inside = false;
+        const auto& points = ring->points;
+        for (std::size_t k = 0; k < points.size(); ++k) {
+            const Position& a = points[k];
+            const Position& b = points[k + 1 == points.size() ? 0 : k + 1];
+            if ((a.y > p.y) == (b.y > p.y)) continue;
+            if (p.x < a.x + (b.x - a.x) * ((p.y - a.y) / (b.y - a.y))) inside = !inside;
+        }
+        return inside;
+    }
+};
+
+}  // namespace
+
+std::vector<std::size_t> RingsOutOfPlace(const PlaneOutline& outline) {
+    std::vector<Enclosure> rings;
+    std::vector<std::size_t> firsts;  // the outer ring of each region
+    for (const PlaneRegion& region : outline.regions) {
+        firsts.push_back(rings.size());
+        rings.emplace_back(region.outer);
+        for (const PlaneRing& hole : region.holes) rings.emplace_back(hole);
+    }
+    firsts.push_back(rings.size());
+    std::vector<bool> bad(rings.size());
+    const auto mark = [&](std::size_t a, std::size_t b) { bad[a] = bad[b] = true; };
+    for (std::size_t r = 0; r + 1 < firsts.size(); ++r) {
+        const std::size_t outer = firsts[r];
+        for (std::size_t hole = outer + 1; hole < firsts[r + 1]; ++hole) {
+            const Position place = PlaceOn(*rings[hole].ring);
+            if (!rings[outer].Contains(place)) mark(outer, hole);
+            for (std::size_t other = outer + 1; other < firsts[r + 1]; ++other) {
+                if (other != hole && rings[other].Contains(place)) mark(other, hole);
+            }
+        }
+        for (std::size_t q = 0; q + 1 < firsts.size(); ++q) {
+            const std::size_t around = firsts[q];
+            const Position place = PlaceOn(*rings[outer].ring);
+            if (q == r || !rings[around].Contains(place)) continue;
+            bool inHole = false;
+            for (std::size_t hole = around + 1; hole < firsts[q + 1]; ++hole) {
+                inHole = inHole || rings[hole].Contains(place);
+            }
+            if (inHole) continue;
+            // A hole that was passed, or the ring around it: all that could have moved.
+            mark(outer, around);
+            for (std::size_t hole = around + 1; hole < firsts[q + 1]; ++hole) bad[hole] = true;
+        }
+    }
+    std::vector<std::size_t> places;
+    for (std::size_t k = 0; k < bad.size(); ++k) {
+        if (bad[k]) places.push_back(k);
+    }
+    return places;
+}
+
 std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, double apart) {
     std::vector<Edge> edges;
     for (std::size_t ring = 0; ring < rings.size(); ++ring) {
@@ -94,6 +170,19 @@ std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, dou
         for (std::size_t k = 0; k < points.size(); ++k) {
             const std::size_t next = k + 1 == points.size() ? 0 : k + 1;
             edges.push_back({points[k], points[next], ring, k, next});
+        }
+    }
+    // Along the axis on which edges are shorter, fewer of them are open at a time.
+    double wide = 0;
+    double high = 0;
+    for (const Edge& edge : edges) {
+        wide += edge.Right() - edge.Left();
+        high += edge.High() - edge.Low();
+    }
+    if (high < wide) {
+        for (Edge& edge : edges) {
+            std::swap(edge.a.x, edge.a.y);
+            std::swap(edge.b.x, edge.b.y);
         }
     }
     std::stable_sort(edges.begin(), edges.end(),

@@ -19,4 +19,12 @@ double TwiceAreaOf(const std::vector<SimplePoint2DT<double>>& ring);
 /// Cost   n log n in the edges as a rule.
 std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, double apart);
 
+/// The rings of an outline, counted as its regions hold them, outer ring and then holes, that do not
+/// lie where they belong: a hole outside its outer ring or inside another hole, a region inside the
+/// surface of another one; both of two. Precondition: no rings are in the way of each other.
+///
+/// Order  by their places, each once.
+/// Cost   a look at the box of each pair of rings, and at all edges of those that overlap.
+std::vector<std::size_t> RingsOutOfPlace(const PlaneOutline& outline);
+
 }  // namespace orvix::detection

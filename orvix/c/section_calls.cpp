@@ -99,7 +99,14 @@ Answer SetProject(orvix_section& section, const orvix_project& project) {
                       "the transformation and the project's own are too large together");
     }
     // The project of before is closed once the class has let it go.
-    if (section.amp.SetProject(project.opened->Core())) {
+    bool taken = false;
+    try {
+        taken = section.amp.SetProject(project.opened->Core());
+    } catch (...) {
+        section.Take(section.matrix, before);  // the frame of the project that stays
+        throw;
+    }
+    if (taken) {
         section.project = project.opened;
         return {};
     }

@@ -25,7 +25,7 @@ namespace orvix::detail {
 ///     DeviceWork work(std::move(device), memory);
 ///     if (!work.AnswersKnownQuestions()) return;             // never asked again
 ///     work.Hold(points);
-///     work.Start(0, rule, {.held = true, .first = 0, .count = work.AtOnce()});
+///     work.Start(0, rule, {.points = Stretch(points, 0, work.AtOnce()), .heldFirst = 0});
 ///     work.Finish(0, classes, steps);
 ///
 /// Errors   false: the device is of no use any more.

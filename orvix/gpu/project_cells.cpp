@@ -26,7 +26,10 @@ std::optional<ProjectCells> ProjectCells::Read(const CProjectCore& core) {
     ProjectCells cells;
     const auto points = static_cast<std::uint64_t>(core.AlivePointCount());
     const auto index = core.CreateIndexReader();
+    // Every cell holds a point: an index with more cells than points leads nowhere.
+    if (index->Count100() < 0) return {};
     const auto count100 = static_cast<std::uint64_t>(index->Count100());
+    if (count100 > points) return {};
     cells.cells.reserve(count100);
     bool more = count100 > 0;
     while (more && cells.cells.size() < count100) {

@@ -102,7 +102,7 @@ struct ProjectSections::Sink {
     const RevitAMP::UseChunk& use;
     SectionCounts& counts;
     CAlivePointReader& reader;
-    std::vector<CCloudPoint<float>>& points;
+    std::vector<CCloudPoint<float>> points;  // of a chunk, which its user may hold on to
     std::uint64_t atOnce = work.StreamedAtOnce();
     std::vector<SectionClass> classes = std::vector<SectionClass>(atOnce);
     std::uint64_t first = 0;  // of the run that is gathered
@@ -135,7 +135,7 @@ struct ProjectSections::Sink {
 bool ProjectSections::Stream(const SectionRule& rule, SectionWork& work, std::uint32_t wanted,
                              const RevitAMP::UseChunk& use, SectionCounts& counts) {
     if (cells_.cells.empty()) return true;
-    Sink sink{rule, work, use, counts, *reader_, points_};
+    Sink sink{rule, work, use, counts, *reader_, {}};
     for (const auto& block : cells_.blocks) {
         if (const auto whole = Unwanted(rule, ProjectCells::BoxOf(block), wanted)) {
             Add(counts, *whole, block.points);
@@ -154,11 +154,11 @@ bool ProjectSections::Stream(const SectionRule& rule, SectionWork& work, std::ui
 }
 
 bool ProjectSections::Snap(std::span<const SnapRule> rules, std::span<SnappedPoint> snapped) {
+    std::vector<SnapBest> bests(rules.size());
     for (std::size_t k = 0; k < rules.size(); ++k) {
-        SnapBest best;
-        if (!SnapOne(rules[k], best)) return false;
-        snapped[k] = best.point;
+        if (!SnapOne(rules[k], bests[k])) return false;
     }
+    for (std::size_t k = 0; k < rules.size(); ++k) snapped[k] = bests[k].point;
     return true;
 }
 

@@ -39,7 +39,7 @@ private:
 
     ProjectCells cells_;
     std::shared_ptr<CAlivePointReader> reader_;
-    std::vector<CCloudPoint<float>> points_;  // of a chunk or a cell
+    std::vector<CCloudPoint<float>> points_;  // of a cell that is snapped to
 };
 
 /// The classes that points of a box may have, by bits; a superset where rounding leaves it open.

@@ -11,7 +11,7 @@
 namespace orvix::detail {
 
 /// What snapping compares a point with, in double precision, in the frame of the points: a ray with
-/// its aperture, or a position with a radius. `Value` and `InAperture` are the definition of every
+/// its aperture, or a position with a radius. `MeasureOf` and `Value` are the definition of every
 /// result; trees and kernels bound them.
 struct SnapRule {
     SimplePointT<double> origin;

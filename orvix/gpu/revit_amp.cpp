@@ -38,10 +38,21 @@ std::optional<SimplePointT<double>> Unit(const SimplePointT<double>& v) {
     return SimplePointT<double>{scaled.x / length, scaled.y / length, scaled.z / length};
 }
 
+// Squares of such numbers, and their sums, are finite.
+constexpr double kLargestNumber = 1e100;
+
+bool IsMeasurable(double number) {
+    return std::fabs(number) <= kLargestNumber;
+}
+
+bool IsMeasurable(const SimplePointT<double>& p) {
+    return IsMeasurable(p.x) && IsMeasurable(p.y) && IsMeasurable(p.z);
+}
+
 bool IsRay(const PickingRay& ray) {
     const auto& d = ray.direction;
-    return IsFinite(ray.origin) && IsFinite(d) && (d.x != 0 || d.y != 0 || d.z != 0) &&
-           std::isfinite(ray.radius) && ray.radius >= 0 && std::isfinite(ray.tangent) &&
+    return IsMeasurable(ray.origin) && IsFinite(d) && (d.x != 0 || d.y != 0 || d.z != 0) &&
+           IsMeasurable(ray.radius) && ray.radius >= 0 && IsMeasurable(ray.tangent) &&
            ray.tangent >= 0;
 }
 
@@ -74,7 +85,7 @@ struct RevitAMP::State {
     SimplePointT<double> origin;
     SectionSlab slab;
     detail::SectionWork work;
-    std::optional<detail::ProjectSections> project;
+    std::shared_ptr<detail::ProjectSections> project;  // a stream holds on to its own
 };
 
 std::optional<std::vector<detail::SnapRule>> RevitAMP::State::Rules(
@@ -88,8 +99,10 @@ std::optional<std::vector<detail::SnapRule>> RevitAMP::State::Rules(
 
 std::optional<std::vector<detail::SnapRule>> RevitAMP::State::Rules(
     std::span<const SimplePointT<double>> positions, double radius) const {
-    if (!std::isfinite(radius) || radius < 0) return {};
-    if (!std::all_of(positions.begin(), positions.end(), IsFinite)) return {};
+    if (!IsMeasurable(radius) || radius < 0) return {};
+    for (const auto& position : positions) {
+        if (!IsMeasurable(position)) return {};
+    }
     std::vector<detail::SnapRule> rules;
     rules.reserve(positions.size());
     for (const auto& position : positions) {
@@ -193,6 +206,7 @@ bool RevitAMP::CheckPlaneXZ(SectionCounts& counts) {
 
 bool RevitAMP::CheckPlaneXZ(SectionClass wanted, std::vector<std::uint64_t>& indices,
                             SectionCounts* counts) {
+    if (wanted > SectionClass::NoPosition) return false;
     const auto before = static_cast<std::ptrdiff_t>(indices.size());
     const auto found =
         state_->work.Classify(state_->Rule(), nullptr, [&](const SectionPiece& piece) {
@@ -272,14 +286,16 @@ bool RevitAMP::Snap(std::span<const SimplePointT<double>> positions, double radi
 }
 
 bool RevitAMP::SetProject(const CProjectCore& core) {
-    state_->project = detail::ProjectSections::Open(core);
-    return state_->project.has_value();
+    auto project = detail::ProjectSections::Open(core);
+    state_->project =
+        project ? std::make_shared<detail::ProjectSections>(std::move(*project)) : nullptr;
+    return state_->project != nullptr;
 }
 
 bool RevitAMP::StreamPlaneXZ(std::uint32_t wanted, const UseChunk& use, SectionCounts* counts) {
     SectionCounts found;
-    const bool whole = state_->project &&
-                       state_->project->Stream(state_->Rule(), state_->work, wanted, use, found);
+    const auto project = state_->project;
+    const bool whole = project && project->Stream(state_->Rule(), state_->work, wanted, use, found);
     if (counts != nullptr) *counts = found;
     return whole;
 }

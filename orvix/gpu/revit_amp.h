@@ -76,7 +76,7 @@ public:
     bool SetSlab(const SectionSlab& slab);
 
     /// Points to classify from where they lie, with each call anew. False for a stride that is
-    /// below 12 or not divisible by 4, and for null with a count.
+    /// below 12 or not divisible by 4, and for null with a count. Index lists are forgotten.
     bool SetPoints(const SectionPoints& points);
     /// Points that many calls will speak of: they go to the device once, as far as the memory set
     /// for it allows, and snapping may build a tree over them. False as SetPoints.
@@ -97,6 +97,7 @@ public:
     /// The counts alone.
     bool CheckPlaneXZ(SectionCounts& counts);
     /// Appends the indices of the points of one class, in ascending order; `counts` come with it.
+    /// False for a class that does not exist.
     bool CheckPlaneXZ(SectionClass wanted, std::vector<std::uint64_t>& indices,
                       SectionCounts* counts = nullptr);
 
@@ -118,7 +119,8 @@ public:
     /// index. A point is in the aperture where its foot on the ray is not before the origin
     /// (along >= 0) and its distance is at most radius + along * tangent; compared in double
     /// precision. Bounds and slab do not matter. False unless there is an entry per ray, and where
-    /// a ray is not finite, its direction 0, its radius or tangent negative.
+    /// a number of a ray is not finite or beyond 1e100, its direction 0, its radius or tangent
+    /// negative.
     ///
     /// Cost  a pass over the points a ray, until so many rays have come that a tree over the points
     ///       pays; then some microseconds a ray. The tree of held points stays.
@@ -143,7 +145,7 @@ public:
         std::span<const CCloudPoint<float>> points;
         std::span<const SectionClass> classes;
     };
-    /// Uses one chunk; false ends the stream.
+    /// Uses one chunk; false ends the stream. It may call anything of this object but its end.
     using UseChunk = std::function<bool(const Chunk&)>;
     /// The bit of a class in `wanted`.
     static constexpr std::uint32_t Bit(SectionClass wanted) {

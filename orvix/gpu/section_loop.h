@@ -9,7 +9,7 @@
 namespace orvix::detail {
 
 /// Classifies points on the processor: ClassOf and StepOf of each, eight at a time where the
-/// processor has AVX2, four otherwise.
+/// processor has AVX2, four on other x86-64 ones, singly where the compiler has no vectors.
 ///
 /// Shape    `classes` takes points.count entries; `steps` as many, or is null. A point outside the
 ///          bounds or without a position has step 0.

@@ -14,6 +14,8 @@ namespace {
 
 // Below this, a pass takes less time than it takes to find out.
 constexpr std::uint64_t kWorthMeasuring = 4 << 20;
+// Fewer indices of a list are looked up here before a launch has begun.
+constexpr std::size_t kWorthALaunch = 4096;
 
 template <class Work>
 std::chrono::duration<double> TimeOf(const Work& work) {
@@ -62,6 +64,7 @@ void SectionWork::DropDevice() {
     devices_->GiveUp(device_->Device().Api());
     device_.reset();
     uploaded_ = false;
+    choice_ = Choice::Open;  // another device is measured anew
 }
 
 // Points that are not held have nothing to wait for.
@@ -140,13 +143,14 @@ bool SectionWork::ClassifyOnDevice(Pass& pass) {
 }
 
 // One job is under way while the one before comes back. What is not sent is done in between: a list
-// that is scattered over the device's buffers, and under Auto the points that it does not hold.
+// that is short or scattered over the device's buffers, and under Auto the points that it does not hold.
 bool SectionWork::RunJobs(Pass& pass, std::span<const Job> jobs) {
     const bool sendAll = WishOf(options_.device).device == SectionDevice::Gpu;
     std::vector<bool> goesThere;
     for (const Job& job : jobs) {
         goesThere.push_back(job.indices.empty() ? sendAll || job.heldFirst.has_value()
-                                                : device_->AreTogether(job.indices));
+                                                : job.indices.size() >= kWorthALaunch &&
+                                                      device_->AreTogether(job.indices));
     }
     const auto start = [&](std::size_t k) {
         return k >= jobs.size() || !goesThere[k] ||

@@ -42,8 +42,8 @@ inline SectionClass ClassOf(const SectionRule& rule, const SimplePointT<float>& 
     const float x = RowTimes(rule, 0, p);
     const float y = RowTimes(rule, 1, p);
     const float z = RowTimes(rule, 2, p);
-    // A difference of a number with itself is 0 but where it is infinite or not a number, and a
-    // coordinate that is neither finite before leaves none finite after.
+    // A difference of a number with itself is 0 but where it is infinite or not a number. One
+    // coordinate that is not finite makes all three sums not finite.
     // BEHAVIOUR V4
     if (!(((x - x) + (y - y)) + (z - z) == 0)) return SectionClass::NoPosition;
     // BEHAVIOUR V2, V3

@@ -140,6 +140,7 @@ void SectionWork::Snap(std::span<const SnapRule> rules, std::span<SnappedPoint> 
             snapped[k].index = listedIndices_[snapped[k].index];
         }
     }
+    if (!held_) trees_.clear();
 }
 
 void SectionWork::GatherListed() {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "detection/outlines/rim_lines.h"
 #include "detection/outlines/ring_checks.h"
 #include "orvix/geometry/vector.h"
 #include "reports/planes_report.h"
@@ -76,6 +77,7 @@ void Share(std::vector<FoundPlane>& planes) {
         });
         EXPECT_NEAR(plane.area, area, 1e-12);
         EXPECT_TRUE(RingsInTheWay(rings, plane.outline.radius / 20).empty());
+        EXPECT_TRUE(RingsOutOfPlace(plane.outline).empty());
     }
 }
 
@@ -186,6 +188,58 @@ TEST(SharedLines, ARingDoesNotComeToTouchItselfInACorner) {
     const auto corners = CornersOf(planes[0], planes[0].outline.regions[0].outer);
     for (std::size_t i = 0; i < corners.size(); ++i) {
         for (std::size_t k = 0; k < i; ++k) EXPECT_GT(Length(corners[i] - corners[k]), 1e-6);
+    }
+}
+
+PlaneRing RingOf(std::vector<SimplePoint2DT<double>> points) {
+    return {std::move(points), {}};
+}
+
+/// An outline with a pixel of 15 cm, and the line x = `x` with another plane all along it.
+void MoveToLineAt(PlaneOutline& outline, double x) {
+    outline.radius = 0.15;
+    const std::vector<RimLine> lines{{{x, 0}, {0, 1}, 0.31, {{-10, 10}}}};
+    MoveToLines(outline, lines);
+}
+
+// The hole would vanish on the line, so it stays; then the rim must not pass it.
+TEST(MoveToLines, ARimDoesNotPassItsOwnHole) {
+    PlaneOutline outline;
+    outline.regions.push_back({RingOf({{0, 0}, {4, 0}, {4, 3}, {0, 3}}),
+                               {RingOf({{0.06, 1}, {0.06, 2}, {0.26, 2}, {0.26, 1}})}});
+    MoveToLineAt(outline, 0.3);
+    ASSERT_EQ(outline.regions.size(), 1U);
+    EXPECT_EQ(outline.regions[0].outer.points[0].x, 0);
+    EXPECT_NEAR(outline.area, 12 - 0.2, 1e-12);
+}
+
+TEST(MoveToLines, TheRimOfAHoleDoesNotPassAnIslandInIt) {
+    PlaneOutline outline;
+    outline.regions.push_back({RingOf({{-5, -5}, {5, -5}, {5, 5}, {-5, 5}}),
+                               {RingOf({{-0.1, -1}, {-0.1, 1}, {3, 1}, {3, -1}})}});
+    outline.regions.push_back({RingOf({{0, 0}, {0.1, 0}, {0.1, 0.1}, {0, 0.1}}), {}});
+    MoveToLineAt(outline, 0.2);
+    EXPECT_TRUE(RingsOutOfPlace(outline).empty());
+    ASSERT_EQ(outline.regions.size(), 2U);
+    EXPECT_NEAR(outline.area, 100 - 6.2 + 0.01, 1e-12);
+}
+
+TEST(MoveToLines, NoCornerStaysOnAStraightSide) {
+    for (const double turn : {0.0, 0.3}) {
+        // A step square to the line, and a stretch in the middle where the other plane is not.
+        const double c = std::cos(turn), s = std::sin(turn);
+        const auto turned = [&](double x, double y) {
+            return SimplePoint2DT<double>{c * x - s * y, s * x + c * y};
+        };
+        PlaneOutline outline;
+        outline.radius = 0.02;
+        outline.regions.push_back({RingOf({turned(0, 0), turned(1, 0), turned(1, 0.02),
+                                           turned(2, 0.02), turned(2, 2), turned(0, 2)}),
+                                   {}});
+        const std::vector<RimLine> lines{{turned(0, 0), turned(1, 0), 0.05, {{-0.1, 2.1}}}};
+        MoveToLines(outline, lines);
+        EXPECT_EQ(outline.regions[0].outer.points.size(), 4U) << turn;
+        EXPECT_NEAR(outline.area, 4, 1e-9);
     }
 }
 

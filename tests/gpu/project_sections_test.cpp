@@ -100,6 +100,29 @@ TEST_F(ProjectSectionsTest, AStreamEndsWhereItsUserEndsIt) {
     EXPECT_FALSE(section_.StreamPlaneXZ(0x1F, {}));
 }
 
+TEST_F(ProjectSectionsTest, AUserOfAChunkMaySnapAndEvenLetTheProjectGo) {
+    int chunks = 0;
+    SectionCounts counts;
+    EXPECT_TRUE(section_.StreamPlaneXZ(
+        0x1F,
+        [&](const RevitAMP::Chunk& chunk) {
+            const float first = chunk.points[0].x;
+            if (chunks++ == 0) {
+                std::vector<SimplePointT<double>> positions(1);
+                SnappedPoint one;
+                EXPECT_TRUE(section_.SnapInProject(positions, 5, {&one, 1}));
+                EXPECT_TRUE(one.Found());
+            }
+            section_.Release();
+            EXPECT_EQ(chunk.points[0].x, first);
+            return true;
+        },
+        &counts));
+    EXPECT_GT(chunks, 0);
+    EXPECT_EQ(counts.Total(), points_.size());
+    EXPECT_FALSE(section_.StreamPlaneXZ(0x1F, {}));
+}
+
 TEST_F(ProjectSectionsTest, SnapsAsIfToPointsInMemory) {
     std::vector<PickingRay> rays(40);
     std::vector<SimplePointT<double>> positions(40);
@@ -202,6 +225,25 @@ TEST_F(ProjectSectionsTest, AnIndexOfBlocksThatEndsEarlyIsRefusedAtOnce) {
         RevitAMP section;
         EXPECT_FALSE(section.SetProject(cut->Core())) << kept;
         EXPECT_FALSE(section.StreamPlaneXZ(1, {}));
+    }
+}
+
+TEST(ProjectSections, AnIndexOfMoreCellsThanPointsIsRefused) {
+    test::ScratchFolder folder;
+    const CString file = folder / L"p.prj";
+    test::WriteTinyProject(test::MakeTinyProject(std::vector<CCloudPoint<float>>(3)), file);
+    auto project = detail::OpenProject::Load(file);
+    for (const std::uint64_t bytes : {std::uint64_t{1} << 36, std::uint64_t{1} << 34}) {
+        std::error_code error;
+        {
+            auto index = platform::File::OpenReadWrite(project->Manager().gridIdx, error);
+            index.Resize(bytes, error);
+        }
+        ASSERT_FALSE(error);
+        ASSERT_TRUE(project->Core().OpenCores());
+        RevitAMP section;
+        EXPECT_FALSE(section.SetProject(project->Core()));
+        project->Core().Close();
     }
 }
 

@@ -63,6 +63,7 @@ TEST(RevitAMP, ListsNameThePointsOfEveryCallInTheirOrder) {
     EXPECT_EQ(indices, (std::vector<std::uint64_t>{7, 2, 2}));
     ASSERT_TRUE(section.CheckPlaneXZ(SectionClass::In, indices));
     EXPECT_EQ(indices, (std::vector<std::uint64_t>{7, 2, 2, 0, 0}));
+    EXPECT_FALSE(section.CheckPlaneXZ(SectionClass{8}, indices));
     section.ClearIndexLists();
     EXPECT_EQ(section.Count(), 5u);
     SectionCounts counts;

@@ -269,6 +269,37 @@ TEST_F(SectionDevicesTest, SnapsAsTheProcessorDoes) {
     EXPECT_GT(found, 30);
 }
 
+TEST_F(SectionDevicesTest, ADeviceThatFailsWhileRaysAreAskedCostsNoAnswer) {
+    const auto given = SectionPoints::Of(std::span<const SimplePointT<float>>(points_));
+    std::vector<SnapRule> rules;
+    for (int k = 0; k < 4; ++k) {
+        const auto& p = points_[40 + k];
+        rules.push_back(RuleOf({p.x + 0.1, p.y, p.z}, 0.7, {}));
+    }
+    SectionWork plain({.device = SectionDevice::Cpu});
+    plain.SetPoints(given, true);
+    std::vector<SnappedPoint> here(rules.size());
+    plain.Snap(rules, here);
+    auto devices = std::make_shared<IllDevices>();
+    int failed = 0;
+    for (int calls = 0;; ++calls) {
+        SectionWork work(options_, devices);
+        work.SetPoints(given, true);
+        work.Classify(rule_, nullptr, {});  // the device is open, and holds the points
+        devices->illness.callsUntilFailure = calls;
+        std::vector<SnappedPoint> there(rules.size());
+        work.Snap(rules, there);
+        for (std::size_t k = 0; k < rules.size(); ++k) EXPECT_EQ(here[k].index, there[k].index);
+        const bool dropped = devices->givenUp > 0;
+        EXPECT_EQ(work.DeviceName() == "processor", dropped);
+        devices->illness.callsUntilFailure = -1;
+        devices->givenUp = 0;
+        if (!dropped) break;
+        ++failed;
+    }
+    EXPECT_EQ(failed, 2 * 4) << "a launch and a download a ray";
+}
+
 TEST_F(SectionDevicesTest, AutoMeasuresLargeHeldPointsAndNothingElse) {
     auto devices = std::make_shared<IllDevices>();
     SectionWork work({.softwareDevices = true}, devices);

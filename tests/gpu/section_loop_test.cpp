@@ -41,7 +41,9 @@ TEST(SectionLoop, ClassesStepsAndCountsAreThoseOfAPlainLoopAtEveryLengthAndStrid
         for (const std::size_t count : {0, 1, 31, 32, 33, 63, 100, 20'000}) {
             const auto points = PointsAround(rule, count, 77 + count);
             for (const std::size_t stride : {12, 16, 24, 40}) {
-                std::vector<std::byte> memory(count * stride, std::byte{0x7F});
+                // No byte beyond the last position.
+                const std::size_t bytes = count == 0 ? 0 : (count - 1) * stride + 12;
+                std::vector<std::byte> memory(bytes, std::byte{0x7F});
                 for (std::size_t i = 0; i < count; ++i) {
                     std::memcpy(memory.data() + i * stride, &points[i], 12);
                 }

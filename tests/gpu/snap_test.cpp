@@ -167,6 +167,8 @@ TEST(Snap, TakesOnlyRaysThatLeadSomewhere) {
     rays[0].radius = 0;
     rays[0].tangent = std::nan("");
     EXPECT_FALSE(section.Snap(rays, {&one, 1}));
+    rays[0] = {{1e155, 0, 0}, {0, 1, 0}, 1, 0};
+    EXPECT_FALSE(section.Snap(rays, {&one, 1})) << "squares that are not finite";
 }
 
 }  // namespace
