@@ -33,15 +33,17 @@ void SplatLayer::Add(Pixel2 at, double depth, Colour colour, double radius) {
     const double x = at.x * Canvas::kSamples - left_, y = at.y * Canvas::kSamples - top_;
     const double reach = std::max(radius * Canvas::kSamples, 0.5);
     if (!(x > -reach && y > -reach && x < width_ + reach && y < height_ + reach)) return;
-    const int top = std::max(0, static_cast<int>(std::floor(y - reach + 0.5)));
-    const int bottom = std::min(height_ - 1, static_cast<int>(std::floor(y + reach - 0.5)));
-    const int first = std::max(0, static_cast<int>(std::floor(x - reach + 0.5)));
-    const int last = std::min(width_ - 1, static_cast<int>(std::floor(x + reach - 0.5)));
+    // Cut off towards zero, which takes in a sample too many at the rim; the disc leaves it out.
+    const int top = std::max(0, static_cast<int>(y - reach + 0.5));
+    const int bottom = std::min(height_ - 1, static_cast<int>(y + reach - 0.5));
+    const int first = std::max(0, static_cast<int>(x - reach + 0.5));
+    const int last = std::min(width_ - 1, static_cast<int>(x + reach - 0.5));
     for (int row = top; row <= bottom; ++row) {
         for (int column = first; column <= last; ++column) {
-            const double dx = column + 0.5 - x, dy = row + 0.5 - y;
             Sample& sample = samples_[static_cast<std::size_t>(row) * width_ + column];
-            if (dx * dx + dy * dy > reach * reach || depth >= sample.depth) continue;
+            if (depth >= sample.depth) continue;
+            const double dx = column + 0.5 - x, dy = row + 0.5 - y;
+            if (dx * dx + dy * dy > reach * reach) continue;
             sample = {static_cast<float>(depth), colour};
         }
     }
