@@ -6,11 +6,13 @@ interrupted.
 """
 from __future__ import annotations
 
+import ctypes
 import json
 import os
 import queue
 import signal
 import subprocess
+import sys
 import tempfile
 import threading
 from contextlib import contextmanager
@@ -21,6 +23,7 @@ from ._native import command_path
 from ._progress import Progress, ProgressLike, Reporter
 
 _POLL_SECONDS = 0.1
+_WINDOWS_SECONDS = 10
 _WITH_PROGRESS = ("import", "check", "repair", "walk", "classify", "export")
 
 
@@ -70,7 +73,7 @@ def _follow(words: Sequence[str], output: IO[bytes], reporter: Reporter) -> Tupl
     try:
         with _signals_held_back():
             process = subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=output,
-                                       stderr=subprocess.PIPE, creationflags=_OWN_GROUP)
+                                       stderr=subprocess.PIPE, creationflags=_creation_flags())
         threading.Thread(target=_read, args=(process, lines), daemon=True).start()
         while True:
             try:
@@ -102,14 +105,22 @@ def _progress_of(line: Dict[str, Any]) -> Progress:
                     line["seconds_left"])
 
 
-_OWN_GROUP: int = getattr(subprocess, "CREATE_NEW_PROCESS_GROUP", 0)
+def _creation_flags() -> int:
+    """On Windows a group of its own, so that Ctrl-C goes to Python alone; and no window of its own where
+    Python has none."""
+    if sys.platform != "win32":
+        return 0
+    flags = subprocess.CREATE_NEW_PROCESS_GROUP
+    if not ctypes.windll.kernel32.GetConsoleWindow():
+        flags |= subprocess.CREATE_NO_WINDOW
+    return flags
 
 
 @contextmanager
 def _signals_held_back() -> Iterator[None]:
     """Ctrl-C goes to all programs of a terminal. A second request ends the command at once, without
     clearing away, so the command begins with SIGINT blocked and hears of it from us, once."""
-    if os.name == "nt":  # there a group of its own keeps Ctrl-C away
+    if sys.platform == "win32":  # there a group of its own keeps Ctrl-C away
         yield
         return
     former = signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGINT])
@@ -123,11 +134,17 @@ def _end(process: "subprocess.Popen[bytes]") -> None:
     """Asks the command to end and waits until it has cleared away; asked again, ends it at once."""
     if process.poll() is not None:
         return
-    if os.name == "nt":
-        process.send_signal(getattr(signal, "CTRL_BREAK_EVENT"))
-    else:
-        process.terminate()
     try:
+        if sys.platform == "win32":
+            # Goes through the console. Without one the command cannot be asked; what it leaves when it
+            # is killed is cleared away by the next import. (Popen's own way kills where this fails.)
+            asked = ctypes.windll.kernel32.GenerateConsoleCtrlEvent(signal.CTRL_BREAK_EVENT, process.pid)
+            try:
+                process.wait(_WINDOWS_SECONDS if asked else 0)
+            except subprocess.TimeoutExpired:
+                process.kill()
+        else:
+            process.terminate()
         process.wait()
     except KeyboardInterrupt:
         process.kill()

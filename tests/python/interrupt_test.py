@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Ctrl-C, functions that fail, and threads: calls end in order and objects stay usable."""
+import _thread
 import os
 import signal
 import subprocess
@@ -12,9 +13,6 @@ import pytest
 import orvix
 from conftest import SEED
 
-pytestmark = pytest.mark.skipif(os.name == "nt", reason="signals as POSIX has them")
-
-
 @pytest.fixture(scope="module")
 def large(tmp_path_factory):
     """A scan whose import takes a second."""
@@ -26,14 +24,24 @@ def large(tmp_path_factory):
     return path
 
 
+def nothing_is_left(folder, large):
+    """On Windows a command without a console cannot be asked, and is killed: there is no project then,
+    and the next import clears away what there is."""
+    if os.name == "nt":
+        assert not (folder / "a.prj").exists()
+        orvix.import_scan(large, folder / "a.prj")
+        return sorted(path.name for path in folder.iterdir()) == ["a.prj", "a_Project_Files"]
+    return list(folder.iterdir()) == []
+
+
 def interrupt(_):
-    os.kill(os.getpid(), signal.SIGINT)
+    signal.raise_signal(signal.SIGINT)
 
 
 def test_an_interrupted_import_leaves_nothing(large, tmp_path):
     with pytest.raises(KeyboardInterrupt):
         orvix.import_scan(large, tmp_path / "a.prj", progress=interrupt)
-    assert list(tmp_path.iterdir()) == []
+    assert nothing_is_left(tmp_path, large)
 
 
 def test_an_import_whose_progress_function_fails_leaves_nothing(large, tmp_path):
@@ -41,9 +49,10 @@ def test_an_import_whose_progress_function_fails_leaves_nothing(large, tmp_path)
         raise LookupError("no more room on the screen")
     with pytest.raises(LookupError, match="screen"):
         orvix.import_scan(large, tmp_path / "a.prj", progress=fail)
-    assert list(tmp_path.iterdir()) == []
+    assert nothing_is_left(tmp_path, large)
 
 
+@pytest.mark.skipif(os.name == "nt", reason="groups of processes as POSIX has them")
 def test_ctrl_c_of_a_terminal_ends_an_import_in_order(large, tmp_path):
     """It goes to Python and to the command at once; the command ends by Python's word alone."""
     script = (f"import orvix\nprint('begun', flush=True)\n"
@@ -76,7 +85,7 @@ def test_an_interrupted_call_raises_and_the_project_stays_usable(project, call):
 
 
 def test_ctrl_c_comes_through_without_a_progress_function(project):
-    timer = threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT))
+    timer = threading.Timer(0.3, _thread.interrupt_main)
     timer.start()
     with pytest.raises(KeyboardInterrupt):
         while True:
