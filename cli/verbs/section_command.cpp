@@ -29,6 +29,7 @@ constexpr const char* kExamples =
 
 constexpr double kMinThickness = 1e-4;
 constexpr double kMaxThickness = 1e4;
+constexpr double kFarthest = 1e9;
 constexpr int kMinWidth = 1000;
 constexpr int kMaxWidth = 4000;
 
@@ -78,6 +79,9 @@ std::optional<Four> ParseBounds(const std::string& text) {
     const auto numbers = ParseFour(text);
     if (!numbers) return std::nullopt;
     const auto& [x0, z0, x1, z1] = *numbers;
+    for (const double number : *numbers) {
+        if (!(std::abs(number) <= kFarthest)) return std::nullopt;
+    }
     return x0 < x1 && z0 < z1 ? numbers : std::nullopt;
 }
 
@@ -99,8 +103,8 @@ std::string CheckThrough(const std::string& text) {
 std::string CheckBounds(const std::string& text) {
     if (ParseBounds(text)) return {};
     return text +
-           " are no bounds; write the least and the greatest x and z of the section, such as "
-           "-5,0,12.5,3";
+           " are no bounds within 1,000,000 km of zero; write the least and the greatest x and z of "
+           "the section, such as -5,0,12.5,3";
 }
 
 reports::SectionRequest RequestOf(const Arguments& arguments) {

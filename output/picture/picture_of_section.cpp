@@ -36,13 +36,17 @@ Stretch Reached(const std::vector<double>& values, const Stretch& middle, double
     return reached;
 }
 
-// A part of the bounds that was asked for is shown as asked.
+// A bound that was asked for is shown, but where it is further from the content than that is long.
 ViewBounds ShownOf(const SectionPlaces& places, const SectionSlab& slab) {
     ViewBounds shown = FrameOfPlaces(places).Widened(0.04, 0.5);
-    if (std::isfinite(slab.xLow)) shown.left = slab.xLow;
-    if (std::isfinite(slab.xHigh)) shown.right = std::max(slab.xHigh, shown.left + 1e-3);
-    if (std::isfinite(slab.zLow)) shown.bottom = slab.zLow;
-    if (std::isfinite(slab.zHigh)) shown.top = std::max(slab.zHigh, shown.bottom + 1e-3);
+    const double width = shown.Width();
+    const double height = shown.Height();
+    if (slab.xLow >= shown.left - width) shown.left = slab.xLow;
+    if (slab.xHigh <= shown.right + width) shown.right = slab.xHigh;
+    if (slab.zLow >= shown.bottom - height) shown.bottom = slab.zLow;
+    if (slab.zHigh <= shown.top + height) shown.top = slab.zHigh;
+    shown.right = std::max(shown.right, shown.left + 1e-3);
+    shown.top = std::max(shown.top, shown.bottom + 1e-3);
     return shown;
 }
 

@@ -32,9 +32,10 @@ Colour ToneOf(double share) {
     return {value, value, static_cast<std::uint8_t>(std::min(255, value + 5))};
 }
 
-// Several lines each way, and as many more the longer side.
+// Several lines each way, and more the longer side, but no crowd, however narrow the view is.
 double StepOf(const ViewBounds& shown) {
-    return RoundLength(std::min(shown.Width() / 4, shown.Height() / 2));
+    const double longer = std::max(shown.Width(), shown.Height());
+    return RoundLength(std::max(std::min(shown.Width() / 4, shown.Height() / 2), longer / 12));
 }
 
 struct Tick {

@@ -73,6 +73,10 @@ TEST(SectionDrawing, IsAsHighAsItsContentAndNoWiderThanAsked) {
     const Canvas tall = SectionDrawing(SheetOf({0, 3, -200, 100})).Finish();
     EXPECT_EQ(tall.Width(), 1000);
     EXPECT_LT(tall.Height(), 1600);
+    // People write bounds like these for "all heights".
+    const Canvas endless = SectionDrawing(SheetOf({0, 1, -1e9, 1e9})).Finish();
+    EXPECT_LT(endless.Height(), 1600);
+    EXPECT_LT(SectionDrawing(SheetOf({-1e9, 1e9, 0, 1e-3})).Finish().Width(), 1500);
 }
 
 }  // namespace
