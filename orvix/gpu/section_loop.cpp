@@ -86,10 +86,6 @@ ORVIX_TARGET inline Floats Mix(Floats a, Floats b) {
     return __builtin_shufflevector(a, b, kA, kB, kC, kD);
 }
 
-ORVIX_TARGET inline bool All(Ints mask) {
-    return _mm_movemask_ps((__m128)mask) == 0xF;
-}
-
 // The lowest bytes of numbers of 0 to 255.
 ORVIX_TARGET inline void Store(const Ints* numbers, std::uint8_t* to) {
     const auto lower = _mm_packs_epi32((__m128i)numbers[0], (__m128i)numbers[1]);
@@ -130,10 +126,6 @@ template <int kA, int kB, int kC, int kD>
 ORVIX_TARGET inline Floats Mix(Floats a, Floats b) {
     return __builtin_shufflevector(a, b, Of(kA), Of(kB), Of(kC), Of(kD), Of(kA) + 4, Of(kB) + 4,
                                    Of(kC) + 4, Of(kD) + 4);
-}
-
-ORVIX_TARGET inline bool All(Ints mask) {
-    return _mm256_movemask_ps((__m256)mask) == 0xFF;
 }
 
 ORVIX_TARGET inline void Store(const Ints* numbers, std::uint8_t* to) {
