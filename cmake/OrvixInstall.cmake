@@ -88,7 +88,7 @@ install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INS
 install(FILES docs/COMMAND.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
 install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/GLOSSARY.md docs/EMBEDDING.md docs/PYTHON.md docs/WINDOWS.md
   docs/DEPENDENCIES.md
-  docs/message-box.png
+  docs/message-box.png docs/python.png docs/building.ipynb
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 # What a host's developer starts from: examples with a build of their own, and a scan for it.

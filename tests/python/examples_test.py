@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The example and the blocks of the documents run as they are written."""
+import ast
+import importlib.util
 import json
 import os
 import pathlib
@@ -47,3 +49,27 @@ def test_the_blocks_of_the_page_run_one_after_another(page, imported, sample, tm
         exec(compile(block, page, "exec"), names)
         names["project"] = orvix.open("hall.prj")
     assert "14.761" in capsys.readouterr().out
+
+
+def test_the_notebook_runs_from_its_first_cell_to_its_last(sample, tmp_path, monkeypatch):
+    """What a notebook shows of a cell's last value is made as well. Its pictures need matplotlib."""
+    for folder in ("docs", "samples"):
+        (tmp_path / folder).mkdir()
+    (tmp_path / "samples" / sample.name).write_bytes(sample.read_bytes())
+    monkeypatch.chdir(tmp_path / "docs")
+    monkeypatch.setenv("MPLBACKEND", "Agg")
+    cells = json.loads((ROOT / "docs" / "building.ipynb").read_text(encoding="utf-8"))["cells"]
+    names, shown, drawn = {}, [], importlib.util.find_spec("matplotlib") is not None
+    for cell in cells:
+        assert not cell.get("outputs"), "the notebook is kept without results"
+        source = "".join(cell["source"])
+        if cell["cell_type"] != "code" or ("matplotlib" in source and not drawn):
+            continue
+        body = ast.parse(source).body
+        last = body.pop() if isinstance(body[-1], ast.Expr) else None
+        exec(compile(ast.Module(body, []), "building.ipynb", "exec"), names)
+        if last is not None:
+            value = eval(compile(ast.Expression(last.value), "building.ipynb", "eval"), names)
+            shown.append(value._repr_html_() if hasattr(value, "_repr_html_") else value)
+    assert sum("<" in str(each) for each in shown) >= 4
+    assert not drawn or (tmp_path / "docs" / "python.png").stat().st_size > 20_000

@@ -40,7 +40,7 @@ def interrupt(_):
 
 def test_an_interrupted_import_leaves_nothing(large, tmp_path):
     with pytest.raises(KeyboardInterrupt):
-        orvix.import_scan(large, tmp_path / "a.prj", progress=interrupt)
+        orvix.import_scan(large, tmp_path / "a.prj", threads=1, progress=interrupt)
     assert nothing_is_left(tmp_path, large)
 
 
@@ -48,7 +48,7 @@ def test_an_import_whose_progress_function_fails_leaves_nothing(large, tmp_path)
     def fail(_):
         raise LookupError("no more room on the screen")
     with pytest.raises(LookupError, match="screen"):
-        orvix.import_scan(large, tmp_path / "a.prj", progress=fail)
+        orvix.import_scan(large, tmp_path / "a.prj", threads=1, progress=fail)
     assert nothing_is_left(tmp_path, large)
 
 
@@ -57,7 +57,7 @@ def test_ctrl_c_of_a_terminal_ends_an_import_in_order(large, tmp_path):
     """It goes to Python and to the command at once; the command ends by Python's word alone."""
     script = (f"import orvix\nprint('begun', flush=True)\n"
               f"try: orvix.import_scan({str(large)!r}, {str(tmp_path / 'a.prj')!r}, "
-              f"progress=lambda p: print('under way', flush=True))\n"
+              f"threads=1, progress=lambda p: print('under way', flush=True))\n"
               f"except KeyboardInterrupt: print('interrupted')")
     with subprocess.Popen([sys.executable, "-c", script], stdout=subprocess.PIPE, text=True,
                           start_new_session=True) as process:
