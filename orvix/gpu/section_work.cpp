@@ -37,8 +37,9 @@ bool SectionWork::SetLists(std::span<const std::span<const std::uint64_t>> lists
             if (index >= entries_.points.count) return false;
         }
     }
+    std::vector<std::span<const std::uint64_t>> taken(lists.begin(), lists.end());
     ClearLists();
-    entries_.lists.assign(lists.begin(), lists.end());
+    entries_.lists = std::move(taken);
     entries_.listed = true;
     return true;
 }
