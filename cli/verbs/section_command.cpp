@@ -103,7 +103,8 @@ std::string CheckThrough(const std::string& text) {
 std::string CheckBounds(const std::string& text) {
     if (ParseBounds(text)) return {};
     return text +
-           " are no bounds within 1,000,000 km of zero; write the least and the greatest x and z of "
+           " are no bounds within 1,000,000 km of zero; write the least and the greatest x and z "
+           "of "
            "the section, such as -5,0,12.5,3";
 }
 

@@ -106,7 +106,7 @@ private:
     std::array<Slot, kSlots> slots_;
     Buffer bounds_;
     std::vector<SimplePointT<float>> packed_;  // staged for an upload
-    std::vector<std::uint32_t> numbers_;       // likewise
+    std::vector<std::uint32_t> numbers_;       // staged, too
     std::vector<std::uint8_t> answer_;         // where a count is not of whole words
 };
 

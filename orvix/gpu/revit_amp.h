@@ -37,7 +37,7 @@ namespace orvix {
 /// Shape      position = matrix * (origin + point). The matrix and the origin are composed in
 ///            double precision and rounded once, so that nothing large passes through a float;
 ///            then x' = ((x*m00 + y*m01) + z*m02) + m03 in single precision, each operation rounded
-///            on its own, likewise y' and z'. That is the whole definition: results do not depend on
+///            on its own, and y' and z' in the same way. That is the whole definition: results do not depend on
 ///            the device, the instruction set or the chunks (BEHAVIOUR V1).
 /// Order      results are in the order of the points, or of the lists one after the other.
 /// Boundaries see SectionSlab; points without a finite position are counted and left out.

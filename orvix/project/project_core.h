@@ -18,7 +18,7 @@ enum class FileAccess;
 namespace detail {
 class EditedBlocks;
 class RunViews;
-}
+}  // namespace detail
 
 /// How finely a project's skeleton is thinned.
 enum class ProjectType : std::int32_t { OneCentimetre, TenCentimetres, OneMetre, Other };

@@ -7,10 +7,10 @@
 #include "orvix/platform/dynamic_library.h"
 #include "orvix/platform/system.h"
 
-/// What this library uses of OpenCL 1.2, as the Khronos specification declares it; the functions are
+/// What this library uses of OpenCL 1.2, as the Khronos Group declares it; the functions are
 /// found at run time, so that neither headers nor an import are needed.
 ///
-/// Source  Khronos OpenCL Working Group: The OpenCL Specification, version 1.2 (2012).
+/// Source  Khronos OpenCL Working Group: OpenCL 1.2 (2012).
 namespace orvix::platform::cl {
 
 using Int = std::int32_t;
