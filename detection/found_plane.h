@@ -33,4 +33,15 @@ struct FoundPlane {
     PlaneOutline outline;  ///< `indices` number its own vertices, ring after ring
 };
 
+/// A corner of a plane's outline, project frame. The outline is flat in the frame that points were
+/// held against; the plane through its points is a hair away, so each corner is brought onto it, along
+/// its normal.
+inline SimplePointT<double> CornerOf(const FoundPlane& plane,
+                                     const SimplePoint2DT<double>& corner) {
+    const SimplePointT<double> p = plane.frame.To3D(corner);
+    const SimplePointT<double>& n = plane.normal;
+    const double away = n.x * p.x + n.y * p.y + n.z * p.z + plane.offset;
+    return {p.x - n.x * away, p.y - n.y * away, p.z - n.z * away};
+}
+
 }  // namespace orvix::detection

@@ -29,11 +29,6 @@ SimplePoint2DT<double> FlatOf(const FoundPlane& plane, const Vector& p) {
     return plane.frame.To2D(p - plane.normal * (plane.frame.Distance(p) / turn));
 }
 
-Vector CornerOf(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
-    const Vector p = plane.frame.To3D(corner);
-    return p - plane.normal * (Dot(plane.normal, p) + plane.offset);
-}
-
 double ReachOf(const FoundPlane& plane, const FoundPlane& other, double sine) {
     return kPixels * plane.outline.radius +
            std::min((plane.tolerance + other.tolerance) / sine, kMostLeftOpen);

@@ -61,12 +61,6 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 
 }  // namespace
 
-Vector CornerOf(const FoundPlane& plane, const SimplePoint2DT<double>& corner) {
-    const Vector p = plane.frame.To3D(corner);
-    const Vector& n = plane.normal;
-    return p - n * (Dot(n, p) + plane.offset);
-}
-
 bool IsTurned(const FoundPlane& plane) {
     return Dot(plane.frame.Normal(), plane.normal) < 0;
 }

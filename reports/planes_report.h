@@ -64,11 +64,6 @@ Expected<PlanesFinding> FindPlanes(const WorldProject& project,
 /// Lifetime as of FindPlanes.
 Expected<PlanesFinding> ReadPlanes(const WorldProject& project);
 
-/// A corner of a plane's outline, project frame. The outline is flat in the frame that points were
-/// held against; the plane through its points is a hair away, so each corner is brought onto it.
-SimplePointT<double> CornerOf(const detection::FoundPlane& plane,
-                              const SimplePoint2DT<double>& corner);
-
 /// Whether the outline runs clockwise seen from where the plane's normal points.
 bool IsTurned(const detection::FoundPlane& plane);
 

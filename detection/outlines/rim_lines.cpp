@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "detection/outlines/ring_checks.h"
+#include "orvix/geometry/rings.h"
 
 namespace orvix::detection {
 namespace {
@@ -200,14 +201,6 @@ std::vector<Position> Moved(const std::vector<Position>& ring, std::span<const R
     return moved;
 }
 
-template <class Use>
-void ForEachRing(PlaneOutline& outline, const Use& use) {
-    for (PlaneRegion& region : outline.regions) {
-        use(region.outer);
-        for (PlaneRing& hole : region.holes) use(hole);
-    }
-}
-
 bool ComesBefore(const std::vector<Position>& a, const std::vector<Position>& b) {
     const double areaA = std::abs(TwiceAreaOf(a));
     const double areaB = std::abs(TwiceAreaOf(b));
@@ -227,7 +220,7 @@ void SortAndNumber(PlaneOutline& outline) {
     }
     std::uint32_t vertices = 0;
     outline.area = 0;
-    ForEachRing(outline, [&](PlaneRing& ring) {
+    detail::ForEachRing(outline, [&](PlaneRing& ring) {
         outline.area += TwiceAreaOf(ring.points) / 2;
         ring.indices.clear();
         for (std::size_t i = 0; i < ring.points.size(); ++i) ring.indices.push_back(vertices++);
@@ -239,7 +232,7 @@ void SortAndNumber(PlaneOutline& outline) {
 void MoveToLines(PlaneOutline& outline, std::span<const RimLine> lines) {
     if (lines.empty()) return;
     std::vector<PlaneRing*> rings;
-    ForEachRing(outline, [&](PlaneRing& ring) { rings.push_back(&ring); });
+    detail::ForEachRing(outline, [&](PlaneRing& ring) { rings.push_back(&ring); });
     std::vector<std::vector<Position>> before;
     bool changed = false;
     for (PlaneRing* ring : rings) {

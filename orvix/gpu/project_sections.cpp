@@ -5,7 +5,7 @@
 #include <bit>
 #include <cmath>
 
-#include "orvix/gpu/section_pass.h"
+#include "orvix/gpu/section_counts.h"
 
 namespace orvix::detail {
 namespace {
@@ -33,26 +33,6 @@ Range RangeOf(const SectionRule& rule, std::size_t row, const ExtendsT<double>& 
         size += std::fabs(r[k]) * std::max(std::fabs(lows[k]), std::fabs(highs[k]));
     }
     return {range.low - size * kRounding, range.high + size * kRounding};
-}
-
-void Add(SectionCounts& counts, SectionClass value, std::uint64_t points) {
-    switch (value) {
-        case SectionClass::In:
-            counts.in += points;
-            break;
-        case SectionClass::Behind:
-            counts.behind += points;
-            break;
-        case SectionClass::Before:
-            counts.before += points;
-            break;
-        case SectionClass::Outside:
-            counts.outside += points;
-            break;
-        case SectionClass::NoPosition:
-            counts.noPosition += points;
-            break;
-    }
 }
 
 // The one class that all points of a box have and nobody wants.
@@ -138,13 +118,13 @@ bool ProjectSections::Stream(const SectionRule& rule, SectionWork& work, std::ui
     Sink sink{rule, work, use, counts, *reader_, {}};
     for (const auto& block : cells_.blocks) {
         if (const auto whole = Unwanted(rule, ProjectCells::BoxOf(block), wanted)) {
-            Add(counts, *whole, block.points);
+            Count(counts, *whole, block.points);
             continue;
         }
         for (std::uint64_t k = 0; k < block.cells; ++k) {
             const auto& cell = cells_.cells[block.firstCell + k];
             if (const auto whole = Unwanted(rule, ProjectCells::BoxOf(cell), wanted)) {
-                Add(counts, *whole, cell.points);
+                Count(counts, *whole, cell.points);
             } else if (!sink.Take(cell.firstPoint, cell.points)) {
                 return false;
             }

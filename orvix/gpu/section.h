@@ -21,7 +21,7 @@ enum class SectionClass : std::uint8_t {
     In = 0,          ///< in the slab: |y| <= half thickness
     Behind = 1,      ///< beyond the slab: y > half thickness
     Before = 2,      ///< between the viewer and the slab: y < -half thickness
-    Outside = 3,     ///< x or z outside the bounds, whatever y is
+    Outside = 3,     ///< x or z outside the bounds, for any y
     NoPosition = 4,  ///< a coordinate, before or after the transformation, is not finite
 };
 

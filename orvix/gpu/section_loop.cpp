@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+#include "orvix/gpu/section_counts.h"
+
 // Compilers with vectors as values, which compile one function for more than the baseline; others
 // take the loop over single points.
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -27,26 +29,6 @@ constexpr std::uint64_t kCountedAtOnce = std::uint64_t{1} << 28;
 
 const std::byte* RecordAt(const SectionPoints& points, std::uint64_t i) {
     return static_cast<const std::byte*>(points.data) + i * points.stride;
-}
-
-void Count(SectionCounts& counts, SectionClass value, std::uint64_t times = 1) {
-    switch (value) {
-        case SectionClass::In:
-            counts.in += times;
-            break;
-        case SectionClass::Behind:
-            counts.behind += times;
-            break;
-        case SectionClass::Before:
-            counts.before += times;
-            break;
-        case SectionClass::Outside:
-            counts.outside += times;
-            break;
-        case SectionClass::NoPosition:
-            counts.noPosition += times;
-            break;
-    }
 }
 
 void ClassifySingly(const SectionRule& rule, const SectionPoints& points, std::uint64_t first,
@@ -121,7 +103,7 @@ constexpr int Of(int number) {
     return number < 4 ? number : number + 4;
 }
 
-// Numbers below 4 are of `a`, others of `b`, in the lower four and likewise in the upper.
+// Numbers below 4 are of `a`, others of `b`, in the lower four, and the same in the upper.
 template <int kA, int kB, int kC, int kD>
 ORVIX_TARGET inline Floats Mix(Floats a, Floats b) {
     return __builtin_shufflevector(a, b, Of(kA), Of(kB), Of(kC), Of(kD), Of(kA) + 4, Of(kB) + 4,

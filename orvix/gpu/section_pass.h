@@ -4,17 +4,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "orvix/gpu/section_counts.h"
 #include "orvix/gpu/section_work.h"
 
 namespace orvix::detail {
-
-inline void Add(SectionCounts& sum, const SectionCounts& counts) {
-    sum.in += counts.in;
-    sum.behind += counts.behind;
-    sum.before += counts.before;
-    sum.outside += counts.outside;
-    sum.noPosition += counts.noPosition;
-}
 
 /// One pass over the entries of a SectionWork: where classes go, who is called, what was counted.
 struct SectionWork::Pass {

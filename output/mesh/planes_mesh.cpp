@@ -5,11 +5,11 @@
 
 #include <cmath>
 
+#include "orvix/geometry/rings.h"
 #include "orvix/geometry/vector.h"
 #include "orvix/surfaces/planar_triangulation.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "orvix/surfaces/surface_mesh.h"
-#include "reports/rings.h"
 
 namespace orvix::output {
 
@@ -30,7 +30,7 @@ PlaneOutline InParts(const PlaneOutline& outline) {
         for (auto& p : ring.points)
             p = {std::round((p.x - zero.x) / part), std::round((p.y - zero.y) / part)};
     };
-    reports::ForEachRing(parts, count);
+    detail::ForEachRing(parts, count);
     return parts;
 }
 
@@ -39,7 +39,7 @@ std::vector<int> FacesOf(const PlaneOutline& outline) {
     PlanarTriangulation triangulation;
     std::vector<Vector> corners;
     const PlaneFrame level(0, 0, 1, 0);
-    reports::ForEachRing(outline, [&](const PlaneRing& ring) {
+    detail::ForEachRing(outline, [&](const PlaneRing& ring) {
         std::vector<PlanarTriangulation::Vertex_handle> vertices;
         for (const auto& p : ring.points) {
             vertices.push_back(triangulation.insert({p.x, p.y}));
@@ -59,9 +59,9 @@ void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
               detail::TriangleMesh& mesh) {
     if (plane.outline.regions.empty()) return;
     std::vector<Vector> corners;
-    reports::ForEachRing(plane.outline, [&](const PlaneRing& ring) {
+    detail::ForEachRing(plane.outline, [&](const PlaneRing& ring) {
         for (const auto& p : ring.points)
-            corners.push_back(frame.ToWorld(reports::CornerOf(plane, p)));
+            corners.push_back(frame.ToWorld(detection::CornerOf(plane, p)));
     });
     std::vector<std::uint32_t> place(corners.size(), kUnused);
     const std::vector<int> faces = FacesOf(InParts(plane.outline));

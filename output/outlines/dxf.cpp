@@ -3,8 +3,8 @@
 #include <map>
 
 #include "orvix/geometry/bounds.h"
+#include "orvix/geometry/rings.h"
 #include "output/outlines/outline_formats.h"
-#include "reports/rings.h"
 
 namespace orvix::output {
 
@@ -35,7 +35,7 @@ void PrintHeader(TextFile& file, const std::vector<reports::WorldPlane>& planes)
             detail::Extend(box, p);
         }
     };
-    for (const reports::WorldPlane& plane : planes) reports::ForEachRing(plane, include);
+    for (const reports::WorldPlane& plane : planes) detail::ForEachRing(plane, include);
     file.Print("0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1009\n");
     if (!empty)
         for (const auto& [name, p] : {std::pair{"$EXTMIN", box.min}, std::pair{"$EXTMAX", box.max}})
@@ -72,7 +72,7 @@ void PrintDxf(TextFile& file, const std::vector<reports::WorldPlane>& planes) {
     PrintTables(file, planes);
     file.Print("0\nSECTION\n2\nENTITIES\n");
     for (const reports::WorldPlane& plane : planes)
-        reports::ForEachRing(plane, [&](const reports::WorldPlane::Ring& ring) {
+        detail::ForEachRing(plane, [&](const reports::WorldPlane::Ring& ring) {
             PrintRing(file, LayerOf(plane), ring);
         });
     file.Print("0\nENDSEC\n0\nEOF\n");

@@ -7,10 +7,10 @@
 #include <cmath>
 #include <numbers>
 
+#include "orvix/geometry/rings.h"
 #include "orvix/geometry/vector.h"
 #include "orvix/planes/seed/plane_mesh.h"
 #include "orvix/platform/amounts.h"
-#include "reports/rings.h"
 #include "reports/skeleton_sample.h"
 
 namespace orvix::output {
@@ -42,7 +42,7 @@ PlanePicture PictureOf(const reports::WorldProject& project, const reports::Plan
     picture.cloud =
         reports::SampleSkeleton(project, finding.centroid, reports::SkeletonStations::Left).points;
     picture.cloudSpacing = project.Manager().cloudHeader.scale;
-    reports::ForEachRing(grown.plane.Outline(), [&](const PlaneRing& ring) {
+    detail::ForEachRing(grown.plane.Outline(), [&](const PlaneRing& ring) {
         picture.rings.emplace_back();
         for (const Vector& p : grown.plane.RingTo3D(ring)) picture.rings.back().push_back(near(p));
     });

@@ -28,7 +28,7 @@ struct SectionSheet {
 ///     WritePng(path, drawing.Finish());
 ///
 /// Units  metres; the picture is as high as what it shows asks for, from a fifth of its width on.
-/// Order  the same points give the same picture, bit by bit, whatever their order.
+/// Order  the same points give the same picture, bit by bit, in any order.
 /// Cost   memory for the picture alone, 100 bytes a pixel; some 20 ns a point.
 class SectionDrawing {
 public:

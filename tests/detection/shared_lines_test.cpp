@@ -9,9 +9,8 @@
 
 #include "detection/outlines/rim_lines.h"
 #include "detection/outlines/ring_checks.h"
+#include "orvix/geometry/rings.h"
 #include "orvix/geometry/vector.h"
-#include "reports/planes_report.h"
-#include "reports/rings.h"
 
 namespace orvix::detection {
 namespace {
@@ -48,13 +47,13 @@ FoundPlane PlaneWith(const Vector& normal, const Corners& outer,
 
 Corners CornersOf(const FoundPlane& plane, const PlaneRing& ring) {
     Corners corners;
-    for (const auto& p : ring.points) corners.push_back(reports::CornerOf(plane, p));
+    for (const auto& p : ring.points) corners.push_back(CornerOf(plane, p));
     return corners;
 }
 
 bool HasCorner(const FoundPlane& plane, const Vector& wanted) {
     bool has = false;
-    reports::ForEachRing(plane.outline, [&](const PlaneRing& ring) {
+    detail::ForEachRing(plane.outline, [&](const PlaneRing& ring) {
         for (const Vector& corner : CornersOf(plane, ring)) {
             has = has || Length(corner - wanted) < 1e-9;
         }
@@ -70,7 +69,7 @@ void Share(std::vector<FoundPlane>& planes) {
         std::uint32_t next = 0;
         std::vector<PlaneRing*> rings;
         auto outline = plane.outline;
-        reports::ForEachRing(outline, [&](PlaneRing& ring) {
+        detail::ForEachRing(outline, [&](PlaneRing& ring) {
             area += TwiceAreaOf(ring.points) / 2;
             for (const std::uint32_t index : ring.indices) EXPECT_EQ(index, next++);
             rings.push_back(&ring);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// SectionWork on devices: the same bytes as without one, whatever the device does.
+// SectionWork on devices: the same bytes as without one, also where the device fails.
 #include <gtest/gtest.h>
 
 #include <array>

@@ -91,7 +91,7 @@ struct ComputeDeviceFacts {
 ///             write past its buffers.
 /// Buffers     an output that is an input of the same launch is refused. A kernel that does not use its
 ///             second input or output is given the first a second time.
-/// Errors      false, or no buffer, whatever the reason: memory, a device that was taken away, a
+/// Errors      false, or no buffer, for any reason: memory, a device that was taken away, a
 ///             driver's failure, one that hangs. A refused buffer leaves the device as it was; after
 ///             any other failure of a call that lies within the boundaries all further calls fail,
 ///             at once. The caller then gives the device up and works on the processor.

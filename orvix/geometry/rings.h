@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-namespace orvix::reports {
+namespace orvix::detail {
 
-/// Calls use(ring) for every ring of a PlaneOutline or WorldPlane: region by region, the outer ring
+/// Calls use(ring) for every ring of a PlaneOutline, or of a shape like it: region by region, the outer ring
 /// and then its holes.
 template <class Shape, class Use>
 void ForEachRing(Shape& shape, Use&& use) {
@@ -13,4 +13,4 @@ void ForEachRing(Shape& shape, Use&& use) {
     }
 }
 
-}  // namespace orvix::reports
+}  // namespace orvix::detail
