@@ -98,6 +98,12 @@ install(FILES examples/01_import_open_seed_outline.cpp examples/07_all_planes.cp
 install(FILES examples/package/CMakeLists.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 
+# The page that `orvix view` serves, for the command; it is the same on every system.
+if(ORVIX_PAGE)
+  add_dependencies(orvix_products orvix_page)
+  install(DIRECTORY ${ORVIX_PAGE_FOLDER} DESTINATION ${CMAKE_INSTALL_DATADIR}/orvix COMPONENT command OPTIONAL)
+endif()
+
 # The terms of what the products hold of others, from the packages that it was built from.
 set(borrowed_packages libcgal-dev libeigen3-dev libnanoflann-dev libfmt-dev nlohmann-json3-dev
   libcli11-dev libstb-dev libxxhash-dev libexpected-dev)

@@ -1,6 +1,7 @@
 # Writes ORVIX_SBOM, orvix.spdx.json: what the products are made of beside our own sources, as SPDX 2.3.
 # The facts are the rows of docs/DEPENDENCIES.md, under "In the products", and the versions of the
-# packages that this build finds; tests/install/sbom.py holds both against scripts/packages.sh.
+# packages that this build finds; what the page is made of has its version in the page's lock file.
+# tests/install/sbom.py holds both against scripts/packages.sh.
 set(ORVIX_SBOM ${PROJECT_BINARY_DIR}/generated/orvix.spdx.json)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/DEPENDENCIES.md)
 
@@ -26,15 +27,24 @@ set(relations "")
 foreach(line IN LISTS lines)
   if(line MATCHES "^## ")
     string(COMPARE EQUAL "${line}" "## In the products" inside)
-  elseif(inside AND line MATCHES "^\\| (lib[a-z0-9+-]+|nlohmann[a-z0-9+-]+) \\| ([^|]+) \\| ([^|]+) \\|")
+  elseif(inside AND line MATCHES "^\\| (lib[a-z0-9+-]+|nlohmann[a-z0-9+-]+|three) \\| ([^|]+) \\| ([^|]+) \\|")
     set(package ${CMAKE_MATCH_1})
     set(title ${CMAKE_MATCH_2})
     set(licence ${CMAKE_MATCH_3})
     if(WIN32 AND package STREQUAL libsqlite3-dev)
       continue()  # settings are in the registry there
     endif()
-    execute_process(COMMAND dpkg-query -W -f=\${Version} ${package}
-      OUTPUT_VARIABLE version ERROR_QUIET RESULT_VARIABLE unknown)
+    if(package STREQUAL three)
+      if(NOT ORVIX_PAGE)
+        continue()
+      endif()
+      set(unknown FALSE)
+      file(READ ${PROJECT_SOURCE_DIR}/view/page/package-lock.json lock)
+      string(JSON version GET "${lock}" packages node_modules/three version)
+    else()
+      execute_process(COMMAND dpkg-query -W -f=\${Version} ${package}
+        OUTPUT_VARIABLE version ERROR_QUIET RESULT_VARIABLE unknown)
+    endif()
     if(unknown OR NOT version)
       set(version NOASSERTION)
     endif()

@@ -29,6 +29,9 @@ def main():
     script, page = text("scripts/packages.sh"), text("docs/DEPENDENCIES.md")
     vcpkg = {d if isinstance(d, str) else d["name"] for d in json.loads(text("vcpkg.json"))["dependencies"]}
     elsewhere = {"g++", "cmake", "ninja-build"}
+    # The page's packages are npm's, and not in a build without Node.js.
+    needed = json.loads(text("view/page/package.json"))["dependencies"]
+    page_listed = {name: listed.pop(name) for name in needed if name in listed}
     if system:
         elsewhere.add("libsqlite3-dev")  # settings are in the registry there
         vcpkg.remove("sqlite3")
@@ -37,11 +40,19 @@ def main():
         faults.append(f"{package} is in only one of scripts/packages.sh and the list")
     for package in sorted(vcpkg ^ {IN_VCPKG.get(p, p) for p in listed}):
         faults.append(f"{package} is in only one of vcpkg.json and the list")
-    for part in ("test", "gpu", "csharp", "dialog", "outputs", "packaging", "windows", "display", "front_end", "fuzz"):
+    for part in ("test", "gpu", "csharp", "dialog", "page", "browser", "outputs", "packaging", "windows", "display", "front_end", "fuzz"):
         for package in sorted(words_of(script, part)):
             if not re.search(rf"(?<![\w-]){re.escape(package)}(?![\w-])", page):
                 faults.append(f"docs/DEPENDENCIES.md does not name {package}")
+    tools = json.loads(text("view/page/package.json"))["devDependencies"]
+    for package in sorted({**needed, **tools}):
+        if not re.search(rf"(?<![\w@/-]){re.escape(package)}(?![\w/-])", page):
+            faults.append(f"docs/DEPENDENCIES.md does not name {package}")
+    for package, entry in page_listed.items():
+        if entry["versionInfo"] != needed[package]:
+            faults.append(f"{package} is {entry['versionInfo']} in the list, {needed[package]} in package.json")
     related = {r["relatedSpdxElement"] for r in sbom["relationships"]}
+    listed.update(page_listed)
     for package, entry in listed.items():
         if entry["SPDXID"] not in related or not entry["versionInfo"] or not entry["licenseDeclared"]:
             faults.append(f"{package} has no version, licence or relation")
