@@ -1,0 +1,7 @@
+// A sentence in the middle of the page, where there is nothing to show instead.
+
+export function showNotice(sentence: string): void {
+  const notice = document.getElementById("notice")!;
+  notice.textContent = sentence;
+  notice.hidden = false;
+}
