@@ -44,6 +44,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddWalkVerb(app, context);
     AddPlaneVerb(app, context);
     AddPlanesVerb(app, context);
+    AddPlanesTasksVerb(app, context);
     AddHistogramVerb(app, context);
     AddClassifyVerb(app, context);
     AddExportVerb(app, context);

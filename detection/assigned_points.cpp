@@ -2,22 +2,20 @@
 #include "detection/assigned_points.h"
 
 #include <cmath>
-#include <utility>
+#include <numeric>
 
 #include "detection/cells/point_readers.h"
 
 namespace orvix::detection {
 namespace {
 
-using Sums = std::vector<std::pair<std::int32_t, MomentSum>>;  // by region
-
 /// Sums up the points of one chunk. The sum at work is a copy, so that the compiler can hold it in
 /// registers while points of one region follow each other.
-class ChunkSums {
+class ChunkAdder {
 public:
     /// `slots`, of each region, are -1, and are so again after Finish.
-    ChunkSums(const CloudRegions& regions, const std::vector<PlaneHeight>& planes,
-              std::vector<RegionPoints>& points, std::vector<std::int32_t>& slots)
+    ChunkAdder(const CloudRegions& regions, const std::vector<PlaneHeight>& planes,
+               std::vector<RegionPoints>& points, std::vector<std::int32_t>& slots)
         : assignment_(regions, planes), planes_(planes), points_(points), slots_(slots) {}
 
     void Add(std::span<const CCloudPoint<float>> points, std::span<const std::int32_t> choice) {
@@ -29,7 +27,7 @@ public:
             Add({p.x, p.y, p.z}, sum_);
         }
     }
-    Sums Finish() {
+    ChunkSums Finish() {
         Select(kNoRegion);
         for (const auto& [region, sum] : sums_) slots_[static_cast<std::size_t>(region)] = -1;
         return std::move(sums_);
@@ -72,7 +70,7 @@ private:
     const std::vector<PlaneHeight>& planes_;
     std::vector<RegionPoints>& points_;
     std::vector<std::int32_t>& slots_;  // of each region in sums_; -1: none
-    Sums sums_;
+    ChunkSums sums_;
     std::int32_t region_ = kNoRegion;
     std::size_t slot_ = 0;
     MomentSum sum_;
@@ -83,29 +81,44 @@ private:
 
 }  // namespace
 
-Expected<void> AssignPoints(CProjectCore& core, const CloudRegions& regions,
-                            const std::vector<PlaneHeight>& planes, const parallel::Pool& pool,
-                            std::vector<RegionPoints>& points) {
-    const std::size_t chunks = regions.cut.chunks.size();
-    std::vector<Sums> parts(chunks);
+Expected<std::vector<ChunkSums>> SumChunks(CProjectCore& core, const CloudRegions& regions,
+                                           const std::vector<PlaneHeight>& planes,
+                                           const parallel::Pool& pool,
+                                           std::span<const std::uint32_t> chunks,
+                                           std::vector<RegionPoints>& points) {
+    std::vector<ChunkSums> parts(chunks.size());
     PointReaders readers(core, pool.Threads());
     std::vector<std::vector<std::int32_t>> slots(pool.Threads());
     const PointAssignment assignment(regions, planes);
-    auto done = pool.RunJobs(chunks, [&](std::size_t chunk, unsigned worker) -> Expected<void> {
+    auto done = pool.RunJobs(chunks.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
         slots[worker].resize(planes.size(), -1);
-        ChunkSums sums(regions, planes, points, slots[worker]);
+        ChunkAdder adder(regions, planes, points, slots[worker]);
         auto read = assignment.ForEachRun(
-            readers[worker], chunk,
+            readers[worker], chunks[i],
             [&](std::span<const CCloudPoint<float>> run, std::span<const std::int32_t> choice) {
-                sums.Add(run, choice);
+                adder.Add(run, choice);
             });
-        parts[chunk] = sums.Finish();
+        parts[i] = adder.Finish();
         return read;
     });
-    if (!done) return done;
-    for (const Sums& part : parts)
-        for (const auto& [region, sum] : part)
+    if (!done) return ErrorOf(done);
+    return parts;
+}
+
+void AddSums(const std::vector<ChunkSums>& chunks, std::vector<RegionPoints>& points) {
+    for (const ChunkSums& chunk : chunks)
+        for (const auto& [region, sum] : chunk)
             points[static_cast<std::size_t>(region)].sum.Add(sum);
+}
+
+Expected<void> AssignPoints(CProjectCore& core, const CloudRegions& regions,
+                            const std::vector<PlaneHeight>& planes, const parallel::Pool& pool,
+                            std::vector<RegionPoints>& points) {
+    std::vector<std::uint32_t> chunks(regions.cut.chunks.size());
+    std::iota(chunks.begin(), chunks.end(), 0U);
+    const auto sums = SumChunks(core, regions, planes, pool, chunks, points);
+    if (!sums) return ErrorOf(sums);
+    AddSums(*sums, points);
     return {};
 }
 

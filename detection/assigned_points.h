@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "detection/outlines/plane_raster.h"
@@ -16,6 +19,19 @@ struct RegionPoints {
     PlaneRaster raster;
     MomentSum sum;
 };
+
+/// What the points of one chunk add to each region that has some of them.
+using ChunkSums = std::vector<std::pair<std::int32_t, MomentSum>>;
+
+/// Reads the points of some chunks and marks each in the raster of its region; returns the sums of each
+/// chunk. Order, errors and cost as of AssignPoints.
+Expected<std::vector<ChunkSums>> SumChunks(CProjectCore& core, const CloudRegions& regions,
+                                           const std::vector<PlaneHeight>& planes,
+                                           const parallel::Pool& pool,
+                                           std::span<const std::uint32_t> chunks,
+                                           std::vector<RegionPoints>& points);
+/// Adds the sums of all chunks, which come in their order, to those of their regions.
+void AddSums(const std::vector<ChunkSums>& chunks, std::vector<RegionPoints>& points);
 
 /// Reads every point again and adds each to the sum and the raster of its region.
 ///

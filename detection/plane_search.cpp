@@ -6,11 +6,11 @@
 #include <optional>
 #include <utility>
 
-#include "detection/cells/cloud_estimate.h"
 #include "detection/cells/point_readers.h"
 #include "detection/plane_groups.h"
 #include "detection/region_planes.h"
 #include "detection/search_settings.h"
+#include "detection/search_stages.h"
 #include "detection/shared_lines.h"
 
 namespace orvix::detection {
@@ -47,17 +47,15 @@ struct SettledRegions {
     CloudRegions regions;
 };
 
-Expected<SettledRegions> FindRegionsIn(CProjectCore& core, const CellFrame& frame,
+Expected<SettledRegions> FindRegionsIn(CProjectCore& core, std::size_t step,
                                        const PlaneSearchOptions& options,
                                        const parallel::Pool& pool, SearchProgress& progress) {
-    auto cut = CutIntoChunks(core, frame);
-    if (!cut) return ErrorOf(cut);
-    const auto cloud = EstimateCloud(core, *cut, pool);
-    if (!cloud) return ErrorOf(cloud);
-    progress.Expect(*cut, pool.JobsDone());
-    const PlaneSearchSettings settings = SettingsFor(options, frame.Size(), *cloud);
-    auto regions = FindRegions(core, std::move(*cut), LimitsFor(options, settings), settings.bridge,
-                               pool, options.memoryLimitBytes);
+    auto plan = PlanSearch(core, step, options, pool);
+    if (!plan) return ErrorOf(plan);
+    progress.Expect(plan->cut, pool.JobsDone());
+    const PlaneSearchSettings& settings = plan->settings;
+    auto regions = FindRegions(core, std::move(plan->cut), LimitsFor(options, settings),
+                               settings.bridge, pool, options.memoryLimitBytes);
     if (!regions) return ErrorOf(regions);
     return SettledRegions{settings, std::move(*regions)};
 }
@@ -65,14 +63,10 @@ Expected<SettledRegions> FindRegionsIn(CProjectCore& core, const CellFrame& fram
 // Where cells do not fit into memory, larger ones do.
 Expected<SettledRegions> FindRegionsThatFit(CProjectCore& core, const PlaneSearchOptions& options,
                                             const parallel::Pool& pool, SearchProgress& progress) {
-    std::size_t step = CellStepFor(options.cellSize);
-    if (!(options.cellSize > 0)) {
-        const auto typical = TypicalCellStep(core, pool);
-        if (!typical) return ErrorOf(typical);
-        step = *typical;
-    }
-    for (;; ++step) {
-        auto found = FindRegionsIn(core, CellFrame(step), options, pool, progress);
+    const auto first = FirstCellStep(core, options, pool);
+    if (!first) return ErrorOf(first);
+    for (std::size_t step = *first;; ++step) {
+        auto found = FindRegionsIn(core, step, options, pool, progress);
         const bool mayGrow = !found && found.error().code == ErrorCode::BadInput &&
                              step + 1 < CellFrame::kSizes.size();
         if (!mayGrow) return found;
@@ -106,6 +100,9 @@ struct PlaneSearch::State {
     std::uint64_t leftOut = 0;
 
     Expected<void> Search(const PlaneSearchOptions& options);
+    Expected<void> Finish(const SearchStages& stages, const PlaneSearchOptions& options);
+    Expected<void> Fit(const PlaneSearchOptions& options, const parallel::Pool& pool,
+                       const PointsAdder& add);
     void Rank(std::vector<FoundPlane>&& fitted);
 
     [[nodiscard]] PointAssignment Assignment() const { return {regions, heights}; }
@@ -124,8 +121,35 @@ Expected<void> PlaneSearch::State::Search(const PlaneSearchOptions& options) {
     if (!found) return ErrorOf(found);
     settings = found->settings;
     regions = std::move(found->regions);
-    auto fitted = FitRegionPlanes(core, regions, settings, LimitsFor(options, settings),
-                                  options.stations, pool);
+    return Fit(options, pool, [&](const auto& compared, auto& points) {
+        return AssignPoints(core, regions, compared, pool, points);
+    });
+}
+
+// Only what is left: neither pass over the points.
+Expected<void> PlaneSearch::State::Finish(const SearchStages& stages,
+                                          const PlaneSearchOptions& options) {
+    SearchProgress progress(options);
+    const parallel::Pool pool(
+        options.threads, [&] { return progress.Report(pool.JobsDone()); },
+        "the search for planes was cancelled");
+    settings = stages.Plan().settings;
+    regions.cut = stages.Plan().cut;
+    auto grown = stages.Regions();
+    if (!grown) return ErrorOf(grown);
+    regions.grown = std::move(*grown);
+    const GrowthLimits limits = LimitsFor(options, settings);
+    auto choices =
+        PlaneChoices::Of(regions.grown.map, regions.grown.regions, limits.distance, pool);
+    if (!choices) return ErrorOf(choices);
+    regions.choices = std::move(*choices);
+    return Fit(options, pool, [&](const auto&, auto& points) { return stages.AddPoints(points); });
+}
+
+Expected<void> PlaneSearch::State::Fit(const PlaneSearchOptions& options,
+                                       const parallel::Pool& pool, const PointsAdder& add) {
+    auto fitted = FitRegionPlanes(regions.grown, settings, LimitsFor(options, settings),
+                                  options.stations, pool, add);
     if (!fitted) return ErrorOf(fitted);
     heights = std::move(fitted->heights);
     Rank(std::move(fitted->planes));
@@ -178,6 +202,21 @@ Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
     if (core.AlivePointCount() == 0) return search;
     if (!core.CreateAlivePointReader()) return PointsNotMapped();
     if (auto done = search->state_->Search(options); !done) return ErrorOf(done);
+    return search;
+}
+
+Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Finish(CProjectCore& core,
+                                                           const SearchStages& stages,
+                                                           const PlaneSearchOptions& how) {
+    std::unique_ptr<PlaneSearch> search(
+        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, 0, 0})));
+    if (core.AlivePointCount() == 0) return search;
+    PlaneSearchOptions options = stages.Options();
+    options.threads = how.threads;
+    options.stations = how.stations;
+    options.proceed = how.proceed;
+    options.progress = how.progress;
+    if (auto done = search->state_->Finish(stages, options); !done) return ErrorOf(done);
     return search;
 }
 

@@ -19,6 +19,8 @@ class CProjectCore;
 
 namespace orvix::detection {
 
+class SearchStages;
+
 /// How much of what stands out from a surface is a plane of its own.
 ///
 /// Fine    what 25 points show: a quarter of the least area, half of the waviness.
@@ -129,6 +131,14 @@ class ORVIX_API PlaneSearch {
 public:
     static Expected<std::unique_ptr<PlaneSearch>> Run(CProjectCore& core,
                                                       const PlaneSearchOptions& options);
+    /// Ends a search whose passes over the points were made elsewhere, in parts (PlaneTasks of
+    /// detection/tasks): the result is that of Run with the options of `stages`, bit by bit. Of `how`
+    /// only threads, stations and functions count.
+    ///
+    /// Errors     those of `stages`, and of Run.
+    static Expected<std::unique_ptr<PlaneSearch>> Finish(CProjectCore& core,
+                                                         const SearchStages& stages,
+                                                         const PlaneSearchOptions& how);
     ~PlaneSearch();
     PlaneSearch(const PlaneSearch&) = delete;
     PlaneSearch& operator=(const PlaneSearch&) = delete;

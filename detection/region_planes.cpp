@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "detection/assigned_points.h"
 #include "detection/outlines/raster_outline.h"
 #include "detection/plane_classifier.h"
-#include "detection/regions/region_extents.h"
 #include "orvix/geometry/quantile.h"
 #include "orvix/geometry/symmetric_matrix.h"
 
@@ -15,25 +13,9 @@ namespace orvix::detection {
 namespace {
 
 constexpr double kMaxPixelsPerCell = 50;  // along an axis, of a small region
-constexpr double kMaxPixels = 1U << 28;   // of one plane: 32 MiB
 
 Vector UnitNormalOf(const MomentSum& sum) {
     return detail::DecomposeSymmetric(sum.Covariance()).vectors[2];
-}
-
-// Pixels twice as wide as the points of the region's sparser cells are apart.
-PlaneRaster RasterOf(RegionExtent& extent, const Region& region, double cellSize) {
-    const std::uint32_t sparse = detail::Quantile(extent.counts, 0.3);
-    const Extends2DT<double> bounds{
-        {extent.bounds.min.x - 3 * cellSize, extent.bounds.min.y - 3 * cellSize},
-        {extent.bounds.max.x + 3 * cellSize, extent.bounds.max.y + 3 * cellSize}};
-    double pixel = std::min(2 * cellSize / std::sqrt(std::max<double>(sparse, 1)), cellSize);
-    // Of a small region, cells hold other surfaces' points, too, and are filled in part.
-    if (region.small)
-        pixel = std::clamp(2 * std::sqrt(region.extent / region.sum.count),
-                           cellSize / kMaxPixelsPerCell, cellSize);
-    while (PlaneRaster::PixelsOf(bounds, pixel) > kMaxPixels) pixel *= 2;
-    return {bounds, pixel};
 }
 
 // The plane through a region's points, and their outline.
@@ -54,32 +36,50 @@ void FitPlane(RegionPoints& points, double minArea, FoundPlane& plane) {
 
 }  // namespace
 
-Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& regions,
-                                       const PlaneSearchSettings& settings,
-                                       const GrowthLimits& limits,
-                                       const std::vector<SimplePointT<double>>& stations,
-                                       const parallel::Pool& pool) {
-    const CellMap& map = regions.grown.map;
-    RegionPlanes fitted;
-    std::vector<PlaneFrame> frames;
-    for (const Region& region : regions.grown.regions) {
+RegionTargets::RegionTargets(const std::vector<Region>& regions, const GrowthLimits& limits) {
+    for (const Region& region : regions) {
         const Vector& n = region.plane.normal;
         const double height = Dot(n, region.plane.centre);
-        const double reach = ReachOf(region, limits);
-        fitted.heights.push_back({n, height, reach});
+        heights.push_back({n, height, ReachOf(region, limits)});
         frames.emplace_back(n.x, n.y, n.z, -height);
     }
-    auto extents = ExtentsOf(map, regions.grown.regions, frames, pool);
+}
+
+// Pixels twice as wide as the points of the region's sparser cells are apart.
+RasterPlan RasterPlanOf(RegionExtent& extent, const Region& region, double cellSize) {
+    const std::uint32_t sparse = detail::Quantile(extent.counts, 0.3);
+    const Extends2DT<double> bounds{
+        {extent.bounds.min.x - 3 * cellSize, extent.bounds.min.y - 3 * cellSize},
+        {extent.bounds.max.x + 3 * cellSize, extent.bounds.max.y + 3 * cellSize}};
+    double pixel = std::min(2 * cellSize / std::sqrt(std::max<double>(sparse, 1)), cellSize);
+    // Of a small region, cells hold other surfaces' points, too, and are filled in part.
+    if (region.small)
+        pixel = std::clamp(2 * std::sqrt(region.extent / region.sum.count),
+                           cellSize / kMaxPixelsPerCell, cellSize);
+    while (PlaneRaster::PixelsOf(bounds, pixel) > kMaxPixels) pixel *= 2;
+    return {bounds, pixel};
+}
+
+Expected<RegionPlanes> FitRegionPlanes(const GrownTiles& grown, const PlaneSearchSettings& settings,
+                                       const GrowthLimits& limits,
+                                       const std::vector<SimplePointT<double>>& stations,
+                                       const parallel::Pool& pool, const PointsAdder& add) {
+    const std::vector<Region>& regions = grown.regions;
+    RegionTargets targets(regions, limits);
+    const std::vector<PlaneFrame>& frames = targets.frames;
+    auto extents = ExtentsOf(grown.map, regions, frames, pool);
     if (!extents) return ErrorOf(extents);
     std::vector<RegionPoints> points;
-    for (std::size_t i = 0; i < frames.size(); ++i)
-        points.push_back({regions.grown.regions[i].plane.centre, frames[i],
-                          RasterOf((*extents)[i], regions.grown.regions[i], settings.cellSize),
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const RasterPlan plan = RasterPlanOf((*extents)[i], regions[i], settings.cellSize);
+        points.push_back({regions[i].plane.centre, frames[i], PlaneRaster(plan.bounds, plan.pixel),
                           MomentSum{}});
-    if (auto done = AssignPoints(core, regions, fitted.heights, pool, points); !done)
-        return ErrorOf(done);
+    }
+    RegionPlanes fitted;
+    fitted.heights = std::move(targets.heights);
+    if (auto done = add(fitted.heights, points); !done) return ErrorOf(done);
     fitted.planes.resize(frames.size());
-    const PlaneClassifier classifier(map, stations, settings.spacing);
+    const PlaneClassifier classifier(grown.map, stations, settings.spacing);
     auto done = pool.RunJobs(frames.size(), [&](std::size_t i, unsigned) -> Expected<void> {
         FoundPlane& plane = fitted.planes[i];
         plane.frame = frames[i];

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <vector>
 
+#include "detection/assigned_points.h"
 #include "detection/plane_search.h"
 #include "detection/regions/point_assignment.h"
+#include "detection/regions/region_extents.h"
 
 namespace orvix::detection {
 
@@ -15,17 +18,40 @@ struct RegionPlanes {
     std::vector<FoundPlane> planes;
 };
 
+/// The planes that points are compared with, and the frames in which they are marked, of each region.
+struct RegionTargets {
+    std::vector<PlaneHeight> heights;
+    std::vector<PlaneFrame> frames;
+
+    RegionTargets(const std::vector<Region>& regions, const GrowthLimits& limits);
+};
+
+/// Of the raster of one plane: 32 MiB.
+inline constexpr double kMaxPixels = 1U << 28;
+
+/// What a region's raster covers, and how finely.
+struct RasterPlan {
+    Extends2DT<double> bounds;
+    double pixel = 0;
+};
+
+/// Orders the counts of `extent`.
+RasterPlan RasterPlanOf(RegionExtent& extent, const Region& region, double cellSize);
+
+/// Sums the points of all regions, which come without any.
+using PointsAdder = std::function<Expected<void>(const std::vector<PlaneHeight>& heights,
+                                                 std::vector<RegionPoints>& points)>;
+
 /// Gives each point to a region, fits a plane to the points of each, draws its outline and decides
 /// its kind.
 ///
 /// Order   a function of the points, the settings and the stations.
-/// Errors  those of AssignPoints.
+/// Errors  those of `add`.
 /// Cost    one pass over the points, and the outlines, on all threads; a bit for each pixel of all
 ///         planes together.
-Expected<RegionPlanes> FitRegionPlanes(CProjectCore& core, const CloudRegions& regions,
-                                       const PlaneSearchSettings& settings,
+Expected<RegionPlanes> FitRegionPlanes(const GrownTiles& grown, const PlaneSearchSettings& settings,
                                        const GrowthLimits& limits,
                                        const std::vector<SimplePointT<double>>& stations,
-                                       const parallel::Pool& pool);
+                                       const parallel::Pool& pool, const PointsAdder& add);
 
 }  // namespace orvix::detection

@@ -59,6 +59,23 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// What `search` finds with the scanners' places among its options.
+template <class Search>
+Expected<PlanesFinding> FindingOf(const WorldProject& project,
+                                  detection::PlaneSearchOptions options, detection::Detail detail,
+                                  Search&& find) {
+    auto stations = ScannerPositions(project.Manager());
+    if (!stations) return ErrorOf(stations);
+    options.stations = std::move(*stations);
+    const auto start = std::chrono::steady_clock::now();
+    auto search = find(options);
+    if (!search) return ErrorOf(search);
+    const double seconds = SecondsSince(start);
+    auto set = std::make_unique<detection::SearchedPlanes>(project.Core(), **search, detail);
+    std::vector<WorldPlane> planes = WorldPlanesOf(set->Planes(), project.frame);
+    return PlanesFinding{std::move(*search), std::move(set), std::move(planes), seconds};
+}
+
 }  // namespace
 
 bool IsTurned(const FoundPlane& plane) {
@@ -112,17 +129,18 @@ void PlanesFinding::Renumber() {
 
 Expected<PlanesFinding> FindPlanes(const WorldProject& project,
                                    detection::PlaneSearchOptions options) {
-    auto stations = ScannerPositions(project.Manager());
-    if (!stations) return ErrorOf(stations);
-    options.stations = std::move(*stations);
-    const auto start = std::chrono::steady_clock::now();
-    auto search = detection::PlaneSearch::Run(project.Core(), options);
-    if (!search) return ErrorOf(search);
-    const double seconds = SecondsSince(start);
-    auto set =
-        std::make_unique<detection::SearchedPlanes>(project.Core(), **search, options.detail);
-    std::vector<WorldPlane> planes = WorldPlanesOf(set->Planes(), project.frame);
-    return PlanesFinding{std::move(*search), std::move(set), std::move(planes), seconds};
+    const detection::Detail detail = options.detail;
+    return FindingOf(project, std::move(options), detail, [&](const auto& asked) {
+        return detection::PlaneSearch::Run(project.Core(), asked);
+    });
+}
+
+Expected<PlanesFinding> FinishPlanes(const WorldProject& project,
+                                     const detection::SearchStages& stages,
+                                     detection::PlaneSearchOptions how) {
+    return FindingOf(project, std::move(how), stages.Options().detail, [&](const auto& asked) {
+        return detection::PlaneSearch::Finish(project.Core(), stages, asked);
+    });
 }
 
 Expected<PlanesFinding> ReadPlanes(const WorldProject& project) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "detection/plane_set.h"
+#include "detection/search_stages.h"
 #include "reports/world_project.h"
 
 namespace orvix::reports {
@@ -57,6 +58,12 @@ struct PlanesFinding {
 /// Lifetime `project` must outlive the result.
 Expected<PlanesFinding> FindPlanes(const WorldProject& project,
                                    detection::PlaneSearchOptions options);
+
+/// The same of a search whose passes over the points were made elsewhere, in tasks. Errors: those of
+/// PlaneSearch::Finish.
+Expected<PlanesFinding> FinishPlanes(const WorldProject& project,
+                                     const detection::SearchStages& stages,
+                                     detection::PlaneSearchOptions how);
 
 /// Reads the planes that an earlier search stored in the project.
 ///

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include <memory>
 #include <optional>
 
 #include "cli/verbs.h"
 #include "cli/verbs/planes_result.h"
+#include "cli/verbs/search_options.h"
+#include "detection/tasks/plane_tasks.h"
 #include "edits/plane_numbers.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
@@ -27,12 +30,8 @@ constexpr const char* kExamples =
     "  orvix planes scan.prj --distance 0.03 --min-area 1 --apply\n"
     "  orvix planes scan.prj --explain 12.4,3.08,1.5\n"
     "  orvix planes scan.prj --save\n"
-    "  orvix planes scan.prj --saved --outlines planes.dxf --picture planes.png";
-
-detection::Detail DetailOf(const std::string& word) {
-    if (word == "fine") return detection::Detail::Fine;
-    return word == "coarse" ? detection::Detail::Coarse : detection::Detail::Normal;
-}
+    "  orvix planes scan.prj --saved --outlines planes.dxf --picture planes.png\n"
+    "  orvix planes scan.prj --tasks --save               what planes-tasks has found";
 
 Expected<void> WriteFiles(const PlanesArguments& arguments, const reports::WorldProject& project,
                           const reports::PlanesFinding& finding) {
@@ -66,15 +65,18 @@ Expected<std::optional<detection::PlaceReport>> Explain(const std::string& place
     return *report;
 }
 
-Expected<reports::PlanesFinding> FindOrRead(const PlanesArguments& arguments,
+Expected<reports::PlanesFinding> FindOrRead(const CString& path, const PlanesArguments& arguments,
                                             const reports::WorldProject& project) {
     if (arguments.saved) return reports::ReadPlanes(project);
-    detection::PlaneSearchOptions options = arguments.options;
-    options.memoryLimitBytes =
-        platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
-    options.detail = DetailOf(arguments.detail);
-    options.proceed = MayGoOn;
-    return reports::FindPlanes(project, options);
+    const detection::PlaneSearchOptions options = arguments.search.Options();
+    if (!arguments.tasks) return reports::FindPlanes(project, options);
+    auto tasks = detection::PlaneTasks::Open(path, project.Core());
+    if (!tasks) return ErrorOf(tasks);
+    if (const auto state = tasks->State(); !state.ready.empty())
+        return Fail(ErrorCode::BadInput,
+                    fmt::format("{} of the search's tasks can run now, {} first; run them all",
+                                state.ready.size(), state.ready.front()));
+    return reports::FinishPlanes(project, tasks->Stages(), options);
 }
 
 // Before the files, which show the planes' numbers.
@@ -107,7 +109,7 @@ Expected<Outcome> RunPlanes(const PlanesArguments& arguments) {
         if (auto savable = detection::RequireSavable(project->Manager()); !savable)
             return ErrorOf(savable);
     }
-    auto finding = FindOrRead(arguments, *project);
+    auto finding = FindOrRead(*path, arguments, *project);
     if (!finding) return ErrorOf(finding);
     PlanesExtras extras;
     if (arguments.save) {
@@ -125,49 +127,6 @@ Expected<Outcome> RunPlanes(const PlanesArguments& arguments) {
     return OutcomeOf(arguments, *finding, extras);
 }
 
-std::string CheckAbove0(const std::string& text) {
-    const std::optional<double> value = platform::ParseNumber(text);
-    return value && *value > 0 ? std::string() : text + " must be a number above 0";
-}
-
-void AddSearchOptions(CLI::App& verb, PlanesArguments& arguments) {
-    detection::PlaneSearchOptions& options = arguments.options;
-    const auto add = [&verb](const std::string& name, double& value, const std::string& meaning,
-                             const std::string& unit) {
-        verb.add_option(name, value, meaning)->check(CheckAbove0)->type_name(unit);
-    };
-    verb.add_option("--detail", arguments.detail,
-                    "How much of what stands out from a surface is a plane of its own: fine, "
-                    "normal or coarse (default normal)")
-        ->check(CLI::IsMember({"fine", "normal", "coarse"}).description(""))
-        ->type_name("DETAIL");
-    add("--cell", options.cellSize,
-        "Side of a cell: 0.1, 0.2, 0.25, 0.5, 1, 2, 5 or 10, the next of them for a size between "
-        "(default: from how densely points lie)",
-        "M");
-    add("--distance", options.distance,
-        "Largest distance of a point from its plane, for all of them (default: from the noise, and "
-        "from how each plane scatters and waves)",
-        "M");
-    add("--angle", options.angle, "Largest turn of a cell's normal (default 20)", "DEGREES");
-    add("--min-area", options.minArea,
-        "Least area of a plane (default: 0.015 in a room or house, up to 0.25 in what is wider)",
-        "M2");
-    add("--min-points", options.minPoints,
-        "Least points of a plane (default 50, in thin scans 30; fine half, coarse three times "
-        "that)",
-        "N");
-    verb.add_option(
-            "--bridge", options.bridge,
-            "Width of a gap across which pieces of one plane join, unless a wall stands between "
-            "(default two cells and the points' distance; 0: none)")
-        ->check(CLI::Range(0.0, 1000.0).description(""))
-        ->type_name("M");
-    AddMemoryOption(verb, arguments.memoryLimit,
-                    "Memory for cells at most; larger cells are used beyond (default 1GiB)");
-    AddThreadsOption(verb, options.threads);
-}
-
 }  // namespace
 
 void AddPlanesVerb(CLI::App& app, CommandContext& context) {
@@ -175,7 +134,8 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context) {
     CLI::App* verb = AddVerb(app, context, "planes", "Find every plane of a project", kExamples,
                              [arguments](CommandContext&) { return RunPlanes(*arguments); });
     AddProjectOption(*verb, context, arguments->project);
-    AddSearchOptions(*verb, *arguments);
+    AddSearchOptions(*verb, arguments->search);
+    AddThreadsOption(*verb, arguments->search.options.threads);
     AddFileOption(*verb, "--points", arguments->points, "Write every point in its plane's colour",
                   {".ply"});
     AddFileOption(*verb, "--mesh", arguments->mesh, "Write the planes as triangles",
@@ -195,9 +155,14 @@ void AddPlanesVerb(CLI::App& app, CommandContext& context) {
                                         "Take the planes that --save kept, without another search")
                              ->excludes(save)
                              ->excludes("--explain");
-    for (const char* option :
-         {"--detail", "--cell", "--distance", "--angle", "--min-area", "--min-points", "--bridge"})
+    CLI::Option* tasks = verb->add_flag("--tasks", arguments->tasks,
+                                        "Take what the tasks of planes-tasks have found")
+                             ->excludes(saved);
+    for (const char* option : kSearchOptions) {
         saved->excludes(option);
+        tasks->excludes(option);
+    }
+    tasks->excludes("--memory-limit");
 }
 
 }  // namespace orvix::cli

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/command_context.h"
+#include "cli/verbs/search_options.h"
 #include "detection/saved_planes.h"
 #include "reports/planes_report.h"
 
@@ -18,12 +19,11 @@ struct PlanesArguments {
     std::string outlines;
     std::string picture;
     std::string explain;
-    std::string memoryLimit = "1GiB";
-    std::string detail = "normal";
+    SearchArguments search;
     bool apply = false;
     bool save = false;
     bool saved = false;
-    detection::PlaneSearchOptions options;
+    bool tasks = false;
 };
 
 /// What `orvix planes` did beside finding planes, where it was asked to.

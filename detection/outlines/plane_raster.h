@@ -41,6 +41,12 @@ public:
         if ((bits.load(std::memory_order_relaxed) & bit) == 0)
             bits.fetch_or(bit, std::memory_order_relaxed);
     }
+    /// The words that hold all pixels, row after row, as they are handed from one raster to another one
+    /// of the same bounds.
+    [[nodiscard]] std::size_t AllWords() const { return bits_.size(); }
+    [[nodiscard]] std::uint64_t WordAt(std::size_t i) const { return bits_[i]; }
+    void MarkWord(std::size_t i, std::uint64_t pixels) { bits_[i] |= pixels; }
+
     /// Fills gaps narrower than about two pixels and leaves the rims where they are.
     void CloseGaps();
 

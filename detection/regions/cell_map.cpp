@@ -57,7 +57,27 @@ std::span<const SmallPart> CellMap::SmallOf(std::size_t tile, std::uint32_t cell
     return {first, last};
 }
 
-void CellMap::Number(std::span<const std::size_t> regions) {
+bool CellMap::IsSound(std::size_t tile, std::size_t regions) const {
+    const Tile& its = tiles_[tile];
+    const std::size_t cells = its.summaries.size();
+    const auto isRegion = [&](std::int32_t region) {
+        return region >= 0 && static_cast<std::size_t>(region) < regions;
+    };
+    if (its.regions.size() != cells || its.numbers.size() != cells || its.boxes.size() != cells)
+        return false;
+    for (std::size_t i = 1; i < cells; ++i)
+        if (its.summaries[i - 1].Key() >= its.summaries[i].Key()) return false;
+    return std::all_of(
+               its.regions.begin(), its.regions.end(),
+               [&](std::int32_t region) { return region == kNoRegion || isRegion(region); }) &&
+           std::all_of(its.numbers.begin(), its.numbers.end(),
+                       [&](std::uint32_t cell) { return cell < cells; }) &&
+           std::all_of(its.small.begin(), its.small.end(), [&](const SmallPart& part) {
+               return part.cell < cells && isRegion(part.region);
+           });
+}
+
+void CellMap::Number(std::span<const std::uint32_t> regions) {
     std::int32_t first = 0;
     for (std::size_t i = 0; i < tiles_.size(); ++i) {
         tiles_[i].firstRegion = first;

@@ -68,8 +68,25 @@ public:
     void Put(std::size_t tile, const TileCells& cells, const std::vector<CellShape>& shapes,
              const std::vector<std::int32_t>& regions, std::vector<std::uint32_t> numbers,
              std::vector<SmallPart> small);
+    /// Hands each list that Put keeps of a tile to `archive`, which stores it or sets it anew.
+    template <class Archive>
+    void Exchange(std::size_t tile, Archive& archive) {
+        Tile& its = tiles_[tile];
+        archive.List(its.summaries);
+        archive.List(its.regions);
+        archive.List(its.numbers);
+        archive.List(its.boxes);
+        archive.List(its.small, [&](SmallPart& part) {
+            archive.Value(part.cell);
+            archive.Value(part.region);
+            archive.Value(part.box);
+        });
+    }
+    /// Whether the lists of a tile fit each other, and no number in them leads out of them; of a tile
+    /// that `regions` regions grew in.
+    [[nodiscard]] bool IsSound(std::size_t tile, std::size_t regions) const;
     /// Numbers the regions through all tiles; `regions` holds how many each tile has.
-    void Number(std::span<const std::size_t> regions);
+    void Number(std::span<const std::uint32_t> regions);
     /// Gives each region its new number; kNoRegion for a region that is dropped.
     void Renumber(std::span<const std::int32_t> newNumbers);
 

@@ -10,9 +10,9 @@ Expected<CloudRegions> FindRegions(CProjectCore& core, PointChunks cut, const Gr
                                    std::uint64_t memoryLimit) {
     auto grown = GrowTiles(core, cut, limits, pool, memoryLimit);
     if (!grown) return ErrorOf(grown);
-    const auto dropped = MergeRegions(limits, bridge, pool, grown->map, grown->regions);
-    if (!dropped) return ErrorOf(dropped);
-    grown->leftOut += *dropped;
+    const auto merged = MergeRegions(limits, bridge, pool, grown->map, grown->regions);
+    if (!merged) return ErrorOf(merged);
+    grown->leftOut += merged->leftOut;
     auto choices = PlaneChoices::Of(grown->map, grown->regions, limits.distance, pool);
     if (!choices) return ErrorOf(choices);
     return CloudRegions{std::move(cut), std::move(*grown), std::move(*choices)};

@@ -43,39 +43,30 @@ public:
         grown_.firstNumber.resize(cut.chunks.size());
     }
 
-    Expected<GrownTiles> Run() {
-        std::uint64_t kept = 0;
-        for (std::size_t first = 0; first < cut_.tiles.size();) {
-            const std::size_t last = BatchFrom(first);
+    Expected<GrownTiles> Run(TileRange tiles) {
+        for (std::size_t first = tiles.first; first < tiles.last;) {
+            const std::size_t last = BatchFrom(first, tiles.last);
             if (auto done = Gather(first, last); !done) return ErrorOf(done);
             if (auto done = Grow(first, last); !done) return ErrorOf(done);
-            for (; first < last; ++first)
-                kept += grown_.map.CellsIn(first) * CellMap::kBytesPerCell;
-            if (kept > memoryLimit_ / 2)
-                return Fail(
-                    ErrorCode::BadInput,
-                    fmt::format("cells of {} m take more than the {} bytes allowed; allow more "
-                                "memory, or choose larger cells",
-                                cut_.frame.Size(), memoryLimit_));
+            first = last;
+            if (auto fit = RequireThatCellsFit(grown_, memoryLimit_); !fit) return ErrorOf(fit);
         }
-        std::vector<std::size_t> counts;
         for (auto& regions : regions_) {
-            counts.push_back(regions.size());
+            grown_.regionsIn.push_back(static_cast<std::uint32_t>(regions.size()));
             std::move(regions.begin(), regions.end(), std::back_inserter(grown_.regions));
         }
         for (const std::uint64_t leftOut : leftOut_) grown_.leftOut += leftOut;
-        grown_.map.Number(counts);
         return std::move(grown_);
     }
 
 private:
-    // The tiles up to which, from `first` on, memory surely suffices.
-    [[nodiscard]] std::size_t BatchFrom(std::size_t first) const {
+    // The tiles up to which, from `first` to `end`, memory surely suffices.
+    [[nodiscard]] std::size_t BatchFrom(std::size_t first, std::size_t end) const {
         const auto maxCells = static_cast<std::uint64_t>(
             cut_.frame.PerTile(0) * cut_.frame.PerTile(1) * cut_.frame.PerTile(2));
         std::uint64_t bytes = 0;
         std::size_t last = first;
-        for (; last < cut_.tiles.size(); ++last) {
+        for (; last < end; ++last) {
             bytes += std::min(cut_.tiles[last].points, maxCells) * kWorkBytesPerCell;
             if (bytes > memoryLimit_ / 2 && last > first) break;
         }
@@ -167,7 +158,26 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut,
 Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
                                const GrowthLimits& limits, const parallel::Pool& pool,
                                std::uint64_t memoryLimit) {
-    return TileWork(core, cut, limits, pool, memoryLimit).Run();
+    auto grown =
+        GrowSomeTiles(core, cut, limits, pool, memoryLimit, TileRange{0, cut.tiles.size()});
+    if (grown) grown->map.Number(grown->regionsIn);
+    return grown;
+}
+
+Expected<GrownTiles> GrowSomeTiles(CProjectCore& core, const PointChunks& cut,
+                                   const GrowthLimits& limits, const parallel::Pool& pool,
+                                   std::uint64_t memoryLimit, TileRange tiles) {
+    return TileWork(core, cut, limits, pool, memoryLimit).Run(tiles);
+}
+
+Expected<void> RequireThatCellsFit(const GrownTiles& grown, std::uint64_t memoryLimit) {
+    std::uint64_t cells = 0;
+    for (std::size_t tile = 0; tile < grown.map.Tiles(); ++tile) cells += grown.map.CellsIn(tile);
+    if (cells <= memoryLimit / 2 / CellMap::kBytesPerCell) return {};
+    return Fail(ErrorCode::BadInput,
+                fmt::format("cells of {} m take more than the {} bytes allowed; allow more memory, "
+                            "or choose larger cells",
+                            grown.map.Frame().Size(), memoryLimit));
 }
 
 }  // namespace orvix::detection

@@ -12,10 +12,17 @@
 
 namespace orvix::detection {
 
+/// Tiles that follow each other in PointChunks::tiles.
+struct TileRange {
+    std::size_t first = 0;
+    std::size_t last = 0;  ///< past the last one
+};
+
 /// A project's cells and the regions that grew in its tiles.
 struct GrownTiles {
     CellMap map;
     std::vector<Region> regions;             ///< tile by tile
+    std::vector<std::uint32_t> regionsIn;    ///< how many of them each tile has
     std::uint64_t leftOut = 0;               ///< regions that were found and are too small
     std::vector<std::uint32_t> firstNumber;  ///< of each chunk: its tile's cells in earlier chunks
 };
@@ -43,5 +50,11 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut,
 Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,
                                const GrowthLimits& limits, const parallel::Pool& pool,
                                std::uint64_t memoryLimit);
+/// The same for some of the tiles; the others are empty. Regions are not numbered yet (CellMap::Number).
+Expected<GrownTiles> GrowSomeTiles(CProjectCore& core, const PointChunks& cut,
+                                   const GrowthLimits& limits, const parallel::Pool& pool,
+                                   std::uint64_t memoryLimit, TileRange tiles);
+/// Whether what is kept of the cells of all tiles fits into its half of the memory; BadInput where not.
+Expected<void> RequireThatCellsFit(const GrownTiles& grown, std::uint64_t memoryLimit);
 
 }  // namespace orvix::detection

@@ -157,10 +157,16 @@ PlaneChoices::Tile PlaneChoices::ChoicesIn(const CellMap& map, const std::vector
 
 Expected<PlaneChoices> PlaneChoices::Of(const CellMap& map, const std::vector<Region>& regions,
                                         double distance, const parallel::Pool& pool) {
+    return OfTiles(map, regions, distance, pool, 0, map.Tiles());
+}
+
+Expected<PlaneChoices> PlaneChoices::OfTiles(const CellMap& map, const std::vector<Region>& regions,
+                                             double distance, const parallel::Pool& pool,
+                                             std::size_t first, std::size_t last) {
     PlaneChoices choices;
     choices.tiles_.resize(map.Tiles());
-    auto done = pool.RunJobs(map.Tiles(), [&](std::size_t tile, unsigned) -> Expected<void> {
-        choices.tiles_[tile] = ChoicesIn(map, regions, distance, tile);
+    auto done = pool.RunJobs(last - first, [&](std::size_t job, unsigned) -> Expected<void> {
+        choices.tiles_[first + job] = ChoicesIn(map, regions, distance, first + job);
         return {};
     });
     if (!done) return ErrorOf(done);

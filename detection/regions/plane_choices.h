@@ -25,6 +25,11 @@ public:
     /// choice: two pieces of one plane on both sides of a wall do not share their rims.
     static Expected<PlaneChoices> Of(const CellMap& map, const std::vector<Region>& regions,
                                      double distance, const parallel::Pool& pool);
+    /// Those of the cells of some tiles, `last` being past the last one; the map holds these and all
+    /// tiles that touch them.
+    static Expected<PlaneChoices> OfTiles(const CellMap& map, const std::vector<Region>& regions,
+                                          double distance, const parallel::Pool& pool,
+                                          std::size_t first, std::size_t last);
 
     [[nodiscard]] std::span<const std::int32_t> At(std::size_t tile, std::uint32_t cell) const {
         const Tile& its = tiles_[tile];

@@ -193,7 +193,7 @@ bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& m
 
 }  // namespace
 
-Expected<std::uint64_t> MergeRegions(const GrowthLimits& growth, double bridge,
+Expected<MergedRegions> MergeRegions(const GrowthLimits& growth, double bridge,
                                      const parallel::Pool& pool, CellMap& map,
                                      std::vector<Region>& regions) {
     const double size = map.Frame().Size();
@@ -209,9 +209,10 @@ Expected<std::uint64_t> MergeRegions(const GrowthLimits& growth, double bridge,
         std::erase_if(pairs, [](const NearPair& m) { return m.pair.first == m.pair.second; });
         SortOnce(pairs);
     }
-    std::uint64_t leftOut = 0;
-    map.Renumber(merger.Renumber(size, leftOut));
-    return leftOut;
+    MergedRegions merged;
+    merged.numbers = merger.Renumber(size, merged.leftOut);
+    map.Renumber(merged.numbers);
+    return merged;
 }
 
 }  // namespace orvix::detection

@@ -9,8 +9,14 @@
 
 namespace orvix::detection {
 
+/// What became of the regions that were handed over.
+struct MergedRegions {
+    std::vector<std::int32_t> numbers;  ///< of each of them now; kNoRegion where it was dropped
+    std::uint64_t leftOut = 0;          ///< how many were too small and were dropped
+};
+
 /// Joins regions that are pieces of one plane: a floor that passes from tile to tile, a wall on
-/// both sides of a door. Then drops the regions that are still too small; returns how many.
+/// both sides of a door. Then drops the regions that are still too small.
 ///
 /// Two regions become one when points of theirs lie within `bridge` metres of each other (at most 20
 /// cells), no wall stands between, and one plane serves both. It does when neither one's mean square
@@ -27,7 +33,7 @@ namespace orvix::detection {
 /// Errors  Cancelled.
 /// Cost    some 50 ns per cell where the bridge is a few cells, on as many threads as there are
 ///         tiles, and n log n in the pairs in each of some tens of turns.
-Expected<std::uint64_t> MergeRegions(const GrowthLimits& growth, double bridge,
+Expected<MergedRegions> MergeRegions(const GrowthLimits& growth, double bridge,
                                      const parallel::Pool& pool, CellMap& map,
                                      std::vector<Region>& regions);
 

@@ -49,6 +49,24 @@ TEST_F(PlanesVerb, FindsTheFloorAndTheFourWallsInTheWorld) {
     EXPECT_GT(found["settings"]["distance"], 0);
 }
 
+// BEHAVIOUR A19
+TEST_F(PlanesVerb, TakesWhatItsTasksFound) {
+    const auto tasks = [](const std::string& what, std::vector<std::string> more = {}) {
+        more.insert(more.begin(), {"planes-tasks", what, File(L"room.prj")});
+        return OrvixJson(more);
+    };
+    EXPECT_EQ(OrvixError({"planes", File(L"room.prj"), "--tasks"})["exit"], 3);
+    Json state = tasks("begin", {"--pieces", "3", "--min-area", "2"});
+    EXPECT_EQ(OrvixError({"planes", File(L"room.prj"), "--tasks"})["exit"], 3);
+    while (!state["ready"].empty()) state = tasks("run", state["ready"]);
+    Json one = Planes({"--min-area", "2"}), many = Planes({"--tasks"});
+    one.erase("seconds");
+    many.erase("seconds");
+    EXPECT_EQ(one, many);
+    EXPECT_TRUE(tasks("clear")["done"].empty());
+    EXPECT_EQ(OrvixError({"planes-tasks", "list", File(L"room.prj")})["exit"], 3);
+}
+
 TEST_F(PlanesVerb, ExplainsAPlaceOnAPlaneAndOneOffIt) {
     const Json on = Planes({"--explain", "700004,6000003,100"})["explain"];
     EXPECT_FALSE(on["plane"].is_null());

@@ -9,11 +9,11 @@
 #include <random>
 
 #include "detection/regions/cell_map.h"
-#include "importer/import.h"
 #include "orvix/geometry/vector.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"
 #include "tests/detection/opened_project.h"
+#include "tests/detection/searched_building.h"
 #include "tests/support/tiny_project.h"
 
 namespace orvix::detection {
@@ -23,37 +23,6 @@ using detail::Dot, detail::Vector;
 using detail::operator+, detail::operator-, detail::operator*;
 using test::BuildingOptions;
 using test::SyntheticBuilding;
-
-CString ImportBuilding(const test::ScratchFolder& folder, const SyntheticBuilding& building) {
-    test::WriteScan(building, folder / L"building.las");
-    const CString project = folder / L"building.prj";
-    EXPECT_TRUE(importer::Import({folder / L"building.las"}, project, {}));
-    return project;
-}
-
-/// Everything that a search returns, bit by bit.
-std::vector<double> FingerprintOf(CProjectCore& core, const PlaneSearch& search) {
-    std::vector<double> all;
-    for (const FoundPlane& plane : search.Planes()) {
-        for (const double v : {plane.normal.x, plane.normal.y, plane.normal.z, plane.offset,
-                               plane.centre.x, plane.rms, plane.area,
-                               static_cast<double>(plane.points), static_cast<double>(plane.kind)})
-            all.push_back(v);
-        for (const PlaneRegion& region : plane.outline.regions)
-            for (const auto& corner : region.outer.points) {
-                all.push_back(corner.x);
-                all.push_back(corner.y);
-            }
-    }
-    const auto reader = core.CreateAlivePointReader();
-    for (std::size_t chunk = 0; chunk < search.Chunks(); ++chunk)
-        EXPECT_TRUE(search.ReadChunk(*reader, chunk, [&](const PlanePoints& block) {
-            EXPECT_EQ(block.points.size(), block.planes.size());
-            all.push_back(static_cast<double>(block.firstRecord));
-            all.insert(all.end(), block.planes.begin(), block.planes.end());
-        }));
-    return all;
-}
 
 /// Of the true planes of some size, the share that was found: as steep, as far away, and held by
 /// most of its points.

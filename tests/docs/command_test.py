@@ -23,7 +23,7 @@ def help_of(command, *words):
     for line in text.split("\n"):
         if not line.startswith(" "):
             part = line
-        elif part == "Subcommands:" and (named := re.match(r"  (\w+)", line)):
+        elif part == "Subcommands:" and (named := re.match(r"  ([\w-]+)", line)):
             verbs.append(named[1])
         elif part == "Options:" and (named := re.match(r"  (?:-\w,)?(--[\w-]+)(?: (\S+))?", line)):
             # A value follows after one blank, the meaning after several.
@@ -45,7 +45,7 @@ def listed_verbs(lines):
     """The verbs in the first block: each with those that it may be followed by."""
     verbs = {}
     for line in lines:
-        if named := re.match(r"orvix (\w+)(?: (\w+(?:\|\w+)+))?", line):
+        if named := re.match(r"orvix ([\w-]+)(?: (\w+(?:\|\w+)+))?", line):
             verbs[named[1]] = named[2].split("|") if named[2] else []
     return verbs
 

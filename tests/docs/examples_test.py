@@ -39,6 +39,7 @@ JSON_RUNS = {
     "walk": ["walk keys.prj"],
     "plane": [f"plane keys.prj --seed {SEED} --mesh roof.ply --picture roof.png"],
     "planes": [f"planes keys.prj --explain {SEED} --picture planes.png"],
+    "planes-tasks": ["planes-tasks begin keys.prj --pieces 2", "planes-tasks run keys.prj tiles/0"],
     "histogram": ["histogram keys.prj --picture keys.svg"],
     "classify": ["classify keys.prj --field z --sample 500"],
     "export": ["export keys.prj keys.ply"],

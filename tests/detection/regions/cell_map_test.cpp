@@ -67,7 +67,7 @@ protected:
         map_ = CellMap(frame_, places);
         std::size_t next = 0;
         for (auto& [tile, sums] : tiles) Put(next++, frame_.OriginOf(tile), sums);
-        map_.Number(std::vector<std::size_t>(places.size(), kRegions));
+        map_.Number(std::vector<std::uint32_t>(places.size(), kRegions));
         std::vector<std::int32_t> numbers;
         for (std::size_t i = 0; i < places.size() * kRegions; ++i)
             numbers.push_back(static_cast<std::int32_t>(i) % kRegions);
