@@ -3,7 +3,7 @@
 set(ORVIX_BUILD_PAGE AUTO CACHE STRING "Page of orvix view: AUTO (where Node.js is installed), ON or OFF")
 set_property(CACHE ORVIX_BUILD_PAGE PROPERTY STRINGS AUTO ON OFF)
 set(ORVIX_PAGE FALSE)
-if(NOT ORVIX_BUILD_PAGE OR NOT EXISTS ${PROJECT_SOURCE_DIR}/view/page/index.html)
+if(NOT ORVIX_BUILD_PAGE)
   return()
 endif()
 

@@ -56,7 +56,8 @@ if(NOT made STREQUAL sums)
     endif()
     file(WRITE ${BUILD}/installed.txt ${wanted})
   endif()
-  foreach(step "node_modules/typescript/bin/tsc --noEmit" "node_modules/vite/bin/vite.js build --logLevel warn")
+  foreach(step "node_modules/typescript/bin/tsc --noEmit" "node_modules/typescript/bin/tsc --noEmit -p test"
+      "node_modules/vite/bin/vite.js build --logLevel warn")
     separate_arguments(step UNIX_COMMAND "${step}")
     execute_process(COMMAND ${NODE} ${step}
       WORKING_DIRECTORY ${BUILD} RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
