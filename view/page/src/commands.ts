@@ -71,6 +71,9 @@ function viewCommands(desk: Desk): Command[] {
         projection: state.get().projection === "perspective" ? "orthographic" : "perspective",
       }),
     ),
+    make("fly", "f", "Fly, or turn about the cloud", () =>
+      viewer.camera.setMode(viewer.camera.mode === "fly" ? "orbit" : "fly"),
+    ),
     make("larger", "]", "Larger points", () => size(1.1)),
     make("smaller", "[", "Smaller points", () => size(1 / 1.1)),
     make("picture", "i", "Save a picture", () => void savePicture(desk)),

@@ -54,6 +54,8 @@ export function openWorkbench(viewer: Viewer, root: HTMLElement): void {
     if (chosenPlanes.size > 0) side.open("Planes");
   });
   followTheme(viewer);
+  // For who works in the browser's console; the page's tests do.
+  Object.assign(window, { orvix: { viewer, planes, toolbox } });
 }
 
 function followTheme({ state }: Viewer): void {

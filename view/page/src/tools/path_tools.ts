@@ -1,7 +1,7 @@
 // Distance, height and area: places that are clicked one after the other, measured as they come.
 
 import { formatMetres } from "../math/frame";
-import type { Vector } from "../math/vector";
+import { distance, type Vector } from "../math/vector";
 import type { Marks, Picked, Tool, Viewer } from "../viewer_interface";
 import { metres, squareMetres } from "./format";
 import { pathOf, polygonOf } from "./measure";
@@ -115,6 +115,9 @@ export class PathTool implements Tool {
 
   click(picked: Picked | null): void {
     if (!picked) return;
+    // The second click of a double click is no place of its own.
+    const last = this.places.at(-1);
+    if (last && distance(last, picked.position) === 0) return;
     if (this.places.length >= this.kind.most) this.places = [];
     this.places.push(picked.position);
     this.beneath = null;
