@@ -113,6 +113,9 @@ def metadata(project, version):
              f"Summary: {project['description']}", f"License: {project['license']}",
              f"Requires-Python: {project['requires-python']}",
              *(f"Requires-Dist: {each}" for each in project["dependencies"]),
+             *(line for extra, needed in project["optional-dependencies"].items()
+               for line in (f"Provides-Extra: {extra}",
+                            *(f'Requires-Dist: {each}; extra == "{extra}"' for each in needed))),
              "Description-Content-Type: text/markdown", "",
              (ROOT / "docs" / "PYTHON.md").read_text(encoding="utf-8")]
     return "\n".join(lines)

@@ -95,6 +95,9 @@ public:
     [[nodiscard]] bool Sound() const { return sound_; }
     /// Whether all was right and nothing is left over.
     [[nodiscard]] bool AtEnd() const { return sound_ && at_ == bytes_.size(); }
+    [[nodiscard]] bool Holds(const std::vector<std::uint8_t>& bytes) const {
+        return bytes_ == bytes;
+    }
     [[nodiscard]] tl::unexpected<Error> Damage() const;
 
 private:

@@ -70,9 +70,13 @@ def import_scan(inputs: Union[Path, Sequence[Path]], project: Path, *, unit: str
              *option("threads", threads)]
     for name in stations or ():
         words += option("station", name)
-    done = run("import", *words, "--", *files, project, progress=progress)
+    return import_report(run("import", *words, "--", *files, project, progress=progress))
+
+
+def import_report(done: Dict[str, Any]) -> ImportReport:
+    """Of what `orvix import --json` printed; its warnings are Python's as well."""
     for sentence in done["warnings"]:
-        warnings.warn(sentence, RuntimeWarning, stacklevel=2)
+        warnings.warn(sentence, RuntimeWarning, stacklevel=3)
     return ImportReport(done["project"], [ImportedFile(**each) for each in done["inputs"]],
                         done["read"], done["written"], done["rejected"], done["skeleton_points"],
                         done["stations"], vector(done["origin"]), done["checksum"], done["seconds"],

@@ -40,7 +40,7 @@ def main():
         faults.append(f"{package} is in only one of scripts/packages.sh and the list")
     for package in sorted(vcpkg ^ {IN_VCPKG.get(p, p) for p in listed}):
         faults.append(f"{package} is in only one of vcpkg.json and the list")
-    for part in ("test", "gpu", "csharp", "dialog", "page", "browser", "outputs", "packaging", "windows", "display", "front_end", "fuzz"):
+    for part in ("test", "gpu", "csharp", "dialog", "page", "browser", "outputs", "cluster", "packaging", "windows", "display", "front_end", "fuzz"):
         for package in sorted(words_of(script, part)):
             if not re.search(rf"(?<![\w-]){re.escape(package)}(?![\w-])", page):
                 faults.append(f"docs/DEPENDENCIES.md does not name {package}")

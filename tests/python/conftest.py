@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Projects that the tests share, and the command as it is without Python."""
+import importlib.util
 import json
 import os
 import pathlib
@@ -11,6 +12,9 @@ import pytest
 
 import orvix
 from orvix._native import command_path
+
+# Where Dask is not there; tests/python/run.sh --cluster says so.
+collect_ignore = [] if importlib.util.find_spec("distributed") else ["cluster_test.py"]
 
 SEED = (3.7, -4.0, 12.9)
 

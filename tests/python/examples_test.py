@@ -46,6 +46,8 @@ def test_the_blocks_of_the_page_run_one_after_another(page, imported, sample, tm
     names = {"project": orvix.open(imported)}  # the pages' later blocks take one as open
     assert blocks
     for block in blocks:
+        if "orvix.cluster" in block:
+            continue  # cluster_test.py runs it
         exec(compile(block, page, "exec"), names)
         names["project"] = orvix.open("hall.prj")
     assert "14.761" in capsys.readouterr().out

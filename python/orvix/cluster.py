@@ -1,0 +1,180 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Searches that many machines share, by Dask distributed (`pip install orvix[cluster]`).
+
+    from dask.distributed import Client
+    import orvix.cluster
+    client = Client("tcp://scheduler:8786")
+    orvix.cluster.planes("/shared/site.prj", client, save=True)
+
+The work is cut into named tasks whose results lie in a folder beside the project; Dask says where each
+runs. The planes are, byte by byte, those of a single machine, whatever ran where.
+
+Shared     the project lies in a folder that all workers see under the same path, and they have the same
+           release of this package. The scheduler needs neither.
+Killed     a task whose worker ends runs again on another one; results appear whole or not at all. A
+           worker that comes late gets its share. Where the call itself ends early, for an error or by
+           Ctrl-C, what is done stays: the same call goes on from there, `clear` removes it.
+Errors     `orvix.Error` and its kinds, with the sentences of the command on the worker.
+Cost       a task uses one thread; a worker runs as many at a time as Dask gives it threads.
+"""
+from __future__ import annotations
+
+import os
+import uuid
+from typing import Any, Callable, Dict, List, Optional, Sequence, Union
+
+from . import __version__
+from ._arrays import Path
+from ._command import option, run
+from ._errors import Error, Failed
+from ._progress import Progress, ProgressLike, Reporter
+
+_ATTEMPTS = 3  # of a task that ends with an error that may pass
+
+
+def planes(project: Path, client: Any, *, detail: str = "normal", cell_size: Optional[float] = None,
+           distance: Optional[float] = None, angle: Optional[float] = None,
+           min_area: Optional[float] = None, min_points: Optional[float] = None,
+           bridge: Optional[float] = None, memory_limit: Union[int, str, None] = None,
+           pieces: Optional[int] = None, save: bool = False, apply: bool = False,
+           points: Optional[Path] = None, mesh: Optional[Path] = None,
+           outlines: Optional[Path] = None, picture: Optional[Path] = None,
+           progress: ProgressLike = None) -> Dict[str, Any]:
+    """Finds every plane of a project on the workers of `client`: what `orvix planes --json` prints.
+
+    detail to bridge   what is looked for, as of `Project.planes`
+    memory_limit       of each task of tiles: bytes, or a text such as "4GiB"; None: 1 GiB
+    pieces             parts that the points are divided into; None: four for each thread of the
+                       workers, 16 at least
+    save, apply        keeps the planes in the project; writes their numbers into its points
+    points to picture  files to write, as of the command: "planes.ifc"
+
+    Errors  as of `orvix planes`. What is done stays, and the same call goes on.
+    """
+    tasks = _Tasks(client, "planes-tasks", _shared(project))
+    words = [*option("detail", detail), *option("cell", cell_size), *option("distance", distance),
+             *option("angle", angle), *option("min-area", min_area), *option("min-points", min_points),
+             *option("bridge", bridge), *option("memory-limit", memory_limit),
+             *option("pieces", pieces or max(16, 4 * tasks.threads()))]
+    tasks.run_all([*words, "--", tasks.project], progress)
+    outputs = [word for name, file in (("points", points), ("mesh", mesh), ("outlines", outlines),
+                                       ("picture", picture))
+               if file is not None for word in option(name, _shared(file))]
+    return tasks.finish("planes", "--tasks", *option("save", save), *option("apply", apply), *outputs,
+                        "--", tasks.project)
+
+
+def clear(project: Path, client: Any) -> None:
+    """Removes what an unfinished `planes` has left beside the project."""
+    tasks = _Tasks(client, "planes-tasks", _shared(project))
+    tasks.call("clear", "--", tasks.project)
+
+
+def _shared(path: Path) -> str:
+    """As the workers, which stand in other folders, know it."""
+    return os.path.abspath(os.fspath(path))
+
+
+def _run_verb(version: str, verb: str, *words: str) -> Dict[str, Any]:
+    """On a worker."""
+    if version != __version__:
+        raise Failed(f"the worker has orvix {__version__}, the caller {version}; install one release "
+                     "on all machines")
+    return run(verb, *words)
+
+
+class _Engine:
+    """Runs calls of the command on workers."""
+
+    def __init__(self, client: Any) -> None:
+        try:
+            import distributed
+        except ImportError:
+            raise Failed("orvix.cluster works by Dask distributed, which is not there: pip install "
+                         "orvix[cluster]") from None
+        self._distributed = distributed
+        self._client = client
+
+    def threads(self) -> int:
+        return sum(self._client.nthreads().values())
+
+    def one(self, run_it: Callable[..., Any], *words: str) -> Dict[str, Any]:
+        results: List[Dict[str, Any]] = []
+        self.each({words[0]: words}, lambda _, result: results.append(result), run_it)
+        return results[0]
+
+    def each(self, calls: Dict[str, Sequence[str]], take: Callable[[str, Any], None],
+             run_it: Callable[..., Any] = _run_verb) -> None:
+        """Runs all calls, take(name, result) as they end. A worker that dies gives its calls to
+        others by Dask itself; an error that may pass is tried again here."""
+        attempts = dict.fromkeys(calls, 1)
+        going: Dict[str, Any] = {}  # by key: the name and the future
+
+        def submit(name: str) -> Any:
+            future = self._client.submit(run_it, __version__, *calls[name], pure=False,
+                                         key=f"orvix-{name}-{uuid.uuid4().hex}")
+            going[future.key] = (name, future)
+            return future
+
+        under_way = self._distributed.as_completed([submit(name) for name in calls])
+        try:
+            for future in under_way:
+                name, _ = going.pop(future.key)
+                try:
+                    result = future.result()
+                except self._distributed.KilledWorker:
+                    raise Failed(f"{name} ended every worker that ran it; its machine may lack "
+                                 "memory: lower --memory-limit, or the workers' threads") from None
+                except Error as error:
+                    if type(error) is not Failed or attempts[name] >= _ATTEMPTS:
+                        raise
+                    attempts[name] += 1
+                    under_way.add(submit(name))
+                    continue
+                take(name, result)
+        finally:
+            # What runs on a worker runs on to its end, and its result is not lost.
+            self._client.cancel([future for _, future in going.values()])
+
+
+class _Tasks:
+    """The tasks of one project: what `begin`, `list` and `run` of a verb say, called on workers."""
+
+    def __init__(self, client: Any, verb: str, project: str) -> None:
+        self.project = project
+        self._verb = verb
+        self._engine = _Engine(client)
+
+    def threads(self) -> int:
+        return self._engine.threads()
+
+    def call(self, what: str, *words: str) -> Dict[str, Any]:
+        return self._engine.one(_run_verb, f"{self._verb} {what}", *words)
+
+    def run_all(self, begin: Sequence[str], progress: ProgressLike) -> None:
+        reporter = Reporter(progress)
+        done = 0
+        try:
+            state = self.call("begin", *begin)
+            while state["ready"]:
+                ready = state["ready"]
+                stage = ready[0].split("/")[0]
+
+                def take(name: str, result: Any) -> None:
+                    nonlocal done
+                    done += 1
+                    reporter.update(Progress(stage, None))
+
+                # A task that runs alone may have the machine for itself.
+                threads = "1" if len(ready) > 1 else "0"
+                self._engine.each({name: (f"{self._verb} run", "--threads", threads, "--", self.project,
+                                          name) for name in ready}, take)
+                state = self.call("list", "--", self.project)
+        finally:
+            reporter.close()
+
+    def finish(self, verb: str, *words: str) -> Dict[str, Any]:
+        """The result, for which the tasks were; then they go."""
+        result = self._engine.one(_run_verb, verb, *words)
+        self.call("clear", "--", self.project)
+        return result
