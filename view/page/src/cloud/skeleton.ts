@@ -1,0 +1,133 @@
+// The thinned cloud, evenly dense: the first sight of a project, and what is drawn of a cell until its
+// points are there. Its records are brought to the layout of the points, so that one program draws and
+// one function reads both.
+
+import type { Api, Run } from "../api/client";
+import type { ProjectInfo } from "../api/protocol";
+import { coveredArea } from "./area";
+import { positionOffset, readPosition, valueOffsets } from "./point_record";
+import { cellsOf, type RunNode } from "./run_tree";
+
+export interface Skeleton {
+  readonly kind: "skeleton";
+  /** Which of the skeleton's points these are. */
+  readonly run: Run;
+  /** Records like those of `points`, in order. */
+  readonly records: Uint32Array;
+  readonly points: number;
+  /** As of a part. */
+  planes?: Uint32Array;
+  planesId?: number;
+}
+
+/** Stretch of a skeleton's points. */
+export interface Stretch {
+  readonly start: number;
+  readonly count: number;
+}
+
+/** Every how many points of the skeleton, so that no more than `most` come. */
+export const skeletonRun = (project: ProjectInfo, most: number): Run => ({
+  first: 0,
+  count: project.skeleton.points,
+  every: Math.max(Math.ceil(project.skeleton.points / most), 1),
+});
+
+export async function loadSkeleton(
+  api: Api,
+  project: ProjectInfo,
+  run: Run,
+  signal?: AbortSignal,
+): Promise<Skeleton> {
+  const layout = project.skeleton.data;
+  const [places, values] = await Promise.all([
+    api.skeleton(run, signal),
+    api.skeletonData(run, layout.bytes, signal),
+  ]);
+  return { kind: "skeleton", run, ...joined(project, places, values) };
+}
+
+function joined(project: ProjectInfo, places: ArrayBuffer, values: ArrayBuffer) {
+  const from = valueOffsets(project.skeleton.data);
+  const to = valueOffsets(project.record);
+  const points = places.byteLength / 12;
+  const coordinates = new Uint32Array(places);
+  const bytes = new Uint8Array(values);
+  const records = new Uint32Array((points * to.bytes) / 4);
+  const out = new Uint8Array(records.buffer);
+  const word = positionOffset(project.record) / 4;
+  // Byte by byte: a value may lie at any place of a record, and the order of bytes is kept.
+  const moves: [number, number][] = [
+    [from.intensity, to.intensity],
+    [from.intensity + 1, to.intensity + 1],
+    [from.colour, to.colour],
+    [from.colour + 1, to.colour + 1],
+    [from.colour + 2, to.colour + 2],
+    [from.class, to.class],
+    [from.station, to.station],
+    [from.station + 1, to.station + 1],
+  ];
+  for (let point = 0; point < points; ++point) {
+    records.set(coordinates.subarray(3 * point, 3 * point + 3), (point * to.bytes) / 4 + word);
+    for (const [source, target] of moves)
+      out[point * to.bytes + target] = bytes[point * from.bytes + source]!;
+  }
+  return { records, points };
+}
+
+const cellKey = (x: number, y: number, z: number): string =>
+  `${Math.floor(Math.floor(x) / 10)} ${Math.floor(Math.floor(y) / 10)} ${Math.floor(Math.floor(z) / 10)}`;
+
+/**
+ * The stretch of each 1000 cm cell and of each node above: the skeleton lies in the order of the cells, so one walk finds
+ * where each begins. Cells of which no point came are not in the answer.
+ */
+export function stretchesOf(
+  skeleton: Skeleton,
+  wordsPerRecord: number,
+  root: RunNode,
+): Map<RunNode, Stretch> {
+  const cells = new Map<string, RunNode>();
+  for (const cell of cellsOf(root)) {
+    // Boxes are cut to the cloud's bounds; their middle lies in the cell all the same.
+    const at = (axis: 0 | 1 | 2) => (cell.box.min[axis] + cell.box.max[axis]) / 2;
+    cells.set(cellKey(at(0), at(1), at(2)), cell);
+  }
+  const places = new Float32Array(skeleton.records.buffer);
+  const stretches = new Map<RunNode, Stretch>();
+  let start = 0;
+  let key = "";
+  const close = (end: number): void => {
+    const cell = cells.get(key);
+    if (cell && end > start) stretches.set(cell, { start, count: end - start });
+  };
+  for (let point = 0; point < skeleton.points; ++point) {
+    const at = point * wordsPerRecord;
+    const here = cellKey(places[at]!, places[at + 1]!, places[at + 2]!);
+    if (here === key) continue;
+    close(point);
+    key = here;
+    start = point;
+  }
+  close(skeleton.points);
+  joinAbove(root, stretches);
+  return stretches;
+}
+
+/** Nodes above cells have the stretches of their cells, which follow each other. */
+function joinAbove(node: RunNode, stretches: Map<RunNode, Stretch>): Stretch | undefined {
+  if (node.cell !== null) return stretches.get(node);
+  const below = node.children.map((child) => joinAbove(child, stretches));
+  const found = below.filter((stretch) => stretch !== undefined);
+  if (found.length === 0) return undefined;
+  const count = found.reduce((sum, stretch) => sum + stretch.count, 0);
+  const joined = { start: found[0]!.start, count };
+  stretches.set(node, joined);
+  return joined;
+}
+
+/** Area that the skeleton's points of a stretch cover. */
+export function areaOfStretch(skeleton: Skeleton, bytes: number, stretch: Stretch): number {
+  const data = new DataView(skeleton.records.buffer);
+  return coveredArea((point) => readPosition(data, (stretch.start + point) * bytes), stretch.count);
+}
