@@ -1,0 +1,23 @@
+// The plane whose outline a line of sight meets first.
+
+import type { PlaneInfo } from "../api/protocol";
+import type { Ray } from "../camera/pose";
+import { inRegion, planeFrame } from "../math/plane_frame";
+import { add, dot, scale } from "../math/vector";
+
+export function planeUnder(planes: readonly PlaneInfo[], ray: Ray): PlaneInfo | null {
+  let nearest = Infinity;
+  let found: PlaneInfo | null = null;
+  for (const plane of planes) {
+    const frame = planeFrame(plane);
+    const towards = dot(frame.normal, ray.direction);
+    if (Math.abs(towards) < 1e-9) continue;
+    const away = (dot(frame.normal, frame.origin) - dot(frame.normal, ray.origin)) / towards;
+    if (away <= 0 || away >= nearest) continue;
+    const place = add(ray.origin, scale(ray.direction, away));
+    if (!plane.regions.some((region) => inRegion(frame, region, place))) continue;
+    nearest = away;
+    found = plane;
+  }
+  return found;
+}
