@@ -1,10 +1,25 @@
 import { Api, ApiError } from "./api/client";
 import { showNotice } from "./notice";
+import "./styles/view.css";
+import { openViewer } from "./viewer";
+import { openWorkbench } from "./workbench";
+
+const noPoints = "This project holds no points, so there is nothing to show.";
 
 async function start(): Promise<void> {
   const api = new Api();
   const project = await api.project();
   document.title = `${project.name} - Orvix`;
+  const viewer = openViewer(api, project, document.getElementById("view")!);
+  openWorkbench(viewer, document.getElementById("panels")!);
+  if (project.points === 0) showNotice(noPoints);
+  // For tests, and for who looks at the page from the browser's console.
+  Object.assign(window, { orvixView: viewer });
+  api.stayAlive(() =>
+    showNotice(
+      "The program that serves this page has ended. What is shown stays; start it again to go on.",
+    ),
+  );
 }
 
 start().catch((error: unknown) => {
