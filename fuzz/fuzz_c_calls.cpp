@@ -390,6 +390,13 @@ private:
         Check(orvix_neighbours_within(near_, place, radius, indices.data(), in_.Capacity(), &count_,
                                       Error()));
         Check(orvix_neighbours_nearest(near_, place, indices.data(), Error()));
+        std::vector<std::uint32_t> counts(kItems);
+        const std::uint64_t places = in_.Byte() % (kItems / 3);
+        Check(orvix_neighbours_within_many(near_, xyz_.data(), places, radius, nullptr, nullptr,
+                                           counts.data(), indices.data(), in_.Capacity(), &count_,
+                                           Error()));
+        Check(orvix_neighbours_nearest_many(near_, xyz_.data(), places, nullptr, nullptr,
+                                            indices.data(), Error()));
     }
 
     void Statistics() {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -46,6 +47,12 @@ orvix_status Answered(orvix_error* error, Body body) noexcept {
     } catch (...) {
         return FillFromException(error);
     }
+}
+
+/// A host's callback as our own layers ask it, for work whose done part nobody knows; empty for null.
+inline std::function<bool()> Asked(orvix_proceed proceed, void* user) {
+    if (proceed == nullptr) return {};
+    return [proceed, user] { return proceed(user, -1.0) != 0; };
 }
 
 Answer RequirePointer(const void* pointer, const char* name);

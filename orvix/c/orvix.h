@@ -58,7 +58,7 @@
 // What this header describes. A library of the same major and an equal or higher minor version
 // serves a host; `orvix_interface_version` returns the library's.
 #define ORVIX_C_MAJOR 1
-#define ORVIX_C_MINOR 3
+#define ORVIX_C_MINOR 4
 
 #if defined(_WIN32)
 #define ORVIX_C_CALL __cdecl
@@ -342,6 +342,16 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_read_world(const orvix_projec
                                                               uint64_t first, uint64_t count,
                                                               double* xyz, orvix_error* error);
 
+// Positions of points in memory through a matrix of 16 doubles, row by row, three doubles each:
+// through a project's local_to_world the world, to the last bit as orvix_points_read_world has it.
+// The points are three floats each, `stride` bytes apart (24 for orvix_point).
+// Threads  no handle is used: calls may run side by side.
+// Cost     some nanoseconds a point.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_points_transform(const double* matrix,
+                                                             const void* points, uint64_t count,
+                                                             uint64_t stride, double* xyz,
+                                                             orvix_error* error);
+
 typedef struct orvix_view orvix_view;
 
 // Borrows points where they are mapped, without any copy. They are to be read only.
@@ -595,6 +605,12 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_points(const orvix_planes
                                                               uint64_t* records, uint64_t capacity,
                                                               uint64_t* count, orvix_error* error);
 
+// The same with a callback, which is asked every few ten thousand points; null: nobody is asked.
+// Errors  CANCELLED; what the arrays hold then is nothing to rely on.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_planes_get_points_while(
+    const orvix_planes* planes, uint32_t number, orvix_proceed proceed, void* user, double* xyz,
+    uint64_t* records, uint64_t capacity, uint64_t* count, orvix_error* error);
+
 enum {
     ORVIX_PLACE_ON_PLANE = 0,  // the nearest plane around is near enough
     ORVIX_PLACE_TOO_FAR = 1,   // the nearest plane around is not
@@ -636,6 +652,10 @@ typedef struct orvix_mesh orvix_mesh;
 // Cost  n log n; about 2 s for a million points.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_mesh(const orvix_plane* plane, orvix_mesh** mesh,
                                                        orvix_error* error);
+// The same with a callback, which is asked every few milliseconds; null: nobody is asked.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_plane_mesh_while(const orvix_plane* plane,
+                                                             orvix_proceed proceed, void* user,
+                                                             orvix_mesh** mesh, orvix_error* error);
 // Triangulates any points (three doubles each) in the plane of `equation` (four doubles), with the
 // segments of the open polyline `boundary` as edges: repeat its first position to close it; 0
 // positions bound nothing. Every triangle of the convex hull is listed. The mesh's points are the
@@ -648,6 +668,11 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_triangulate(const double* xyz, uint6
                                                         const double* boundary,
                                                         uint64_t boundary_count, orvix_mesh** mesh,
                                                         orvix_error* error);
+// The same with a callback, which is asked every few milliseconds; null: nobody is asked.
+ORVIX_C_API orvix_status ORVIX_C_CALL
+orvix_triangulate_while(const double* xyz, uint64_t count, const double* equation,
+                        const double* boundary, uint64_t boundary_count, orvix_proceed proceed,
+                        void* user, orvix_mesh** mesh, orvix_error* error);
 // Positions, three doubles each, and triangles, three places in that list each, into the caller's
 // arrays: two lists, each with its capacity and count; both must fit.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_mesh_read(const orvix_mesh* mesh, double* xyz,
@@ -669,6 +694,12 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_open(const void* points, 
                                                             uint64_t stride,
                                                             orvix_neighbours** neighbours,
                                                             orvix_error* error);
+// The same with a callback, which is asked every few milliseconds; null: nobody is asked.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_open_while(const void* points,
+                                                                  uint64_t count, uint64_t stride,
+                                                                  orvix_proceed proceed, void* user,
+                                                                  orvix_neighbours** neighbours,
+                                                                  orvix_error* error);
 // The points within `radius` of a position (three doubles), itself included, by ascending distance
 // and, where equal, by ascending index. A list.
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_within(const orvix_neighbours* neighbours,
@@ -679,6 +710,30 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_within(const orvix_neighb
 ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_nearest(const orvix_neighbours* neighbours,
                                                                const double* position,
                                                                int32_t* index, orvix_error* error);
+
+// Both for many positions (three doubles each) in one call, for hosts in which a call costs more than
+// a search does. `proceed` (null: nobody is asked) is asked every few milliseconds.
+//
+// `counts` receives how many points lie within `radius` of each position, and `indices` one list after
+// the other, each as orvix_neighbours_within gives it. Positions are searched until `indices` is full:
+// of the first `searched` positions counts and lists are whole. Call again with the others. A null
+// array with capacity 0 asks for the counts alone.
+//
+//     for (at = 0; at < count; at += searched) {
+//         orvix_neighbours_within_many(neighbours, xyz + 3 * at, count - at, 0.1, NULL, NULL,
+//                                      counts, indices, capacity, &searched, &error);
+//         Use(counts, indices, searched);
+//     }
+//
+// Errors  TOO_SMALL: the first list alone does not fit; counts[0] says how many it has. CANCELLED.
+// Threads calls may run side by side on one handle.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_within_many(
+    const orvix_neighbours* neighbours, const double* xyz, uint64_t count, double radius,
+    orvix_proceed proceed, void* user, uint32_t* counts, int32_t* indices, uint64_t capacity,
+    uint64_t* searched, orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_neighbours_nearest_many(
+    const orvix_neighbours* neighbours, const double* xyz, uint64_t count, orvix_proceed proceed,
+    void* user, int32_t* indices, orvix_error* error);
 ORVIX_C_API void ORVIX_C_CALL orvix_neighbours_close(orvix_neighbours* neighbours);
 
 // ---- Sections -------------------------------------------------------------------------------

@@ -57,9 +57,7 @@ tl::expected<detail::SeedPlaneOptions, Refusal> SearchOptions(const orvix_plane_
     if (given.outline_points > 0) {
         options.outlinePoints = static_cast<std::size_t>(given.outline_points);
     }
-    if (given.proceed != nullptr) {
-        options.proceed = [ask = given.proceed, user = given.user] { return ask(user, -1.0) != 0; };
-    }
+    options.proceed = Asked(given.proceed, given.user);
     return options;
 }
 
@@ -227,15 +225,22 @@ orvix_status orvix_plane_get_ring(const orvix_plane* plane, uint64_t ring, doubl
 }
 
 orvix_status orvix_plane_mesh(const orvix_plane* plane, orvix_mesh** mesh, orvix_error* error) {
+    return orvix_plane_mesh_while(plane, nullptr, nullptr, mesh, error);
+}
+
+orvix_status orvix_plane_mesh_while(const orvix_plane* plane, orvix_proceed proceed, void* user,
+                                    orvix_mesh** mesh, orvix_error* error) {
     if (mesh != nullptr) *mesh = nullptr;
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(plane, "plane"); !there) return there;
         if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
         const FittedPlane& fitted = plane->grown.plane;
-        auto made = std::make_unique<orvix_mesh>();
-        made->mesh =
+        auto triangles =
             detail::MeshOfPlane(fitted, detail::Thinned(fitted.data(), plane->outlinePoints),
-                                plane->frame, plane->equation);
+                                plane->frame, plane->equation, Asked(proceed, user));
+        if (!triangles) return Refuse(triangles.error());
+        auto made = std::make_unique<orvix_mesh>();
+        made->mesh = std::move(*triangles);
         if (made->mesh.triangles.empty()) {
             return Refuse(ORVIX_BAD_INPUT,
                           fmt::format("the plane's {} points enclose no area, so there is no mesh; "

@@ -33,9 +33,11 @@ std::size_t ChunkOf(const detection::PlaneSet& set, std::uint64_t record) {
     return low;
 }
 
-// Hands over the points of all chunks that reach into records `first` to `end` - 1.
+// Hands over the points of all chunks that reach into records `first` to `end` - 1; asks between chunks,
+// which are some tens of thousands of points, with the part of the records that is done.
 Answer ReadPoints(const orvix_planes& planes, std::uint64_t first, std::uint64_t end,
-                  const std::function<void(const PlanePoints&)>& use) {
+                  const std::function<void(const PlanePoints&)>& use,
+                  orvix_proceed proceed = nullptr, void* user = nullptr) {
     if (first == end) return {};
     const auto reader = planes.project->Core().CreateAlivePointReader();
     if (!reader) {
@@ -44,6 +46,10 @@ Answer ReadPoints(const orvix_planes& planes, std::uint64_t first, std::uint64_t
     const detection::PlaneSet& set = *planes.set;
     for (std::size_t chunk = ChunkOf(set, first);
          chunk < set.Chunks() && set.FirstRecord(chunk) < end; ++chunk) {
+        const std::uint64_t at = std::max(set.FirstRecord(chunk), first);
+        if (proceed != nullptr &&
+            proceed(user, static_cast<double>(at - first) / static_cast<double>(end - first)) == 0)
+            return Refuse(ORVIX_CANCELLED, "reading the points of a plane was cancelled");
         if (auto done = set.ReadChunk(*reader, chunk, use); !done) return Refuse(done.error());
     }
     return {};
@@ -124,6 +130,14 @@ orvix_status orvix_planes_read_numbers(const orvix_planes* planes, uint64_t firs
 orvix_status orvix_planes_get_points(const orvix_planes* planes, uint32_t number, double* xyz,
                                      uint64_t* records, uint64_t capacity, uint64_t* count,
                                      orvix_error* error) {
+    return orvix_planes_get_points_while(planes, number, nullptr, nullptr, xyz, records, capacity,
+                                         count, error);
+}
+
+orvix_status orvix_planes_get_points_while(const orvix_planes* planes, uint32_t number,
+                                           orvix_proceed proceed, void* user, double* xyz,
+                                           uint64_t* records, uint64_t capacity, uint64_t* count,
+                                           orvix_error* error) {
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(planes, "planes"); !there) return there;
         const auto place = PlaceOf(*planes, number);
@@ -134,8 +148,9 @@ orvix_status orvix_planes_get_points(const orvix_planes* planes, uint32_t number
         if (!fill) return ErrorOf(fill);
         if (!*fill) return {};
         PointLists lists{static_cast<std::int32_t>(*place), xyz, records, points};
-        auto done = ReadPoints(*planes, 0, planes->set->Points(),
-                               [&](const PlanePoints& some) { lists.Add(some, planes->frame); });
+        auto done = ReadPoints(
+            *planes, 0, planes->set->Points(),
+            [&](const PlanePoints& some) { lists.Add(some, planes->frame); }, proceed, user);
         if (done && lists.left > 0)
             return Refuse(ORVIX_DAMAGED, "the points have changed since; search again");
         return done;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -147,6 +148,29 @@ orvix_status orvix_points_read_world(const orvix_project* project, uint64_t firs
                 xyz[2] = world.z;
             }
             first += some;
+        }
+        return {};
+    });
+}
+
+orvix_status orvix_points_transform(const double* matrix, const void* points, uint64_t count,
+                                    uint64_t stride, double* xyz, orvix_error* error) {
+    return Answered(error, [&]() -> Answer {
+        if (auto there = RequirePointer(matrix, "matrix"); !there) return there;
+        if (count == 0) return {};
+        if (auto there = RequirePointer(points, "points"); !there) return there;
+        if (auto there = RequirePointer(xyz, "xyz"); !there) return there;
+        LocalToWorld frame;
+        std::copy_n(matrix, frame.m.size(), frame.m.begin());
+        const auto* at = static_cast<const unsigned char*>(points);
+        for (std::uint64_t i = 0; i < count; ++i, at += stride, xyz += 3) {
+            SimplePointT<float> local;
+            std::memcpy(static_cast<void*>(&local), at, sizeof local);
+            const SimplePointT<double> world =
+                frame.ToWorld(SimplePointT<double>{local.x, local.y, local.z});
+            xyz[0] = world.x;
+            xyz[1] = world.y;
+            xyz[2] = world.z;
         }
         return {};
     });

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <span>
@@ -12,19 +13,11 @@
 #include "orvix/c/boundary.h"
 #include "orvix/c/mesh_handle.h"
 #include "orvix/geometry/vector.h"
-#include "orvix/points/nearest_neighbour.h"
-#include "orvix/surfaces/point_cloud_geometrics.h"
+#include "orvix/surfaces/stoppable_surface.h"
 #include "orvix/surfaces/surface_mesh.h"
 
 using namespace orvix;
 using namespace orvix::detail;
-
-/// An index; it has a copy of the points.
-struct orvix_neighbours {
-    explicit orvix_neighbours(const std::vector<SimplePointT<float>>& points) : index(&points) {}
-
-    CNearestNeighbour index;
-};
 
 namespace {
 
@@ -33,9 +26,8 @@ using Triangle = std::array<std::uint32_t, 3>;
 static_assert(sizeof(Vector) == 3 * sizeof(double));
 static_assert(sizeof(Triangle) == 3 * sizeof(std::uint32_t));
 
-// Faces and neighbours name points by ints.
+// Faces name points by ints.
 constexpr std::uint64_t kMaxPoints = std::numeric_limits<std::int32_t>::max();
-constexpr std::uint64_t kPositionBytes = 3 * sizeof(float);
 
 Answer RequireCountable(std::uint64_t count) {
     if (count <= kMaxPoints) return {};
@@ -69,15 +61,16 @@ Answer RequireNormal(const double* equation) {
                               equation[2], equation[3]));
 }
 
-detail::TriangleMesh Triangulate(std::vector<Vector> points, const double* equation,
-                                 const std::vector<Vector>& boundary) {
+tl::expected<detail::TriangleMesh, Refusal> Triangulate(std::vector<Vector> points,
+                                                        const double* equation,
+                                                        const std::vector<Vector>& boundary,
+                                                        const std::function<bool()>& proceed) {
     const std::size_t given = points.size();
     std::vector<int> faces;
-    PointCloudGeometrics::ConstrainedSurface(
-        points, CGAL::Plane_3<CGAL::Epick>(equation[0], equation[1], equation[2], equation[3]),
-        faces, &boundary);
-    LiftPlanarVertices(points, given,
-                       PlaneFrame(equation[0], equation[1], equation[2], equation[3]));
+    const PlaneFrame frame(equation[0], equation[1], equation[2], equation[3]);
+    if (!ConstrainedSurfaceWhile(points, frame, faces, boundary, proceed))
+        return Refuse(ORVIX_CANCELLED, "the triangulation was cancelled");
+    LiftPlanarVertices(points, given, frame);
     detail::TriangleMesh mesh;
     mesh.points = std::move(points);
     mesh.triangles.reserve(faces.size() / 4);
@@ -89,22 +82,19 @@ detail::TriangleMesh Triangulate(std::vector<Vector> points, const double* equat
     return mesh;
 }
 
-std::vector<SimplePointT<float>> PositionsOf(const void* points, std::uint64_t count,
-                                             std::uint64_t stride) {
-    std::vector<SimplePointT<float>> positions(static_cast<std::size_t>(count));
-    const auto* bytes = static_cast<const unsigned char*>(points);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        std::memcpy(static_cast<void*>(&positions[static_cast<std::size_t>(i)]), bytes + i * stride,
-                    kPositionBytes);
-    }
-    return positions;
-}
-
 }  // namespace
 
 orvix_status orvix_triangulate(const double* xyz, uint64_t count, const double* equation,
                                const double* boundary, uint64_t boundary_count, orvix_mesh** mesh,
                                orvix_error* error) {
+    return orvix_triangulate_while(xyz, count, equation, boundary, boundary_count, nullptr, nullptr,
+                                   mesh, error);
+}
+
+orvix_status orvix_triangulate_while(const double* xyz, uint64_t count, const double* equation,
+                                     const double* boundary, uint64_t boundary_count,
+                                     orvix_proceed proceed, void* user, orvix_mesh** mesh,
+                                     orvix_error* error) {
     if (mesh != nullptr) *mesh = nullptr;
     return Answered(error, [&]() -> Answer {
         if (auto there = RequirePointer(mesh, "mesh"); !there) return there;
@@ -114,8 +104,10 @@ orvix_status orvix_triangulate(const double* xyz, uint64_t count, const double* 
         if (!points) return ErrorOf(points);
         const auto line = Positions(boundary, boundary_count, "boundary");
         if (!line) return ErrorOf(line);
+        auto triangles = Triangulate(std::move(*points), equation, *line, Asked(proceed, user));
+        if (!triangles) return ErrorOf(triangles);
         auto made = std::make_unique<orvix_mesh>();
-        made->mesh = Triangulate(std::move(*points), equation, *line);
+        made->mesh = std::move(*triangles);
         *mesh = made.release();
         return {};
     });
@@ -144,58 +136,4 @@ orvix_status orvix_mesh_read(const orvix_mesh* mesh, double* xyz, uint64_t point
 
 void orvix_mesh_close(orvix_mesh* mesh) {
     delete mesh;
-}
-
-orvix_status orvix_neighbours_open(const void* points, uint64_t count, uint64_t stride,
-                                   orvix_neighbours** neighbours, orvix_error* error) {
-    if (neighbours != nullptr) *neighbours = nullptr;
-    return Answered(error, [&]() -> Answer {
-        if (auto there = RequirePointer(neighbours, "neighbours"); !there) return there;
-        if (auto countable = RequireCountable(count); !countable) return countable;
-        if (count > 0) {
-            if (auto there = RequirePointer(points, "points"); !there) return there;
-        }
-        if (stride < kPositionBytes || stride > kMaxPoints) {
-            return Refuse(ORVIX_BAD_ARGUMENT,
-                          fmt::format("a stride of {} bytes; three floats take 12", stride));
-        }
-        const auto positions = PositionsOf(points, count, stride);
-        *neighbours = new orvix_neighbours(positions);
-        return {};
-    });
-}
-
-orvix_status orvix_neighbours_within(const orvix_neighbours* neighbours, const double* position,
-                                     double radius, int32_t* indices, uint64_t capacity,
-                                     uint64_t* count, orvix_error* error) {
-    return Answered(error, [&]() -> Answer {
-        if (auto there = RequirePointer(neighbours, "neighbours"); !there) return there;
-        if (auto there = RequirePointer(position, "position"); !there) return there;
-        std::vector<int> found;
-        if (radius >= 0) {
-            neighbours->index.FindWithin({position[0], position[1], position[2]}, radius * radius,
-                                         found);
-        }
-        const auto fill = Fits(found.size(), indices, capacity, count, "neighbours");
-        if (!fill) return ErrorOf(fill);
-        if (*fill) std::copy(found.begin(), found.end(), indices);
-        return {};
-    });
-}
-
-orvix_status orvix_neighbours_nearest(const orvix_neighbours* neighbours, const double* position,
-                                      int32_t* index, orvix_error* error) {
-    return Answered(error, [&]() -> Answer {
-        if (auto there = RequirePointer(neighbours, "neighbours"); !there) return there;
-        if (auto there = RequirePointer(position, "position"); !there) return there;
-        if (auto there = RequirePointer(index, "index"); !there) return there;
-        int nearest = -1;
-        neighbours->index.FindNearest({position[0], position[1], position[2]}, nearest);
-        *index = nearest;
-        return {};
-    });
-}
-
-void orvix_neighbours_close(orvix_neighbours* neighbours) {
-    delete neighbours;
 }

@@ -12,8 +12,12 @@
 #include <numeric>
 #include <optional>
 
+#include "orvix/platform/asker.h"
+
 namespace orvix {
 namespace {
+
+using detail::Asker;
 
 struct Neighbour {
     double squaredDistance;
@@ -133,6 +137,12 @@ struct NearestOne {
     }
 };
 
+/// Ends the building of a tree, whose library knows no other way; it is caught in this file.
+struct BuildingStopped {};
+
+/// Reads of coordinates between two questions: some milliseconds of building.
+constexpr std::uint32_t kReadsPerQuestion = 1 << 20;
+
 template <std::size_t Dimension>
 bool IsFinite(const std::array<double, Dimension>& position) {
     return std::all_of(position.begin(), position.end(), [](double c) { return std::isfinite(c); });
@@ -163,21 +173,27 @@ struct CNearestNeighbour::TreeOf final : Tree {
     };
 
     template <class Container, class PositionOf>
-    TreeOf(const Container& points, PositionOf positionOf) {
+    TreeOf(const Container& points, PositionOf positionOf,
+           const std::function<bool()>& proceed = {}) {
+        Asker asker(proceed, kReadsPerQuestion);
+        if (proceed) asker_ = &asker;
         entries.reserve(points.size());
         int source = 0;
         for (const auto& point : points) {
+            Ask();
             const Position position = positionOf(point);
             if (IsFinite(position)) entries.push_back({position, source});  // BEHAVIOUR N4
             ++source;
         }
         index = std::make_unique<Index>(Dimension, *this, kLeafPoints);
         StoreInTreeOrder();
+        asker_ = nullptr;
     }
 
     // What nanoflann asks of a set of points.
     [[nodiscard]] std::size_t kdtree_get_point_count() const { return entries.size(); }
     [[nodiscard]] double kdtree_get_pt(int i, std::size_t axis) const {
+        Ask();
         return entries[static_cast<std::size_t>(i)].position[axis];
     }
     template <class Box>
@@ -241,6 +257,7 @@ private:
         std::vector<Entry> ordered;
         ordered.reserve(entries.size());
         for (const int entry : index->vAcc) {
+            Ask();
             ordered.push_back(entries[static_cast<std::size_t>(entry)]);
         }
         entries.swap(ordered);
@@ -272,6 +289,12 @@ private:
         }
     }
 
+    // While the tree is built, and only where somebody is to be asked.
+    void Ask() const {
+        if (asker_ != nullptr && !asker_->GoesOn()) throw BuildingStopped();
+    }
+
+    Asker* asker_ = nullptr;
     std::vector<Entry> entries;
     std::unique_ptr<Index> index;
 };
@@ -301,7 +324,22 @@ CNearestNeighbour::CNearestNeighbour(const std::vector<SimplePointT<float>>* poi
           return std::array<double, 3>{point.x, point.y, point.z};
       })) {}
 
+CNearestNeighbour::CNearestNeighbour(std::unique_ptr<Tree> tree) : tree_(std::move(tree)) {}
+
 CNearestNeighbour::~CNearestNeighbour() = default;
+
+std::unique_ptr<CNearestNeighbour> CNearestNeighbour::Make(
+    const std::vector<SimplePointT<float>>& points, const std::function<bool()>& proceed) {
+    const auto positionOf = [](const SimplePointT<float>& point) {
+        return std::array<double, 3>{point.x, point.y, point.z};
+    };
+    try {
+        std::unique_ptr<Tree> tree = std::make_unique<TreeOf<3>>(points, positionOf, proceed);
+        return std::unique_ptr<CNearestNeighbour>(new CNearestNeighbour(std::move(tree)));
+    } catch (const BuildingStopped&) {
+        return nullptr;
+    }
+}
 
 template <class Allocate>
 std::size_t CNearestNeighbour::AllWithin(const SimplePointT<double>& query, double bound,

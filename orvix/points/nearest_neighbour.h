@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <utility>
@@ -51,6 +52,10 @@ public:
     explicit CNearestNeighbour(const std::vector<CPoint>& points);
     explicit CNearestNeighbour(const std::vector<const SimplePointT<float>*>* points);
     explicit CNearestNeighbour(const std::vector<SimplePointT<float>>* points);
+    /// The index over many points that a user may grow tired of: `proceed` is asked every few
+    /// milliseconds, on the calling thread; null when it said no. An empty function is not asked.
+    static std::unique_ptr<CNearestNeighbour> Make(const std::vector<SimplePointT<float>>& points,
+                                                   const std::function<bool()>& proceed);
     ~CNearestNeighbour();
     CNearestNeighbour(const CNearestNeighbour&) = delete;
     CNearestNeighbour& operator=(const CNearestNeighbour&) = delete;
@@ -72,6 +77,7 @@ private:
     template <int Dimension>
     struct TreeOf;
 
+    explicit CNearestNeighbour(std::unique_ptr<Tree> tree);
     template <class Allocate>
     std::size_t AllWithin(const SimplePointT<double>& query, double bound, Allocate allocate) const;
     int* NewResult(std::size_t count);

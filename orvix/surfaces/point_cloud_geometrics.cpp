@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "orvix/geometry/plane_frame.h"
+#include "orvix/platform/asker.h"
 #include "orvix/surfaces/planar_triangulation.h"
+#include "orvix/surfaces/stoppable_surface.h"
 
 namespace orvix {
 namespace {
@@ -19,19 +21,26 @@ bool IsFinite(double s, double t) {
     return std::isfinite(s) && std::isfinite(t);
 }
 
-void InsertPolyline(PlanarTriangulation& triangulation, const PlaneFrame& frame,
-                    const std::vector<SimplePointT<double>>& boundary) {
+constexpr std::uint32_t kInsertionsPerQuestion = 4096;  // some milliseconds
+constexpr std::uint32_t kSegmentsPerQuestion = 64;      // a long one crosses many triangles
+
+bool InsertPolyline(PlanarTriangulation& triangulation, const PlaneFrame& frame,
+                    const std::vector<SimplePointT<double>>& boundary,
+                    const std::function<bool()>& proceed) {
+    detail::Asker asker(proceed, kSegmentsPerQuestion);
     const auto insert = [&](const SimplePointT<double>& p) {
         const SimplePoint2DT<double> flat = frame.To2D(p);
         return IsFinite(flat.x, flat.y) ? triangulation.insert(Kernel::Point_2(flat.x, flat.y))
                                         : VertexHandle();
     };
     for (std::size_t k = 1; k < boundary.size(); ++k) {  // BEHAVIOUR S4
+        if (!asker.GoesOn()) return false;
         const VertexHandle from = insert(boundary[k - 1]);
         const VertexHandle to = insert(boundary[k]);
         if (from == VertexHandle() || to == VertexHandle() || from == to) continue;
         triangulation.insert_constraint(from, to);
     }
+    return true;
 }
 
 // The planar position itself, with the signed distance of (s, t, 0) from the plane as height.
@@ -63,13 +72,22 @@ void PointCloudGeometrics::ConstrainedSurface(std::vector<SimplePointT<double>>&
                                               const std::vector<SimplePointT<double>>* boundary) {
     assert(boundary != nullptr);
     const PlaneFrame frame(plane.a(), plane.b(), plane.c(), plane.d());
+    static_cast<void>(detail::ConstrainedSurfaceWhile(points, frame, faces, *boundary, {}));
+}
+
+bool detail::ConstrainedSurfaceWhile(std::vector<SimplePointT<double>>& points,
+                                     const PlaneFrame& frame, std::vector<int>& faces,
+                                     const std::vector<SimplePointT<double>>& boundary,
+                                     const std::function<bool()>& proceed) {
     PlanarTriangulation triangulation;
+    Asker asker(proceed, kInsertionsPerQuestion);
     for (std::size_t i = 0; i < points.size(); ++i) {
+        if (!asker.GoesOn()) return false;
         const SimplePoint2DT<double> flat = frame.To2D(points[i]);
         if (!IsFinite(flat.x, flat.y)) continue;
         triangulation.insert(Kernel::Point_2(flat.x, flat.y))->index = static_cast<std::int32_t>(i);
     }
-    InsertPolyline(triangulation, frame, *boundary);
+    if (!InsertPolyline(triangulation, frame, boundary, proceed)) return false;
 
     for (const auto face : triangulation.finite_face_handles()) {
         faces.push_back(3);
@@ -82,6 +100,7 @@ void PointCloudGeometrics::ConstrainedSurface(std::vector<SimplePointT<double>>&
             faces.push_back(vertex->index);
         }
     }
+    return true;
 }
 
 void PointCloudGeometrics::ExtractSurfaceFaces(const PlanarTriangulation& triangulation,

@@ -2,6 +2,8 @@
 #include "orvix/surfaces/surface_mesh.h"
 
 #include "orvix/geometry/polygon_index.h"
+#include "orvix/platform/asker.h"
+#include "orvix/surfaces/stoppable_surface.h"
 
 namespace orvix {
 
@@ -25,9 +27,20 @@ void LiftPlanarVertices(std::vector<SimplePointT<double>>& points, std::size_t f
 std::vector<int> FacesInsideOutline(const std::vector<SimplePointT<double>>& points,
                                     const std::vector<int>& faces, const PlaneFrame& frame,
                                     const PlaneOutline& outline) {
-    const detail::PolygonIndex index(outline);
     std::vector<int> kept;
+    static_cast<void>(detail::FacesInsideOutlineWhile(points, faces, frame, outline, kept, {}));
+    return kept;
+}
+
+bool detail::FacesInsideOutlineWhile(const std::vector<SimplePointT<double>>& points,
+                                     const std::vector<int>& faces, const PlaneFrame& frame,
+                                     const PlaneOutline& outline, std::vector<int>& kept,
+                                     const std::function<bool()>& proceed) {
+    constexpr std::uint32_t kFacesPerQuestion = 4096;  // some milliseconds
+    const PolygonIndex index(outline);
+    Asker asker(proceed, kFacesPerQuestion);
     for (std::size_t f = 0; f + 3 < faces.size(); f += 4) {
+        if (!asker.GoesOn()) return false;
         const auto corner = [&](std::size_t k) {
             return frame.To2D(points[static_cast<std::size_t>(faces[f + k])]);
         };
@@ -38,7 +51,7 @@ std::vector<int> FacesInsideOutline(const std::vector<SimplePointT<double>>& poi
         if (!index.Contains({(p.x + q.x + r.x) / 3, (p.y + q.y + r.y) / 3})) continue;
         kept.insert(kept.end(), {3, faces[f + 1], faces[f + 2], faces[f + 3]});
     }
-    return kept;
+    return true;
 }
 
 }  // namespace orvix

@@ -9,10 +9,10 @@ Expected<detail::TriangleMesh> MeshOf(const reports::WorldProject& project,
                                       const reports::PlaneFinding& finding) {
     const detail::SeedPlane& grown = finding.grown;
     // BEHAVIOUR C7
-    detail::TriangleMesh mesh = detail::MeshOfPlane(
+    auto mesh = detail::MeshOfPlane(
         grown.plane, detail::Thinned(grown.plane.data(), detail::SeedPlaneOptions{}.outlinePoints),
         project.frame, finding.equation);
-    if (!mesh.triangles.empty()) return mesh;
+    if (!mesh || !mesh->triangles.empty()) return mesh;
     return Fail(ErrorCode::BadInput,
                 fmt::format("the plane's {} points enclose no area, so there is no mesh; choose "
                             "another seed, or a larger --distance",

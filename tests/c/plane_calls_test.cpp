@@ -268,6 +268,158 @@ TEST(CNeighbourCalls, AgreeWithLookingAtEveryPoint) {
     orvix_neighbours_close(index);
 }
 
+/// An index over random points, and random positions around them.
+class CNeighbourLists : public testing::Test {
+protected:
+    CNeighbourLists() {
+        std::mt19937 draw(31);
+        std::uniform_real_distribution<float> place(-2, 2);
+        for (auto& p : points) p.x = place(draw), p.y = place(draw), p.z = place(draw);
+        for (double& each : xyz) each = static_cast<double>(place(draw));
+        EXPECT_EQ(
+            orvix_neighbours_open(points.data(), points.size(), sizeof points[0], &index, &error),
+            ORVIX_OK);
+    }
+    ~CNeighbourLists() override { orvix_neighbours_close(index); }
+
+    [[nodiscard]] const double* Position(std::size_t i) const { return xyz.data() + 3 * i; }
+    std::vector<std::int32_t> Within(std::size_t i, double radius) {
+        std::vector<std::int32_t> found(points.size());
+        std::uint64_t count = 0;
+        EXPECT_EQ(orvix_neighbours_within(index, Position(i), radius, found.data(), found.size(),
+                                          &count, &error),
+                  ORVIX_OK);
+        found.resize(count);
+        return found;
+    }
+
+    static constexpr std::size_t kPositions = 300;
+    orvix_error error = Sized<orvix_error>();
+    orvix_neighbours* index = nullptr;
+    std::vector<orvix_point> points = std::vector<orvix_point>(2000);
+    std::vector<double> xyz = std::vector<double>(3 * kPositions);
+    std::uint64_t searched = 0;
+};
+
+// BEHAVIOUR B8
+TEST_F(CNeighbourLists, AreThoseOfSingleSearchesWhateverRoomThereIs) {
+    for (const std::uint64_t capacity : {40U, 333U, 100'000U}) {
+        std::vector<std::uint32_t> counts(kPositions);
+        std::vector<std::int32_t> indices(capacity);
+        std::size_t calls = 0;
+        for (std::size_t at = 0; at < kPositions; at += searched, ++calls) {
+            ASSERT_EQ(orvix_neighbours_within_many(index, Position(at), kPositions - at, 0.5,
+                                                   nullptr, nullptr, counts.data(), indices.data(),
+                                                   capacity, &searched, &error),
+                      ORVIX_OK)
+                << error.text;
+            ASSERT_GT(searched, 0U);
+            auto begin = indices.begin();
+            for (std::size_t i = 0; i < searched; ++i) {
+                const std::vector<std::int32_t> wanted = Within(at + i, 0.5);
+                ASSERT_EQ(std::vector<std::int32_t>(begin, begin + counts[i]), wanted);
+                begin += counts[i];
+            }
+        }
+        EXPECT_EQ(calls == 1, capacity == 100'000U);
+    }
+    std::vector<std::uint32_t> counts(kPositions);
+    ASSERT_EQ(orvix_neighbours_within_many(index, xyz.data(), kPositions, 0.5, nullptr, nullptr,
+                                           counts.data(), nullptr, 0, &searched, &error),
+              ORVIX_OK);
+    EXPECT_EQ(searched, kPositions);
+    for (std::size_t i = 0; i < kPositions; ++i) EXPECT_EQ(counts[i], Within(i, 0.5).size());
+
+    std::vector<std::int32_t> nearest(kPositions);
+    ASSERT_EQ(orvix_neighbours_nearest_many(index, xyz.data(), kPositions, nullptr, nullptr,
+                                            nearest.data(), &error),
+              ORVIX_OK);
+    for (std::size_t i = 0; i < kPositions; ++i) {
+        std::int32_t wanted = -2;
+        ASSERT_EQ(orvix_neighbours_nearest(index, Position(i), &wanted, &error), ORVIX_OK);
+        EXPECT_EQ(nearest[i], wanted);
+    }
+}
+
+TEST_F(CNeighbourLists, RefuseAFirstListThatDoesNotFitAndArraysThatAreMissing) {
+    std::uint32_t counts[2] = {};
+    std::int32_t indices[3] = {-7, -7, -7};
+    EXPECT_EQ(orvix_neighbours_within_many(index, xyz.data(), 2, 10, nullptr, nullptr, counts,
+                                           indices, 3, &searched, &error),
+              ORVIX_TOO_SMALL);
+    EXPECT_TRUE(searched == 0 && counts[0] == points.size() && indices[0] == -7);
+    EXPECT_EQ(orvix_neighbours_within_many(index, xyz.data(), 2, 10, nullptr, nullptr, counts,
+                                           nullptr, 3, &searched, &error),
+              ORVIX_BAD_ARGUMENT);
+    EXPECT_EQ(orvix_neighbours_within_many(index, nullptr, 2, 10, nullptr, nullptr, counts, indices,
+                                           3, &searched, &error),
+              ORVIX_BAD_ARGUMENT);
+    EXPECT_EQ(
+        orvix_neighbours_nearest_many(index, xyz.data(), 2, nullptr, nullptr, nullptr, &error),
+        ORVIX_BAD_ARGUMENT);
+    EXPECT_EQ(orvix_neighbours_within_many(index, nullptr, 0, 10, nullptr, nullptr, nullptr,
+                                           nullptr, 0, &searched, &error),
+              ORVIX_OK);
+    const double nowhere[3] = {std::nan(""), 0, 0};
+    EXPECT_EQ(orvix_neighbours_nearest_many(index, nowhere, 1, nullptr, nullptr, indices, &error),
+              ORVIX_OK);
+    EXPECT_EQ(indices[0], -1);
+}
+
+/// Says no when it is asked the last of so many times.
+struct Patience {
+    static std::int32_t ORVIX_C_CALL Ask(void* user, double) {
+        return static_cast<Patience*>(user)->left-- > 0 ? 1 : 0;
+    }
+    std::int32_t left = 0;
+};
+
+// Each call that may take long asks more than once on a hundred thousand points, and ends at each no.
+TEST(CLongCalls, EndWhereTheirCallbackSaysNo) {
+    std::mt19937 draw(5);
+    std::uniform_real_distribution<double> place(0, 10);
+    std::vector<double> xyz(300'000);
+    std::vector<float> floats(xyz.size());
+    for (std::size_t i = 0; i < xyz.size(); ++i) {
+        xyz[i] = i % 3 == 2 ? 0 : place(draw);
+        floats[i] = static_cast<float>(xyz[i]);
+    }
+    const std::uint64_t count = xyz.size() / 3;
+    const double level[] = {0, 0, 1, 0};
+    orvix_error error = Sized<orvix_error>();
+    orvix_neighbours* whole = nullptr;
+    ASSERT_EQ(orvix_neighbours_open(floats.data(), count, 12, &whole, &error), ORVIX_OK);
+    std::vector<std::uint32_t> counts(count);
+    std::vector<std::int32_t> nearest(count);
+    std::uint64_t searched = 0;
+    for (std::int32_t patience : {0, 1}) {
+        Patience asked{patience};
+        orvix_mesh* mesh = nullptr;
+        EXPECT_EQ(orvix_triangulate_while(xyz.data(), count, level, nullptr, 0, Patience::Ask,
+                                          &asked, &mesh, &error),
+                  ORVIX_CANCELLED);
+        EXPECT_TRUE(mesh == nullptr && asked.left == -1);
+        orvix_neighbours* index = nullptr;
+        asked = {patience};
+        EXPECT_EQ(orvix_neighbours_open_while(floats.data(), count, 12, Patience::Ask, &asked,
+                                              &index, &error),
+                  ORVIX_CANCELLED);
+        EXPECT_TRUE(index == nullptr && asked.left == -1);
+        asked = {patience};
+        EXPECT_EQ(
+            orvix_neighbours_within_many(whole, xyz.data(), count, 0.01, Patience::Ask, &asked,
+                                         counts.data(), nullptr, 0, &searched, &error),
+            ORVIX_CANCELLED);
+        EXPECT_EQ(asked.left, -1);
+        asked = {patience};
+        EXPECT_EQ(orvix_neighbours_nearest_many(whole, xyz.data(), count, Patience::Ask, &asked,
+                                                nearest.data(), &error),
+                  ORVIX_CANCELLED);
+        EXPECT_EQ(asked.left, -1);
+    }
+    orvix_neighbours_close(whole);
+}
+
 // BEHAVIOUR B4
 TEST(CStatisticsCalls, DivideValuesIntoTheirClasses) {
     const double values[] = {1, 1.1, 1.2, 5, 5.1, 9, 9.3};

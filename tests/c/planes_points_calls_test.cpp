@@ -86,6 +86,26 @@ TEST_F(CPlanePoints, AreListedByPlane) {
     }
 }
 
+TEST_F(CPlanePoints, AreNotListedFurtherWhereTheHostSaysNo) {
+    std::uint64_t count = 0;
+    ASSERT_EQ(orvix_planes_get_points(planes, 1, nullptr, nullptr, 0, &count, &error), ORVIX_OK);
+    std::vector<std::uint64_t> records(count);
+    const orvix_proceed no = [](void* user, double done) -> std::int32_t {
+        EXPECT_TRUE(done >= 0 && done < 1);
+        return --*static_cast<int*>(user) >= 0 ? 1 : 0;
+    };
+    int patience = 0;
+    EXPECT_EQ(orvix_planes_get_points_while(planes, 1, no, &patience, nullptr, records.data(),
+                                            count, &count, &error),
+              ORVIX_CANCELLED);
+    EXPECT_EQ(patience, -1);
+    patience = 1'000'000;
+    EXPECT_EQ(orvix_planes_get_points_while(planes, 1, no, &patience, nullptr, records.data(),
+                                            count, &count, &error),
+              ORVIX_OK);
+    EXPECT_LT(patience, 1'000'000);
+}
+
 TEST_F(CPlanePoints, AreExplained) {
     const orvix_place floor = At(3, 1, 1.25);
     EXPECT_EQ(floor.verdict, ORVIX_PLACE_ON_PLANE);

@@ -306,7 +306,7 @@ public unsafe delegate int orvix_section_chunk(void* user, ulong first, ulong co
 public static unsafe class NativeMethods {
     private const string Library = "orvix";
     public const int ORVIX_C_MAJOR = 1;
-    public const int ORVIX_C_MINOR = 3;
+    public const int ORVIX_C_MINOR = 4;
     public const int ORVIX_OK = 0;
     public const int ORVIX_FAILED = 1;
     public const int ORVIX_BAD_ARGUMENT = 2;
@@ -405,6 +405,9 @@ public static unsafe class NativeMethods {
     public static extern int orvix_points_read_world(IntPtr project, ulong first, ulong count, double* xyz, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_points_transform(double* matrix, void* points, ulong count, ulong stride, double* xyz, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_points_borrow(IntPtr project, ulong first, ulong count, IntPtr* view, orvix_point** points, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
@@ -465,13 +468,22 @@ public static unsafe class NativeMethods {
     public static extern int orvix_planes_get_points(IntPtr planes, uint number, double* xyz, ulong* records, ulong capacity, ulong* count, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_planes_get_points_while(IntPtr planes, uint number, orvix_proceed proceed, void* user, double* xyz, ulong* records, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_planes_explain(IntPtr planes, double* world, orvix_place* place, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_plane_mesh(IntPtr plane, IntPtr* mesh, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_plane_mesh_while(IntPtr plane, orvix_proceed proceed, void* user, IntPtr* mesh, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_triangulate(double* xyz, ulong count, double* equation, double* boundary, ulong boundary_count, IntPtr* mesh, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_triangulate_while(double* xyz, ulong count, double* equation, double* boundary, ulong boundary_count, orvix_proceed proceed, void* user, IntPtr* mesh, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_mesh_read(IntPtr mesh, double* xyz, ulong point_capacity, ulong* points, uint* triangles, ulong triangle_capacity, ulong* triangle_count, orvix_error* error);
@@ -483,10 +495,19 @@ public static unsafe class NativeMethods {
     public static extern int orvix_neighbours_open(void* points, ulong count, ulong stride, IntPtr* neighbours, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_neighbours_open_while(void* points, ulong count, ulong stride, orvix_proceed proceed, void* user, IntPtr* neighbours, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_neighbours_within(IntPtr neighbours, double* position, double radius, int* indices, ulong capacity, ulong* count, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_neighbours_nearest(IntPtr neighbours, double* position, int* index, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_neighbours_within_many(IntPtr neighbours, double* xyz, ulong count, double radius, orvix_proceed proceed, void* user, uint* counts, int* indices, ulong capacity, ulong* searched, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_neighbours_nearest_many(IntPtr neighbours, double* xyz, ulong count, orvix_proceed proceed, void* user, int* indices, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern void orvix_neighbours_close(IntPtr neighbours);

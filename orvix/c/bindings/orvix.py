@@ -8,7 +8,7 @@
 import ctypes
 
 ORVIX_C_MAJOR = 1
-ORVIX_C_MINOR = 3
+ORVIX_C_MINOR = 4
 ORVIX_OK = 0
 ORVIX_FAILED = 1
 ORVIX_BAD_ARGUMENT = 2
@@ -422,6 +422,8 @@ def load(path):
     library.orvix_points_read_runs.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_run), ctypes.c_uint64, ctypes.POINTER(orvix_point), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_points_read_world.restype = ctypes.c_int32
     library.orvix_points_read_world.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
+    library.orvix_points_transform.restype = ctypes.c_int32
+    library.orvix_points_transform.argtypes = [ctypes.POINTER(ctypes.c_double), ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_error)]
     library.orvix_points_borrow.restype = ctypes.c_int32
     library.orvix_points_borrow.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(ctypes.POINTER(orvix_point)), ctypes.POINTER(orvix_error)]
     library.orvix_view_close.restype = None
@@ -462,22 +464,34 @@ def load(path):
     library.orvix_planes_read_numbers.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint32), ctypes.POINTER(orvix_error)]
     library.orvix_planes_get_points.restype = ctypes.c_int32
     library.orvix_planes_get_points.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_uint64), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_planes_get_points_while.restype = ctypes.c_int32
+    library.orvix_planes_get_points_while.argtypes = [ctypes.c_void_p, ctypes.c_uint32, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_uint64), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_planes_explain.restype = ctypes.c_int32
     library.orvix_planes_explain.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(orvix_place), ctypes.POINTER(orvix_error)]
     library.orvix_plane_mesh.restype = ctypes.c_int32
     library.orvix_plane_mesh.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_plane_mesh_while.restype = ctypes.c_int32
+    library.orvix_plane_mesh_while.argtypes = [ctypes.c_void_p, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
     library.orvix_triangulate.restype = ctypes.c_int32
     library.orvix_triangulate.argtypes = [ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_triangulate_while.restype = ctypes.c_int32
+    library.orvix_triangulate_while.argtypes = [ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
     library.orvix_mesh_read.restype = ctypes.c_int32
     library.orvix_mesh_read.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(ctypes.c_uint32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_mesh_close.restype = None
     library.orvix_mesh_close.argtypes = [ctypes.c_void_p]
     library.orvix_neighbours_open.restype = ctypes.c_int32
     library.orvix_neighbours_open.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_neighbours_open_while.restype = ctypes.c_int32
+    library.orvix_neighbours_open_while.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
     library.orvix_neighbours_within.restype = ctypes.c_int32
     library.orvix_neighbours_within.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_double, ctypes.POINTER(ctypes.c_int32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_neighbours_nearest.restype = ctypes.c_int32
     library.orvix_neighbours_nearest.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.POINTER(ctypes.c_int32), ctypes.POINTER(orvix_error)]
+    library.orvix_neighbours_within_many.restype = ctypes.c_int32
+    library.orvix_neighbours_within_many.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.c_double, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(ctypes.c_uint32), ctypes.POINTER(ctypes.c_int32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_neighbours_nearest_many.restype = ctypes.c_int32
+    library.orvix_neighbours_nearest_many.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, orvix_proceed, ctypes.c_void_p, ctypes.POINTER(ctypes.c_int32), ctypes.POINTER(orvix_error)]
     library.orvix_neighbours_close.restype = None
     library.orvix_neighbours_close.argtypes = [ctypes.c_void_p]
     library.orvix_section_open.restype = ctypes.c_int32

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "orvix/points/thinning.h"
-#include "orvix/surfaces/point_cloud_geometrics.h"
+#include "orvix/surfaces/stoppable_surface.h"
 #include "orvix/surfaces/surface_mesh.h"
 
 namespace orvix::detail {
@@ -42,17 +42,20 @@ Points Thinned(const Points& points, std::size_t max) {
     return some;
 }
 
-TriangleMesh MeshOfPlane(const FittedPlane& plane, const Points& outlinePoints,
-                         const LocalToWorld& frame, const std::array<double, 4>& worldEquation) {
+Expected<TriangleMesh> MeshOfPlane(const FittedPlane& plane, const Points& outlinePoints,
+                                   const LocalToWorld& frame,
+                                   const std::array<double, 4>& worldEquation,
+                                   const std::function<bool()>& proceed) {
+    const auto cancelled = [] { return Fail(ErrorCode::Cancelled, "the mesh was cancelled"); };
     const PlaneFrame own = plane.Frame();
     Points points = outlinePoints;
     const Points boundary = BoundaryOfLargest(plane, points);
+    std::vector<int> all;
     std::vector<int> faces;
-    PointCloudGeometrics::ConstrainedSurface(
-        points, CGAL::Plane_3<CGAL::Epick>(plane.a(), plane.b(), plane.c(), plane.d()), faces,
-        &boundary);
+    if (!ConstrainedSurfaceWhile(points, own, all, boundary, proceed)) return cancelled();
     LiftPlanarVertices(points, outlinePoints.size(), own);
-    faces = FacesInsideOutline(points, faces, own, plane.Outline());
+    if (!FacesInsideOutlineWhile(points, all, own, plane.Outline(), faces, proceed))
+        return cancelled();
 
     TriangleMesh mesh;
     std::vector<std::uint32_t> place(points.size(), kUnused);

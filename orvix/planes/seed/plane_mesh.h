@@ -4,9 +4,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "orvix/planes/fitted_plane.h"
+#include "orvix/platform/error.h"
 #include "orvix/points/records.h"
 #include "orvix/project/transform_file.h"
 
@@ -31,9 +33,12 @@ std::vector<SimplePointT<double>> Thinned(const std::vector<SimplePointT<double>
 /// Units  the result is in world coordinates.
 /// Shape  triangles run counter-clockwise seen from the side that `worldEquation`'s normal points
 ///        to; only points that a triangle uses are kept, in their order.
+/// Errors Cancelled: `proceed` said no; an empty one is not asked.
 /// Cost   n log n; about 2 s for a million points.
-TriangleMesh MeshOfPlane(const FittedPlane& plane,
-                         const std::vector<SimplePointT<double>>& outlinePoints,
-                         const LocalToWorld& frame, const std::array<double, 4>& worldEquation);
+Expected<TriangleMesh> MeshOfPlane(const FittedPlane& plane,
+                                   const std::vector<SimplePointT<double>>& outlinePoints,
+                                   const LocalToWorld& frame,
+                                   const std::array<double, 4>& worldEquation,
+                                   const std::function<bool()>& proceed = {});
 
 }  // namespace orvix::detail
