@@ -19,7 +19,7 @@ import numpy as np
 
 import orvix
 
-BLOCK = 1 << 14  # 400 kB: stays in the cache between the passes over its fields
+BLOCK = 1 << 15  # 800 kB: stays in the cache between the passes over its fields
 ROUNDS = 7
 LOOP = """
 #include <string.h>
@@ -53,9 +53,8 @@ def compiled(folder):
     return library
 
 
-def make_project(folder, count):
-    points = np.random.default_rng(1).uniform(0, 300, (count, 3)).astype("<f4")
-    header = f"ply\nformat binary_little_endian 1.0\nelement vertex {count}\n"
+def make_project(folder, points):
+    header = f"ply\nformat binary_little_endian 1.0\nelement vertex {len(points)}\n"
     header += "".join(f"property float {axis}\n" for axis in "xyz") + "end_header\n"
     (folder / "scan.ply").write_bytes(header.encode() + points.tobytes())
     orvix.import_scan(folder / "scan.ply", folder / "scan.prj")
@@ -87,7 +86,8 @@ def main(count):
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch)
         loop = compiled(folder)
-        with make_project(folder, count) as project:
+        points = np.random.default_rng(1).uniform(0, 300, (count, 3)).astype("<f4")
+        with make_project(folder, points) as project:
             place = ctypes.c_void_p(project.points.ctypes.data)
             number = ctypes.c_ulonglong(count)
             wanted = np.empty(3)

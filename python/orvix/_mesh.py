@@ -10,7 +10,8 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from ._arrays import Floats, address, doubles, positions
-from ._library import Handle, call
+from ._library import Handle, LongCall, call
+from ._progress import ProgressLike
 
 
 @dataclass(frozen=True, eq=False)
@@ -29,7 +30,8 @@ class Mesh:
         return f"Mesh({len(self.points):,} points, {len(self.triangles):,} triangles)"
 
 
-def triangulate(points: ArrayLike, equation: ArrayLike, boundary: Optional[ArrayLike] = None) -> Mesh:
+def triangulate(points: ArrayLike, equation: ArrayLike, boundary: Optional[ArrayLike] = None, *,
+                progress: ProgressLike = None) -> Mesh:
     """Triangulates points in a plane.
 
     Shape   `points` (n, 3); `equation` a, b, c, d; `boundary` (k, 3), an open polyline whose
@@ -40,10 +42,12 @@ def triangulate(points: ArrayLike, equation: ArrayLike, boundary: Optional[Array
     given = positions(points)
     edge = positions(boundary) if boundary is not None else np.empty((0, 3))
     mesh = ctypes.c_void_p()
-    call("triangulate", address(given, ctypes.c_double), len(given),
-         doubles(equation, 4, "an equation"), address(edge, ctypes.c_double), len(edge),
-         ctypes.byref(mesh))
-    return read_mesh(Handle(mesh, "mesh"))
+    with LongCall("triangulating", progress) as long:
+        call("triangulate_while", address(given, ctypes.c_double), len(given),
+             doubles(equation, 4, "an equation"), address(edge, ctypes.c_double), len(edge),
+             long.proceed, None, ctypes.byref(mesh))
+        made = Handle(mesh, "mesh")
+    return read_mesh(made)
 
 
 def read_mesh(handle: Handle) -> Mesh:

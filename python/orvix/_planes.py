@@ -164,16 +164,18 @@ class Planes(Sequence[FoundPlane]):
                      address(some, ctypes.c_uint32))
         return numbers
 
-    def points_of(self, number: int) -> Tuple[Floats, NDArray[np.uint64]]:
+    def points_of(self, number: int, progress: ProgressLike = None
+                  ) -> Tuple[Floats, NDArray[np.uint64]]:
         """The points of one plane: (n, 3) in the world, and (n,) which of `Project.points` they are.
 
-        Cost  a pass over all points, which cannot be interrupted.
+        Cost  a pass over all points, whichever plane.
         """
         room = self.by_number(number).point_count
         xyz, records, count = np.empty((room, 3)), np.empty(room, np.uint64), ctypes.c_uint64()
-        with self.handle.use() as planes:
-            call("planes_get_points", planes, number, address(xyz, ctypes.c_double),
-                 address(records, ctypes.c_uint64), room, ctypes.byref(count))
+        with LongCall("reading points", progress) as long, self.handle.use() as planes:
+            call("planes_get_points_while", planes, number, long.proceed, None,
+                 address(xyz, ctypes.c_double), address(records, ctypes.c_uint64), room,
+                 ctypes.byref(count))
         return xyz[:count.value], records[:count.value]
 
     def explain(self, position: ArrayLike) -> Place:

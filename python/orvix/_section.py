@@ -76,6 +76,7 @@ class Section:
         self.transformation: Floats = np.array(matrix).reshape(4, 4)
         self.half_thickness = float(half_thickness)
         self._local_to_world = project.info.local_to_world
+        self._points = project.points  # mapped, and not read before somebody looks
 
     def flat(self, world: ArrayLike) -> Floats:
         """(n, 3): world positions in the section's frame, doubles."""
@@ -93,7 +94,7 @@ class Section:
             section.each(lambda first, points, classes: ..., wanted=("in", "behind"))
 
         The function gets the place of the first point, points and their classes, in stretches that may
-        hold points of other classes too. The arrays end with the function: copy what stays.
+        hold points of other classes too. The points are a part of `Project.points`.
         """
         bits = 0
         for name in wanted:
@@ -117,8 +118,8 @@ class Section:
         with LongCall("cutting", progress) as long:
             def chunk(user: Any, first: int, count: int, points: Any, classes: Any) -> int:
                 return long.guard(lambda: function is not None and function(
-                    first, _borrowed(points, count, POINT),
-                    _borrowed(classes, count, np.dtype(np.uint8))))
+                    first, self._points[first:first + count],
+                    np.ctypeslib.as_array(classes, (count,)).copy() if count else np.empty(0, np.uint8)))
 
             options = new(_c.orvix_stream_options, wanted=wanted, proceed=long.proceed)
             if function is not None:
@@ -243,13 +244,3 @@ class Section:
     def __repr__(self) -> str:
         return f"Section(normal {(-self.transformation[1, :3]).round(4).tolist()}, " \
                f"{2 * self.half_thickness:g} m thick)"
-
-
-def _borrowed(pointer: Any, count: int, kind: Any) -> NDArray[Any]:
-    place = ctypes.cast(pointer, ctypes.c_void_p).value
-    if not place or not count:
-        return np.empty(0, kind)
-    array: NDArray[Any] = np.frombuffer(
-        memoryview((ctypes.c_ubyte * (count * kind.itemsize)).from_address(place)).cast("B"), kind)
-    array.flags.writeable = False
-    return array

@@ -13,9 +13,10 @@ from numpy.typing import ArrayLike, NDArray
 
 from . import _c
 from ._arrays import Floats, address, positions, vector
-from ._library import Handle, call, new
+from ._library import Handle, LongCall, call, new
 from ._mesh import Mesh, read_mesh
 from ._picture import Picture, distance_colours
+from ._progress import ProgressLike
 
 
 @dataclass(frozen=True, eq=False)
@@ -189,15 +190,17 @@ class Plane(Surface):
                  ctypes.byref(count))
         return records
 
-    def mesh(self) -> Mesh:
+    def mesh(self, progress: ProgressLike = None) -> Mesh:
         """Its points triangulated inside its outline and holes, in the world.
 
-        Cost  about 2 s for a million points; cannot be interrupted.
+        Cost  about 2 s for a million points.
         """
         mesh = ctypes.c_void_p()
-        with self._handle.use() as plane:
-            call("plane_mesh", plane, ctypes.byref(mesh))
-        return read_mesh(Handle(mesh, "mesh"))
+        with LongCall("triangulating", progress) as long:
+            with self._handle.use() as plane:
+                call("plane_mesh_while", plane, long.proceed, None, ctypes.byref(mesh))
+            made = Handle(mesh, "mesh")
+        return read_mesh(made)
 
     def _dots(self, picture: Picture) -> None:
         points = self.points

@@ -71,7 +71,16 @@ def test_ctrl_c_of_a_terminal_ends_an_import_in_order(large, tmp_path):
 @pytest.mark.parametrize("call", [
     lambda project, progress: project.planes(progress=progress),
     lambda project, progress: project.grow_plane(SEED, progress=progress),
-    lambda project, progress: project.check(progress=progress)])
+    lambda project, progress: project.check(progress=progress),
+    lambda project, progress: project.planes().points_of(1, progress=progress)[1].size,
+    lambda project, progress: project.grow_plane(SEED).mesh(progress=progress).area(),
+    lambda project, progress: len(orvix.Neighbours(project.points, progress=progress)),
+    lambda project, progress: orvix.Neighbours(project.points).within_many(
+        project.points, 0.05, progress=progress)[0].size,
+    lambda project, progress: orvix.Neighbours(project.points).nearest_many(
+        project.points, progress=progress).size,
+    lambda project, progress: orvix.triangulate(
+        project.points[:20_000], (0, 0, 1, 0), progress=progress).area()])
 def test_an_interrupted_call_raises_and_the_project_stays_usable(project, call):
     with pytest.raises(KeyboardInterrupt):
         call(project, interrupt)

@@ -190,3 +190,37 @@ def test_neighbours_are_those_of_a_plain_search(project):
         assert squared[around.nearest(place)] == 0
     assert orvix.Neighbours(np.empty((0, 3))).nearest((0, 0, 0)) is None
     assert orvix.Neighbours(xyz).nearest(xyz[17]) == around.nearest(xyz[17])
+
+
+def test_neighbours_of_many_positions_are_those_of_one_at_a_time(project, monkeypatch):
+    points = project.points[:20_000]
+    around = orvix.Neighbours(points)
+    places = np.stack([points[axis] for axis in "xyz"], axis=-1).astype(float)[::40]
+    singles = [around.within(place, 0.3) for place in places]
+    assert max(map(len, singles)) > 20
+    for room in (1 << 22, 7):  # in one call, and with an array that is mostly too small
+        monkeypatch.setattr("orvix._neighbours._ROOM", room)
+        monkeypatch.setattr("orvix._neighbours._LEAST_ROOM", room)
+        rows, ends = around.within_many(places, 0.3)
+        assert rows.dtype == np.int32 and ends.dtype == np.int64
+        assert [some.tolist() for some in np.split(rows, ends[:-1])] == [s.tolist() for s in singles]
+    assert around.nearest_many(places).tolist() == [around.nearest(place) for place in places]
+    assert around.nearest_many(points[::40]).tolist() == around.nearest_many(places).tolist()
+    rows, ends = around.within_many(np.empty((0, 3)), 0.3)
+    assert len(rows) == len(ends) == len(around.nearest_many(np.empty((0, 3)))) == 0
+    rows, ends = orvix.Neighbours(np.empty((0, 3))).within_many([[0, 0, 0]] * 2, 1.0)
+    assert len(rows) == 0 and ends.tolist() == [0, 0]
+    with pytest.raises(ValueError):
+        around.within_many([1.0, 2.0, 3.0], 0.3)
+
+
+def test_parts_of_the_points_go_to_the_world_as_all_do(project):
+    points, world = project.points, project.world(project.points)
+    for part in (slice(5, 900, 7), slice(None, None, -3), slice(0, 0), points["z"] > 1, [5, 3, 3]):
+        assert (project.world(points[part]) == world[part]).all()
+    few = points[:6].reshape(2, 3)
+    assert (project.world(few) == world[:6].reshape(2, 3, 3)).all()
+    other = np.array([(1.5, 2.5, 0.5)], [("z", "f8"), ("y", "f8"), ("x", "f8")])
+    assert (project.world(other) == project.world([[0.5, 2.5, 1.5]])).all()
+    with pytest.raises(ValueError):
+        project.world(np.zeros((4, 2)))

@@ -61,6 +61,18 @@ def test_each_hands_out_every_point_of_a_class_once(cut):
     assert len(np.unique(got)) == len(got) == counts.in_slab + counts.behind
 
 
+def test_what_each_hands_out_may_be_kept(imported):
+    kept = []
+    with orvix.open(imported) as project:
+        with project.section((3.7, -5, 12.9), (0, -1, 0)) as section:
+            section.each(lambda first, points, classes: kept.append((first, points, classes)))
+        points = project.points.copy()
+    assert kept
+    for first, some, classes in kept:
+        assert not some.flags.writeable and len(some) == len(classes)
+        assert (some == points[first:first + len(some)]).all() and classes.max() <= 4
+
+
 def test_a_function_that_fails_ends_the_section(cut):
     def fail(first, points, classes):
         raise LookupError("ours")
