@@ -11,12 +11,10 @@ async function start(): Promise<void> {
   const project = await api.project();
   document.title = `${project.name} - Orvix`;
   const viewer = openViewer(api, project, document.getElementById("view")!);
-  openWorkbench(viewer, document.getElementById("panels")!);
+  const { trouble } = openWorkbench(viewer, document.getElementById("panels")!);
   if (project.points === 0) showNotice(noPoints);
-  // For tests, and for who looks at the page from the browser's console.
-  Object.assign(window, { orvixView: viewer });
   api.stayAlive(() =>
-    showNotice(
+    trouble(
       "The program that serves this page has ended. What is shown stays; start it again to go on.",
     ),
   );

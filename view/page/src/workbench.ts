@@ -21,7 +21,11 @@ import type { Viewer } from "./viewer_interface";
 /** Where there is less room than this, the panel begins put away. */
 const roomForPanel = 900;
 
-export function openWorkbench(viewer: Viewer, root: HTMLElement): void {
+/** Puts the page around the view together; `trouble` shows a sentence until it is closed. */
+export function openWorkbench(
+  viewer: Viewer,
+  root: HTMLElement,
+): { trouble(sentence: string): void } {
   const notices = new Notices();
   const trouble = (sentence: string) => notices.say(sentence, "trouble");
   const planes = new PlaneWork(viewer, trouble);
@@ -56,6 +60,7 @@ export function openWorkbench(viewer: Viewer, root: HTMLElement): void {
   followTheme(viewer);
   // For who works in the browser's console; the page's tests do.
   Object.assign(window, { orvix: { viewer, planes, toolbox } });
+  return { trouble };
 }
 
 function followTheme({ state }: Viewer): void {

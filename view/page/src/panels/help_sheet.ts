@@ -1,15 +1,16 @@
 // What mouse, fingers and keys do, on one sheet.
 
+import { cameraKeys } from "../camera/key_input";
 import type { Command } from "../commands";
 import { iconButton } from "../ui/controls";
 import { element } from "../ui/dom";
 
-/** Of the pointer and the camera's keys; camera/ has them. */
+/** Of the pointer; camera/pointer_input.ts has them. */
 const gestures: readonly (readonly [string, string])[] = [
-  ["Left button, one finger", "Turn"],
-  ["Right button, two fingers", "Move"],
-  ["Wheel, pinch", "Nearer, farther"],
-  ["Double click", "Turn about this place"],
+  ["Drag", "Turn"],
+  ["Right drag", "Move; so do two fingers"],
+  ["Wheel", "Nearer, farther; so does a pinch"],
+  ["Double click", "Come nearer to this place"],
 ];
 
 const spoken: Readonly<Record<string, string>> = { delete: "Del" };
@@ -53,7 +54,13 @@ export class HelpSheet {
       element(
         "div",
         { class: "sheet-columns" },
-        element("section", {}, element("h3", {}, "Camera"), table(gestures)),
+        element(
+          "section",
+          {},
+          element("h3", {}, "Camera"),
+          table(gestures),
+          table(cameraKeys.map(({ keys, meaning }) => [keys, meaning])),
+        ),
         ...parts,
       ),
     );

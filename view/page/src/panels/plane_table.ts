@@ -28,7 +28,7 @@ const columns: readonly {
   { key: "number", caption: "No.", title: "Sort by number" },
   { key: "class", caption: "Kind", title: "Sort by kind" },
   { key: "area", caption: "m²", title: "Sort by area" },
-  { key: "rms", caption: "rms mm", title: "Sort by how far points lie off the plane" },
+  { key: "rms", caption: "mm rms", title: "Sort by how far points lie off the plane" },
 ];
 
 export class PlaneTable {
@@ -79,7 +79,7 @@ export class PlaneTable {
       "div",
       { class: "filters" },
       kinds,
-      element("label", { class: "field" }, "from", area, "m²"),
+      element("label", { class: "field" }, "\u2265", area, "m²"),
       iconButton("eye", "Show or hide what is listed", () => this.hideListed()),
     );
   }
@@ -163,7 +163,7 @@ export class PlaneTable {
       },
       element("td", {}, swatch, plane.grown ? "grown" : String(plane.number)),
       element("td", {}, plane.class),
-      element("td", { class: "number" }, formatMetres(plane.area, 2)),
+      element("td", { class: "number" }, formatMetres(plane.area, plane.area < 100 ? 2 : 1)),
       element("td", { class: "number" }, (1000 * plane.rms).toFixed(1)),
       element("td", { class: "number" }, eye),
     );
