@@ -18,10 +18,7 @@ namespace orvix::cli {
 namespace {
 
 ExitCode PrintOutcome(const CommandContext& context, const Outcome& outcome) {
-    const std::string text = context.json ? JsonText(outcome.json) : Printable(outcome.text);
-    const bool written =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    if (written) return outcome.exitCode;
+    if (outcome.isPrinted || PrintNow(context, outcome)) return outcome.exitCode;
     WriteMessage(fmt::format("orvix {}: the result could not be written to standard output\n",
                              context.verb));
     return kExitFailure;
@@ -65,6 +62,12 @@ platform::LostPageEnd LostPageEndOf(const CommandContext& context) {
 }
 
 }  // namespace
+
+bool PrintNow(const CommandContext& context, const Outcome& outcome) {
+    const std::string text = context.json ? JsonText(outcome.json) : Printable(outcome.text);
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+           std::fflush(stdout) == 0;
+}
 
 std::string JsonText(const Json& json) {
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

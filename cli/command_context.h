@@ -21,6 +21,7 @@ struct Outcome {
     Json json = Json::object();
     std::string text;             ///< lines for people, each ended by a line break
     ExitCode exitCode = kExitOk;  ///< kExitDamaged where the finding itself is the failure
+    bool isPrinted = false;       ///< by PrintNow: nothing is left to say
 };
 
 struct CommandContext;
@@ -38,6 +39,10 @@ struct CommandContext {
 /// Runs the chosen verb and prints: the result on standard output, messages on standard error.
 /// With --json an error too is an object on standard output: {"error": {"code", "message"}}.
 ExitCode RunAndReport(CommandContext& context);
+
+/// Prints a result before the verb has ended, for what is of use only while it goes on; false where
+/// standard output takes none.
+bool PrintNow(const CommandContext& context, const Outcome& outcome);
 
 /// Prints an error in the same two ways. `word` is one of the codes in docs/COMMAND.md.
 void ReportFailure(const std::string& verb, bool json, const std::string& word,

@@ -50,6 +50,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddExportVerb(app, context);
     AddSectionVerb(app, context);
     AddParamsVerb(app, context);
+    AddViewVerb(app, context);
     AddSettingsVerb(app, context);
     AddDestroyVerb(app, context);
 }

@@ -93,6 +93,7 @@ void AddClassifyVerb(CLI::App& app, CommandContext& context);
 void AddExportVerb(CLI::App& app, CommandContext& context);
 void AddSectionVerb(CLI::App& app, CommandContext& context);
 void AddParamsVerb(CLI::App& app, CommandContext& context);
+void AddViewVerb(CLI::App& app, CommandContext& context);
 void AddSettingsVerb(CLI::App& app, CommandContext& context);
 void AddDestroyVerb(CLI::App& app, CommandContext& context);
 

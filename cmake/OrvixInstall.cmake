@@ -85,7 +85,7 @@ configure_file(cmake/orvix.pc.in ${PROJECT_BINARY_DIR}/orvix.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvix.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
-install(FILES docs/COMMAND.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
+install(FILES docs/COMMAND.md docs/VIEW.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
 install(FILES docs/FORMAT.md docs/BEHAVIOUR.md docs/GLOSSARY.md docs/EMBEDDING.md docs/PYTHON.md docs/WINDOWS.md
   docs/DEPENDENCIES.md
   docs/message-box.png docs/python.png docs/building.ipynb

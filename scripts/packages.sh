@@ -7,7 +7,7 @@ set -euo pipefail
 
 build=(
     g++ cmake ninja-build
-    libcgal-dev libeigen3-dev libnanoflann-dev libsqlite3-dev
+    libcgal-dev libboost-dev libeigen3-dev libnanoflann-dev libsqlite3-dev
     libcli11-dev nlohmann-json3-dev libfmt-dev libexpected-dev libxxhash-dev libstb-dev
 )
 test=(libgtest-dev libgmock-dev python3 python3-numpy python3-pytest pkg-config)

@@ -26,6 +26,9 @@ NOT_RUN = {
     "orvix import site.e57 hall.prj --station Hall": "the sample is no E57, and export writes none",
     "orvix params scan.prj": "opens a window and waits for it",
     f"orvix params scan.prj --seed {SEED} --lang de": "opens a window and waits for it",
+    "orvix view scan.prj": "serves until it is ended",
+    "orvix view scan.prj --port 8020 --no-open --stay": "serves until it is ended",
+    "orvix view scan.prj --no-open --json": "serves until it is ended",
     f"orvix params hall.prj --seed {SEED}": "opens a window and waits for it",
 }
 
@@ -48,7 +51,7 @@ JSON_RUNS = {
     "destroy": ["destroy keys.prj"],
 }
 EXIT_CODES = {"check damaged.prj": 5, "repair spoilt.prj": 5}
-WITHOUT_RUN = {"params": "opens a window and waits for it"}
+WITHOUT_RUN = {"params": "opens a window and waits for it", "view": "serves until it is ended"}
 
 # Where the objects of a table are: the heading of its first column to the way from the result.
 PLACES = {

@@ -8,7 +8,7 @@ import re
 import sys
 
 # Their names there.
-IN_VCPKG = {"libcgal-dev": "cgal", "libeigen3-dev": "eigen3", "libnanoflann-dev": "nanoflann",
+IN_VCPKG = {"libboost-dev": "boost", "libcgal-dev": "cgal", "libeigen3-dev": "eigen3", "libnanoflann-dev": "nanoflann",
             "libsqlite3-dev": "sqlite3", "libcli11-dev": "cli11", "nlohmann-json3-dev": "nlohmann-json",
             "libfmt-dev": "fmt", "libexpected-dev": "tl-expected", "libxxhash-dev": "xxhash",
             "libstb-dev": "stb"}
