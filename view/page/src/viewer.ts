@@ -20,7 +20,7 @@ import { MarkLayer } from "./layers/mark_layer";
 import { PlaneLayer } from "./layers/plane_layer";
 import { boxCorners, SectionLayer } from "./layers/section_layer";
 import { Frame } from "./math/frame";
-import type { Box } from "./math/box";
+import { corners, type Box } from "./math/box";
 import type { Vector } from "./math/vector";
 import { dotElement, labelElement, PlacedElements } from "./overlay/labels";
 import { ReadOuts } from "./overlay/read_outs";
@@ -37,6 +37,8 @@ const choiceTime = 100;
 const restTime = 140;
 /** Points that come are drawn together, in milliseconds. */
 const arrivalTime = 80;
+/** Of 255. */
+const darkest = 24;
 /** More pixels than this a pixel of the page are not seen. */
 const mostDensity = 2;
 
@@ -103,7 +105,7 @@ class ProjectViewer implements Viewer {
     this.renderer = new Renderer(this.canvas, project, [planes, section, marks]);
     this.pace = new Pace(this.state.get().budget);
     this.measure(host);
-    this.camera = new Camera(project.bounds, () => this.currentSize);
+    this.camera = new Camera(corners(project.bounds), () => this.currentSize);
     const events = {
       changed: () => this.arrived(),
       failed: (error: unknown) => this.trouble(error),
@@ -309,10 +311,7 @@ class ProjectViewer implements Viewer {
 
   /** Points have come or gone; what comes within a moment is drawn in one frame. */
   private arrived(): void {
-    if (this.untouched && this.strokes.length === 0) {
-      this.camera.setContent(this.cloud.typicalBox);
-      this.camera.setHome();
-    }
+    if (this.strokes.length === 0) this.firstSight();
     this.arrival ??= window.setTimeout(
       () => {
         this.arrival = undefined;
@@ -320,6 +319,16 @@ class ProjectViewer implements Viewer {
       },
       this.strokes.length === 0 ? 0 : Math.max(arrivalTime, this.figures.frame * 2),
     );
+  }
+
+  /** The first points are there: what to look at, and in which colours. */
+  private firstSight(): void {
+    this.camera.setContent(this.cloud.typicalPlaces);
+    if (this.untouched) this.camera.setHome();
+    const { intensity } = this.project.varies;
+    // Colours that are all but black show nothing, whatever they mean.
+    if (this.state.get().colour === "rgb" && this.cloud.brightness < darkest)
+      this.state.set({ colour: intensity ? "intensity" : "height" });
   }
 
   /** What can be seen at most: the bounds, cut by the section and the slab. */

@@ -1,6 +1,6 @@
 // The camera of the view: its pose, its mode, and its way from one pose to the next.
 
-import type { Box } from "../math/box";
+import { corners, type Box } from "../math/box";
 import { type Vector } from "../math/vector";
 import type { CameraControl, CameraMode, Side } from "../viewer_interface";
 import { blend, fit, sides } from "./motions";
@@ -21,7 +21,7 @@ export class Camera implements CameraControl {
   private readonly listeners = new Set<() => void>();
 
   constructor(
-    private content: Box,
+    private content: readonly Vector[],
     private readonly sizeOf: () => Size,
   ) {
     this.current = fit(
@@ -49,8 +49,8 @@ export class Camera implements CameraControl {
     return this.way !== null;
   }
 
-  /** What `home` and the sides show. */
-  setContent(content: Box): void {
+  /** What `home` and the sides show: places that have to be in the view. */
+  setContent(content: readonly Vector[]): void {
     this.content = content;
   }
 
@@ -85,7 +85,7 @@ export class Camera implements CameraControl {
 
   show(box: Box): void {
     this.setMode("orbit");
-    this.moveTo(fit({ ...this.goal, angle: usualAngle }, box, this.sizeOf()));
+    this.moveTo(fit({ ...this.goal, angle: usualAngle }, corners(box), this.sizeOf()));
   }
 
   standAt(place: Vector): void {

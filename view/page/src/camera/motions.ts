@@ -1,7 +1,6 @@
 // How a pose changes when somebody turns, pans, zooms or walks. Pure functions: a pose and a motion
 // give the next pose.
 
-import { corners, middle, type Box } from "../math/box";
 import { add, clamp, dot, scale, subtract, type Vector } from "../math/vector";
 import { directions, steepest, tidy, viewHeight, type Pose, type Size } from "./pose";
 
@@ -54,20 +53,68 @@ export const widen = (pose: Pose, factor: number): Pose => ({
 /** Part of the view that stays free around what is shown. */
 const margin = 0.08;
 
-/** The pose with the same directions from which all of a box is in the view. */
-export function fit(pose: Pose, box: Box, size: Size): Pose {
-  const { forward, right, up } = directions(pose);
-  const centre = middle(box);
-  const high = Math.tan(pose.angle / 2) * (1 - margin);
-  const wide = (high * size.width) / Math.max(size.height, 1);
-  let distance = 0.5;
-  for (const corner of corners(box)) {
-    const offset = subtract(corner, centre);
-    const depth = pose.orthographic ? 0 : dot(offset, forward);
-    const across = Math.max(Math.abs(dot(offset, right)) / wide, Math.abs(dot(offset, up)) / high);
-    distance = Math.max(distance, across - depth);
+/** How far places reach to one side and to the other, for a camera `away` before them and `aside`. */
+function reach(places: readonly Flat[], aside: number, away: number): readonly [number, number] {
+  let [more, less] = [-Infinity, -Infinity];
+  for (const [x, depth] of places) {
+    const slope = (x - aside) / Math.max(away + depth, 1e-6);
+    more = Math.max(more, slope);
+    less = Math.max(less, -slope);
   }
-  return tidy({ ...pose, distance, position: subtract(centre, scale(forward, distance)) });
+  return [more, less];
+}
+
+/** Across the view, and ahead. */
+type Flat = readonly [number, number];
+
+/** How far away a camera has all places between its sides; `half` is the tangent of half its angle. */
+function awayFor(places: readonly Flat[], half: number): { away: number; aside: number } {
+  // A place (x, depth) lies within where x - half * depth <= aside + half * away, and mirrored.
+  let [more, less] = [-Infinity, -Infinity];
+  for (const [x, depth] of places) {
+    more = Math.max(more, x - half * depth);
+    less = Math.max(less, -x - half * depth);
+  }
+  return { away: (more + less) / (2 * half), aside: (more - less) / 2 };
+}
+
+/** Moves aside until as much of the view is free on one side as on the other. */
+function centred(places: readonly Flat[], aside: number, away: number): number {
+  let [low, high] = [aside - away, aside + away];
+  for (let round = 0; round < 20; ++round) {
+    const half = (low + high) / 2;
+    const [more, less] = reach(places, half, away);
+    if (more > less) low = half;
+    else high = half;
+  }
+  return (low + high) / 2;
+}
+
+/** The pose with the same directions that has all places in the view, as large as they can be. */
+export function fit(pose: Pose, places: readonly Vector[], size: Size): Pose {
+  const first = places[0];
+  if (!first) return pose;
+  const { forward, right, up } = directions(pose);
+  const offsets = places.map((place) => subtract(place, first));
+  const depths = offsets.map((offset) => dot(offset, forward));
+  const middle = (Math.min(...depths) + Math.max(...depths)) / 2;
+  const flat = (axis: Vector) =>
+    offsets.map(
+      (offset, i): Flat => [dot(offset, axis), pose.orthographic ? 0 : depths[i]! - middle],
+    );
+  const high = Math.tan(pose.angle / 2) * (1 - margin);
+  const [across, upwards] = [flat(right), flat(up)];
+  const [wide, tall] = [
+    awayFor(across, (high * size.width) / Math.max(size.height, 1)),
+    awayFor(upwards, high),
+  ];
+  const distance = Math.max(wide.away, tall.away, 0.5);
+  const aside = add(
+    scale(right, centred(across, wide.aside, distance)),
+    scale(up, centred(upwards, tall.aside, distance)),
+  );
+  const position = add(first, add(aside, scale(forward, middle - distance)));
+  return tidy({ ...pose, distance, position });
 }
 
 /** The shorter way from one angle to another. */

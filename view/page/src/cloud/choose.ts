@@ -33,7 +33,7 @@ export interface ChoiceOptions {
 }
 
 /** Pixels of the screen between drawn neighbours, where the budget suffices. */
-const finest = 1;
+const finest = 0.7;
 /** A node of fewer points is never split: the request would cost more than the points. */
 const smallest = 16_384;
 /** A node is split where its box takes more of the screen's height. */

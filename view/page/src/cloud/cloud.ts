@@ -2,13 +2,14 @@
 
 import type { Api } from "../api/client";
 import type { ProjectInfo } from "../api/protocol";
-import { diagonal, type Box } from "../math/box";
+import { corners, diagonal, distanceTo } from "../math/box";
+import type { Vector } from "../math/vector";
 import { choose, type ChoiceOptions, type Wanted } from "./choose";
 import { readCellRows } from "./cell_rows";
 import { drawList, skeletonSuffices, type Stroke } from "./draw_list";
 import { Loader, type LoaderEvents } from "./loader";
 import type { Part } from "./parts";
-import { readPosition } from "./point_record";
+import { readPosition, readValues, valueOffsets } from "./point_record";
 import { openCell, treeOf, type RunNode } from "./run_tree";
 import {
   areaOfStretch,
@@ -84,13 +85,28 @@ export class Cloud {
     for (const cell of choice.open) void this.open(cell);
   }
 
-  /** The box to look at first. */
-  get typicalBox(): Box {
+  /** Places all over the cloud, without a few that lie far outside of the rest. */
+  get typicalPlaces(): Vector[] {
     const { skeleton, project } = this;
-    if (!skeleton) return project.bounds;
+    if (!skeleton || skeleton.points === 0) return corners(project.bounds);
     const data = new DataView(skeleton.records.buffer);
     const place = (point: number) => readPosition(data, point * project.record.bytes);
-    return typicalBox(place, skeleton.points, project.bounds);
+    const box = typicalBox(place, skeleton.points, project.bounds);
+    return sampled(skeleton.points)
+      .map(place)
+      .filter((each) => distanceTo(box, each) === 0);
+  }
+
+  /** How bright the stored colours are: the median of a sample, 0 to 255. */
+  get brightness(): number {
+    const { skeleton, project } = this;
+    if (!skeleton || skeleton.points === 0) return 255;
+    const data = new DataView(skeleton.records.buffer);
+    const offsets = valueOffsets(project.record);
+    const values = sampled(skeleton.points)
+      .map((point) => Math.max(...readValues(data, point * offsets.bytes, offsets).colour))
+      .sort((a, b) => a - b);
+    return values[values.length >> 1]!;
   }
 
   /** What stays on the card though it may not be drawn now. */
@@ -151,3 +167,9 @@ export class Cloud {
     return below;
   }
 }
+
+/** Numbers of some points, evenly spread. */
+const sampled = (points: number): number[] =>
+  Array.from({ length: Math.min(points, 4000) }, (_, i) =>
+    Math.floor((i * points) / Math.min(points, 4000)),
+  );

@@ -4,6 +4,7 @@
 
 import * as three from "three";
 import type { Lens } from "./lens";
+import { largestPointPixels } from "./point_shader";
 
 const vertexText = `
 precision highp float;
@@ -23,6 +24,7 @@ uniform vec3 ground;
 uniform float strength;
 uniform int radius;
 uniform float steps;
+uniform float pointStep;
 uniform vec2 depthRange;
 uniform bool orthographic;
 in vec2 at;
@@ -43,11 +45,14 @@ void main() {
   }
   float shade = 1.0;
   if (strength > 0.0) {
+    vec4 dot_ = texelFetch(colours, pixel, 0);
+    // Dots of a slanted surface lie one before the other by about their size.
+    float front = depth - dot_.a * pointStep;
     float sum = 0.0;
     for (int i = 0; i < 8; ++i) {
       float turn = float(i) * 0.785398;
       ivec2 aside = ivec2(round(float(radius) * vec2(cos(turn), sin(turn))));
-      sum += max(depth - depthAt(pixel + aside), 0.0);
+      sum += max(front - depthAt(pixel + aside), 0.0);
     }
     shade = exp(-strength * min(sum / 8.0 * steps, 4.0));
   }
@@ -66,6 +71,9 @@ void main() {
 /** How dark a step is whose height is a share of its distance; set by eye. */
 const contrast = 90;
 
+/** Steps between neighbouring dots that are no relief, times their width. */
+const tolerated = 1.5;
+
 export class DepthShading {
   private readonly uniforms = {
     colours: { value: null as three.Texture | null },
@@ -74,6 +82,7 @@ export class DepthShading {
     strength: { value: 1 },
     radius: { value: 1 },
     steps: { value: 1 },
+    pointStep: { value: 0 },
     depthRange: { value: new three.Vector2(1, 2) },
     orthographic: { value: false },
   };
@@ -114,6 +123,8 @@ export class DepthShading {
       ? (far - near) / pose.distance / Math.LN2
       : Math.log2(far / near);
     uniforms.steps.value = whole * contrast;
+    const pixel = 1 / lens.pixels / (pose.orthographic ? pose.distance : 1) / Math.LN2;
+    uniforms.pointStep.value = (tolerated * largestPointPixels * pixel) / whole;
     uniforms.depthRange.value.set(near, far);
     uniforms.orthographic.value = pose.orthographic;
     renderer.render(this.scene, camera);

@@ -7,6 +7,8 @@ import { clamp } from "../math/vector";
 const movingFrame = 30;
 const restingFrame = 500;
 const fewest = 150_000;
+/** What every card draws in time; more when frames have shown that this one does. */
+const atFirst = 1_000_000;
 
 export class Pace {
   private movingPoints = 1_000_000;
@@ -15,7 +17,7 @@ export class Pace {
 
   constructor(most: number) {
     this.most = most;
-    this.restingPoints = most;
+    this.restingPoints = Math.min(most, atFirst);
   }
 
   /** `adaptive`: false where the budget is kept whatever a frame takes. */

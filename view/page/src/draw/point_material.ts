@@ -56,7 +56,8 @@ export class PointMaterial {
       classes: { value: classTable(new Set()) },
       stations: { value: stationTable(new Set()) },
       planes: { value: planeTable(new Set(), new Set()) },
-      planesHidden: { value: false },
+      hiding: { value: [false, false] },
+      marked: { value: false },
     };
     const vertexShader = vertexText(project.record);
     const make = (defines: Record<string, string>) =>
@@ -107,6 +108,7 @@ export class PointMaterial {
       values.colour === "intensity" ? this.scales.intensity : this.scales.height;
     const plain = values.colour === "plane" ? noneColour : plainColours[values.theme];
     (uniforms["plainColour"]!.value as three.Color).set(hex(plain)).convertLinearToSRGB();
+    uniforms["hiding"]!.value = [values.hiddenClasses.size > 0, values.hiddenStations.size > 0];
     if (before?.hiddenClasses !== values.hiddenClasses)
       this.replace("classes", classTable(values.hiddenClasses));
     if (before?.hiddenStations !== values.hiddenStations)
@@ -116,7 +118,7 @@ export class PointMaterial {
       before.chosenPlanes !== values.chosenPlanes
     ) {
       this.replace("planes", planeTable(values.hiddenPlanes, values.chosenPlanes));
-      uniforms["planesHidden"]!.value = values.hiddenPlanes.size > 0;
+      uniforms["marked"]!.value = values.hiddenPlanes.size + values.chosenPlanes.size > 0;
     }
   }
 

@@ -68,7 +68,9 @@ uniform sampler2D numbered;
 uniform sampler2D classes;
 uniform sampler2D stations;
 uniform usampler2D planes;
-uniform bool planesHidden;
+/** Whether any class, any station is hidden; whether any plane is hidden or chosen. */
+uniform bvec2 hiding;
+uniform bool marked;
 
 out vec3 colour;
 out float size;
@@ -87,6 +89,10 @@ vec3 byNumber(uint number) {
   return texelFetch(numbered, ivec2(int(number % uint(textureSize(numbered, 0).x)), 0), 0).rgb;
 }
 
+bool stationHidden(uint number) {
+  return texelFetch(stations, ivec2(int(number & 255u), int(number >> 8u)), 0).r != 0.0;
+}
+
 uint stateOfPlane(uint number) {
   ivec2 extent = textureSize(planes, 0);
   uint width = uint(extent.x);
@@ -102,26 +108,26 @@ void main() {
 
   uint class_ = ${field(at.class, 1)};
   uint station = ${field(at.station, 2)};
-  vec4 classColour = texelFetch(classes, ivec2(int(class_), 0), 0);
-  if (classColour.a == 0.0) { hide(); return; }
-  if (texelFetch(stations, ivec2(int(station & 255u), int(station >> 8u)), 0).r != 0.0) {
-    hide();
-    return;
-  }
+  // Tables are looked up only where they are needed: that is most of what a point costs.
+  if (hiding.x && texelFetch(classes, ivec2(int(class_), 0), 0).a == 0.0) { hide(); return; }
+  if (hiding.y && stationHidden(station)) { hide(); return; }
   bool chosen = false;
 #ifdef PLANES
-  uint state = plane == 0u ? 0u : stateOfPlane(plane);
-  if (planesHidden && (state & 1u) != 0u) { hide(); return; }
+  uint state = marked && plane != 0u ? stateOfPlane(plane) : 0u;
+  if ((state & 1u) != 0u) { hide(); return; }
   chosen = (state & 2u) != 0u;
 #endif
 
-  vec3 rgb = vec3(float(${field(at.colour, 1)}), float(${field(at.colour + 1, 1)}),
-    float(${field(at.colour + 2, 1)})) / 255.0;
-  if (mode == ${colourModes.rgb}) colour = rgb;
+  if (mode == ${colourModes.rgb}) {
+    colour = vec3(float(${field(at.colour, 1)}), float(${field(at.colour + 1, 1)}),
+      float(${field(at.colour + 2, 1)})) / 255.0;
+  }
   else if (mode == ${colourModes.intensity}) colour = onScale(float(${field(at.intensity, 2)}));
   else if (mode == ${colourModes.height}) colour = onScale(place.z);
   else if (mode == ${colourModes.station}) colour = byNumber(station);
-  else if (mode == ${colourModes.class}) colour = classColour.rgb;
+  else if (mode == ${colourModes.class}) {
+    colour = texelFetch(classes, ivec2(int(class_), 0), 0).rgb;
+  }
   else colour = plainColour;
 #ifdef PLANES
   if (mode == ${colourModes.plane} && plane != 0u) colour = byNumber(plane);
@@ -142,6 +148,9 @@ void main() {
 `;
 }
 
+/** Pixels of the screen that stand for 1 in the alpha of the points' picture. */
+export const largestPointPixels = 128;
+
 export const fragmentText = `
 precision highp float;
 in vec3 colour;
@@ -152,6 +161,7 @@ void main() {
   // Smaller ones are a pixel or two, which have no shape.
   vec2 aside = gl_PointCoord - 0.5;
   if (size > 2.5 && dot(aside, aside) > 0.25) discard;
-  drawn = vec4(colour, 1.0);
+  // Depth shading asks how large a point is: smaller steps than that are no relief.
+  drawn = vec4(colour, size / ${largestPointPixels}.0);
 }
 `;
