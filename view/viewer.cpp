@@ -8,11 +8,20 @@
 #include <string_view>
 #include <utility>
 
+#include "orvix/platform/path.h"
+#include "orvix/project/project_paths.h"
 #include "reports/world_project.h"
 #include "view/data/cell_rows.h"
 #include "view/data/histograms_json.h"
 #include "view/data/project_json.h"
 #include "view/data/record_file.h"
+#include "view/planes/known_planes.h"
+#include "view/planes/plane_export.h"
+#include "view/planes/plane_numbers.h"
+#include "view/planes/plane_work.h"
+#include "view/planes/scratch.h"
+#include "view/planes/search_settings.h"
+#include "view/planes/searches.h"
 
 namespace orvix::view {
 
@@ -93,7 +102,12 @@ struct Viewer::State {
     reports::WorldProject project;
     ProjectFiles files;
     PageFiles page;
+    reports::WorldProject
+        searched;  // opened for the searches from seeds, which keep a core to themselves
     Presence pages;
+    Scratch scratch;
+    KnownPlanes known;
+    Searches searches;  // ends first: what it works on is above
 
     // What answers a path; a path that is none of these may be a file of the page.
     struct Route {
@@ -106,7 +120,13 @@ struct Viewer::State {
         if (auto same = project.files->Stamp().RequireSame(); !same)
             return Refusal(409, same.error().message);
         auto json = ProjectJson(project, files);
-        return AnswerOrRefusal(std::move(json));
+        if (!json) return Refusal(json.error());
+        auto settings = SettingsJson(path);
+        if (!settings) return Refusal(settings.error());
+        (*json)["saved_planes"] = platform::PathExists(detail::SavedPlanesPath(project.Manager()));
+        (*json)["settings"] = std::move(*settings);
+        (*json)["formats"] = FormatsJson();
+        return AnswerOf(*json);
     }
     Answer Skeleton(std::string_view query, const std::string&) {
         return RecordsAnswer(files.skeleton, query);
@@ -131,6 +151,55 @@ struct Viewer::State {
     }
     Answer Alive(std::string_view, const std::string&) { return pages.Open(); }
 
+    Answer PlaneNumbers(std::string_view query, const std::string&) {
+        return NumbersAnswer(query, files.points, [](auto list, const RecordRange& range) {
+            return Expected<std::unique_ptr<Pieces>>(PlaneNumbersOf(std::move(list), range));
+        });
+    }
+    Answer SkeletonPlaneNumbers(std::string_view query, const std::string&) {
+        return NumbersAnswer(query, files.skeleton, [this](auto list, const RecordRange& range) {
+            return SkeletonPlaneNumbersOf(std::move(list), files.skeleton, range, scratch);
+        });
+    }
+    template <class Make>
+    Answer NumbersAnswer(std::string_view query, const RecordFile& points, Make make) {
+        const auto parameters = Parameters::Parse(query, {"first", "count", "every", "id"});
+        if (!parameters) return Refusal(parameters.error());
+        auto list = known.List();
+        if (!list) return Refusal(404, "no list of planes was made yet; find all planes first");
+        if (parameters->Number("id", list->id) != list->id)
+            return Refusal(409, "another list of planes has been made meanwhile");
+        const auto range = RangeOf(*parameters, points.Records());
+        if (!range) return Refusal(range.error());
+        auto pieces = make(std::move(list), *range);
+        if (!pieces) return Refusal(pieces.error());
+        return AnswerOf(std::move(*pieces), range->Taken() * sizeof(std::uint32_t));
+    }
+
+    Answer Plane(std::string_view, const std::string& body) {
+        auto request = PlaneRequestOf(body);
+        if (!request) return Refusal(request.error());
+        return searches.Ask([this, asked = *request](Lines& lines, const auto& proceed) {
+            return GrowPlane(searched, asked, known, lines, proceed);
+        });
+    }
+    Answer Planes(std::string_view, const std::string& body) {
+        auto request = PlanesRequestOf(body);
+        if (!request) return Refusal(request.error());
+        return searches.Ask([this, asked = *request](Lines& lines, const auto& proceed) {
+            return ListPlanes(path, asked, known, lines, proceed);
+        });
+    }
+    Answer Export(std::string_view, const std::string& body) {
+        const auto request = ExportRequestOf(body);
+        if (!request) return Refusal(request.error());
+        const auto planes = known.Choose(request->planes);
+        if (!planes) return Refusal(404, planes.error().message);
+        const CString name = platform::RemoveExtension(platform::FileNameOf(path));
+        return AnswerOrRefusal(
+            ExportOf(*planes, request->format, project.frame, platform::ToUtf8(name), scratch));
+    }
+
     Answer AnswerToPath(const std::string& asked, const Request& request);
 };
 
@@ -141,13 +210,19 @@ constexpr const char* kRead = "GET, HEAD";
 }  // namespace
 
 Answer Viewer::State::AnswerToPath(const std::string& asked, const Request& request) {
-    static constexpr std::array kRoutes{Route{"project", kRead, &State::Project},
-                                        Route{"skeleton", kRead, &State::Skeleton},
-                                        Route{"skeleton-data", kRead, &State::SkeletonData},
-                                        Route{"cells", kRead, &State::Cells},
-                                        Route{"points", kRead, &State::Points},
-                                        Route{"histograms", kRead, &State::Histograms},
-                                        Route{"alive", "GET", &State::Alive}};
+    static constexpr std::array kRoutes{
+        Route{"project", kRead, &State::Project},
+        Route{"skeleton", kRead, &State::Skeleton},
+        Route{"skeleton-data", kRead, &State::SkeletonData},
+        Route{"cells", kRead, &State::Cells},
+        Route{"points", kRead, &State::Points},
+        Route{"histograms", kRead, &State::Histograms},
+        Route{"plane-numbers", kRead, &State::PlaneNumbers},
+        Route{"skeleton-plane-numbers", kRead, &State::SkeletonPlaneNumbers},
+        Route{"plane", "POST", &State::Plane},
+        Route{"planes", "POST", &State::Planes},
+        Route{"export", "POST", &State::Export},
+        Route{"alive", "GET", &State::Alive}};
     constexpr std::array kWords{std::pair{Method::Get, "GET"}, std::pair{Method::Head, "HEAD"},
                                 std::pair{Method::Post, "POST"}};
     const auto allows = [&request, &kWords](std::string_view methods) {
@@ -177,11 +252,14 @@ Expected<std::unique_ptr<Viewer>> Viewer::Open(const CString& path, const CStrin
     if (!page) return ErrorOf(page);
     auto project = reports::WorldProject::Open(path);
     if (!project) return ErrorOf(project);
+    auto searched = reports::WorldProject::Open(path);
+    if (!searched) return ErrorOf(searched);
     auto files = ProjectFiles::Open(*project);
     if (!files) return ErrorOf(files);
     auto state = std::make_unique<State>();
     state->path = path;
     state->project = std::move(*project);
+    state->searched = std::move(*searched);
     state->files = std::move(*files);
     state->page = std::move(*page);
     return std::unique_ptr<Viewer>(new Viewer(std::move(state)));

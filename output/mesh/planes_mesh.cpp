@@ -83,15 +83,20 @@ void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
 
 }  // namespace
 
-PlanesMesh MeshOfPlanes(const detection::PlaneSet& set, const detail::LocalToWorld& frame,
+PlanesMesh MeshOfPlanes(const std::vector<FoundPlane>& found, const detail::LocalToWorld& frame,
                         const std::vector<reports::WorldPlane>& planes) {
     PlanesMesh all;
     for (std::size_t i = 0; i < planes.size(); ++i) {
         all.parts.push_back({all.mesh.triangles.size(),
                              fmt::format("plane_{}_{}", planes[i].number, planes[i].kind)});
-        AddFaces(set.Planes()[i], frame, all.mesh);
+        AddFaces(found[i], frame, all.mesh);
     }
     return all;
+}
+
+PlanesMesh MeshOfPlanes(const detection::PlaneSet& set, const detail::LocalToWorld& frame,
+                        const std::vector<reports::WorldPlane>& planes) {
+    return MeshOfPlanes(set.Planes(), frame, planes);
 }
 
 }  // namespace orvix::output

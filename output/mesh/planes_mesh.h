@@ -21,6 +21,9 @@ struct PlanesMesh {
 ///        between two of them is the same edge of both.
 /// Order  a function of the planes alone.
 /// Cost   n log n of a plane's corners.
+PlanesMesh MeshOfPlanes(const std::vector<detection::FoundPlane>& found,
+                        const detail::LocalToWorld& frame,
+                        const std::vector<reports::WorldPlane>& planes);
 PlanesMesh MeshOfPlanes(const detection::PlaneSet& set, const detail::LocalToWorld& frame,
                         const std::vector<reports::WorldPlane>& planes);
 

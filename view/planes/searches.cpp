@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "view/planes/searches.h"
+
+#include <exception>
+#include <new>
+#include <string>
+#include <utility>
+
+namespace orvix::view {
+
+namespace {
+
+constexpr std::size_t kMostWaiting = 8;
+
+Expected<void> Guarded(const Searches::Work& work, Lines& lines, const Searches::Proceed& proceed) {
+    try {
+        return work(lines, proceed);
+    } catch (const std::bad_alloc&) {
+        return Fail(ErrorCode::NoMemory, "memory ran out; close other programs and try again");
+    } catch (const std::exception& error) {
+        return Fail(ErrorCode::Failure, std::string("the search ended early: ") + error.what());
+    }
+}
+
+}  // namespace
+
+Searches::Searches() : thread_([this] { Serve(); }) {}
+
+Searches::~Searches() {
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    asked_.notify_all();
+    thread_.join();
+    for (const Job& job : waiting_) job.lines->End();
+}
+
+Answer Searches::Ask(Work work) {
+    Answer answer;
+    answer.type = "application/x-ndjson";
+    answer.headers.emplace_back("Cache-Control", "no-store");
+    answer.lines = std::make_shared<Lines>();
+    {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(waiting_, [](const Job& job) { return job.lines->Gone(); });
+        if (waiting_.size() >= kMostWaiting)
+            return Refusal(409, "too many searches wait already; let one of them end");
+        if (busy_ || !waiting_.empty()) answer.lines->TrySay(LineOf(Json{{"waiting", true}}));
+        waiting_.push_back({std::move(work), answer.lines});
+    }
+    asked_.notify_all();
+    return answer;
+}
+
+void Searches::Serve() {
+    std::unique_lock lock(mutex_);
+    while (true) {
+        asked_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
+        if (stopping_) return;
+        const Job job = std::move(waiting_.front());
+        waiting_.pop_front();
+        busy_ = true;
+        lock.unlock();
+        Do(job);
+        lock.lock();
+        busy_ = false;
+    }
+}
+
+void Searches::Do(const Job& job) {
+    const Proceed proceed = [this, &job] { return !job.lines->Gone() && !Stopping(); };
+    if (proceed()) {
+        const auto done = Guarded(job.work, *job.lines, proceed);
+        if (!done) job.lines->Say(LineOf(Json{{"error", done.error().message}}));
+    }
+    job.lines->End();
+}
+
+bool Searches::Stopping() {
+    const std::lock_guard lock(mutex_);
+    return stopping_;
+}
+
+}  // namespace orvix::view
