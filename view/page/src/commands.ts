@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What can be done by a key or a button, in one table: the keyboard, the bar and the help sheet read it.
 
 import { extentOf, widened } from "./planes/plane_extent";
@@ -109,15 +110,13 @@ function planeCommands({ viewer, planes }: Desk): Command[] {
 
 export function commandsOf(desk: Desk): Command[] {
   const { viewer, toolbox } = desk;
-  const tools = toolNames.map(
-    ({ name, caption, key }): Command => ({
-      name,
-      key,
-      caption,
-      group: "Tools",
-      run: () => toolbox.take(name),
-    }),
-  );
+  const tools = toolNames.map(({ name, caption, key }): Command => ({
+    name,
+    key,
+    caption,
+    group: "Tools",
+    run: () => toolbox.take(name),
+  }));
   const page = (name: string, key: string, caption: string, run: () => void): Command => ({
     name,
     key,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The page around the view: bar, rail of tools, panel, notices, keys.
 
 import { commandsOf, listenToKeys, savePicture, sides, type Command, type Desk } from "./commands";

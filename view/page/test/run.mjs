@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // node run.mjs [NAME ...]: runs *.test.ts beside this file, or those named, with Node's own test runner.
 // Node 18 reads no TypeScript, so each is bundled first; types are checked where the page is built.
 import { spawnSync } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The choice of what a point's colour shows. What the cloud does not have cannot be chosen.
 
 import type { PlaneWork } from "../planes/plane_work";

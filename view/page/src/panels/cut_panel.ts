@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Cutting the cloud: a box that may stand turned, and a slab of heights seen from above, the plan.
 
 import { formatMetres } from "../math/frame";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What mouse, fingers and keys do, on one sheet.
 
 import { cameraKeys } from "../camera/key_input";

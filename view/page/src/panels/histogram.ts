@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A histogram as a picture, with the borders of its natural classes.
 
 import type { HistogramInfo } from "../api/protocol";

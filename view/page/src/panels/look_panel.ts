@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the cloud is drawn: what colours show, sizes, light, layers, and the figures of the last frame.
 
 import type { Histograms } from "../api/protocol";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The list of planes: kind, area, rms; sorted by a click on a heading, narrowed by kind and area.
 
 import type { PlaneClass, PlaneInfo } from "../api/protocol";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // All planes: the search and its settings, the list, and what can be done with the chosen ones.
 
 import type { PlaneInfo } from "../api/protocol";

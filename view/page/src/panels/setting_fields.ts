@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings of a search as fields, made from what the server says of them. Only what a person
 // changed is sent: the search has the project's own value for all others.
 

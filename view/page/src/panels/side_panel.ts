@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The panel at the right: some tabs, of which one is seen; it can be put away.
 
 import { element, show } from "../ui/dom";

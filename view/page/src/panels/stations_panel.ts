@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the scanner stood: a click stands there too.
 
 import type { StationInfo } from "../api/protocol";

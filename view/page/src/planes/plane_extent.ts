@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where planes lie: the box around their outlines.
 
 import type { PlaneInfo } from "../api/protocol";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which planes a list shows, and in what order. Pure, so that it is tested without a page.
 
 import type { PlaneClass, PlaneInfo } from "../api/protocol";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The planes that the page knows, and the searches that find them: one at a time, with progress, and
 // ended at once where the person no longer wants it.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How measures are written, everywhere the same.
 
 import { formatMetres } from "../math/frame";

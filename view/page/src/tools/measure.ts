@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is measured, from places and planes alone; doubles throughout.
 
 import {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Distance, height and area: places that are clicked one after the other, measured as they come.
 
 import { formatMetres } from "../math/frame";

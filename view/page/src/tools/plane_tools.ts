@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Planes by a click: the plane of a wall grows; two of them give their angle.
 
 import type { PlaneInfo, SearchEnd } from "../api/protocol";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One point: where it is in the world, and what is stored of it.
 
 import type { Viewer, Picked, Tool } from "../viewer_interface";

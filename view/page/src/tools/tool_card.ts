@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tool at work says: what to do next, what it measured. It lies over the view's corner.
 
 import { button, iconButton } from "../ui/controls";

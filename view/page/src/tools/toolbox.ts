@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The tools by name, and which of them is in hand.
 
 import type { PlaneWork } from "../planes/plane_work";

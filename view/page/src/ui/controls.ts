@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The few kinds of controls that panels are made of. Each is a row with its caption, follows a value
 // of the page through `set`, and calls back when a person changes it.
 

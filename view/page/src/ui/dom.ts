@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Elements in one call. Text is always text: names out of a project are never read as HTML.
 
 type Child = Node | string | null | undefined | false;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Icons as strokes on a field of 24 x 24, in the colour of the text beside them.
 
 import { svg } from "./dom";

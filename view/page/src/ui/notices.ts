@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sentences at the view's lower edge: what failed, what was done. They go by themselves; what a
 // person should read stays until it is closed.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One bar with two thumbs: the ends of a range.
 
 import { element } from "./dom";
