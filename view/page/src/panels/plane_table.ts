@@ -29,7 +29,7 @@ const columns: readonly {
   { key: "number", caption: "No.", title: "Sort by number" },
   { key: "class", caption: "Kind", title: "Sort by kind" },
   { key: "area", caption: "m²", title: "Sort by area" },
-  { key: "rms", caption: "mm rms", title: "Sort by how far points lie off the plane" },
+  { key: "rms", caption: "rms mm", title: "Sort by how far points lie off the plane" },
 ];
 
 export class PlaneTable {
