@@ -35,6 +35,7 @@ Expected<ServeEnd> ServeProject(const CString& project, const ServeOptions& opti
                    [&] {
                        const auto now = Presence::Clock::now();
                        pages.Look(now);
+                       // BEHAVIOUR L4
                        const bool left = !options.stay && pages.LeftFor(kMostAway, now);
                        if (left) end = ServeEnd::PagesClosed;
                        return !left && options.proceed();

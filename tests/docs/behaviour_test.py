@@ -12,7 +12,7 @@ import re
 import sys
 
 CODE = ["cli", "detection", "edits", "importer", "localization", "orvix", "output", "parallel",
-        "reports"]
+        "reports", "view"]
 ENDINGS = {".h", ".cpp", ".md", ".py", ".sh"}
 RULE = re.compile(r"^\*\*([A-Z]\d+)( \(no test\))?\. ", re.MULTILINE)
 CITATION = re.compile(r"\bBEHAVIOUR ([A-Z]\d+(?:, [A-Z]\d+)*)")

@@ -27,6 +27,7 @@ struct Run {
     [[nodiscard]] std::uint64_t End() const { return first + count; }
 };
 
+// BEHAVIOUR L2
 tl::unexpected<Error> Contradiction(const char* level, std::uint64_t number) {
     return Fail(ErrorCode::Damaged,
                 fmt::format("cell {} of the {} level contradicts the project's other files; "

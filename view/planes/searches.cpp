@@ -69,6 +69,7 @@ void Searches::Serve() {
 }
 
 void Searches::Do(const Job& job) {
+    // BEHAVIOUR L3
     const Proceed proceed = [this, &job] { return !job.lines->Gone() && !Stopping(); };
     if (proceed()) {
         const auto done = Guarded(job.work, *job.lines, proceed);
