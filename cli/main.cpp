@@ -52,6 +52,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddParamsVerb(app, context);
     AddViewVerb(app, context);
     AddSettingsVerb(app, context);
+    AddSiteVerb(app, context);
     AddDestroyVerb(app, context);
 }
 

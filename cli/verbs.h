@@ -95,6 +95,7 @@ void AddSectionVerb(CLI::App& app, CommandContext& context);
 void AddParamsVerb(CLI::App& app, CommandContext& context);
 void AddViewVerb(CLI::App& app, CommandContext& context);
 void AddSettingsVerb(CLI::App& app, CommandContext& context);
+void AddSiteVerb(CLI::App& app, CommandContext& context);
 void AddDestroyVerb(CLI::App& app, CommandContext& context);
 
 }  // namespace orvix::cli

@@ -48,9 +48,10 @@ JSON_RUNS = {
     "export": ["export keys.prj keys.ply"],
     "section": ["section keys.prj --level 2 --picture level.png --export level.ply"],
     "settings": ["settings list", "settings get SplitSize", "settings reset SplitSize"],
+    "site": ["site scans --to projects"],
     "destroy": ["destroy keys.prj"],
 }
-EXIT_CODES = {"check damaged.prj": 5, "repair spoilt.prj": 5}
+EXIT_CODES = {"check damaged.prj": 5, "repair spoilt.prj": 5, "site scans --to projects": 1}
 WITHOUT_RUN = {"params": "opens a window and waits for it", "view": "serves until it is ended"}
 
 # Where the objects of a table are: the heading of its first column to the way from the result.
@@ -63,6 +64,8 @@ PLACES = {
     "Key of `list`": [],
     "Key of `reset`": [],
     "Key of a setting": ["settings"],
+    "Key of a scan": ["scans"],
+    "Key of a step": ["scans", "steps"],
 }
 # Objects whose keys are values themselves: those listed may occur, others may not.
 OPEN = {"rejected"}
@@ -134,6 +137,8 @@ def prepare(runner, sample):
     runner.must("destroy", "prepared.prj")
     for name in ("lobby.las", "huge.las"):
         shutil.copy(folder / "scan.las", folder / name)
+    (folder / "scans" / "floor1").mkdir(parents=True)
+    shutil.copy(folder / "scan.las", folder / "scans" / "floor1" / "hall.las")
 
 
 def faults_of_examples(documents, command, sample):
@@ -236,6 +241,11 @@ def prepare_keys(runner, sample):
     (runner.folder / "posed.pcd").write_text(
         "VERSION 0.7\nFIELDS x y z\nSIZE 4 4 4\nTYPE F F F\nCOUNT 1 1 1\nWIDTH 4\nHEIGHT 1\n"
         "VIEWPOINT 1 2 3 0.5 0.5 0.5 0.5\nPOINTS 4\nDATA ascii\n0 0 0\n1 0 0\n0 1 0\n0 0 1\n")
+    (runner.folder / "scans").mkdir()
+    for name in ("posed.pcd", "cut.pcd"):
+        shutil.copy(runner.folder / "posed.pcd", runner.folder / "scans" / name)
+    with open(runner.folder / "scans" / "cut.pcd", "r+b") as file:
+        file.truncate(40)
     runner.must("import", "posed.pcd", "posed.prj")
     runner.must("import", "posed.pcd", "damaged.prj")
     cut = runner.folder / "damaged_Project_Files" / "Index" / "Grid.idx"
