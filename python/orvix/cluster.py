@@ -16,17 +16,24 @@ Killed     a task whose worker ends runs again on another one; results appear wh
            Ctrl-C, what is done stays: the same call goes on from there, `clear` removes it.
 Errors     `orvix.Error` and its kinds, with the sentences of the command on the worker.
 Cost       a task uses one thread; a worker runs as many at a time as Dask gives it threads.
+
+`python -m orvix.cluster planes PROJECT --scheduler ADDRESS ...` and `... site FOLDER ...`, with the
+options of the command's verbs, do the same from a shell.
 """
 from __future__ import annotations
 
+import argparse
+import json
 import os
+import sys
 import uuid
+from dataclasses import dataclass
 from typing import Any, Callable, Dict, List, Optional, Sequence, Union
 
 from . import __version__
 from ._arrays import Path
 from ._command import option, run
-from ._errors import Error, Failed
+from ._errors import Error, Failed, NoMemory
 from ._progress import Progress, ProgressLike, Reporter
 
 _ATTEMPTS = 3  # of a task that ends with an error that may pass
@@ -51,23 +58,77 @@ def planes(project: Path, client: Any, *, detail: str = "normal", cell_size: Opt
 
     Errors  as of `orvix planes`. What is done stays, and the same call goes on.
     """
-    tasks = _Tasks(client, "planes-tasks", _shared(project))
-    words = [*option("detail", detail), *option("cell", cell_size), *option("distance", distance),
-             *option("angle", angle), *option("min-area", min_area), *option("min-points", min_points),
-             *option("bridge", bridge), *option("memory-limit", memory_limit),
-             *option("pieces", pieces or max(16, 4 * tasks.threads()))]
-    tasks.run_all([*words, "--", tasks.project], progress)
+    search = [*option("detail", detail), *option("cell", cell_size), *option("distance", distance),
+              *option("angle", angle), *option("min-area", min_area), *option("min-points", min_points),
+              *option("bridge", bridge), *option("memory-limit", memory_limit)]
     outputs = [word for name, file in (("points", points), ("mesh", mesh), ("outlines", outlines),
                                        ("picture", picture))
                if file is not None for word in option(name, _shared(file))]
-    return tasks.finish("planes", "--tasks", *option("save", save), *option("apply", apply), *outputs,
-                        "--", tasks.project)
+    return _planes(project, client, search, pieces,
+                   [*option("save", save), *option("apply", apply), *outputs], progress)
+
+
+def _planes(project: Path, client: Any, search: Sequence[str], pieces: Optional[int],
+            outputs: Sequence[str], progress: ProgressLike) -> Dict[str, Any]:
+    tasks = _Tasks(client, "planes-tasks", _shared(project))
+    pieces = pieces or max(16, 4 * tasks.engine.threads())
+    tasks.run_all([*search, *option("pieces", pieces), "--", tasks.project], progress)
+    return tasks.finish("planes", "--tasks", *outputs, "--", tasks.project)
 
 
 def clear(project: Path, client: Any) -> None:
     """Removes what an unfinished `planes` has left beside the project."""
     tasks = _Tasks(client, "planes-tasks", _shared(project))
     tasks.call("clear", "--", tasks.project)
+
+
+@dataclass(frozen=True)
+class SiteReport:
+    """What became of a folder of scans. True where none failed."""
+
+    scans: List[Dict[str, Any]]  #: by name, as `orvix site --json` gives them
+    failed: List[str]  #: names of the scans of which a step failed
+
+    def __bool__(self) -> bool:
+        return not self.failed
+
+
+def site(folder: Path, client: Any, *options: str, to: Optional[Path] = None,
+         scans: Optional[Sequence[str]] = None, progress: ProgressLike = None) -> SiteReport:
+    """Imports, checks and searches all scans of a folder, as `orvix site`; a scan is a task.
+
+        orvix.cluster.site("/shared/scans", client, "--steps=import,check", to="/shared/projects")
+
+    options  more of `orvix site`: what is done with a scan
+    to       where the projects go; None: the folder of the scans
+    scans    these alone, by their paths in the folder; None: all
+
+    Errors   of the folder. A scan that fails, or ends its worker, is named in the report and leaves the
+             others; what is done is not done again.
+    """
+    engine = _Engine(client)
+    where = [*options, *(option("to", _shared(to)) if to is not None else ())]
+    only = [word for name in scans or () for word in option("scan", name)]
+    plan = engine.one(_run_verb, "site", "--dry-run", *where, *only, "--", _shared(folder))["scans"]
+    done: Dict[str, Dict[str, Any]] = {}
+    reporter = Reporter(progress)
+
+    def take(name: str, result: Any) -> None:
+        if isinstance(result, Error):
+            fault = {"step": "scan", "state": "failed", "seconds": 0.0, "message": str(result)}
+            done[name] = {"scan": name, "failed": True, "steps": [fault]}
+        else:
+            done[name] = result["scans"][0]
+        reporter.update(Progress("scans", len(done) / len(plan)))
+
+    try:
+        engine.each({each["scan"]: ("site", *where, *option("scan", each["scan"]), "--jobs=1",
+                                    "--threads=1", "--", _shared(folder)) for each in plan},
+                    take, keep_going=True)
+    finally:
+        reporter.close()
+    all_of_them = [{**each, **done[each["scan"]]} for each in plan]
+    return SiteReport(all_of_them, [each["scan"] for each in all_of_them if each["failed"]])
 
 
 def _shared(path: Path) -> str:
@@ -104,9 +165,10 @@ class _Engine:
         return results[0]
 
     def each(self, calls: Dict[str, Sequence[str]], take: Callable[[str, Any], None],
-             run_it: Callable[..., Any] = _run_verb) -> None:
+             run_it: Callable[..., Any] = _run_verb, keep_going: bool = False) -> None:
         """Runs all calls, take(name, result) as they end. A worker that dies gives its calls to
-        others by Dask itself; an error that may pass is tried again here."""
+        others by Dask itself; an error that may pass is tried again here. keep_going: an error that
+        stays is a result; else it ends all."""
         attempts = dict.fromkeys(calls, 1)
         going: Dict[str, Any] = {}  # by key: the name and the future
 
@@ -120,21 +182,27 @@ class _Engine:
         try:
             for future in under_way:
                 name, _ = going.pop(future.key)
-                try:
-                    result = future.result()
-                except self._distributed.KilledWorker:
-                    raise Failed(f"{name} ended every worker that ran it; its machine may lack "
-                                 "memory: lower --memory-limit, or the workers' threads") from None
-                except Error as error:
-                    if type(error) is not Failed or attempts[name] >= _ATTEMPTS:
-                        raise
+                result = self._result_of(name, future)
+                if type(result) is Failed and attempts[name] < _ATTEMPTS:
                     attempts[name] += 1
                     under_way.add(submit(name))
-                    continue
-                take(name, result)
+                elif isinstance(result, Error) and not keep_going:
+                    raise result
+                else:
+                    take(name, result)
         finally:
             # What runs on a worker runs on to its end, and its result is not lost.
             self._client.cancel([future for _, future in going.values()])
+
+    def _result_of(self, name: str, future: Any) -> Any:
+        """The result, or the error that it ended with."""
+        try:
+            return future.result()
+        except self._distributed.KilledWorker:
+            return NoMemory(f"{name} ended every worker that ran it; its machine may lack memory: lower "
+                            "the memory limit, or the workers' threads")
+        except Error as error:
+            return error
 
 
 class _Tasks:
@@ -143,13 +211,10 @@ class _Tasks:
     def __init__(self, client: Any, verb: str, project: str) -> None:
         self.project = project
         self._verb = verb
-        self._engine = _Engine(client)
-
-    def threads(self) -> int:
-        return self._engine.threads()
+        self.engine = _Engine(client)
 
     def call(self, what: str, *words: str) -> Dict[str, Any]:
-        return self._engine.one(_run_verb, f"{self._verb} {what}", *words)
+        return self.engine.one(_run_verb, f"{self._verb} {what}", *words)
 
     def run_all(self, begin: Sequence[str], progress: ProgressLike) -> None:
         reporter = Reporter(progress)
@@ -167,7 +232,7 @@ class _Tasks:
 
                 # A task that runs alone may have the machine for itself.
                 threads = "1" if len(ready) > 1 else "0"
-                self._engine.each({name: (f"{self._verb} run", "--threads", threads, "--", self.project,
+                self.engine.each({name: (f"{self._verb} run", "--threads", threads, "--", self.project,
                                           name) for name in ready}, take)
                 state = self.call("list", "--", self.project)
         finally:
@@ -175,6 +240,45 @@ class _Tasks:
 
     def finish(self, verb: str, *words: str) -> Dict[str, Any]:
         """The result, for which the tasks were; then they go."""
-        result = self._engine.one(_run_verb, verb, *words)
+        result = self.engine.one(_run_verb, verb, *words)
         self.call("clear", "--", self.project)
         return result
+
+
+_OUTPUTS = ("--save", "--apply", "--points", "--mesh", "--outlines", "--picture")
+
+
+def main(words: Optional[Sequence[str]] = None) -> int:
+    parser = argparse.ArgumentParser(
+        prog="python -m orvix.cluster", allow_abbrev=False,
+        epilog="All other options are those of the command's verb, as --name=value.")
+    parser.add_argument("verb", choices=("planes", "site"))
+    parser.add_argument("place", help="the project, or the folder of the scans")
+    parser.add_argument("--scheduler", help="the address of a running scheduler; else this machine works")
+    parser.add_argument("--to", help="of site: where the projects go")
+    parser.add_argument("--scan", action="append", help="of site: this scan alone")
+    asked, rest = parser.parse_known_args(words)
+    from distributed import Client
+    with Client(asked.scheduler) as client:
+        try:
+            if asked.verb == "site":
+                report = site(asked.place, client, *rest, to=asked.to, scans=asked.scan, progress=True)
+                print(json.dumps({"scans": report.scans, "failed": len(report.failed)}, indent=2))
+                return 0 if report else 1
+            outputs = [word for word in rest if word.split("=")[0] in _OUTPUTS]
+            search = [word for word in rest if word not in outputs]
+            found = _planes(asked.place, client, search, None, [*map(_absolute, outputs)], True)
+            print(json.dumps(found, indent=2))
+            return 0
+        except Error as error:
+            print(f"orvix.cluster {asked.verb}: {error}", file=sys.stderr)
+            return error.status
+
+
+def _absolute(word: str) -> str:
+    name, sign, file = word.partition("=")
+    return name + sign + (_shared(file) if sign else "")
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Work on several processes: the bytes of one machine, also where workers die, come late, or have no
 space. ORVIX_CLUSTER_KILLS=50 kills that many workers at random moments."""
+import json
 import os
 import pathlib
 import random
@@ -180,6 +181,37 @@ def test_a_search_that_was_begun_with_other_options_is_named_and_cleared(client,
         planes_on(client, imported, tmp_path)
     orvix.cluster.clear(imported, client)
     assert not list(imported.parent.glob("*_Tasks"))
+
+
+def test_a_site_is_done_scan_by_scan_and_names_those_that_fail(cluster, client, sample, tmp_path):
+    workers_to(cluster, client, 2)
+    (tmp_path / "scans" / "floor 1").mkdir(parents=True)
+    for name in ("a.ply", "floor 1/b.ply"):
+        (tmp_path / "scans" / name).write_bytes(sample.read_bytes())
+    (tmp_path / "scans" / "broken.las").write_bytes(b"this is no scan")
+    seen = []
+    report = orvix.cluster.site(tmp_path / "scans", client, "--min-area=1", to=tmp_path / "out",
+                                progress=seen.append)
+    assert [each["scan"] for each in report.scans] == ["a.ply", "broken.las", "floor 1/b.ply"]
+    assert not report and report.failed == ["broken.las"] and seen[-1].fraction == 1
+    assert "broken.las" in report.scans[1]["steps"][0]["message"]
+    found = orvix.run("planes", "--saved", tmp_path / "out" / "floor 1" / "b.ply.prj")
+    assert found["planes"] == orvix.run("planes", "--min-area=1", tmp_path / "out" / "a.ply.prj")["planes"]
+    code = orvix.cluster.main(["site", str(tmp_path / "scans"), "--min-area=1", "--to",
+                               str(tmp_path / "out"), "--scan", "a.ply", "--scheduler",
+                               cluster.scheduler_address])
+    assert code == 0
+
+
+def test_the_module_prints_what_the_command_prints(cluster, client, imported, one_machine, tmp_path, capsys):
+    words = ["planes", str(imported), "--min-area=0.5", f"--points={tmp_path / 'points.ply'}",
+             "--scheduler", cluster.scheduler_address]
+    assert orvix.cluster.main(words) == 0
+    assert without_names(json.loads(capsys.readouterr().out)) == one_machine[0]
+    assert (tmp_path / "points.ply").read_bytes() == one_machine[1]
+    words[1] = str(tmp_path / "nothing.prj")
+    assert orvix.cluster.main(words) == 3
+    assert "nothing.prj does not exist" in capsys.readouterr().err
 
 
 @pytest.mark.parametrize("page", ["docs/PYTHON.md"])
