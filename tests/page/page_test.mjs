@@ -267,6 +267,16 @@ test("a plan is seen from above, without vanishing lines", async () => {
   await look("home");
 });
 
+test("the view is saved as a picture of its own size", async () => {
+  const [download] = await Promise.all([page.waitForEvent("download"), press("i")]);
+  assert.equal(download.suggestedFilename(), "sample.png");
+  const file = readFileSync(await download.path());
+  const size = await page.evaluate(() => window.orvix.viewer.size);
+  // The size stands behind the signature and the head of the first part.
+  assert.deepEqual([file.readUInt32BE(16), file.readUInt32BE(20)], [size.width, size.height]);
+  assert.ok(file.length > 20_000, "it is not of one colour");
+});
+
 test("keys are explained on a sheet, and the page can be light", async () => {
   await press("?");
   const sheet = page.getByRole("dialog");

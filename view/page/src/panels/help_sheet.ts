@@ -9,8 +9,8 @@ import { element } from "../ui/dom";
 /** Of the pointer; camera/pointer_input.ts has them. */
 const gestures: readonly (readonly [string, string])[] = [
   ["Drag", "Turn"],
-  ["Right drag", "Move; so do two fingers"],
-  ["Wheel", "Nearer, farther; so does a pinch"],
+  ["Right drag, two fingers", "Move"],
+  ["Wheel, pinch", "Nearer, farther"],
   ["Double click", "Come nearer to this place"],
 ];
 
@@ -59,8 +59,7 @@ export class HelpSheet {
           "section",
           {},
           element("h3", {}, "Camera"),
-          table(gestures),
-          table(cameraKeys.map(({ keys, meaning }) => [keys, meaning])),
+          table([...gestures, ...cameraKeys.map((each) => [each.keys, each.meaning] as const)]),
         ),
         ...parts,
       ),

@@ -32,6 +32,13 @@ const columns: readonly {
   { key: "rms", caption: "rms mm", title: "Sort by how far points lie off the plane" },
 ];
 
+/** Numbers of grown planes count from here. */
+const firstGrown = 1_000_000;
+
+/** "12" of a found plane, "+1" of the first one that was grown. */
+export const nameOf = ({ number, grown }: PlaneInfo): string =>
+  grown ? `+${number - firstGrown}` : String(number);
+
 export class PlaneTable {
   readonly root = element("div", { class: "plane-table" });
   private query: PlaneQuery = standardQuery;
@@ -162,7 +169,7 @@ export class PlaneTable {
         dblclick: () => this.zoomTo([plane]),
         keydown: (event) => this.press(plane, event as KeyboardEvent, row),
       },
-      element("td", {}, swatch, plane.grown ? "grown" : String(plane.number)),
+      element("td", {}, swatch, nameOf(plane)),
       element("td", {}, plane.class),
       element("td", { class: "number" }, formatMetres(plane.area, plane.area < 100 ? 2 : 1)),
       element("td", { class: "number" }, (1000 * plane.rms).toFixed(1)),

@@ -39,11 +39,13 @@ export function stationsPanel(viewer: Viewer): HTMLElement {
       ? "The project does not know where its stations stood."
       : "The project has no stations.";
   const leave = button("Back to the whole cloud", () => viewer.camera.look("home"));
-  leave.hidden = !stations.some((each) => each.position);
+  const follow = () => (leave.hidden = viewer.camera.mode !== "stand");
+  viewer.camera.onChange(follow);
+  follow();
   return element(
     "div",
     {},
-    section("Stations", element("p", { class: "hint" }, hint), search, list, foot, leave),
+    section("Stations", element("p", { class: "hint" }, hint), leave, search, list, foot),
   );
 }
 

@@ -137,7 +137,12 @@ export function numberField(options: {
     "div",
     { class: "row", title: options.title },
     element("label", { for: id }, options.caption),
-    element("span", { class: "field" }, input, options.unit ?? ""),
+    element(
+      "span",
+      { class: "field" },
+      input,
+      element("span", { class: "unit" }, options.unit ?? ""),
+    ),
   );
   return { row, set };
 }
