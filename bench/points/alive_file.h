@@ -17,7 +17,7 @@ namespace orvix::bench {
 /// An alive point file of `count` points, in the file cache and mapped for reading.
 class AliveFile {
 public:
-    explicit AliveFile(std::uint64_t count) {
+    explicit AliveFile(std::uint64_t count) : path_(folder_ / L"points.pts") {
         std::vector<CCloudPoint<float>> points(count);
         std::uint32_t state = 1;
         for (auto& point : points) {
@@ -28,9 +28,8 @@ public:
             point.dclcFirst = static_cast<std::uint16_t>(state >> 12);
             point.dclcSecond = static_cast<std::uint8_t>(state >> 20);
         }
-        const CString path = folder_ / L"points.pts";
-        Write(path, points);
-        file_ = platform::OpenExisting(path, platform::FileAccess::Read);
+        Write(path_, points);
+        file_ = platform::OpenExisting(path_, platform::FileAccess::Read);
         mapping_ = platform::CreateMapping(file_, platform::FileAccess::Read);
         size_ = count * kAlivePointBytes;
         whole_ = platform::MapFileView(mapping_, platform::kViewRead, 0, 0);
@@ -44,6 +43,7 @@ public:
     AliveFile(const AliveFile&) = delete;
     AliveFile& operator=(const AliveFile&) = delete;
 
+    [[nodiscard]] const CString& Path() const { return path_; }
     [[nodiscard]] std::uint64_t Count() const { return size_ / kAlivePointBytes; }
     [[nodiscard]] std::uint64_t Size() const { return size_; }
     [[nodiscard]] platform::Handle Mapping() const { return mapping_; }
@@ -68,6 +68,7 @@ private:
     }
 
     test::ScratchFolder folder_;
+    CString path_;
     platform::Handle file_ = nullptr;
     platform::Handle mapping_ = nullptr;
     std::uint64_t size_ = 0;
