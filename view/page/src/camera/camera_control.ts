@@ -3,6 +3,7 @@
 import { corners, type Box } from "../math/box";
 import { type Vector } from "../math/vector";
 import type { CameraControl, CameraMode, Side } from "../viewer_interface";
+import { facing } from "./facing";
 import { blend, fit, sides } from "./motions";
 import { tidy, type Pose, type Size } from "./pose";
 
@@ -93,7 +94,7 @@ export class Camera implements CameraControl {
     this.currentMode = "stand";
     this.moveTo({
       position: place,
-      yaw,
+      yaw: facing(place, this.content, yaw, standingAngle),
       pitch: 0,
       distance: standingDistance,
       angle: standingAngle,

@@ -171,7 +171,11 @@ export class PlaneTable {
       },
       element("td", {}, swatch, nameOf(plane)),
       element("td", {}, plane.class),
-      element("td", { class: "number" }, formatMetres(plane.area, plane.area < 100 ? 2 : 1)),
+      element(
+        "td",
+        { class: "number" },
+        formatMetres(plane.area, plane.area < 100 ? 2 : plane.area < 1000 ? 1 : 0),
+      ),
       element("td", { class: "number" }, (1000 * plane.rms).toFixed(1)),
       element("td", { class: "number" }, eye),
     );
