@@ -110,13 +110,15 @@ function planeCommands({ viewer, planes }: Desk): Command[] {
 
 export function commandsOf(desk: Desk): Command[] {
   const { viewer, toolbox } = desk;
-  const tools = toolNames.map(({ name, caption, key }): Command => ({
-    name,
-    key,
-    caption,
-    group: "Tools",
-    run: () => toolbox.take(name),
-  }));
+  const tools = toolNames.map(
+    ({ name, caption, key }): Command => ({
+      name,
+      key,
+      caption,
+      group: "Tools",
+      run: () => toolbox.take(name),
+    }),
+  );
   const page = (name: string, key: string, caption: string, run: () => void): Command => ({
     name,
     key,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Draws a frame when something has changed, and none when nothing has. A frame is begun only after the
 // card has finished the last one, so that a slow card never lags behind the hand.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 import { Api, ApiError } from "./api/client";
 import { showNotice } from "./notice";
 import "./styles/view.css";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One observable record of values. What the page shows depends on it alone; panels, tools and
 // keys change it, and whoever draws watches it.
 //

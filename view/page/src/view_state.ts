@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Everything about the view that a person can set. The camera's pose is not in it: it changes with
 // every frame and has its own events (camera/camera_control.ts).
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The view: cloud, camera, renderer and what lies over them, put together.
 
 import { ApiError, type Api } from "./api/client";
@@ -6,21 +7,17 @@ import { Camera } from "./camera/camera_control";
 import { KeyInput } from "./camera/key_input";
 import { PointerInput } from "./camera/pointer_input";
 import { pixelsPerMetre, project as projectPlace, rayThrough, type Size } from "./camera/pose";
-import { Cloud } from "./cloud/cloud";
-import type { Stroke } from "./cloud/draw_list";
-import { PlaneNumbers } from "./cloud/plane_numbers";
 import { valueOffsets } from "./cloud/point_record";
-import { viewVolume } from "./cloud/view_volume";
-import { Pace } from "./draw/pace";
 import { classColour, hex, numberColour } from "./draw/palettes";
 import { drawnWidth } from "./draw/point_material";
 import { Renderer } from "./draw/renderer";
+import { DrawnCloud } from "./drawn_cloud";
 import { FrameLoop } from "./frame_loop";
 import { MarkLayer } from "./layers/mark_layer";
 import { PlaneLayer } from "./layers/plane_layer";
-import { boxCorners, SectionLayer } from "./layers/section_layer";
+import { SectionLayer } from "./layers/section_layer";
 import { Frame } from "./math/frame";
-import { corners, type Box } from "./math/box";
+import { corners } from "./math/box";
 import type { Vector } from "./math/vector";
 import { dotElement, labelElement, PlacedElements } from "./overlay/labels";
 import { ReadOuts } from "./overlay/read_outs";
@@ -59,11 +56,9 @@ class ProjectViewer implements Viewer {
   readonly camera: Camera;
   figures: Figures = { drawn: 0, held: 0, loading: 0, bytes: 0, frame: 0 };
 
-  private readonly cloud: Cloud;
-  private readonly planeNumbers: PlaneNumbers;
+  private readonly drawn: DrawnCloud;
   private readonly renderer: Renderer;
   private readonly loop: FrameLoop;
-  private readonly pace: Pace;
   private readonly keys: KeyInput;
   private readonly layers = {
     planes: new PlaneLayer(),
@@ -77,9 +72,7 @@ class ProjectViewer implements Viewer {
     figures: new Set<(figures: Figures) => void>(),
     trouble: new Set<(sentence: string) => void>(),
   };
-  private strokes: readonly Stroke[] = [];
   private planes: readonly PlaneInfo[] = [];
-  private planesId: number | null = null;
   private currentTool: Tool | null = null;
   private currentSize: Size = { width: 1, height: 1 };
   private lastMove = -Infinity;
@@ -103,15 +96,13 @@ class ProjectViewer implements Viewer {
     });
     const { planes, section, marks } = this.layers;
     this.renderer = new Renderer(this.canvas, project, [planes, section, marks]);
-    this.pace = new Pace(this.state.get().budget);
     this.measure(host);
     this.camera = new Camera(corners(project.bounds), () => this.currentSize);
     const events = {
       changed: () => this.arrived(),
       failed: (error: unknown) => this.trouble(error),
     };
-    this.cloud = new Cloud(api, project, events);
-    this.planeNumbers = new PlaneNumbers(api, events);
+    this.drawn = new DrawnCloud(api, project, this.state.get().budget, events);
     this.placed = new PlacedElements(this.overlay);
     this.readOuts = new ReadOuts(this.overlay, () => this.camera.look("top"));
     this.loop = new FrameLoop({
@@ -133,7 +124,7 @@ class ProjectViewer implements Viewer {
   }
 
   pick(x: number, y: number): Picked | null {
-    const found = pick(this.strokes, {
+    const found = pick(this.drawn.strokes, {
       pose: this.camera.pose,
       size: this.currentSize,
       x,
@@ -144,7 +135,7 @@ class ProjectViewer implements Viewer {
       isShown: (point) => isShown(point, this.state.get()),
     });
     if (!found) return null;
-    const plane = this.planesId === null ? null : found.plane;
+    const plane = this.drawn.hasPlanes ? found.plane : null;
     return { ...found, plane, world: this.frame.toWorld(found.position) };
   }
 
@@ -172,8 +163,7 @@ class ProjectViewer implements Viewer {
 
   setPlanes(planes: readonly PlaneInfo[], id: number | null): void {
     this.planes = planes;
-    this.planesId = id;
-    this.planeNumbers.setList(id);
+    this.drawn.setPlanes(id);
     this.layers.planes.show(planes, this.state.get());
     this.stale = true;
     this.loop.wake();
@@ -221,7 +211,7 @@ class ProjectViewer implements Viewer {
       await new Promise<void>((resolve) => setTimeout(resolve, 20));
       const moving = performance.now() - this.lastMove < restTime || this.camera.moving;
       const waiting = this.stale || this.arrival !== undefined || this.hovering !== null;
-      if (!moving && !waiting && this.loop.idle && this.pending === 0) return;
+      if (!moving && !waiting && this.loop.idle && this.drawn.pending === 0) return;
     }
   }
 
@@ -243,11 +233,7 @@ class ProjectViewer implements Viewer {
 
   private async start(): Promise<void> {
     this.loop.wake();
-    await this.cloud.start();
-  }
-
-  private get pending(): number {
-    return this.cloud.pending + this.planeNumbers.pending;
+    await this.drawn.cloud.start();
   }
 
   private listen(host: HTMLElement): void {
@@ -282,7 +268,7 @@ class ProjectViewer implements Viewer {
     const apply = () => {
       const values = state.get();
       this.renderer.setValues(values);
-      this.pace.setMost(values.budget, values.adaptive);
+      this.drawn.pace.setMost(values.budget, values.adaptive);
       this.camera.setOrthographic(values.projection === "orthographic");
       this.redraw();
     };
@@ -311,62 +297,31 @@ class ProjectViewer implements Viewer {
 
   /** Points have come or gone; what comes within a moment is drawn in one frame. */
   private arrived(): void {
-    if (this.strokes.length === 0) this.firstSight();
+    if (this.drawn.strokes.length === 0) this.firstSight();
     this.arrival ??= window.setTimeout(
       () => {
         this.arrival = undefined;
         this.redraw();
       },
-      this.strokes.length === 0 ? 0 : Math.max(arrivalTime, this.figures.frame * 2),
+      this.drawn.strokes.length === 0 ? 0 : Math.max(arrivalTime, this.figures.frame * 2),
     );
   }
 
   /** The first points are there: what to look at, and in which colours. */
   private firstSight(): void {
-    this.camera.setContent(this.cloud.typicalPlaces);
+    this.camera.setContent(this.drawn.cloud.typicalPlaces);
     if (this.untouched) this.camera.setHome();
     const { intensity } = this.project.varies;
     // Colours that are all but black show nothing, whatever they mean.
-    if (this.state.get().colour === "rgb" && this.cloud.brightness < darkest)
+    if (this.state.get().colour === "rgb" && this.drawn.cloud.brightness < darkest)
       this.state.set({ colour: intensity ? "intensity" : "height" });
   }
 
-  /** What can be seen at most: the bounds, cut by the section and the slab. */
-  private get within(): Box | null {
-    const { section, slab } = this.state.get();
-    if (!section && !slab) return null;
-    const { min, max } = this.project.bounds;
-    const low: [number, number, number] = [...min];
-    const high: [number, number, number] = [...max];
-    if (section) {
-      const all = boxCorners(section);
-      for (const axis of [0, 1, 2] as const) {
-        low[axis] = Math.max(low[axis], Math.min(...all.map((corner) => corner[axis])));
-        high[axis] = Math.min(high[axis], Math.max(...all.map((corner) => corner[axis])));
-      }
-    }
-    if (slab) {
-      low[2] = Math.max(low[2], slab.low);
-      high[2] = Math.min(high[2], slab.high);
-    }
-    return { min: low, max: high };
-  }
-
-  /** Chooses what to load and to draw. */
   private choose(now: number): void {
     this.lastChoice = now;
     this.stale = false;
-    const { density } = this.renderer;
-    this.cloud.look(viewVolume(this.camera.pose, this.currentSize, density), {
-      budget: this.pace.budget,
-      screen: this.currentSize.height * density,
-      within: this.within,
-    });
-    this.strokes = this.cloud.strokes();
-    const { colour, hiddenPlanes, chosenPlanes } = this.state.get();
-    const needed = colour === "plane" || hiddenPlanes.size > 0 || chosenPlanes.size > 0;
-    const drawn = [...new Set(this.strokes.map(({ source }) => source))];
-    this.planeNumbers.want(needed && this.planesId !== null ? drawn : []);
+    const values = this.state.get();
+    this.drawn.choose(this.camera.pose, this.currentSize, this.renderer.density, values);
   }
 
   private draw(now: number): boolean {
@@ -374,10 +329,10 @@ class ProjectViewer implements Viewer {
     this.camera.step(now);
     const moving = performance.now() - this.lastMove < restTime;
     if (this.stale || (moving && now - this.lastChoice > choiceTime)) this.choose(now);
-    const all = this.strokes.reduce((sum, { count }) => sum + count, 0);
-    this.paint(moving ? this.pace.shareOf(all) : 1);
+    const { pace, points } = this.drawn;
+    this.paint(moving ? pace.shareOf(points) : 1);
     if (!moving) {
-      this.renderer.objects.free(this.cloud.sources());
+      this.renderer.objects.free(this.drawn.cloud.sources());
     } else if (!this.camera.moving && !this.keys.active) {
       // One more frame when the camera rests, with all points.
       window.setTimeout(() => this.redraw(), restTime + 10);
@@ -390,7 +345,7 @@ class ProjectViewer implements Viewer {
     const { pose } = this.camera;
     const drawn = this.renderer.draw({
       pose,
-      strokes: this.strokes,
+      strokes: this.drawn.strokes,
       share,
       content: this.project.bounds,
     });
@@ -408,13 +363,13 @@ class ProjectViewer implements Viewer {
     const { drawn } = this.figures;
     const frame = await this.renderer.finished();
     const { adaptive } = this.state.get();
-    if (this.pace.tell(frame, drawn, moving, adaptive)) this.stale = true;
+    if (this.drawn.pace.tell(frame, drawn, moving, adaptive)) this.stale = true;
     this.figures = {
       drawn,
       frame,
-      held: this.cloud.loader.points,
-      loading: this.pending,
-      bytes: this.cloud.loader.bytes,
+      held: this.drawn.cloud.loader.points,
+      loading: this.drawn.pending,
+      bytes: this.drawn.cloud.loader.bytes,
     };
     for (const call of [...this.listeners.figures]) call(this.figures);
     if (this.stale) this.loop.wake();

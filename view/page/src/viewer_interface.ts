@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What panels, tools and tests may use of the view. `openViewer` (viewer.ts) makes one.
 //
 // Places are local unless a name says world; x and y are CSS pixels from the canvas's upper left.

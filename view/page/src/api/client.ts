@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The server's calls, typed. Addresses are relative to the page's, which holds the token.
 //
 // Every call takes an AbortSignal; aborting closes the connection, and the server stops its work.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of JSON out of a stream of bytes that is cut anywhere.
 
 /** Yields the values of whole lines; what follows the last line end counts as a line too. */
@@ -16,14 +17,16 @@ export async function* jsonLines<T>(pieces: AsyncIterable<Uint8Array>): AsyncGen
 /** The pieces of an answer's body, in every browser. */
 export async function* pieces(body: ReadableStream<Uint8Array>): AsyncGenerator<Uint8Array> {
   const reader = body.getReader();
+  let ended = false;
   try {
     for (;;) {
       const { done, value } = await reader.read();
+      ended = done;
       if (done) return;
       yield value;
     }
   } finally {
     // A loop that is left early closes the connection, which ends the work behind it.
-    await reader.cancel().catch(() => undefined);
+    if (!ended) await reader.cancel().catch(() => undefined);
   }
 }

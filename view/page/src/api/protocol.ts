@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the server's answers hold, as docs/VIEW.md describes them. Lengths are metres; "local" is the
 // project's own frame.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The camera of the view: its pose, its mode, and its way from one pose to the next.
 
 import { corners, type Box } from "../math/box";

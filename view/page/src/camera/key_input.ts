@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keys that move the camera as long as they are held down.
 
 import type { Camera } from "./camera_control";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How a pose changes when somebody turns, pans, zooms or walks. Pure functions: a pose and a motion
 // give the next pose.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What mouse, pen and fingers do to the camera, and which clicks are left for a tool.
 //
 // One button or finger turns (orbit: about the point under it; fly and stand: the head), the other

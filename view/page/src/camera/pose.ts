@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the camera is and how it looks, and what follows from that: directions, rays, pixels.
 //
 // Units      metres in local coordinates, radians, pixels of the page (CSS pixels).

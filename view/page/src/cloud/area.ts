@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // About how much surface a set of points covers, from how many small cubes they fill. Points of a
 // scan lie on surfaces, so the area and their number give the distance between neighbours, which
 // is how large a point must be drawn to close the gaps.

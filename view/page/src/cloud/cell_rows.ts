@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows of `cells`: 32 bytes each, docs/VIEW.md.
 
 import type { Vector } from "../math/vector";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which runs of points to draw for a view, and how densely: as many points as the screen can show,
 // the same number a pixel everywhere, and no more than the budget in all.
 
@@ -34,7 +35,7 @@ export interface ChoiceOptions {
 
 /** Pixels of the screen between drawn neighbours, where the budget suffices. */
 const finest = 0.7;
-/** A node of fewer points is never split: the request would cost more than the points. */
+/** A node of which fewer points are wanted is not split: requests would cost more than the points. */
 const smallest = 16_384;
 /** A node is split where its box takes more of the screen's height. */
 const largest = 0.75;
@@ -67,7 +68,8 @@ function affordable(all: readonly Seen[], budget: number): number {
   return pixels;
 }
 
-export function choose(root: RunNode, volume: ViewVolume, options: ChoiceOptions): Choice {
+/** The nodes to draw where neighbours are `pixels` apart, and the cells to open for that. */
+function look(root: RunNode, volume: ViewVolume, options: ChoiceOptions, pixels: number) {
   const seen: Seen[] = [];
   const open: RunNode[] = [];
   const visit = (node: RunNode): void => {
@@ -75,17 +77,27 @@ export function choose(root: RunNode, volume: ViewVolume, options: ChoiceOptions
     if (isEmpty(box) || !maySee(volume, box)) return;
     const metre = pixelsPerMetreAt(volume, box);
     const across = diagonal(box) * metre;
-    if (across > largest * options.screen && node.count > smallest) {
-      if (node.children.length > 0) return node.children.forEach(visit);
-      if (node.cell !== null) open.push(node);
-    }
-    seen.push({
+    const here: Seen = {
       node,
       spacing: Math.sqrt(Math.max(options.areaOf(node), 1e-9) / node.count) * metre,
       priority: across * centrality(volume, box),
-    });
+    };
+    const near = across > largest * options.screen;
+    if (near && node.count / everyFor(here, pixels) > smallest) {
+      if (node.children.length > 0) return node.children.forEach(visit);
+      if (node.cell !== null) open.push(node);
+    }
+    seen.push(here);
   };
   visit(root);
+  return { seen, open };
+}
+
+export function choose(root: RunNode, volume: ViewVolume, options: ChoiceOptions): Choice {
+  // What the budget affords is known only after a first look; with it, fewer nodes need to be split.
+  const first = look(root, volume, options, finest);
+  const rough = affordable(first.seen, options.budget);
+  const { seen, open } = rough > finest ? look(root, volume, options, rough) : first;
   const pixels = affordable(seen, options.budget);
   const wanted = seen
     .map((each) => ({

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The project's points as the view needs them: the skeleton at once, then what the camera sees.
 
 import type { Api } from "../api/client";

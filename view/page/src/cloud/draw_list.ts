@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What to draw of what is there: for each wanted node its points, or, until they have come, what
 // stands for them: those of the node above or below, or the skeleton.
 

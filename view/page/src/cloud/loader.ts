@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Fetches what is wanted and holds it: a few requests at a time, the most wanted first; those that are
 // no longer wanted are cancelled, and points that were not wanted for longest make room for others.
 
-import { isAborted, pointsOf, type Api, type Run } from "../api/client";
+import { ApiError, isAborted, pointsOf, type Api, type Run } from "../api/client";
 import type { Wanted } from "./choose";
 import { coveredArea } from "./area";
 import { nextRun, pointsHeld, withPart, type Held, type Part } from "./parts";
@@ -22,6 +23,8 @@ interface Request {
 
 /** A browser opens six connections to a server; two stay for searches and for `alive`. */
 const requestsAtOnce = 4;
+/** Milliseconds. */
+const pause = 5000;
 
 export class Loader {
   readonly held = new Map<RunNode, Held>();
@@ -30,7 +33,9 @@ export class Loader {
   /** When a node was last wanted, in choices. */
   private readonly lastWanted = new Map<RunNode, number>();
   private choices = 0;
-  private failures = 0;
+  /** Runs that the server cannot give: asking again would fail again. */
+  private readonly broken = new Set<RunNode>();
+  private lastFailure = -Infinity;
   bytes = 0;
 
   constructor(
@@ -65,18 +70,17 @@ export class Loader {
     this.pump();
   }
 
-  /** Forgets failures: after one, nothing is asked for until this is called. */
-  retry(): void {
-    this.failures = 0;
-    this.pump();
-  }
-
   private missing({ node, every }: Wanted): boolean {
+    if (this.broken.has(node) || this.pausing) return false;
     return !this.requests.has(node) && nextRun(node, this.held.get(node), every) !== null;
   }
 
+  /** After a failure nothing is asked for: a server that is gone is not asked at every frame. */
+  private get pausing(): boolean {
+    return performance.now() - this.lastFailure < pause;
+  }
+
   private pump(): void {
-    if (this.failures > 0) return;
     for (const each of this.wanted) {
       if (this.requests.size >= requestsAtOnce) return;
       if (this.missing(each)) void this.fetch(each);
@@ -95,7 +99,8 @@ export class Loader {
       this.keep(node, run, data, next.replaces);
     } catch (error) {
       if (!isAborted(error)) {
-        ++this.failures;
+        this.lastFailure = performance.now();
+        if (error instanceof ApiError && error.status >= 400) this.broken.add(node);
         this.events.failed(error);
       }
     } finally {

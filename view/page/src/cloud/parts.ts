@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The points of a node that are held: a first run of every k-th point, and further runs that lie
 // between those of the former, so that nothing is sent twice when more are wanted.
 
@@ -30,7 +31,7 @@ export const pointsHeld = (held: Held): number =>
 /** A node that is held this much too sparsely is asked for anew, in one run. */
 const anew = 4;
 
-/** Points of one request; a node of more comes in several, coarse ones first. */
+/** Points of a first request; a node of more comes in several, each with as many as came before. */
 const mostAtOnce = 2_000_000;
 
 function wholeRun(node: RunNode, wanted: number): Run {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The plane of each drawn point, fetched where a view needs it: they cost the server a computation a
 // point, so only what is drawn is asked for.
 

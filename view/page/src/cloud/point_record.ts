@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One point out of the bytes that the server sends, by the layout that `project` describes.
 // Positions are single precision in local coordinates; all that is computed from them is double.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An order of a run's points in which each beginning is an even sample of all of them. Points lie in
 // the project cell by cell, so the first half of a run is one side of its box; with every 16th point
 // first, then those half-way between, and so on, a part of the buffer can be drawn instead of all.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The cloud as a tree of runs: a node is a stretch of points that lie together in the project, and
 // the box that they lie in. Leaves of the first level are 1000 cm cells; several that follow each
 // other, which are neighbours as well, make a larger node, so that a few hundred nodes always

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thinned cloud, evenly dense: the first sight of a project, and what is drawn of a cell until its
 // points are there. Its records are brought to the layout of the points, so that one program draws and
 // one function reads both.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The box that a cloud is looked at by: its bounds, but without a few points far outside, such as a
 // scan has from reflections, which would make all the rest small.
 

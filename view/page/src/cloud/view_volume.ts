@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a camera sees, as far as choosing what to load needs it: whether a box may be in the view, and
 // how far away it is.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Depth shading: a pixel grows darker the more its neighbours lie in front of it, which shows edges and
 // relief without normals. The same pass puts the points on the page's ground, and turns their depths
 // into those of the camera, so that lines drawn later are hidden by points before them.

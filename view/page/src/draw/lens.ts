@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A pose as three.js draws it. Its camera stands at zero and only turns: what is drawn is placed
 // beside the camera in double precision before it goes to the card.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How many points a frame may have, from how long frames took. While the camera moves, a part of each
 // run is drawn so that the picture follows the hand; when it rests, all that the budget allows is.
 

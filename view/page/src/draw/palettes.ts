@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Colours of scales and of numbered things. What the shader draws is looked up in the same tables that
 // panels take their legends from, so that both always agree.
 
@@ -23,8 +24,11 @@ export const heightScale: readonly Colour[] = [
   "#d65a4c",
 ].map(parse);
 
-/** Not from black: the darkest points stay in sight on a dark ground. */
-export const intensityScale: readonly Colour[] = ["#26282c", "#f7f7f5"].map(parse);
+/** Not from black to white: the ends stay in sight on the ground of the theme. */
+export const intensityScales: Readonly<Record<"dark" | "light", readonly Colour[]>> = {
+  dark: ["#2e3136", "#f7f7f5"].map(parse),
+  light: ["#22252a", "#cdcecb"].map(parse),
+};
 
 /** The scale at `share` of its length, 0 to 1. */
 export function onScale(scale: readonly Colour[], share: number): Colour {
@@ -48,7 +52,7 @@ function fromHue(hue: number, saturation: number, lightness: number): Colour {
 
 /** Neighbours in number lie far apart in hue: steps of the golden section never come together. */
 const numbered: readonly Colour[] = Array.from({ length: 64 }, (_, i) =>
-  fromHue((0.57 + i * 0.618034) % 1, 0.55 + 0.15 * (i % 2), 0.52 + 0.07 * (i % 3)),
+  fromHue((0.57 + i * 0.618034) % 1, 0.42 + 0.1 * (i % 2), 0.52 + 0.06 * (i % 3)),
 );
 
 export const numberColour = (number: number): Colour => numbered[number % numbered.length]!;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The points' program with its values, kept in step with the camera and with what a person set.
 
 import * as three from "three";
@@ -5,7 +6,7 @@ import type { ProjectInfo } from "../api/protocol";
 import { subtract, type Vector } from "../math/vector";
 import type { Range, ViewValues } from "../view_state";
 import type { Lens } from "./lens";
-import { heightScale, hex, intensityScale, noneColour } from "./palettes";
+import { heightScale, hex, intensityScales, noneColour } from "./palettes";
 import { colourModes, fragmentText, vertexText } from "./point_shader";
 import { classTable, numberedTable, planeTable, scaleTable, stationTable } from "./tables";
 
@@ -30,7 +31,8 @@ export class PointMaterial {
   private readonly withPlanes: three.RawShaderMaterial;
   private readonly scales = {
     height: scaleTable(heightScale),
-    intensity: scaleTable(intensityScale),
+    dark: scaleTable(intensityScales.dark),
+    light: scaleTable(intensityScales.light),
   };
   private values: Readonly<ViewValues> | null = null;
 
@@ -105,7 +107,7 @@ export class PointMaterial {
     const { uniforms } = this;
     uniforms["mode"]!.value = colourModes[values.colour];
     uniforms["scale"]!.value =
-      values.colour === "intensity" ? this.scales.intensity : this.scales.height;
+      values.colour === "intensity" ? this.scales[values.theme] : this.scales.height;
     const plain = values.colour === "plane" ? noneColour : plainColours[values.theme];
     (uniforms["plainColour"]!.value as three.Color).set(hex(plain)).convertLinearToSRGB();
     uniforms["hiding"]!.value = [values.hiddenClasses.size > 0, values.hiddenStations.size > 0];

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Strokes as three.js objects. A part's records are put on the card once and freed when the part is no
 // longer held; an object draws a beginning, or a stretch, of them.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program that draws points. A record is read as 32-bit words, as it lies in the file; where its
 // values lie in them is put into the text from the layout that the server describes.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Draws a view: points into a picture of their own with their depths, that picture onto the canvas
 // with depth shading, then lines, outlines and marks over it.
 

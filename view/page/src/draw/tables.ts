@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The small textures that the points' program looks colours and states up in.
 
 import * as three from "three";

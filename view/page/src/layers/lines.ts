@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of any width in space, as one object. Their corners are kept beside an anchor, so that their
 // digits suffice wherever they lie.
 

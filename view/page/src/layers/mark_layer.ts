@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Lines of tools, over the points. Dots and labels of the same marks are elements of the page
 // (overlay/labels.ts).
 

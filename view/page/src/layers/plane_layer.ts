@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Outlines of the planes that are shown; those that are chosen are filled as well.
 
 import * as three from "three";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Boxes along the axes, in local coordinates.
 
 import { distance, type Vector } from "./vector";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // From local to world coordinates, in double precision, and back; and how they are written.
 
 import type { Vector } from "./vector";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A plane's own two axes, and polygons in them.
 
 import type { PlaneInfo, PlaneRegion } from "../api/protocol";

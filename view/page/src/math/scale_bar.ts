@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A length of 1, 2 or 5 times a power of ten that fits into some pixels, and how it is written.
 
 export interface ScaleBar {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Vectors of three doubles. World coordinates of seven digits keep their millimetres in them; what
 // goes to the graphics card is made relative to the camera first.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Texts and dots that stand at places of the cloud. They are elements of the page, so that letters are
 // as sharp as those of panels, and are moved with each frame.
 

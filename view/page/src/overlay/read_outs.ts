@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What stands in the corners of the view: the scale bar, where north is, and the world coordinates of
 // the point under the cursor.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Rings where the scanner stood. A click stands there.
 
 import type { StationInfo } from "../api/protocol";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which drawn point lies under the cursor: the nearest of those whose dot covers it, else the one whose
 // middle is nearest to it. Computed from the points' own records, so that its coordinates are those
 // of the file and not of a pixel.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The plane whose outline a line of sight meets first.
 
 import type { PlaneInfo } from "../api/protocol";

@@ -1,17 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a point is drawn with what a person set: the same rules as in draw/point_shader.ts.
 
+import { inSection } from "../math/section";
 import type { Vector } from "../math/vector";
-import type { SectionBox, ViewValues } from "../view_state";
-
-export function inSection(place: Vector, { centre, half, turn }: SectionBox): boolean {
-  const [x, y, z] = [place[0] - centre[0], place[1] - centre[1], place[2] - centre[2]];
-  const [sin, cos] = [Math.sin(turn), Math.cos(turn)];
-  return (
-    Math.abs(cos * x + sin * y) <= half[0] &&
-    Math.abs(cos * y - sin * x) <= half[1] &&
-    Math.abs(z) <= half[2]
-  );
-}
+import type { ViewValues } from "../view_state";
 
 export function isShown(
   point: {
