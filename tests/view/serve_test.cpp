@@ -339,6 +339,32 @@ TEST_F(Serve, FilesThatContradictEachOtherAreSaidToWhereTheyAreAskedFor) {
     ExpectRefused(Get("cells?level=1000"), 409, "a cell beyond the cells");
 }
 
+TEST_F(Serve, PointsBeyondFourGiBAreReachedByTheirCells) {
+    constexpr std::uint64_t kMany = 179'000'000;  // of 24 bytes
+    Write({CCloudPoint<float>{1.5f, 1.5f, 1.5f}, CCloudPoint<float>{2.5f, 1.5f, 1.5f}});
+    std::error_code error;
+    {
+        auto file = platform::File::OpenReadWrite(File(L"Index/Grid.pts"), error);
+        file.Resize((kMany + 10) * 24, error);
+        if (error) GTEST_SKIP() << "skipped: no room for a sparse file";
+        file.WriteAt((kMany + 9) * 24, "the record at the end..!", 24, error);
+    }
+    auto cells = made_.cells100;
+    ASSERT_EQ(cells.size(), 2u);
+    cells[0].count = static_cast<std::uint32_t>(kMany);
+    cells[1].offset = kMany;
+    cells[1].count = 10;
+    WriteRecords(File(L"Index/Grid.idx"), cells);
+    ServedProject::Serve();
+    const auto rows = Rows("level=100&of=0");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[1].first, kMany);
+    EXPECT_EQ(Rows("level=1000").front().count, kMany + 10);
+    EXPECT_EQ(Get("points?first=179000009&count=1").body, "the record at the end..!");
+    EXPECT_EQ(Get("points?every=17900001").body.size(), 10u * 24);
+    EXPECT_EQ(nlohmann::json::parse(Get("project").body)["points"], kMany + 10);
+}
+
 TEST_F(Serve, AFileThatIsCutWhileItIsServedEndsAnswersAndNotTheServer) {
     Begin();
     std::error_code error;

@@ -16,8 +16,9 @@ namespace orvix::view {
 ///     (*server)->Run(answer, [] { return MayGoOn(); });
 ///
 /// Boundaries headers of at most 8 KiB (else 431), a body of at most 64 KiB (else 413), 256
-///            connections (else 503). A connection that sends no whole request for 30 s, or takes
-///            nothing of its answer for 30 s, is closed; between requests it may rest for 60 s.
+///            connections (else 503). A connection whose first request is not whole after 30 s is closed,
+///            and one that takes no piece of its answer (256 KiB) in 30 s; between requests it
+///            may rest for 60 s.
 /// Errors     of Open: Failure with the port, where another program has it. A connection's faults end
 ///            that connection and nothing else.
 /// Threads    Run serves on four threads, and returns when they have ended. `answer` is called on any

@@ -118,7 +118,6 @@ private:
         parser_->body_limit(kBodyBytes);
         stream_.expires_after(first_ ? kPatience : kRest);
         first_ = false;
-        // One byte alone may rest as long as the connection; a whole request has less time.
         http::async_read(stream_, buffer_, *parser_,
                          [self = shared_from_this()](beast::error_code error, std::size_t) {
                              self->OnRead(error);
