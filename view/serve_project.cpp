@@ -40,6 +40,7 @@ Expected<ServeEnd> ServeProject(const CString& project, const ServeOptions& opti
                        if (left) end = ServeEnd::PagesClosed;
                        return !left && options.proceed();
                    });
+    (*viewer)->EndSearches();
     return end;
 }
 

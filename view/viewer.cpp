@@ -271,6 +271,10 @@ Answer Viewer::AnswerTo(const Gate& gate, const Request& request) {
     return state_->AnswerToPath(*asked, request);
 }
 
+void Viewer::EndSearches() {
+    state_->searches.End();
+}
+
 Presence& Viewer::Pages() {
     return state_->pages;
 }

@@ -17,7 +17,7 @@ namespace orvix::view {
 ///     Answer answer = (*viewer)->AnswerTo(gate, request);
 ///
 /// Errors   of Open: those of WorldProject::Open and of PageFiles::Open. Of requests: answers.
-/// Lifetime answers may be sent after it, but for lines: those end with it.
+/// Lifetime answers may be sent after it, but for lines: those end with it, or with EndSearches.
 /// Threads  AnswerTo is called from any number of them at once. Searches have a thread of their own.
 /// Cost     what is being sent, some 256 KiB an answer, and what the settings and names of a project
 ///          take. A search takes what FindPlane and FindPlanes take, and the latest list of planes stays.
@@ -31,6 +31,8 @@ public:
 
     Answer AnswerTo(const Gate& gate, const Request& request);
     [[nodiscard]] Presence& Pages();
+    /// Ends all searches. To be called before what sends their lines goes.
+    void EndSearches();
 
 private:
     struct State;

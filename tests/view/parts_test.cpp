@@ -143,6 +143,20 @@ TEST(Searches, WorkOneAtATimeAndEndWithTheirPages) {
     EXPECT_EQ(all + text, "second\n");
 }
 
+TEST(Searches, EndThoughNobodyTakesWhatTheySay) {
+    Searches searches;
+    std::promise<void> begun;
+    const Answer answer = searches.Ask([&](Lines& lines, const Searches::Proceed& proceed) {
+        begun.set_value();
+        while (proceed()) lines.Say(std::string(1 << 20, 'x'));
+        return Expected<void>();
+    });
+    begun.get_future().wait();
+    searches.End();
+    EXPECT_TRUE(answer.lines->Gone());
+    EXPECT_EQ(searches.Ask(UntilStopped).status, 409u);
+}
+
 TEST(Searches, SayWhyTheyFailed) {
     Searches searches;
     const Answer answer = searches.Ask(

@@ -27,13 +27,20 @@ Expected<void> Guarded(const Searches::Work& work, Lines& lines, const Searches:
 Searches::Searches() : thread_([this] { Serve(); }) {}
 
 Searches::~Searches() {
+    End();
+}
+
+void Searches::End() {
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
+        // Who speaks must not wait for a reader that is about to go.
+        if (atWork_) atWork_->Leave();
+        for (const Job& job : waiting_) job.lines->Leave();
+        waiting_.clear();
     }
     asked_.notify_all();
-    thread_.join();
-    for (const Job& job : waiting_) job.lines->End();
+    if (thread_.joinable()) thread_.join();
 }
 
 Answer Searches::Ask(Work work) {
@@ -43,10 +50,11 @@ Answer Searches::Ask(Work work) {
     answer.lines = std::make_shared<Lines>();
     {
         const std::lock_guard lock(mutex_);
+        if (stopping_) return Refusal(409, "the server ends");
         std::erase_if(waiting_, [](const Job& job) { return job.lines->Gone(); });
         if (waiting_.size() >= kMostWaiting)
             return Refusal(409, "too many searches wait already; let one of them end");
-        if (busy_ || !waiting_.empty()) answer.lines->TrySay(LineOf(Json{{"waiting", true}}));
+        if (atWork_ || !waiting_.empty()) answer.lines->TrySay(LineOf(Json{{"waiting", true}}));
         waiting_.push_back({std::move(work), answer.lines});
     }
     asked_.notify_all();
@@ -60,11 +68,11 @@ void Searches::Serve() {
         if (stopping_) return;
         const Job job = std::move(waiting_.front());
         waiting_.pop_front();
-        busy_ = true;
+        atWork_ = job.lines;
         lock.unlock();
         Do(job);
         lock.lock();
-        busy_ = false;
+        atWork_.reset();
     }
 }
 

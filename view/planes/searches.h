@@ -18,7 +18,7 @@ namespace orvix::view {
 /// Boundaries 8 pieces may wait; another one is refused with 409. What waits hears so at once. Work whose
 ///            page has gone is not begun, or ends at its next look.
 /// Threads    any.
-/// Lifetime   the end of this object ends what is at work.
+/// Lifetime   what sends the lines must last until End, or until the end of this object.
 class Searches {
 public:
     using Proceed = std::function<bool()>;
@@ -31,6 +31,8 @@ public:
     Searches& operator=(const Searches&) = delete;
 
     Answer Ask(Work work);
+    /// Ends what is at work and what waits, and takes nothing more on: nobody is woken afterwards.
+    void End();
 
 private:
     struct Job {
@@ -45,7 +47,7 @@ private:
     std::mutex mutex_;
     std::condition_variable asked_;
     std::deque<Job> waiting_;
-    bool busy_ = false;
+    std::shared_ptr<Lines> atWork_;
     bool stopping_ = false;
     std::thread thread_;
 };
