@@ -4,7 +4,7 @@
 import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
 import { join } from "node:path";
-import { after, before, test } from "node:test";
+import { after, before, beforeEach, test } from "node:test";
 import {
   command,
   difference,
@@ -34,6 +34,16 @@ before(async () => {
 after(async () => {
   await browser?.close();
   await server?.stop();
+});
+
+// Each test begins alike, also where the one before it failed.
+beforeEach(async () => {
+  await page.evaluate(() => {
+    const { viewer, planes, toolbox } = window.orvix;
+    viewer.state.set({ section: null, slab: null, projection: "perspective", theme: "dark" });
+    planes.choose();
+    toolbox.take("look");
+  });
 });
 
 /** Where a place is on the page. */
@@ -146,7 +156,6 @@ test("a click on a roof grows its plane, as large as the command's", async () =>
   await expectPicture(page, "grown");
   await press("Delete");
   assert.equal(await page.evaluate(() => window.orvix.planes.all.length), 0);
-  await press("Escape");
 });
 
 test("all planes are found and listed, narrowed, hidden and written to a file", async () => {
@@ -198,6 +207,36 @@ test("all planes are found and listed, narrowed, hidden and written to a file", 
   assert.match(download.suggestedFilename(), /\.dxf$/);
   assert.ok(text.includes("SECTION") && text.trimEnd().endsWith("EOF"));
   await press("Escape");
+});
+
+test("a click chooses the plane under it, and two clicks give the angle of two planes", async () => {
+  const planes = new Map(
+    orvix("planes", "sample.prj").planes.map((plane) => [plane.number, plane]),
+  );
+  await look("top");
+  await press("1");
+  const roofs = [seed, [-3, 12, 13]];
+  const chosen = [];
+  for (const place of roofs) {
+    await clickAt(place);
+    const numbers = await page.evaluate(() => [...window.orvix.viewer.state.get().chosenPlanes]);
+    assert.equal(numbers.length, 1);
+    assert.equal(planes.get(numbers[0]).class, "roof");
+    chosen.push(planes.get(numbers[0]).equation);
+    assert.equal(
+      await page.locator("tr[aria-selected=true]").getAttribute("data-plane"),
+      String(numbers[0]),
+    );
+  }
+  const cosine = Math.abs(
+    chosen[0].slice(0, 3).reduce((sum, value, axis) => sum + value * chosen[1][axis], 0),
+  );
+  await page.evaluate(() => window.orvix.planes.choose());
+  await press("6");
+  for (const place of roofs) await clickAt(place);
+  const angle = numberOf(await cardRow("Angle"));
+  assert.ok(Math.abs(angle - (Math.acos(cosine) * 180) / Math.PI) < 0.01, String(angle));
+  assert.ok(angle > 40, `the roof has a ridge, not ${angle}`);
 });
 
 test("each colouring that the cloud has shows something else", async () => {
@@ -256,6 +295,7 @@ test("a box cuts: nothing is picked outside of it", async () => {
 });
 
 test("a plan is seen from above, without vanishing lines", async () => {
+  await look("home");
   await press("l");
   await page.waitForTimeout(500);
   await settled(page);
@@ -264,7 +304,7 @@ test("a plan is seen from above, without vanishing lines", async () => {
   assert.ok(slab.high - slab.low <= 0.5 + 1e-9);
   await expectPicture(page, "plan");
   await press("l");
-  await look("home");
+  assert.equal(await page.evaluate(() => window.orvix.viewer.state.get().slab), null);
 });
 
 test("the view is saved as a picture of its own size", async () => {
@@ -284,11 +324,11 @@ test("keys are explained on a sheet, and the page can be light", async () => {
   assert.match(await sheet.textContent(), /Grow the plane of a wall/);
   await page.keyboard.press("Escape");
   await sheet.waitFor({ state: "hidden" });
+  await look("home");
   await press("t");
   assert.equal(await page.evaluate(() => document.documentElement.dataset.theme), "light");
   await settled(page);
   await expectPicture(page, "light");
-  await press("t");
 });
 
 test("nothing is cut off or covered from 1280 to 3840 pixels, and letters grow", async () => {
