@@ -6,6 +6,6 @@ objdump=$1
 shift
 for file in "$@"; do
     foreign=$("$objdump" -p "$file" | sed -n 's/.*DLL Name: //p' |
-        grep -viE '^(kernel32|advapi32|user32|gdi32|shell32|msvcrt)\.dll$' || true)
+        grep -viE '^(kernel32|advapi32|bcrypt|gdi32|mswsock|msvcrt|shell32|user32|ws2_32)\.dll$' || true)
     [ -z "$foreign" ] || { echo "$file needs $foreign" >&2; exit 1; }
 done
