@@ -31,6 +31,7 @@ NOT_RUN = {
     "orvix view scan.prj --port 8020 --no-open --stay": "serves until it is ended",
     "orvix view scan.prj --no-open --json": "serves until it is ended",
     f"orvix params hall.prj --seed {SEED}": "opens a window and waits for it",
+    "orvix view hall.prj": "serves until it is ended",
 }
 
 # What each verb is asked for its keys, and its exit code. Together they give every key.
