@@ -4,9 +4,8 @@
 import type { Api } from "./api/client";
 import type { ProjectInfo } from "./api/protocol";
 import type { Pose, Size } from "./camera/pose";
-import { Cloud } from "./cloud/cloud";
+import { Cloud, type CloudEvents } from "./cloud/cloud";
 import type { Stroke } from "./cloud/draw_list";
-import type { LoaderEvents } from "./cloud/loader";
 import { PlaneNumbers } from "./cloud/plane_numbers";
 import { viewVolume } from "./cloud/view_volume";
 import { Pace } from "./draw/pace";
@@ -25,7 +24,7 @@ export class DrawnCloud {
     api: Api,
     private readonly project: ProjectInfo,
     budget: number,
-    events: LoaderEvents,
+    events: CloudEvents,
   ) {
     this.cloud = new Cloud(api, project, events);
     this.planeNumbers = new PlaneNumbers(api, events);

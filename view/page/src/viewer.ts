@@ -94,15 +94,17 @@ class ProjectViewer implements Viewer {
       colour: firstColour(project),
       theme: matchMedia("(prefers-color-scheme: light)").matches ? "light" : "dark",
     });
+    this.drawn = new DrawnCloud(api, project, this.state.get().budget, {
+      changed: () => this.arrived(),
+      failed: (error) => this.trouble(error),
+      shown: () => new Promise((resolve) => this.loop.whenIdle(resolve)),
+    });
+    // Points are under way while the browser sets up the card, which can take longer than they do.
+    void this.drawn.cloud.start();
     const { planes, section, marks } = this.layers;
     this.renderer = new Renderer(this.canvas, project, [planes, section, marks]);
     this.measure(host);
     this.camera = new Camera(corners(project.bounds), () => this.currentSize);
-    const events = {
-      changed: () => this.arrived(),
-      failed: (error: unknown) => this.trouble(error),
-    };
-    this.drawn = new DrawnCloud(api, project, this.state.get().budget, events);
     this.placed = new PlacedElements(this.overlay);
     this.readOuts = new ReadOuts(this.overlay, () => this.camera.look("top"));
     this.loop = new FrameLoop({
@@ -112,7 +114,6 @@ class ProjectViewer implements Viewer {
     this.keys = new KeyInput(this.canvas, this.camera, () => this.loop.wake());
     this.listen(host);
     this.follow();
-    void this.start();
   }
 
   get size(): Size {
@@ -231,11 +232,6 @@ class ProjectViewer implements Viewer {
     for (const call of [...this.listeners.trouble]) call(sentence);
   }
 
-  private async start(): Promise<void> {
-    this.loop.wake();
-    await this.drawn.cloud.start();
-  }
-
   private listen(host: HTMLElement): void {
     new ResizeObserver(() => {
       this.measure(host);
@@ -297,6 +293,7 @@ class ProjectViewer implements Viewer {
 
   /** Points have come or gone; what comes within a moment is drawn in one frame. */
   private arrived(): void {
+    // The first points of all are drawn in the next frame.
     if (this.drawn.strokes.length === 0) this.firstSight();
     this.arrival ??= window.setTimeout(
       () => {
@@ -361,7 +358,8 @@ class ProjectViewer implements Viewer {
   private async finished(): Promise<void> {
     const moving = performance.now() - this.lastMove < restTime;
     const { drawn } = this.figures;
-    const frame = await this.renderer.finished();
+    // Without points there is nothing to measure, and the card may still be compiling.
+    const frame = drawn === 0 ? 0 : await this.renderer.finished();
     const { adaptive } = this.state.get();
     if (this.drawn.pace.tell(frame, drawn, moving, adaptive)) this.stale = true;
     this.figures = {

@@ -27,6 +27,11 @@ import type { ViewVolume } from "./view_volume";
 const firstSight = 60_000;
 const lasting = 500_000;
 
+export interface CloudEvents extends LoaderEvents {
+  /** Resolves when what has come is drawn: the first sight does not wait for what follows it. */
+  shown(): Promise<void>;
+}
+
 export class Cloud {
   readonly loader: Loader;
   private root: RunNode | null = null;
@@ -43,7 +48,7 @@ export class Cloud {
   constructor(
     private readonly api: Api,
     private readonly project: ProjectInfo,
-    private readonly events: LoaderEvents,
+    private readonly events: CloudEvents,
   ) {
     this.loader = new Loader(api, project.record.bytes, events);
   }
@@ -59,6 +64,7 @@ export class Cloud {
       this.root = treeOf(readCellRows(rows), this.project.bounds);
       this.setSkeleton(skeleton);
       const whole = skeletonRun(this.project, lasting);
+      await this.events.shown();
       if (whole.every < first.every)
         this.setSkeleton(await loadSkeleton(this.api, this.project, whole));
     } catch (error) {

@@ -58,26 +58,29 @@ function joined(project: ProjectInfo, places: ArrayBuffer, values: ArrayBuffer) 
   const out = new Uint8Array(records.buffer);
   const word = positionOffset(project.record) / 4;
   // Byte by byte: a value may lie at any place of a record, and the order of bytes is kept.
-  const moves: [number, number][] = [
-    [from.intensity, to.intensity],
-    [from.intensity + 1, to.intensity + 1],
-    [from.colour, to.colour],
-    [from.colour + 1, to.colour + 1],
-    [from.colour + 2, to.colour + 2],
-    [from.class, to.class],
-    [from.station, to.station],
-    [from.station + 1, to.station + 1],
-  ];
+  const sources = [0, 1].map((byte) => from.intensity + byte);
+  const targets = [0, 1].map((byte) => to.intensity + byte);
+  for (let byte = 0; byte < 3; ++byte) {
+    sources.push(from.colour + byte);
+    targets.push(to.colour + byte);
+  }
+  sources.push(from.class, from.station, from.station + 1);
+  targets.push(to.class, to.station, to.station + 1);
+  const words = to.bytes / 4;
   for (let point = 0; point < points; ++point) {
-    records.set(coordinates.subarray(3 * point, 3 * point + 3), (point * to.bytes) / 4 + word);
-    for (const [source, target] of moves)
-      out[point * to.bytes + target] = bytes[point * from.bytes + source]!;
+    const place = point * words + word;
+    records[place] = coordinates[3 * point]!;
+    records[place + 1] = coordinates[3 * point + 1]!;
+    records[place + 2] = coordinates[3 * point + 2]!;
+    for (let i = 0; i < sources.length; ++i)
+      out[point * to.bytes + targets[i]!] = bytes[point * from.bytes + sources[i]!]!;
   }
   return { records, points };
 }
 
-const cellKey = (x: number, y: number, z: number): string =>
-  `${Math.floor(Math.floor(x) / 10)} ${Math.floor(Math.floor(y) / 10)} ${Math.floor(Math.floor(z) / 10)}`;
+/** Number of a 1000 cm cell along an axis. */
+const cellOf = (value: number): number => Math.floor(Math.floor(value) / 10);
+const keyOf = (x: number, y: number, z: number): string => `${x} ${y} ${z}`;
 
 /**
  * The stretch of each 1000 cm cell and of each node above: the skeleton lies in the order of the cells, so one walk finds
@@ -92,23 +95,24 @@ export function stretchesOf(
   for (const cell of cellsOf(root)) {
     // Boxes are cut to the cloud's bounds; their middle lies in the cell all the same.
     const at = (axis: 0 | 1 | 2) => (cell.box.min[axis] + cell.box.max[axis]) / 2;
-    cells.set(cellKey(at(0), at(1), at(2)), cell);
+    cells.set(keyOf(cellOf(at(0)), cellOf(at(1)), cellOf(at(2))), cell);
   }
   const places = new Float32Array(skeleton.records.buffer);
   const stretches = new Map<RunNode, Stretch>();
   let start = 0;
-  let key = "";
+  let [x, y, z] = [NaN, NaN, NaN];
   const close = (end: number): void => {
-    const cell = cells.get(key);
+    const cell = cells.get(keyOf(x, y, z));
     if (cell && end > start) stretches.set(cell, { start, count: end - start });
   };
   for (let point = 0; point < skeleton.points; ++point) {
     const at = point * wordsPerRecord;
-    const here = cellKey(places[at]!, places[at + 1]!, places[at + 2]!);
-    if (here === key) continue;
+    const cellX = cellOf(places[at]!);
+    const cellY = cellOf(places[at + 1]!);
+    const cellZ = cellOf(places[at + 2]!);
+    if (cellX === x && cellY === y && cellZ === z) continue;
     close(point);
-    key = here;
-    start = point;
+    [x, y, z, start] = [cellX, cellY, cellZ, point];
   }
   close(skeleton.points);
   joinAbove(root, stretches);

@@ -5,7 +5,7 @@
 import type { Box } from "../math/box";
 import { diagonal } from "../math/box";
 
-const sampled = 20_000;
+const sampled = 5_000;
 const left = 0.005;
 
 /** `place(i)` gives the position of point i. */

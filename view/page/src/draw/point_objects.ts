@@ -22,10 +22,19 @@ const words = 6;
 export class PointObjects {
   readonly scene = new three.Scene();
   private readonly onCard = new Map<Source, OnCard>();
+  private readonly empty: three.Object3D[] = [];
   private frame = 0;
 
   constructor(private readonly material: PointMaterial) {
     this.scene.matrixWorldAutoUpdate = false;
+    // Draws nothing, but has the program compiled while the first points are still under way.
+    const records = new Uint32Array(words);
+    const run = { first: 0, count: 1, every: 1 };
+    const node = { box: { min: [0, 0, 0], max: [0, 0, 0] }, first: 0, count: 1 } as const;
+    const source: Skeleton = { kind: "skeleton", run, records, points: 1 };
+    const empty = { start: 0, count: 0, spacing: 1 };
+    this.show([{ ...empty, source, node: { ...node, cell: null, children: [] } }], 1);
+    this.empty = this.scene.children;
   }
 
   /** Draws these and nothing else; returns how many points they have. `share`: of each, up to 1. */
@@ -39,7 +48,7 @@ export class PointObjects {
       shown.push(this.object(stroke, drawn));
       points += drawn;
     }
-    this.scene.children = shown;
+    this.scene.children = shown.length > 0 ? shown : this.empty;
     return points;
   }
 

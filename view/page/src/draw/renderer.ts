@@ -52,6 +52,8 @@ export class Renderer {
     this.webgl = new three.WebGLRenderer({ canvas, antialias: true, alpha: false });
     this.webgl.outputColorSpace = three.LinearSRGBColorSpace;
     this.webgl.autoClear = false;
+    // Asking how compiling went would wait for it; a program that fails draws nothing, and tests see that.
+    this.webgl.debug.checkShaderErrors = false;
     this.webgl.sortObjects = false;
     this.material = new PointMaterial(project);
     this.objects = new PointObjects(this.material);
