@@ -37,6 +37,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
                          "Print the version and exit");
     app.footer(kExitCodes);
     AddImportVerb(app, context);
+    AddImportTasksVerb(app, context);
     AddInfoVerb(app, context);
     AddStationsVerb(app, context);
     AddCheckVerb(app, context);

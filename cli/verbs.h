@@ -80,6 +80,7 @@ bool MayGoOn();
 
 /// One function per verb, each in the file named after it.
 void AddImportVerb(CLI::App& app, CommandContext& context);
+void AddImportTasksVerb(CLI::App& app, CommandContext& context);
 void AddInfoVerb(CLI::App& app, CommandContext& context);
 void AddStationsVerb(CLI::App& app, CommandContext& context);
 void AddCheckVerb(CLI::App& app, CommandContext& context);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "importer/formats/open_scan.h"
+#include "importer/import_inputs.h"
 #include "importer/import_scans.h"
 #include "orvix/platform/path.h"
 
@@ -24,6 +25,8 @@ bool LiesInProject(const CString& input, const CString& project) {
     }
     return false;
 }
+
+}  // namespace
 
 Expected<void> CheckInputs(const std::vector<CString>& inputs, const CString& project) {
     if (inputs.empty()) return Fail(ErrorCode::BadInput, "there is nothing to import; name a scan");
@@ -48,20 +51,24 @@ Expected<void> CheckInputs(const std::vector<CString>& inputs, const CString& pr
     return {};
 }
 
-}  // namespace
+Expected<std::vector<ScanInput>> OpenInputs(const std::vector<CString>& paths) {
+    std::vector<ScanInput> inputs;
+    for (const CString& path : paths) {
+        auto reader = OpenScan(path);
+        if (!reader) return ErrorOf(reader);
+        inputs.push_back({path, std::move(*reader)});
+    }
+    return inputs;
+}
 
 Expected<ImportReport> Import(const std::vector<CString>& inputs, const CString& project,
                               const ImportOptions& options, const ImportCallback& callback) {
     if (auto checked = CheckInputs(inputs, project); !checked) {
         return ErrorOf(checked);
     }
-    std::vector<ScanInput> scans;
-    for (const CString& path : inputs) {
-        auto reader = OpenScan(path);
-        if (!reader) return ErrorOf(reader);
-        scans.push_back({path, std::move(*reader)});
-    }
-    return ImportScans(scans, project, options,
+    const auto scans = OpenInputs(inputs);
+    if (!scans) return ErrorOf(scans);
+    return ImportScans(*scans, project, options,
                        PlanMemory(options.memoryLimitBytes, options.threads), callback);
 }
 

@@ -17,11 +17,12 @@ enum class SkeletonSize { OneCentimetre, TenCentimetres, OneMetre };
 
 /// How inputs are read and what the project is made of.
 struct ImportOptions {
-    LengthUnit unit = LengthUnit::Metre;    ///< of the coordinates in the inputs
-    UpAxis up = UpAxis::Z;                  ///< Y: (x, y, z) of the input becomes (z, x, y)
-    bool dropZeros = false;                 ///< reject points at exactly (0, 0, 0) in the input
-    bool dedupe = false;                    ///< keep the first of points at the same local position
-    bool overwrite = false;                 ///< replace an existing project
+    LengthUnit unit = LengthUnit::Metre;  ///< of the coordinates in the inputs
+    UpAxis up = UpAxis::Z;                ///< Y: (x, y, z) of the input becomes (z, x, y)
+    bool dropZeros = false;               ///< reject points at exactly (0, 0, 0) in the input
+    bool dedupe = false;                  ///< keep the first of points at the same local position
+    bool overwrite = false;               ///< replace an existing project
+    bool resume = false;  ///< go on where an import of the same was ended; keep what is done
     std::vector<std::string> stationNames;  ///< import the scans of these names; empty: all
     SkeletonSize skeleton = SkeletonSize::TenCentimetres;
     std::uint64_t memoryLimitBytes = std::uint64_t{1} << 30;  ///< resident, whole process; about

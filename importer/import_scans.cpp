@@ -15,6 +15,10 @@
 #include "importer/scans/scan_survey.h"
 #include "importer/sort/record_sorter.h"
 #include "importer/sort/run_merge.h"
+#include "importer/tasks/import_work.h"
+#include "importer/tasks/report_note.h"
+#include "importer/tasks/run_tasks.h"
+#include "importer/tasks/task_job.h"
 #include "importer/write/grid_writer.h"
 #include "importer/write/project_publisher.h"
 #include "importer/write/project_records.h"
@@ -36,8 +40,7 @@ public:
           plan_(plan),
           meter_(callback),
           pool_(meter_, plan.workers),
-          stations_(inputs, options),
-          cloud_(plan.poolBytes) {
+          stations_(inputs, options) {
         report_.project = project;
     }
 
@@ -49,6 +52,13 @@ private:
     using Clock = std::chrono::steady_clock;
 
     Expected<void> Begin();
+    Expected<void> ImportAtOnce();
+    [[nodiscard]] bool FitsInMemory() const;
+    ImportWork::Place PlaceOfTasks(const CString& folder, std::uint64_t points);
+    Expected<void> ContinueTasks();
+    Expected<void> SpillIntoTasks();
+    Expected<void> RunWork(ImportWork& work);
+    Expected<void> TakeReport(const TaskNotes& notes);
     Expected<void> Scan();
     [[nodiscard]] std::uint64_t InputBytes() const;
     Expected<void> Sort();
@@ -57,6 +67,7 @@ private:
     Expected<void> FinishGrid();
     Expected<void> WriteSkeleton();
     [[nodiscard]] ProjectFacts Facts() const;
+    Expected<void> WriteRecords();
     Expected<void> WriteManifest();
     Expected<void> Publish();
 
@@ -69,18 +80,18 @@ private:
     ImportReport report_;
     std::optional<ProjectPublisher> publisher_;
     StationTable stations_;
+    std::vector<InputSurvey> found_;
     Survey survey_;
     SortedCloud cloud_;
     std::optional<GridWriter> grid_;
     SkeletonSummary skeleton_;
+    bool continued_ = false;
 };
 
 Expected<ImportReport> ImportRun::Run() {
     Expected<void> done = Begin();
-    if (done) done = Scan();
-    if (done) done = Sort();
-    if (done) done = WriteGrid();
-    if (done) done = WriteSkeleton();
+    if (done && !publisher_->IsPublished())
+        done = options_.resume ? ContinueTasks() : ImportAtOnce();
     if (done) done = Publish();
     if (!done) return EndEarly(done.error());
     meter_.Complete();
@@ -89,22 +100,105 @@ Expected<ImportReport> ImportRun::Run() {
     return std::move(report_);
 }
 
-// Files are closed first: some systems remove none that is open.
+// Files are closed first: some systems remove none that is open. What a continued import can use
+// again stays, unless the inputs themselves are at fault.
+// BEHAVIOUR I27
 tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
     grid_.reset();
     cloud_.runs.clear();
-    if (publisher_) failure.message += RemainsSentence(publisher_->Clear());
+    if (publisher_ && options_.resume && (failure.code != ErrorCode::BadInput || continued_)) {
+        publisher_->Leave();
+        if (failure.code != ErrorCode::BadInput)
+            failure.message += "; what is done stays: go on with --resume";
+    } else if (publisher_) {
+        failure.message += RemainsSentence(publisher_->Clear());
+    }
     publisher_.reset();
     return tl::unexpected<Error>(std::move(failure));
 }
 
 Expected<void> ImportRun::Begin() {
     using Existing = ProjectPublisher::Existing;
+    using Ended = ProjectPublisher::Ended;
     auto publisher = ProjectPublisher::Begin(
-        report_.project, options_.overwrite ? Existing::Replace : Existing::Keep);
+        report_.project, options_.overwrite ? Existing::Replace : Existing::Keep,
+        options_.resume ? Ended::Continue : Ended::Clear);
     if (!publisher) return ErrorOf(publisher);
     publisher_.emplace(std::move(*publisher));
+    continued_ = publisher_->Continues();
+    if (!publisher_->IsPublished()) return {};
+    return TakeReport(TaskNotes(*publisher_->TasksFolder()));
+}
+
+ImportWork::Place ImportRun::PlaceOfTasks(const CString& folder, std::uint64_t points) {
+    return {inputs_, options_, points, publisher_->Working(), folder};
+}
+
+// BEHAVIOUR I26
+Expected<void> ImportRun::ContinueTasks() {
+    const auto folder = publisher_->TasksFolder();
+    if (!folder) return ErrorOf(folder);
+    const TaskNotes notes(*folder);
+    TaskJob job;
+    if (continued_) {
+        auto read = ReadJob(notes);
+        if (!read) return ErrorOf(read);
+        job = std::move(*read);
+        if (auto same = RequireSame(job, PathsOf(inputs_), options_); !same) return same;
+    } else {
+        auto made = NewJob(report_.project, PathsOf(inputs_), options_, plan_);
+        if (!made) return ErrorOf(made);
+        job = std::move(*made);
+        if (auto written = WriteJob(notes, job); !written) return written;
+    }
+    ImportWork work(PlaceOfTasks(*folder, job.sortPoints), plan_, pool_);
+    if (continued_) {
+        meter_.Begin(ImportPhase::Scan, 0);
+        if (auto checked = work.CheckRuns(); !checked) return checked;
+    }
+    return RunWork(work);
+}
+
+// The points are sorted through the disk, in tasks that a continued import need not do again. Inputs
+// that are no files cannot be known again.
+Expected<void> ImportRun::SpillIntoTasks() {
+    const auto folder = publisher_->TasksFolder();
+    if (!folder) return ErrorOf(folder);
+    const auto job = NewJob(report_.project, PathsOf(inputs_), options_, plan_);
+    if (job) {
+        if (auto written = WriteJob(TaskNotes(*folder), *job); !written) return written;
+    }
+    ImportWork work(PlaceOfTasks(*folder, SortPointsOf(plan_)), plan_, pool_);
+    auto taken = work.TakeSurveys(std::move(found_));
+    return taken ? RunWork(work) : taken;
+}
+
+Expected<void> ImportRun::RunWork(ImportWork& work) {
+    if (auto done = RunTasks(work, pool_); !done) return done;
+    return TakeReport(work.Notes());
+}
+
+Expected<void> ImportRun::TakeReport(const TaskNotes& notes) {
+    auto report = ReadReport(notes);
+    if (!report) return ErrorOf(report);
+    report->project = report_.project;
+    report_ = std::move(*report);
     return {};
+}
+
+bool ImportRun::FitsInMemory() const {
+    return survey_.usable * kAlivePointBytes <= plan_.poolBytes;
+}
+
+Expected<void> ImportRun::ImportAtOnce() {
+    if (auto scanned = Scan(); !scanned) return scanned;
+    const bool fits = FitsInMemory();
+    if (auto enough = CheckSpace(!fits); !enough) return enough;
+    if (!fits) return SpillIntoTasks();
+    Expected<void> done = Sort();
+    if (done) done = WriteGrid();
+    if (done) done = WriteSkeleton();
+    return done ? WriteRecords() : done;
 }
 
 std::uint64_t ImportRun::InputBytes() const {
@@ -115,7 +209,10 @@ std::uint64_t ImportRun::InputBytes() const {
 
 Expected<void> ImportRun::Scan() {
     meter_.Begin(ImportPhase::Scan, InputBytes());
-    auto survey = SurveyScans(inputs_, options_, stations_, pool_);
+    auto found = SurveyInputs(inputs_, 0, inputs_.size() - 1, options_, stations_, pool_);
+    if (!found) return ErrorOf(found);
+    found_ = std::move(*found);
+    auto survey = JoinSurveys(found_, inputs_, options_, stations_);
     if (!survey) return ErrorOf(survey);
     survey_ = std::move(*survey);
     ReportSurvey(inputs_, stations_, survey_, report_);
@@ -131,14 +228,13 @@ Expected<void> ImportRun::CheckSpace(bool spills) {
 }
 
 Expected<void> ImportRun::Sort() {
+    meter_.Begin(ImportPhase::Sort, InputBytes());
     RecordSorter sorter(inputs_, stations_, survey_, options_, plan_, pool_);
-    const bool spills = sorter.WillSpill();
-    if (auto enough = CheckSpace(spills); !enough) return enough;
-    meter_.Begin(ImportPhase::Sort,
-                 InputBytes() + (spills ? survey_.usable * kAlivePointBytes : 0));
-    auto sorted = sorter.Sort(cloud_, [this] { return publisher_->ScratchFolder(); });
+    auto sorted = sorter.Sort({0, {}, inputs_.size() - 1, {}}, cloud_);
     if (!sorted) return sorted;
     report_.rejected = cloud_.rejected;
+    for (const auto& [reason, count] : PointlessOf(survey_)) report_.rejected[reason] += count;
+    if (auto met = CheckDecoded(cloud_.decoded, inputs_, stations_, survey_); !met) return met;
     if (cloud_.points == 0) return FailWithoutPoints(inputs_.front().path, report_);
     if (const auto warning = DistanceWarning(cloud_.bounds)) report_.warnings.push_back(*warning);
     return {};
@@ -149,10 +245,12 @@ Expected<void> ImportRun::WriteGrid() {
     const bool fine = options_.skeleton != SkeletonSize::OneMetre;  // BEHAVIOUR I11
     grid_.emplace(survey_.frame,
                   fine ? IndexWriter::FineLevel::Write : IndexWriter::FineLevel::Omit);
-    const std::uint64_t block = cloud_.onDisk ? plan_.fileBlockPoints : plan_.memoryBlockPoints;
     Expected<void> done = grid_->Create(publisher_->Working());
     if (done) {
-        done = MergeRuns(cloud_.runs, survey_.frame, {block, options_.dedupe}, pool_, *grid_);
+        done =
+            MergeRuns(cloud_.runs, survey_.frame,
+                      {.blockPoints = plan_.memoryBlockPoints, .removeDuplicates = options_.dedupe},
+                      pool_, *grid_);
     }
     return done ? FinishGrid() : done;
 }
@@ -161,7 +259,6 @@ Expected<void> ImportRun::FinishGrid() {
     meter_.Begin(ImportPhase::Index, 0);
     cloud_.runs.clear();
     cloud_.pool.Release();
-    if (auto removed = publisher_->RemoveScratch(); !removed) return removed;
     const Removed& duplicates = grid_->Duplicates();
     report_.written = grid_->Points();
     report_.checksum = cloud_.checksum - duplicates.hash;
@@ -205,16 +302,18 @@ Expected<void> ImportRun::WriteManifest() {
         [this](std::size_t jobs, const detail::BlockJob& job) { return pool_.RunJobs(jobs, job); });
 }
 
+Expected<void> ImportRun::WriteRecords() {
+    auto done = pool_.RunOne([&] { return WriteProjectRecords(publisher_->Working(), Facts()); });
+    if (done) done = WriteManifest();
+    return done ? pool_.RunOne([&] { return grid_->Close(); }) : done;
+}
+
 // Once the project has appeared, it is too late to cancel.
 // BEHAVIOUR I18
 Expected<void> ImportRun::Publish() {
-    bool published = false;
-    auto done = pool_.RunOne([&] { return WriteProjectRecords(publisher_->Working(), Facts()); });
-    if (done) done = WriteManifest();
-    if (!done) return done;
-    done = pool_.RunOne([&]() -> Expected<void> {
-        Expected<void> step = grid_->Close();
-        if (step) step = publisher_->Publish();
+    bool published = publisher_->IsPublished();
+    const auto done = pool_.RunOne([&]() -> Expected<void> {
+        Expected<void> step = published ? Expected<void>() : publisher_->Publish();
         published = step.has_value();
         if (!published) return step;
         for (const CString& path : publisher_->Clear()) {

@@ -8,7 +8,7 @@ namespace orvix::importer {
 /// The shares of an import's memory.
 struct MemoryPlan {
     unsigned workers = 1;
-    std::uint64_t poolBytes = 0;          ///< sorted points kept before a run goes to disk
+    std::uint64_t poolBytes = 0;          ///< of sorted points kept in memory
     std::uint64_t memoryBlockPoints = 0;  ///< a block when runs in memory are merged
     std::uint64_t fileBlockPoints = 0;    ///< a block when runs on disk are merged
     /// Pieces of fewer points are joined until there are this many, so that the number of runs

@@ -17,11 +17,10 @@ constexpr double kEstimable = 0.02;
 
 ProgressMeter::ProgressMeter(ImportCallback callback) : callback_(std::move(callback)) {}
 
-void ProgressMeter::Begin(ImportPhase phase, std::uint64_t bytes) {
-    const auto index = static_cast<std::size_t>(phase);
+void ProgressMeter::Begin(ImportPhase phase, std::uint64_t bytes, ImportPhase last) {
     progress_.phase = phase;
-    from_ = kPhaseStarts[index];
-    share_ = kPhaseStarts[index + 1] - from_;
+    from_ = kPhaseStarts[static_cast<std::size_t>(phase)];
+    share_ = kPhaseStarts[static_cast<std::size_t>(last) + 1] - from_;
     total_ = bytes;
     bytes_ = 0;
     points_ = 0;

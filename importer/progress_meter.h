@@ -24,7 +24,9 @@ public:
     explicit ProgressMeter(ImportCallback callback);
 
     /// A phase of `bytes` bytes starts; phases come in the order of ImportPhase.
-    void Begin(ImportPhase phase, std::uint64_t bytes);
+    void Begin(ImportPhase phase, std::uint64_t bytes) { Begin(phase, bytes, phase); }
+    /// The same where its work is that of all phases to `last`.
+    void Begin(ImportPhase phase, std::uint64_t bytes, ImportPhase last);
     void Add(std::uint64_t bytes, std::uint64_t points) {
         bytes_.fetch_add(bytes, std::memory_order_relaxed);
         points_.fetch_add(points, std::memory_order_relaxed);

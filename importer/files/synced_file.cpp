@@ -27,6 +27,15 @@ Expected<void> SyncedFile::Create(const CString& path, Durability durability) {
     return {};
 }
 
+Expected<void> SyncedFile::OpenWrite(const CString& path) {
+    path_ = path;
+    durability_ = Durability::Lasting;
+    std::error_code error;
+    file_ = platform::File::OpenReadWrite(path, error);
+    if (error) return FailTo("write", error);
+    return {};
+}
+
 Expected<void> SyncedFile::OpenRead(const CString& path) {
     path_ = path;
     std::error_code error;

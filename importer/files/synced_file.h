@@ -28,6 +28,8 @@ enum class Durability { Lasting, Temporary };
 class SyncedFile {
 public:
     Expected<void> Create(const CString& path, Durability durability);
+    /// Opens a file that is there, to be written and read in places.
+    Expected<void> OpenWrite(const CString& path);
     /// Opens a file that is there, to be read.
     Expected<void> OpenRead(const CString& path);
     Expected<void> WriteAt(std::uint64_t offset, const void* data, std::size_t bytes);

@@ -26,15 +26,17 @@ public:
     /// The sum of each block of a file of so many bytes; none unless each byte was added.
     [[nodiscard]] std::vector<std::uint32_t> Blocks(std::uint64_t bytes) const;
 
-private:
     struct Piece {
         std::uint64_t bytes = 0;
         std::uint32_t sum = 0;
     };
-    using Pieces = std::map<std::uint64_t, Piece>;
-
+    using Pieces = std::map<std::uint64_t, Piece>;  // by offset
+    /// What was added so far, joined within blocks, to be handed to another by `Insert`.
+    [[nodiscard]] const Pieces& All() const { return pieces_; }
+    /// Adds bytes by their sum; they lie in one block.
     void Insert(std::uint64_t offset, const Piece& piece);
 
+private:
     std::mutex mutex_;
     Pieces pieces_;
 };

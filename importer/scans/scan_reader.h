@@ -89,6 +89,10 @@ struct DecodedPiece : PointlessRecords {
     std::vector<ScanPoint> points;
 };
 
+/// Where a reader stands between two pieces: numbers of the reader's own, which mean the same in every
+/// process while the file stays the same.
+using ReadPlace = std::array<std::uint64_t, 5>;
+
 /// Reads one scan file in two steps, so that any format can be decoded on every core.
 ///
 /// `Next` cuts the file into pieces of about `kPieceBytes`, one after the other; `Decode` makes
@@ -105,7 +109,7 @@ struct DecodedPiece : PointlessRecords {
 ///            decoded pieces without counts; `Decode` replaces the points that `decoded` held.
 /// Errors     BadInput with file, byte or line, numbers, and what to do; a file that ends before
 ///            its declared points do is such an error, not a short read.
-/// Threads    `Next` and `Rewind` on one thread; `Decode` on any number at once, on different
+/// Threads    `Next`, `Rewind`, `Place` and `GoTo` on one thread; `Decode` on any number at once, on different
 ///            pieces.
 /// Cost       `Next` reads, `Decode` computes; both reuse the caller's buffers.
 class ScanReader {
@@ -121,6 +125,12 @@ public:
     virtual Expected<void> Decode(const RawPiece& piece, DecodedPiece& decoded) const = 0;
     /// Starts again at the first piece.
     virtual Expected<void> Rewind() = 0;
+    /// Where the next piece begins.
+    [[nodiscard]] virtual ReadPlace Place() const = 0;
+    /// Goes to a place that `Place` returned, in this process or another, or to one before it from
+    /// which `Next` leads there: a stream can be entered at its start alone. Scans before the place
+    /// that the reader has not met stand in `Info` without a name or pose.
+    virtual Expected<void> GoTo(const ReadPlace& place) = 0;
 };
 
 inline constexpr std::uint64_t kPieceBytes = 2u << 20;

@@ -18,16 +18,16 @@ namespace {
 // Points of a piece that are looked at for its median position.
 constexpr std::size_t kMedianSamples = 2048;
 
-struct Box {
-    SimplePointT<double> min{kMaxWorld, kMaxWorld, kMaxWorld};
-    SimplePointT<double> max{-kMaxWorld, -kMaxWorld, -kMaxWorld};
-};
+// A mark is set after so many points at first; where an input has more than kMostMarks of them, every
+// second one goes.
+constexpr std::uint64_t kFirstMarkPoints = 65'536;
+constexpr std::size_t kMostMarks = 4096;
 
 /// One piece and what the survey takes from it.
 struct SurveyJob : StationPiece {
     std::uint64_t usable = 0;
     AttributeRange range;
-    Box box;
+    WorldBox box;
     std::uint64_t placed = 0;  // usable points on which the origin depends
     SimplePointT<double> median;
     std::vector<SimplePointT<double>> positions;
@@ -75,7 +75,7 @@ float LocalBound(double world, double origin) {
     return ToLocal(std::clamp(world, origin - kMaxLocal, origin + kMaxLocal), origin);
 }
 
-ExtendsT<float> LocalBounds(const Box& box, const SimplePointT<double>& origin) {
+ExtendsT<float> LocalBounds(const WorldBox& box, const SimplePointT<double>& origin) {
     const auto local = [&](const SimplePointT<double>& p) {
         return SimplePointT<float>{LocalBound(p.x, origin.x), LocalBound(p.y, origin.y),
                                    LocalBound(p.z, origin.z)};
@@ -102,6 +102,43 @@ std::optional<std::array<double, 3>> ExportedOrigin(const std::vector<ScanInput>
     return origin;
 }
 
+void DropEverySecondMark(InputSurvey& survey) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < survey.marks.size(); ++i) {
+        if (i % 2 == 0) {
+            survey.marks[kept++] = survey.marks[i];
+        } else {
+            survey.marks[kept - 1].points += survey.marks[i].points;
+            survey.marks[kept - 1].bytes += survey.marks[i].bytes;
+        }
+    }
+    survey.marks.resize(kept);
+    survey.markPoints *= 2;
+}
+
+void Mark(InputSurvey& survey, const SurveyJob& job) {
+    if (survey.markPoints == 0) survey.markPoints = kFirstMarkPoints;
+    if (survey.marks.size() == kMostMarks) DropEverySecondMark(survey);
+    if (survey.marks.empty() || survey.marks.back().points >= survey.markPoints) {
+        survey.marks.push_back({job.place, 0, 0});
+    }
+    survey.marks.back().points += job.decoded.points.size();
+    survey.marks.back().bytes += job.Bytes();
+}
+
+void Commit(const SurveyJob& job, InputSurvey& survey) {
+    if (survey.scans.size() <= job.piece.scan) survey.scans.resize(job.piece.scan + 1);
+    SurveyedScan& scan = survey.scans[job.piece.scan];
+    scan.points += job.decoded.points.size();
+    scan.pointless.Join(job.decoded);
+    scan.range.Join(job.range);
+    survey.usable += job.usable;
+    Mark(survey, job);
+    if (job.placed == 0) return;
+    detail::Join(survey.box, job.box);
+    survey.medians.push_back({job.median, job.placed});
+}
+
 }  // namespace
 
 std::uint64_t Survey::Read() const {
@@ -109,12 +146,14 @@ std::uint64_t Survey::Read() const {
                            [](std::uint64_t sum, const Scan& scan) { return sum + scan.Read(); });
 }
 
-Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
-                             StationTable& stations, ImportPool& pool) {
-    Survey survey;
+Expected<std::vector<InputSurvey>> SurveyInputs(const std::vector<ScanInput>& inputs,
+                                                std::size_t first, std::size_t last,
+                                                const ImportOptions& options,
+                                                StationTable& stations, ImportPool& pool) {
+    std::vector<InputSurvey> found(inputs.size());
     PieceQueue queue(inputs, stations);
-    Box box;
-    std::vector<WeightedPosition> medians;
+    auto gone = queue.GoTo({first, {}, last, {}}, [&] { return pool.Stopping(); });
+    if (!gone) return ErrorOf(gone);
     parallel::OrderedSteps<SurveyJob> steps;
     steps.take = [&](SurveyJob& job) { return queue.Take(job); };
     steps.work = [&](SurveyJob& job) -> Expected<void> {
@@ -123,33 +162,51 @@ Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportO
         return decoded;
     };
     steps.commit = [&](SurveyJob& job) -> Expected<void> {
-        if (survey.scans.size() <= job.station) survey.scans.resize(job.station + 1);
-        Survey::Scan& scan = survey.scans[job.station];
-        scan.points += job.decoded.points.size();
-        scan.pointless.Join(job.decoded);
-        scan.range.Join(job.range);
-        survey.usable += job.usable;
-        if (job.placed != 0) {
-            detail::Join(box, job.box);
-            medians.push_back({job.median, job.placed});
-        }
+        Commit(job, found[job.input]);
         pool.Meter().Add(job.Bytes(), job.decoded.points.size());
         return {};
     };
     if (auto done = parallel::RunInOrder(pool, steps); !done) return ErrorOf(done);
+    for (std::size_t i = first; i <= last; ++i) found[i].parts = inputs[i].reader->Info().scans;
+    return found;
+}
+
+Expected<Survey> JoinSurveys(const std::vector<InputSurvey>& found,
+                             const std::vector<ScanInput>& inputs, const ImportOptions& options,
+                             const StationTable& stations) {
+    Survey survey;
     survey.scans.resize(stations.Count());
-    if (auto chosen = stations.RequireChosen(); !chosen) {
-        return ErrorOf(chosen);
+    WorldBox box;
+    std::vector<WeightedPosition> medians;
+    for (std::size_t input = 0; input < found.size(); ++input) {
+        const InputSurvey& part = found[input];
+        for (std::size_t scan = 0; scan < part.scans.size(); ++scan) {
+            if (const auto station = stations.Find(input, scan)) {
+                survey.scans[*station] = part.scans[scan];
+            }
+        }
+        survey.usable += part.usable;
+        if (part.medians.empty()) continue;
+        detail::Join(box, part.box);
+        medians.insert(medians.end(), part.medians.begin(), part.medians.end());
     }
+    if (auto chosen = stations.RequireChosen(); !chosen) return ErrorOf(chosen);
     if (medians.empty()) return survey;
     survey.origin = ChooseOrigin(medians);
     if (const auto stored = ExportedOrigin(inputs, options)) {
         survey.origin = KeepOrigin(survey.origin, *stored);
     }
-    const ExtendsT<float> bounds = LocalBounds(box, survey.origin);
-    survey.frame = GridFrame(bounds);
-    survey.maxLocal = MaxMagnitude(bounds);
+    survey.frameBounds = LocalBounds(box, survey.origin);
+    survey.frame = GridFrame(survey.frameBounds);
+    survey.maxLocal = MaxMagnitude(survey.frameBounds);
     return survey;
+}
+
+Expected<Survey> SurveyScans(const std::vector<ScanInput>& inputs, const ImportOptions& options,
+                             StationTable& stations, ImportPool& pool) {
+    const auto found = SurveyInputs(inputs, 0, inputs.size() - 1, options, stations, pool);
+    if (!found) return ErrorOf(found);
+    return JoinSurveys(*found, inputs, options, stations);
 }
 
 }  // namespace orvix::importer

@@ -34,11 +34,20 @@ StationTable::StationTable(const std::vector<ScanInput>& inputs, const ImportOpt
     : inputs_(inputs),
       options_(options),
       axes_(options.unit, options.up),
-      numbers_(inputs.size()) {}
+      numbers_(inputs.size()),
+      found_(inputs.size()) {}
 
 Expected<void> StationTable::EnterScans(std::size_t input) {
-    ScanReader& reader = *inputs_[input].reader;
-    const std::vector<ScanPart>& scans = reader.Info().scans;
+    if (found_[input]) return {};
+    return EnterAll(input, inputs_[input].reader->Info().scans);
+}
+
+Expected<void> StationTable::EnterFound(std::size_t input, const std::vector<ScanPart>& scans) {
+    found_[input] = true;
+    return EnterAll(input, scans);
+}
+
+Expected<void> StationTable::EnterAll(std::size_t input, const std::vector<ScanPart>& scans) {
     while (numbers_[input].size() < scans.size()) {
         const ScanPart& part = scans[numbers_[input].size()];
         if (auto entered = Enter(input, part); !entered) return entered;

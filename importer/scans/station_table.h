@@ -49,6 +49,9 @@ public:
 
     /// Enters the scans that the input's reader knows by now and makes it omit those not wanted.
     Expected<void> EnterScans(std::size_t input);
+    /// Enters the scans that an earlier pass over the input found: all that there are, whatever the
+    /// reader of this process has met.
+    Expected<void> EnterFound(std::size_t input, const std::vector<ScanPart>& scans);
     /// After all inputs were read: whether there is a scan for every name asked for.
     [[nodiscard]] Expected<void> RequireChosen() const;
 
@@ -62,6 +65,7 @@ public:
     }
 
 private:
+    Expected<void> EnterAll(std::size_t input, const std::vector<ScanPart>& scans);
     Expected<void> Enter(std::size_t input, const ScanPart& part);
 
     const std::vector<ScanInput>& inputs_;
@@ -70,6 +74,7 @@ private:
     std::vector<Station> stations_;
     std::vector<std::vector<std::optional<std::size_t>>> numbers_;  // by input and scan
     std::vector<std::string> names_;                                // of all scans entered
+    std::vector<bool> found_;                                       // by input: nothing to add
 };
 
 }  // namespace orvix::importer

@@ -24,26 +24,18 @@ std::span<AlivePoint> RecordPool::Take(std::size_t count) {
     Slab& slab = slabs_[current_];
     auto* const first = reinterpret_cast<AlivePoint*>(slab.bytes.get()) + slab.used;
     slab.used += count;
-    taken_ += count;
     return {first, count};
-}
-
-bool RecordPool::IsFull() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return taken_ >= limit_;
 }
 
 void RecordPool::Clear() {
     for (Slab& slab : slabs_) slab.used = 0;
     current_ = 0;
-    taken_ = 0;
 }
 
 void RecordPool::Release() {
     slabs_.clear();
     slabs_.shrink_to_fit();
     current_ = 0;
-    taken_ = 0;
 }
 
 }  // namespace orvix::importer

@@ -19,12 +19,8 @@ namespace orvix::importer {
 /// Threads   `Take` from any thread.
 class RecordPool {
 public:
-    explicit RecordPool(std::uint64_t bytes) : limit_(bytes / sizeof(AlivePoint)) {}
-
-    /// Room for `count` records, not initialised; also once the pool is full.
+    /// Room for `count` records, not initialised.
     std::span<AlivePoint> Take(std::size_t count);
-    /// Whether the records handed out reach the pool's size; time to write them to disk.
-    [[nodiscard]] bool IsFull() const;
     void Clear();
     void Release();
 
@@ -35,11 +31,9 @@ private:
         std::size_t used = 0;
     };
 
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::vector<Slab> slabs_;
     std::size_t current_ = 0;
-    std::uint64_t limit_;
-    std::uint64_t taken_ = 0;
 };
 
 }  // namespace orvix::importer

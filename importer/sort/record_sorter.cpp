@@ -1,34 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "importer/sort/record_sorter.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 
 #include "importer/sort/block_sorter.h"
 #include "importer/sort/run_merge.h"
 #include "orvix/geometry/bounds.h"
-#include "orvix/platform/path.h"
 #include "orvix/points/record_hash.h"
 #include "parallel/run_in_order.h"
 
 namespace orvix::importer {
 namespace {
 
-// BEHAVIOUR I20
-tl::unexpected<Error> Changed(const CString& path) {
-    return Fail(ErrorCode::BadInput,
-                fmt::format("{} changed while it was being imported; import it again once it is "
-                            "complete",
-                            platform::ToUtf8(path)));
-}
-
 /// Writes merged blocks into one file and samples their keys.
 class RunSink : public MergeSink {
 public:
-    RunSink(const GridFrame& frame, SortedRun& run, std::uint64_t points)
-        : frame_(frame), run_(run) {
+    RunSink(const GridFrame& frame, SortedRun& run, std::uint64_t points, WrittenSums& sums)
+        : frame_(frame), run_(run), sums_(sums) {
         run_.samples.resize((points + kFileStride - 1) / kFileStride);
     }
     Expected<void> Commit(MergedBlock& block) override {
@@ -43,13 +32,16 @@ public:
             const auto place = static_cast<std::size_t>(sample * kFileStride - block.offset);
             run_.samples[sample] = frame_.KeyOf(block.points[place]);
         }
-        return run_.file->WriteAt(block.offset * sizeof(AlivePoint), block.points.Data(),
-                                  block.points.Size() * sizeof(AlivePoint));
+        const std::uint64_t at = block.offset * sizeof(AlivePoint);
+        const std::size_t bytes = block.points.Size() * sizeof(AlivePoint);
+        sums_.Add(at, {reinterpret_cast<const std::uint8_t*>(block.points.Data()), bytes});
+        return run_.file->WriteAt(at, block.points.Data(), bytes);
     }
 
 private:
     const GridFrame& frame_;
     SortedRun& run_;
+    WrittenSums& sums_;
 };
 
 std::uint64_t CountPoints(const std::vector<SortedRun>& runs) {
@@ -82,15 +74,10 @@ RecordSorter::RecordSorter(const std::vector<ScanInput>& inputs, StationTable& s
       survey_(survey),
       plan_(plan),
       pool_(pool),
-      dropZeros_(options.dropZeros),
-      met_(stations.Count()) {
+      dropZeros_(options.dropZeros) {
     for (std::size_t i = 0; i < stations.Count(); ++i) {
         scales_.emplace_back(inputs[stations[i].input].reader->Info(), survey.scans[i].range);
     }
-}
-
-bool RecordSorter::WillSpill() const {
-    return survey_.usable * sizeof(AlivePoint) > plan_.poolBytes;
 }
 
 // A point that the survey did not see may lie outside its frame; the input changed meanwhile.
@@ -134,19 +121,19 @@ void RecordSorter::MakeRecords(Job& job) const {
     job.records.Resize(made);
 }
 
-Expected<void> RecordSorter::FillPool(SortedCloud& cloud, PieceQueue& queue, bool& ended) {
+Expected<void> RecordSorter::Sort(const InputStretch& stretch, SortedCloud& cloud) {
+    PieceQueue queue(inputs_, stations_);
+    cloud.decoded.resize(stations_.Count());
+    auto gone =
+        pool_.RunOne([&] { return queue.GoTo(stretch, [this] { return pool_.Stopping(); }); });
+    if (!gone) return gone;
     parallel::OrderedSteps<Job> steps;
-    steps.take = [&](Job& job) -> Expected<bool> {
-        if (cloud.pool.IsFull()) return false;
-        Expected<bool> more = queue.Take(job);
-        ended = more && !*more;
-        return more;
-    };
+    steps.take = [&](Job& job) { return queue.Take(job); };
     steps.work = [&](Job& job) -> Expected<void> {
-        if (job.station >= scales_.size()) return Changed(inputs_[job.input].path);
+        if (job.station >= scales_.size()) return FailChanged(inputs_[job.input].path);
         if (auto decoded = job.Decode(); !decoded) return decoded;
         MakeRecords(job);
-        if (job.changed) return Changed(inputs_[job.input].path);
+        if (job.changed) return FailChanged(inputs_[job.input].path);
         if (job.records.Size() < plan_.shortPiecePoints) return {};
         job.sorted = cloud.pool.Take(job.records.Size());
         job.sorter.Sort(survey_.frame, job.records.All(), job.sorted.data(), nullptr);
@@ -154,13 +141,13 @@ Expected<void> RecordSorter::FillPool(SortedCloud& cloud, PieceQueue& queue, boo
         return {};
     };
     steps.commit = [&](Job& job) { return Commit(job, cloud); };
-    auto filled = parallel::RunInOrder(pool_, steps);
-    if (filled) FlushSmall(cloud);
-    return filled;
+    auto sorted = parallel::RunInOrder(pool_, steps);
+    if (sorted) FlushSmall(cloud);
+    return sorted;
 }
 
 Expected<void> RecordSorter::Commit(Job& job, SortedCloud& cloud) {
-    met_[job.station] += job.decoded.points.size();
+    cloud.decoded[job.station] += job.decoded.points.size();
     if (job.notANumber != 0) cloud.rejected[kNotANumber] += job.notANumber;
     if (job.zero != 0) cloud.rejected[kZero] += job.zero;
     if (job.outOfRange != 0) cloud.rejected[kOutOfRange] += job.outOfRange;
@@ -189,88 +176,46 @@ void RecordSorter::FlushSmall(SortedCloud& cloud) {
     small_.clear();
 }
 
-Expected<SortedRun> RecordSorter::MergeToDisk(const std::vector<SortedRun>& runs,
-                                              std::uint64_t blockPoints, const CString& folder) {
+void SortedCloud::Clear() {
+    runs.clear();
+    pool.Clear();
+    points = checksum = 0;
+    rejected.clear();
+    decoded.clear();
+}
+
+Expected<void> CheckDecoded(const std::vector<std::uint64_t>& decoded,
+                            const std::vector<ScanInput>& inputs, const StationTable& stations,
+                            const Survey& survey) {
+    for (std::size_t i = 0; i < stations.Count(); ++i) {
+        const std::uint64_t met = i < decoded.size() ? decoded[i] : 0;
+        if (met != survey.scans[i].points) return FailChanged(inputs[stations[i].input].path);
+    }
+    return {};
+}
+
+Rejections PointlessOf(const Survey& survey) {
+    PointlessRecords all;
+    for (const SurveyedScan& scan : survey.scans) all.Join(scan.pointless);
+    Rejections rejected;
+    if (all.malformed != 0) rejected[kMalformed] = all.malformed;
+    if (all.noReturn != 0) rejected[kNoReturn] = all.noReturn;
+    if (all.invalid != 0) rejected[kInvalid] = all.invalid;
+    if (all.directionOnly != 0) rejected[kDirectionOnly] = all.directionOnly;
+    return rejected;
+}
+
+Expected<SortedRun> MergeToFile(const std::vector<SortedRun>& runs, const GridFrame& frame,
+                                std::uint64_t blockPoints, const CString& path, WrittenSums& sums,
+                                ImportPool& pool) {
     SortedRun merged;
     merged.stride = kFileStride;
     merged.file = std::make_shared<SyncedFile>();
-    const CString path = platform::JoinPath(folder, L"run_" + std::to_wstring(spillNumber_++));
     Expected<void> done = merged.file->Create(path, Durability::Temporary);
-    RunSink sink(survey_.frame, merged, CountPoints(runs));
-    if (done) done = MergeRuns(runs, survey_.frame, {blockPoints, false}, pool_, sink);
+    RunSink sink(frame, merged, CountPoints(runs), sums);
+    if (done) done = MergeRuns(runs, frame, {.blockPoints = blockPoints}, pool, sink);
     if (!done) return ErrorOf(done);
     return merged;
-}
-
-Expected<void> RecordSorter::Spill(SortedCloud& cloud, const CString& folder) {
-    auto run = MergeToDisk(cloud.runs, plan_.memoryBlockPoints, folder);
-    if (!run) return ErrorOf(run);
-    spilled_.push_back(std::move(*run));
-    cloud.runs.clear();
-    cloud.pool.Clear();
-    return {};
-}
-
-// Neighbouring runs are merged into longer ones until all that are left can be merged at once.
-Expected<void> RecordSorter::ReduceRuns(SortedCloud& cloud, const CString& folder) {
-    while (spilled_.size() > plan_.mergeRuns) {
-        std::vector<SortedRun> longer;
-        for (std::size_t first = 0; first < spilled_.size(); first += plan_.mergeRuns) {
-            const std::size_t end = std::min<std::size_t>(first + plan_.mergeRuns, spilled_.size());
-            std::vector<SortedRun> group(
-                std::make_move_iterator(spilled_.begin() + static_cast<std::ptrdiff_t>(first)),
-                std::make_move_iterator(spilled_.begin() + static_cast<std::ptrdiff_t>(end)));
-            auto run = MergeToDisk(group, plan_.fileBlockPoints, folder);
-            if (!run) return ErrorOf(run);
-            longer.push_back(std::move(*run));
-            for (const SortedRun& merged : group) {
-                std::error_code ignored;
-                platform::RemoveFile(merged.file->Path(), ignored);
-            }
-        }
-        spilled_ = std::move(longer);
-    }
-    cloud.runs = std::move(spilled_);
-    return {};
-}
-
-Expected<void> RecordSorter::CheckCounts() const {
-    for (std::size_t i = 0; i < met_.size(); ++i) {
-        if (met_[i] != survey_.scans[i].points) return Changed(inputs_[stations_[i].input].path);
-    }
-    return {};
-}
-
-void RecordSorter::CountPointless(SortedCloud& cloud) const {
-    PointlessRecords all;
-    for (const Survey::Scan& scan : survey_.scans) all.Join(scan.pointless);
-    if (all.malformed != 0) cloud.rejected[kMalformed] = all.malformed;
-    if (all.noReturn != 0) cloud.rejected[kNoReturn] = all.noReturn;
-    if (all.invalid != 0) cloud.rejected[kInvalid] = all.invalid;
-    if (all.directionOnly != 0) cloud.rejected[kDirectionOnly] = all.directionOnly;
-}
-
-Expected<void> RecordSorter::Sort(SortedCloud& cloud, const ScratchFolderSource& scratch) {
-    PieceQueue queue(inputs_, stations_);
-    if (auto rewound = queue.Rewind(); !rewound) return rewound;
-    CString folder;
-    for (bool ended = false; !ended;) {
-        if (auto filled = FillPool(cloud, queue, ended); !filled) return filled;
-        if (ended && spilled_.empty()) break;
-        if (cloud.runs.empty()) continue;
-        if (folder.empty()) {
-            auto made = scratch();
-            if (!made) return ErrorOf(made);
-            folder = *made;
-        }
-        if (auto spilled = Spill(cloud, folder); !spilled) return spilled;
-    }
-    CountPointless(cloud);
-    if (auto counted = CheckCounts(); !counted) return counted;
-    if (spilled_.empty()) return {};
-    cloud.onDisk = true;
-    cloud.pool.Release();
-    return ReduceRuns(cloud, folder);
 }
 
 }  // namespace orvix::importer

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <vector>
 
+#include "importer/files/written_sums.h"
 #include "importer/memory_plan.h"
 #include "importer/scans/attribute_scale.h"
 #include "importer/scans/piece_queue.h"
@@ -16,53 +16,41 @@
 
 namespace orvix::importer {
 
-/// All points of an import, sorted in runs.
+/// Sorted points, in runs in memory, and what became of those that are not among them.
 struct SortedCloud {
-    explicit SortedCloud(std::uint64_t poolBytes) : pool(poolBytes) {}
+    /// Without points; the pool's memory stays.
+    void Clear();
 
-    RecordPool pool;              ///< owns the points of runs in memory
+    RecordPool pool;              ///< owns the points
     std::vector<SortedRun> runs;  ///< in input order
-    bool onDisk = false;          ///< the runs are files
     std::uint64_t points = 0;
     std::uint64_t checksum = 0;  ///< sum of RecordHash
     Rejections rejected;
-    ExtendsT<float> bounds;  ///< of the points; meaningless without points
+    ExtendsT<float> bounds;              ///< of the points; meaningless without points
+    std::vector<std::uint64_t> decoded;  ///< points met, with those rejected, by station
 };
-
-/// Where temporary files may be written; asked for when the first is needed.
-using ScratchFolderSource = std::function<Expected<CString>()>;
 
 /// Makes records of the inputs' points and sorts them by cell: the second pass over the inputs.
 ///
 /// Every piece is decoded, made into records and sorted on its own, in cache. The pieces stay in
-/// the pool as short runs; when it is full, they are merged into one run on disk and the pool
-/// starts again. A cloud that fits into the pool never touches the disk.
+/// the cloud's pool as short runs.
 ///
-/// Order    runs follow the input; where one ends depends on memory and threads, the merged order
-///          does not.
+/// Order    runs follow the input; where one ends depends on pieces alone.
 /// Errors   those of readers and files; an input that changed since the survey; Cancelled.
 class RecordSorter {
 public:
     RecordSorter(const std::vector<ScanInput>& inputs, StationTable& stations, const Survey& survey,
                  const ImportOptions& options, const MemoryPlan& plan, ImportPool& pool);
 
-    /// Whether the points are expected to go through the disk.
-    [[nodiscard]] bool WillSpill() const;
-    Expected<void> Sort(SortedCloud& cloud, const ScratchFolderSource& scratch);
+    /// Sorts the points of a stretch of the inputs and adds them to the cloud.
+    Expected<void> Sort(const InputStretch& stretch, SortedCloud& cloud);
 
 private:
     struct Job;
 
     void MakeRecords(Job& job) const;
-    Expected<void> FillPool(SortedCloud& cloud, PieceQueue& queue, bool& ended);
     Expected<void> Commit(Job& job, SortedCloud& cloud);
     void FlushSmall(SortedCloud& cloud);
-    Expected<void> Spill(SortedCloud& cloud, const CString& folder);
-    Expected<SortedRun> MergeToDisk(const std::vector<SortedRun>& runs, std::uint64_t blockPoints,
-                                    const CString& folder);
-    Expected<void> ReduceRuns(SortedCloud& cloud, const CString& folder);
-    void CountPointless(SortedCloud& cloud) const;
-    Expected<void> CheckCounts() const;
 
     const std::vector<ScanInput>& inputs_;
     StationTable& stations_;
@@ -71,11 +59,21 @@ private:
     ImportPool& pool_;
     bool dropZeros_;
     std::vector<AttributeScale> scales_;  // by station
-    std::vector<std::uint64_t> met_;      // points decoded, by station
-    std::vector<SortedRun> spilled_;
-    std::vector<AlivePoint> small_;  // pieces too short to be runs of their own, as they came
+    std::vector<AlivePoint> small_;       // pieces too short to be runs of their own, as they came
     BlockSorter smallSorter_;
-    unsigned spillNumber_ = 0;
 };
+
+/// Whether each station's points were met as often as the survey did. Errors: an input that changed.
+Expected<void> CheckDecoded(const std::vector<std::uint64_t>& decoded,
+                            const std::vector<ScanInput>& inputs, const StationTable& stations,
+                            const Survey& survey);
+
+/// The records without a point that the survey counted, by reason.
+Rejections PointlessOf(const Survey& survey);
+
+/// Merges runs into one in a new file, which stays open.
+Expected<SortedRun> MergeToFile(const std::vector<SortedRun>& runs, const GridFrame& frame,
+                                std::uint64_t blockPoints, const CString& path, WrittenSums& sums,
+                                ImportPool& pool);
 
 }  // namespace orvix::importer

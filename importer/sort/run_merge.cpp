@@ -26,7 +26,7 @@ public:
 
     Expected<std::vector<MergeTask>> Plan() {
         GatherSamples();
-        SortKey low = kFirstKey;
+        SortKey low = options_.low;
         std::uint64_t weight = 0;
         for (std::size_t i = 0; i < samples_.size();) {
             const SortKey key = samples_[i].first;
@@ -49,7 +49,7 @@ public:
                 weight += keyWeight;
             }
         }
-        AddRange(low, kEndKey);
+        AddRange(low, options_.high);
         return std::move(tasks_);
     }
 
@@ -60,7 +60,10 @@ private:
         std::uint64_t slack = 0;
         for (const SortedRun& run : runs_) {
             slack += std::min<std::uint64_t>(run.stride, run.count);
-            for (const SortKey& key : run.samples) samples_.emplace_back(key, run.stride);
+            for (const SortKey& key : run.samples) {
+                if (!(key < options_.low) && key < options_.high)
+                    samples_.emplace_back(key, run.stride);
+            }
         }
         std::sort(samples_.begin(), samples_.end());
         blockPoints_ = std::max(options_.blockPoints, 2 * slack);

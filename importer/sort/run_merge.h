@@ -50,6 +50,8 @@ public:
 struct MergeOptions {
     std::uint64_t blockPoints = 0;  ///< to aim at per block; 80 bytes of memory each, per worker
     bool removeDuplicates = false;
+    SortKey low = kFirstKey;  ///< points of cells from here on ...
+    SortKey high = kEndKey;   ///< ... to before here
 };
 
 /// Merges runs into one order and hands the points to a sink, block by block.

@@ -43,7 +43,8 @@ Expected<void> AppendPoints(const SortedRun& run, std::uint64_t first, std::size
     if (count == 0) return {};
     AlivePoint* const place = out.Grow(count);
     if (run.records == nullptr) {
-        return run.file->ReadAt(first * sizeof(AlivePoint), place, count * sizeof(AlivePoint));
+        return run.file->ReadAt((run.first + first) * sizeof(AlivePoint), place,
+                                count * sizeof(AlivePoint));
     }
     std::copy_n(run.records + first, count, place);
     return {};

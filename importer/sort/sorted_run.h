@@ -22,6 +22,7 @@ namespace orvix::importer {
 struct SortedRun {
     const AlivePoint* records = nullptr;  ///< null: the points are in `file`
     std::shared_ptr<SyncedFile> file;
+    std::uint64_t first = 0;  ///< where in the file its points begin
     std::uint64_t count = 0;
     std::uint32_t stride = 1;
     std::vector<SortKey> samples;  ///< of points 0, stride, 2 * stride, ...

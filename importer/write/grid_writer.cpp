@@ -8,6 +8,11 @@ Expected<void> GridWriter::Create(const ProjectManager& project) {
     return done ? index_.Create(project) : done;
 }
 
+Expected<void> GridWriter::CreatePart(const ProjectManager& project) {
+    Expected<void> done = points_.OpenWrite(project.gridPts);
+    return done ? index_.Create(project) : done;
+}
+
 Expected<void> GridWriter::Commit(MergedBlock& block) {
     block.offset = index_.Points();
     removed_.points += block.removed.points;

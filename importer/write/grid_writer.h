@@ -28,10 +28,14 @@ struct FinishedGrid {
 /// Threads  `Store` on several at once, the rest on one at a time.
 class GridWriter final : public MergeSink {
 public:
-    GridWriter(const GridFrame& frame, IndexWriter::FineLevel fineLevel)
-        : index_(frame, fineLevel) {}
+    /// `firstPoint`: the points are a part of the whole that begins there.
+    GridWriter(const GridFrame& frame, IndexWriter::FineLevel fineLevel,
+               std::uint64_t firstPoint = 0)
+        : index_(frame, fineLevel, firstPoint) {}
 
     Expected<void> Create(const ProjectManager& project);
+    /// The same where the point file is there, to be written from the part's place on.
+    Expected<void> CreatePart(const ProjectManager& project);
     Expected<void> Commit(MergedBlock& block) override;
     Expected<void> Store(const MergedBlock& block) override;
     /// Brings points and indexes to the device; they can be read back from then on.
@@ -45,6 +49,8 @@ public:
     [[nodiscard]] std::vector<std::uint32_t> Sums() const {
         return sums_.Blocks(Points() * kAlivePointBytes);
     }
+    /// Of the points written, for a file that is written in parts.
+    [[nodiscard]] const WrittenSums::Pieces& Pieces() const { return sums_.All(); }
     [[nodiscard]] FinishedGrid Finished() const {
         return {&points_, &index_.Cells100(), index_.Cells100Count()};
     }

@@ -70,6 +70,24 @@ void Histograms::Take(Histograms& other) {
     heights_.Take(other.heights_);
 }
 
+Histograms::Counts Histograms::All() const {
+    Counts counts;
+    for (std::size_t i = 0; i < intensities_.size(); ++i) {
+        if (intensities_[i] != 0)
+            counts.intensities.emplace_back(static_cast<std::int64_t>(i), intensities_[i]);
+    }
+    counts.heights = heights_.Bins();
+    return counts;
+}
+
+void Histograms::AddCounts(const Counts& counts) {
+    for (const auto& [value, count] : counts.intensities) {
+        if (value >= 0 && value < static_cast<std::int64_t>(intensities_.size()))
+            intensities_[static_cast<std::size_t>(value)] += count;
+    }
+    for (const auto& [bin, count] : counts.heights) heights_.Add(bin, count);
+}
+
 std::vector<detail::HistogramBin> Histograms::Intensities() const {
     std::vector<detail::HistogramBin> bins;
     for (std::size_t i = 0; i < intensities_.size(); ++i) {

@@ -22,6 +22,9 @@ Expected<void> WriteHistogram(const CString& path, const std::vector<detail::His
 /// Counts by bin number, in pages that exist only where there is something to count.
 class BinCounter {
 public:
+    void Add(std::int64_t bin, std::uint64_t count) {
+        PageOf(bin >> kPageBits)[bin & (kPageBins - 1)] += count;
+    }
     void Add(std::int64_t bin) { ++PageOf(bin >> kPageBits)[bin & (kPageBins - 1)]; }
     /// Adds the counts of `other` and empties it; its pages stay for reuse.
     void Take(BinCounter& other);
@@ -63,6 +66,14 @@ public:
     }
     /// Adds the counts of `other` and empties it.
     void Take(Histograms& other);
+    /// Counts by stored intensity, and heights' bins with their counts, for `AddCounts`.
+    struct Counts {
+        std::vector<std::pair<std::int64_t, std::uint64_t>> intensities;
+        std::vector<std::pair<std::int64_t, std::uint64_t>> heights;
+    };
+    [[nodiscard]] Counts All() const;
+    /// Adds what another counted; an intensity that none has counts for nothing.
+    void AddCounts(const Counts& counts);
     /// Writes the four files.
     Expected<void> Write(const ProjectManager& project) const;
 

@@ -25,8 +25,10 @@ public:
     /// Whether there is a 10 cm level: Grid10cm.idx and Grid1to10cm.idx.
     enum class FineLevel { Write, Omit };
 
-    IndexWriter(const GridFrame& frame, FineLevel fineLevel)
-        : frame_(frame), fineLevel_(fineLevel) {}
+    /// `firstPoint` is the number of the first cell's first point: an index of a part of the points
+    /// counts points as in the whole, and cells from 0.
+    IndexWriter(const GridFrame& frame, FineLevel fineLevel, std::uint64_t firstPoint = 0)
+        : frame_(frame), fineLevel_(fineLevel), points_(firstPoint) {}
 
     Expected<void> Create(const ProjectManager& project);
     Expected<void> Add(std::span<const CellCount> cells);
@@ -35,6 +37,7 @@ public:
     /// Closes the files.
     Expected<void> Close();
 
+    /// The number of the next cell's first point.
     [[nodiscard]] std::uint64_t Points() const { return points_; }
     /// The 100 cm index, to be read back after `Finish`.
     [[nodiscard]] const SyncedFile& Cells100() const { return metres_.File(); }
@@ -58,7 +61,7 @@ private:
     GridCellRecord metre_;
     FineCellRecord fine_;
     CIndexerSmall fineRun_;
-    std::uint64_t points_ = 0;
+    std::uint64_t points_;  // before the next cell
 };
 
 }  // namespace orvix::importer

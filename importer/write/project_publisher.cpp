@@ -62,7 +62,8 @@ void RemoveUnfinishedRecords(const CString& project, std::vector<CString>& left)
 
 }  // namespace
 
-Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existing existing) {
+Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existing existing,
+                                                   Ended ended) {
     if (target.empty()) return Fail(ErrorCode::BadInput, "the project has no name; give a path");
     TargetNames names(target);
     const CString parent = platform::ParentOf(names.project);
@@ -75,21 +76,43 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
                     fmt::format("another import of {} is under way; wait for it to end",
                                 ToUtf8(names.project)));
     }
-    Expected<void> done = Recover(names);
-    if (done) done = CheckTarget(names, existing);
-    if (!done) return ErrorOf(done);
-    std::optional<orvix::detail::ProjectLock> replacing;
-    if (platform::PathExists(names.project)) {
-        auto held = orvix::detail::ProjectLock::Acquire(names.project);  // BEHAVIOUR P16
-        if (!held) return ErrorOf(held);
-        replacing.emplace(std::move(*held));
-    }
     ProjectPublisher publisher(std::move(names), std::move(lock));
-    publisher.replacing_ = std::move(replacing);
+    if (ended == Ended::Continue) publisher.TakeOver();
+    if (publisher.IsPublished()) return publisher;
+    Expected<void> done;
+    if (!publisher.continues_) done = Recover(publisher.names_);
+    if (done) done = CheckTarget(publisher.names_, existing);
+    if (done && platform::PathExists(publisher.names_.project)) {
+        auto held = orvix::detail::ProjectLock::Acquire(publisher.names_.project);  // BEHAVIOUR P16
+        if (held) publisher.replacing_.emplace(std::move(*held));
+        if (!held) done = ErrorOf(held);
+    }
+    if (!done) {
+        publisher.Leave();
+        return ErrorOf(done);
+    }
+    if (publisher.continues_) return publisher;
     done = publisher.LayOut();
     if (done) return publisher;
     done.error().message += RemainsSentence(publisher.Clear());
     return ErrorOf(done);
+}
+
+// Only what is certain to be this target's own is taken over: the note, the new folder with its
+// marker or the one in place, and the tasks.
+void ProjectPublisher::TakeOver() {
+    const orvix::detail::ImportMarks& marks = names_.marks;
+    const std::string text = ReadImportText(marks.note);
+    if (text.empty() || !platform::IsFolder(marks.tasks) || !MadeWhole(names_, text)) return;
+    using orvix::detail::MarkerState;
+    const bool working = IsTaken(marks.workingProject);
+    const CString& files = working ? marks.workingFiles : names_.files;
+    const bool own = orvix::detail::MarkerStateOf(files, text) == MarkerState::Own;
+    if (!own || (!working && !platform::PathExists(names_.project))) return;
+    text_ = text;
+    laidOut_ = continues_ = true;
+    working_.Create(working ? marks.workingProject : names_.project);
+    if (!working) stage_ = ImportStage::Published;
 }
 
 // A note that an import did not finish writing is the first that it made: nothing else can be there.
@@ -136,20 +159,9 @@ Expected<void> ProjectPublisher::LayOut() {
     return done;
 }
 
-Expected<CString> ProjectPublisher::ScratchFolder() {
-    const CString folder = platform::JoinPath(working_.projectFilesFolder, L"runs");
-    std::error_code error;
-    platform::MakeFolder(folder, error);
-    if (error) return FailSystem(error, fmt::format("cannot create {}", ToUtf8(folder)));
-    return folder;
-}
-
-Expected<void> ProjectPublisher::RemoveScratch() {
-    const CString folder = platform::JoinPath(working_.projectFilesFolder, L"runs");
-    std::error_code error;
-    if (platform::PathExists(folder)) platform::RemoveTree(folder, error);
-    if (error) return FailSystem(error, fmt::format("cannot remove {}", ToUtf8(folder)));
-    return {};
+Expected<CString> ProjectPublisher::TasksFolder() {
+    if (auto made = MakeFolder(names_.marks.tasks); !made) return ErrorOf(made);
+    return names_.marks.tasks;
 }
 
 // The files were brought to the device when they were written.
@@ -205,6 +217,11 @@ std::vector<CString> ProjectPublisher::Clear() {
         if (stage_ == ImportStage::Published && replacing_)
             RemoveUnfinishedRecords(names_.project, left);
     }
+    ReleaseLocks(left);
+    return left;
+}
+
+void ProjectPublisher::ReleaseLocks(std::vector<CString>& left) {
     replacing_.reset();
     lock_ = platform::PathLock();
     for (const CString& lock :
@@ -214,7 +231,12 @@ std::vector<CString> ProjectPublisher::Clear() {
         if (IsTaken(lock) && platform::PathLock::TryAcquire(lock, ignored) && IsTaken(lock))
             left.push_back(lock);
     }
-    return left;
+}
+
+void ProjectPublisher::Leave() {
+    if (!lock_) return;
+    std::vector<CString> locks;
+    ReleaseLocks(locks);
 }
 
 // Without memory nothing can be removed: the next import does it.

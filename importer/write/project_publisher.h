@@ -43,16 +43,24 @@ class ProjectPublisher {
 public:
     using Existing = ExistingProject;
 
-    static Expected<ProjectPublisher> Begin(const CString& target, Existing existing);
+    /// What becomes of an import of the target that was ended on the way: it is cleared away, or
+    /// continued where its tasks are there.
+    enum class Ended { Clear, Continue };
+
+    static Expected<ProjectPublisher> Begin(const CString& target, Existing existing,
+                                            Ended ended = Ended::Clear);
     ProjectPublisher(ProjectPublisher&&) = default;
     ProjectPublisher& operator=(ProjectPublisher&&) = delete;
     ~ProjectPublisher();
 
     /// The project under its working name; its folders exist.
     [[nodiscard]] ProjectManager& Working() { return working_; }
-    /// A folder for temporary files; removed by RemoveScratch at the latest.
-    Expected<CString> ScratchFolder();
-    Expected<void> RemoveScratch();
+    /// An ended import is continued: what it made is there.
+    [[nodiscard]] bool Continues() const { return continues_; }
+    /// The continued import had published already; `Clear` is all that is left to do.
+    [[nodiscard]] bool IsPublished() const { return stage_ == ImportStage::Published; }
+    /// The folder for what a continued import need not do again, beside the others; removed by Clear.
+    Expected<CString> TasksFolder();
 
     /// Brings what is in the folders to the device and makes the project appear.
     Expected<void> Publish();
@@ -61,12 +69,17 @@ public:
     /// project's folder is among them where the device did not confirm the new one.
     /// Precondition the files are closed.
     std::vector<CString> Clear();
+    /// Ends the work for now: all that was made stays, for `Ended::Continue`.
+    /// Precondition the files are closed.
+    void Leave();
 
 private:
     ProjectPublisher(TargetNames names, platform::PathLock lock)
         : names_(std::move(names)), lock_(std::move(lock)) {}
 
     static Expected<void> Recover(const TargetNames& names);
+    void TakeOver();
+    void ReleaseLocks(std::vector<CString>& left);
     Expected<void> LayOut();
     Expected<void> SyncAll();
     Expected<void> SwapFiles();
@@ -80,6 +93,7 @@ private:
     bool replaced_ = false;    // the target's folder was there
     bool keepFormer_ = false;  // and may still be needed
     bool laidOut_ = false;
+    bool continues_ = false;
 };
 
 }  // namespace orvix::importer

@@ -70,8 +70,9 @@ bool IsFormer(const CString& folder, const std::string& text, std::error_code& e
     return marker == MarkerState::Other && !ReadImportText(ImportMarks::MarkerIn(folder)).empty();
 }
 
-// False where the project could not be made whole, or cannot be judged: nothing may be removed then.
-bool IsWholeAgain(const TargetNames& names, const std::string& text) {
+}  // namespace
+
+bool MadeWhole(const TargetNames& names, const std::string& text) {
     const ImportMarks& marks = names.marks;
     const MarkerState marker = MarkerStateOf(names.files, text);
     if (marker == MarkerState::Unreadable) return false;
@@ -85,13 +86,11 @@ bool IsWholeAgain(const TargetNames& names, const std::string& text) {
     return !error && (!former || Renamed(marks.workingFiles, names.files));
 }
 
-}  // namespace
-
 // BEHAVIOUR I23
 std::vector<CString> ClearRemains(const TargetNames& names, const std::string& text,
                                   ImportStage stage) {
     const ImportMarks& marks = names.marks;
-    const bool whole = stage != ImportStage::Unknown || IsWholeAgain(names, text);
+    const bool whole = stage != ImportStage::Unknown || MadeWhole(names, text);
     std::vector<CString> left;
     const auto clear = [&](const CString& path, bool (*removed)(const CString&)) {
         if (IsTaken(path) && (!whole || !removed(path))) left.push_back(path);
@@ -101,6 +100,7 @@ std::vector<CString> ClearRemains(const TargetNames& names, const std::string& t
         clear(ImportMarks::MarkerIn(names.files), RemovedFile);
     }
     clear(marks.workingProject, RemovedFile);
+    clear(marks.tasks, RemovedFolder);
     clear(marks.workingFiles, RemovedFolder);
     clear(marks.aside, RemovedFolder);
     if (!left.empty() || !RemovedFile(marks.note)) left.push_back(marks.note);

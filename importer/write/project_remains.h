@@ -28,6 +28,13 @@ enum class ImportStage {
 std::vector<CString> ClearRemains(const TargetNames& names, const std::string& text,
                                   ImportStage stage);
 
+/// Puts the target back to what it was where the import of a note's text was ended while it
+/// published; the import's own folder and project file have their working names then.
+///
+/// Returns   false where that could not be done, or nothing can be told: nothing may be removed then.
+/// Precondition the lock of the target is held.
+bool MadeWhole(const TargetNames& names, const std::string& text);
+
 /// "; A, B stay beside it until ..." for a message; empty for none.
 std::string RemainsSentence(const std::vector<CString>& paths);
 

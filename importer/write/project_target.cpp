@@ -113,7 +113,7 @@ Expected<void> CheckPlace(const TargetNames& names) {
 Expected<void> RefuseOtherFiles(const TargetNames& names) {
     const orvix::detail::ImportMarks& marks = names.marks;
     for (const CString* path :
-         {&marks.workingProject, &marks.workingFiles, &marks.aside, &marks.note}) {
+         {&marks.workingProject, &marks.workingFiles, &marks.aside, &marks.tasks, &marks.note}) {
         if (!IsTaken(*path)) continue;
         return Fail(ErrorCode::BadInput,
                     fmt::format("{} is in the way of the import and stems from none; move it, or "

@@ -14,6 +14,11 @@ namespace {
 constexpr std::uint64_t kBatchPoints = CloudThinner::kBlockPoints;
 constexpr std::size_t kCoarseRecords = 1024;
 
+struct CoarseBatch {
+    std::uint64_t firstRecord = 0;
+    std::vector<detail::CoarseViewRecord> records;
+};
+
 /// Finds bounds, centroid and representative of one block of the coarse table.
 ///
 /// The block's points are read twice, piece by piece.
@@ -81,22 +86,8 @@ struct SkeletonWriter::Batch {
     std::vector<CPointDataFull> data;
 };
 
-struct SkeletonWriter::CoarseBatch {
-    std::uint64_t firstRecord = 0;
-    std::vector<detail::CoarseViewRecord> records;
-};
-
-Expected<void> SkeletonWriter::Create() {
-    Expected<void> done = coordinates_.Create(project_.gridSkeletCoordPts);
-    if (done) done = data_.Create(project_.gridSkeletDataPts);
-    if (done) done = cells_.Create(project_.viewEntriesDtv);
-    if (done) done = blocks_.Create(project_.viewGridDtv);
-    if (done) done = coarse_.Create(project_.viewGridLv);
-    return done;
-}
-
 Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& summary) {
-    if (auto created = Create(); !created) return created;
+    if (auto created = files_.Create(project_); !created) return created;
     RecordScanner<GridCellRecord> cells(*grid.cells100, grid.cellCount);
     parallel::OrderedSteps<Batch> steps;
     steps.take = [&](Batch& batch) -> Expected<bool> {
@@ -145,7 +136,7 @@ Expected<void> SkeletonWriter::Commit(Batch& batch, SkeletonSummary& summary) {
                                                 detail::FloorTenth(y),
                                                 detail::FloorTenth(z),
                                                 0,
-                                                cells_.Count(),
+                                                files_.cells.Count(),
                                                 0,
                                                 0};
         const bool sameBlock =
@@ -156,14 +147,15 @@ Expected<void> SkeletonWriter::Commit(Batch& batch, SkeletonSummary& summary) {
             blockFirst_ = points_;
         }
         ++block_.count;
-        if (auto added = cells_.Add({x, y, z, 0, points_, thinned.points, 0}); !added) {
+        if (auto added = files_.cells.Add({x, y, z, 0, points_, thinned.points, 0}); !added) {
             return added;
         }
         points_ += thinned.points;
         summary.skeletonDensity.AddCell(thinned.points);
     }
-    Expected<void> done = coordinates_.Add(std::span<const SimplePointT<float>>(batch.coordinates));
-    if (done) done = data_.Add(std::span<const CPointDataFull>(batch.data));
+    Expected<void> done =
+        files_.coordinates.Add(std::span<const SimplePointT<float>>(batch.coordinates));
+    if (done) done = files_.data.Add(std::span<const CPointDataFull>(batch.data));
     return done;
 }
 
@@ -174,22 +166,43 @@ Expected<void> SkeletonWriter::CloseBlock() {
     detail::CoarseViewRecord coarse;
     coarse.first = blockFirst_;
     coarse.count = static_cast<std::uint32_t>(points_ - blockFirst_);
-    Expected<void> done = blocks_.Add(block_);
-    return done ? coarse_.Add(coarse) : done;
+    Expected<void> done = files_.blocks.Add(block_);
+    return done ? files_.coarse.Add(coarse) : done;
 }
 
 Expected<void> SkeletonWriter::Finish() {
     Expected<void> done = CloseBlock();
-    if (done) done = coordinates_.Finish();
-    if (done) done = data_.Finish();
-    if (done) done = cells_.Finish();
-    if (done) done = blocks_.Finish();
-    if (done) done = coarse_.Finish();
+    return done ? files_.Finish() : done;
+}
+
+Expected<void> SkeletonFiles::Create(const ProjectManager& project) {
+    Expected<void> done = coordinates.Create(project.gridSkeletCoordPts);
+    if (done) done = data.Create(project.gridSkeletDataPts);
+    if (done) done = cells.Create(project.viewEntriesDtv);
+    if (done) done = blocks.Create(project.viewGridDtv);
+    if (done) done = coarse.Create(project.viewGridLv);
     return done;
 }
 
-Expected<void> SkeletonWriter::WriteCoarse() {
-    RecordScanner<detail::CoarseViewRecord> records(coarse_.File(), coarse_.Count());
+Expected<void> SkeletonFiles::Finish() {
+    Expected<void> done = coordinates.Finish();
+    if (done) done = data.Finish();
+    if (done) done = cells.Finish();
+    if (done) done = blocks.Finish();
+    if (done) done = coarse.Finish();
+    return done;
+}
+
+Expected<void> SkeletonFiles::Close() {
+    Expected<void> done = coarse.Close();
+    if (done) done = coordinates.Close();
+    if (done) done = data.Close();
+    if (done) done = cells.Close();
+    return done ? blocks.Close() : done;
+}
+
+Expected<void> SkeletonFiles::WriteCoarse(ImportPool& pool) {
+    RecordScanner<detail::CoarseViewRecord> records(coarse.File(), coarse.Count());
     std::uint64_t taken = 0;
     parallel::OrderedSteps<CoarseBatch> steps;
     steps.take = [&](CoarseBatch& batch) -> Expected<bool> {
@@ -209,28 +222,22 @@ Expected<void> SkeletonWriter::WriteCoarse() {
     };
     steps.work = [&](CoarseBatch& batch) -> Expected<void> {
         for (detail::CoarseViewRecord& record : batch.records) {
-            auto measured = CoarseMeasure(coordinates_.File(), record, pool_).Measure();
+            auto measured = CoarseMeasure(coordinates.File(), record, pool).Measure();
             if (!measured) return measured;
         }
         return {};
     };
     steps.commit = [&](CoarseBatch& batch) -> Expected<void> {
         const std::size_t bytes = batch.records.size() * sizeof(detail::CoarseViewRecord);
-        pool_.Meter().Add(bytes, 0);
-        return coarse_.WriteAt(batch.firstRecord, batch.records);
+        pool.Meter().Add(bytes, 0);
+        return coarse.WriteAt(batch.firstRecord, batch.records);
     };
-    auto done = parallel::RunInOrder(pool_, steps);
+    auto done = parallel::RunInOrder(pool, steps);
     if (!done) return done;
-    return pool_.RunOne([&] { return Close(); });
-}
-
-Expected<void> SkeletonWriter::Close() {
-    Expected<void> done = coarse_.Finish();
-    if (done) done = coarse_.Close();
-    if (done) done = coordinates_.Close();
-    if (done) done = data_.Close();
-    if (done) done = cells_.Close();
-    return done ? blocks_.Close() : done;
+    return pool.RunOne([&] {
+        Expected<void> closed = coarse.Finish();
+        return closed ? Close() : closed;
+    });
 }
 
 }  // namespace orvix::importer

@@ -24,6 +24,27 @@ struct SkeletonSummary {
     SurfaceDensity skeletonDensity;
 };
 
+/// The skeleton's files as they are written.
+struct SkeletonFiles {
+    RecordWriter<SimplePointT<float>> coordinates;
+    RecordWriter<CPointDataFull> data;
+    RecordWriter<detail::SkeletonCellRecord> cells;
+    RecordWriter<detail::SkeletonBlockRecord> blocks;
+    RecordWriter<detail::CoarseViewRecord> coarse;
+
+    Expected<void> Create(const ProjectManager& project);
+    /// Brings them to the device; they can be read back from then on.
+    Expected<void> Finish();
+    Expected<void> Close();
+
+    [[nodiscard]] std::uint64_t CoarseBytes() const {
+        return coarse.Count() * detail::kCoarseViewBytes;
+    }
+    /// After `Finish`: measures the blocks of the coarse table, of which first point and count are
+    /// written, and closes all files.
+    Expected<void> WriteCoarse(ImportPool& pool);
+};
+
 /// Thins the sorted cloud and writes the skeleton with its three tables.
 ///
 /// `Write` reads Grid.pts once: it writes the skeleton's coordinates and data and the two cell
@@ -41,30 +62,25 @@ public:
 
     Expected<void> Write(const FinishedGrid& grid, SkeletonSummary& summary);
     /// What `WriteCoarse` will write.
-    [[nodiscard]] std::uint64_t CoarseBytes() const {
-        return coarse_.Count() * detail::kCoarseViewBytes;
-    }
+    [[nodiscard]] std::uint64_t CoarseBytes() const { return files_.CoarseBytes(); }
     /// After `Write`: bounds and representatives of the coarse table; closes all files.
-    Expected<void> WriteCoarse();
+    Expected<void> WriteCoarse() { return files_.WriteCoarse(pool_); }
+    /// After `Write` of a part, which has no coarse table of its own: closes all files.
+    Expected<void> ClosePart() {
+        return pool_.RunOne([&] { return files_.Close(); });
+    }
 
 private:
     struct Batch;
-    struct CoarseBatch;
 
-    Expected<void> Create();
     Expected<void> Commit(Batch& batch, SkeletonSummary& summary);
     Expected<void> CloseBlock();
     Expected<void> Finish();
-    Expected<void> Close();
 
     const ProjectManager& project_;
     SkeletonSize size_;
     ImportPool& pool_;
-    RecordWriter<SimplePointT<float>> coordinates_;
-    RecordWriter<CPointDataFull> data_;
-    RecordWriter<detail::SkeletonCellRecord> cells_;
-    RecordWriter<detail::SkeletonBlockRecord> blocks_;
-    RecordWriter<detail::CoarseViewRecord> coarse_;
+    SkeletonFiles files_;
     detail::SkeletonBlockRecord block_;
     std::uint64_t blockFirst_ = 0;  // first skeleton point of the open block
     std::uint64_t points_ = 0;

@@ -16,13 +16,20 @@ namespace orvix::importer {
 class SurfaceDensity {
 public:
     void AddCell(std::uint32_t points) { cells_[Rounded(points)] += points; }
+    using Cells =
+        std::map<std::uint32_t, std::uint64_t>;  // points per cell -> points in such cells
+    [[nodiscard]] const Cells& All() const { return cells_; }
+    /// Adds what another counted.
+    void Join(const Cells& cells) {
+        for (const auto& [points, sum] : cells) cells_[points] += sum;
+    }
     /// Points per square metre; 0 without points.
     [[nodiscard]] double Median() const;
 
 private:
     static std::uint32_t Rounded(std::uint32_t points);
 
-    std::map<std::uint32_t, std::uint64_t> cells_;  // points per cell -> points in such cells
+    Cells cells_;
 };
 
 /// The plane search's base step for a density.

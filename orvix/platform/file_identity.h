@@ -24,4 +24,9 @@ struct FileIdentity {
 /// False, with `identity` untouched, for a handle that is none.
 bool IdentityOf(Handle file, FileIdentity& identity);
 
+/// When a file's bytes were last written, as its system counts: nanoseconds since 1970 on one,
+/// hundreds of nanoseconds since 1601 on another. Times of one file can be compared, no more. False,
+/// with `time` untouched, for a handle that is none.
+bool WrittenTimeOf(Handle file, std::int64_t& time);
+
 }  // namespace orvix::platform

@@ -39,6 +39,7 @@ ImportMarks::ImportMarks(const CString& project) {
     workingProject = working + L".prj";
     workingFiles = working + L"_Project_Files";
     aside = working + L"_Replaced_Files";
+    tasks = working + L"_Tasks";
     lock = working + L".lock";
 }
 

@@ -21,6 +21,7 @@ struct ImportMarks {
     CString workingProject;  ///< scan.importing.prj
     CString workingFiles;    ///< scan.importing_Project_Files
     CString aside;           ///< scan.importing_Replaced_Files
+    CString tasks;           ///< scan.importing_Tasks: what a continued import need not do again
     CString lock;            ///< scan.importing.lock
 
     /// The marker's path in a project-files folder.

@@ -126,9 +126,12 @@ TEST(ImportEndings, NameAnInputThatChangesBetweenThePasses) {
                 return Now().Decode(piece, decoded);
             }
             Expected<void> Rewind() override {
-                rewound_ = true;
+                rewound_ = passed_;
+                passed_ = true;
                 return {};
             }
+            [[nodiscard]] ReadPlace Place() const override { return Now().Place(); }
+            Expected<void> GoTo(const ReadPlace& place) override { return Now().GoTo(place); }
 
         private:
             [[nodiscard]] ScanReader& Now() const {
@@ -136,6 +139,7 @@ TEST(ImportEndings, NameAnInputThatChangesBetweenThePasses) {
             }
             std::vector<ScanInput> first_;
             std::vector<ScanInput> second_;
+            bool passed_ = false;
             bool rewound_ = false;
         };
         MemoryScan second = scan;

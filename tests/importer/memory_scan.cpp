@@ -41,6 +41,12 @@ public:
         next_ = 0;
         return {};
     }
+    [[nodiscard]] ReadPlace Place() const override { return {next_}; }
+    Expected<void> GoTo(const ReadPlace& place) override {
+        if (place[0] < next_) ++pass_;
+        next_ = static_cast<std::size_t>(place[0]);
+        return {};
+    }
 
 private:
     MemoryScan scan_;

@@ -75,6 +75,15 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override { return {scan_, record_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        if (scan_ == place[0] && record_ <= place[1]) return {};
+        scan_ = static_cast<std::size_t>(std::min<std::uint64_t>(place[0], parts_.size()));
+        record_ = 0;
+        return {};
+    }
+
 private:
     void StartScan() {
         const Part& part = parts_[scan_];

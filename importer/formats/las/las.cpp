@@ -42,6 +42,13 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override { return {next_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        next_ = std::min(place[0], header_.points);
+        return {};
+    }
+
 private:
     ScanFile file_;
     LasHeader header_;

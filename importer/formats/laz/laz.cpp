@@ -73,6 +73,13 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override { return {next_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        next_ = static_cast<std::size_t>(std::min<std::uint64_t>(place[0], layout_.chunks.size()));
+        return {};
+    }
+
 private:
     [[nodiscard]] tl::unexpected<Error> BadChunk(const RawPiece& piece) const {
         return file_.Bad(fmt::format(

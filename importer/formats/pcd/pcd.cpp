@@ -163,6 +163,13 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override { return {next_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        next_ = std::min(place[0], Header().points);
+        return {};
+    }
+
 private:
     std::size_t recordBytes_;
     std::uint64_t next_ = 0;
@@ -242,6 +249,12 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override { return {next_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        return place[0] < next_ ? Rewind() : Expected<void>();
+    }
+
 private:
     // About: every point counts alike.
     [[nodiscard]] std::uint64_t PackedUpTo(std::uint64_t point) const {
@@ -296,6 +309,14 @@ public:
     Expected<void> Rewind() override {
         lines_.Rewind();
         next_ = 0;
+        return {};
+    }
+
+    ReadPlace Place() const override { return {lines_.Offset(), lines_.Line(), next_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        lines_.GoTo(place[0], place[1]);
+        next_ = std::min(place[2], Header().points);
         return {};
     }
 

@@ -41,6 +41,17 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override {
+        return {lines_.Offset(), lines_.Line(), linesToSkip_, next_};
+    }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        lines_.GoTo(place[0], place[1]);
+        linesToSkip_ = place[2];
+        next_ = std::min(place[3], header_.Vertex().count);
+        return {};
+    }
+
 private:
     bool DecodeLine(std::string_view line, ScanPoint& point) const;
 

@@ -67,6 +67,16 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override { return {element_, record_, offset_}; }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        element_ =
+            static_cast<std::size_t>(std::min<std::uint64_t>(place[0], header_.vertexElement));
+        record_ = std::min(place[1], header_.elements[element_].count);
+        offset_ = place[2];
+        return {};
+    }
+
 private:
     Expected<void> SkipElement();
     Expected<void> CutRecords(RawPiece& piece);

@@ -141,6 +141,19 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override {
+        return {lines_.Offset(), lines_.Line(), linesLeft_, blocks_, declared_};
+    }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        lines_.GoTo(place[0], place[1]);
+        linesLeft_ = place[2];
+        blocks_ = static_cast<std::size_t>(std::min<std::uint64_t>(place[3], file_.Size()));
+        declared_ = place[4];
+        info_.scans.resize(std::max(info_.scans.size(), blocks_));
+        return {};
+    }
+
     /// False at the end of the file.
     Expected<bool> StartBlock() {
         const std::uint64_t offset = lines_.Offset();

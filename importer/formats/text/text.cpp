@@ -125,6 +125,20 @@ public:
         return {};
     }
 
+    ReadPlace Place() const override {
+        return {lines_.Offset(), lines_.Line(), linesLeft_.has_value(), linesLeft_.value_or(0),
+                scan_};
+    }
+
+    Expected<void> GoTo(const ReadPlace& place) override {
+        lines_.GoTo(place[0], place[1]);
+        linesLeft_.reset();
+        if (place[2] != 0) linesLeft_ = place[3];
+        scan_ = static_cast<std::size_t>(std::min<std::uint64_t>(place[4], file_.Size()));
+        info_.scans.resize(std::max(info_.scans.size(), scan_ + 1));
+        return {};
+    }
+
 private:
     // Without a count above 0 in its place, what follows belongs to the scan before.
     Expected<void> BeginScan() {

@@ -119,6 +119,14 @@ bool IdentityOf(Handle file, FileIdentity& identity) {
     return true;
 }
 
+bool WrittenTimeOf(Handle file, std::int64_t& time) {
+    constexpr std::int64_t kNanoseconds = 1'000'000'000;
+    struct stat status;
+    if (!IsValid(file) || fstat(DescriptorOf(file), &status) == -1) return false;
+    time = static_cast<std::int64_t>(status.st_mtim.tv_sec) * kNanoseconds + status.st_mtim.tv_nsec;
+    return true;
+}
+
 void File::Resize(std::uint64_t bytes, std::error_code& error) {
     Succeeded(Retry([&] { return ftruncate(DescriptorOf(handle_), static_cast<off_t>(bytes)); }),
               error);

@@ -149,6 +149,14 @@ bool IdentityOf(Handle file, FileIdentity& identity) {
     return true;
 }
 
+bool WrittenTimeOf(Handle file, std::int64_t& time) {
+    FILETIME written;
+    if (!IsValid(file) || !GetFileTime(file, nullptr, nullptr, &written)) return false;
+    time = static_cast<std::int64_t>(static_cast<std::uint64_t>(written.dwHighDateTime) << 32 |
+                                     written.dwLowDateTime);
+    return true;
+}
+
 void File::Resize(std::uint64_t bytes, std::error_code& error) {
     if (bytes > Size()) MakeSparse(handle_);
     FILE_END_OF_FILE_INFO end{};

@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/import_tasks.h"
+
+#include <fmt/format.h>
+
+#include <new>
+#include <utility>
+
+#include "importer/files/disk_space.h"
+#include "importer/import_inputs.h"
+#include "importer/tasks/import_work.h"
+#include "importer/tasks/report_note.h"
+#include "importer/tasks/run_tasks.h"
+#include "importer/tasks/task_job.h"
+#include "importer/write/project_publisher.h"
+#include "orvix/platform/path.h"
+#include "orvix/platform/system.h"
+
+namespace orvix::importer {
+namespace {
+
+using platform::ToUtf8;
+
+TaskNotes NotesOf(const CString& project) {
+    return TaskNotes(TargetNames(project).marks.tasks);
+}
+
+tl::unexpected<Error> FailWithoutTasks(const CString& project) {
+    return Fail(ErrorCode::BadInput,
+                fmt::format("no import of {} is under way in tasks; begin one", ToUtf8(project)));
+}
+
+Expected<void> LayOut(const CString& project, const std::vector<CString>& inputs,
+                      const ImportOptions& options, ProjectPublisher& publisher) {
+    const auto folder = publisher.TasksFolder();
+    if (!folder) return ErrorOf(folder);
+    const TaskNotes notes(*folder);
+    if (publisher.Continues()) {
+        const auto job = ReadJob(notes);
+        return job ? RequireSame(*job, inputs, options) : ErrorOf(job);
+    }
+    const auto job =
+        NewJob(project, inputs, options, PlanMemory(options.memoryLimitBytes, options.threads));
+    return job ? WriteJob(notes, *job) : ErrorOf(job);
+}
+
+}  // namespace
+
+/// What an open import holds; its parts refer to each other and stay where they are.
+struct ImportTasks::State {
+    State(TaskJob taskJob, std::vector<ScanInput> scans, const MemoryPlan& memory)
+        : job(std::move(taskJob)),
+          inputs(std::move(scans)),
+          plan(memory),
+          meter([this](const ImportProgress& progress) { return !callback || callback(progress); }),
+          pool(meter, plan.workers) {
+        working.Create(TargetNames(job.project).marks.workingProject);
+        work.emplace(ImportWork::Place{inputs, job.options, job.sortPoints, working,
+                                       NotesOf(job.project).Folder()},
+                     plan, pool);
+    }
+
+    TaskJob job;
+    std::vector<ScanInput> inputs;
+    MemoryPlan plan;
+    ImportCallback callback;
+    ProgressMeter meter;
+    ImportPool pool;
+    ProjectManager working;
+    std::optional<ImportWork> work;
+    bool published = false;
+};
+
+ImportTasks::ImportTasks(std::unique_ptr<State> state) : state_(std::move(state)) {}
+ImportTasks::ImportTasks(ImportTasks&& other) noexcept = default;
+ImportTasks& ImportTasks::operator=(ImportTasks&& other) noexcept = default;
+ImportTasks::~ImportTasks() = default;
+
+Expected<ImportTasks> ImportTasks::Open(const CString& project, std::uint64_t memoryLimitBytes,
+                                        unsigned threads) {
+    const TaskNotes notes = NotesOf(project);
+    if (!platform::IsFolder(notes.Folder())) return FailWithoutTasks(project);
+    auto job = ReadJob(notes);
+    if (!job) return ErrorOf(job);
+    if (auto same = RequireUnchanged(*job); !same) return ErrorOf(same);
+    std::vector<CString> paths;
+    for (const InputStamp& input : job->inputs) paths.push_back(input.path);
+    auto inputs = OpenInputs(paths);
+    if (!inputs) return ErrorOf(inputs);
+    return ImportTasks(std::make_unique<State>(std::move(*job), std::move(*inputs),
+                                               PlanMemory(memoryLimitBytes, threads)));
+}
+
+Expected<ImportTasks> ImportTasks::Begin(const std::vector<CString>& inputs, const CString& project,
+                                         const ImportOptions& options,
+                                         const ImportCallback& callback) {
+    if (auto checked = CheckInputs(inputs, project); !checked) return ErrorOf(checked);
+    // Inputs that cannot be read are no reason to leave anything behind.
+    if (auto readable = OpenInputs(inputs); !readable) return ErrorOf(readable);
+    using Existing = ProjectPublisher::Existing;
+    auto publisher =
+        ProjectPublisher::Begin(project, options.overwrite ? Existing::Replace : Existing::Keep,
+                                ProjectPublisher::Ended::Continue);
+    if (!publisher) return ErrorOf(publisher);
+    const bool continues = publisher->Continues();
+    if (auto laidOut = LayOut(project, inputs, options, *publisher); !laidOut) {
+        if (!continues) publisher->Clear();
+        publisher->Leave();
+        return ErrorOf(laidOut);
+    }
+    publisher->Leave();
+    auto tasks = Open(project, options.memoryLimitBytes, options.threads);
+    if (!tasks || !continues) return tasks;
+    tasks->state_->callback = callback;
+    tasks->state_->meter.Begin(ImportPhase::Scan, 0);
+    if (auto checked = tasks->state_->work->CheckRuns(); !checked) return ErrorOf(checked);
+    tasks->state_->callback = {};
+    return tasks;
+}
+
+Expected<std::vector<std::string>> ImportTasks::Ready() {
+    if (state_->published) return std::vector<std::string>();
+    const auto ready = state_->work->Ready();
+    if (!ready) return ErrorOf(ready);
+    std::vector<std::string> names;
+    for (const TaskName& task : *ready) names.push_back(TextOf(task));
+    if (names.empty()) names.push_back(TextOf({TaskKind::Publish}));
+    return names;
+}
+
+namespace {
+
+Expected<ImportReport> PublishTasks(const TaskJob& job, bool overwrite) {
+    using Existing = ProjectPublisher::Existing;
+    auto publisher =
+        ProjectPublisher::Begin(job.project, overwrite ? Existing::Replace : Existing::Keep,
+                                ProjectPublisher::Ended::Continue);
+    if (!publisher) return ErrorOf(publisher);
+    if (!publisher->Continues()) {
+        publisher->Clear();
+        return FailWithoutTasks(job.project);
+    }
+    auto report = ReadReport(TaskNotes(*publisher->TasksFolder()));
+    Expected<void> done = report ? Expected<void>() : ErrorOf(report);
+    if (done && !publisher->IsPublished()) done = publisher->Publish();
+    if (!done) {
+        publisher->Leave();
+        return ErrorOf(done);
+    }
+    report->project = job.project;
+    for (const CString& path : publisher->Clear()) {
+        report->warnings.push_back(
+            fmt::format("{} could not be removed; the next import of the project does it, or you "
+                        "may",
+                        ToUtf8(path)));
+    }
+    report->peakMemoryBytes = platform::PeakMemory();
+    return report;
+}
+
+}  // namespace
+
+Expected<std::optional<ImportReport>> ImportTasks::Run(const std::string& task,
+                                                       const ImportCallback& callback) try {
+    const auto name = TaskOf(task);
+    if (!name) return Fail(ErrorCode::BadInput, "no task of an import is called \"" + task + "\"");
+    if (name->kind == TaskKind::Publish) {
+        auto report = PublishTasks(state_->job, state_->job.options.overwrite);
+        if (!report) return ErrorOf(report);
+        state_->published = true;
+        return std::optional(std::move(*report));
+    }
+    state_->callback = callback;
+    state_->meter.Begin(PhaseOf(name->kind), 0);
+    auto done = state_->work->Run(*name);
+    state_->callback = {};
+    if (!done) return ErrorOf(done);
+    return std::optional<ImportReport>();
+} catch (const std::bad_alloc&) {
+    return Fail(ErrorCode::NoMemory,
+                "memory ran out; lower the memory limit, use fewer threads, or close other "
+                "programs");
+}
+
+Expected<void> ImportTasks::Clear(const CString& project) {
+    if (!platform::IsFolder(NotesOf(project).Folder())) return FailWithoutTasks(project);
+    auto publisher = ProjectPublisher::Begin(project, ProjectPublisher::Existing::Replace,
+                                             ProjectPublisher::Ended::Continue);
+    if (!publisher) return ErrorOf(publisher);
+    const std::vector<CString> left = publisher->Clear();
+    if (left.empty()) return {};
+    return Fail(ErrorCode::Failure, "not all could be removed" + RemainsSentence(left));
+}
+
+}  // namespace orvix::importer

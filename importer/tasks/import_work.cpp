@@ -1,0 +1,437 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "importer/tasks/import_work.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "importer/files/disk_space.h"
+#include "importer/import_report.h"
+#include "importer/tasks/joined_parts.h"
+#include "importer/tasks/merge_part.h"
+#include "importer/tasks/report_note.h"
+#include "importer/tasks/survey_note.h"
+#include "importer/tasks/task_runs.h"
+#include "importer/write/project_records.h"
+#include "importer/write/station_writer.h"
+#include "orvix/geometry/bounds.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/path.h"
+#include "orvix/project/covered_files.h"
+
+namespace orvix::importer {
+namespace {
+
+constexpr const char* kPlan = "plan";
+
+Json JsonOf(const std::vector<RangeTask>& ranges) {
+    Json json = Json::array();
+    for (const RangeTask& range : ranges)
+        json.push_back({range.low.block, range.low.inside, range.high.block, range.high.inside,
+                        range.first, range.points});
+    return json;
+}
+
+std::vector<RangeTask> RangesOf(const Json& json) {
+    std::vector<RangeTask> ranges;
+    for (const Json& range : json)
+        ranges.push_back(
+            {{range.at(0), range.at(1)}, {range.at(2), range.at(3)}, range.at(4), range.at(5)});
+    return ranges;
+}
+
+// Parts are written into one file, in any order.
+Expected<void> CreatePoints(const CString& path) {
+    std::error_code error;
+    platform::File file = platform::File::Create(path, error);
+    if (!error) file.Close(error);
+    if (error) return FailSystem(error, "cannot create " + platform::ToUtf8(path));
+    return {};
+}
+
+Expected<void> CutPoints(const CString& path, std::uint64_t bytes) {
+    std::error_code error;
+    platform::File file = platform::File::OpenReadWrite(path, error);
+    if (!error && file.Size() != bytes) {
+        file.Resize(bytes, error);
+        if (!error) file.Sync(error);
+    }
+    if (!error) file.Close(error);
+    if (error) return FailSystem(error, "cannot write " + platform::ToUtf8(path));
+    return {};
+}
+
+}  // namespace
+
+ImportWork::ImportWork(const Place& place, const MemoryPlan& plan, ImportPool& pool)
+    : place_(place),
+      plan_(plan),
+      pool_(pool),
+      notes_(place.folder),
+      stations_(place.inputs, place.options),
+      found_(place.inputs.size()) {}
+
+bool ImportWork::IsDone(const TaskName& task) const {
+    return notes_.Has(FileNameOf(task));
+}
+
+bool ImportWork::AreSurveyed() const {
+    for (std::size_t i = 0; i < place_.inputs.size(); ++i) {
+        if (!IsDone({TaskKind::Survey, i})) return false;
+    }
+    return true;
+}
+
+Expected<void> ImportWork::TakeSurveys(std::vector<InputSurvey> found) {
+    found_ = std::move(found);
+    for (std::size_t i = 0; i < found_.size(); ++i) {
+        if (auto written = WriteSurvey(notes_, i, found_[i]); !written) return written;
+    }
+    return {};
+}
+
+// What follows from the surveys is worked out by every process for itself.
+Expected<void> ImportWork::Prepare() {
+    if (survey_) return {};
+    for (std::size_t i = 0; i < found_.size(); ++i) {
+        if (found_[i].parts.empty()) {
+            auto read = ReadSurvey(notes_, i);
+            if (!read) return ErrorOf(read);
+            found_[i] = std::move(*read);
+        }
+        if (auto entered = stations_.EnterFound(i, found_[i].parts); !entered) return entered;
+    }
+    auto survey = JoinSurveys(found_, place_.inputs, place_.options, stations_);
+    if (!survey) return ErrorOf(survey);
+    sorts_ = PlanSorts(found_, place_.sortPoints);
+    levels_ = RunsByLevel(sorts_.size(), plan_.mergeRuns);
+    survey_ = std::move(*survey);
+    for (InputSurvey& found : found_) found = {};
+    return {};
+}
+
+Expected<void> ImportWork::LoadRanges() {
+    if (ranges_) return {};
+    auto read = ReadNote(notes_, kPlan, RangesOf);
+    if (!read) return ErrorOf(read);
+    ranges_ = std::move(*read);
+    return {};
+}
+
+// From the last level down: what a run was made of is needed again where that run is not sound.
+// BEHAVIOUR I28
+Expected<void> ImportWork::CheckRuns() {
+    if (!AreSurveyed() || AreMerged()) return {};
+    if (auto prepared = Prepare(); !prepared) return prepared;
+    for (std::size_t level = levels_.size(); level-- > 0;) {
+        for (const TaskName& task : RunsAt(level)) {
+            const bool joined =
+                level + 1 < levels_.size() && IsDone({TaskKind::Join, task.number / plan_.mergeRuns,
+                                                      static_cast<std::uint32_t>(level + 1)});
+            if (joined || !IsDone(task)) continue;
+            const auto sound = IsSound(notes_, task, pool_);
+            if (!sound) return ErrorOf(sound);
+            if (!*sound) RemoveRun(notes_, task);
+        }
+    }
+    return {};
+}
+
+bool ImportWork::AreMerged() {
+    if (IsDone({TaskKind::Finish})) return true;
+    if (!IsDone({TaskKind::Plan}) || !LoadRanges()) return false;
+    for (std::size_t i = 0; i < ranges_->size(); ++i) {
+        if (!IsDone({TaskKind::Merge, i})) return false;
+    }
+    return true;
+}
+
+std::vector<TaskName> ImportWork::RunsAt(std::size_t level) const {
+    std::vector<TaskName> names;
+    const TaskKind kind = level == 0 ? TaskKind::Sort : TaskKind::Join;
+    for (std::uint64_t i = 0; i < levels_[level]; ++i)
+        names.push_back({kind, i, static_cast<std::uint32_t>(level)});
+    return names;
+}
+
+Expected<std::vector<TaskName>> ImportWork::All(TaskKind kind) {
+    std::vector<TaskName> names;
+    const auto number = [&](std::uint64_t count) {
+        for (std::uint64_t i = 0; i < count; ++i) names.push_back({kind, i});
+    };
+    if (kind == TaskKind::Survey) {
+        number(place_.inputs.size());
+    } else if (kind == TaskKind::Merge) {
+        if (auto loaded = LoadRanges(); !loaded) return ErrorOf(loaded);
+        number(ranges_->size());
+    } else if (kind == TaskKind::Sort || kind == TaskKind::Join) {
+        if (auto prepared = Prepare(); !prepared) return ErrorOf(prepared);
+        const bool joins = kind == TaskKind::Join;
+        for (std::size_t level = joins ? 1 : 0; level < (joins ? levels_.size() : 1); ++level) {
+            const std::vector<TaskName> at = RunsAt(level);
+            names.insert(names.end(), at.begin(), at.end());
+        }
+    } else {
+        names.push_back({kind});
+    }
+    return names;
+}
+
+std::vector<TaskName> ImportWork::JoinedBy(const TaskName& join) const {
+    const std::vector<TaskName> below = RunsAt(join.level - 1);
+    const std::size_t first = static_cast<std::size_t>(join.number) * plan_.mergeRuns;
+    const std::size_t end = std::min<std::size_t>(first + plan_.mergeRuns, below.size());
+    return {below.begin() + static_cast<std::ptrdiff_t>(first),
+            below.begin() + static_cast<std::ptrdiff_t>(end)};
+}
+
+std::vector<TaskName> ImportWork::Open(std::vector<TaskName> names) const {
+    std::erase_if(names, [this](const TaskName& name) { return IsDone(name); });
+    return names;
+}
+
+// A joined run stands for those that it was made of.
+std::vector<TaskName> ImportWork::ReadyRuns() const {
+    std::vector<TaskName> ready;
+    for (std::vector<TaskName> wanted = Open(LastRuns()); !wanted.empty();) {
+        std::vector<TaskName> below;
+        for (const TaskName& task : wanted) {
+            const std::vector<TaskName> open =
+                task.level == 0 ? std::vector<TaskName>() : Open(JoinedBy(task));
+            if (open.empty()) ready.push_back(task);
+            below.insert(below.end(), open.begin(), open.end());
+        }
+        wanted = std::move(below);
+    }
+    std::sort(ready.begin(), ready.end());
+    return ready;
+}
+
+Expected<std::vector<TaskName>> ImportWork::Ready() {
+    if (IsDone({TaskKind::Finish})) return std::vector<TaskName>();
+    if (!AreSurveyed()) return Open(*All(TaskKind::Survey));
+    if (auto prepared = Prepare(); !prepared) return ErrorOf(prepared);
+    if (AreMerged()) return std::vector<TaskName>{{TaskKind::Finish}};
+    if (auto runs = ReadyRuns(); !runs.empty()) return runs;
+    if (!IsDone({TaskKind::Plan})) return std::vector<TaskName>{{TaskKind::Plan}};
+    const auto merges = All(TaskKind::Merge);
+    if (!merges) return merges;
+    std::vector<TaskName> ready = Open(*merges);
+    // Where duplicates go, a range's place is known once all before it are merged.
+    // BEHAVIOUR I29
+    if (place_.options.dedupe) ready.resize(1);
+    return ready;
+}
+
+std::uint64_t ImportWork::BytesOf(const TaskName& task) const {
+    switch (task.kind) {
+        case TaskKind::Survey:
+            return place_.inputs[task.number].reader->FileBytes();
+        case TaskKind::Sort:
+            return sorts_[task.number].bytes + sorts_[task.number].points * kAlivePointBytes;
+        case TaskKind::Join:
+            return survey_->usable * kAlivePointBytes / levels_[task.level];
+        case TaskKind::Merge:
+            return 2 * (*ranges_)[task.number].points * kAlivePointBytes;
+        default:
+            return 0;
+    }
+}
+
+Expected<void> ImportWork::Run(const TaskName& task) {
+    const auto all = All(task.kind);
+    if (!all) return ErrorOf(all);
+    if (std::find(all->begin(), all->end(), task) == all->end()) {
+        return Fail(ErrorCode::BadInput, "the import has no task " + TextOf(task));
+    }
+    if (IsDone(task)) return {};
+    if (task.kind != TaskKind::Sort) cloud_.pool.Release();
+    switch (task.kind) {
+        case TaskKind::Survey:
+            return RunSurvey(static_cast<std::size_t>(task.number));
+        case TaskKind::Sort:
+            return RunSort(task);
+        case TaskKind::Join:
+            return RunJoin(task);
+        case TaskKind::Plan:
+            return RunPlan();
+        case TaskKind::Merge:
+            return RunMerge(task.number);
+        case TaskKind::Finish:
+            return RunFinish();
+        case TaskKind::Publish:
+            break;
+    }
+    return {};
+}
+
+Expected<void> ImportWork::RunSurvey(std::size_t input) {
+    StationTable stations(place_.inputs, place_.options);
+    auto found = SurveyInputs(place_.inputs, input, input, place_.options, stations, pool_);
+    if (!found) return ErrorOf(found);
+    found_[input] = std::move((*found)[input]);
+    return WriteSurvey(notes_, input, found_[input]);
+}
+
+Expected<void> ImportWork::RunSort(const TaskName& task) {
+    if (auto prepared = Prepare(); !prepared) return prepared;
+    const SortTask& sort = sorts_[task.number];
+    auto enough = RequireSpace(notes_.Folder(), sort.points * kAlivePointBytes);
+    if (!enough) return enough;
+    RecordSorter sorter(place_.inputs, stations_, *survey_, place_.options, plan_, pool_);
+    cloud_.Clear();
+    if (auto sorted = sorter.Sort(sort.stretch, cloud_); !sorted) return sorted;
+    const RunFacts facts{cloud_.points, cloud_.checksum, cloud_.rejected, cloud_.bounds,
+                         cloud_.decoded};
+    auto written =
+        WriteRun(notes_, task, cloud_.runs, facts, survey_->frame, plan_.memoryBlockPoints, pool_);
+    cloud_.Clear();
+    return written;
+}
+
+Expected<std::vector<SortedRun>> ImportWork::OpenRuns(const std::vector<TaskName>& names) const {
+    std::vector<SortedRun> runs;
+    for (const TaskName& name : names) {
+        auto run = OpenRun(notes_, name);
+        if (!run) return ErrorOf(run);
+        runs.push_back(std::move(*run));
+    }
+    return runs;
+}
+
+Expected<void> ImportWork::RunJoin(const TaskName& task) {
+    const std::vector<TaskName> group = JoinedBy(task);
+    {
+        const auto runs = OpenRuns(group);
+        if (!runs) return IsDone(task) ? Expected<void>() : ErrorOf(runs);
+        RunFacts facts;
+        for (const SortedRun& run : *runs) facts.points += run.count;
+        auto joined =
+            WriteRun(notes_, task, *runs, facts, survey_->frame, plan_.fileBlockPoints, pool_);
+        if (!joined) return joined;
+    }
+    // The notes of sorts stay: they account for the points.
+    for (const TaskName& name : group) RemoveRunFiles(notes_, name);
+    return {};
+}
+
+Expected<RunFacts> ImportWork::SumOfSorts() const {
+    RunFacts sum;
+    for (const TaskName& name : RunsAt(0)) {
+        const auto facts = ReadRunFacts(notes_, name);
+        if (!facts) return facts;
+        for (const auto& [reason, count] : facts->rejected) sum.rejected[reason] += count;
+        if (sum.decoded.size() < facts->decoded.size()) sum.decoded.resize(facts->decoded.size());
+        for (std::size_t i = 0; i < facts->decoded.size(); ++i) sum.decoded[i] += facts->decoded[i];
+        if (facts->points == 0) continue;
+        if (sum.points == 0) sum.bounds = facts->bounds;
+        detail::Join(sum.bounds, facts->bounds);
+        sum.points += facts->points;
+        sum.checksum += facts->checksum;
+    }
+    return sum;
+}
+
+Expected<void> ImportWork::RunPlan() {
+    if (auto prepared = Prepare(); !prepared) return prepared;
+    const auto facts = SumOfSorts();
+    if (!facts) return ErrorOf(facts);
+    auto met = CheckDecoded(facts->decoded, place_.inputs, stations_, *survey_);
+    if (!met) return met;
+    if (facts->points == 0) {
+        ImportReport report;
+        ReportSurvey(place_.inputs, stations_, *survey_, report);
+        report.rejected = facts->rejected;
+        for (const auto& [reason, count] : PointlessOf(*survey_)) report.rejected[reason] += count;
+        return FailWithoutPoints(place_.inputs.front().path, report);
+    }
+    const std::uint64_t bytes = facts->points * kAlivePointBytes;
+    auto enough = RequireSpace(place_.working.projectFilesFolder, bytes + bytes / 4);
+    if (enough) enough = CreatePoints(place_.working.gridPts);
+    if (!enough) return enough;
+    return pool_.RunOne([&]() -> Expected<void> {
+        const auto runs = OpenRuns(LastRuns());
+        if (!runs) return ErrorOf(runs);
+        auto ranges = PlanRanges(*runs, survey_->frame);
+        if (!ranges) return ErrorOf(ranges);
+        ranges_ = std::move(*ranges);
+        return notes_.Write(kPlan, JsonOf(*ranges_));
+    });
+}
+
+Expected<std::uint64_t> ImportWork::PlaceOf(std::uint64_t part) const {
+    if (!place_.options.dedupe || part == 0) return (*ranges_)[part].first;
+    const auto before = ReadPart(notes_, part - 1);
+    if (!before) return ErrorOf(before);
+    return before->first + before->points;
+}
+
+Expected<void> ImportWork::RunMerge(std::uint64_t part) {
+    if (auto prepared = Prepare(); !prepared) return prepared;
+    MergeRequest request{part, (*ranges_)[part], survey_->frame, {}, place_.options.skeleton};
+    const auto place = PlaceOf(part);
+    if (!place) return ErrorOf(place);
+    request.range.first = *place;
+    request.merge = {plan_.fileBlockPoints, place_.options.dedupe, request.range.low,
+                     request.range.high};
+    std::vector<SortedRun> runs;
+    for (const TaskName& name : LastRuns()) {
+        auto run = OpenRun(notes_, name, request.range.low, request.range.high);
+        if (!run) return ErrorOf(run);
+        if (run->count != 0) runs.push_back(std::move(*run));
+    }
+    return MergePart(notes_, place_.working, runs, request, pool_);
+}
+
+void ImportWork::RemoveRuns() const {
+    for (std::size_t level = 0; level < levels_.size(); ++level) {
+        for (const TaskName& name : RunsAt(level)) RemoveRunFiles(notes_, name);
+    }
+}
+
+Expected<void> ImportWork::RunFinish() {
+    if (auto prepared = Prepare(); !prepared) return prepared;
+    if (!AreMerged()) return Fail(ErrorCode::Failure, "the import is not merged yet");
+    RemoveRuns();
+    auto joined =
+        JoinParts(notes_, place_.working, ranges_->size(), place_.options.skeleton, pool_);
+    if (!joined) return ErrorOf(joined);
+    const auto sorted = SumOfSorts();
+    if (!sorted) return ErrorOf(sorted);
+    ImportReport report;
+    ReportSurvey(place_.inputs, stations_, *survey_, report);
+    report.rejected = sorted->rejected;
+    for (const auto& [reason, count] : PointlessOf(*survey_)) report.rejected[reason] += count;
+    if (joined->removed.points != 0) report.rejected[kDuplicate] = joined->removed.points;
+    report.written = joined->points;
+    report.checksum = sorted->checksum - joined->removed.hash;
+    report.skeletonPoints = joined->skeleton.points;
+    if (const auto warning = DistanceWarning(sorted->bounds)) report.warnings.push_back(*warning);
+    if (auto accounted = CheckAccounted(report); !accounted) return accounted;
+
+    ProjectFacts facts;
+    facts.points = report.written;
+    facts.bounds = sorted->bounds;
+    facts.origin = survey_->origin;
+    facts.skeletonSize = place_.options.skeleton;
+    facts.skeleton = &joined->skeleton;
+    facts.stationCount = report.stations;
+    facts.stations = StationRecordsOf(place_.inputs, stations_, *survey_);
+    std::vector<detail::FileSums> known;
+    if (!joined->sums.empty()) {
+        known.push_back({detail::kPointsName, report.written * kAlivePointBytes, joined->sums});
+    }
+    ProjectManager working = place_.working;
+    auto done = pool_.RunOne([&]() -> Expected<void> {
+        auto cut = CutPoints(working.gridPts, report.written * kAlivePointBytes);
+        return cut ? WriteProjectRecords(working, facts) : cut;
+    });
+    if (done) {
+        done = detail::SumProject(working, known,
+                                  [this](std::size_t jobs, const detail::BlockJob& job) {
+                                      return pool_.RunJobs(jobs, job);
+                                  });
+    }
+    return done ? WriteReport(notes_, report) : done;
+}
+
+}  // namespace orvix::importer
