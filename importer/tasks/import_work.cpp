@@ -391,6 +391,7 @@ void ImportWork::RemoveRuns() const {
 Expected<void> ImportWork::RunFinish() {
     if (auto prepared = Prepare(); !prepared) return prepared;
     if (!AreMerged()) return Fail(ErrorCode::Failure, "the import is not merged yet");
+    pool_.Meter().Begin(ImportPhase::Index, 0);
     RemoveRuns();
     auto joined =
         JoinParts(notes_, place_.working, ranges_->size(), place_.options.skeleton, pool_);
@@ -420,6 +421,7 @@ Expected<void> ImportWork::RunFinish() {
     if (!joined->sums.empty()) {
         known.push_back({detail::kPointsName, report.written * kAlivePointBytes, joined->sums});
     }
+    pool_.Meter().Begin(ImportPhase::Finish, 0);
     ProjectManager working = place_.working;
     auto done = pool_.RunOne([&]() -> Expected<void> {
         auto cut = CutPoints(working.gridPts, report.written * kAlivePointBytes);

@@ -248,7 +248,10 @@ Expected<JoinedParts> JoinParts(const TaskNotes& notes, const ProjectManager& pr
         if (step) step = indexes.Finish();
         return step ? skeletons.Finish() : step;
     });
-    if (done) done = files.WriteCoarse(pool);
+    if (done) {
+        pool.Meter().Begin(ImportPhase::Skeleton, files.CoarseBytes());
+        done = files.WriteCoarse(pool);
+    }
     if (!done) return ErrorOf(done);
     joined.sums = sums.Blocks(joined.points * kAlivePointBytes);
     return joined;

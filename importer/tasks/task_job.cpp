@@ -23,10 +23,13 @@ constexpr int kVersion = 1;
 constexpr std::uint64_t kEndBytes = 65'536;
 
 Json JsonOf(const ImportOptions& options) {
-    return {
-        {"unit", static_cast<int>(options.unit)}, {"up", static_cast<int>(options.up)},
-        {"drop_zeros", options.dropZeros},        {"dedupe", options.dedupe}, {"overwrite", options.overwrite},
-        {"stations", options.stationNames},       {"skeleton", static_cast<int>(options.skeleton)}};
+    return {{"unit", static_cast<int>(options.unit)},
+            {"up", static_cast<int>(options.up)},
+            {"drop_zeros", options.dropZeros},
+            {"dedupe", options.dedupe},
+            {"overwrite", options.overwrite},
+            {"stations", options.stationNames},
+            {"skeleton", static_cast<int>(options.skeleton)}};
 }
 
 template <class Choice>

@@ -106,9 +106,13 @@ void ProjectPublisher::TakeOver() {
     if (text.empty() || !platform::IsFolder(marks.tasks) || !MadeWhole(names_, text)) return;
     using orvix::detail::MarkerState;
     const bool working = IsTaken(marks.workingProject);
-    const CString& files = working ? marks.workingFiles : names_.files;
-    const bool own = orvix::detail::MarkerStateOf(files, text) == MarkerState::Own;
-    if (!own || (!working && !platform::PathExists(names_.project))) return;
+    const MarkerState marker =
+        orvix::detail::MarkerStateOf(working ? marks.workingFiles : names_.files, text);
+    // The working file's name changes to the project's in one step; the marker goes after that.
+    const bool published = !working && platform::PathExists(names_.project) &&
+                           IsTaken(platform::JoinPath(marks.tasks, kReportName));
+    const bool own = marker == MarkerState::Own || (published && marker == MarkerState::None);
+    if (!own || (!working && !published)) return;
     text_ = text;
     laidOut_ = continues_ = true;
     working_.Create(working ? marks.workingProject : names_.project);

@@ -25,18 +25,27 @@ bool RemovedFile(const CString& path) {
     return !IsTaken(path);
 }
 
-// The marker goes last: while there is one, the folder is known to be an import's own.
-bool RemovedFolder(const CString& path) {
+// One entry goes last.
+bool RemovedFolderBut(const CString& path, const CString& last) {
     if (!platform::IsFolder(path) || platform::IsLink(path)) return RemovedFile(path);
-    const CString marker = ImportMarks::MarkerIn(path);
     std::error_code error;
     for (const CString& name : platform::ListFolder(path, error)) {
         const CString entry = platform::JoinPath(path, name);
-        if (entry != marker) platform::RemoveTree(entry, error);
+        if (entry != last) platform::RemoveTree(entry, error);
     }
     if (platform::ListFolder(path, error).size() > 1) return false;
-    if (RemovedFile(marker)) platform::RemoveFolder(path, error);
+    if (RemovedFile(last)) platform::RemoveFolder(path, error);
     return !IsTaken(path);
+}
+
+// While there is a marker, the folder is known to be an import's own.
+bool RemovedFolder(const CString& path) {
+    return RemovedFolderBut(path, ImportMarks::MarkerIn(path));
+}
+
+// While there is a report, a continued import knows that the project is its own.
+bool RemovedTasks(const CString& path) {
+    return RemovedFolderBut(path, platform::JoinPath(path, kReportName));
 }
 
 // Puts the former folder where the new one is, and the new one under the working name.
@@ -95,14 +104,16 @@ std::vector<CString> ClearRemains(const TargetNames& names, const std::string& t
     const auto clear = [&](const CString& path, bool (*removed)(const CString&)) {
         if (IsTaken(path) && (!whole || !removed(path))) left.push_back(path);
     };
-    if (stage == ImportStage::Published ||
-        (stage == ImportStage::Unknown && MarkerStateOf(names.files, text) == MarkerState::Own)) {
-        clear(ImportMarks::MarkerIn(names.files), RemovedFile);
-    }
+    const bool published =
+        stage == ImportStage::Published ||
+        (stage == ImportStage::Unknown && MarkerStateOf(names.files, text) == MarkerState::Own);
+    // Without a project that appeared, a report says nothing: it goes before the working file does.
+    if (!published) clear(marks.tasks, RemovedTasks);
+    if (published) clear(ImportMarks::MarkerIn(names.files), RemovedFile);
     clear(marks.workingProject, RemovedFile);
-    clear(marks.tasks, RemovedFolder);
     clear(marks.workingFiles, RemovedFolder);
     clear(marks.aside, RemovedFolder);
+    clear(marks.tasks, RemovedTasks);
     if (!left.empty() || !RemovedFile(marks.note)) left.push_back(marks.note);
     return left;
 }

@@ -16,6 +16,9 @@ enum class ImportStage {
     Published,  ///< the project has appeared
 };
 
+/// The report of an import in tasks, in its folder: written last, removed last.
+inline constexpr const wchar_t* kReportName = L"finish.json";
+
 /// Settles what the import of a note's text left beside its target, whatever step it came to: one
 /// whole project is there afterwards, or none, and nothing of the import beside it.
 ///

@@ -40,8 +40,7 @@ TEST(ProjectPublisher, MakesTheProjectAppearWithNothingBesideIt) {
     auto publisher = ProjectPublisher::Begin(folder / L"p.prj", Existing::Keep);
     ASSERT_TRUE(publisher) << publisher.error().message;
     Fill(publisher->Working(), "new");
-    ASSERT_TRUE(publisher->ScratchFolder());
-    ASSERT_TRUE(publisher->RemoveScratch());
+    ASSERT_TRUE(publisher->TasksFolder());
     EXPECT_FALSE(platform::PathExists(folder / L"p.prj"));
     ASSERT_TRUE(publisher->Publish());
     { const ProjectPublisher done = std::move(*publisher); }
