@@ -43,6 +43,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/detection/plane_search.h ${PROJECT_SOURCE_DI
   ${PROJECT_SOURCE_DIR}/detection/plane_set.h ${PROJECT_SOURCE_DIR}/detection/saved_planes.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/detection COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h ${PROJECT_SOURCE_DIR}/importer/import_options.h
+  ${PROJECT_SOURCE_DIR}/importer/import_result.h ${PROJECT_SOURCE_DIR}/importer/import_tasks.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)
 
 # Products have their final run paths in the build tree too: for a shorter one CMake keeps room by

@@ -1,43 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <map>
-#include <string>
 #include <vector>
 
 #include "importer/import_options.h"
+#include "importer/import_result.h"
 #include "orvix/platform/error.h"
 #include "orvix/platform/export.h"
 #include "orvix/platform/text.h"
 
 namespace orvix::importer {
-
-struct ImportedFile {
-    CString path;
-    std::string format;
-    std::uint64_t points = 0;  ///< read from it: with rejected ones, without omitted scans
-};
-
-/// What an import did; `read` is `written` plus the sum of `rejected`.
-struct ImportReport {
-    CString project;
-    std::vector<ImportedFile> inputs;
-    std::uint64_t read = 0;
-    std::uint64_t written = 0;
-    /// Reason -> points: "not a number", "out of range", "zero" (dropZeros), "duplicate" (dedupe),
-    /// "malformed"; of files that mark such records: "no return", "invalid", "direction only".
-    std::map<std::string, std::uint64_t> rejected;
-    std::uint64_t skeletonPoints = 0;
-    std::uint32_t stations = 0;
-    /// Sum modulo 2^64 of RecordHash over the records as decoded (orvix/points/record_hash.h).
-    std::uint64_t checksum = 0;
-    std::array<double, 3> origin{};
-    double seconds = 0;
-    std::uint64_t peakMemoryBytes = 0;
-    std::vector<std::string> warnings;  ///< sentences for the user
-};
 
 /// Turns scan files into a complete project: the project file and its project-files folder.
 ///
@@ -46,7 +18,8 @@ struct ImportReport {
 /// in double precision, and the station's files (docs/FORMAT.md) are written. All or nothing: work
 /// happens beside the target and one rename makes the project appear, the project file last; a
 /// failed, cancelled or killed import leaves no project, and an existing one stays whole until
-/// then.
+/// then. With `resume` what is done stays where it ends early, and the same call goes on from there;
+/// so it does after one without that was killed, where the points were sorted through the disk.
 ///
 /// Units    `project` and every output in metres; see `LengthUnit` for the inputs.
 /// Order    the same inputs give the same bytes at any thread count and memory limit; points of

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "importer/import.h"
+#include "importer/import_result.h"
 #include "importer/scans/scan_survey.h"
 #include "importer/scans/station_table.h"
 

@@ -102,7 +102,7 @@ Expected<ImportReport> ImportRun::Run() {
 
 // Files are closed first: some systems remove none that is open. What a continued import can use
 // again stays, unless the inputs themselves are at fault.
-// BEHAVIOUR I27
+// BEHAVIOUR I28
 tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
     grid_.reset();
     cloud_.runs.clear();
@@ -134,7 +134,7 @@ ImportWork::Place ImportRun::PlaceOfTasks(const CString& folder, std::uint64_t p
     return {inputs_, options_, points, publisher_->Working(), folder};
 }
 
-// BEHAVIOUR I26
+// BEHAVIOUR I27
 Expected<void> ImportRun::ContinueTasks() {
     const auto folder = publisher_->TasksFolder();
     if (!folder) return ErrorOf(folder);

@@ -128,6 +128,19 @@ Expected<std::vector<std::string>> ImportTasks::Ready() {
     return names;
 }
 
+Expected<std::vector<std::string>> ImportTasks::Done() {
+    std::vector<std::string> names;
+    if (state_->published) return std::vector<std::string>{TextOf({TaskKind::Publish})};
+    const auto done = state_->work->Done();
+    if (!done) return ErrorOf(done);
+    for (const TaskName& task : *done) names.push_back(TextOf(task));
+    return names;
+}
+
+const CString& ImportTasks::Folder() const {
+    return state_->work->Notes().Folder();
+}
+
 namespace {
 
 Expected<ImportReport> PublishTasks(const TaskJob& job, bool overwrite) {

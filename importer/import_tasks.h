@@ -55,6 +55,10 @@ public:
 
     /// The tasks that can run now; the last is "publish". Empty once the project has appeared.
     Expected<std::vector<std::string>> Ready();
+    /// The tasks whose results are there, of those that are known by now.
+    Expected<std::vector<std::string>> Done();
+    /// Where the results lie: a folder beside the target.
+    [[nodiscard]] const CString& Folder() const;
     /// Runs one of them, or nothing where it is done. A report comes from "publish".
     Expected<std::optional<ImportReport>> Run(const std::string& task,
                                               const ImportCallback& callback = {});

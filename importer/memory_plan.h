@@ -16,6 +16,7 @@ struct MemoryPlan {
     std::uint64_t shortPiecePoints = 16'384;
     std::uint64_t joinedPoints = 65'536;
     std::uint32_t mergeRuns = 64;  ///< runs on disk merged at once
+    std::uint64_t leastTaskPoints = 4u << 20;  ///< a task of fewer would not be worth its files
 };
 
 /// Divides a limit on the process's resident memory among workers, blocks and sorted points.

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "cli/verbs.h"
 #include "cli/verbs/import_arguments.h"
@@ -38,11 +40,18 @@ auto WatchOf(ProgressReporter& progress) {
     };
 }
 
-Expected<Outcome> OutcomeOf(const Expected<std::vector<std::string>>& ready) {
+Expected<Outcome> OutcomeOf(ImportTasks& tasks, const std::string& project) {
+    const auto ready = tasks.Ready();
     if (!ready) return ErrorOf(ready);
+    const auto done = tasks.Done();
+    if (!done) return ErrorOf(done);
     Outcome outcome;
+    outcome.json["project"] = project;
+    outcome.json["folder"] = platform::ToUtf8(tasks.Folder());
     outcome.json["ready"] = *ready;
-    for (const std::string& task : *ready) outcome.text += task + "\n";
+    outcome.json["done"] = *done;
+    for (const std::string& task : *ready) outcome.text += fmt::format("ready  {}\n", task);
+    for (const std::string& task : *done) outcome.text += fmt::format("done   {}\n", task);
     return outcome;
 }
 
@@ -52,7 +61,7 @@ Expected<Outcome> RunBegin(const ImportArguments& arguments, CommandContext& con
                                     WatchOf(progress));
     progress.Finish();
     if (!tasks) return ErrorOf(tasks);
-    return OutcomeOf(tasks->Ready());
+    return OutcomeOf(*tasks, arguments.paths.back());
 }
 
 Expected<ImportTasks> OpenTasks(const TaskArguments& arguments) {
@@ -64,29 +73,28 @@ Expected<ImportTasks> OpenTasks(const TaskArguments& arguments) {
 Expected<Outcome> RunList(const TaskArguments& arguments) {
     auto tasks = OpenTasks(arguments);
     if (!tasks) return ErrorOf(tasks);
-    return OutcomeOf(tasks->Ready());
+    return OutcomeOf(*tasks, arguments.project);
 }
 
 Expected<Outcome> RunTasks(const TaskArguments& arguments, CommandContext& context) {
     auto tasks = OpenTasks(arguments);
     if (!tasks) return ErrorOf(tasks);
-    Outcome outcome;
-    outcome.json["done"] = Json::array();
-    outcome.json["report"] = nullptr;
     ProgressReporter progress(ProgressModeOf(context.progressWord));
+    std::optional<importer::ImportReport> report;
     for (const std::string& task : arguments.tasks) {
-        const auto done = tasks->Run(task, WatchOf(progress));
+        auto done = tasks->Run(task, WatchOf(progress));
         if (!done) {
             progress.Finish();
             return ErrorOf(done);
         }
-        outcome.json["done"].push_back(task);
-        outcome.text += task + "\n";
-        if (!*done) continue;
-        outcome.json["report"] = JsonOf(**done);
-        outcome.text += TextOf(**done);
+        if (*done) report = std::move(**done);
     }
     progress.Finish();
+    auto outcome = OutcomeOf(*tasks, arguments.project);
+    if (!outcome) return outcome;
+    outcome->json["report"] = nullptr;
+    if (report) outcome->json["report"] = JsonOf(*report);
+    if (report) outcome->text += TextOf(*report);
     return outcome;
 }
 

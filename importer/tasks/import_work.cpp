@@ -102,7 +102,7 @@ Expected<void> ImportWork::Prepare() {
     }
     auto survey = JoinSurveys(found_, place_.inputs, place_.options, stations_);
     if (!survey) return ErrorOf(survey);
-    sorts_ = PlanSorts(found_, place_.sortPoints);
+    sorts_ = PlanSorts(found_, place_.sortPoints, plan_.leastTaskPoints);
     levels_ = RunsByLevel(sorts_.size(), plan_.mergeRuns);
     survey_ = std::move(*survey);
     for (InputSurvey& found : found_) found = {};
@@ -118,7 +118,7 @@ Expected<void> ImportWork::LoadRanges() {
 }
 
 // From the last level down: what a run was made of is needed again where that run is not sound.
-// BEHAVIOUR I28
+// BEHAVIOUR I29
 Expected<void> ImportWork::CheckRuns() {
     if (!AreSurveyed() || AreMerged()) return {};
     if (auto prepared = Prepare(); !prepared) return prepared;
@@ -217,9 +217,26 @@ Expected<std::vector<TaskName>> ImportWork::Ready() {
     if (!merges) return merges;
     std::vector<TaskName> ready = Open(*merges);
     // Where duplicates go, a range's place is known once all before it are merged.
-    // BEHAVIOUR I29
+    // BEHAVIOUR I30
     if (place_.options.dedupe) ready.resize(1);
     return ready;
+}
+
+Expected<std::vector<TaskName>> ImportWork::Done() {
+    std::vector<TaskName> done;
+    const bool surveyed = AreSurveyed();
+    for (const TaskKind kind : {TaskKind::Survey, TaskKind::Sort, TaskKind::Join, TaskKind::Plan,
+                                TaskKind::Merge, TaskKind::Finish}) {
+        const bool known = kind == TaskKind::Survey ||
+                           (surveyed && (kind != TaskKind::Merge || IsDone({TaskKind::Plan})));
+        if (!known) continue;
+        const auto all = All(kind);
+        if (!all) return all;
+        for (const TaskName& task : *all) {
+            if (IsDone(task)) done.push_back(task);
+        }
+    }
+    return done;
 }
 
 std::uint64_t ImportWork::BytesOf(const TaskName& task) const {
@@ -351,7 +368,7 @@ Expected<void> ImportWork::RunPlan() {
     return pool_.RunOne([&]() -> Expected<void> {
         const auto runs = OpenRuns(LastRuns());
         if (!runs) return ErrorOf(runs);
-        auto ranges = PlanRanges(*runs, survey_->frame);
+        auto ranges = PlanRanges(*runs, survey_->frame, plan_.leastTaskPoints);
         if (!ranges) return ErrorOf(ranges);
         ranges_ = std::move(*ranges);
         return notes_.Write(kPlan, JsonOf(*ranges_));

@@ -5,7 +5,6 @@
 #include <optional>
 #include <vector>
 
-#include "importer/import.h"
 #include "importer/import_pool.h"
 #include "importer/memory_plan.h"
 #include "importer/scans/station_table.h"
@@ -55,6 +54,8 @@ public:
 
     /// The tasks that can run now, at once and anywhere; empty once Finish is done.
     Expected<std::vector<TaskName>> Ready();
+    /// The tasks that are done, in the order of their kinds.
+    Expected<std::vector<TaskName>> Done();
     /// All tasks of a kind that is known by now, done or not.
     Expected<std::vector<TaskName>> All(TaskKind kind);
     [[nodiscard]] bool IsDone(const TaskName& task) const;

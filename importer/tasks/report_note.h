@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "importer/import.h"
+#include "importer/import_result.h"
 #include "importer/tasks/task_notes.h"
 
 namespace orvix::importer {

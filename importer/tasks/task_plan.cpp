@@ -9,7 +9,6 @@ namespace orvix::importer {
 namespace {
 
 constexpr std::uint64_t kParts = 16;
-constexpr std::uint64_t kLeastPoints = 4u << 20;
 constexpr std::uint64_t kMostPoints = 64u << 20;
 constexpr std::size_t kKeysLookedAt = 1u << 20;
 constexpr std::uint32_t kFineKeysPerMetre = 1000;
@@ -18,8 +17,8 @@ SortKey MetreOf(const SortKey& key) {
     return {key.block, key.inside / kFineKeysPerMetre * kFineKeysPerMetre};
 }
 
-std::uint64_t PartOf(std::uint64_t points) {
-    return std::max((points + kParts - 1) / kParts, kLeastPoints);
+std::uint64_t PartOf(std::uint64_t points, std::uint64_t leastPoints) {
+    return std::max((points + kParts - 1) / kParts, leastPoints);
 }
 
 // Keys along the runs with the points that each stands for, in order.
@@ -64,12 +63,13 @@ Expected<std::uint64_t> CountBelow(const std::vector<SortedRun>& runs, const Gri
 
 }  // namespace
 
-std::vector<SortTask> PlanSorts(const std::vector<InputSurvey>& inputs, std::uint64_t mostPoints) {
+std::vector<SortTask> PlanSorts(const std::vector<InputSurvey>& inputs, std::uint64_t mostPoints,
+                                std::uint64_t leastPoints) {
     std::uint64_t total = 0;
     for (const InputSurvey& input : inputs) {
         for (const SurveyMark& mark : input.marks) total += mark.points;
     }
-    const std::uint64_t most = std::min(mostPoints, PartOf(total));
+    const std::uint64_t most = std::min(mostPoints, PartOf(total, leastPoints));
     std::vector<SortTask> tasks;
     SortTask task;
     bool open = false;
@@ -107,7 +107,7 @@ std::vector<std::uint64_t> RunsByLevel(std::uint64_t sorts, std::uint32_t mergeR
 }
 
 Expected<std::vector<RangeTask>> PlanRanges(const std::vector<SortedRun>& runs,
-                                            const GridFrame& frame) {
+                                            const GridFrame& frame, std::uint64_t leastPoints) {
     const std::uint64_t total =
         std::accumulate(runs.begin(), runs.end(), std::uint64_t{0},
                         [](std::uint64_t sum, const SortedRun& run) { return sum + run.count; });
@@ -119,7 +119,7 @@ Expected<std::vector<RangeTask>> PlanRanges(const std::vector<SortedRun>& runs,
         if (range.points != 0) ranges.push_back(range);
         range = {high, kEndKey, end, 0};
     };
-    for (const SortKey& cut : CutsOf(runs, std::min(PartOf(total), kMostPoints))) {
+    for (const SortKey& cut : CutsOf(runs, std::min(PartOf(total, leastPoints), kMostPoints))) {
         const auto below = CountBelow(runs, frame, cut);
         if (!below) return ErrorOf(below);
         close(cut, *below);

@@ -20,8 +20,10 @@ struct SortTask {
 };
 
 /// Cuts the inputs at their marks into stretches of at most `mostPoints` points, where the marks
-/// allow, in the order of the inputs; about 16 of them where that is fewer points each.
-std::vector<SortTask> PlanSorts(const std::vector<InputSurvey>& inputs, std::uint64_t mostPoints);
+/// allow, in the order of the inputs; about 16 of them where that is fewer points each, though not
+/// of fewer than `leastPoints`.
+std::vector<SortTask> PlanSorts(const std::vector<InputSurvey>& inputs, std::uint64_t mostPoints,
+                                std::uint64_t leastPoints);
 
 /// How many runs there are at each level: as many as sort tasks, then joined by `mergeRuns`, until
 /// all that are left can be merged at once.
@@ -35,11 +37,11 @@ struct RangeTask {
     std::uint64_t points = 0;
 };
 
-/// Cuts the merged order of runs into ranges, of about a sixteenth of the points, 4 million at
+/// Cuts the merged order of runs into ranges, of about a sixteenth of the points, `leastPoints` at
 /// least and 64 million at most; a 100 cm cell of more points is a range of its own.
 ///
 /// Cost  memory for about a million keys; a block of each run is read for each range.
 Expected<std::vector<RangeTask>> PlanRanges(const std::vector<SortedRun>& runs,
-                                            const GridFrame& frame);
+                                            const GridFrame& frame, std::uint64_t leastPoints);
 
 }  // namespace orvix::importer

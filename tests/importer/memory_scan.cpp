@@ -62,6 +62,8 @@ MemoryPlan SmallPlan() {
     plan.poolBytes = 2000 * 24;
     plan.memoryBlockPoints = plan.fileBlockPoints = 500;
     plan.shortPiecePoints = 100;
+    plan.mergeRuns = 3;
+    plan.leastTaskPoints = 700;
     return plan;
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <optional>
 
 #include "importer/formats/open_scan.h"
 
@@ -63,6 +64,41 @@ bool SamePoint(const ScanPoint& a, const ScanPoint& b) {
            a.classification == b.classification;
 }
 
+// A piece and where the reader stood before it.
+struct PlacedPiece {
+    ReadPlace place{};
+    RawPiece piece;
+};
+
+std::optional<PlacedPiece> NextOf(ScanReader& reader) {
+    PlacedPiece next{reader.Place(), {}};
+    const auto more = reader.Next(next.piece);
+    if (!more || !*more) return std::nullopt;
+    return next;
+}
+
+// A reader that is opened anew hands out the same pieces from any place on.
+void CheckPlaces(const CString& path) {
+    const auto reader = OpenScan(path);
+    std::vector<PlacedPiece> pieces;
+    while (auto piece = NextOf(**reader)) pieces.push_back(std::move(*piece));
+    const std::size_t step = pieces.size() / 4 + 1;
+    for (std::size_t i = pieces.size(); i > 0; i -= std::min(i, step)) {
+        const PlacedPiece& expected = pieces[i - 1];
+        const auto other = OpenScan(path);
+        ASSERT_TRUE((*other)->GoTo(expected.place));
+        while ((*other)->Place() != expected.place) ASSERT_TRUE(NextOf(**other));
+        const auto piece = NextOf(**other);
+        ASSERT_TRUE(piece);
+        EXPECT_EQ(piece->piece.bytes, expected.piece.bytes);
+        EXPECT_EQ(piece->piece.scan, expected.piece.scan);
+        EXPECT_EQ(piece->piece.records, expected.piece.records);
+        EXPECT_EQ(piece->piece.firstRecord, expected.piece.firstRecord);
+        EXPECT_EQ(piece->piece.fileOffset, expected.piece.fileOffset);
+        EXPECT_EQ((*other)->Place(), i < pieces.size() ? pieces[i].place : (*reader)->Place());
+    }
+}
+
 }  // namespace
 
 WholeScan ReadAll(const CString& path) {
@@ -81,6 +117,7 @@ WholeScan ReadAll(const CString& path) {
     EXPECT_TRUE(std::equal(again.points.begin(), again.points.end(), scan.points.begin(),
                            scan.points.end(), SamePoint));
     EXPECT_EQ(again.malformed, scan.malformed);
+    if (scan.error.empty()) CheckPlaces(path);
     return scan;
 }
 

@@ -22,7 +22,8 @@ struct WholeScan {
 };
 
 /// Reads a file to its end, then once more after Rewind; checks that the passes agree, that
-/// pieces come in file order within the file, scan by scan, and that record numbers add up.
+/// pieces come in file order within the file, scan by scan, that record numbers add up, and that a
+/// reader opened anew goes on from any place between two pieces.
 WholeScan ReadAll(const CString& path);
 /// The same for bytes, written to a file first.
 WholeScan ReadAll(const std::vector<std::uint8_t>& bytes);
