@@ -20,7 +20,7 @@ constexpr std::size_t kMedianSamples = 2048;
 
 // A mark is set after so many points at first; where an input has more than kMostMarks of them, every
 // second one goes.
-constexpr std::uint64_t kFirstMarkPoints = 65'536;
+constexpr std::uint64_t kFirstMarkPoints = 1024;
 constexpr std::size_t kMostMarks = 4096;
 
 /// One piece and what the survey takes from it.
