@@ -9,7 +9,7 @@ import threading
 import warnings
 from contextlib import contextmanager
 from types import FrameType, TracebackType
-from typing import Any, Callable, Iterator, Optional, Tuple, Type, Union
+from typing import Any, Callable, Iterator, NoReturn, Optional, Tuple, Type, Union
 
 from . import _c
 from ._errors import error_of
@@ -62,7 +62,10 @@ def new(struct: Any, **members: Any) -> Any:
 def text_of(path: Union[str, "os.PathLike[str]"]) -> bytes:
     """A path as the library takes it: UTF-8, on Linux whatever bytes the name has."""
     text = os.fspath(path)
-    return text.encode("utf-8") if os.name == "nt" else os.fsencode(text)
+    encoded = text.encode("utf-8") if os.name == "nt" and isinstance(text, str) else os.fsencode(text)
+    if b"\0" in encoded:  # would end the name there
+        raise ValueError("embedded null byte")
+    return encoded
 
 
 _NAMES = {"project": "the project is", "planes": "the planes are", "plane": "the plane is",
@@ -70,7 +73,9 @@ _NAMES = {"project": "the project is", "planes": "the planes are", "plane": "the
 
 
 class Handle:
-    """A handle of the library: used by one thread at a time, closed once, never used afterwards."""
+    """A handle of the library: used by one thread at a time, closed once, never used afterwards, and by
+    the process that opened it alone: what a fork left in a child is not closed there, since a project
+    that was changed would write its sums from both."""
 
     def __init__(self, value: ctypes.c_void_p, kind: str) -> None:
         self._value: Optional[ctypes.c_void_p] = value
@@ -78,6 +83,7 @@ class Handle:
         self._close = getattr(LIBRARY, f"orvix_{kind}_close")
         self._lock = threading.RLock()
         self._uses = 0
+        self._process = os.getpid()
 
     @property
     def closed(self) -> bool:
@@ -99,13 +105,17 @@ class Handle:
             if self._uses:
                 raise RuntimeError("a function that a call runs cannot close what the call works on")
             value, self._value = self._value, None
-            if value is not None:
+            if value is not None and os.getpid() == self._process:
                 self._close(value)
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError(f"{self._kind} objects of orvix cannot be copied or pickled; open the project "
+                        "where they are wanted, or send arrays")
 
     def __del__(self) -> None:
         # Nobody else holds it: no lock, which might be gone at the end of the process.
         value, self._value = getattr(self, "_value", None), None
-        if value is not None:
+        if value is not None and os.getpid() == self._process:
             self._close(value)
 
 

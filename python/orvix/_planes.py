@@ -154,6 +154,8 @@ class Planes(Sequence[FoundPlane]):
         Cost   about a microsecond a point.
         """
         total = self.points - first if count is None else count
+        if first < 0 or total < 0 or first + total > self.points:
+            raise IndexError(f"{total} points from {first} on, of {self.points}")
         numbers = np.empty(total, np.uint32) if out is None else out
         if numbers.shape != (total,) or numbers.dtype != np.uint32:
             raise ValueError(f"the array takes {total} numbers of 32 bits")
@@ -191,6 +193,7 @@ class Planes(Sequence[FoundPlane]):
     def save(self, progress: ProgressLike = None) -> PlanesSaved:
         """Keeps the planes in the project, open with mode "r+", in place of those kept so far. A plane
         that covers the surface of an earlier one gets its number; `numbers` is read anew."""
+        self._project._require_changes()
         saved = new(_c.orvix_planes_saved)
         with LongCall("saving", progress) as long, self._project.handle.use() as project, \
                 self.handle.use() as planes:

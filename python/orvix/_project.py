@@ -16,13 +16,13 @@ from . import _c
 from ._arrays import DCLC, POINT, Floats, Path, Records, address, doubles, positions, vector
 from ._cells import Cell, Cells, cell_at
 from ._command import option, run
-from ._errors import Error
+from ._errors import Error, error_of
 from ._library import LIBRARY, Handle, LongCall, call, new, text_of
 from ._planes import DETAILS, Planes
 from ._progress import ProgressLike
 from ._section import Section
 from ._statistics import Classes, Histogram, classes_of, histogram_of
-from ._surface import Plane, optional
+from ._surface import Plane, optional, whole
 from ._verbs import CheckReport, ExportReport, check, export
 
 _BLOCK = 1 << 18  # points changed at a time: 6 MB
@@ -92,6 +92,8 @@ class _View:
 class Project:
     """An open project: `orvix.open`.
 
+    Processes a pickled project, as multiprocessing sends it, is opened anew there, for reading; after
+              a fork use the child's own.
     Lifetime  close it, or use it in a `with` block. Arrays of points and cells, planes and meshes
               stay valid when it is closed; calls on it raise ValueError then.
     """
@@ -156,6 +158,8 @@ class Project:
 
     def blocks(self, size: int = 1 << 20) -> Iterator[Records]:
         """All points, `size` at a time."""
+        if size < 1:
+            raise ValueError(f"a block holds one point at least, not {size}")
         points = self.points
         return (points[first:first + size] for first in range(0, len(points), size))
 
@@ -196,6 +200,7 @@ class Project:
         Returns the number of chosen points. The project is open with mode "r+", else BadArgument. Its
         sums follow when it is closed, so `orvix check --deep` knows the change from damage.
         """
+        self._require_changes()
         chosen = _places(where, self.info.points)
         values = [None if given is None else _whole(given, len(chosen), largest, name)
                   for given, largest, name in ((first, 65535, "first"), (second, 255, "second"))]
@@ -214,6 +219,11 @@ class Project:
                 call("points_write_dclc", project, low, len(pairs), address(pairs, _c.orvix_dclc))
             begin = end
         return len(chosen)
+
+    def _require_changes(self) -> None:
+        if self.mode != "r+":
+            raise error_of(_c.ORVIX_BAD_ARGUMENT,
+                           'the project is open for reading; open it with mode "r+"')
 
     # ---- Cells ----------------------------------------------------------------------------
 
@@ -255,8 +265,8 @@ class Project:
             options = new(_c.orvix_plane_options, seed_is_local=int(local),
                           split_size=optional(split_size), diff=(ctypes.c_double * 3)(*three.tolist()),
                           max_distance=optional(max_distance), snap_distance=optional(snap_distance),
-                          reach=optional(reach), memory_limit=memory_limit or 0,
-                          outline_points=outline_points or 0, proceed=long.proceed)
+                          reach=optional(reach), memory_limit=whole(memory_limit, "memory_limit"),
+                          outline_points=whole(outline_points, "outline_points"), proceed=long.proceed)
             with self.handle.use() as project:
                 call("plane_grow", project, doubles(seed, 3, "a seed"), ctypes.byref(options),
                      ctypes.byref(handle))
@@ -288,8 +298,8 @@ class Project:
                           cell_size=optional(cell_size), distance=optional(distance),
                           angle=optional(angle), min_area=optional(min_area),
                           bridge=-1.0 if bridge == 0 else optional(bridge),
-                          min_points=min_points or 0, memory_limit=memory_limit or 0,
-                          threads=threads, proceed=long.proceed)
+                          min_points=whole(min_points, "min_points"), memory_limit=whole(memory_limit, "memory_limit"),
+                          threads=whole(threads, "threads"), proceed=long.proceed)
             with self.handle.use() as project:
                 call("planes_find", project, ctypes.byref(options), ctypes.byref(handle))
             found = Handle(handle, "planes")
@@ -394,6 +404,10 @@ class Project:
         """Closes the project; a second time does nothing. Waits until changes are on the disk."""
         self.handle.close()
         self._points = None
+
+    def __reduce__(self) -> Tuple[Any, ...]:
+        """A copy, also one in another process, is the project opened anew, for reading."""
+        return open, (os.path.abspath(self.path),)
 
     def __enter__(self) -> "Project":
         return self

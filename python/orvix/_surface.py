@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import base64
 import ctypes
+import operator
 from dataclasses import dataclass
 from html import escape
 from typing import Any, Dict, List, Optional, Tuple
@@ -236,3 +237,11 @@ def read_regions(handle: Handle, kind: str, which: Tuple[Any, ...]) -> Tuple[Reg
 def optional(value: Optional[float]) -> float:
     """0 stands for the library's own choice."""
     return 0.0 if value is None else float(value)
+
+
+def whole(value: Optional[int], name: str) -> int:
+    """The same for whole numbers, which the library takes without a sign."""
+    number = 0 if value is None else operator.index(value)
+    if number < 0:
+        raise ValueError(f"{name} is 0 or more, not {number}")
+    return number

@@ -1,8 +1,11 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Points and cells: what arrays show is what the library reads, and no array outlives its memory."""
+import copy
 import ctypes
 import gc
+import os
 import pathlib
+import pickle
 
 import numpy as np
 import pytest
@@ -224,3 +227,53 @@ def test_parts_of_the_points_go_to_the_world_as_all_do(project):
     assert (project.world(other) == project.world([[0.5, 2.5, 1.5]])).all()
     with pytest.raises(ValueError):
         project.world(np.zeros((4, 2)))
+
+
+def test_what_cannot_be_is_refused_before_the_library_sees_it(project):
+    for size in (0, -1):
+        with pytest.raises(ValueError):
+            project.blocks(size)
+    with pytest.raises(ValueError):
+        orvix.open("a\0b.prj")
+    with pytest.raises(ValueError, match="memory_limit"):
+        project.planes(memory_limit=-1)
+    with pytest.raises(ValueError, match="threads"):
+        project.planes(threads=-1)
+    with pytest.raises(IndexError):
+        project.planes().numbers_of_points(-5, 10)
+    with pytest.raises(IndexError):
+        project.planes().numbers_of_points(99_999, 2)
+    with pytest.raises(orvix.BadArgument, match='mode "r\\+"'):
+        project.planes().save()
+
+
+def test_a_copied_project_is_opened_anew_and_what_works_on_one_says_that_it_cannot(copied):
+    with orvix.open(copied, "r+") as project:
+        for other in (copy.copy(project), copy.deepcopy(project), pickle.loads(pickle.dumps(project))):
+            assert other.mode == "r" and (other.points == project.points).all()
+            other.close()
+            assert not project.closed
+        cell = project.cells(1000)[3]
+        assert (pickle.loads(pickle.dumps(cell)).points == cell.points).all()
+        for each in (project.planes(), project.planes()[0], orvix.Neighbours(project.points),
+                     project.section((3.7, -5, 12.9), (0, -1, 0))):
+            for make in (copy.deepcopy, pickle.dumps):
+                with pytest.raises(TypeError, match="cannot be copied or pickled"):
+                    make(each)
+
+
+@pytest.mark.skipif(not hasattr(os, "fork"), reason="processes begin anew there")
+def test_what_a_forked_child_closes_stays_open_in_its_parent(copied):
+    with orvix.open(copied, "r+") as project:
+        points = project.points
+        project.set_dclc(slice(0, 10), first=7)
+        child = os.fork()
+        if child == 0:
+            highest = float(points["z"].max())
+            project.close()
+            os._exit(0 if highest == float(points["z"].max()) else 1)
+        assert os.waitpid(child, 0)[1] == 0
+        project.set_dclc(slice(10, 20), first=8)
+    assert orvix.check(copied, deep=True)
+    with orvix.open(copied) as project:
+        assert project.points["dclc_first"][:21].tolist() == [7] * 10 + [8] * 10 + [0]
