@@ -4,9 +4,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvix/platform/asker.h"
+
 namespace orvix::detection {
 namespace {
 
+constexpr std::uint32_t kCellsPerQuestion = 16384;  // some milliseconds
 constexpr double kMinPoints = 8;
 constexpr double kMaxTurn = 0.05;         // radians: of a normal that a cell has by itself
 constexpr double kMaxSliced = 2.2;        // rms of a surface to that of its half: of noise, 1.66
@@ -124,11 +127,12 @@ MomentSum SumOfSurface(const TileCells& tile, std::uint32_t cell, const CellShap
     return sum;
 }
 
-std::vector<CellShape> ShapesOf(const TileCells& tile) {
+std::vector<CellShape> ShapesOf(const TileCells& tile, const std::function<bool()>& proceed) {
+    detail::Asker asker(proceed, kCellsPerQuestion);
     std::vector<CellShape> shapes;
     shapes.reserve(tile.Size());
     const double width = 0.15 * tile.Frame().Size();
-    for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
+    for (std::uint32_t cell = 0; cell < tile.Size() && asker.GoesOn(); ++cell) {
         const CellShape shape = ShapeOf(tile.Sum(cell), width);
         const bool lacksPoints =
             shape.HasNormal() ? shape.turn > kMaxTurn : LacksPoints(tile.Sum(cell));
@@ -139,12 +143,15 @@ std::vector<CellShape> ShapesOf(const TileCells& tile) {
             shapes.back().own = true;
         }
     }
+    shapes.resize(tile.Size());  // after a no, too
     return shapes;
 }
 
-void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>& shapes) {
+void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>& shapes,
+                    const std::function<bool()>& proceed) {
+    detail::Asker asker(proceed, kCellsPerQuestion);
     if (tile.Frame().Size() > kMaxThinCellSize) return;
-    for (std::uint32_t cell = 0; cell < tile.Size(); ++cell) {
+    for (std::uint32_t cell = 0; cell < tile.Size() && asker.GoesOn(); ++cell) {
         if (shapes[cell].HasNormal() || !LacksPoints(tile.Sum(cell))) continue;
         const CellShape shape = ShapeOfFlattest(tile, cell);
         if (shape.HasNormal() && shape.rms <= kMaxNoises * noise) shapes[cell] = shape;

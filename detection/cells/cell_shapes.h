@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "detection/cells/tile_cells.h"
@@ -29,7 +30,8 @@ struct CellShape {
 /// slices the surface, those on both sides of it.
 MomentSum SumOfSurface(const TileCells& tile, std::uint32_t cell, const CellShape& shape);
 
-/// Finds the shape of every cell of a linked tile.
+/// Finds the shape of every cell of a linked tile. `proceed`, here and below, is asked every few
+/// milliseconds unless it is empty; after a no the result is whatever was found so far.
 ///
 /// A surface may lie on a face between cells, as a floor at a height of 0 does: then its noise puts
 /// half of its points above, half below, and each half alone is flatter than the surface and lies
@@ -39,7 +41,7 @@ MomentSum SumOfSurface(const TileCells& tile, std::uint32_t cell, const CellShap
 /// Boundaries a normal needs 8 points whose spread is wide along two directions, and at most 0.35
 ///            of the narrower of these along the third.
 /// Cost       100 ns per cell with enough points of its own, else 200 ns.
-std::vector<CellShape> ShapesOf(const TileCells& tile);
+std::vector<CellShape> ShapesOf(const TileCells& tile, const std::function<bool()>& proceed = {});
 
 /// Gives a normal to cells that have none because other surfaces pass close by, such as the far
 /// side of a thin wall.
@@ -49,6 +51,7 @@ std::vector<CellShape> ShapesOf(const TileCells& tile);
 ///
 /// Boundaries cells above 0.5 m stay as they are: no wall is that thick.
 /// Cost       half a microsecond for each cell of few points that has no normal.
-void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>& shapes);
+void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>& shapes,
+                    const std::function<bool()>& proceed = {});
 
 }  // namespace orvix::detection

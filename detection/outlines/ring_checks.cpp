@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "detection/outlines/ring_checks.h"
 
+#include <queue>
+
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <utility>
 
 namespace orvix::detection {
@@ -163,6 +166,65 @@ std::vector<std::size_t> RingsOutOfPlace(const PlaneOutline& outline) {
     return places;
 }
 
+namespace {
+
+/// The edges that a sweep from left to right has reached and not passed: which of them share another's
+/// height.
+///
+/// Long edges stay for long, and many of them may lie above each other, so all are held by height:
+/// those of about one height of their own by where they begin. A look at a height then meets those
+/// around it alone, whatever else is open.
+class OpenEdges {
+public:
+    explicit OpenEdges(double apart) : apart_(apart) {}
+
+    void Add(const Edge& edge) {
+        Level& level = levels_[LevelOf(edge.High() - edge.Low())];
+        level.highest = std::max(level.highest, edge.High() - edge.Low());
+        open_.push({edge.Right(), &level, level.byLow.emplace(edge.Low(), &edge)});
+    }
+    /// Forgets what ends farther left than `left`, by more than the distance of the rings.
+    void Pass(double left) {
+        for (; !open_.empty() && open_.top().right + apart_ < left; open_.pop())
+            open_.top().level->byLow.erase(open_.top().place);
+    }
+    template <class Use>
+    void ForEachBeside(const Edge& edge, const Use& use) const {
+        for (const auto& [number, level] : levels_) {
+            // A little more than the distance: sums round.
+            const double from = edge.Low() - level.highest - 2 * apart_;
+            const auto end = level.byLow.upper_bound(edge.High() + 2 * apart_);
+            for (auto other = level.byLow.lower_bound(from); other != end; ++other)
+                use(*other->second);
+        }
+    }
+
+private:
+    using ByLow = std::multimap<double, const Edge*>;
+    struct Level {
+        ByLow byLow;
+        double highest = 0;
+    };
+    struct Open {
+        double right;
+        Level* level;
+        ByLow::iterator place;
+
+        bool operator<(const Open& other) const { return right > other.right; }
+    };
+
+    // Heights of one level differ by a factor of eight at most.
+    [[nodiscard]] int LevelOf(double height) const {
+        return std::ilogb(std::max(height, apart_)) / 2;
+    }
+
+    double apart_;
+    std::map<int, Level> levels_;
+    std::priority_queue<Open> open_;  // the leftmost right end first
+};
+
+}  // namespace
+
 std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, double apart) {
     std::vector<Edge> edges;
     for (std::size_t ring = 0; ring < rings.size(); ++ring) {
@@ -188,15 +250,15 @@ std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, dou
     std::stable_sort(edges.begin(), edges.end(),
                      [](const Edge& e, const Edge& f) { return e.Left() < f.Left(); });
     std::vector<bool> bad(rings.size());
-    std::vector<const Edge*> open;  // whose right end has not been passed
+    OpenEdges open(apart);
     for (const Edge& edge : edges) {
-        std::erase_if(open, [&](const Edge* e) { return e->Right() + apart < edge.Left(); });
-        for (const Edge* other : open) {
-            if (other->High() + apart < edge.Low() || edge.High() + apart < other->Low()) continue;
-            if (bad[edge.ring] && bad[other->ring]) continue;
-            if (AreInTheWay(edge, *other, apart)) bad[edge.ring] = bad[other->ring] = true;
-        }
-        open.push_back(&edge);
+        open.Pass(edge.Left());
+        open.ForEachBeside(edge, [&](const Edge& other) {
+            if (other.High() + apart < edge.Low() || edge.High() + apart < other.Low()) return;
+            if (bad[edge.ring] && bad[other.ring]) return;
+            if (AreInTheWay(edge, other, apart)) bad[edge.ring] = bad[other.ring] = true;
+        });
+        open.Add(edge);
     }
     std::vector<std::size_t> places;
     for (std::size_t k = 0; k < bad.size(); ++k) {

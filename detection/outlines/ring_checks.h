@@ -16,7 +16,7 @@ double TwiceAreaOf(const std::vector<SimplePoint2DT<double>>& ring);
 /// both of two. Edges that follow each other share a corner, and two rings may share single ones.
 ///
 /// Order  by their places, each once.
-/// Cost   n log n in the edges as a rule.
+/// Cost   n log n in the edges, but for pairs of long slanting ones whose boxes overlap.
 std::vector<std::size_t> RingsInTheWay(const std::vector<PlaneRing*>& rings, double apart);
 
 /// The rings of an outline, counted as its regions hold them, outer ring and then holes, that do not

@@ -4,6 +4,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
+#include <exception>
+#include <functional>
 
 #include "detection/cells/gather_cells.h"
 #include "detection/cells/point_readers.h"
@@ -16,14 +19,47 @@ namespace {
 constexpr std::uint64_t kWorkBytesPerCell = 400;
 
 Expected<ShapedTile> ShapeTile(const CellFrame& frame, const CellPlace& place,
-                               std::span<CellSums> parts, double noise) {
+                               std::span<CellSums> parts, double noise,
+                               const std::function<bool()>& proceed) {
     ShapedTile tile{TileCells(frame, frame.OriginOf(place), parts), {}};
     if (auto checked = tile.cells.Check(); !checked) return ErrorOf(checked);
     tile.cells.Link();
-    tile.shapes = ShapesOf(tile.cells);
-    FindThinShapes(tile.cells, noise, tile.shapes);
+    tile.shapes = ShapesOf(tile.cells, proceed);
+    FindThinShapes(tile.cells, noise, tile.shapes, proceed);
     return tile;
 }
+
+/// Whether jobs of many seconds go on: the calling thread asks in the middle of its own, and the others
+/// hear of its no.
+class Patience {
+public:
+    explicit Patience(const parallel::Pool& pool) : pool_(pool) {}
+
+    [[nodiscard]] bool GoesOn(unsigned worker) {
+        if (stopped_.load(std::memory_order_relaxed)) return false;
+        if (worker != 0) return true;  // not the calling thread
+        try {
+            if (pool_.Proceed()) return true;
+        } catch (...) {
+            thrown_ = std::current_exception();
+        }
+        stopped_ = true;
+        return false;
+    }
+    /// What a job returns that ended early.
+    [[nodiscard]] static tl::unexpected<Error> Cancelled() {
+        return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
+    }
+    /// After all jobs: throws on what was thrown instead of an answer.
+    void Rethrow() const {
+        if (thrown_) std::rethrow_exception(thrown_);
+    }
+
+private:
+    const parallel::Pool& pool_;
+    std::atomic<bool> stopped_{false};
+    std::exception_ptr thrown_;
+};
 
 class TileWork {
 public:
@@ -98,28 +134,39 @@ private:
         std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
             return cut_.tiles[a].points > cut_.tiles[b].points;
         });
-        return pool_.RunJobs(order.size(), [&](std::size_t job, unsigned worker) -> Expected<void> {
-            return GrowIn(order[job], readers_[worker]);
-        });
+        Patience patience(pool_);
+        auto done =
+            pool_.RunJobs(order.size(), [&](std::size_t job, unsigned worker) -> Expected<void> {
+                return GrowIn(order[job], readers_[worker],
+                              [&] { return patience.GoesOn(worker); });
+            });
+        patience.Rethrow();
+        return done;
     }
-    Expected<void> GrowIn(std::size_t tile, CAlivePointReader& reader) {
+    // Each step ends early where it may not go on, and what came of it is dropped.
+    Expected<void> GrowIn(std::size_t tile, CAlivePointReader& reader,
+                          const std::function<bool()>& proceed) {
         std::uint32_t numbered = 0;
         for (std::size_t i = 0; i < parts_[tile].size(); ++i) {
             grown_.firstNumber[cut_.tiles[tile].chunks[i]] = numbered;
             numbered += static_cast<std::uint32_t>(parts_[tile][i].keys.size());
         }
-        auto shaped = ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise);
+        auto shaped =
+            ShapeTile(cut_.frame, cut_.tiles[tile].place, parts_[tile], limits_.noise, proceed);
         parts_[tile] = {};
         if (!shaped) return ErrorOf(shaped);
-        Regions grown = GrowRegions(shaped->cells, shaped->shapes, limits_);
+        if (!proceed()) return Patience::Cancelled();
+        Regions grown = GrowRegions(shaped->cells, shaped->shapes, limits_, proceed);
+        if (!proceed()) return Patience::Cancelled();
         const std::vector<std::uint32_t> numbers = shaped->cells.TakeNumbers();
         SmallRegions small;
         if (limits_.small) {
             const auto specks = ReadLoosePoints(reader, cut_, {tile, grown_.firstNumber, numbers},
-                                                shaped->cells, grown, limits_);
+                                                shaped->cells, grown, limits_, proceed);
             if (!specks) return ErrorOf(specks);
-            small = GrowSmallRegions(*specks, shaped->cells, limits_);
+            small = GrowSmallRegions(*specks, shaped->cells, limits_, proceed);
         }
+        if (!proceed()) return Patience::Cancelled();
         const auto first = static_cast<std::int32_t>(grown.regions.size());
         for (SmallPart& part : small.parts) part.region += first;
         regions_[tile] = std::move(grown.regions);
@@ -152,7 +199,7 @@ Expected<ShapedTile> ReadTile(CAlivePointReader& reader, const PointChunks& cut,
         if (!cells) return ErrorOf(cells);
         parts.push_back(std::move(*cells));
     }
-    return ShapeTile(cut.frame, place, parts, noise);
+    return ShapeTile(cut.frame, place, parts, noise, {});
 }
 
 Expected<GrownTiles> GrowTiles(CProjectCore& core, const PointChunks& cut,

@@ -170,11 +170,12 @@ std::vector<Stretch> StretchesOf(const PointChunks& cut, std::uint32_t number,
 
 Expected<std::vector<Speck>> ReadLoosePoints(CAlivePointReader& reader, const PointChunks& cut,
                                              const NumberedTile& tile, const TileCells& cells,
-                                             const Regions& grown, const GrowthLimits& limits) {
+                                             const Regions& grown, const GrowthLimits& limits,
+                                             const std::function<bool()>& proceed) {
     LooseFilter filter(cells, grown, limits);
     SpeckGatherer gatherer(limits.noise, cut.frame.Size());
     const std::vector<std::uint32_t>& chunks = cut.tiles[tile.tile].chunks;
-    for (std::size_t i = 0; i < chunks.size(); ++i) {
+    for (std::size_t i = 0; i < chunks.size() && (!proceed || proceed()); ++i) {
         const std::size_t from = tile.firstNumber[chunks[i]];
         const std::size_t to =
             i + 1 < chunks.size() ? tile.firstNumber[chunks[i + 1]] : tile.cells.size();

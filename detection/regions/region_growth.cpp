@@ -5,9 +5,12 @@
 #include <bit>
 #include <cmath>
 
+#include "orvix/platform/asker.h"
+
 namespace orvix::detection {
 namespace {
 
+constexpr std::uint32_t kCellsPerQuestion = 8192;  // some milliseconds
 constexpr std::size_t kMinCells = 3;
 constexpr std::size_t kMinCellsBeside = 10;  // where points decide what is smaller
 constexpr double kScatters = 3;      // times a region's scatter: how far its cells may lie from it
@@ -26,8 +29,10 @@ constexpr double kLineWidth = 0.2;   // of a cell's size: of the line that a sca
 
 class Grower {
 public:
-    Grower(const TileCells& tile, const std::vector<CellShape>& shapes, const GrowthLimits& limits)
-        : tile_(tile),
+    Grower(const TileCells& tile, const std::vector<CellShape>& shapes, const GrowthLimits& limits,
+           const std::function<bool()>& proceed)
+        : asker_(proceed, kCellsPerQuestion),
+          tile_(tile),
           shapes_(shapes),
           limits_(limits),
           seen_(tile.Size(), 0),
@@ -61,6 +66,7 @@ private:
     void Keep();
     void Discard();
 
+    detail::Asker asker_;
     const TileCells& tile_;
     const std::vector<CellShape>& shapes_;
     GrowthLimits limits_;
@@ -207,6 +213,7 @@ bool Grower::Start(std::uint32_t seed) {
 void Grower::Spread() {
     std::size_t refitAt = 6;
     for (; front_ < cells_.size(); ++front_) {
+        if (!asker_.GoesOn()) return;
         if (roles_[front_] != Role::Rim) continue;
         Role role = Role::Inner;
         for (const std::uint32_t cell : tile_.Around(cells_[front_])) {
@@ -285,6 +292,7 @@ void Grower::Discard() {
 
 Regions Grower::Grow() {
     for (const std::uint32_t seed : Seeds()) {
+        if (!asker_.GoesOn()) break;
         if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !Start(seed)) continue;
         Spread();
         if (cells_.size() >= kMinCells) Recheck();
@@ -344,8 +352,8 @@ bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cell
 }
 
 Regions GrowRegions(const TileCells& tile, const std::vector<CellShape>& shapes,
-                    const GrowthLimits& limits) {
-    return Grower(tile, shapes, limits).Grow();
+                    const GrowthLimits& limits, const std::function<bool()>& proceed) {
+    return Grower(tile, shapes, limits, proceed).Grow();
 }
 
 }  // namespace orvix::detection

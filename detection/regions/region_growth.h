@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "detection/cells/cell_shapes.h"
@@ -88,6 +89,6 @@ bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cell
 ///         number; cells join breadth first, neighbours in the order of TileCells::Around.
 /// Cost    about 200 ns per cell.
 Regions GrowRegions(const TileCells& tile, const std::vector<CellShape>& shapes,
-                    const GrowthLimits& limits);
+                    const GrowthLimits& limits, const std::function<bool()>& proceed = {});
 
 }  // namespace orvix::detection

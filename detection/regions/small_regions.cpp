@@ -8,6 +8,8 @@
 #include <cmath>
 #include <utility>
 
+#include "orvix/platform/asker.h"
+
 namespace orvix::detection {
 namespace {
 
@@ -29,6 +31,8 @@ constexpr double kMinKurtosis = 1.4;       // across a region: of a face, not of
 constexpr double kMinPivot = 1e-9;         // of a term that the others do not hold already
 constexpr double kScatters = 4;            // times a region's rms: how far its specks may lie
 
+constexpr std::uint32_t kSpecksPerQuestion = 2048;  // some milliseconds
+
 /// How flat the specks around a speck are.
 struct SpeckShape {
     Vector normal{0, 0, 0};
@@ -40,7 +44,8 @@ struct SpeckShape {
 /// The nearest specks of each speck, nearest first.
 class Neighbours {
 public:
-    Neighbours(std::span<const Speck> specks, const TileCells& tile) : counts_(specks.size(), 0) {
+    Neighbours(std::span<const Speck> specks, const TileCells& tile, detail::Asker& asker)
+        : counts_(specks.size(), 0) {
         places_.reserve(specks.size());
         for (const Speck& speck : specks) {
             const Vector at = speck.sum.Mean();
@@ -52,7 +57,7 @@ public:
         const double size = tile.Frame().Size();
         std::array<std::uint32_t, kNearest + 1> found{};
         std::array<float, kNearest + 1> squares{};
-        for (std::uint32_t i = 0; i < places_.size(); ++i) {
+        for (std::uint32_t i = 0; i < places_.size() && asker.GoesOn(); ++i) {
             const bool sparse = tile.Sum(specks[i].cell).count <= kFewPoints;
             const double maxDistance = (sparse ? kMaxSparse : kMaxDistance) * size;
             const auto farthest = static_cast<float>(maxDistance * maxDistance);
@@ -92,21 +97,26 @@ private:
 
 class SmallGrower {
 public:
-    SmallGrower(std::span<const Speck> specks, const TileCells& tile, const GrowthLimits& limits)
-        : specks_(specks),
+    SmallGrower(std::span<const Speck> specks, const TileCells& tile, const GrowthLimits& limits,
+                const std::function<bool()>& proceed)
+        : asker_(proceed, kSpecksPerQuestion),
+          specks_(specks),
           tile_(tile),
           limits_(limits),
-          nearest_(specks, tile),
+          nearest_(specks, tile, asker_),
           regionOf_(specks.size(), kNoRegion),
           seen_(specks.size(), 0),
           discarded_(specks.size()) {
         means_.reserve(specks.size());
         for (const Speck& speck : specks) means_.push_back(speck.sum.Mean());
-        for (std::uint32_t i = 0; i < specks.size(); ++i) shapes_.push_back(ShapeOf(i));
+        for (std::uint32_t i = 0; i < specks.size() && asker_.GoesOn(); ++i)
+            shapes_.push_back(ShapeOf(i));
+        shapes_.resize(specks.size());
     }
 
     SmallRegions Grow() {
         for (const std::uint32_t seed : Seeds()) {
+            if (!asker_.GoesOn()) break;
             if (regionOf_[seed] != kNoRegion || discarded_[seed]) continue;
             Start(seed);
             Spread();
@@ -151,6 +161,7 @@ private:
     void Discard();
     SmallRegions Finish();
 
+    detail::Asker asker_;
     std::span<const Speck> specks_;
     const TileCells& tile_;
     GrowthLimits limits_;
@@ -378,9 +389,9 @@ SmallRegions SmallGrower::Finish() {
 }  // namespace
 
 SmallRegions GrowSmallRegions(std::span<const Speck> specks, const TileCells& tile,
-                              const GrowthLimits& limits) {
+                              const GrowthLimits& limits, const std::function<bool()>& proceed) {
     if (specks.size() < kMinRimSpecks) return {};
-    return SmallGrower(specks, tile, limits).Grow();
+    return SmallGrower(specks, tile, limits, proceed).Grow();
 }
 
 }  // namespace orvix::detection

@@ -339,5 +339,31 @@ TEST(PlaneSearch, CanBeCancelled) {
     EXPECT_EQ(search.error().code, ErrorCode::Cancelled);
 }
 
+// Noise in one tile is one long job of specks, which asks in its middle; wherever it hears a no, no half
+// result comes out.
+TEST(PlaneSearch, CanBeCancelledInTheMiddleOfATile) {
+    std::mt19937 draw(9);
+    std::uniform_real_distribution<double> place(0.1, 4.9);
+    std::vector<Vector> points(60'000);
+    for (Vector& p : points) p = {place(draw), place(draw), place(draw)};
+    const test::ScratchFolder folder;
+    Opened project(WritePoints(folder, points));
+    int asked = 0, patience = 1'000'000;
+    PlaneSearchOptions options;
+    options.threads = 1;
+    options.cellSize = 0.1;
+    options.proceed = [&] { return ++asked <= patience; };
+    ASSERT_TRUE(PlaneSearch::Run(project.Core(), options));
+    const int all = asked;
+    EXPECT_GT(all, 60);
+    for (patience = 1; patience < all; patience += all / 9) {
+        asked = 0;
+        const auto search = PlaneSearch::Run(project.Core(), options);
+        ASSERT_FALSE(search) << patience;
+        EXPECT_EQ(search.error().code, ErrorCode::Cancelled);
+        EXPECT_EQ(asked, patience + 1);
+    }
+}
+
 }  // namespace
 }  // namespace orvix::detection
