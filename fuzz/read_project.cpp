@@ -20,6 +20,7 @@
 #include "reports/skeleton_sample.h"
 #include "reports/station_list.h"
 #include "reports/world_project.h"
+#include "view/data/project_json.h"
 
 namespace orvix::fuzz {
 namespace {
@@ -116,6 +117,32 @@ void ReadCells(const CProjectCore& core, bool fine) {
     }
 }
 
+// All bytes of an answer, of which a file that was spoilt may give fewer than announced.
+void Drain(const Expected<view::Answer>& answer, bool whole) {
+    Require(answer.has_value() || !whole, "a whole project has answers");
+    if (!Told(answer)) return;
+    std::uint64_t bytes = 0;
+    while (true) {
+        const auto piece = answer->pieces->Next();
+        Require(piece.has_value() || !whole, "a whole project gives whole answers");
+        if (!piece || piece->empty()) break;
+        bytes += piece->size();
+    }
+    Require(bytes == answer->bytes || !whole, "as many bytes as were announced");
+}
+
+// What a page asks: the project at a glance, and cells of every level.
+void ReadAsPage(const reports::WorldProject& project, bool whole) {
+    const auto files = view::ProjectFiles::Open(project);
+    if (!Told(files)) return;
+    Told(view::ProjectJson(project, *files));
+    const view::CellIndex& cells = files->cells;
+    Drain(cells.Coarse(0, cells.Cells1000()), whole);
+    for (std::uint64_t i = 0; i < cells.Cells1000(); ++i) Drain(cells.Children(100, i, 1), whole);
+    const std::uint64_t fine = cells.Has10cm() ? cells.Cells100() : 0;
+    for (std::uint64_t i = 0; i < fine; ++i) Drain(cells.Children(10, i, 1), whole);
+}
+
 void ReadSmallFiles(const ProjectManager& paths) {
     for (const CString* path :
          {&paths.intensitiesHist, &paths.intensitiesSliceHist, &paths.zHist, &paths.zSliceHist}) {
@@ -166,6 +193,7 @@ void ReadWorld(const CString& file, bool whole, bool search) {
     reports::SampleSkeleton(*project, {}, reports::SkeletonStations::Read);
     ReadPoints(project->Core());
     ReadCells(project->Core(), project->Core().Has10cm());
+    ReadAsPage(*project, whole);
     if (search) Search(project->Core(), whole);
     const auto stored =
         detection::StoredPlanes::Open(detail::SavedPlanesPath(project->Manager()), project->Core());
