@@ -21,6 +21,9 @@ uses() {  # PREFIX NAME
     echo "== $2"
     mkdir "$scratch/use"
     "$here/use.sh" "$1" "$scratch/use"
+    # The page is found beside the command, where the build made one.
+    [ ! -e "$build/share/orvix/view/index.html" ] ||
+        diff -r "$build/share/orvix/view" "$1/share/orvix/view"
     rm -rf "$scratch/use"
 }
 mkdir "$scratch/unpacked"
