@@ -27,7 +27,6 @@ NOT_RUN = {
     "orvix params scan.prj": "opens a window and waits for it",
     f"orvix params scan.prj --seed {SEED} --lang de": "opens a window and waits for it",
     "orvix view scan.prj": "serves until it is ended",
-    "orvix view hall.prj": "serves until it is ended",
     "orvix view scan.prj --port 8020 --no-open --stay": "serves until it is ended",
     "orvix view scan.prj --no-open --json": "serves until it is ended",
     f"orvix params hall.prj --seed {SEED}": "opens a window and waits for it",

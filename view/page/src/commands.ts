@@ -110,15 +110,13 @@ function planeCommands({ viewer, planes }: Desk): Command[] {
 
 export function commandsOf(desk: Desk): Command[] {
   const { viewer, toolbox } = desk;
-  const tools = toolNames.map(
-    ({ name, caption, key }): Command => ({
-      name,
-      key,
-      caption,
-      group: "Tools",
-      run: () => toolbox.take(name),
-    }),
-  );
+  const tools = toolNames.map(({ name, caption, key }): Command => ({
+    name,
+    key,
+    caption,
+    group: "Tools",
+    run: () => toolbox.take(name),
+  }));
   const page = (name: string, key: string, caption: string, run: () => void): Command => ({
     name,
     key,
@@ -138,10 +136,11 @@ export function commandsOf(desk: Desk): Command[] {
   ];
 }
 
-/** Whether keys belong to the element, because one types or moves a thumb there. */
-const takesKeys = (target: EventTarget | null): boolean =>
-  target instanceof HTMLElement &&
-  (target.isContentEditable || ["INPUT", "SELECT", "TEXTAREA"].includes(target.tagName));
+/** Whether keys belong to the element, because one types or chooses there. */
+function takesKeys(target: EventTarget | null): boolean {
+  if (target instanceof HTMLInputElement) return !["range", "checkbox"].includes(target.type);
+  return target instanceof HTMLSelectElement || target instanceof HTMLTextAreaElement;
+}
 
 /** Keys at work, until the returned function is called. */
 export function listenToKeys(commands: readonly Command[]): () => void {

@@ -13,7 +13,7 @@ import { PlaneWork } from "./planes/plane_work";
 import "./styles/panels.css";
 import { whole } from "./tools/format";
 import { Toolbox, toolNames } from "./tools/toolbox";
-import { iconButton } from "./ui/controls";
+import { iconButton, returnTo } from "./ui/controls";
 import { element } from "./ui/dom";
 import type { IconName } from "./ui/icons";
 import { Notices } from "./ui/notices";
@@ -93,6 +93,7 @@ function bar(desk: Desk, commands: readonly Command[]): HTMLElement {
       view.selectedIndex = 0;
     },
   });
+  returnTo(viewer.canvas, view);
   view.append(element("option", {}, "Look from"));
   for (const { caption } of sides) view.append(element("option", {}, caption));
   return element(

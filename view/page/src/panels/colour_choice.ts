@@ -2,6 +2,7 @@
 // The choice of what a point's colour shows. What the cloud does not have cannot be chosen.
 
 import type { PlaneWork } from "../planes/plane_work";
+import { returnTo } from "../ui/controls";
 import { element } from "../ui/dom";
 import type { ColourMode } from "../view_state";
 import type { Viewer } from "../viewer_interface";
@@ -44,6 +45,7 @@ export function colourChoice(viewer: Viewer, planes: PlaneWork): HTMLSelectEleme
     input.selectedIndex = colourNames.findIndex(({ value }) => value === viewer.state.get().colour);
   };
   follow();
+  returnTo(viewer.canvas, input);
   viewer.state.watch(["colour"], follow);
   planes.store.watch(["end"], follow);
   return input;

@@ -168,3 +168,13 @@ export function iconButton(name: IconName, title: string, press: () => void): HT
 
 export const section = (title: string, ...children: readonly (Node | string)[]): HTMLElement =>
   element("section", {}, element("h2", {}, title), ...children);
+
+/** Who chose by mouse or finger goes on in the view: its keys work at once. Who chose by keys stays. */
+export function returnTo(view: HTMLElement, select: HTMLSelectElement): void {
+  let pointed = false;
+  select.addEventListener("pointerdown", () => (pointed = true));
+  select.addEventListener("keydown", () => (pointed = false));
+  select.addEventListener("change", () => {
+    if (pointed) view.focus();
+  });
+}
