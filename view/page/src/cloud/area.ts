@@ -7,6 +7,8 @@
 const sampled = 1024;
 /** Points a cube that make it likely that no cube of the surface stayed empty. */
 const enough = 4;
+/** Metres: points farther apart than this lie on nothing that could be drawn closed. */
+const coarsest = 2;
 /** A slanted surface cuts more cubes than one along an axis: 1.5 at most on average. */
 const slant = 1.25;
 
@@ -42,7 +44,7 @@ export function coveredArea(place: (point: number) => readonly number[], count: 
   const points = Math.min(count, sampled);
   const places = new Float64Array(3 * points);
   for (let i = 0; i < points; ++i) places.set(place(Math.floor((i * count) / points)), 3 * i);
-  let side = 8;
+  let side = coarsest;
   let cubes = cubesFilled(places, side);
   while (side > 0.01) {
     const finer = cubesFilled(places, side / 2);

@@ -89,5 +89,25 @@ export function drawList(sources: DrawSources, wanted: readonly Wanted[]): Strok
   };
 
   draw(sources.root);
-  return strokes;
+  return evened(strokes);
+}
+
+/** How much sparser than the others a node's points may be drawn as what they are. */
+const sparsest = 4;
+
+/** Strokes of single points far out would be drawn as huge dots: they are no larger than others. */
+function evened(strokes: readonly Stroke[]): Stroke[] {
+  const most = sparsest * usualSpacing(strokes);
+  return strokes.map((stroke) => (stroke.spacing > most ? { ...stroke, spacing: most } : stroke));
+}
+
+/** The median over all points that are drawn. */
+function usualSpacing(strokes: readonly Stroke[]): number {
+  const byScale = [...strokes].sort((a, b) => a.spacing - b.spacing);
+  let left = strokes.reduce((sum, { count }) => sum + count, 0) / 2;
+  for (const { spacing, count } of byScale) {
+    left -= count;
+    if (left <= 0) return spacing;
+  }
+  return 1;
 }
