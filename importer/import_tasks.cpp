@@ -153,7 +153,12 @@ Expected<ImportReport> PublishTasks(const TaskJob& job, bool overwrite) {
         publisher->Clear();
         return FailWithoutTasks(job.project);
     }
-    auto report = ReadReport(TaskNotes(*publisher->TasksFolder()));
+    const TaskNotes notes(*publisher->TasksFolder());
+    if (!notes.Has(FileNameOf({TaskKind::Finish}))) {
+        publisher->Leave();
+        return Fail(ErrorCode::BadInput, "the import is not finished; run its other tasks first");
+    }
+    auto report = ReadReport(notes);
     Expected<void> done = report ? Expected<void>() : ErrorOf(report);
     if (done && !publisher->IsPublished()) done = publisher->Publish();
     if (!done) {

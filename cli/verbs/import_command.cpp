@@ -20,7 +20,7 @@ constexpr const char* kExamples =
     "  orvix import site.e57 hall.prj --station Hall                one scan of several\n"
     "  orvix import tile.xyz tile.prj --unit us-ft --overwrite\n"
     "  orvix import huge.las huge.prj --memory-limit 4GiB --progress json --json\n"
-    "  orvix import huge.las huge.prj --resume    go on after a power cut";
+    "  orvix import huge.las again.prj --resume    go on after a power cut";
 
 Expected<Outcome> RunImport(const ImportArguments& arguments, CommandContext& context) {
     ProgressReporter progress(ProgressModeOf(context.progressWord));

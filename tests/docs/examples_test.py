@@ -36,6 +36,8 @@ NOT_RUN = {
 # What each verb is asked for its keys, and its exit code. Together they give every key.
 JSON_RUNS = {
     "import": ["import scan.ply keys.prj"],
+    "import-tasks": ["import-tasks begin scan.ply tasks.prj",
+                     "import-tasks run tasks.prj survey/0 sort/0 plan merge/0 finish publish"],
     "info": ["info keys.prj"],
     "stations": ["stations posed.prj --picture plan.png"],
     "check": ["check keys.prj", "check damaged.prj"],

@@ -148,6 +148,19 @@ class Import(Scenario):
         return "old", sorted(name for name in state if name not in self.old)
 
 
+class Resume(Import):
+    """What fails or is ended leaves its tasks, and the next run goes on with them."""
+
+    name = "resume"
+
+    def words(self, folder):
+        return super().words(folder) + ["--resume"]
+
+    def whole(self, state):
+        word, beside = super().whole(state)
+        return word, [name for name in beside if not name.startswith("p.importing")]
+
+
 class Overwrite(Import):
     name = "overwrite"
 
@@ -296,5 +309,5 @@ class Repair(OnProject):
         return ["repair", self.project(folder), "--threads", "1", "--progress", "none"]
 
 
-SCENARIOS = [Import, Overwrite, OverwriteMarked, Destroy, SavePlanes, SavePlanesAgain, ApplyPlanes,
+SCENARIOS = [Import, Resume, Overwrite, OverwriteMarked, Destroy, SavePlanes, SavePlanesAgain, ApplyPlanes,
              ApplyClasses, UserSettings, ProjectSettings, Repair]
