@@ -112,7 +112,8 @@ void ProjectPublisher::TakeOver() {
     const bool published = !working && platform::PathExists(names_.project) &&
                            IsTaken(platform::JoinPath(marks.tasks, kReportName));
     const bool own = marker == MarkerState::Own || (published && marker == MarkerState::None);
-    if (!own || (!working && !published)) return;
+    const bool begun = IsTaken(platform::JoinPath(marks.tasks, kJobName));
+    if (!own || !(working ? begun : published)) return;
     text_ = text;
     laidOut_ = continues_ = true;
     working_.Create(working ? marks.workingProject : names_.project);

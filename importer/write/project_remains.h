@@ -18,6 +18,8 @@ enum class ImportStage {
 
 /// The report of an import in tasks, in its folder: written last, removed last.
 inline constexpr const wchar_t* kReportName = L"finish.json";
+/// What such an import was asked for: written first. Without it there is nothing to go on with.
+inline constexpr const wchar_t* kJobName = L"job.json";
 
 /// Settles what the import of a note's text left beside its target, whatever step it came to: one
 /// whole project is there afterwards, or none, and nothing of the import beside it.
