@@ -151,8 +151,9 @@ Expected<void> ListPlanes(const CString& path, const PlanesRequest& request, Kno
     list->finding = std::move(*finding);
     // Made anew, one at a time, where they are said.
     list->finding.planes = {};
-    const std::uint64_t id = known.Replace(list);
     SayPlanes(*list, lines, proceed);
+    if (!proceed()) return Fail(ErrorCode::Cancelled, "the list of planes was cancelled");
+    const std::uint64_t id = known.Replace(list);
     lines.Say(LineOf(DoneJson(*list, id)));
     return {};
 }
