@@ -51,9 +51,14 @@ ViewBounds ShownOf(const SectionPlaces& places, const SectionSlab& slab) {
 }
 
 // Metres between points, as a cell of 1 m holds about a square metre of surface.
-double SpacingOf(const reports::WorldProject& project) {
+Expected<double> SpacingOf(const reports::WorldProject& project) {
     const auto points = static_cast<double>(project.Core().AlivePointCount());
-    return std::sqrt(project.Core().CreateIndexReader()->Count100() / std::max(points, 1.0));
+    const auto cells = project.Core().CreateIndexReader()->Count100();
+    // The points that are drawn have cells: the index was read, and cannot be read once more.
+    if (cells <= 0)
+        return Fail(ErrorCode::Failure,
+                    platform::ToUtf8(project.Manager().gridIdx) + " could not be read");
+    return std::sqrt(static_cast<double>(cells) / std::max(points, 1.0));
 }
 
 std::string TitleOf(const reports::SectionRequest& request) {
@@ -126,10 +131,12 @@ Expected<Canvas> PictureOf(reports::ProjectSection& section, const reports::Sect
                     platform::ToUtf8(project.Manager().projectFile) +
                         ": no point lies in the section or behind it, so there is nothing to draw; "
                         "'orvix info' shows the bounds");
+    const auto spacing = SpacingOf(project);
+    if (!spacing) return ErrorOf(spacing);
     const reports::SectionRequest& request = section.Request();
     SectionDrawing drawing({.view = PictureView::Along(request.frame.right, request.frame.up),
                             .shown = ShownOf(*places, request.slab),
-                            .spacing = SpacingOf(project),
+                            .spacing = *spacing,
                             .thickness = 2 * request.slab.halfThickness,
                             .width = options.width,
                             .title = TitleOf(request),

@@ -309,5 +309,38 @@ class Repair(OnProject):
         return ["repair", self.project(folder), "--threads", "1", "--progress", "none"]
 
 
+class CutSection(OnProject):
+    """A picture and a scan file take the places of older ones, one after the other: each is the older
+    one or the new one, whole."""
+
+    name = "section"
+    outputs = ("s.png", "s.ply")
+    whole_kinds = ("eacces",)  # files that are opened twice can be gone the second time
+
+    def cut(self, folder, level):
+        picture, points = (os.path.join(folder, name) for name in self.outputs)
+        return ["section", self.project(folder), "--level", level, "--thickness", "0.3", "--picture",
+                picture, "--width", "1000", "--export", points, "--overwrite", "--device", "cpu",
+                "--progress", "none"]
+
+    def prepare(self, folder):
+        super().prepare(folder)
+        self.bench.must(self.cut(folder, "1.2"), folder)
+
+    def words(self, folder):
+        return self.cut(folder, "1.6")
+
+    def whole(self, state):
+        word, beside = super().whole(state)
+        whole = all(state.get(name) == self.old[name] for name in self.old
+                    if name not in self.outputs)
+        for name in self.outputs:
+            whole = whole and state.get(name) in (self.old[name], self.new[name])
+        return word or ("some of each" if whole else ""), beside
+
+    def is_seen(self, folder):
+        return False
+
+
 SCENARIOS = [Import, Resume, Overwrite, OverwriteMarked, Destroy, SavePlanes, SavePlanesAgain, ApplyPlanes,
-             ApplyClasses, UserSettings, ProjectSettings, Repair]
+             ApplyClasses, UserSettings, ProjectSettings, Repair, CutSection]
