@@ -21,7 +21,7 @@ namespace {
 // Of files that hold nothing but scans. Other text files are imported by themselves.
 constexpr std::array kEndings{L".e57", L".las", L".laz", L".pcd",
                               L".ply", L".ptx", L".pts", L".xyz"};
-constexpr std::array kOwnFolders{L"_Project_Files", L"_Planes_Tasks", L"_Import_Tasks"};
+constexpr std::array kOwnFolders{L"_Project_Files", L"_Tasks"};
 constexpr const wchar_t* kStampFolder = L"orvix-site";
 constexpr std::uint64_t kMark = std::uint64_t{1} << 20;
 

@@ -1,24 +1,25 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Searches that many machines share, by Dask distributed (`pip install orvix[cluster]`).
+"""Imports and searches that many machines share, by Dask distributed (`pip install orvix[cluster]`).
 
     from dask.distributed import Client
     import orvix.cluster
     client = Client("tcp://scheduler:8786")
+    orvix.cluster.import_scans(["/shared/north.e57", "/shared/south.e57"], "/shared/site.prj", client)
     orvix.cluster.planes("/shared/site.prj", client, save=True)
 
 The work is cut into named tasks whose results lie in a folder beside the project; Dask says where each
-runs. The planes are, byte by byte, those of a single machine, whatever ran where.
+runs. The project and the planes are, byte by byte, those of a single machine, whatever ran where.
 
-Shared     the project lies in a folder that all workers see under the same path, and they have the same
-           release of this package. The scheduler needs neither.
+Shared     inputs and projects lie in folders that all workers see under the same paths, and workers have
+           the same release of this package. The scheduler needs neither.
 Killed     a task whose worker ends runs again on another one; results appear whole or not at all. A
            worker that comes late gets its share. Where the call itself ends early, for an error or by
            Ctrl-C, what is done stays: the same call goes on from there, `clear` removes it.
 Errors     `orvix.Error` and its kinds, with the sentences of the command on the worker.
 Cost       a task uses one thread; a worker runs as many at a time as Dask gives it threads.
 
-`python -m orvix.cluster planes PROJECT --scheduler ADDRESS ...` and `... site FOLDER ...`, with the
-options of the command's verbs, do the same from a shell.
+`python -m orvix.cluster import INPUT... PROJECT --scheduler ADDRESS ...`, `... planes PROJECT ...` and
+`... site FOLDER ...`, with the options of the command's verbs, do the same from a shell.
 """
 from __future__ import annotations
 
@@ -26,6 +27,7 @@ import argparse
 import json
 import os
 import sys
+import time
 import uuid
 from dataclasses import dataclass
 from typing import Any, Callable, Dict, List, Optional, Sequence, Union
@@ -33,10 +35,64 @@ from typing import Any, Callable, Dict, List, Optional, Sequence, Union
 from . import __version__
 from ._arrays import Path
 from ._command import option, run
-from ._errors import Error, Failed, NoMemory
+from ._errors import BadInput, Error, Failed, NoMemory
 from ._progress import Progress, ProgressLike, Reporter
+from ._verbs import ImportReport, import_report
 
+_GONE = ("is under way in tasks", "job.json")
 _ATTEMPTS = 3  # of a task that ends with an error that may pass
+
+
+def import_scans(inputs: Union[Path, Sequence[Path]], project: Path, client: Any, *, unit: str = "m",
+                 up: str = "z", skeleton: str = "10cm", stations: Optional[Sequence[str]] = None,
+                 drop_zeros: bool = False, dedupe: bool = False, overwrite: bool = False,
+                 memory_limit: Union[int, str, None] = None,
+                 progress: ProgressLike = None) -> ImportReport:
+    """Turns scan files into a project on the workers of `client`; options as of `orvix.import_scan`.
+
+    memory_limit  of each task, which also says how long sorted runs are: bytes, or a text such as
+                  "4GiB"; None: 1 GiB
+
+    Errors  as of `orvix.import_scan`, but what is done stays, and the same call goes on: `clear` gives it up.
+    Cost    that of an import which sorts through the disk; with `dedupe` its parts are written one after
+            the other.
+    """
+    words = [*option("unit", unit), *option("up", up), *option("skeleton", skeleton),
+             *option("drop-zeros", drop_zeros), *option("dedupe", dedupe),
+             *option("overwrite", overwrite)]
+    for name in stations or ():
+        words += option("station", name)
+    files = [inputs] if isinstance(inputs, (str, os.PathLike)) else list(inputs)
+    return import_report(_import(files, project, client, words, option("memory-limit", memory_limit),
+                                 progress))
+
+
+def _import(inputs: Sequence[Path], project: Path, client: Any, words: Sequence[str],
+            memory: Sequence[str], progress: ProgressLike) -> Dict[str, Any]:
+    """The report, as the command prints it."""
+    tasks = _Tasks(client, "import-tasks", _shared(project), memory)
+    begin = [*words, *memory, "--", *map(_shared, inputs), tasks.project]
+    try:
+        report = tasks.run_all(begin, progress)
+    except (BadInput, Failed) as error:
+        # The project appeared, and the worker died with the report: the tasks are gone, or going.
+        if tasks.stage != "publish" or not any(gone in str(error) for gone in _GONE):
+            raise
+        _clear(tasks)
+        report = None
+    return report or _report_of_what_is_there(tasks, inputs)
+
+
+def _report_of_what_is_there(tasks: "_Tasks", inputs: Sequence[Path]) -> Dict[str, Any]:
+    info = tasks.engine.one(_run_verb, "info", "--", tasks.project)
+    checksum = tasks.engine.one(_run_verb, "walk", "--", tasks.project)["checksum"]
+    files = [{"path": _shared(each), "format": "", "points": 0} for each in inputs]
+    sentence = ("the worker that made the project appear ended before it gave its report: what was read of "
+                "each input, and rejected, is not known")
+    return {"project": tasks.project, "inputs": files, "read": info["points"], "written": info["points"],
+            "rejected": {}, "skeleton_points": info["skeleton_points"], "stations": info["stations"],
+            "origin": info["origin"], "checksum": checksum, "seconds": 0.0, "peak_memory_bytes": 0,
+            "warnings": [sentence]}
 
 
 def planes(project: Path, client: Any, *, detail: str = "normal", cell_size: Optional[float] = None,
@@ -77,9 +133,16 @@ def _planes(project: Path, client: Any, search: Sequence[str], pieces: Optional[
 
 
 def clear(project: Path, client: Any) -> None:
-    """Removes what an unfinished `planes` has left beside the project."""
-    tasks = _Tasks(client, "planes-tasks", _shared(project))
-    tasks.call("clear", "--", tasks.project)
+    """Gives an unfinished `planes` or `import_scans` up, and removes what it has left beside the project."""
+    for verb in ("import-tasks", "planes-tasks"):
+        _clear(_Tasks(client, verb, _shared(project)))
+
+
+def _clear(tasks: "_Tasks") -> None:
+    try:
+        tasks.call("clear", "--", tasks.project)
+    except BadInput:
+        pass  # there are none, or no project yet
 
 
 @dataclass(frozen=True)
@@ -184,6 +247,7 @@ class _Engine:
                 name, _ = going.pop(future.key)
                 result = self._result_of(name, future)
                 if type(result) is Failed and attempts[name] < _ATTEMPTS:
+                    time.sleep(attempts[name])  # a command whose worker died may still be at it
                     attempts[name] += 1
                     under_way.add(submit(name))
                 elif isinstance(result, Error) and not keep_going:
@@ -208,35 +272,41 @@ class _Engine:
 class _Tasks:
     """The tasks of one project: what `begin`, `list` and `run` of a verb say, called on workers."""
 
-    def __init__(self, client: Any, verb: str, project: str) -> None:
+    def __init__(self, client: Any, verb: str, project: str, memory: Sequence[str] = ()) -> None:
         self.project = project
+        self._memory = memory  # of each task that runs
         self._verb = verb
         self.engine = _Engine(client)
+        self.stage = ""  # of the tasks that run, or ran last
 
     def call(self, what: str, *words: str) -> Dict[str, Any]:
         return self.engine.one(_run_verb, f"{self._verb} {what}", *words)
 
-    def run_all(self, begin: Sequence[str], progress: ProgressLike) -> None:
+    def run_all(self, begin: Sequence[str], progress: ProgressLike) -> Optional[Dict[str, Any]]:
+        """The report of the last task, where there is one."""
         reporter = Reporter(progress)
-        done = 0
+        report: Optional[Dict[str, Any]] = None
         try:
             state = self.call("begin", *begin)
             while state["ready"]:
                 ready = state["ready"]
-                stage = ready[0].split("/")[0]
+                stage = self.stage = ready[0].split("/")[0]
 
                 def take(name: str, result: Any) -> None:
-                    nonlocal done
-                    done += 1
+                    nonlocal report
+                    report = result.get("report") or report
                     reporter.update(Progress(stage, None))
 
                 # A task that runs alone may have the machine for itself.
                 threads = "1" if len(ready) > 1 else "0"
-                self.engine.each({name: (f"{self._verb} run", "--threads", threads, "--", self.project,
-                                          name) for name in ready}, take)
+                self.engine.each({name: (f"{self._verb} run", f"--threads={threads}", *self._memory, "--",
+                                         self.project, name) for name in ready}, take)
+                if report is not None:
+                    return report  # and with the last task the others are gone
                 state = self.call("list", "--", self.project)
         finally:
             reporter.close()
+        return None
 
     def finish(self, verb: str, *words: str) -> Dict[str, Any]:
         """The result, for which the tasks were; then they go."""
@@ -252,8 +322,9 @@ def main(words: Optional[Sequence[str]] = None) -> int:
     parser = argparse.ArgumentParser(
         prog="python -m orvix.cluster", allow_abbrev=False,
         epilog="All other options are those of the command's verb, as --name=value.")
-    parser.add_argument("verb", choices=("planes", "site"))
-    parser.add_argument("place", help="the project, or the folder of the scans")
+    parser.add_argument("verb", choices=("import", "planes", "site"))
+    parser.add_argument("places", nargs="+", metavar="place",
+                        help="the scans and the project; the project; the folder of the scans")
     parser.add_argument("--scheduler", help="the address of a running scheduler; else this machine works")
     parser.add_argument("--to", help="of site: where the projects go")
     parser.add_argument("--scan", action="append", help="of site: this scan alone")
@@ -262,12 +333,17 @@ def main(words: Optional[Sequence[str]] = None) -> int:
     with Client(asked.scheduler) as client:
         try:
             if asked.verb == "site":
-                report = site(asked.place, client, *rest, to=asked.to, scans=asked.scan, progress=True)
+                report = site(asked.places[-1], client, *rest, to=asked.to, scans=asked.scan, progress=True)
                 print(json.dumps({"scans": report.scans, "failed": len(report.failed)}, indent=2))
                 return 0 if report else 1
             outputs = [word for word in rest if word.split("=")[0] in _OUTPUTS]
-            search = [word for word in rest if word not in outputs]
-            found = _planes(asked.place, client, search, None, [*map(_absolute, outputs)], True)
+            others = [word for word in rest if word not in outputs]
+            if asked.verb == "planes":
+                found = _planes(asked.places[-1], client, others, None, [*map(_absolute, outputs)], True)
+            else:
+                memory = [word for word in rest if word.startswith("--memory-limit=")]
+                words = [word for word in rest if word not in memory]
+                found = _import(asked.places[:-1], asked.places[-1], client, words, memory, True)
             print(json.dumps(found, indent=2))
             return 0
         except Error as error:

@@ -7,17 +7,17 @@ import pathlib
 import random
 import re
 import resource
-import signal
-import subprocess
+import shutil
 import threading
 import time
 
+import dask
+import numpy as np
 import pytest
 from distributed import Client, LocalCluster
 
 import orvix
 import orvix.cluster
-from orvix._native import command_path
 
 # Dask of one release warns of what Python of another one has.
 pytestmark = pytest.mark.filterwarnings("ignore")
@@ -27,7 +27,22 @@ KILLS = int(os.environ.get("ORVIX_CLUSTER_KILLS", "0"))
 
 
 @pytest.fixture(scope="module")
-def cluster():
+def orders(tmp_path_factory):
+    """The file that workers read before each task; see cluster_worker.py."""
+    return tmp_path_factory.mktemp("orders") / "orders.json"
+
+
+@pytest.fixture
+def order(orders, tmp_path):
+    """order(kill=..., after=..., ...) until the test ends."""
+    yield lambda **what: orders.write_text(json.dumps({"folder": str(tmp_path), **what}))
+    orders.unlink(missing_ok=True)
+
+
+@pytest.fixture(scope="module")
+def cluster(orders):
+    os.environ["ORVIX_TEST_ORDERS"] = str(orders)
+    dask.config.set({"distributed.worker.preload": [str(pathlib.Path(__file__).with_name("cluster_worker.py"))]})
     with LocalCluster(n_workers=1, threads_per_worker=1, dashboard_address=None) as started:
         yield started
 
@@ -57,49 +72,47 @@ def planes_on(client, project, tmp_path, **options):
     return without_names(found), points.read_bytes()
 
 
+@pytest.fixture(scope="module")
+def scans(tmp_path_factory):
+    """Two scans that share cells, and large enough for several runs at the smallest memory."""
+    folder = tmp_path_factory.mktemp("scans")
+    rng = np.random.default_rng(3)
+    for name, count in (("north.ply", 300_000), ("south.ply", 150_000)):
+        points = rng.uniform((-5, 0, 0), (20, 30, 3), (count, 3)).astype("<f4")
+        head = f"ply\nformat binary_little_endian 1.0\nelement vertex {count}\n"
+        head += "".join(f"property float {axis}\n" for axis in "xyz") + "end_header\n"
+        (folder / name).write_bytes(head.encode() + points.tobytes())
+    files = sorted(folder.glob("*.ply"))
+    (folder / "one").mkdir()
+    orvix.import_scan(files, folder / "one" / "site.prj")
+    return files, files_of(folder / "one")
+
+
+def files_of(folder):
+    """Name in the folder to bytes."""
+    return {str(path.relative_to(folder)): path.read_bytes() for path in sorted(folder.rglob("*"))
+            if path.is_file()}
+
+
+def imported_on(client, scans, folder, **options):
+    folder.mkdir(exist_ok=True)
+    report = orvix.cluster.import_scans(scans[0], folder / "site.prj", client, memory_limit="64M", **options)
+    assert report.written == 450_000
+    return files_of(folder)
+
+
 def workers_to(cluster, client, count):
+    """Waits for so many; a worker whose nanny has lost it while it ended is started anew."""
     cluster.scale(count)
-    client.wait_for_workers(count, timeout=60)
+    until = time.monotonic() + 20
     while len(client.scheduler_info()["workers"]) != count:
+        if time.monotonic() > until:
+            cluster.scale(0)
+            while client.scheduler_info()["workers"]:
+                time.sleep(0.05)
+            cluster.scale(count)
+            until = time.monotonic() + 60
         time.sleep(0.05)
-
-
-def kill_in_the_middle(stage, seconds, folder, with_command):
-    """Runs on a worker: its next task of that stage ends it, and perhaps the command, after a while."""
-    import orvix.cluster as module
-    usual = module.run
-    mark = pathlib.Path(folder) / f"killed-{stage}"
-
-    def run_and_die(verb, *words):
-        name = str(words[-1]).split("/")[0]
-        if not verb.endswith("-tasks run") or name != stage:
-            return usual(verb, *words)
-        try:
-            mark.touch(exist_ok=False)  # one worker, once
-        except FileExistsError:
-            return usual(verb, *words)
-        process = subprocess.Popen([command_path(), *verb.split(), *words], stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL)
-        time.sleep(seconds)
-        if with_command:
-            process.kill()
-        os.kill(os.getpid(), signal.SIGKILL)
-
-    module.run = run_and_die
-
-
-def note_who_runs(folder):
-    """Runs on a worker: each task takes a while, and leaves the worker's number."""
-    import orvix.cluster as module
-    usual = module.run
-
-    def run_and_note(verb, *words):
-        with open(os.path.join(folder, f"ran-{os.getpid()}"), "a") as file:
-            file.write(verb + "\n")
-        time.sleep(0.15)
-        return usual(verb, *words)
-
-    module.run = run_and_note
 
 
 def limit_files(size):
@@ -115,39 +128,56 @@ def test_planes_are_those_of_one_machine_at_any_number_of_workers(cluster, clien
         assert not list(imported.parent.glob("*_Planes_Tasks"))
 
 
-@pytest.mark.parametrize("stage, with_command", [("tiles", True), ("join", False), ("points", True)])
-def test_a_task_whose_worker_is_killed_runs_elsewhere(cluster, client, imported, one_machine, tmp_path,
-                                                      stage, with_command):
-    workers_to(cluster, client, 2)
-    client.run(kill_in_the_middle, stage, 0.01, str(tmp_path), with_command)
+# BEHAVIOUR I27
+def test_a_project_is_that_of_one_machine_at_any_number_of_workers(cluster, client, scans, tmp_path):
+    for count in (1, 2, 4):
+        workers_to(cluster, client, count)
+        assert imported_on(client, scans, tmp_path / str(count)) == scans[1]
+
+
+def test_tasks_of_a_search_whose_workers_are_killed_run_elsewhere(cluster, client, imported, one_machine,
+                                                                  tmp_path, order):
+    workers_to(cluster, client, 4)
+    order(kill=["tiles", "join", "points"], after=0.01, with_command=True)
     assert planes_on(client, imported, tmp_path) == one_machine
-    assert (tmp_path / f"killed-{stage}").exists()
-    client.restart()
+    assert len(list(tmp_path.glob("killed-*"))) == 3
+
+
+# Of four workers three die: a nanny may lose its worker for good where several end at once.
+@pytest.mark.parametrize("stages, with_command", [
+    (["survey", "sort", "plan"], True), (["merge", "finish", "publish"], False)])
+def test_tasks_of_an_import_whose_workers_are_killed_run_elsewhere(cluster, client, scans, tmp_path, order,
+                                                                   stages, with_command):
+    workers_to(cluster, client, 4)
+    order(kill=stages, after=0.02, with_command=with_command)
+    assert imported_on(client, scans, tmp_path / "site") == scans[1]
+    assert len(list(tmp_path.glob("killed-*"))) == 3
 
 
 @pytest.mark.skipif(not KILLS, reason="ORVIX_CLUSTER_KILLS says how many")
-def test_workers_killed_at_random_moments(cluster, client, imported, one_machine, tmp_path):
-    workers_to(cluster, client, 4)
+def test_workers_killed_at_random_moments(cluster, client, imported, one_machine, scans, tmp_path, order):
     random.seed(3)
-    for _ in range(KILLS):
-        stage = random.choice(("tiles", "join", "points"))
+    for number in range(KILLS):
+        workers_to(cluster, client, 4)
+        stage = random.choice(("tiles", "join", "points", "survey", "sort", "plan", "merge", "finish",
+                               "publish"))
         (tmp_path / f"killed-{stage}").unlink(missing_ok=True)
-        client.run(kill_in_the_middle, stage, random.uniform(0, 0.2), str(tmp_path),
-                   random.random() < 0.5)
-        assert planes_on(client, imported, tmp_path) == one_machine
-        client.restart()
+        order(kill=[stage], after=random.uniform(0, 0.3), with_command=random.random() < 0.5)
+        if stage in ("tiles", "join", "points"):
+            assert planes_on(client, imported, tmp_path) == one_machine
+        else:
+            assert imported_on(client, scans, tmp_path / str(number)) == scans[1]
+            shutil.rmtree(tmp_path / str(number))
 
 
-def test_a_late_worker_gets_its_share(cluster, client, imported, one_machine, tmp_path):
+def test_a_late_worker_gets_its_share(cluster, client, imported, one_machine, tmp_path, order):
     workers_to(cluster, client, 1)
-    client.run(note_who_runs, str(tmp_path))
+    order(delay=0.15)
 
     def join_later():
         while not list(tmp_path.glob("ran-*")):
             time.sleep(0.05)
-        workers_to(cluster, client, 2)
-        late = [address for address in client.scheduler_info()["workers"]]
-        client.run(note_who_runs, str(tmp_path), workers=late)
+        cluster.scale(2)
 
     helper = threading.Thread(target=join_later)
     helper.start()
@@ -155,7 +185,6 @@ def test_a_late_worker_gets_its_share(cluster, client, imported, one_machine, tm
     helper.join()
     ran = [file.read_text().count("\n") for file in tmp_path.glob("ran-*")]
     assert len(ran) == 2 and min(ran) >= 2, ran
-    client.restart()
 
 
 def test_a_full_disk_is_the_command_s_sentence_and_the_call_goes_on_later(cluster, client, imported,
@@ -168,11 +197,25 @@ def test_a_full_disk_is_the_command_s_sentence_and_the_call_goes_on_later(cluste
     assert planes_on(client, imported, tmp_path) == one_machine
 
 
+def test_an_import_on_a_full_disk_goes_on_later(cluster, client, scans, tmp_path):
+    workers_to(cluster, client, 2)
+    client.run(limit_files, 1_000_000)
+    with pytest.raises(orvix.NoSpace, match="site"):
+        imported_on(client, scans, tmp_path / "site")
+    client.run(limit_files, resource.RLIM_INFINITY)
+    assert imported_on(client, scans, tmp_path / "site") == scans[1]
+
+
 def test_errors_are_those_of_the_command(client, imported, tmp_path):
     with pytest.raises(orvix.BadInput, match="nothing.prj does not exist"):
         orvix.cluster.planes(tmp_path / "nothing.prj", client)
     with pytest.raises(orvix.BadArgument, match="--detail"):
         orvix.cluster.planes(imported, client, detail="great")
+    with pytest.raises(orvix.BadInput, match="nothing.las"):
+        orvix.cluster.import_scans(tmp_path / "nothing.las", tmp_path / "b.prj", client)
+    assert not (tmp_path / "b.prj").exists()
+    orvix.cluster.clear(tmp_path / "b.prj", client)
+    assert list(tmp_path.iterdir()) == []
 
 
 def test_a_search_that_was_begun_with_other_options_is_named_and_cleared(client, imported, tmp_path):
@@ -209,12 +252,16 @@ def test_the_module_prints_what_the_command_prints(cluster, client, imported, on
     assert orvix.cluster.main(words) == 0
     assert without_names(json.loads(capsys.readouterr().out)) == one_machine[0]
     assert (tmp_path / "points.ply").read_bytes() == one_machine[1]
+    copy = tmp_path / "copy.prj"
+    sample = os.environ["ORVIX_SAMPLE"]
+    assert orvix.cluster.main(["import", sample, str(copy), "--skeleton=1m", *words[-2:]]) == 0
+    assert json.loads(capsys.readouterr().out)["checksum"] == orvix.run("walk", copy)["checksum"]
     words[1] = str(tmp_path / "nothing.prj")
     assert orvix.cluster.main(words) == 3
     assert "nothing.prj does not exist" in capsys.readouterr().err
 
 
-@pytest.mark.parametrize("page", ["docs/PYTHON.md"])
+@pytest.mark.parametrize("page", ["README.md", "docs/PYTHON.md"])
 def test_the_blocks_of_the_page_run(page, cluster, client, sample, tmp_path):
     """But for the names of the scheduler and of the shared folder."""
     workers_to(cluster, client, 2)
@@ -222,7 +269,6 @@ def test_the_blocks_of_the_page_run(page, cluster, client, sample, tmp_path):
     shared.mkdir()
     for name in ("north.e57", "south.e57"):  # a format is known by a file's content
         (shared / name).write_bytes(sample.read_bytes())
-    orvix.import_scan(shared / "north.e57", shared / "site.prj")
     text = (pathlib.Path(os.environ["ORVIX_SAMPLE"]).parent.parent / page).read_text(encoding="utf-8")
     blocks = [block for block in re.findall(r"^```python\n(.*?)^```", text, re.MULTILINE | re.DOTALL)
               if "orvix.cluster" in block]
