@@ -23,6 +23,7 @@ import { dotElement, labelElement, PlacedElements } from "./overlay/labels";
 import { ReadOuts } from "./overlay/read_outs";
 import { stationMarks } from "./overlay/station_marks";
 import { pick } from "./picking/pick";
+import { inCuts } from "./math/section";
 import { planeUnder } from "./picking/plane_under";
 import { isShown } from "./picking/shown";
 import { createViewState, type ColourMode, type ViewState } from "./view_state";
@@ -175,9 +176,10 @@ class ProjectViewer implements Viewer {
   classColour = (number: number): string => hex(classColour(number));
 
   planeAt(x: number, y: number): PlaneInfo | null {
-    const { hiddenPlanes } = this.state.get();
+    const { hiddenPlanes, section, slab } = this.state.get();
     const shown = this.planes.filter(({ number }) => !hiddenPlanes.has(number));
-    return planeUnder(shown, rayThrough(this.camera.pose, this.currentSize, x, y));
+    const ray = rayThrough(this.camera.pose, this.currentSize, x, y);
+    return planeUnder(shown, ray, (place) => inCuts(place, section, slab));
   }
 
   onToolChange(call: () => void): () => void {
@@ -280,6 +282,7 @@ class ProjectViewer implements Viewer {
     state.watch(["hiddenPlanes", "chosenPlanes", "showOutlines"], (values) =>
       this.layers.planes.show(this.planes, values),
     );
+    state.watch(["section", "slab"], (values) => this.layers.planes.cut(values));
     state.watch(["section", "theme"], (values) => this.layers.section.show(values));
     stations();
     apply();

@@ -55,6 +55,7 @@ export class Renderer {
     // Asking how compiling went would wait for it; a program that fails draws nothing, and tests see that.
     this.webgl.debug.checkShaderErrors = false;
     this.webgl.sortObjects = false;
+    this.webgl.localClippingEnabled = true;
     this.material = new PointMaterial(project);
     this.objects = new PointObjects(this.material);
     this.target = makeTarget(1, 1);

@@ -21,6 +21,8 @@ export interface LineLook {
   /** Whether points before a line hide it. */
   readonly hidden: boolean;
   readonly opacity?: number;
+  /** What is drawn of them lies on the positive side of each. */
+  readonly clipping?: three.Plane[];
 }
 
 export class Lines {
@@ -51,6 +53,7 @@ export class Lines {
       depthWrite: false,
       transparent: true,
       opacity: look.opacity ?? 1,
+      clippingPlanes: look.clipping ?? null,
     });
     this.object = new LineSegments2(geometry, this.material);
     this.object.frustumCulled = false;

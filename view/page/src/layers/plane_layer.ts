@@ -8,8 +8,9 @@ import { hex, numberColour } from "../draw/palettes";
 import type { Layer } from "../draw/renderer";
 import type { Size } from "../camera/pose";
 import { planeFrame, toFlat } from "../math/plane_frame";
+import { halfSpaces } from "../math/section";
 import { subtract, type Vector } from "../math/vector";
-import type { ViewValues } from "../view_state";
+import type { SectionBox, Slab, ViewValues } from "../view_state";
 import { Lines, segmentsOf, type Segment } from "./lines";
 
 interface Fill {
@@ -25,6 +26,10 @@ export class PlaneLayer implements Layer {
   readonly scene = new three.Scene();
   private lines: Lines[] = [];
   private fills: Fill[] = [];
+  /** The box and the slab cut outlines as they cut points. */
+  private readonly clipping: three.Plane[] = [];
+  private section: SectionBox | null = null;
+  private slab: Slab | null = null;
 
   show(planes: readonly PlaneInfo[], values: Readonly<ViewValues>): void {
     this.clear();
@@ -38,8 +43,21 @@ export class PlaneLayer implements Layer {
     for (const plane of strong) this.addFill(plane);
   }
 
+  /** Takes a box or a slab over without making anything anew: they change as a slider moves. */
+  cut({ section, slab }: Readonly<ViewValues>): void {
+    this.section = section;
+    this.slab = slab;
+    const planes = halfSpaces(section, slab, [0, 0, 0]).map(
+      ({ normal }) => new three.Plane(new three.Vector3(...normal)),
+    );
+    this.clipping.splice(0, this.clipping.length, ...planes);
+  }
+
   place(lens: Lens, _size: Size, density: number): void {
     const { position } = lens.pose;
+    halfSpaces(this.section, this.slab, position).forEach(
+      ({ offset }, i) => (this.clipping[i]!.constant = offset),
+    );
     for (const lines of this.lines) lines.place(position, density);
     for (const { mesh, anchor } of this.fills) {
       mesh.position.set(...subtract(anchor, position));
@@ -49,7 +67,7 @@ export class PlaneLayer implements Layer {
 
   private addLines(segments: readonly Segment[], look: { width: number; hidden: boolean }): void {
     if (segments.length === 0) return;
-    const lines = new Lines(segments, look);
+    const lines = new Lines(segments, { ...look, clipping: this.clipping });
     this.lines.push(lines);
     this.scene.add(lines.object);
   }
@@ -73,6 +91,7 @@ export class PlaneLayer implements Layer {
       opacity: fillOpacity,
       depthWrite: false,
       side: three.DoubleSide,
+      clippingPlanes: this.clipping,
     });
     const mesh = new three.Mesh(geometry, material);
     mesh.frustumCulled = false;

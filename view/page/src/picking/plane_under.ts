@@ -4,9 +4,14 @@
 import type { PlaneInfo } from "../api/protocol";
 import type { Ray } from "../camera/pose";
 import { inRegion, planeFrame } from "../math/plane_frame";
-import { add, dot, scale } from "../math/vector";
+import { add, dot, scale, type Vector } from "../math/vector";
 
-export function planeUnder(planes: readonly PlaneInfo[], ray: Ray): PlaneInfo | null {
+/** `kept` says where something is drawn: a plane that is cut away there is not met. */
+export function planeUnder(
+  planes: readonly PlaneInfo[],
+  ray: Ray,
+  kept: (place: Vector) => boolean = () => true,
+): PlaneInfo | null {
   let nearest = Infinity;
   let found: PlaneInfo | null = null;
   for (const plane of planes) {
@@ -17,6 +22,7 @@ export function planeUnder(planes: readonly PlaneInfo[], ray: Ray): PlaneInfo | 
     if (away <= 0 || away >= nearest) continue;
     const place = add(ray.origin, scale(ray.direction, away));
     if (!plane.regions.some((region) => inRegion(frame, region, place))) continue;
+    if (!kept(place)) continue;
     nearest = away;
     found = plane;
   }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a point is drawn with what a person set: the same rules as in draw/point_shader.ts.
 
-import { inSection } from "../math/section";
+import { inCuts } from "../math/section";
 import type { Vector } from "../math/vector";
 import type { ViewValues } from "../view_state";
 
@@ -17,8 +17,7 @@ export function isShown(
   const { section, slab } = values;
   const { position, plane } = point;
   return (
-    (!section || inSection(position, section)) &&
-    (!slab || (position[2] >= slab.low && position[2] <= slab.high)) &&
+    inCuts(position, section, slab) &&
     !values.hiddenClasses.has(point.class) &&
     !values.hiddenStations.has(point.station) &&
     (plane === null || !values.hiddenPlanes.has(plane))
