@@ -21,7 +21,9 @@ install(FILES orvix/c/bindings/Orvix.cs orvix/c/bindings/orvix.py
 
 # The importer for hosts: its own objects, and from the static archive a private copy of what they
 # use of the library; only its public interface is exported.
-add_library(orvix_importer_shared SHARED $<TARGET_OBJECTS:orvix_importer>)
+add_library(orvix_importer_shared SHARED $<TARGET_OBJECTS:orvix_importer>
+  ${PROJECT_SOURCE_DIR}/orvix/c/import_calls.cpp ${PROJECT_SOURCE_DIR}/orvix/c/boundary.cpp)
+target_compile_definitions(orvix_importer_shared PRIVATE ORVIX_BUILDING_IMPORTER)
 add_library(orvix::importer ALIAS orvix_importer_shared)
 set_target_properties(orvix_importer_shared PROPERTIES
   OUTPUT_NAME orvix_importer EXPORT_NAME importer

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The header by itself, in strict C11 and without warnings; and what only C can show of it.
 #include "orvix/c/orvix.h"
+#include "orvix/c/orvix_import.h"
 
 #include <stddef.h>
 

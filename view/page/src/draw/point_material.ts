@@ -13,8 +13,8 @@ import { classTable, numberedTable, planeTable, scaleTable, stationTable } from 
 /** Pixels of the page: points are never smaller, and never larger. */
 const smallestPoint = 1.4;
 const largestPoint = 40;
-/** Times the distance between neighbours: random points close their gaps at about this. */
-const overlap = 1.5;
+/** Times the distance between neighbours: of a wall of random points a twelfth stays open. */
+const overlap = 1.8;
 
 const far = 1e9;
 
