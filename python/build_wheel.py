@@ -15,7 +15,6 @@ import hashlib
 import os
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -150,9 +149,6 @@ def make(build, out):
         native = pathlib.Path(scratch) / "native"
         windows = (build / "bin" / "orvix.exe").exists()
         tag, packages = (collect_windows if windows else collect_linux)(build, native)
-        page = build / "share" / "orvix" / "view"
-        if (page / "index.html").exists():  # what `orvix view` serves; not in builds without Node.js
-            shutil.copytree(page, native / "share" / "orvix" / "view")
         for path in sorted(each for each in native.rglob("*") if each.is_file()):
             name = path.relative_to(native.parent).as_posix()
             files["orvix/" + name] = (path.read_bytes(), path.stem == "orvix")
