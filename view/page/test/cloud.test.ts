@@ -80,7 +80,7 @@ test("runs that follow each other bring every point once, however the wish chang
         const part: Part = { kind: "part", run, records: new Uint32Array(0), points };
         held = withPart(held, part, wish.replaces, 1);
       } else {
-        every = Math.max(2 ** Math.floor(between(next, 0, 9)), 1) >> step % 2;
+        every = Math.max(2 ** Math.floor(between(next, 0, 9)), 1) >> (step % 2);
         if (every < 1) every = 1;
       }
     }

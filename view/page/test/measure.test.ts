@@ -33,9 +33,11 @@ test("a polygon's area does not depend on where it lies, how it is turned, or wh
   const plain = 4 * 3 - 4;
   for (let angle = 0; angle < 7; angle += 0.7) {
     const [s, c] = [Math.sin(angle), Math.cos(angle)];
-    const moved = shape.map(
-      ([x, y, z]): Vector => [x + 85_012.25, c * y - s * z + 446_100, s * y + c * z],
-    );
+    const moved = shape.map(([x, y, z]): Vector => [
+      x + 85_012.25,
+      c * y - s * z + 446_100,
+      s * y + c * z,
+    ]);
     near(polygonOf(moved).area, plain, 1e-7);
     near(polygonOf([...moved].reverse()).area, plain, 1e-7);
     near(polygonOf(moved).plan, plain * Math.abs(c), 1e-7);

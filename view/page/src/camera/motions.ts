@@ -100,9 +100,10 @@ export function fit(pose: Pose, places: readonly Vector[], size: Size): Pose {
   const depths = offsets.map((offset) => dot(offset, forward));
   const middle = (Math.min(...depths) + Math.max(...depths)) / 2;
   const flat = (axis: Vector) =>
-    offsets.map(
-      (offset, i): Flat => [dot(offset, axis), pose.orthographic ? 0 : depths[i]! - middle],
-    );
+    offsets.map((offset, i): Flat => [
+      dot(offset, axis),
+      pose.orthographic ? 0 : depths[i]! - middle,
+    ]);
   const high = Math.tan(pose.angle / 2) * (1 - margin);
   const [across, upwards] = [flat(right), flat(up)];
   const [wide, tall] = [
