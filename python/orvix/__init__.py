@@ -45,6 +45,7 @@ if TYPE_CHECKING:
     from ._statistics import Classes as Classes, Histogram as Histogram
     from ._statistics import natural_breaks as natural_breaks
     from ._surface import Frame as Frame, Plane as Plane, Region as Region, Surface as Surface
+    from ._tasks import ImportTasks as ImportTasks
     from ._verbs import CheckReport as CheckReport, ExportReport as ExportReport, Fault as Fault
     from ._verbs import ImportedFile as ImportedFile, ImportReport as ImportReport
     from ._verbs import check as check, destroy as destroy, import_scan as import_scan
@@ -66,6 +67,7 @@ else:
         "_settings": ("Setting", "Settings", "settings"),
         "_statistics": ("Classes", "Histogram", "natural_breaks"),
         "_surface": ("Frame", "Plane", "Region", "Surface"),
+        "_tasks": ("ImportTasks",),
         "_verbs": ("CheckReport", "ExportReport", "Fault", "ImportReport", "ImportedFile", "check",
                    "destroy", "import_scan", "repair"),
     }

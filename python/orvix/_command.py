@@ -24,7 +24,8 @@ from ._progress import Progress, ProgressLike, Reporter
 
 _POLL_SECONDS = 0.1
 _WINDOWS_SECONDS = 10
-_WITH_PROGRESS = ("import", "check", "repair", "walk", "classify", "export")
+_WITH_PROGRESS = ("import", "check", "repair", "walk", "classify", "export",
+                  "import-tasks begin", "import-tasks run")
 
 
 def run(verb: str, *arguments: Union[str, "os.PathLike[str]"],

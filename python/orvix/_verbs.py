@@ -43,7 +43,7 @@ class ImportReport:
 def import_scan(inputs: Union[Path, Sequence[Path]], project: Path, *, unit: str = "m", up: str = "z",
                 skeleton: str = "10cm", stations: Optional[Sequence[str]] = None,
                 drop_zeros: bool = False, dedupe: bool = False, overwrite: bool = False,
-                memory_limit: Union[int, str, None] = None, threads: int = 0,
+                resume: bool = False, memory_limit: Union[int, str, None] = None, threads: int = 0,
                 progress: ProgressLike = None) -> ImportReport:
     """Turns scan files (E57, LAS, LAZ, PCD, PLY, PTX, PTS, text) into a project.
 
@@ -56,6 +56,7 @@ def import_scan(inputs: Union[Path, Sequence[Path]], project: Path, *, unit: str
     drop_zeros    rejects points at exactly 0, 0, 0 in the input
     dedupe        keeps only the first of points at the same position
     overwrite     replaces an existing project once the new one is complete
+    resume        goes on where an import of the same inputs was ended, and keeps what is done
     memory_limit  bytes, or a text such as "4GiB"; None: 1 GiB
     threads       0: every core; the result does not depend on it
 
@@ -63,14 +64,26 @@ def import_scan(inputs: Union[Path, Sequence[Path]], project: Path, *, unit: str
             project, and an existing one stays whole.
     Cost    a process of its own does the work: its memory is not Python's.
     """
-    files = [inputs] if isinstance(inputs, (str, os.PathLike)) else list(inputs)
+    words = import_words(unit, up, skeleton, stations, drop_zeros, dedupe, overwrite)
+    words += [*option("resume", resume), *option("memory-limit", memory_limit),
+              *option("threads", threads)]
+    return import_report(run("import", *words, "--", *input_files(inputs), project,
+                             progress=progress))
+
+
+def input_files(inputs: Union[Path, Sequence[Path]]) -> List[Path]:
+    return [inputs] if isinstance(inputs, (str, os.PathLike)) else list(inputs)
+
+
+def import_words(unit: str, up: str, skeleton: str, stations: Optional[Sequence[str]],
+                 drop_zeros: bool, dedupe: bool, overwrite: bool) -> List[str]:
+    """The options that say what an import makes."""
     words = [*option("unit", unit), *option("up", up), *option("skeleton", skeleton),
              *option("drop-zeros", drop_zeros), *option("dedupe", dedupe),
-             *option("overwrite", overwrite), *option("memory-limit", memory_limit),
-             *option("threads", threads)]
+             *option("overwrite", overwrite)]
     for name in stations or ():
         words += option("station", name)
-    return import_report(run("import", *words, "--", *files, project, progress=progress))
+    return words
 
 
 def import_report(done: Dict[str, Any]) -> ImportReport:

@@ -34,6 +34,29 @@ def test_several_files_with_odd_names_make_one_project(sample, tmp_path, monkeyp
         assert project.check().ok
 
 
+def test_an_import_in_tasks_is_shared_and_goes_on(sample, imported, tmp_path, command):
+    tasks = orvix.ImportTasks.begin(sample, tmp_path / "t.prj", memory_limit="64M")
+    assert tasks.ready() == ["survey/0"]
+    tasks.run("survey/0")
+    other = orvix.ImportTasks(tmp_path / "t.prj")
+    assert other.done() == ["survey/0"] and other.ready() == ["sort/0"]
+    other.run("sort/0", threads=1)
+    # The rest in one process.
+    report = orvix.import_scan(sample, tmp_path / "t.prj", resume=True)
+    assert report.read == 100_000
+    assert (tmp_path / "t_Project_Files" / "Index" / "Grid.pts").read_bytes() == (
+        imported.parent / (imported.stem + "_Project_Files") / "Index" / "Grid.pts").read_bytes()
+    with pytest.raises(orvix.BadInput):
+        tasks.ready()
+    tasks = orvix.ImportTasks.begin(sample, tmp_path / "u.prj")
+    while ready := tasks.ready():
+        for name in ready:
+            tasks.run(name)
+    assert tasks.report.checksum == report.checksum and tasks.done() == ["publish"]
+    orvix.ImportTasks.begin(sample, tmp_path / "v.prj").clear()
+    assert not list(tmp_path.glob("v*"))
+
+
 def test_a_refused_import_has_the_command_s_sentence(imported, sample, tmp_path, command):
     with pytest.raises(orvix.BadInput) as caught:
         orvix.import_scan(sample, imported)
