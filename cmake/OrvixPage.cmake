@@ -35,9 +35,11 @@ endif()
 set(ORVIX_PAGE_BUILD ${page_build}/page CACHE PATH "Where the page is made, and its packages are")
 set(ORVIX_PAGE_FOLDER ${PROJECT_BINARY_DIR}/share/orvix/view)
 file(GLOB_RECURSE page_files CONFIGURE_DEPENDS
-  ${page_source}/src/* ${page_source}/public/* ${page_source}/test/* ${page_source}/*.js ${page_source}/*.mjs
-  ${page_source}/*.json ${page_source}/*.html ${page_source}/.npmrc ${page_source}/.prettierrc*)
-list(FILTER page_files EXCLUDE REGEX "/node_modules/|/dist/")
+  ${page_source}/src/* ${page_source}/public/* ${page_source}/test/*)
+# Not below: an editor's packages may be there.
+file(GLOB page_settings CONFIGURE_DEPENDS
+  ${page_source}/*.js ${page_source}/*.json ${page_source}/*.html ${page_source}/.npmrc)
+list(APPEND page_files ${page_settings})
 # A page that could not be made is tried again when something is configured anew.
 if(NOT EXISTS ${ORVIX_PAGE_FOLDER}/index.html)
   file(REMOVE ${PROJECT_BINARY_DIR}/page.stamp)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // How long is it from the command to the first picture, and to a million points on screen?
 //
+//     build/release/bin/make_las big.las 100000000 --format 2
+//     build/release/bin/orvix import big.las big.prj
 //     node bench/view/first_picture.mjs build/release big.prj [RUNS]
 //
 // Chromium without a screen draws with SwiftShader, a renderer in software: what is measured is bound by
