@@ -127,7 +127,8 @@ Expected<void> ImportRun::Begin() {
     publisher_.emplace(std::move(*publisher));
     continued_ = publisher_->Continues();
     if (!publisher_->IsPublished()) return {};
-    return TakeReport(TaskNotes(*publisher_->TasksFolder()));
+    const auto folder = publisher_->TasksFolder();
+    return folder ? TakeReport(TaskNotes(*folder)) : ErrorOf(folder);
 }
 
 ImportWork::Place ImportRun::PlaceOfTasks(const CString& folder, std::uint64_t points) {
