@@ -52,6 +52,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     Expected<void> Begin();
+    Expected<void> BeginTo(ProjectPublisher::Ended ended);
     Expected<void> ImportAtOnce();
     [[nodiscard]] bool FitsInMemory() const;
     ImportWork::Place PlaceOfTasks(const CString& folder, std::uint64_t points);
@@ -85,7 +86,8 @@ private:
     SortedCloud cloud_;
     std::optional<GridWriter> grid_;
     SkeletonSummary skeleton_;
-    bool continued_ = false;
+    bool continued_ = false;   // an import that was ended
+    bool keepsTasks_ = false;  // what is done is kept where this one ends early
 };
 
 Expected<ImportReport> ImportRun::Run() {
@@ -106,7 +108,7 @@ Expected<ImportReport> ImportRun::Run() {
 tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
     grid_.reset();
     cloud_.runs.clear();
-    if (publisher_ && options_.resume && (failure.code != ErrorCode::BadInput || continued_)) {
+    if (publisher_ && keepsTasks_ && (failure.code != ErrorCode::BadInput || continued_)) {
         publisher_->Leave();
         if (failure.code != ErrorCode::BadInput)
             failure.message += "; what is done stays: go on with --resume";
@@ -117,22 +119,35 @@ tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
     return tl::unexpected<Error>(std::move(failure));
 }
 
+// A project that appeared is the answer to the same question alone; to another one the answer is to
+// begin anew.
 Expected<void> ImportRun::Begin() {
-    using Existing = ProjectPublisher::Existing;
     using Ended = ProjectPublisher::Ended;
-    auto publisher = ProjectPublisher::Begin(
-        report_.project, options_.overwrite ? Existing::Replace : Existing::Keep,
-        options_.resume ? Ended::Continue : Ended::Clear);
-    if (!publisher) return ErrorOf(publisher);
-    publisher_.emplace(std::move(*publisher));
-    continued_ = publisher_->Continues();
+    if (auto begun = BeginTo(options_.resume ? Ended::Continue : Ended::Clear); !begun)
+        return begun;
     if (!publisher_->IsPublished()) return {};
     const auto folder = publisher_->TasksFolder();
-    return folder ? TakeReport(TaskNotes(*folder)) : ErrorOf(folder);
+    if (!folder) return ErrorOf(folder);
+    const TaskNotes notes(*folder);
+    const auto job = ReadJob(notes);
+    if (job && RequireSame(*job, PathsOf(inputs_), options_)) return TakeReport(notes);
+    publisher_->Clear();
+    return BeginTo(Ended::Clear);
+}
+
+Expected<void> ImportRun::BeginTo(ProjectPublisher::Ended ended) {
+    using Existing = ProjectPublisher::Existing;
+    publisher_.reset();
+    auto publisher = ProjectPublisher::Begin(
+        report_.project, options_.overwrite ? Existing::Replace : Existing::Keep, ended);
+    if (!publisher) return ErrorOf(publisher);
+    publisher_.emplace(std::move(*publisher));
+    continued_ = keepsTasks_ = publisher_->Continues();
+    return {};
 }
 
 ImportWork::Place ImportRun::PlaceOfTasks(const CString& folder, std::uint64_t points) {
-    return {inputs_, options_, points, publisher_->Working(), folder};
+    return {inputs_, options_, points, publisher_->Working(), folder, publisher_->Text()};
 }
 
 // BEHAVIOUR I27
@@ -151,10 +166,12 @@ Expected<void> ImportRun::ContinueTasks() {
         if (!made) return ErrorOf(made);
         job = std::move(*made);
         if (auto written = WriteJob(notes, job); !written) return written;
+        keepsTasks_ = true;
     }
     ImportWork work(PlaceOfTasks(*folder, job.sortPoints), plan_, pool_);
     if (continued_) {
         meter_.Begin(ImportPhase::Scan, 0);
+        notes.RemoveUnfinished();
         if (auto checked = work.CheckRuns(); !checked) return checked;
     }
     return RunWork(work);

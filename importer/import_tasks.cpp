@@ -15,15 +15,12 @@
 #include "importer/write/project_publisher.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/system.h"
+#include "orvix/project/project_paths.h"
 
 namespace orvix::importer {
 namespace {
 
 using platform::ToUtf8;
-
-TaskNotes NotesOf(const CString& project) {
-    return TaskNotes(TargetNames(project).marks.tasks);
-}
 
 tl::unexpected<Error> FailWithoutTasks(const CString& project) {
     return Fail(ErrorCode::BadInput,
@@ -35,28 +32,34 @@ Expected<void> LayOut(const CString& project, const std::vector<CString>& inputs
     const auto folder = publisher.TasksFolder();
     if (!folder) return ErrorOf(folder);
     const TaskNotes notes(*folder);
-    if (publisher.Continues()) {
-        const auto job = ReadJob(notes);
-        return job ? RequireSame(*job, inputs, options) : ErrorOf(job);
-    }
-    const auto job =
-        NewJob(project, inputs, options, PlanMemory(options.memoryLimitBytes, options.threads));
-    return job ? WriteJob(notes, *job) : ErrorOf(job);
+    auto job = publisher.Continues()
+                   ? ReadJob(notes)
+                   : NewJob(project, inputs, options,
+                            PlanMemory(options.memoryLimitBytes, options.threads));
+    if (!job) return ErrorOf(job);
+    if (!publisher.Continues()) return WriteJob(notes, *job);
+    if (auto same = RequireSame(*job, inputs, options); !same) return same;
+    if (job->options.overwrite == options.overwrite) return {};
+    job->options.overwrite = options.overwrite;
+    return WriteJob(notes, *job);
 }
 
 }  // namespace
 
 /// What an open import holds; its parts refer to each other and stay where they are.
 struct ImportTasks::State {
-    State(TaskJob taskJob, std::vector<ScanInput> scans, const MemoryPlan& memory)
+    State(TaskJob taskJob, std::vector<ScanInput> scans, const MemoryPlan& memory,
+          const std::string& text)
         : job(std::move(taskJob)),
           inputs(std::move(scans)),
           plan(memory),
           meter([this](const ImportProgress& progress) { return !callback || callback(progress); }),
           pool(meter, plan.workers) {
-        working.Create(TargetNames(job.project).marks.workingProject);
+        // Whoever has the lock makes folders; here they are found.
+        const orvix::detail::ImportMarks marks = TargetNames(job.project).marks;
+        orvix::detail::BuildPaths(working, marks.workingProject);
         work.emplace(ImportWork::Place{inputs, job.options, job.sortPoints, working,
-                                       NotesOf(job.project).Folder()},
+                                       marks.TasksOf(text), text},
                      plan, pool);
     }
 
@@ -78,8 +81,11 @@ ImportTasks::~ImportTasks() = default;
 
 Expected<ImportTasks> ImportTasks::Open(const CString& project, std::uint64_t memoryLimitBytes,
                                         unsigned threads) {
-    const TaskNotes notes = NotesOf(project);
-    if (!platform::IsFolder(notes.Folder())) return FailWithoutTasks(project);
+    const orvix::detail::ImportMarks marks = TargetNames(project).marks;
+    const std::string text = orvix::detail::ReadImportText(marks.note);
+    const TaskNotes notes(marks.TasksOf(text));
+    if (text.empty() || !platform::PathExists(platform::JoinPath(notes.Folder(), kJobName)))
+        return FailWithoutTasks(project);
     auto job = ReadJob(notes);
     if (!job) return ErrorOf(job);
     if (auto same = RequireUnchanged(*job); !same) return ErrorOf(same);
@@ -88,7 +94,7 @@ Expected<ImportTasks> ImportTasks::Open(const CString& project, std::uint64_t me
     auto inputs = OpenInputs(paths);
     if (!inputs) return ErrorOf(inputs);
     return ImportTasks(std::make_unique<State>(std::move(*job), std::move(*inputs),
-                                               PlanMemory(memoryLimitBytes, threads)));
+                                               PlanMemory(memoryLimitBytes, threads), text));
 }
 
 Expected<ImportTasks> ImportTasks::Begin(const std::vector<CString>& inputs, const CString& project,
@@ -153,7 +159,12 @@ Expected<ImportReport> PublishTasks(const TaskJob& job, bool overwrite) {
         publisher->Clear();
         return FailWithoutTasks(job.project);
     }
-    const TaskNotes notes(*publisher->TasksFolder());
+    const auto folder = publisher->TasksFolder();
+    if (!folder) {
+        publisher->Leave();
+        return ErrorOf(folder);
+    }
+    const TaskNotes notes(*folder);
     if (!notes.Has(FileNameOf({TaskKind::Finish}))) {
         publisher->Leave();
         return Fail(ErrorCode::BadInput, "the import is not finished; run its other tasks first");
@@ -201,7 +212,7 @@ Expected<std::optional<ImportReport>> ImportTasks::Run(const std::string& task,
 }
 
 Expected<void> ImportTasks::Clear(const CString& project) {
-    if (!platform::IsFolder(NotesOf(project).Folder())) return FailWithoutTasks(project);
+    if (!platform::IsFolder(TargetNames(project).marks.tasks)) return FailWithoutTasks(project);
     auto publisher = ProjectPublisher::Begin(project, ProjectPublisher::Existing::Replace,
                                              ProjectPublisher::Ended::Continue);
     if (!publisher) return ErrorOf(publisher);

@@ -30,14 +30,15 @@ namespace orvix::importer {
 ///           that of cells, within a cell that of the inputs. Tasks that are ready together may run
 ///           in any order; with `dedupe` ranges are merged one after the other.
 /// Boundaries every process reaches inputs and project under the same paths. The memory limit of
-///           `Begin` says how long runs are; each process keeps to its own beside that.
+///           `Begin` says how many points a sort takes into memory, wherever it runs; all else keeps
+///           to that of `Open`. "publish" is for one process; any other task may run twice at once.
 /// Errors    as Import; an input that changed since `Begin` is named; Damaged for a result that is
 ///           not what was written. What fails leaves the other tasks as they are.
 /// Lifetime  the tasks stay until "publish", `Clear`, or an import of the same project that does not
 ///           resume. `Begin` of the same import continues it.
 /// Threads   an object is used by one thread at a time; `Run` starts its own.
 /// Cost      that of `Import` where points are sorted through the disk; a process that opens the
-///           tasks reads the results of all surveys once.
+///           tasks opens all inputs, looks at both ends of each, and reads the results of all surveys once.
 class ORVIX_IMPORTER_API ImportTasks {
 public:
     /// Lays the import out beside its target, or continues one of the same inputs and options; the

@@ -2,6 +2,8 @@
 #include "importer/tasks/import_work.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "importer/files/disk_space.h"
@@ -17,6 +19,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/project/covered_files.h"
+#include "orvix/project/import_marks.h"
 
 namespace orvix::importer {
 namespace {
@@ -39,19 +42,26 @@ std::vector<RangeTask> RangesOf(const Json& json) {
     return ranges;
 }
 
-// Parts are written into one file, in any order.
+// Parts are written into one file, in any order. Another process that plans finds it there.
 Expected<void> CreatePoints(const CString& path) {
     std::error_code error;
-    platform::File file = platform::File::Create(path, error);
+    platform::File file = platform::File::CreateNew(path, error);
+    if (error == std::errc::file_exists) return {};
     if (!error) file.Close(error);
     if (error) return FailSystem(error, "cannot create " + platform::ToUtf8(path));
     return {};
 }
 
+// Of a range that is planned longer than it became, without its duplicates, nothing is left over.
 Expected<void> CutPoints(const CString& path, std::uint64_t bytes) {
     std::error_code error;
     platform::File file = platform::File::OpenReadWrite(path, error);
-    if (!error && file.Size() != bytes) {
+    if (!error && file.Size() < bytes) {
+        return Fail(ErrorCode::Damaged, platform::ToUtf8(path) +
+                                            " is shorter than what was written to it; begin the "
+                                            "import anew, without --resume");
+    }
+    if (!error && file.Size() > bytes) {
         file.Resize(bytes, error);
         if (!error) file.Sync(error);
     }
@@ -83,10 +93,22 @@ bool ImportWork::AreSurveyed() const {
 
 Expected<void> ImportWork::TakeSurveys(std::vector<InputSurvey> found) {
     found_ = std::move(found);
-    for (std::size_t i = 0; i < found_.size(); ++i) {
-        if (auto written = WriteSurvey(notes_, i, found_[i]); !written) return written;
-    }
-    return {};
+    return pool_.RunOne([&]() -> Expected<void> {
+        for (std::size_t i = 0; i < found_.size() && !pool_.Stopping(); ++i) {
+            if (auto written = WriteSurvey(notes_, i, found_[i]); !written) return written;
+        }
+        return {};
+    });
+}
+
+// The working folder is this import's: neither given up nor published meanwhile.
+// BEHAVIOUR I30
+Expected<void> ImportWork::RequireOwn() const {
+    const auto marker =
+        orvix::detail::MarkerStateOf(place_.working.projectFilesFolder, place_.text);
+    if (marker == orvix::detail::MarkerState::Own) return {};
+    return Fail(ErrorCode::BadInput,
+                "this import is no longer under way: it was given up, or its project has appeared");
 }
 
 // What follows from the surveys is worked out by every process for itself.
@@ -124,13 +146,16 @@ Expected<void> ImportWork::CheckRuns() {
     if (auto prepared = Prepare(); !prepared) return prepared;
     for (std::size_t level = levels_.size(); level-- > 0;) {
         for (const TaskName& task : RunsAt(level)) {
-            const bool joined =
-                level + 1 < levels_.size() && IsDone({TaskKind::Join, task.number / plan_.mergeRuns,
-                                                      static_cast<std::uint32_t>(level + 1)});
-            if (joined || !IsDone(task)) continue;
+            const auto joined = [&] {
+                return level + 1 < levels_.size() &&
+                       IsDone({TaskKind::Join, task.number / plan_.mergeRuns,
+                               static_cast<std::uint32_t>(level + 1)});
+            };
+            if (joined() || !IsDone(task)) continue;
             const auto sound = IsSound(notes_, task, pool_);
             if (!sound) return ErrorOf(sound);
-            if (!*sound) RemoveRun(notes_, task);
+            // Another process may have joined it meanwhile.
+            if (!*sound && !joined()) RemoveRun(notes_, task);
         }
     }
     return {};
@@ -203,10 +228,19 @@ std::vector<TaskName> ImportWork::ReadyRuns() const {
         wanted = std::move(below);
     }
     std::sort(ready.begin(), ready.end());
-    return ready;
+    // The notes of sorts account for the points, also where a joined run stands for theirs.
+    return ready.empty() ? Open(RunsAt(0)) : ready;
 }
 
+// Between two looks at a list another process may do the last of it: then the next list counts.
 Expected<std::vector<TaskName>> ImportWork::Ready() {
+    for (;;) {
+        auto ready = Look();
+        if (!ready || !ready->empty() || IsDone({TaskKind::Finish})) return ready;
+    }
+}
+
+Expected<std::vector<TaskName>> ImportWork::Look() {
     if (IsDone({TaskKind::Finish})) return std::vector<TaskName>();
     if (!AreSurveyed()) return Open(*All(TaskKind::Survey));
     if (auto prepared = Prepare(); !prepared) return ErrorOf(prepared);
@@ -217,8 +251,8 @@ Expected<std::vector<TaskName>> ImportWork::Ready() {
     if (!merges) return merges;
     std::vector<TaskName> ready = Open(*merges);
     // Where duplicates go, a range's place is known once all before it are merged.
-    // BEHAVIOUR I30
-    if (place_.options.dedupe) ready.resize(1);
+    // BEHAVIOUR I31
+    if (place_.options.dedupe && !ready.empty()) ready.resize(1);
     return ready;
 }
 
@@ -363,6 +397,7 @@ Expected<void> ImportWork::RunPlan() {
     }
     const std::uint64_t bytes = facts->points * kAlivePointBytes;
     auto enough = RequireSpace(place_.working.projectFilesFolder, bytes + bytes / 4);
+    if (enough) enough = RequireOwn();
     if (enough) enough = CreatePoints(place_.working.gridPts);
     if (!enough) return enough;
     return pool_.RunOne([&]() -> Expected<void> {
@@ -396,6 +431,7 @@ Expected<void> ImportWork::RunMerge(std::uint64_t part) {
         if (!run) return ErrorOf(run);
         if (run->count != 0) runs.push_back(std::move(*run));
     }
+    request.stillOwn = [this] { return RequireOwn(); };
     return MergePart(notes_, place_.working, runs, request, pool_);
 }
 
@@ -405,9 +441,30 @@ void ImportWork::RemoveRuns() const {
     }
 }
 
+// It writes the project's files in place, so one process does; another waits and finds it done.
 Expected<void> ImportWork::RunFinish() {
+    return pool_
+        .RunOne([&]() -> Expected<void> {
+            const CString path = notes_.PathOf("finish.lock");
+            for (;;) {
+                std::error_code error;
+                finishing_ = platform::PathLock::TryAcquire(path, error);
+                if (finishing_ || pool_.Stopping()) return {};
+                if (error) return FailSystem(error, "cannot write " + platform::ToUtf8(path));
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+        })
+        .and_then([&] {
+            auto done = IsDone({TaskKind::Finish}) ? Expected<void>() : FinishAlone();
+            finishing_ = platform::PathLock();
+            return done;
+        });
+}
+
+Expected<void> ImportWork::FinishAlone() {
     if (auto prepared = Prepare(); !prepared) return prepared;
-    if (!AreMerged()) return Fail(ErrorCode::Failure, "the import is not merged yet");
+    if (!AreMerged()) return Fail(ErrorCode::BadInput, "the import has ranges that are not merged");
+    if (auto own = RequireOwn(); !own) return own;
     pool_.Meter().Begin(ImportPhase::Index, 0);
     RemoveRuns();
     auto joined =
@@ -434,10 +491,9 @@ Expected<void> ImportWork::RunFinish() {
     facts.skeleton = &joined->skeleton;
     facts.stationCount = report.stations;
     facts.stations = StationRecordsOf(place_.inputs, stations_, *survey_);
-    std::vector<detail::FileSums> known;
-    if (!joined->sums.empty()) {
-        known.push_back({detail::kPointsName, report.written * kAlivePointBytes, joined->sums});
-    }
+    if (joined->sums.empty()) return FailDamagedNote(notes_.PathOf("merge_0.json"));
+    const std::vector<detail::FileSums> known{
+        {detail::kPointsName, report.written * kAlivePointBytes, joined->sums}};
     pool_.Meter().Begin(ImportPhase::Finish, 0);
     ProjectManager working = place_.working;
     auto done = pool_.RunOne([&]() -> Expected<void> {

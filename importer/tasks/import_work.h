@@ -13,6 +13,7 @@
 #include "importer/tasks/task_notes.h"
 #include "importer/tasks/task_plan.h"
 #include "importer/tasks/task_runs.h"
+#include "orvix/platform/path.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::importer {
@@ -43,7 +44,8 @@ public:
         const ImportOptions& options;
         std::uint64_t sortPoints;  ///< most points of a sorted run
         const ProjectManager& working;
-        CString folder;  ///< of notes
+        CString folder;    ///< of notes
+        std::string text;  ///< of the import's marker in the working folder
     };
     ImportWork(const Place& place, const MemoryPlan& plan, ImportPool& pool);
 
@@ -68,7 +70,10 @@ public:
     [[nodiscard]] const TaskNotes& Notes() const { return notes_; }
 
 private:
+    [[nodiscard]] Expected<void> RequireOwn() const;
     [[nodiscard]] bool AreSurveyed() const;
+    Expected<std::vector<TaskName>> Look();
+    Expected<void> FinishAlone();
     [[nodiscard]] bool AreMerged();
     [[nodiscard]] std::vector<TaskName> Open(std::vector<TaskName> names) const;
     [[nodiscard]] std::vector<TaskName> JoinedBy(const TaskName& join) const;
@@ -99,6 +104,7 @@ private:
     std::vector<std::uint64_t> levels_;
     std::optional<std::vector<RangeTask>> ranges_;
     SortedCloud cloud_;
+    platform::PathLock finishing_;
 };
 
 }  // namespace orvix::importer

@@ -72,6 +72,31 @@ Expected<void> PublishFiles(const ProjectManager& from, const ProjectManager& to
     return {};
 }
 
+void RemoveFiles(const ProjectManager& paths) {
+    std::error_code ignored;
+    for (const auto& [member, ending] : kPartFiles) platform::RemoveFile(paths.*member, ignored);
+}
+
+Expected<void> WritePart(const ProjectManager& paths, const std::vector<SortedRun>& runs,
+                         const MergeRequest& request, MergedPart& part, ImportPool& pool) {
+    const bool fine = request.skeleton != SkeletonSize::OneMetre;  // BEHAVIOUR I11
+    GridWriter grid(request.frame,
+                    fine ? IndexWriter::FineLevel::Write : IndexWriter::FineLevel::Omit,
+                    part.first);
+    Expected<void> done = grid.CreatePart(paths);
+    if (done) done = request.stillOwn();
+    if (done) done = MergeRuns(runs, request.frame, request.merge, pool, grid);
+    if (done) done = pool.RunOne([&] { return grid.Finish(); });
+    if (!done) return done;
+    part.points = grid.Points() - part.first;
+    part.removed = grid.Duplicates();
+    part.sums = grid.Pieces();
+    SkeletonWriter skeleton(paths, request.skeleton, pool);
+    done = skeleton.Write(grid.Finished(), part.skeleton);
+    if (done) done = skeleton.ClosePart();
+    return done ? pool.RunOne([&] { return grid.Close(); }) : done;
+}
+
 }  // namespace
 
 ProjectManager PartPaths(const TaskNotes& notes, std::uint64_t part) {
@@ -83,27 +108,11 @@ Expected<void> MergePart(const TaskNotes& notes, const ProjectManager& project,
                          ImportPool& pool) {
     ProjectManager paths = PathsFrom(notes.NewPath(NoteName(request.part)));
     paths.gridPts = project.gridPts;
-    const bool fine = request.skeleton != SkeletonSize::OneMetre;  // BEHAVIOUR I11
     MergedPart part;
     part.first = request.range.first;
-    {
-        GridWriter grid(request.frame,
-                        fine ? IndexWriter::FineLevel::Write : IndexWriter::FineLevel::Omit,
-                        part.first);
-        Expected<void> done = grid.CreatePart(paths);
-        if (done) done = MergeRuns(runs, request.frame, request.merge, pool, grid);
-        if (done) done = pool.RunOne([&] { return grid.Finish(); });
-        if (!done) return done;
-        part.points = grid.Points() - part.first;
-        part.removed = grid.Duplicates();
-        part.sums = grid.Pieces();
-        SkeletonWriter skeleton(paths, request.skeleton, pool);
-        done = skeleton.Write(grid.Finished(), part.skeleton);
-        if (done) done = skeleton.ClosePart();
-        if (done) done = pool.RunOne([&] { return grid.Close(); });
-        if (!done) return done;
-    }
-    auto done = PublishFiles(paths, PartPaths(notes, request.part));
+    auto done = WritePart(paths, runs, request, part, pool);
+    if (done) done = PublishFiles(paths, PartPaths(notes, request.part));
+    if (!done) RemoveFiles(paths);
     return done ? notes.Write(NoteName(request.part), NoteOf(part)) : done;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "importer/import_options.h"
@@ -31,6 +32,8 @@ struct MergeRequest {
     GridFrame frame;
     MergeOptions merge;
     SkeletonSize skeleton = SkeletonSize::TenCentimetres;
+    /// Asked once the point file is open: from then on nothing else can take its place.
+    std::function<Expected<void>()> stillOwn;
 };
 
 /// Merges a range of the runs into its place of the project's point file, which exists, and writes

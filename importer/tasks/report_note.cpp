@@ -12,7 +12,7 @@ using platform::ToUtf8;
 ImportReport ReportOf(const Json& json) {
     ImportReport report;
     for (const Json& input : json.at("inputs"))
-        report.inputs.push_back({FromUtf8(input.at("path").get<std::string>()),
+        report.inputs.push_back({FromUtf8(StringOf(input.at("path"))),
                                  input.at("format").get<std::string>(), input.at("points")});
     report.read = json.at("read");
     report.written = json.at("written");
@@ -21,7 +21,7 @@ ImportReport ReportOf(const Json& json) {
     report.stations = json.at("stations");
     report.checksum = json.at("checksum");
     report.origin = json.at("origin").get<std::array<double, 3>>();
-    report.warnings = json.at("warnings").get<std::vector<std::string>>();
+    for (const Json& warning : json.at("warnings")) report.warnings.push_back(StringOf(warning));
     return report;
 }
 
@@ -33,9 +33,12 @@ Expected<ImportReport> ReadReport(const TaskNotes& notes) {
 
 Expected<void> WriteReport(const TaskNotes& notes, const ImportReport& report) {
     Json inputs = Json::array();
+    Json warnings = Json::array();
+    for (const std::string& warning : report.warnings) warnings.push_back(TextJson(warning));
     for (const ImportedFile& input : report.inputs)
-        inputs.push_back(
-            {{"path", ToUtf8(input.path)}, {"format", input.format}, {"points", input.points}});
+        inputs.push_back({{"path", TextJson(ToUtf8(input.path))},
+                          {"format", input.format},
+                          {"points", input.points}});
     return notes.Write(FileNameOf({TaskKind::Finish}), {{"inputs", inputs},
                                                         {"read", report.read},
                                                         {"written", report.written},
@@ -44,7 +47,7 @@ Expected<void> WriteReport(const TaskNotes& notes, const ImportReport& report) {
                                                         {"stations", report.stations},
                                                         {"checksum", report.checksum},
                                                         {"origin", report.origin},
-                                                        {"warnings", report.warnings}});
+                                                        {"warnings", warnings}});
 }
 
 }  // namespace orvix::importer

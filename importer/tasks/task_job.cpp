@@ -23,12 +23,14 @@ constexpr int kVersion = 1;
 constexpr std::uint64_t kEndBytes = 65'536;
 
 Json JsonOf(const ImportOptions& options) {
+    Json stations = Json::array();
+    for (const std::string& name : options.stationNames) stations.push_back(TextJson(name));
     return {{"unit", static_cast<int>(options.unit)},
             {"up", static_cast<int>(options.up)},
             {"drop_zeros", options.dropZeros},
             {"dedupe", options.dedupe},
             {"overwrite", options.overwrite},
-            {"stations", options.stationNames},
+            {"stations", stations},
             {"skeleton", static_cast<int>(options.skeleton)}};
 }
 
@@ -47,7 +49,8 @@ ImportOptions OptionsOf(const Json& json) {
     options.dropZeros = json.at("drop_zeros");
     options.dedupe = json.at("dedupe");
     options.overwrite = json.at("overwrite");
-    options.stationNames = json.at("stations").get<std::vector<std::string>>();
+    options.stationNames = {};
+    for (const Json& name : json.at("stations")) options.stationNames.push_back(StringOf(name));
     options.skeleton = ChoiceOf(json.at("skeleton"), SkeletonSize::OneMetre);
     return options;
 }
@@ -133,9 +136,9 @@ Expected<TaskJob> ReadJob(const TaskNotes& notes) {
     return ReadNote(notes, kJob, [](const Json& json) {
         if (json.at("version") != kVersion) throw Json::out_of_range::create(401, "version", &json);
         TaskJob job;
-        job.project = FromUtf8(json.at("project").get<std::string>());
+        job.project = FromUtf8(StringOf(json.at("project")));
         for (const Json& input : json.at("inputs"))
-            job.inputs.push_back({FromUtf8(input.at("path").get<std::string>()), input.at("bytes"),
+            job.inputs.push_back({FromUtf8(StringOf(input.at("path"))), input.at("bytes"),
                                   input.at("written"), input.at("head"), input.at("tail")});
         job.options = OptionsOf(json.at("options"));
         job.sortPoints = json.at("sort_points");
@@ -148,13 +151,13 @@ Expected<TaskJob> ReadJob(const TaskNotes& notes) {
 Expected<void> WriteJob(const TaskNotes& notes, const TaskJob& job) {
     Json inputs = Json::array();
     for (const InputStamp& input : job.inputs)
-        inputs.push_back({{"path", ToUtf8(input.path)},
+        inputs.push_back({{"path", TextJson(ToUtf8(input.path))},
                           {"bytes", input.bytes},
                           {"written", input.written},
                           {"head", input.head},
                           {"tail", input.tail}});
     return notes.Write(kJob, {{"version", kVersion},
-                              {"project", ToUtf8(job.project)},
+                              {"project", TextJson(ToUtf8(job.project))},
                               {"inputs", inputs},
                               {"options", JsonOf(job.options)},
                               {"sort_points", job.sortPoints}});

@@ -24,6 +24,20 @@ std::string SumLine(std::string_view text) {
     return fmt::format("\ncrc32c {:08x}\n", platform::Crc32c(bytes));
 }
 
+constexpr std::size_t kChanceDigits = 16;
+
+// NAME.0123456789abcdef, or that with an ending of a part's file.
+bool IsUnfinished(const CString& name) {
+    const std::size_t dot = name.find(L'.');
+    for (std::size_t at = dot; at != CString::npos; at = name.find(L'.', at + 1)) {
+        const CString digits = name.substr(at + 1, name.find(L'.', at + 1) - at - 1);
+        if (digits.size() == kChanceDigits &&
+            digits.find_first_not_of(L"0123456789abcdef") == CString::npos)
+            return true;
+    }
+    return false;
+}
+
 Expected<std::string> ReadText(const CString& path) {
     std::error_code error;
     const platform::File file = platform::File::OpenRead(path, error);
@@ -38,6 +52,22 @@ Expected<std::string> ReadText(const CString& path) {
 }
 
 }  // namespace
+
+Json TextJson(const std::string& text) {
+    Json json = text;
+    try {
+        static_cast<void>(json.dump());
+        return json;
+    } catch (const Json::exception&) {
+        return std::vector<std::uint8_t>(text.begin(), text.end());
+    }
+}
+
+std::string StringOf(const Json& json) {
+    if (json.is_string()) return json.get<std::string>();
+    const auto bytes = json.get<std::vector<std::uint8_t>>();
+    return {bytes.begin(), bytes.end()};
+}
 
 tl::unexpected<Error> FailDamagedNote(const CString& path) {
     return Fail(ErrorCode::Damaged,
@@ -78,7 +108,18 @@ Expected<void> TaskNotes::Write(const std::string& note, const Json& content) co
     text += SumLine(text);
     const CString path = NewPath(note);
     auto done = WriteNewFile(path, text.data(), text.size());
-    return done ? Publish(path, PathOf(note + ".json")) : done;
+    if (done) done = Publish(path, PathOf(note + ".json"));
+    std::error_code ignored;
+    if (!done) platform::RemoveFile(path, ignored);
+    return done;
+}
+
+// What killed tasks were writing: their names have more digits than any other.
+void TaskNotes::RemoveUnfinished() const {
+    std::error_code ignored;
+    for (const CString& name : platform::ListFolder(folder_, ignored)) {
+        if (IsUnfinished(name)) platform::RemoveFile(platform::JoinPath(folder_, name), ignored);
+    }
 }
 
 void TaskNotes::Remove(const std::string& note) const {

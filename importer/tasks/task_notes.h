@@ -30,6 +30,8 @@ public:
     [[nodiscard]] Expected<Json> Read(const std::string& note) const;
     Expected<void> Write(const std::string& note, const Json& content) const;
     void Remove(const std::string& note) const;
+    /// Removes what killed tasks were writing. Precondition no task is running.
+    void RemoveUnfinished() const;
 
     /// A name in the folder that no other process uses; `Publish` gives its file the final name.
     [[nodiscard]] CString NewPath(const std::string& file) const;
@@ -38,6 +40,10 @@ public:
 private:
     CString folder_;
 };
+
+/// A text in a note; bytes that are no UTF-8, as a path may hold, are a list of numbers.
+Json TextJson(const std::string& text);
+std::string StringOf(const Json& json);
 
 /// The failure for a note whose content is not what it should be.
 tl::unexpected<Error> FailDamagedNote(const CString& path);

@@ -172,16 +172,20 @@ Expected<void> WriteRun(const TaskNotes& notes, const TaskName& task,
     const CString keys = notes.NewPath(KeysName(task));
     WrittenSums sums;
     std::vector<std::uint8_t> keyBytes;
-    {
+    auto done = [&]() -> Expected<void> {
         auto run = MergeToFile(runs, frame, blockPoints, points, sums, pool);
         if (!run) return ErrorOf(run);
         keyBytes = BytesOf(run->samples);
         if (auto closed = run->file->Close(); !closed) return closed;
-    }
-    Expected<void> done = WriteKeys(keys, keyBytes);
+        return WriteKeys(keys, keyBytes);
+    }();
     if (done) done = TaskNotes::Publish(points, notes.PathOf(PointsName(task)));
     if (done) done = TaskNotes::Publish(keys, notes.PathOf(KeysName(task)));
-    return done ? notes.Write(FileNameOf(task), NoteOf(facts, sums.All(), keyBytes)) : done;
+    if (done) return notes.Write(FileNameOf(task), NoteOf(facts, sums.All(), keyBytes));
+    std::error_code ignored;
+    platform::RemoveFile(points, ignored);
+    platform::RemoveFile(keys, ignored);
+    return done;
 }
 
 Expected<RunFacts> ReadRunFacts(const TaskNotes& notes, const TaskName& task) {

@@ -9,6 +9,7 @@
 
 #include "importer/files/whole_file.h"
 #include "orvix/project/covered_files.h"
+#include "orvix/project/project_paths.h"
 #include "orvix/project/settings_update.h"
 
 namespace orvix::importer {
@@ -103,20 +104,21 @@ Expected<ProjectPublisher> ProjectPublisher::Begin(const CString& target, Existi
 void ProjectPublisher::TakeOver() {
     const orvix::detail::ImportMarks& marks = names_.marks;
     const std::string text = ReadImportText(marks.note);
-    if (text.empty() || !platform::IsFolder(marks.tasks) || !MadeWhole(names_, text)) return;
+    const CString tasks = marks.TasksOf(text);
+    if (text.empty() || !platform::IsFolder(tasks) || !MadeWhole(names_, text)) return;
     using orvix::detail::MarkerState;
     const bool working = IsTaken(marks.workingProject);
     const MarkerState marker =
         orvix::detail::MarkerStateOf(working ? marks.workingFiles : names_.files, text);
     // The working file's name changes to the project's in one step; the marker goes after that.
     const bool published = !working && platform::PathExists(names_.project) &&
-                           IsTaken(platform::JoinPath(marks.tasks, kReportName));
+                           IsTaken(platform::JoinPath(tasks, kReportName));
     const bool own = marker == MarkerState::Own || (published && marker == MarkerState::None);
-    const bool begun = IsTaken(platform::JoinPath(marks.tasks, kJobName));
+    const bool begun = IsTaken(platform::JoinPath(tasks, kJobName));
     if (!own || !(working ? begun : published)) return;
     text_ = text;
     laidOut_ = continues_ = true;
-    working_.Create(working ? marks.workingProject : names_.project);
+    orvix::detail::BuildPaths(working_, working ? marks.workingProject : names_.project);
     if (!working) stage_ = ImportStage::Published;
 }
 
@@ -165,8 +167,11 @@ Expected<void> ProjectPublisher::LayOut() {
 }
 
 Expected<CString> ProjectPublisher::TasksFolder() {
-    if (auto made = MakeFolder(names_.marks.tasks); !made) return ErrorOf(made);
-    return names_.marks.tasks;
+    const CString folder = names_.marks.TasksOf(text_);
+    Expected<void> made = MakeFolder(names_.marks.tasks);
+    if (made) made = MakeFolder(folder);
+    if (!made) return ErrorOf(made);
+    return folder;
 }
 
 // The files were brought to the device when they were written.

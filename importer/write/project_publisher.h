@@ -61,6 +61,8 @@ public:
     [[nodiscard]] bool IsPublished() const { return stage_ == ImportStage::Published; }
     /// The folder for what a continued import need not do again, beside the others; removed by Clear.
     Expected<CString> TasksFolder();
+    /// Of the note and the marker: what makes this import another than any before.
+    [[nodiscard]] const std::string& Text() const { return text_; }
 
     /// Brings what is in the folders to the device and makes the project appear.
     Expected<void> Publish();

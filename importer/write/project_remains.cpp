@@ -45,7 +45,14 @@ bool RemovedFolder(const CString& path) {
 
 // While there is a report, a continued import knows that the project is its own.
 bool RemovedTasks(const CString& path) {
-    return RemovedFolderBut(path, platform::JoinPath(path, kReportName));
+    if (!platform::IsFolder(path) || platform::IsLink(path)) return RemovedFile(path);
+    std::error_code error;
+    for (const CString& name : platform::ListFolder(path, error)) {
+        const CString folder = platform::JoinPath(path, name);
+        if (!RemovedFolderBut(folder, platform::JoinPath(folder, kReportName))) return false;
+    }
+    platform::RemoveFolder(path, error);
+    return !IsTaken(path);
 }
 
 // Puts the former folder where the new one is, and the new one under the working name.

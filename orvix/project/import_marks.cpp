@@ -43,6 +43,15 @@ ImportMarks::ImportMarks(const CString& project) {
     lock = working + L".lock";
 }
 
+CString ImportMarks::TasksOf(const std::string& text) const {
+    constexpr std::string_view kNumber = "number ";
+    constexpr std::size_t kDigits = 16;
+    const std::size_t at = text.find(kNumber);
+    const std::string number =
+        at == std::string::npos ? std::string() : text.substr(at + kNumber.size(), kDigits);
+    return platform::JoinPath(tasks, platform::FromUtf8(number));
+}
+
 CString ImportMarks::MarkerIn(const CString& folder) {
     return platform::JoinPath(folder, L"importing");
 }

@@ -24,6 +24,9 @@ struct ImportMarks {
     CString tasks;           ///< scan.importing_Tasks: what a continued import need not do again
     CString lock;            ///< scan.importing.lock
 
+    /// The folder in `tasks` of the import with this text: what another left is never taken for its own.
+    [[nodiscard]] CString TasksOf(const std::string& text) const;
+
     /// The marker's path in a project-files folder.
     static CString MarkerIn(const CString& folder);
 };

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "importer/tasks/task_name.h"
+#include "importer/write/project_publisher.h"
 #include "orvix/platform/path.h"
 #include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
@@ -110,7 +111,7 @@ TEST_F(ImportTasksTest, RefuseNotesThatAreNotTheirOwn) {
     auto tasks = Begin();
     ASSERT_TRUE(tasks);
     ASSERT_TRUE(tasks->Run("survey/0"));
-    FlipBit(platform::JoinPath(folder_ / L"p.importing_Tasks", L"survey_0.json"), 9);
+    FlipBit(platform::JoinPath(tasks->Folder(), L"survey_0.json"), 9);
     ASSERT_TRUE(tasks->Run("survey/1"));
     auto again = ImportTasks::Open(Project(), 1u << 28, 1);
     ASSERT_TRUE(again);
@@ -134,6 +135,83 @@ TEST_F(ImportTasksTest, RefuseNamesThatTheyDoNotHaveAndAreGivenUp) {
     for (const char* name :
          {"survey/0", "sort/17", "join/1/3", "plan", "merge/3", "finish", "publish"})
         EXPECT_EQ(TextOf(*TaskOf(name)), name);
+}
+
+// Runs what can run until nothing but the last task is left.
+void RunAllButPublish(ImportTasks& tasks) {
+    for (auto ready = tasks.Ready(); ready->front() != "publish"; ready = tasks.Ready()) {
+        for (const std::string& task : *ready) ASSERT_TRUE(tasks.Run(task));
+    }
+}
+
+// BEHAVIOUR I30
+TEST_F(ImportTasksTest, OfAnImportThatWasGivenUpChangeNothingOfTheNext) {
+    auto old = Begin();
+    ASSERT_TRUE(old);
+    RunAllButPublish(*old);
+    auto late = ImportTasks::Open(Project(), 1u << 28, 1);
+    ASSERT_TRUE(late);
+    ASSERT_TRUE(ImportTasks::Clear(Project()));
+    auto next = ImportTasks::Begin({folder_ / L"b.xyz"}, Project(), {});
+    ASSERT_TRUE(next);
+    for (const char* task : {"survey/0", "sort/0", "plan", "merge/0", "finish"})
+        EXPECT_FALSE(late->Run(task)) << task;
+    EXPECT_TRUE(next->Done()->empty());
+    RunAllButPublish(*next);
+    EXPECT_FALSE(late->Run("merge/0"));
+    const auto report = next->Run("publish");
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ((*report)->written, 300u);
+    EXPECT_FALSE(late->Run("finish"));
+    EXPECT_THAT(folder_.Names(), ElementsAre(L"a.xyz", L"b.xyz", L"p.prj", L"p_Project_Files"));
+}
+
+// As a process leaves it that is killed between the renames and the clearing up.
+class PublishedByHalf : public ImportTasksTest {
+protected:
+    PublishedByHalf() {
+        auto tasks = Begin();
+        RunAllButPublish(*tasks);
+        auto publisher = ProjectPublisher::Begin(Project(), ProjectPublisher::Existing::Keep,
+                                                 ProjectPublisher::Ended::Continue);
+        EXPECT_TRUE(publisher->Publish());
+        publisher->Leave();
+        whole_ = ReadProject(Project());
+        whole_.erase("importing");
+    }
+    ProjectBytes whole_;
+};
+
+// BEHAVIOUR I27
+TEST_F(PublishedByHalf, IsThereWhoeverLooksAndIsPublishedOnce) {
+    auto tasks = ImportTasks::Open(Project(), 1u << 28, 1);
+    ASSERT_TRUE(tasks);
+    EXPECT_THAT(*tasks->Ready(), ElementsAre("publish"));
+    EXPECT_FALSE(platform::PathExists(folder_ / L"p.importing.prj"));
+    const auto report = tasks->Run("publish");
+    ASSERT_TRUE(report) << report.error().message;
+    EXPECT_EQ((*report)->written, 700u);
+    EXPECT_TRUE(ReadProject(Project()) == whole_);
+    EXPECT_THAT(folder_.Names(), ElementsAre(L"a.xyz", L"b.xyz", L"p.prj", L"p_Project_Files"));
+}
+
+// BEHAVIOUR I27
+TEST_F(PublishedByHalf, IsTheAnswerToTheSameImportAlone) {
+    ImportOptions options;
+    options.resume = true;
+    const auto same = Import(Inputs(), Project(), options);
+    ASSERT_TRUE(same) << same.error().message;
+    EXPECT_EQ(same->written, 700u);
+    EXPECT_TRUE(ReadProject(Project()) == whole_);
+}
+
+TEST_F(PublishedByHalf, IsReplacedByAnotherImport) {
+    ImportOptions options;
+    options.resume = options.overwrite = true;
+    const auto other = Import({folder_ / L"b.xyz"}, Project(), options);
+    ASSERT_TRUE(other) << other.error().message;
+    EXPECT_EQ(other->written, 300u);
+    EXPECT_THAT(folder_.Names(), ElementsAre(L"a.xyz", L"b.xyz", L"p.prj", L"p_Project_Files"));
 }
 
 }  // namespace
