@@ -108,7 +108,8 @@ Expected<ImportReport> ImportRun::Run() {
 tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
     grid_.reset();
     cloud_.runs.clear();
-    if (publisher_ && keepsTasks_ && (failure.code != ErrorCode::BadInput || continued_)) {
+    if (publisher_ && keepsTasks_ && !publisher_->IsPublished() &&
+        (failure.code != ErrorCode::BadInput || continued_)) {
         publisher_->Leave();
         if (failure.code != ErrorCode::BadInput)
             failure.message += "; what is done stays: go on with --resume";

@@ -172,6 +172,8 @@ Expected<ImportReport> PublishTasks(const TaskJob& job, bool overwrite) {
     auto report = ReadReport(notes);
     Expected<void> done = report ? Expected<void>() : ErrorOf(report);
     if (done && !publisher->IsPublished()) done = publisher->Publish();
+    if (!done && publisher->IsPublished())
+        done.error().message += RemainsSentence(publisher->Clear());
     if (!done) {
         publisher->Leave();
         return ErrorOf(done);

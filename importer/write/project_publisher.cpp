@@ -245,6 +245,7 @@ void ProjectPublisher::ReleaseLocks(std::vector<CString>& left) {
 
 void ProjectPublisher::Leave() {
     if (!lock_) return;
+    if (stage_ == ImportStage::Unknown) MadeWhole(names_, text_);
     std::vector<CString> locks;
     ReleaseLocks(locks);
 }

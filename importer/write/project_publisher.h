@@ -71,7 +71,7 @@ public:
     /// project's folder is among them where the device did not confirm the new one.
     /// Precondition the files are closed.
     std::vector<CString> Clear();
-    /// Ends the work for now: all that was made stays, for `Ended::Continue`.
+    /// Ends the work for now: all that was made stays, under its working names, for `Ended::Continue`.
     /// Precondition the files are closed.
     void Leave();
 
