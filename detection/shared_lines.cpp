@@ -141,6 +141,15 @@ std::vector<RimLine> LinesOf(const std::vector<FoundPlane>& planes, std::size_t 
     return lines;
 }
 
+// Rims of a strip that lie near lines on both of its sides, or along a line that it meets at a small
+// angle, would close upon each other: what is left would say nothing about the surface.
+bool KeepsItsArea(const PlaneOutline& before, const PlaneOutline& moved) {
+    constexpr double kMostLost = 0.5;
+    constexpr double kMostGained = 1.0;
+    return moved.area >= (1 - kMostLost) * before.area &&
+           moved.area <= (1 + kMostGained) * before.area;
+}
+
 }  // namespace
 
 // BEHAVIOUR A18
@@ -150,6 +159,7 @@ Expected<void> ShareLines(std::vector<FoundPlane>& planes, const parallel::Pool&
     auto done = pool.RunJobs(planes.size(), [&](std::size_t i, unsigned) -> Expected<void> {
         moved[i] = planes[i].outline;
         MoveToLines(moved[i], LinesOf(planes, i, neighbours[i]));
+        if (!KeepsItsArea(planes[i].outline, moved[i])) moved[i] = planes[i].outline;
         return {};
     });
     if (!done) return ErrorOf(done);

@@ -208,3 +208,10 @@ def test_a_triangulation_of_points_covers_their_hull():
     assert mesh.area() == pytest.approx(16.0) and (mesh.points == points).all()
     with pytest.raises(orvix.BadArgument):
         orvix.triangulate(points, (0, 0, 0, 1))
+
+
+def test_a_plane_keeps_the_area_that_it_was_found_for(imported):
+    """Rims that end on other planes' move by pixels; they do not close upon each other."""
+    with orvix.open(imported) as project:
+        planes = project.planes(min_area=2.0)
+        assert len(planes) > 200 and min(plane.area for plane in planes) >= 1.0
