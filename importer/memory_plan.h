@@ -15,7 +15,7 @@ struct MemoryPlan {
     /// stays in proportion.
     std::uint64_t shortPiecePoints = 16'384;
     std::uint64_t joinedPoints = 65'536;
-    std::uint32_t mergeRuns = 64;  ///< runs on disk merged at once
+    std::uint32_t mergeRuns = 64;              ///< runs on disk merged at once
     std::uint64_t leastTaskPoints = 4u << 20;  ///< a task of fewer would not be worth its files
 };
 
