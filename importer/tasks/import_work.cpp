@@ -281,7 +281,11 @@ Expected<std::uint64_t> ImportWork::PlaceOf(std::uint64_t part) const {
 
 Expected<void> ImportWork::RunMerge(std::uint64_t part) {
     if (auto prepared = Prepare(); !prepared) return prepared;
-    MergeRequest request{part, (*ranges_)[part], survey_->frame, {}, place_.options.skeleton};
+    MergeRequest request;
+    request.part = part;
+    request.range = (*ranges_)[part];
+    request.frame = survey_->frame;
+    request.skeleton = place_.options.skeleton;
     const auto place = PlaceOf(part);
     if (!place) return ErrorOf(place);
     request.range.first = *place;
