@@ -136,6 +136,11 @@ Expected<void> TaskNotes::Publish(const CString& from, const CString& to) {
     std::error_code error;
     platform::Rename(from, to, error);
     if (!error) return {};
+    // Some systems replace no file that is open: another process has the same result there already.
+    if (error == std::errc::permission_denied && platform::PathExists(to)) {
+        platform::RemoveFile(from, error);
+        return {};
+    }
     return FailSystem(error, fmt::format("cannot rename {} to {}", ToUtf8(from), ToUtf8(to)));
 }
 
