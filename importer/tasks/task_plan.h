@@ -40,7 +40,8 @@ struct RangeTask {
 /// Cuts the merged order of runs into ranges, of about a sixteenth of the points, `leastPoints` at
 /// least and 64 million at most; a 100 cm cell of more points is a range of its own.
 ///
-/// Cost  memory for about a million keys; a block of each run is read for each range.
+/// Cost  memory for about a million keys beside those that the runs hold, 16 bytes for 1,024 points; a
+///       block of each run is read for each range.
 Expected<std::vector<RangeTask>> PlanRanges(const std::vector<SortedRun>& runs,
                                             const GridFrame& frame, std::uint64_t leastPoints);
 
