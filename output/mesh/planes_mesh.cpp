@@ -5,11 +5,10 @@
 
 #include <cmath>
 
+#include "orvix/geometry/polygon_index.h"
 #include "orvix/geometry/rings.h"
 #include "orvix/geometry/vector.h"
-#include "orvix/surfaces/planar_triangulation.h"
-#include "orvix/surfaces/point_cloud_geometrics.h"
-#include "orvix/surfaces/surface_mesh.h"
+#include "orvix/surfaces/ring_triangles.h"
 
 namespace orvix::output {
 
@@ -35,24 +34,12 @@ PlaneOutline InParts(const PlaneOutline& outline) {
 }
 
 // Triangles of an outline's corners, by their place in its order, with every ring's sides as edges.
-std::vector<int> FacesOf(const PlaneOutline& outline) {
-    PlanarTriangulation triangulation;
-    std::vector<Vector> corners;
-    const PlaneFrame level(0, 0, 1, 0);
-    detail::ForEachRing(outline, [&](const PlaneRing& ring) {
-        std::vector<PlanarTriangulation::Vertex_handle> vertices;
-        for (const auto& p : ring.points) {
-            vertices.push_back(triangulation.insert({p.x, p.y}));
-            if (vertices.back()->index < 0)
-                vertices.back()->index = static_cast<std::int32_t>(corners.size());
-            corners.push_back(level.To3D(p));
-        }
-        for (std::size_t i = 0; i < vertices.size(); ++i)
-            triangulation.insert_constraint(vertices[i], vertices[(i + 1) % vertices.size()]);
-    });
-    std::vector<int> faces;
-    PointCloudGeometrics::ExtractSurfaceFaces(triangulation, faces);
-    return FacesInsideOutline(corners, faces, level, outline);
+std::vector<std::array<std::uint32_t, 3>> FacesOf(const PlaneOutline& outline) {
+    std::vector<std::vector<SimplePoint2DT<double>>> rings;
+    detail::ForEachRing(outline, [&](const PlaneRing& ring) { rings.push_back(ring.points); });
+    const detail::PolygonIndex index(outline);
+    const auto inside = [&](const SimplePoint2DT<double>& p) { return index.Contains(p); };
+    return detail::TrianglesOf(rings, inside).triangles;
 }
 
 void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
@@ -64,17 +51,14 @@ void AddFaces(const FoundPlane& plane, const detail::LocalToWorld& frame,
             corners.push_back(frame.ToWorld(detection::CornerOf(plane, p)));
     });
     std::vector<std::uint32_t> place(corners.size(), kUnused);
-    const std::vector<int> faces = FacesOf(InParts(plane.outline));
     const bool turned = reports::IsTurned(plane);
-    for (std::size_t at = 0; at + 3 < faces.size(); at += 4) {
-        std::array<std::uint32_t, 3> triangle{};
-        for (std::size_t k = 0; k < 3; ++k) {
-            const auto i = static_cast<std::size_t>(faces[at + 1 + k]);
-            if (place[i] == kUnused) {
-                place[i] = static_cast<std::uint32_t>(mesh.points.size());
-                mesh.points.push_back(corners[i]);
+    for (std::array<std::uint32_t, 3> triangle : FacesOf(InParts(plane.outline))) {
+        for (std::uint32_t& corner : triangle) {
+            if (place[corner] == kUnused) {
+                place[corner] = static_cast<std::uint32_t>(mesh.points.size());
+                mesh.points.push_back(corners[corner]);
             }
-            triangle[k] = place[i];
+            corner = place[corner];
         }
         if (turned) std::swap(triangle[1], triangle[2]);
         mesh.triangles.push_back(triangle);
