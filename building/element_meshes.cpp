@@ -9,6 +9,7 @@
 #include <map>
 #include <utility>
 
+#include "building/building_words.h"
 #include "building/room_shell.h"
 #include "building/wall_frame.h"
 #include "orvix/geometry/polygon_index.h"
@@ -233,7 +234,6 @@ bool IsClosed(const TriangleMesh& mesh) {
 }  // namespace
 
 std::string NameOf(const Building& building, ElementKind kind, std::size_t place) {
-    static constexpr const char* kOpenings[] = {"door", "window", "hole"};
     switch (kind) {
         case ElementKind::Wall:
             return fmt::format("wall {}", place + 1);
@@ -242,9 +242,7 @@ std::string NameOf(const Building& building, ElementKind kind, std::size_t place
         case ElementKind::Slope:
             return fmt::format("slope {}", place + 1);
         case ElementKind::Opening:
-            return fmt::format("{} {}",
-                               kOpenings[static_cast<std::size_t>(building.openings[place].kind)],
-                               place + 1);
+            return fmt::format("{} {}", WordOf(building.openings[place].kind), place + 1);
         case ElementKind::Room:
             break;
     }
