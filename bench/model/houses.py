@@ -26,7 +26,7 @@ def project_of(options, truth, folder):
         return options.projects / f"{truth.name}.prj"
     scan, project = folder / "scan.ptx", folder / "scan.prj"
     unpack(truth / "scan.ptx.xz", scan)
-    subprocess.run([options.build / "bin/orvix", "import", scan, project, "--overwrite"], check=True,
+    subprocess.run([options.build / "bin/orvix", "import", scan, project], check=True,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     scan.unlink()
     return project
@@ -53,7 +53,7 @@ def main():
         model = options.out / f"{truth.name}.json"
         with tempfile.TemporaryDirectory(prefix="orvix-houses-") as folder:
             project = project_of(options, truth, pathlib.Path(folder))
-            seconds, peak = command(options.build / "bin/orvix", "model", project, model, "--overwrite",
+            seconds, peak = command(options.build / "bin/orvix", "model", project, model,
                                     *options.model)
         judged = score.judge(json.loads(model.read_text()),
                              json.loads((truth / "truth.json").read_text()))

@@ -51,7 +51,7 @@ def street_of(options, copies, folder):
     if not scan.exists():
         unpack(options.truths / options.house / "scan.ptx.xz", scan)
     write_street(scan, copies, street)
-    subprocess.run([options.build / "bin/orvix", "import", street, project, "--overwrite"], check=True,
+    subprocess.run([options.build / "bin/orvix", "import", street, project], check=True,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     street.unlink()
     return project
@@ -65,7 +65,7 @@ def measure(options, name, project):
     with tempfile.TemporaryDirectory(prefix="orvix-model-") as folder:
         for threads in THREADS:
             files = [pathlib.Path(folder) / f"house.{ending}" for ending in ("json", "ifc")]
-            seconds, peak = command(orvix, "model", project, *files, "--overwrite", "--threads",
+            seconds, peak = command(orvix, "model", project, *files, "--threads",
                                     str(threads), *options.model)
             row[f"seconds{threads}"], row[f"peak{threads}"] = seconds, peak
             sums.add(hashlib.sha256(b"".join(file.read_bytes() for file in files)).hexdigest())

@@ -9,6 +9,7 @@
 #include "detection/saved/plane_records.h"
 #include "detection/saved/skeleton_blocks.h"
 #include "orvix/points/stream_hash.h"
+#include "orvix/project/saved/sampled_blocks.h"
 
 namespace orvix::detection {
 namespace {
@@ -16,7 +17,6 @@ namespace {
 using detail::CloudPart;
 
 constexpr std::uint64_t kBlock = detail::PlanesFileStart::kBlockPoints;
-constexpr std::uint64_t kSamples = 16;
 
 }  // namespace
 
@@ -75,13 +75,8 @@ Expected<void> StoredPlanes::RequireCloud(const CProjectCore& core) const {
     if (Points() == 0) return {};
     const auto reader = core.CreateAlivePointReader();
     if (!reader) return PointsNotMapped();
-    const std::uint64_t samples = std::min<std::uint64_t>(Chunks(), kSamples);
-    for (std::uint64_t i = 0; i < samples; ++i) {
-        const std::uint64_t last = Chunks() - 1;
-        const std::uint64_t block = samples == 1 ? 0 : last / (samples - 1) * i;
-        if (auto same = ReadChunk(*reader, i + 1 == samples ? last : block, [](const auto&) {});
-            !same)
-            return same;
+    for (const std::uint64_t block : detail::SampledBlocks(Points())) {
+        if (auto same = ReadChunk(*reader, block, [](const auto&) {}); !same) return same;
     }
     return {};
 }

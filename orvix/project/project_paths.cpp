@@ -163,4 +163,16 @@ CString PlanesLockPath(const ProjectManager& paths) {
     return platform::JoinPath(paths.projectFilesFolder, L"planes.lock");
 }
 
+CString SavedModelPath(const ProjectManager& paths) {
+    return platform::JoinPath(paths.projectFilesFolder, L"model");
+}
+
+CString UnfinishedModelPath(const ProjectManager& paths) {
+    return platform::JoinPath(paths.projectFilesFolder, L"model.orvix-part");
+}
+
+CString ModelLockPath(const ProjectManager& paths) {
+    return platform::JoinPath(paths.projectFilesFolder, L"model.lock");
+}
+
 }  // namespace orvix::detail

@@ -33,4 +33,9 @@ CString SavedPlanesPath(const ProjectManager& paths);
 CString UnfinishedPlanesPath(const ProjectManager& paths);
 CString PlanesLockPath(const ProjectManager& paths);
 
+/// The same of the model of its building.
+CString SavedModelPath(const ProjectManager& paths);
+CString UnfinishedModelPath(const ProjectManager& paths);
+CString ModelLockPath(const ProjectManager& paths);
+
 }  // namespace orvix::detail

@@ -11,8 +11,8 @@ import pathlib
 import re
 import sys
 
-CODE = ["cli", "detection", "edits", "importer", "localization", "orvix", "output", "parallel",
-        "reports", "view"]
+CODE = ["building", "cli", "detection", "edits", "importer", "localization", "orvix", "output",
+        "parallel", "reports", "view"]
 ENDINGS = {".h", ".cpp", ".md", ".py", ".sh"}
 RULE = re.compile(r"^\*\*([A-Z]\d+)( \(no test\))?\. ", re.MULTILINE)
 CITATION = re.compile(r"\bBEHAVIOUR ([A-Z]\d+(?:, [A-Z]\d+)*)")

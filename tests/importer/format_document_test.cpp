@@ -9,6 +9,7 @@
 #include "support/scratch_folder.h"
 #include "tests/importer/import_oracle.h"
 #include "tests/importer/memory_scan.h"
+#include "tests/support/shown_bytes.h"
 
 namespace orvix::importer::test {
 namespace {
@@ -38,14 +39,6 @@ ScanPoint PointOfRow(const std::string& row) {
     return point;
 }
 
-void AddHexLine(const std::string& line, Bytes& bytes) {
-    std::istringstream words(line.substr(0, line.find('|')));
-    std::string word;
-    words >> word;
-    EXPECT_EQ(std::stoul(word, nullptr, 16), bytes.size()) << line;
-    while (words >> word) bytes.push_back(static_cast<std::uint8_t>(std::stoul(word, nullptr, 16)));
-}
-
 Document ReadDocument() {
     std::ifstream file(ORVIX_FORMAT_DOCUMENT);
     Document document;
@@ -54,12 +47,12 @@ Document ReadDocument() {
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with("```hex ")) {
             const std::string name = line.substr(7);
-            if (name == "planes") continue;  // no file of an import
+            if (name == "planes" || name == "model") continue;  // no file of an import
             block = &document.files[name == "scan.prj" ? "" : name];
         } else if (line.starts_with("```")) {
             block = nullptr;
         } else if (block != nullptr) {
-            AddHexLine(line, *block);
+            orvix::test::AddHexLine(line, *block);
         } else if (line.starts_with("| x | y | z | intensity")) {
             inTable = true;
         } else if (inTable && !line.starts_with("|--")) {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "orvix/platform/path.h"
-#include "orvix/points/stream_hash.h"
 #include "orvix/project/check/check_records.h"
+#include "orvix/project/check/places_in_records.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/saved/saved_planes.h"
 
@@ -40,7 +40,7 @@ public:
         for (std::uint64_t block = 0; block < saved_.Blocks(part); ++block) {
             const std::uint32_t count = PointsOfBlock(records.Count(), block);
             if (!log_.Advance(count * sizeof(Record))) return;
-            if (PlacesHashIn(records, block, count) != saved_.PlacesHashOf(part, block))
+            if (PlacesHashIn(records, block, places_) != saved_.PlacesHashOf(part, block))
                 log_.Add(path_, "is of other points than {} holds, of which point {} is the first",
                          platform::ToUtf8(cloud), block * PlanesFileStart::kBlockPoints);
             Count(part, block);
@@ -63,17 +63,6 @@ public:
     }
 
 private:
-    template <class Record>
-    std::uint64_t PlacesHashIn(const RecordFile<Record>& records, std::uint64_t block,
-                               std::uint32_t count) {
-        places_.clear();
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const Record record = records[block * PlanesFileStart::kBlockPoints + i];
-            places_.push_back({record.x, record.y, record.z});
-        }
-        return PlacesHash(places_);
-    }
-
     void Count(CloudPart part, std::uint64_t block) {
         if (auto done = saved_.ReadBlock(part, block, runs_); !done)
             return log_.Add(path_, "{}", done.error().message);

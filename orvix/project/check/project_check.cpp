@@ -12,6 +12,7 @@
 
 #include "orvix/platform/file.h"
 #include "orvix/project/check/check_cell_list.h"
+#include "orvix/project/check/check_saved_model.h"
 #include "orvix/project/check/check_saved_planes.h"
 #include "orvix/project/check/check_skeleton.h"
 #include "orvix/project/check/check_sums.h"
@@ -123,6 +124,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
     if (!log.Cancelled()) CheckSkeleton(log, paths, grid, head);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
     if (!log.Cancelled()) CheckSavedPlanes(log, paths);
+    if (!log.Cancelled()) CheckSavedModel(log, paths);
 }
 
 }  // namespace

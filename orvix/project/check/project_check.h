@@ -72,6 +72,7 @@ struct CheckOptions {
 /// - the histograms' bins ascend and their counts sum up to the points;
 /// - saved planes, where there are any, are whole, are of these points, and their numbers of points
 ///   are those of the planes of all points;
+/// - a saved model, where there is one, has its checksum and is of these points;
 /// - the small files (settings, head, transform, histograms, stations) have the sizes and sums that
 ///   the manifest, where there is one, holds of them; with SumDepth::All every file.
 ///

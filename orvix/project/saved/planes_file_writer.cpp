@@ -3,33 +3,27 @@
 
 #include <cassert>
 #include <cstddef>
-#include <string>
 #include <utility>
 
 #include "orvix/points/byte_codec.h"
 #include "orvix/project/project_paths.h"
+#include "orvix/project/saved/saved_lock.h"
 
 namespace orvix::detail {
 namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
 
-tl::unexpected<Error> Busy(const std::string& name) {
-    return Fail(ErrorCode::Failure,
-                name + " is being written by another program; wait until it has ended");
-}
-
 }  // namespace
 
 Expected<std::unique_ptr<PlanesFileWriter>> PlanesFileWriter::Create(const ProjectManager& paths) {
-    std::error_code error;
-    auto lock = platform::PathLock::TryAcquire(PlanesLockPath(paths), error);
-    const std::string name = platform::ToUtf8(SavedPlanesPath(paths));
-    if (error) return FailSystem(error, name + " cannot be written; check the permissions");
-    if (!lock) return Busy(name);
-    std::unique_ptr<PlanesFileWriter> writer(new PlanesFileWriter(paths, std::move(lock)));
-    if (writer->error_ == std::errc::device_or_resource_busy) return Busy(name);
-    if (writer->error_) return FailSystem(writer->error_, name + " cannot be written");
+    const CString path = SavedPlanesPath(paths);
+    auto lock = LockSaved(PlanesLockPath(paths), path);
+    if (!lock) return ErrorOf(lock);
+    std::unique_ptr<PlanesFileWriter> writer(new PlanesFileWriter(paths, std::move(*lock)));
+    if (writer->error_ == std::errc::device_or_resource_busy) return SavedByAnother(path);
+    if (writer->error_)
+        return FailSystem(writer->error_, platform::ToUtf8(path) + " cannot be written");
     return writer;
 }
 

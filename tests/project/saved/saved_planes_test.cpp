@@ -4,12 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <limits>
-#include <sstream>
 
 #include "orvix/platform/path.h"
 #include "tests/project/saved/saved_example.h"
+#include "tests/support/shown_bytes.h"
 
 namespace orvix::detail {
 namespace {
@@ -82,20 +81,7 @@ TEST_F(SavedPlanesTest, HoldAllThatWasSaved) {
 }
 
 TEST_F(SavedPlanesTest, AreTheBytesThatTheFormatDocumentShows) {
-    std::ifstream file(ORVIX_FORMAT_DOCUMENT);
-    FileBytes shown;
-    bool inside = false;
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with("```")) inside = line == "```hex planes";
-        if (!inside || line.starts_with("```")) continue;
-        std::istringstream words(line.substr(0, line.find('|')));
-        std::string word;
-        words >> word;
-        EXPECT_EQ(std::stoul(word, nullptr, 16), shown.size()) << line;
-        while (words >> word)
-            shown.push_back(static_cast<std::uint8_t>(std::stoul(word, nullptr, 16)));
-    }
-    EXPECT_EQ(shown, whole);
+    EXPECT_EQ(test::HexShown(ORVIX_FORMAT_DOCUMENT, "planes"), whole);
 }
 
 TEST_F(SavedPlanesTest, LeaveNothingBesideTheFile) {
