@@ -85,6 +85,70 @@ void Canvas::Disc(Pixel2 centre, double radius, Colour colour) {
     Line(centre, centre, 2 * radius, colour);
 }
 
+// Each row of samples is four lines, each of which covers stretches of it.
+void Canvas::FillRings(const std::vector<std::vector<Pixel2>>& rings, Colour colour) {
+    constexpr int kLines = 4;
+    double top = 1e300, bottom = -1e300;
+    for (const auto& ring : rings)
+        for (const Pixel2& p : ring) {
+            top = std::min(top, p.y * kSamples);
+            bottom = std::max(bottom, p.y * kSamples);
+        }
+    const int end = static_cast<int>(std::min(bottom + 1, height_ * 1.0 * kSamples));
+    std::vector<double> crossed, cover(static_cast<std::size_t>(width_) * kSamples);
+    for (int y = static_cast<int>(std::max(top, 0.0)); y < end; ++y) {
+        std::fill(cover.begin(), cover.end(), 0.0);
+        for (int line = 0; line < kLines; ++line) {
+            const double at = y + (line + 0.5) / kLines;
+            crossed.clear();
+            for (const auto& ring : rings)
+                for (std::size_t i = 0; i < ring.size(); ++i) {
+                    const Pixel2 &a = ring[i], &b = ring[(i + 1) % ring.size()];
+                    const double from = a.y * kSamples - at, to = b.y * kSamples - at;
+                    if ((from > 0) != (to > 0))
+                        crossed.push_back((a.x + (b.x - a.x) * (from / (from - to))) * kSamples);
+                }
+            std::sort(crossed.begin(), crossed.end());
+            for (std::size_t i = 0; i + 1 < crossed.size(); i += 2) {
+                const double low = std::max(crossed[i], 0.0);
+                const double high = std::min(crossed[i + 1], width_ * 1.0 * kSamples);
+                for (int x = static_cast<int>(low); x < high; ++x)
+                    cover[x] += Overlap(x, low, high) / kLines;
+            }
+        }
+        for (int x = 0; x < width_ * kSamples; ++x) Blend(x, y, colour, cover[x]);
+    }
+}
+
+const Letter& Canvas::LetterOf(char32_t letter, double size) {
+    auto drawn = letters_.find({letter, size});
+    if (drawn == letters_.end())
+        drawn =
+            letters_.emplace(std::pair(letter, size), DrawLetter(letter, size * kSamples)).first;
+    return drawn->second;
+}
+
+void Canvas::BlendUpward(const Letter& letter, int penX, int penY, Colour colour) {
+    for (int y = 0; y < letter.height; ++y)
+        for (int x = 0; x < letter.width; ++x) {
+            const std::uint8_t share =
+                letter.coverage[static_cast<std::size_t>(y) * letter.width + x];
+            Blend(penX + letter.top + y, penY - letter.left - x - 1, colour, share / 255.0);
+        }
+}
+
+void Canvas::TextUpward(Pixel2 at, std::string_view text, double size, Colour colour, Align align) {
+    if (align == Align::Right) at.y += TextWidth(text, size);
+    if (align == Align::Centre) at.y += TextWidth(text, size) / 2;
+    double pen = at.y * kSamples;
+    const double baseLine = (at.x + kCapitalHeight * size) * kSamples;
+    for (const char32_t letter : LettersOf(text)) {
+        BlendUpward(LetterOf(letter, size), static_cast<int>(std::floor(baseLine + 0.5)),
+                    static_cast<int>(std::floor(pen + 0.5)), colour);
+        pen -= AdvanceOf(letter) * size * kSamples;
+    }
+}
+
 void Canvas::BlendLetter(const Letter& letter, int penX, int penY, Colour colour) {
     const int left = penX + letter.left, top = penY + letter.top;
     const int firstX = std::max(0, -left), endX = std::min(letter.width, width_ * kSamples - left);
@@ -107,11 +171,7 @@ void Canvas::Text(Pixel2 at, std::string_view text, double size, Colour colour, 
     double pen = at.x * kSamples;
     const double baseLine = (at.y + kCapitalHeight * size) * kSamples;
     for (const char32_t letter : LettersOf(text)) {
-        auto drawn = letters_.find({letter, size});
-        if (drawn == letters_.end())
-            drawn = letters_.emplace(std::pair(letter, size), DrawLetter(letter, size * kSamples))
-                        .first;
-        BlendLetter(drawn->second, static_cast<int>(std::floor(pen + 0.5)),
+        BlendLetter(LetterOf(letter, size), static_cast<int>(std::floor(pen + 0.5)),
                     static_cast<int>(std::floor(baseLine + 0.5)), colour);
         pen += AdvanceOf(letter) * size * kSamples;
     }

@@ -47,10 +47,15 @@ public:
     void Frame(const PixelRect& rect, double width, Colour colour);
     void Line(Pixel2 from, Pixel2 to, double width, Colour colour);
     void Disc(Pixel2 centre, double radius, Colour colour);
+    /// What an odd number of the rings holds: an outer ring, and holes in it.
+    void FillRings(const std::vector<std::vector<Pixel2>>& rings, Colour colour);
     /// UTF-8 text, its capitals' top at `at`; `size` is the em of the letters: a capital is almost
     /// three quarters of it high.
     void Text(Pixel2 at, std::string_view text, double size, Colour colour,
               Align align = Align::Left);
+    /// The same, turned to the left by a quarter around `at`: it reads from below to above.
+    void TextUpward(Pixel2 at, std::string_view text, double size, Colour colour,
+                    Align align = Align::Left);
 
     [[nodiscard]] int Width() const { return width_; }
     [[nodiscard]] int Height() const { return height_; }
@@ -60,7 +65,9 @@ public:
     [[nodiscard]] std::vector<std::uint8_t> Finish() const;
 
 private:
+    const Letter& LetterOf(char32_t letter, double size);
     void BlendLetter(const Letter& letter, int penX, int penY, Colour colour);
+    void BlendUpward(const Letter& letter, int penX, int penY, Colour colour);
 
     int width_;
     int height_;
