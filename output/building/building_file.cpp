@@ -9,6 +9,7 @@
 #include "output/building/building_json.h"
 #include "output/file_ending.h"
 #include "output/mesh/mesh_writer.h"
+#include "output/plans/write_plans.h"
 #include "output/text_file.h"
 
 namespace orvix::output {
@@ -18,7 +19,8 @@ namespace {
 using building::Building;
 using detail::LocalToWorld;
 
-Expected<void> WriteObj(const CString& path, const Building& building, const LocalToWorld& frame) {
+Expected<void> WriteObj(const CString& path, const Building& building, const LocalToWorld& frame,
+                        const PlanOptions&) {
     detail::TriangleMesh all;
     std::vector<MeshPart> parts;
     for (const building::ElementMesh& element : MeshesOf(building)) {
@@ -33,7 +35,8 @@ Expected<void> WriteObj(const CString& path, const Building& building, const Loc
     return WriteMesh(path, all, parts);
 }
 
-Expected<void> WriteJson(const CString& path, const Building& building, const LocalToWorld& frame) {
+Expected<void> WriteJson(const CString& path, const Building& building, const LocalToWorld& frame,
+                         const PlanOptions&) {
     const std::string text = JsonOf(building, frame);
     TextFile file(path);
     file.Append(text.data(), text.size());
@@ -42,10 +45,13 @@ Expected<void> WriteJson(const CString& path, const Building& building, const Lo
 
 struct Format {
     std::wstring_view ending;
-    Expected<void> (*write)(const CString&, const Building&, const LocalToWorld&);
+    Expected<void> (*write)(const CString&, const Building&, const LocalToWorld&,
+                            const PlanOptions&);
 };
 
-constexpr std::array kFormats{Format{L".obj", WriteObj}, Format{L".json", WriteJson}};
+constexpr std::array kFormats{Format{L".obj", WriteObj}, Format{L".json", WriteJson},
+                              Format{L".svg", WritePlans}, Format{L".dxf", WritePlans},
+                              Format{L".png", WritePlans}};
 
 }  // namespace
 
@@ -64,9 +70,9 @@ std::string BuildingEndings() {
 }
 
 Expected<void> WriteBuilding(const CString& path, const Building& building,
-                             const LocalToWorld& frame) {
+                             const LocalToWorld& frame, const PlanOptions& plans) {
     for (const Format& format : kFormats)
-        if (HasEnding(path, format.ending)) return format.write(path, building, frame);
+        if (HasEnding(path, format.ending)) return format.write(path, building, frame, plans);
     return Fail(ErrorCode::BadInput, platform::ToUtf8(path) + " must end in " + BuildingEndings() +
                                          " to hold a building");
 }
