@@ -7,6 +7,8 @@
 
 #include "detection/saved_planes.h"
 #include "orvix/geometry/vector.h"
+#include "orvix/platform/path.h"
+#include "orvix/project/project_paths.h"
 #include "reports/station_list.h"
 
 namespace orvix::reports {
@@ -77,6 +79,13 @@ Expected<PlanesFinding> FindingOf(const WorldProject& project,
 }
 
 }  // namespace
+
+Expected<PlanesFinding> StoredOrFoundPlanes(const WorldProject& project,
+                                            const detection::PlaneSearchOptions& options) {
+    return platform::PathExists(detail::SavedPlanesPath(project.Manager()))
+               ? ReadPlanes(project)
+               : FindPlanes(project, options);
+}
 
 bool IsTurned(const FoundPlane& plane) {
     return Dot(plane.frame.Normal(), plane.normal) < 0;

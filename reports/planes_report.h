@@ -71,6 +71,13 @@ Expected<PlanesFinding> FinishPlanes(const WorldProject& project,
 /// Lifetime as of FindPlanes.
 Expected<PlanesFinding> ReadPlanes(const WorldProject& project);
 
+/// The planes that the project stores; where it stores none, those that a search finds.
+///
+/// Errors   those of ReadPlanes for planes that no longer fit the points; those of FindPlanes.
+/// Lifetime as of FindPlanes.
+Expected<PlanesFinding> StoredOrFoundPlanes(const WorldProject& project,
+                                            const detection::PlaneSearchOptions& options);
+
 /// Whether the outline runs clockwise seen from where the plane's normal points.
 bool IsTurned(const detection::FoundPlane& plane);
 

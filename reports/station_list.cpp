@@ -76,8 +76,9 @@ Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
 }
 
 // A position that cannot be read is not one that was never stored: planes are turned by it.
-Expected<std::vector<SimplePointT<double>>> ScannerPositions(const ProjectManager& manager) {
-    std::vector<SimplePointT<double>> positions;
+Expected<std::vector<std::optional<SimplePointT<double>>>> NumberedScanners(
+    const ProjectManager& manager) {
+    std::vector<std::optional<SimplePointT<double>>> positions;
     std::error_code listed;
     platform::ListFolder(manager.scanposFolder, listed);
     if (listed && listed != std::errc::no_such_file_or_directory) {
@@ -92,8 +93,18 @@ Expected<std::vector<SimplePointT<double>>> ScannerPositions(const ProjectManage
             return FailSystem(error, platform::ToUtf8(path) + " cannot be read");
         }
         std::memcpy(&at, read.bytes.data(), read.bytes.size() / sizeof at.x * sizeof at.x);
-        positions.push_back(at);
+        positions.resize(static_cast<std::size_t>(i) + 1);
+        positions.back() = at;
     }
+    return positions;
+}
+
+Expected<std::vector<SimplePointT<double>>> ScannerPositions(const ProjectManager& manager) {
+    const auto numbered = NumberedScanners(manager);
+    if (!numbered) return ErrorOf(numbered);
+    std::vector<SimplePointT<double>> positions;
+    for (const auto& position : *numbered)
+        if (position) positions.push_back(*position);
     return positions;
 }
 

@@ -33,10 +33,15 @@ struct ListedStation {
 Expected<std::vector<ListedStation>> ListStations(const WorldProject& project,
                                                   const std::function<bool()>& proceed);
 
-/// Where the scanners stood, project frame, of the stations that have a position's file; values that a
-/// short file lacks are 0, as ProjectManager::GetScanPosition takes it.
+/// Where the scanners stood, project frame, each at the place of its station's number; none for a
+/// station without a position's file. Of such a file values that it lacks are 0, as
+/// ProjectManager::GetScanPosition takes it.
 ///
 /// Errors   a file that is there and cannot be read.
+Expected<std::vector<std::optional<SimplePointT<double>>>> NumberedScanners(
+    const ProjectManager& manager);
+
+/// The same of the stations that have a position's file, by number.
 Expected<std::vector<SimplePointT<double>>> ScannerPositions(const ProjectManager& manager);
 
 }  // namespace orvix::reports

@@ -81,6 +81,8 @@ use() {  # FOLDER COMMAND...
     result planes planes building.prj --points points.ply --mesh planes.ply --outlines planes.ifc
     result rooms planes posed.prj --picture rooms.png --outlines rooms.dxf --apply --save
     result rooms_saved planes posed.prj --saved --points rooms.ply --outlines rooms.ifc
+    result deviation deviation building.prj planes
+    result deviation_rooms deviation posed.prj planes --cell 0.05
     result classes classify posed.prj --field intensity --classes 5 --picture classes.svg --apply
     result heights histogram building.prj --field z --picture heights.svg
     for target in export.ply export.las export.xyz; do result "$target" export posed.prj $target; done

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/verbs/deviation_elements.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+#include <utility>
+
+#include "cli/verbs.h"
+#include "orvix/platform/child_process.h"
+#include "orvix/platform/file.h"
+#include "orvix/platform/path.h"
+#include "output/file_ending.h"
+#include "output/mesh/planes_mesh.h"
+#include "reports/deviation/obj_elements.h"
+#include "reports/planes_report.h"
+
+namespace orvix::cli {
+
+namespace {
+
+constexpr unsigned kLook = 100;  // milliseconds between two looks at a program that runs
+constexpr std::uint64_t kLongestMessage = 400;
+
+Expected<std::vector<reports::DrawnElement>> ElementsOfPlanes(
+    const ElementsRequest& request, const reports::WorldProject& project) {
+    detection::PlaneSearchOptions options;
+    options.threads = request.threads;
+    options.proceed = MayGoOn;
+    options.progress = [&](double part) { request.progress("searching", part); };
+    const auto finding = reports::StoredOrFoundPlanes(project, options);
+    if (!finding) return ErrorOf(finding);
+    if (finding->planes.empty())
+        return Fail(ErrorCode::BadInput, "the project shows no planes to hold its points against");
+    const output::PlanesMesh drawn =
+        output::MeshOfPlanes(*finding->set, project.frame, finding->planes);
+    std::vector<reports::DrawnElement> elements;
+    for (std::size_t i = 0; i < drawn.parts.size(); ++i) {
+        reports::DrawnElement element;
+        element.kind = finding->planes[i].kind;
+        element.name = fmt::format("plane {}", finding->planes[i].number);
+        const std::size_t end =
+            i + 1 < drawn.parts.size() ? drawn.parts[i + 1].first : drawn.mesh.triangles.size();
+        for (std::size_t t = drawn.parts[i].first; t < end; ++t) {
+            const auto& corners = drawn.mesh.triangles[t];
+            element.triangles.push_back({drawn.mesh.points[corners[0]],
+                                         drawn.mesh.points[corners[1]],
+                                         drawn.mesh.points[corners[2]]});
+        }
+        elements.push_back(std::move(element));
+    }
+    return elements;
+}
+
+/// A file in the folder for such, made here and removed at the end.
+class ScratchFile {
+public:
+    static std::optional<ScratchFile> Make(const std::string& ending) {
+        const char* asked = std::getenv("TMPDIR");
+        const CString folder = platform::FromUtf8(asked != nullptr ? asked : "/tmp");
+        for (int i = 0; i < 10'000; ++i) {
+            std::error_code error;
+            CString path = platform::JoinPath(
+                folder, platform::FromUtf8(fmt::format("orvix-{}{}", i, ending)));
+            platform::File::CreateNew(path, error);
+            if (!error) return ScratchFile(std::move(path));
+            if (error != std::errc::file_exists) break;
+        }
+        return std::nullopt;
+    }
+    ScratchFile(ScratchFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
+    ScratchFile& operator=(ScratchFile&&) = delete;
+    ~ScratchFile() {
+        std::error_code ignored;
+        if (!path_.empty()) platform::RemoveFile(path_, ignored);
+    }
+    [[nodiscard]] const CString& Path() const { return path_; }
+
+private:
+    explicit ScratchFile(CString path) : path_(std::move(path)) {}
+    CString path_;
+};
+
+std::string FirstLineOf(const CString& path) {
+    std::error_code error;
+    const platform::File file = platform::File::OpenRead(path, error);
+    std::string text(kLongestMessage, ' ');
+    text.resize(error ? 0 : file.ReadAt(0, text.data(), text.size(), error));
+    return text.substr(0, text.find('\n'));
+}
+
+/// The path of orvix-ifc; empty where this installation has none.
+std::string IfcReader() {
+    const CString reader =
+        platform::JoinPath(platform::ParentOf(platform::ProgramPath()), L"orvix-ifc");
+    return platform::PathExists(reader) ? platform::ToUtf8(reader) : std::string();
+}
+
+Expected<std::vector<reports::DrawnElement>> ElementsOfIfc(const std::string& file) {
+    std::error_code error;
+    platform::File::OpenRead(platform::FromUtf8(file), error);
+    if (error) return FailSystem(error, file + " cannot be read");
+    const std::string reader = IfcReader();
+    if (reader.empty())
+        return Fail(
+            ErrorCode::BadInput,
+            file +
+                ": this installation has no orvix-ifc, which reads IFC; convert the model to "
+                "Wavefront OBJ with metres and z up, and give the .obj");
+    const auto drawn = ScratchFile::Make(".obj"), messages = ScratchFile::Make(".txt");
+    if (!drawn || !messages)
+        return Fail(ErrorCode::Failure, "the folder for temporary files takes none");
+    auto child =
+        platform::ChildProcess::Start({reader, file}, drawn->Path(), messages->Path(), error);
+    if (error) return FailSystem(error, reader + " cannot be started");
+    std::optional<int> code;
+    while (!(code = child.WaitFor(kLook))) {
+        if (MayGoOn()) continue;
+        child.AskToEnd();
+        return Fail(ErrorCode::Cancelled, "the comparison was cancelled");
+    }
+    if (*code > 128)
+        return Fail(
+            ErrorCode::BadInput,
+            fmt::format("{}: orvix-ifc came to an end over this model, by signal {}; convert "
+                        "it to Wavefront OBJ, and give the .obj",
+                        file, *code - 128));
+    if (*code != 0) return Fail(ErrorCode::BadInput, FirstLineOf(messages->Path()));
+    return reports::ReadObjElements(drawn->Path());
+}
+
+bool IsFile(const std::string& text, const wchar_t* ending) {
+    return output::HasEnding(platform::FromUtf8(text), ending);
+}
+
+}  // namespace
+
+std::string CheckElementsSource(const std::string& text) {
+    if (text == "planes" || IsFile(text, L".obj") || IsFile(text, L".ifc")) return {};
+    return text +
+           " is nothing to hold points against; write planes, or a file that ends in .obj or "
+           ".ifc";
+}
+
+Expected<std::vector<reports::DrawnElement>> ElementsFrom(const ElementsRequest& request,
+                                                          const reports::WorldProject& project) {
+    if (request.from == "planes") return ElementsOfPlanes(request, project);
+    if (IsFile(request.from, L".ifc")) return ElementsOfIfc(request.from);
+    return reports::ReadObjElements(platform::FromUtf8(request.from));
+}
+
+}  // namespace orvix::cli
