@@ -25,9 +25,11 @@ dialog=(qt6-base-dev)
 page=(nodejs npm)
 # What opens the page in the tests: 122 MB to fetch, 409 MB on the disk. Without it they are skipped.
 browser=(chromium)
-# What reads the files of `orvix planes` in the tests: shapely and ogrinfo, ezdxf, IfcPlusPlus.
-# Without one of them its test is skipped.
-outputs=(python3-shapely gdal-bin python3-ezdxf libifcplusplus-dev)
+# What reads the files of `orvix planes` and `orvix model` in the tests: shapely and ogrinfo, ezdxf,
+# IfcPlusPlus, and what IfcOpenShell needs of Debian. Without one of them its test is skipped.
+# IfcOpenShell and web-ifc themselves are fetched into build/kernels, held by sums: 60 MB, 230 MB on the disk.
+outputs=(python3-shapely gdal-bin python3-ezdxf libifcplusplus-dev
+    python3-pip python3-lark python3-isodate python3-dateutil python3-pyparsing python3-pytest)
 # Dask distributed, which the tests of orvix.cluster run on: 7 MB to fetch, 40 MB on the disk. Without it
 # they are skipped.
 cluster=(python3-distributed)
@@ -43,6 +45,7 @@ front_end=(clang)
 fuzz=(clang libclang-rt-dev llvm)
 
 wanted=()
+kernels=no
 for part in "$@"; do
     case "$part" in
         build) wanted+=("${build[@]}") ;;
@@ -52,7 +55,11 @@ for part in "$@"; do
         page) command -v node >/dev/null && command -v npm >/dev/null || wanted+=("${page[@]}") ;;
         browser) command -v chromium >/dev/null || wanted+=("${browser[@]}") ;;
         csharp) wanted+=("${csharp[@]}") ;;
-        outputs) wanted+=("${outputs[@]}") ;;
+        outputs)
+            wanted+=("${outputs[@]}")
+            command -v node >/dev/null && command -v npm >/dev/null || wanted+=("${page[@]}")
+            kernels=yes
+            ;;
         cluster) wanted+=("${cluster[@]}") ;;
         package) wanted+=("${packaging[@]}") ;;
         windows) wanted+=("${windows[@]}") ;;
@@ -68,14 +75,30 @@ for package in "${wanted[@]}"; do
     state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
     [ "$state" = installed ] || missing+=("$package")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
-
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || { echo "packages.sh: run as root to install: ${missing[*]}" >&2; exit 1; }
-    as_root=(sudo)
+if [ ${#missing[@]} -gt 0 ]; then
+    as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || { echo "packages.sh: run as root to install: ${missing[*]}" >&2; exit 1; }
+        as_root=(sudo)
+    fi
+    echo "Installing: ${missing[*]}" >&2
+    export DEBIAN_FRONTEND=noninteractive
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 fi
-echo "Installing: ${missing[*]}" >&2
-export DEBIAN_FRONTEND=noninteractive
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+[ "$kernels" = yes ] || exit 0
+
+# The stamp is what they were installed of.
+source=$(cd "$(dirname "$0")/../tests/outputs/kernels" && pwd)
+target=$(cd "$(dirname "$0")/.." && pwd)/build/kernels
+stamp=$(cat "$source"/requirements.txt "$source"/package-lock.json | sha256sum)
+[ "$(cat "$target/installed.txt" 2>/dev/null || true)" = "$stamp" ] && exit 0
+echo "Installing: IfcOpenShell, web-ifc" >&2
+rm -rf "$target"
+mkdir -p "$target"
+# Debian's Python, which the tests run: the wheel is of its version.
+PIP_ROOT_USER_ACTION=ignore /usr/bin/python3 -m pip install --quiet --disable-pip-version-check --no-deps \
+    --only-binary :all: --require-hashes --target "$target/python" -r "$source/requirements.txt" >&2
+cp "$source"/package.json "$source"/package-lock.json "$source"/.npmrc "$target/"
+npm ci --prefix "$target" --silent >&2
+echo "$stamp" >"$target/installed.txt"

@@ -156,7 +156,7 @@ Room PrismOf(const char* name, const PlanRegion& plan, double area,
     room.faces = {floor, ceiling};
     AddUpright(room, plan.outer, walls);
     for (const PlanRing& hole : plan.holes)
-        AddUpright(room, hole, std::vector<std::optional<std::size_t>>(4));
+        AddUpright(room, hole, std::vector<std::optional<std::size_t>>(hole.size()));
     return room;
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "building/element_meshes.h"
+#include "output/building/building_ifc.h"
 #include "output/building/building_json.h"
 #include "output/file_ending.h"
 #include "output/mesh/mesh_writer.h"
@@ -43,15 +44,20 @@ Expected<void> WriteJson(const CString& path, const Building& building, const Lo
     return file.Commit();
 }
 
+Expected<void> WriteIfcFile(const CString& path, const Building& building,
+                            const LocalToWorld& frame, const PlanOptions&) {
+    return WriteIfc(path, building, frame);
+}
+
 struct Format {
     std::wstring_view ending;
     Expected<void> (*write)(const CString&, const Building&, const LocalToWorld&,
                             const PlanOptions&);
 };
 
-constexpr std::array kFormats{Format{L".obj", WriteObj}, Format{L".json", WriteJson},
-                              Format{L".svg", WritePlans}, Format{L".dxf", WritePlans},
-                              Format{L".png", WritePlans}};
+constexpr std::array kFormats{Format{L".ifc", WriteIfcFile}, Format{L".obj", WriteObj},
+                              Format{L".json", WriteJson},   Format{L".svg", WritePlans},
+                              Format{L".dxf", WritePlans},   Format{L".png", WritePlans}};
 
 }  // namespace
 

@@ -14,7 +14,8 @@ namespace orvix::output {
 /// Whether the name's ending is one that WriteBuilding knows, in any case.
 bool IsBuildingName(const CString& path);
 
-/// The endings that WriteBuilding knows, for a sentence: ".obj, .json, .svg, .dxf or .png".
+/// The endings that WriteBuilding knows, for a sentence: ".ifc, .obj, .json, .svg, .dxf or
+/// .png".
 std::string BuildingEndings();
 
 /// Writes a building, world coordinates, by the name's ending:

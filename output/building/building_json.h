@@ -17,7 +17,7 @@ namespace orvix::output {
 ///      "openings": [...], "slabs": [...], "slopes": [...], "edges": [...], "storeys": [...],
 ///      "stationsKnown": true, "remarks": [...]}
 ///
-/// docs/COMMAND.md lists every member. Numbers of walls, rooms and storeys in other members are those
+/// docs/MODEL.md lists every member. Numbers of walls, rooms and storeys in other members are those
 /// of their lists, counted from 1; what is not known is null.
 ///
 /// Order    of members: always the same. A function of the building and the frame alone.

@@ -5,20 +5,15 @@
 #include <tuple>
 
 #include "orvix/geometry/vector.h"
-#include "output/outlines/global_id.h"
+#include "output/ifc/ifc_file.h"
 #include "output/outlines/outline_formats.h"
+#include "output/outlines/planes_id.h"
 
 namespace orvix::output {
 
 namespace {
 
 using detail::Vector, detail::operator-;
-
-std::string ListOf(const std::vector<std::size_t>& ids) {
-    std::string list = "(";
-    for (const std::size_t id : ids) list += fmt::format("{}#{}", list.size() > 1 ? "," : "", id);
-    return list + ")";
-}
 
 /// What a plane of a class becomes; the set and the name of the quantity that holds its area.
 struct Entity {
@@ -40,32 +35,21 @@ const Entity& EntityOf(const std::string& kind) {
     return found != kEntities.end() ? found->second : kProxy;
 }
 
-// Where the model's zero lies: whole hundreds of metres near the first plane, so that coordinates
-// stay small; zero itself where they are small already.
 Vector OriginOf(const std::vector<reports::WorldPlane>& planes) {
-    constexpr double kSmall = 1000, kStep = 100;
     double farthest = 0;
     for (const reports::WorldPlane& plane : planes)
         for (const reports::WorldPlane::Region& region : plane.regions)
             for (const Vector& p : region.outer)
                 farthest = std::max({farthest, std::abs(p.x), std::abs(p.y), std::abs(p.z)});
-    if (farthest <= kSmall) return {};
-    const auto whole = [](double value) { return std::floor(value / kStep) * kStep; };
-    const Vector& c = planes[0].centroid;
-    return {whole(c.x), whole(c.y), whole(c.z)};
+    return planes.empty() ? Vector{} : ModelZero(farthest, planes[0].centroid);
 }
 
 class IfcModel {
 public:
     IfcModel(TextFile& file, const std::vector<reports::WorldPlane>& planes)
-        : file_(file), planes_(planes), origin_(OriginOf(planes)) {}
+        : ifc_(file, "planes.ifc"), planes_(planes), origin_(OriginOf(planes)) {}
 
     void Print() {
-        file_.Print(
-            "ISO-10303-21;\nHEADER;\n"
-            "FILE_DESCRIPTION(('ViewDefinition [notYetAssigned]'),'2;1');\n"
-            "FILE_NAME('planes.ifc','1970-01-01T00:00:00',(''),(''),'orvix','orvix','');\n"
-            "FILE_SCHEMA(('IFC4'));\nENDSEC;\nDATA;\n");
         PrintProject();
         PrintPlaces();
         std::vector<std::size_t> elements;
@@ -73,15 +57,13 @@ public:
         if (!elements.empty())
             Add("IFCRELCONTAINEDINSPATIALSTRUCTURE('{}',$,$,$,{},#{})", Guid("contents"),
                 ListOf(elements), storey_);
-        file_.Print("ENDSEC;\nEND-ISO-10303-21;\n");
+        ifc_.End();
     }
 
 private:
     template <class... Arguments>
     std::size_t Add(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-        file_.Print("#{}={};\n", ++last_,
-                    fmt::format(format, std::forward<Arguments>(arguments)...));
-        return last_;
+        return ifc_.Add(format, std::forward<Arguments>(arguments)...);
     }
     [[nodiscard]] std::string Guid(const std::string& role) const {
         return GlobalIdOf(role, planes_);
@@ -94,17 +76,15 @@ private:
                            : Add("IFCLOCALPLACEMENT(#{},#{})", parent, axes_);
     }
     void PrintProject();
-    void PrintMapConversion();
     void PrintPlaces();
     std::size_t PrintPlane(const reports::WorldPlane& plane);
     std::size_t PrintFace(const reports::WorldPlane::Region& region);
     std::size_t PrintLoop(const reports::WorldPlane::Ring& ring);
     void PrintProperties(const reports::WorldPlane& plane, std::size_t element);
 
-    TextFile& file_;
+    IfcFile ifc_;
     const std::vector<reports::WorldPlane>& planes_;
     Vector origin_;
-    std::size_t last_ = 0;
     std::size_t axes_ = 0;
     std::size_t context_ = 0;
     std::size_t body_ = 0;  // the context of shapes
@@ -118,22 +98,10 @@ void IfcModel::PrintProject() {
     context_ = Add("IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,1.E-6,#{},$)", axes_);
     body_ = Add("IFCGEOMETRICREPRESENTATIONSUBCONTEXT('Body','Model',*,*,*,*,#{},$,.MODEL_VIEW.,$)",
                 context_);
-    std::vector<std::size_t> units;
-    for (const auto& [quantity, unit] :
-         {std::pair{"LENGTHUNIT", "METRE"}, std::pair{"AREAUNIT", "SQUARE_METRE"},
-          std::pair{"VOLUMEUNIT", "CUBIC_METRE"}, std::pair{"PLANEANGLEUNIT", "RADIAN"}})
-        units.push_back(Add("IFCSIUNIT(*,.{}.,$,.{}.)", quantity, unit));
-    const std::size_t assignment = Add("IFCUNITASSIGNMENT({})", ListOf(units));
+    const std::size_t assignment = ifc_.AddUnits();
     project_ =
         Add("IFCPROJECT('{}',$,'Planes',$,$,$,$,(#{}),#{})", Guid("project"), context_, assignment);
-    if (origin_.x != 0 || origin_.y != 0 || origin_.z != 0) PrintMapConversion();
-}
-
-void IfcModel::PrintMapConversion() {
-    const std::size_t system =
-        Add("IFCPROJECTEDCRS('Scan','The coordinate system of the scan',$,$,$,$,$)");
-    Add("IFCMAPCONVERSION(#{},#{},{:.1f},{:.1f},{:.1f},1.,0.,1.)", context_, system, origin_.x,
-        origin_.y, origin_.z);
+    ifc_.AddMapConversion(context_, origin_);
 }
 
 void IfcModel::PrintPlaces() {

@@ -45,7 +45,9 @@ def main():
             if not re.search(rf"(?<![\w-]){re.escape(package)}(?![\w-])", page):
                 faults.append(f"docs/DEPENDENCIES.md does not name {package}")
     tools = json.loads(text("view/page/package.json"))["devDependencies"]
-    for package in sorted({**needed, **tools}):
+    kernels = json.loads(text("tests/outputs/kernels/package.json"))["dependencies"]
+    fetched = re.findall(r"^([\w-]+)==", text("tests/outputs/kernels/requirements.txt"), re.MULTILINE)
+    for package in sorted({*needed, *tools, *kernels, *fetched}):
         if not re.search(rf"(?<![\w@/-]){re.escape(package)}(?![\w/-])", page):
             faults.append(f"docs/DEPENDENCIES.md does not name {package}")
     for package, entry in page_listed.items():

@@ -121,7 +121,7 @@ TEST_F(BuildingFile, NamesTheEndingsThatItKnowsAndKeepsWhatIsThere) {
 }
 
 TEST_F(BuildingFile, ABuildingOfNothingIsAFileToo) {
-    for (const wchar_t* name : {L"house.json", L"house.obj"}) {
+    for (const wchar_t* name : {L"house.ifc", L"house.json", L"house.obj"}) {
         const auto path = folder_ / name;
         ASSERT_TRUE(WriteBuilding(path, {}, kFrame));
         EXPECT_THAT(folder_.Names(), testing::Contains(CString(name)));
