@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "building/building.h"
+
+namespace orvix::building {
+
+/// Cuts convex rings along a line normal . p = offset. Pieces narrower than a micrometre are dropped.
+void CutParts(std::vector<PlanRing>& parts, const PlanPoint& normal, double offset);
+
+/// The part of a convex ring where normal . p <= offset; may be empty.
+PlanRing PartBehind(const PlanRing& ring, const PlanPoint& normal, double offset);
+
+PlanPoint MiddleOf(const PlanRing& convex);
+
+/// What convex rings, which share whole sides, cover together: the largest piece that hangs together,
+/// without corners on a straight line. Drops from `parts` those that are not of this piece.
+std::optional<PlanRegion> JoinParts(std::vector<PlanRing>& parts);
+
+}  // namespace orvix::building

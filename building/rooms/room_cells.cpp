@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "building/rooms/room_cells.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+
+#include "building/sight/rays.h"
+
+namespace orvix::building {
+namespace {
+
+constexpr double kCell = 0.05;
+constexpr double kMostCells = 2e7;
+constexpr double kMargin = 2;
+constexpr double kReach = 20;           // of rays that are asked
+constexpr double kRayMargin = 0.06;     // beyond a place, for a ray to have gone through it
+constexpr double kHalfUnseen = 0.06;    // behind a face whose wall's other side was not seen
+constexpr double kLeastRoom = 1;        // square metres
+constexpr double kLeastOpen = 1;        // square metres of an opening in a floor
+constexpr double kLargestWell = 8;      // square metres of a stairwell
+constexpr double kThickestSlab = 2;     // between a ceiling and the floor above
+constexpr double kLargestUnseen = 1.5;  // square metres that a room goes on behind things
+
+PlanGrid GridOver(const std::vector<WallPiece>& walls) {
+    PlanPoint low = walls[0].Middle(walls[0].run.begin), high = low;
+    for (const WallPiece& wall : walls)
+        for (const double along : {wall.run.begin, wall.run.end}) {
+            const PlanPoint p = wall.Middle(along);
+            low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+            high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+        }
+    return PlanGrid::Over(low, high, kCell, kMargin, kMostCells);
+}
+
+void FillStrip(RoomCells& cells, const PlanPoint& from, const PlanPoint& to, double left,
+               double right) {
+    const double length = std::hypot(to.x - from.x, to.y - from.y);
+    if (!(length > 0)) return;
+    const PlanPoint across{-(to.y - from.y) / length, (to.x - from.x) / length};
+    const auto at = [&](const PlanPoint& p, double aside) {
+        return PlanPoint{p.x + across.x * aside, p.y + across.y * aside};
+    };
+    const PlanRing ring{at(from, -right), at(to, -right), at(to, left), at(from, left)};
+    ForEachInside(cells.grid, std::span(&ring, 1), [&](std::int64_t i, std::int64_t j) {
+        cells.kinds[cells.grid.At(i, j)] = RoomCells::kWall;
+    });
+}
+
+// A wall is drawn a cell and a half wide at least, so that it parts cells beside each other.
+void DrawWalls(RoomCells& cells, const std::vector<WallPiece>& walls,
+               const std::vector<OpenBound>& bounds) {
+    const double least = 0.75 * cells.grid.cell;
+    for (const WallPiece& wall : walls) {
+        const double half = std::max(wall.run.thickness / 2, least);
+        const PlanPoint from = wall.Middle(wall.run.begin - (wall.bounded[0] ? least : 0));
+        const PlanPoint to = wall.Middle(wall.run.end + (wall.bounded[1] ? least : 0));
+        if (wall.run.other)
+            FillStrip(cells, from, to, half, half);
+        else
+            FillStrip(cells, from, to, 2 * kHalfUnseen, 0);
+    }
+    for (const OpenBound& bound : bounds) {
+        const double half = std::max(bound.thickness / 2, least);
+        FillStrip(cells, bound.from, bound.to, half, half);
+    }
+}
+
+class CellReader {
+public:
+    CellReader(const ScanEvidence& evidence, const StoreyBand& band)
+        : evidence_(evidence), band_(band) {}
+
+    void Read(RoomCells& cells, std::int64_t row) const {
+        for (std::int64_t i = 0; i < cells.grid.columns; ++i) {
+            const std::size_t at = cells.grid.At(i, row);
+            if (cells.kinds[at] == RoomCells::kWall) continue;
+            const PlanPoint p = cells.grid.Middle(i, row);
+            const auto height = band_.overhead.HeightAt(p);
+            const double floor = band_.storey.elevation;
+            const double top = std::min(height.value_or(band_.storey.ceiling), band_.next);
+            const double ceiling = band_.storey.ceiling;
+            cells.openAbove[at] =
+                band_.next < ceiling + kThickestSlab && ThroughSlab(p, ceiling, band_.next);
+            cells.openBelow[at] =
+                band_.below > floor - kThickestSlab && ThroughSlab(p, band_.below, floor);
+            bool free = cells.openAbove[at] != 0;
+            for (double z = top - 0.15; z > floor + 0.1 && !free; z -= 0.3) free = Through(p, z);
+            if (free) cells.kinds[at] = RoomCells::kFree;
+        }
+    }
+
+private:
+    [[nodiscard]] bool ThroughSlab(const PlanPoint& p, double bottom, double top) const {
+        int through = 0;
+        for (const double share : {0.25, 0.5, 0.75})
+            through += Through(p, bottom + share * (top - bottom));
+        return through >= 2;
+    }
+    [[nodiscard]] bool Through(const PlanPoint& p, double z) const {
+        return RaysWentThrough(evidence_.sights, {p.x, p.y, z}, kRayMargin, kReach);
+    }
+
+    const ScanEvidence& evidence_;
+    const StoreyBand& band_;
+};
+
+/// Cells of one value that hang together.
+struct Parts {
+    std::vector<std::int32_t> part;  // -1: of none
+    std::vector<std::size_t> sizes;
+};
+
+template <class Same>
+Parts PartsOf(const PlanGrid& grid, const std::vector<std::uint8_t>& inside, const Same& same) {
+    Parts parts{std::vector<std::int32_t>(grid.Size(), -1), {}};
+    std::vector<std::size_t> todo;
+    const auto columns = static_cast<std::size_t>(grid.columns);
+    for (std::size_t start = 0; start < grid.Size(); ++start) {
+        if (inside[start] == 0 || parts.part[start] >= 0) continue;
+        const auto number = static_cast<std::int32_t>(parts.sizes.size());
+        parts.sizes.push_back(0);
+        todo.assign(1, start);
+        parts.part[start] = number;
+        while (!todo.empty()) {
+            const std::size_t at = todo.back();
+            todo.pop_back();
+            ++parts.sizes.back();
+            const std::size_t column = at % columns;
+            const auto visit = [&](std::size_t next) {
+                if (inside[next] == 0 || parts.part[next] >= 0 || !same(at, next)) return;
+                parts.part[next] = number;
+                todo.push_back(next);
+            };
+            if (column > 0) visit(at - 1);
+            if (column + 1 < columns) visit(at + 1);
+            if (at >= columns) visit(at - columns);
+            if (at + columns < grid.Size()) visit(at + columns);
+        }
+    }
+    return parts;
+}
+
+// Each free cell becomes what most of those around it are: single rays are lost, or led astray.
+void Smooth(const RoomCells& cells, std::vector<std::uint8_t>& open) {
+    constexpr std::int64_t kAround = 2;
+    const PlanGrid& grid = cells.grid;
+    const std::vector<std::uint8_t> old = open;
+    for (std::int64_t j = 0; j < grid.rows; ++j)
+        for (std::int64_t i = 0; i < grid.columns; ++i) {
+            if (cells.kinds[grid.At(i, j)] != RoomCells::kFree) continue;
+            int all = 0, some = 0;
+            for (std::int64_t y = std::max(j - kAround, std::int64_t{0});
+                 y <= std::min(j + kAround, grid.rows - 1); ++y)
+                for (std::int64_t x = std::max(i - kAround, std::int64_t{0});
+                     x <= std::min(i + kAround, grid.columns - 1); ++x) {
+                    if (cells.kinds[grid.At(x, y)] != RoomCells::kFree) continue;
+                    ++all;
+                    some += old[grid.At(x, y)];
+                }
+            open[grid.At(i, j)] = some * 2 > all;
+        }
+}
+
+// Takes out specks and what is larger than a well.
+void KeepWells(const RoomCells& cells, std::vector<std::uint8_t>& open) {
+    const PlanGrid& grid = cells.grid;
+    Smooth(cells, open);
+    const Parts parts = PartsOf(grid, open, [](std::size_t, std::size_t) { return true; });
+    const double square = grid.cell * grid.cell;
+    for (std::size_t at = 0; at < open.size(); ++at) {
+        if (open[at] == 0) continue;
+        const double area =
+            static_cast<double>(parts.sizes[static_cast<std::size_t>(parts.part[at])]) * square;
+        open[at] = area >= kLeastOpen && area <= kLargestWell;
+    }
+}
+
+// A part that was not seen and lies between walls and parts of which one has three quarters of its
+// rim is of this one: what stands before it hid it.
+void TakeUnseen(RoomCells& cells, Parts& parts) {
+    const PlanGrid& grid = cells.grid;
+    std::vector<std::uint8_t> unseen(grid.Size());
+    for (std::size_t at = 0; at < unseen.size(); ++at)
+        unseen[at] = cells.kinds[at] == RoomCells::kUnknown;
+    const Parts dark = PartsOf(grid, unseen, [](std::size_t, std::size_t) { return true; });
+    std::vector<std::map<std::int32_t, std::size_t>> rims(dark.sizes.size());
+    std::vector<bool> outer(dark.sizes.size());
+    for (std::int64_t j = 0; j < grid.rows; ++j)
+        for (std::int64_t i = 0; i < grid.columns; ++i) {
+            const std::int32_t own = dark.part[grid.At(i, j)];
+            if (own < 0) continue;
+            const auto k = static_cast<std::size_t>(own);
+            if (i == 0 || j == 0 || i + 1 == grid.columns || j + 1 == grid.rows) {
+                outer[k] = true;
+                continue;
+            }
+            for (const std::size_t beside :
+                 {grid.At(i - 1, j), grid.At(i + 1, j), grid.At(i, j - 1), grid.At(i, j + 1)})
+                if (parts.part[beside] >= 0) ++rims[k][parts.part[beside]];
+        }
+    std::vector<std::int32_t> taker(dark.sizes.size(), -1);
+    for (std::size_t k = 0; k < taker.size(); ++k) {
+        const double area = static_cast<double>(dark.sizes[k]) * grid.cell * grid.cell;
+        if (outer[k] || area > kLargestUnseen || rims[k].empty()) continue;
+        std::size_t all = 0, most = 0;
+        std::int32_t part = -1;
+        for (const auto& [number, length] : rims[k]) {
+            all += length;
+            if (length > most) most = length, part = number;
+        }
+        if (most * 4 >= all * 3) taker[k] = part;
+    }
+    for (std::size_t at = 0; at < unseen.size(); ++at) {
+        if (dark.part[at] < 0) continue;
+        const std::int32_t part = taker[static_cast<std::size_t>(dark.part[at])];
+        if (part < 0) continue;
+        parts.part[at] = part;
+        ++parts.sizes[static_cast<std::size_t>(part)];
+    }
+}
+
+// Whether most of a part's cells lie under something.
+std::vector<bool> CoveredParts(const RoomCells& cells, const Parts& parts, const StoreyBand& band) {
+    std::vector<std::size_t> covered(parts.sizes.size());
+    for (std::int64_t j = 0; j < cells.grid.rows; ++j)
+        for (std::int64_t i = 0; i < cells.grid.columns; ++i) {
+            const std::int32_t part = parts.part[cells.grid.At(i, j)];
+            if (part < 0) continue;
+            const bool under = cells.openAbove[cells.grid.At(i, j)] != 0 ||
+                               band.overhead.HeightAt(cells.grid.Middle(i, j)).has_value();
+            covered[static_cast<std::size_t>(part)] += under;
+        }
+    std::vector<bool> most(parts.sizes.size());
+    for (std::size_t k = 0; k < most.size(); ++k) most[k] = covered[k] * 10 >= parts.sizes[k] * 6;
+    return most;
+}
+
+}  // namespace
+
+std::size_t RoomCells::Cells(std::int32_t room) const {
+    return static_cast<std::size_t>(std::count(rooms.begin(), rooms.end(), room));
+}
+
+RoomCells FindRoomCells(const std::vector<WallPiece>& walls, const std::vector<OpenBound>& bounds,
+                        const ScanEvidence& evidence, const StoreyBand& band,
+                        const parallel::Pool& pool) {
+    RoomCells cells;
+    if (walls.empty()) return cells;
+    cells.grid = GridOver(walls);
+    cells.kinds.assign(cells.grid.Size(), RoomCells::kUnknown);
+    cells.openAbove.assign(cells.grid.Size(), 0);
+    cells.openBelow.assign(cells.grid.Size(), 0);
+    cells.rooms.assign(cells.grid.Size(), -1);
+    DrawWalls(cells, walls, bounds);
+    const CellReader reader(evidence, band);
+    (void)pool.RunJobs(static_cast<std::size_t>(cells.grid.rows),
+                       [&](std::size_t row, unsigned) -> Expected<void> {
+                           reader.Read(cells, static_cast<std::int64_t>(row));
+                           return {};
+                       });
+    KeepWells(cells, cells.openAbove);
+    KeepWells(cells, cells.openBelow);
+    std::vector<std::uint8_t> inside(cells.grid.Size());
+    for (std::size_t at = 0; at < inside.size(); ++at)
+        inside[at] = cells.kinds[at] == RoomCells::kFree && cells.openBelow[at] == 0;
+    Parts parts = PartsOf(cells.grid, inside, [&](std::size_t a, std::size_t b) {
+        return cells.openAbove[a] == cells.openAbove[b];
+    });
+    TakeUnseen(cells, parts);
+    const std::vector<bool> covered = CoveredParts(cells, parts, band);
+    std::vector<std::int32_t> number(parts.sizes.size(), -1);
+    const double square = cells.grid.cell * cells.grid.cell;
+    for (std::size_t k = 0; k < number.size(); ++k)
+        if (covered[k] && static_cast<double>(parts.sizes[k]) * square >= kLeastRoom)
+            number[k] = static_cast<std::int32_t>(cells.count++);
+    for (std::size_t at = 0; at < inside.size(); ++at)
+        if (parts.part[at] >= 0) cells.rooms[at] = number[static_cast<std::size_t>(parts.part[at])];
+    return cells;
+}
+
+}  // namespace orvix::building

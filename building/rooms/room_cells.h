@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "building/plan_grid.h"
+#include "building/scan_evidence.h"
+#include "building/walls/wall_pieces.h"
+
+namespace orvix::building {
+
+/// The plan of a storey, cell by cell.
+struct RoomCells {
+    enum Kind : std::uint8_t { kUnknown, kWall, kFree };
+
+    PlanGrid grid;
+    std::vector<std::uint8_t> kinds;
+    std::vector<std::uint8_t> openAbove;  ///< rays went up through the slab above
+    std::vector<std::uint8_t> openBelow;  ///< rays went down through the floor
+    std::vector<std::int32_t> rooms;      ///< of each cell, from 0; -1: none
+    std::size_t count = 0;                ///< rooms
+
+    [[nodiscard]] std::size_t Cells(std::int32_t room) const;
+};
+
+/// Finds the cells of each room: open space that hangs together between walls and open bounds, under a
+/// ceiling, of 1 square metre and more. A stairwell, open above over less than 8 square metres, is a
+/// room of its own; what is so open below is none.
+///
+/// Order  by the first cell of each, from the least y, then x.
+RoomCells FindRoomCells(const std::vector<WallPiece>& walls, const std::vector<OpenBound>& bounds,
+                        const ScanEvidence& evidence, const StoreyBand& band,
+                        const parallel::Pool& pool);
+
+}  // namespace orvix::building

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "building/scan_evidence.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <optional>
+
+#include "detection/cells/point_readers.h"
+#include "detection/plane_set.h"
+
+namespace orvix::building {
+namespace {
+
+constexpr std::uint32_t kMostPixels = 460;  // a quarter of a degree, as field scanners measure
+constexpr std::uint32_t kFewestPixels = 46;
+constexpr std::uint64_t kBytesPerPixel = 6 * sizeof(Sight);
+constexpr double kFaceCell = 0.025;
+constexpr double kMostFaceCells = 1e8;
+constexpr std::size_t kStationByte = 6;  // of a point's attributes
+
+std::uint32_t PixelsOf(std::size_t stations, std::uint64_t bytes) {
+    if (stations == 0) return kFewestPixels;
+    const auto each = static_cast<double>(bytes / stations / kBytesPerPixel);
+    return std::clamp(static_cast<std::uint32_t>(std::sqrt(each)), kFewestPixels, kMostPixels);
+}
+
+/// An upright plane, and where its points lie on it.
+struct PlaneMarks {
+    FaceLine line;
+    FaceRaster raster;
+};
+
+double FaceCellOf(const std::vector<FaceLine>& lines) {
+    double area = 0;
+    for (const FaceLine& line : lines) area += (line.end - line.begin) * (line.top - line.bottom);
+    double cell = kFaceCell;
+    while (area / (cell * cell) > kMostFaceCells) cell *= 2;
+    return cell;
+}
+
+class EvidencePass {
+public:
+    EvidencePass(const detection::PlaneSet& planes, ScanEvidence& evidence)
+        : planes_(planes), evidence_(evidence), marks_(planes.Planes().size()) {
+        std::vector<FaceLine> lines;
+        std::vector<std::size_t> upright;
+        for (std::size_t i = 0; i < marks_.size(); ++i) {
+            auto line = FaceLineOf(planes.Planes()[i]);
+            if (!line) continue;
+            lines.push_back(std::move(*line));
+            upright.push_back(i);
+        }
+        const double cell = FaceCellOf(lines);
+        for (std::size_t k = 0; k < lines.size(); ++k)
+            marks_[upright[k]] = PlaneMarks{lines[k], FaceRaster(lines[k], cell)};
+        places_.fill(static_cast<std::uint32_t>(evidence.stations.size()));
+        for (std::size_t i = 0; i < evidence.stations.size(); ++i)
+            places_[evidence.stations[i].number] = static_cast<std::uint32_t>(i);
+    }
+
+    Expected<void> Read(CAlivePointReader& reader, std::size_t chunk) {
+        return planes_.ReadChunk(reader, chunk, [this](const detection::PlanePoints& some) {
+            for (std::size_t i = 0; i < some.points.size(); ++i)
+                Add(some.points[i], some.planes[i]);
+        });
+    }
+
+    /// Turns each plane to the stations that have most of its points, and puts the marks of planes on
+    /// one line together.
+    void Finish() {
+        evidence_.planes = planes_.Planes();
+        for (std::size_t i = 0; i < evidence_.planes.size(); ++i) Turn(i);
+        evidence_.faces = FaceLinesOf(evidence_.planes);
+        for (const FaceLine& line : evidence_.faces.lines) {
+            FaceRaster raster(line, marks_[line.planes[0]]->raster.Cell());
+            for (const std::size_t plane : line.planes)
+                raster.Take(marks_[plane]->raster, marks_[plane]->line, line);
+            evidence_.rasters.push_back(std::move(raster));
+            for (const std::size_t plane : line.planes) marks_[plane].reset();
+        }
+    }
+
+private:
+    void Turn(std::size_t i) {
+        detection::FoundPlane& plane = evidence_.planes[i];
+        double votes = 0;
+        for (std::size_t s = 0; s < evidence_.stations.size(); ++s) {
+            const SimplePointT<double>& at = evidence_.stations[s].position;
+            const double before = plane.normal.x * at.x + plane.normal.y * at.y +
+                                  plane.normal.z * at.z + plane.offset;
+            const auto points = static_cast<double>(evidence_.Points(i, s));
+            votes += before > 0 ? points : -points;
+        }
+        if (votes >= 0) return;
+        plane.normal = {-plane.normal.x, -plane.normal.y, -plane.normal.z};
+        plane.offset = -plane.offset;
+    }
+    void Add(const CCloudPoint<float>& point, std::int32_t plane) {
+        const SimplePointT<double> at{point.x, point.y, point.z};
+        const std::size_t number =
+            point.attributes[kStationByte] + std::size_t{256} * point.attributes[kStationByte + 1];
+        const std::size_t station = places_[number];
+        if (station < evidence_.sights.size()) evidence_.sights[station].Add(at);
+        if (plane < 0) return;
+        const auto p = static_cast<std::size_t>(plane);
+        std::uint64_t& count = evidence_.seenFrom[p * (evidence_.stations.size() + 1) + station];
+        std::atomic_ref<std::uint64_t>(count).fetch_add(1, std::memory_order_relaxed);
+        if (auto& marks = marks_[p]) marks->raster.Mark(marks->line.Along({at.x, at.y}), at.z);
+    }
+
+    const detection::PlaneSet& planes_;
+    ScanEvidence& evidence_;
+    std::vector<std::optional<PlaneMarks>> marks_;  // of upright planes
+    std::array<std::uint32_t, 65536> places_{};
+};
+
+}  // namespace
+
+Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::PlaneSet& planes,
+                                      const BuildingOptions& options, const parallel::Pool& pool) {
+    ScanEvidence evidence;
+    evidence.stations = options.stations;
+    const std::uint32_t pixels = PixelsOf(options.stations.size(), options.memoryLimitBytes / 3);
+    evidence.sights.reserve(options.stations.size());
+    for (const ScanStation& station : options.stations)
+        evidence.sights.emplace_back(station.position, pixels);
+    evidence.seenFrom.assign(planes.Planes().size() * (options.stations.size() + 1), 0);
+    EvidencePass pass(planes, evidence);
+    detection::PointReaders readers(core, pool.Threads());
+    const auto done = pool.RunJobs(planes.Chunks(), [&](std::size_t chunk, unsigned worker) {
+        return pass.Read(readers[worker], chunk);
+    });
+    if (!done) return ErrorOf(done);
+    pass.Finish();
+    return evidence;
+}
+
+}  // namespace orvix::building

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "building/find_building.h"
+#include "building/sight/sight_image.h"
+#include "building/walls/face_raster.h"
+#include "parallel/pool.h"
+
+namespace orvix::building {
+
+/// What one pass over the points tells of sights and faces.
+struct ScanEvidence {
+    std::vector<ScanStation> stations;
+    std::vector<SightImage> sights;             ///< of each station
+    std::vector<detection::FoundPlane> planes;  ///< each normal to the stations that saw the plane
+    FaceLines faces;
+    std::vector<FaceRaster> rasters;      ///< of each face line
+    std::vector<std::uint64_t> seenFrom;  ///< points, plane by plane, of each station and one more
+                                          ///< for all points whose station is not known
+
+    /// Points of a plane that a station, by its place, saw.
+    [[nodiscard]] std::uint64_t Points(std::size_t plane, std::size_t station) const {
+        return seenFrom[plane * (stations.size() + 1) + station];
+    }
+};
+
+/// Reads the points once.
+///
+/// Errors  Failure where they cannot be mapped; Cancelled.
+/// Cost    some 60 ns per point, on all threads. Memory: a third of `memoryLimitBytes` at most for
+///         the pictures of what stations saw, whose pixels are as small as that allows.
+Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::PlaneSet& planes,
+                                      const BuildingOptions& options, const parallel::Pool& pool);
+
+}  // namespace orvix::building

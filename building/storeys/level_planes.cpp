@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "building/storeys/level_planes.h"
+
+#include <cmath>
+
+namespace orvix::building {
+namespace {
+
+constexpr double kLevel = 0.990268;     // cosine of 8 degrees
+constexpr double kSteepest = 0.173648;  // cosine of 80 degrees
+constexpr double kLeastArea = 0.2;      // square metres
+
+PlanRing PlanOf(const detection::FoundPlane& plane, const PlaneRing& ring) {
+    PlanRing plan;
+    plan.reserve(ring.points.size());
+    for (const SimplePoint2DT<double>& corner : ring.points) {
+        const SimplePointT<double> p = detection::CornerOf(plane, corner);
+        plan.push_back({p.x, p.y});
+    }
+    return plan;
+}
+
+}  // namespace
+
+LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes) {
+    LevelPlanes found;
+    for (std::size_t i = 0; i < planes.size(); ++i) {
+        const detection::FoundPlane& plane = planes[i];
+        const double level = std::abs(plane.normal.z);
+        if (level < kSteepest || plane.area < kLeastArea) continue;
+        LevelPlane face{i, {}, plane.area * level, plane.normal, plane.offset};
+        for (const PlaneRegion& region : plane.outline.regions) {
+            face.rings.push_back(PlanOf(plane, region.outer));
+            for (const PlaneRing& hole : region.holes) face.rings.push_back(PlanOf(plane, hole));
+        }
+        const bool up = plane.normal.z > 0;
+        auto& list = level >= kLevel ? (up ? found.floors : found.ceilings)
+                                     : (up ? found.upperSlopes : found.lowerSlopes);
+        list.push_back(std::move(face));
+    }
+    return found;
+}
+
+}  // namespace orvix::building

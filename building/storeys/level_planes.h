@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "building/building.h"
+#include "detection/found_plane.h"
+
+namespace orvix::building {
+
+/// A level or sloping plane as what stands on it or hangs under it sees it.
+struct LevelPlane {
+    std::size_t plane = 0;  ///< place in the list of planes
+    std::vector<PlanRing> rings;
+    double area = 0;  ///< of its plan
+
+    SimplePointT<double> normal;
+    double offset = 0;
+    [[nodiscard]] double HeightAt(const PlanPoint& p) const {
+        return -(normal.x * p.x + normal.y * p.y + offset) / normal.z;
+    }
+};
+
+/// The planes of a project that bound storeys: `floors` level and facing up, `ceilings` level and
+/// facing down, `slopes` facing down or up, 8 to 80 degrees from level.
+struct LevelPlanes {
+    std::vector<LevelPlane> floors;
+    std::vector<LevelPlane> ceilings;
+    std::vector<LevelPlane> lowerSlopes;  ///< facing down: what an attic sees of the roof
+    std::vector<LevelPlane> upperSlopes;
+};
+
+LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes);
+
+}  // namespace orvix::building
