@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+
+#include "building/building.h"
+
+namespace orvix::building {
+
+/// What a ring of a plan encloses, whichever way it runs.
+inline double AreaOf(const PlanRing& ring) {
+    double twice = 0;
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        const PlanPoint &a = ring[i], &b = ring[(i + 1) % ring.size()];
+        twice += a.x * b.y - a.y * b.x;
+    }
+    return std::abs(twice) / 2;
+}
+
+/// Once around.
+inline double LengthOf(const PlanRing& ring) {
+    double length = 0;
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        const PlanPoint &a = ring[i], &b = ring[(i + 1) % ring.size()];
+        length += std::hypot(b.x - a.x, b.y - a.y);
+    }
+    return length;
+}
+
+/// Of a piece of a plan, without its holes.
+inline double NetAreaOf(const PlanRegion& region) {
+    double area = AreaOf(region.outer);
+    for (const PlanRing& hole : region.holes) area -= AreaOf(hole);
+    return area;
+}
+
+}  // namespace orvix::building
