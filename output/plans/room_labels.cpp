@@ -62,11 +62,14 @@ private:
     // Below 0 where the place is no good.
     [[nodiscard]] double RoomAt(const PlanPoint& p) const {
         if (!Contains(regions_, p)) return -1;
-        double least = 1e300;
+        // Along a corridor many places are as good: the plain distance draws to the middle.
+        double least = 1e300, plain = 1e300;
         const auto edges = [&](const PlanRing& ring) {
-            for (std::size_t i = 0; i < ring.size(); ++i)
-                least = std::min(least,
-                                 DistanceToEdge(p, ring[i], ring[(i + 1) % ring.size()], stretch_));
+            for (std::size_t i = 0; i < ring.size(); ++i) {
+                const PlanPoint &a = ring[i], &b = ring[(i + 1) % ring.size()];
+                least = std::min(least, DistanceToEdge(p, a, b, stretch_));
+                plain = std::min(plain, DistanceToEdge(p, a, b, 1));
+            }
         };
         edges(regions_[0].outer);
         for (const PlanRing& hole : regions_[0].holes) edges(hole);
@@ -74,8 +77,9 @@ private:
             const double dx = std::max({box.low.x - p.x, 0.0, p.x - box.high.x});
             const double dy = std::max({box.low.y - p.y, 0.0, p.y - box.high.y}) * stretch_;
             least = std::min(least, Length({dx, dy}));
+            plain = std::min(plain, Length({dx, dy / stretch_}));
         }
-        return least;
+        return least + plain / 4;
     }
 
     std::vector<PlanRegion> regions_;
