@@ -4,13 +4,18 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <limits>
+#include <numeric>
+#include <tuple>
+#include <utility>
 
 #include "building/openings/find_openings.h"
-#include "building/rooms/room_plan.h"
-#include "building/scan_evidence.h"
+#include "building/plane_evidence.h"
+#include "building/roofs/find_roofs.h"
+#include "building/rooms/room_solid.h"
+#include "building/slabs/find_slabs.h"
 #include "building/storeys/find_storeys.h"
-#include "building/walls/wall_pieces.h"
+#include "building/wall_frame.h"
+#include "building/walls/wall_elements.h"
 #include "detection/plane_set.h"
 
 namespace orvix::building {
@@ -18,22 +23,28 @@ namespace {
 
 constexpr double kFarUp = 15;  // above the highest floor
 constexpr double kFarDown = 1e9;
-
-Measure Exactly(double value) {
-    return {value, value, value};
-}
+constexpr double kThickestSlab = 2;
+constexpr double kRoofAbove = 1;  // metres above the highest floor
 
 /// Finds a building, storey by storey.
 class BuildingFinder {
 public:
-    BuildingFinder(const ScanEvidence& evidence, const parallel::Pool& pool)
-        : evidence_(evidence), pool_(pool), levels_(LevelPlanesOf(evidence.planes)) {
-        found_.stationsKnown = !evidence.stations.empty();
+    BuildingFinder(const ScanEvidence& scan, const PlaneEvidence& planes,
+                   const parallel::Pool& pool)
+        : scan_(scan), planes_(planes), pool_(pool), levels_(LevelPlanesOf(scan.planes)) {
+        found_.stationsKnown = !scan.stations.empty();
     }
 
-    Building Find() {
-        found_.storeys = FindStoreys(levels_, evidence_.planes, found_.remarks);
-        for (std::size_t s = 0; s < found_.storeys.size(); ++s) FindStorey(s);
+    Expected<Building> Find() {
+        found_.storeys = FindStoreys(levels_, scan_.planes, found_.remarks);
+        for (std::size_t s = 0; s < found_.storeys.size(); ++s)
+            if (auto done = FindStorey(s); !done) return ErrorOf(done);
+        found_.slabs = FindSlabs(found_.storeys, plans_, levels_, planes_);
+        const double highest = found_.storeys.empty() ? -kFarDown : found_.storeys.back().elevation;
+        Roofs roofs = FindRoofs(levels_, highest + kRoofAbove, planes_);
+        found_.slopes = std::move(roofs.slopes);
+        found_.edges = std::move(roofs.edges);
+        Remark();
         return std::move(found_);
     }
 
@@ -45,58 +56,134 @@ private:
         const double below = s > 0 ? storeys[s - 1].ceiling : -kFarDown;
         return {storeys[s], next, below, OverheadMap(levels_, storeys[s], next)};
     }
-    void FindStorey(std::size_t s) {
+    Expected<void> FindStorey(std::size_t s) {
         const StoreyBand band = BandOf(s);
-        const FaceLines& faces = evidence_.faces;
-        const std::vector<WallPiece> pieces = JoinRuns(FindWallRuns(faces, evidence_, band), faces);
-        for (const WallPiece& piece : pieces) AddWall(s, piece, band);
+        const FaceLines& faces = scan_.faces;
+        const std::vector<WallPiece> pieces =
+            Ordered(JoinRuns(FindWallRuns(faces, scan_, band), faces));
         const std::vector<OpenBound> bounds = OpenBoundsOf(pieces);
-        const RoomCells cells = FindRoomCells(pieces, bounds, evidence_, band, pool_);
-        const double slab = std::min(band.next, band.storey.ceiling + 2);
-        const std::vector<BoundLine> lines =
+        auto cells = FindRoomCells(pieces, bounds, scan_, band, pool_);
+        if (!cells) return ErrorOf(cells);
+        const double slab = std::min(band.next, band.storey.ceiling + kThickestSlab);
+        std::vector<BoundLine> lines =
             BoundLinesOf(pieces, bounds, faces.lines, band.storey.ceiling - 0.05, slab + 0.05);
-        std::size_t number = 0;
-        for (std::size_t r = 0; r < cells.count; ++r)
-            if (const auto plan = DrawRoom(cells, static_cast<std::int32_t>(r), lines))
-                AddRoom(s, *plan, band, ++number);
+        auto views = LookAt(pieces, band);
+        if (!views) return ErrorOf(views);
+        std::vector<std::int32_t> places(cells->count, -1);
+        AddRooms(s, *cells, band, pieces, lines, places);
+        for (std::size_t i = 0; i < pieces.size(); ++i)
+            AddWall(s, pieces[i], (*views)[i], band, *cells, places);
+        plans_.push_back({std::move(*cells), std::move(lines)});
+        return {};
     }
-    void AddWall(std::size_t s, const WallPiece& piece, const StoreyBand& band) {
-        Wall wall;
-        wall.storey = s;
-        wall.axis = {piece.Middle(piece.run.begin), piece.Middle(piece.run.end)};
-        if (piece.run.other) wall.thickness = Exactly(piece.run.thickness);
-        wall.base = band.storey.elevation;
-        wall.top = std::min(band.next, band.storey.ceiling);
-        wall.profile = {
-            {0, wall.base}, {piece.Length(), wall.base}, {piece.Length(), wall.top}, {0, wall.top}};
-        wall.leftSeen = true;
-        wall.rightSeen = piece.run.other.has_value();
-        found_.walls.push_back(wall);
-        if (!piece.run.other) return;
-        const WallView view = ViewOf(piece, evidence_.faces, evidence_, wall.base, wall.top);
-        for (Opening& opening : FindOpenings(view, piece, wall.base, wall.top)) {
-            opening.wall = found_.walls.size() - 1;
-            found_.openings.push_back(opening);
+    // By the smallest x, then y, of the wall's plan.
+    static std::vector<WallPiece> Ordered(std::vector<WallPiece> pieces) {
+        const auto key = [](const WallPiece& piece) {
+            const PlanPoint a = piece.Middle(piece.run.begin), b = piece.Middle(piece.run.end);
+            return std::tuple(std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x),
+                              std::max(a.y, b.y));
+        };
+        std::stable_sort(pieces.begin(), pieces.end(),
+                         [&](const WallPiece& a, const WallPiece& b) { return key(a) < key(b); });
+        return pieces;
+    }
+    Expected<std::vector<WallView>> LookAt(const std::vector<WallPiece>& pieces,
+                                           const StoreyBand& band) const {
+        std::vector<WallView> views(pieces.size());
+        const double top = std::min(band.next, band.storey.ceiling);
+        auto done = pool_.RunJobs(pieces.size(), [&](std::size_t i, unsigned) -> Expected<void> {
+            views[i] = ViewOf(pieces[i], scan_.faces, scan_, band.storey.elevation, top);
+            return {};
+        });
+        if (!done) return ErrorOf(done);
+        return views;
+    }
+    void AddRooms(std::size_t s, const RoomCells& cells, const StoreyBand& band,
+                  const std::vector<WallPiece>& pieces, const std::vector<BoundLine>& lines,
+                  std::vector<std::int32_t>& places) {
+        const double above =
+            s + 1 < found_.storeys.size() ? found_.storeys[s + 1].ceiling : band.storey.ceiling;
+        std::vector<std::pair<Room, std::size_t>> rooms;
+        for (std::size_t r = 0; r < cells.count; ++r) {
+            const auto number = static_cast<std::int32_t>(r);
+            const auto plan = DrawRoom(cells, number, lines);
+            if (!plan) continue;
+            const RoomBounds bounds{cells, number, band, levels_.floors, above};
+            rooms.emplace_back(CloseRoom(*plan, bounds, pieces, found_.walls.size(), planes_), r);
+        }
+        const auto key = [](const Room& room) {
+            PlanPoint low = room.plan.outer[0];
+            for (const PlanPoint& p : room.plan.outer)
+                low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+            return std::pair(low.x, low.y);
+        };
+        std::stable_sort(rooms.begin(), rooms.end(),
+                         [&](const auto& a, const auto& b) { return key(a.first) < key(b.first); });
+        for (std::size_t k = 0; k < rooms.size(); ++k) {
+            rooms[k].first.name = fmt::format("Room {}.{}", s + 1, k + 1);
+            rooms[k].first.storey = s;
+            places[rooms[k].second] = static_cast<std::int32_t>(found_.rooms.size());
+            found_.rooms.push_back(std::move(rooms[k].first));
         }
     }
-    void AddRoom(std::size_t s, const RoomPlan& plan, const StoreyBand& band, std::size_t number) {
-        Room room;
-        room.name = fmt::format("Room {}.{}", s + 1, number);
-        room.storey = s;
-        room.plan = plan.region;
-        room.floor = band.storey.elevation;
-        room.ceiling = band.storey.ceiling;
-        double area = AreaOf(room.plan.outer);
-        for (const PlanRing& hole : room.plan.holes) area += AreaOf(hole);
-        room.area = Exactly(area);
-        room.height = Exactly(room.ceiling - room.floor);
-        room.volume = Exactly(area * (room.ceiling - room.floor));
-        found_.rooms.push_back(room);
+    void AddWall(std::size_t s, const WallPiece& piece, const WallView& view,
+                 const StoreyBand& band, const RoomCells& cells,
+                 const std::vector<std::int32_t>& places) {
+        const bool highest = s + 1 == found_.storeys.size();
+        Wall wall = WallOf(piece, band, SidesOf(piece, cells), highest, planes_);
+        wall.storey = s;
+        std::vector<Opening> openings;
+        if (piece.run.other)
+            openings = FindOpenings(view, piece, band.storey.elevation,
+                                    std::min(band.next, band.storey.ceiling));
+        AddSeen(view, openings, wall.evidence);
+        for (Opening& opening : openings) {
+            opening.wall = found_.walls.size();
+            const double along = piece.run.begin + opening.along;
+            opening.rooms = {
+                RoomAt(piece.face.At(along, -piece.run.thickness - kBeside), cells, places),
+                RoomAt(piece.face.At(along, kBeside), cells, places)};
+            opening.evidence.stations = wall.evidence.stations;
+            opening.evidence.seen = 1 - opening.hidden - opening.unknown;
+            opening.evidence.hidden = opening.hidden;
+            opening.evidence.inferred = kKindBySize;
+            found_.openings.push_back(std::move(opening));
+        }
+        found_.walls.push_back(std::move(wall));
+    }
+    [[nodiscard]] static std::optional<std::size_t> RoomAt(
+        const PlanPoint& place, const RoomCells& cells, const std::vector<std::int32_t>& places) {
+        if (cells.grid.Size() == 0 || !cells.grid.Holds(place)) return std::nullopt;
+        const std::int32_t room =
+            cells.rooms[cells.grid.At(cells.grid.Column(place.x), cells.grid.Row(place.y))];
+        if (room < 0 || places[static_cast<std::size_t>(room)] < 0) return std::nullopt;
+        return static_cast<std::size_t>(places[static_cast<std::size_t>(room)]);
+    }
+    void Remark() {
+        if (!found_.stationsKnown)
+            found_.remarks.emplace_back(
+                "The project has no positions of scanners: what was open and what was hidden is "
+                "not known, "
+                "and no rooms and openings are told.");
+        if (found_.storeys.empty())
+            found_.remarks.emplace_back(
+                "No floor of 4 square metres was seen: there are no storeys.");
+        else if (found_.walls.empty())
+            found_.remarks.emplace_back(
+                "No upright faces reach up to a ceiling: there are no walls.");
+        else if (found_.rooms.empty() && found_.stationsKnown)
+            found_.remarks.emplace_back(
+                "No open space under a ceiling lies between walls: there are no rooms.");
     }
 
-    const ScanEvidence& evidence_;
+    static constexpr double kBeside =
+        0.12;  // metres from a face to the cells of the room before it
+
+    const ScanEvidence& scan_;
+    const PlaneEvidence& planes_;
     const parallel::Pool& pool_;
     LevelPlanes levels_;
+    std::vector<StoreyPlan> plans_;
     Building found_;
 };
 
@@ -106,9 +193,10 @@ Expected<Building> FindBuilding(CProjectCore& core, const detection::PlaneSet& p
                                 const BuildingOptions& options) {
     const parallel::Pool pool(options.threads, options.proceed,
                               "the search for a building was cancelled");
-    const auto evidence = GatherEvidence(core, planes, options, pool);
-    if (!evidence) return ErrorOf(evidence);
-    return BuildingFinder(*evidence, pool).Find();
+    const auto scan = GatherEvidence(core, planes, options, pool);
+    if (!scan) return ErrorOf(scan);
+    const PlaneEvidence evidence(*scan, planes.Numbers());
+    return BuildingFinder(*scan, evidence, pool).Find();
 }
 
 }  // namespace orvix::building

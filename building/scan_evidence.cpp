@@ -26,10 +26,58 @@ std::uint32_t PixelsOf(std::size_t stations, std::uint64_t bytes) {
     return std::clamp(static_cast<std::uint32_t>(std::sqrt(each)), kFewestPixels, kMostPixels);
 }
 
+/// How far points lie from a plane on average, over squares of half a metre. Sums are whole
+/// micrometres, which add up to the same in any order.
+class PlaneWaves {
+public:
+    explicit PlaneWaves(const FaceLine& line)
+        : begin_(line.begin),
+          bottom_(line.bottom),
+          columns_(static_cast<std::size_t>((line.end - line.begin) / kSquare) + 1),
+          rows_(static_cast<std::size_t>(std::max(0.0, line.top - line.bottom) / kSquare) + 1),
+          sums_(columns_ * rows_) {}
+
+    void Add(double along, double height, double distance) {
+        const double column = std::floor((along - begin_) / kSquare),
+                     row = std::floor((height - bottom_) / kSquare);
+        if (column < 0 || row < 0 || column >= static_cast<double>(columns_) ||
+            row >= static_cast<double>(rows_))
+            return;
+        Sum& sum =
+            sums_[static_cast<std::size_t>(row) * columns_ + static_cast<std::size_t>(column)];
+        std::atomic_ref<std::int64_t>(sum.micrometres)
+            .fetch_add(std::llround(distance * 1e6), std::memory_order_relaxed);
+        std::atomic_ref<std::int64_t>(sum.points).fetch_add(1, std::memory_order_relaxed);
+    }
+    [[nodiscard]] double Largest() const {
+        constexpr std::int64_t kLeastPoints = 20;
+        double largest = 0;
+        for (const Sum& sum : sums_)
+            if (sum.points >= kLeastPoints)
+                largest = std::max(largest, std::abs(static_cast<double>(sum.micrometres) /
+                                                     static_cast<double>(sum.points)) *
+                                                1e-6);
+        return largest;
+    }
+
+private:
+    static constexpr double kSquare = 0.5;
+    struct Sum {
+        std::int64_t micrometres = 0;
+        std::int64_t points = 0;
+    };
+    double begin_;
+    double bottom_;
+    std::size_t columns_;
+    std::size_t rows_;
+    std::vector<Sum> sums_;
+};
+
 /// An upright plane, and where its points lie on it.
 struct PlaneMarks {
     FaceLine line;
     FaceRaster raster;
+    PlaneWaves waves;
 };
 
 double FaceCellOf(const std::vector<FaceLine>& lines) {
@@ -54,7 +102,8 @@ public:
         }
         const double cell = FaceCellOf(lines);
         for (std::size_t k = 0; k < lines.size(); ++k)
-            marks_[upright[k]] = PlaneMarks{lines[k], FaceRaster(lines[k], cell)};
+            marks_[upright[k]] =
+                PlaneMarks{lines[k], FaceRaster(lines[k], cell), PlaneWaves(lines[k])};
         places_.fill(static_cast<std::uint32_t>(evidence.stations.size()));
         for (std::size_t i = 0; i < evidence.stations.size(); ++i)
             places_[evidence.stations[i].number] = static_cast<std::uint32_t>(i);
@@ -73,6 +122,9 @@ public:
         evidence_.planes = planes_.Planes();
         for (std::size_t i = 0; i < evidence_.planes.size(); ++i) Turn(i);
         evidence_.faces = FaceLinesOf(evidence_.planes);
+        evidence_.departures.resize(evidence_.planes.size());
+        for (std::size_t i = 0; i < marks_.size(); ++i)
+            if (marks_[i]) evidence_.departures[i] = marks_[i]->waves.Largest();
         for (const FaceLine& line : evidence_.faces.lines) {
             FaceRaster raster(line, marks_[line.planes[0]]->raster.Cell());
             for (const std::size_t plane : line.planes)
@@ -107,7 +159,14 @@ private:
         const auto p = static_cast<std::size_t>(plane);
         std::uint64_t& count = evidence_.seenFrom[p * (evidence_.stations.size() + 1) + station];
         std::atomic_ref<std::uint64_t>(count).fetch_add(1, std::memory_order_relaxed);
-        if (auto& marks = marks_[p]) marks->raster.Mark(marks->line.Along({at.x, at.y}), at.z);
+        auto& marks = marks_[p];
+        if (!marks) return;
+        const double along = marks->line.Along({at.x, at.y});
+        marks->raster.Mark(along, at.z);
+        const detection::FoundPlane& found = planes_.Planes()[p];
+        marks->waves.Add(
+            along, at.z,
+            found.normal.x * at.x + found.normal.y * at.y + found.normal.z * at.z + found.offset);
     }
 
     const detection::PlaneSet& planes_;

@@ -22,6 +22,9 @@ struct ScanEvidence {
     std::vector<std::uint64_t> seenFrom;  ///< points, plane by plane, of each station and one more
                                           ///< for all points whose station is not known
 
+    /// Of each upright plane, the largest mean distance of its points from it over half a metre.
+    std::vector<double> departures;
+
     /// Points of a plane that a station, by its place, saw.
     [[nodiscard]] std::uint64_t Points(std::size_t plane, std::size_t station) const {
         return seenFrom[plane * (stations.size() + 1) + station];

@@ -243,9 +243,10 @@ std::size_t RoomCells::Cells(std::int32_t room) const {
     return static_cast<std::size_t>(std::count(rooms.begin(), rooms.end(), room));
 }
 
-RoomCells FindRoomCells(const std::vector<WallPiece>& walls, const std::vector<OpenBound>& bounds,
-                        const ScanEvidence& evidence, const StoreyBand& band,
-                        const parallel::Pool& pool) {
+Expected<RoomCells> FindRoomCells(const std::vector<WallPiece>& walls,
+                                  const std::vector<OpenBound>& bounds,
+                                  const ScanEvidence& evidence, const StoreyBand& band,
+                                  const parallel::Pool& pool) {
     RoomCells cells;
     if (walls.empty()) return cells;
     cells.grid = GridOver(walls);
@@ -255,11 +256,12 @@ RoomCells FindRoomCells(const std::vector<WallPiece>& walls, const std::vector<O
     cells.rooms.assign(cells.grid.Size(), -1);
     DrawWalls(cells, walls, bounds);
     const CellReader reader(evidence, band);
-    (void)pool.RunJobs(static_cast<std::size_t>(cells.grid.rows),
-                       [&](std::size_t row, unsigned) -> Expected<void> {
-                           reader.Read(cells, static_cast<std::int64_t>(row));
-                           return {};
-                       });
+    auto read = pool.RunJobs(static_cast<std::size_t>(cells.grid.rows),
+                             [&](std::size_t row, unsigned) -> Expected<void> {
+                                 reader.Read(cells, static_cast<std::int64_t>(row));
+                                 return {};
+                             });
+    if (!read) return ErrorOf(read);
     KeepWells(cells, cells.openAbove);
     KeepWells(cells, cells.openBelow);
     std::vector<std::uint8_t> inside(cells.grid.Size());

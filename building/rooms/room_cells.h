@@ -29,8 +29,11 @@ struct RoomCells {
 /// room of its own; what is so open below is none.
 ///
 /// Order  by the first cell of each, from the least y, then x.
-RoomCells FindRoomCells(const std::vector<WallPiece>& walls, const std::vector<OpenBound>& bounds,
-                        const ScanEvidence& evidence, const StoreyBand& band,
-                        const parallel::Pool& pool);
+///
+/// Errors Cancelled.
+Expected<RoomCells> FindRoomCells(const std::vector<WallPiece>& walls,
+                                  const std::vector<OpenBound>& bounds,
+                                  const ScanEvidence& evidence, const StoreyBand& band,
+                                  const parallel::Pool& pool);
 
 }  // namespace orvix::building

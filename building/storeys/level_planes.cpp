@@ -6,7 +6,6 @@
 namespace orvix::building {
 namespace {
 
-constexpr double kLevel = 0.990268;     // cosine of 8 degrees
 constexpr double kSteepest = 0.173648;  // cosine of 80 degrees
 constexpr double kLeastArea = 0.2;      // square metres
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -8,6 +9,8 @@
 #include "detection/found_plane.h"
 
 namespace orvix::building {
+
+inline constexpr double kLevel = 0.990268;  ///< cosine of 8 degrees
 
 /// A level or sloping plane as what stands on it or hangs under it sees it.
 struct LevelPlane {
@@ -17,6 +20,8 @@ struct LevelPlane {
 
     SimplePointT<double> normal;
     double offset = 0;
+    /// Within 8 degrees.
+    [[nodiscard]] bool IsLevel() const { return std::abs(normal.z) >= kLevel; }
     [[nodiscard]] double HeightAt(const PlanPoint& p) const {
         return -(normal.x * p.x + normal.y * p.y + offset) / normal.z;
     }

@@ -15,7 +15,10 @@ public:
     /// Planes 1.7 m above the storey's floor and below `under` count.
     OverheadMap(const LevelPlanes& levels, const Storey& storey, double under);
 
-    /// None where none was seen over a place, or over the cells beside it.
+    /// The plane that hangs lowest over a place; none where none was seen over it or over the two
+    /// cells of 10 cm around it.
+    [[nodiscard]] const LevelPlane* FaceAt(const PlanPoint& place) const;
+    /// How high that plane is over the place.
     [[nodiscard]] std::optional<double> HeightAt(const PlanPoint& place) const;
     /// That height, or the storey's ceiling.
     [[nodiscard]] double CeilingAt(const PlanPoint& place) const {
@@ -23,11 +26,12 @@ public:
     }
 
 private:
-    void Add(const LevelPlane& face, double least, double under);
+    void Add(std::int32_t face, double least, double under);
 
+    std::vector<const LevelPlane*> faces_;  // of `levels`, which must outlive this
     PlanGrid grid_;
     double ceiling_;
-    std::vector<float> heights_;
+    std::vector<std::int32_t> lowest_;  // of each cell, a place in faces_; -1: none
 };
 
 }  // namespace orvix::building

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "building/walls/wall_elements.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace orvix::building {
+namespace {
+
+constexpr double kBeside = 0.12;  // metres from a face to the cells of the room before it
+constexpr double kStep = 0.1;
+constexpr double kLeastSure = 0.001;  // metres
+
+/// The roof or ceiling over a wall, place by place.
+class OverWall {
+public:
+    OverWall(const WallPiece& piece, const StoreyBand& band) : piece_(piece), band_(band) {}
+
+    [[nodiscard]] double Highest() const {
+        double highest = band_.storey.elevation;
+        bool any = false;
+        for (double along = piece_.run.begin + kStep / 2; along < piece_.run.end; along += kStep)
+            for (const double before : Befores())
+                if (const auto z = band_.overhead.HeightAt(piece_.face.At(along, before))) {
+                    highest = any ? std::max(highest, *z) : *z;
+                    any = true;
+                }
+        return any ? highest : band_.storey.ceiling;
+    }
+    // (along from the beginning, height) from the beginning to the end; empty where nothing slopes.
+    [[nodiscard]] PlanRing Slopes() const {
+        PlanRing top;
+        const LevelPlane* last = nullptr;
+        bool slopes = false;
+        double lastAlong = piece_.run.begin;
+        for (double along = piece_.run.begin + kStep / 2; along < piece_.run.end; along += kStep) {
+            const LevelPlane* face = FaceAt(along);
+            if (face == nullptr) continue;
+            slopes = slopes || !face->IsLevel();
+            if (last == nullptr)
+                top.push_back(On(*face, piece_.run.begin));
+            else if (face != last)
+                Change(*last, *face, lastAlong, along, top);
+            last = face;
+            lastAlong = along;
+        }
+        if (last == nullptr || !slopes) return {};
+        top.push_back(On(*last, piece_.run.end));
+        return top;
+    }
+
+private:
+    [[nodiscard]] std::vector<double> Befores() const {
+        return {kBeside, -piece_.run.thickness - kBeside};
+    }
+    [[nodiscard]] const LevelPlane* FaceAt(double along) const {
+        for (const double before : Befores())
+            if (const LevelPlane* face = band_.overhead.FaceAt(piece_.face.At(along, before)))
+                return face;
+        return nullptr;
+    }
+    [[nodiscard]] PlanPoint On(const LevelPlane& face, double along) const {
+        return {along - piece_.run.begin, face.HeightAt(piece_.Middle(along))};
+    }
+    // Where two faces cross near the place at which one takes over from the other; else a step.
+    void Change(const LevelPlane& a, const LevelPlane& b, double from, double to,
+                PlanRing& top) const {
+        constexpr double kNear = 0.5;
+        const double atFrom = On(a, from).y - On(b, from).y, atTo = On(a, to).y - On(b, to).y;
+        const double share = atFrom / (atFrom - atTo);
+        const double along = from + share * (to - from);
+        if (std::isfinite(share) && along > from - kNear && along < to + kNear) {
+            top.push_back(On(a, along));
+            return;
+        }
+        top.push_back(On(a, (from + to) / 2));
+        top.push_back(On(b, (from + to) / 2));
+    }
+
+    const WallPiece& piece_;
+    const StoreyBand& band_;
+};
+
+double SeenTop(const WallPiece& piece, const ScanEvidence& scan) {
+    double top = -1e300;
+    const auto take = [&](std::size_t line) {
+        const FaceRaster& raster = scan.rasters[line];
+        const FaceLine& face = scan.faces.lines[line];
+        double from = face.Along(piece.face.At(piece.run.begin)),
+               to = face.Along(piece.face.At(piece.run.end));
+        if (from > to) std::swap(from, to);
+        for (std::int64_t row = raster.Rows() - 1; row >= 0; --row) {
+            std::int64_t marked = 0;
+            for (std::int64_t c = std::max(std::int64_t{0}, raster.ColumnOf(from));
+                 c <= std::min(raster.Columns() - 1, raster.ColumnOf(to)); ++c)
+                marked += raster.Marked(c, row);
+            if (static_cast<double>(marked) * raster.Cell() < 0.25 * (to - from)) continue;
+            top = std::max(top, raster.Height(row) + raster.Cell() / 2);
+            return;
+        }
+    };
+    take(piece.run.face);
+    if (piece.run.other) take(*piece.run.other);
+    return top;
+}
+
+}  // namespace
+
+WallSides SidesOf(const WallPiece& piece, const RoomCells& cells) {
+    WallSides sides;
+    const auto room = [&](const PlanPoint& p) {
+        return cells.grid.Size() > 0 && cells.grid.Holds(p) &&
+               cells.rooms[cells.grid.At(cells.grid.Column(p.x), cells.grid.Row(p.y))] >= 0;
+    };
+    // The way of a piece has its face's normal on the right.
+    for (double along = piece.run.begin + kStep / 2; along < piece.run.end; along += kStep) {
+        sides.right = sides.right || room(piece.face.At(along, kBeside));
+        sides.left = sides.left || room(piece.face.At(along, -piece.run.thickness - kBeside));
+    }
+    return sides;
+}
+
+Wall WallOf(const WallPiece& piece, const StoreyBand& band, const WallSides& sides, bool highest,
+            const PlaneEvidence& planes) {
+    Wall wall;
+    wall.axis = {piece.Middle(piece.run.begin), piece.Middle(piece.run.end)};
+    wall.base = band.storey.elevation;
+    wall.external = !(sides.left && sides.right);
+    wall.rightSeen = true;
+    wall.leftSeen = piece.run.other.has_value();
+    const OverWall over(piece, band);
+    PlanRing slopes = over.Slopes();
+    if (!slopes.empty() && (highest || !wall.external)) {
+        wall.profile = {{0, wall.base}, {piece.Length(), wall.base}};
+        wall.profile.insert(wall.profile.end(), slopes.rbegin(), slopes.rend());
+        for (const PlanPoint& p : slopes) wall.top = std::max(wall.top, p.y);
+    } else {
+        wall.top = std::min(over.Highest(), band.next);
+        if (wall.external)
+            wall.top = highest ? std::max(wall.top, SeenTop(piece, planes.Scan())) : band.next;
+        wall.profile = {
+            {0, wall.base}, {piece.Length(), wall.base}, {piece.Length(), wall.top}, {0, wall.top}};
+    }
+    std::vector<std::size_t> used = PlanesWithin(planes.Scan(), piece.run.face, piece.run.begin,
+                                                 piece.run.end, wall.base, wall.top);
+    if (piece.run.other) {
+        const FaceLine& other = planes.Scan().faces.lines[*piece.run.other];
+        double from = other.Along(piece.face.At(piece.run.begin)),
+               to = other.Along(piece.face.At(piece.run.end));
+        if (from > to) std::swap(from, to);
+        const auto behind =
+            PlanesWithin(planes.Scan(), *piece.run.other, from, to, wall.base, wall.top);
+        const double a = planes.Scatter(used), b = planes.Scatter(behind);
+        const double sure = std::max(kLeastSure, std::sqrt(a * a + b * b));
+        wall.thickness =
+            Measure{piece.run.thickness, piece.run.thickness - sure, piece.run.thickness + sure};
+        used.insert(used.end(), behind.begin(), behind.end());
+    }
+    for (const std::size_t p : used)
+        wall.deviation = std::max(wall.deviation, planes.Scan().departures[p]);
+    wall.evidence = planes.Of(std::move(used));
+    if (!piece.run.other) wall.evidence.inferred |= kOtherSide;
+    if (!piece.bounded[0] || !piece.bounded[1]) wall.evidence.inferred |= kFreeEnd;
+    return wall;
+}
+
+void AddSeen(const WallView& view, const std::vector<Opening>& openings, Evidence& evidence) {
+    std::size_t all = 0, solid = 0, hidden = 0;
+    for (std::int64_t row = 0; row < view.rows; ++row)
+        for (std::int64_t column = 0; column < view.columns; ++column) {
+            const double along = view.Along(column) - view.begin + view.cell / 2;
+            const double z = view.Height(row) + view.cell / 2;
+            const bool opens = std::any_of(openings.begin(), openings.end(), [&](const Opening& o) {
+                return std::abs(along - o.along) < o.width.value / 2 && z > o.bottom &&
+                       z < o.bottom + o.height.value;
+            });
+            if (opens) continue;
+            ++all;
+            solid += view.looks[view.At(column, row)] == WallView::kSolid;
+            hidden += view.looks[view.At(column, row)] == WallView::kHidden;
+        }
+    if (all == 0) return;
+    evidence.seen = static_cast<double>(solid) / static_cast<double>(all);
+    evidence.hidden = static_cast<double>(hidden) / static_cast<double>(all);
+    if (evidence.hidden > 0.02) evidence.inferred |= kHiddenPart;
+}
+
+}  // namespace orvix::building
