@@ -361,7 +361,7 @@ def match_slopes(truth, model):
     for normal, offset, rings, seen, name in slope_faces(truth):
         best = 0.0
         for i, slope in enumerate(slopes):
-            own = np.array(slope["normal"], float)
+            own = np.array(slope["equation"][:3], float)
             turn = math.degrees(math.atan2(float(np.linalg.norm(np.cross(own, normal))), float(own @ normal)))
             outline = np.array(slope["outline"], float)
             off = abs(float(np.mean(outline @ normal)) - offset)

@@ -51,7 +51,7 @@ def street_of(options, copies, folder):
     if not scan.exists():
         unpack(options.truths / options.house / "scan.ptx.xz", scan)
     write_street(scan, copies, street)
-    subprocess.run([options.build / "bin/orvix", "import", street, project], check=True,
+    subprocess.run([options.build / "bin/orvix", "import", street, project, "--overwrite"], check=True,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     street.unlink()
     return project

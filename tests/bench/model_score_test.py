@@ -56,7 +56,7 @@ def model():
                       "direction": o["direction"], "width": o["width"], "height": o["height"]}
                      for i, o in enumerate(TRUTH["openings"])],
         "slabs": [{"number": 1, "regions": [[SQUARE]], "top": {"value": 0.0}, "bottom": None}],
-        "slopes": [{"number": 1, "normal": SLOPE, "area": 15.0,
+        "slopes": [{"number": 1, "equation": [*SLOPE, -3.8], "area": 15.0,
                     "outline": [on_slope(x, y, 3.8) for x, y in SQUARE]}]}
 
 
