@@ -46,6 +46,7 @@ void DescribeCommand(CLI::App& app, CommandContext& context) {
     AddPlaneVerb(app, context);
     AddPlanesVerb(app, context);
     AddPlanesTasksVerb(app, context);
+    AddModelVerb(app, context);
     AddDeviationVerb(app, context);
     AddHistogramVerb(app, context);
     AddClassifyVerb(app, context);

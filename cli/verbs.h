@@ -89,6 +89,7 @@ void AddWalkVerb(CLI::App& app, CommandContext& context);
 void AddPlaneVerb(CLI::App& app, CommandContext& context);
 void AddPlanesVerb(CLI::App& app, CommandContext& context);
 void AddPlanesTasksVerb(CLI::App& app, CommandContext& context);
+void AddModelVerb(CLI::App& app, CommandContext& context);
 void AddDeviationVerb(CLI::App& app, CommandContext& context);
 void AddHistogramVerb(CLI::App& app, CommandContext& context);
 void AddClassifyVerb(CLI::App& app, CommandContext& context);

@@ -45,6 +45,7 @@ JSON_RUNS = {
     "walk": ["walk keys.prj"],
     "plane": [f"plane keys.prj --seed {SEED} --mesh roof.ply --picture roof.png"],
     "planes": [f"planes keys.prj --explain {SEED} --picture planes.png"],
+    "model": ["model keys.prj keys.ifc --save"],
     "planes-tasks": ["planes-tasks begin keys.prj --pieces 2", "planes-tasks run keys.prj tiles/0"],
     "deviation": ["deviation keys.prj planes"],
     "histogram": ["histogram keys.prj --picture keys.svg"],
@@ -73,7 +74,7 @@ PLACES = {
     "Key of a step": ["scans", "steps"],
 }
 # Objects whose keys are values themselves: those listed may occur, others may not.
-OPEN = {"rejected"}
+OPEN = {"rejected", "model"}
 
 
 def command_lines(document):
