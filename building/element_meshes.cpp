@@ -251,23 +251,37 @@ std::string NameOf(const Building& building, ElementKind kind, std::size_t place
     return name;
 }
 
+ElementMesh ElementMeshOf(const Building& building, ElementKind kind, std::size_t place) {
+    const auto mesh = [&]() -> TriangleMesh {
+        switch (kind) {
+            case ElementKind::Wall:
+                return MeshOf(building, place);
+            case ElementKind::Slab:
+                return MeshOf(building.slabs[place]);
+            case ElementKind::Slope:
+                return MeshOf(building.slopes[place]);
+            case ElementKind::Room:
+                return MeshOf(building.rooms[place]);
+            case ElementKind::Opening:
+                break;
+        }
+        const Opening& opening = building.openings[place];
+        return MeshOf(building.walls[opening.wall], opening);
+    };
+    ElementMesh element{kind, place, NameOf(building, kind, place), false, Compact(mesh())};
+    element.closed = IsClosed(element.mesh);
+    return element;
+}
+
 std::vector<ElementMesh> MeshesOf(const Building& building) {
     std::vector<ElementMesh> meshes;
-    const auto add = [&](ElementKind kind, std::size_t place, const TriangleMesh& mesh) {
-        meshes.push_back({kind, place, NameOf(building, kind, place), false, Compact(mesh)});
-        meshes.back().closed = IsClosed(meshes.back().mesh);
-    };
-    for (std::size_t i = 0; i < building.walls.size(); ++i)
-        add(ElementKind::Wall, i, MeshOf(building, i));
-    for (std::size_t i = 0; i < building.slabs.size(); ++i)
-        add(ElementKind::Slab, i, MeshOf(building.slabs[i]));
-    for (std::size_t i = 0; i < building.slopes.size(); ++i)
-        add(ElementKind::Slope, i, MeshOf(building.slopes[i]));
-    for (std::size_t i = 0; i < building.rooms.size(); ++i)
-        add(ElementKind::Room, i, MeshOf(building.rooms[i]));
-    for (std::size_t i = 0; i < building.openings.size(); ++i)
-        add(ElementKind::Opening, i,
-            MeshOf(building.walls[building.openings[i].wall], building.openings[i]));
+    for (const auto& [kind, count] : {std::pair{ElementKind::Wall, building.walls.size()},
+                                      {ElementKind::Slab, building.slabs.size()},
+                                      {ElementKind::Slope, building.slopes.size()},
+                                      {ElementKind::Room, building.rooms.size()},
+                                      {ElementKind::Opening, building.openings.size()}}) {
+        for (std::size_t i = 0; i < count; ++i) meshes.push_back(ElementMeshOf(building, kind, i));
+    }
     return meshes;
 }
 

@@ -45,6 +45,9 @@ std::string NameOf(const Building& building, ElementKind kind, std::size_t place
 /// Cost       n log n of an element's corners; the square of a room's.
 std::vector<ElementMesh> MeshesOf(const Building& building);
 
+/// The triangles of one element alone. Precondition: the building has it.
+ElementMesh ElementMeshOf(const Building& building, ElementKind kind, std::size_t place);
+
 /// What a closed mesh encloses, cubic metres.
 double VolumeOf(const detail::TriangleMesh& mesh);
 

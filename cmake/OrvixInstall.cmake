@@ -44,6 +44,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/orvix/platform/error.h
 install(FILES ${PROJECT_SOURCE_DIR}/detection/plane_search.h ${PROJECT_SOURCE_DIR}/detection/found_plane.h
   ${PROJECT_SOURCE_DIR}/detection/plane_set.h ${PROJECT_SOURCE_DIR}/detection/saved_planes.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/detection COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/building/building.h ${PROJECT_SOURCE_DIR}/building/find_building.h
+  ${PROJECT_SOURCE_DIR}/building/saved_building.h ${PROJECT_SOURCE_DIR}/building/wall_frame.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/building COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/importer/import.h ${PROJECT_SOURCE_DIR}/importer/import_options.h
   ${PROJECT_SOURCE_DIR}/importer/import_result.h ${PROJECT_SOURCE_DIR}/importer/import_tasks.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/importer COMPONENT development)

@@ -38,12 +38,12 @@
 //            memory is what ran out. On success `error` is left alone. On failure a handle is null,
 //            and other outputs hold nothing to rely on. No exception leaves a call.
 // Lifetime   what `..._open` and its like hand out is closed by the call of its name; null is left
-//            alone. Planes, meshes, views and sections outlive their project. Closing a handle
+//            alone. Planes, buildings, meshes, views and sections outlive their project. Closing a handle
 //            twice, or using it afterwards, is the caller's mistake and is not detected; null is.
 // Threads    one thread at a time per handle; any number of handles, several on one project too.
 //            Calls on a const handle may run side by side. The library takes no lock and starts no
-//            thread, but for orvix_planes_find, which ends those that it starts; the driver of a
-//            graphics device may have threads of its own.
+//            thread, but for orvix_planes_find and orvix_building_find, which end those that they
+//            start; the driver of a graphics device may have threads of its own.
 // Callbacks  run on the calling thread. They return; they do not throw, jump out, or close the
 //            handle that is in use.
 // Damage     every count, offset and size that comes from a project's files is held against the
@@ -58,7 +58,7 @@
 // What this header describes. A library of the same major and an equal or higher minor version
 // serves a host; `orvix_interface_version` returns the library's.
 #define ORVIX_C_MAJOR 1
-#define ORVIX_C_MINOR 4
+#define ORVIX_C_MINOR 5
 
 #if defined(_WIN32)
 #define ORVIX_C_CALL __cdecl
@@ -128,7 +128,7 @@ typedef struct orvix_project orvix_project;
 
 enum {
     ORVIX_READ = 0,
-    ORVIX_READ_WRITE = 1  // for orvix_points_write_dclc and orvix_planes_save
+    ORVIX_READ_WRITE = 1  // for orvix_points_write_dclc and what saves planes or a building
 };
 
 typedef struct orvix_open_options {
@@ -681,6 +681,268 @@ ORVIX_C_API orvix_status ORVIX_C_CALL orvix_mesh_read(const orvix_mesh* mesh, do
                                                       uint64_t triangle_capacity,
                                                       uint64_t* triangle_count, orvix_error* error);
 ORVIX_C_API void ORVIX_C_CALL orvix_mesh_close(orvix_mesh* mesh);
+
+// ---- Buildings ------------------------------------------------------------------------------
+
+typedef struct orvix_building orvix_building;
+
+// What a building is found with. All zero: as `orvix model` finds it.
+typedef struct orvix_building_options {
+    uint32_t size;
+    uint32_t threads;       // 0: every core; 1: the calling thread alone; at most 1024
+    uint64_t memory_limit;  // bytes, about; 0: 1 GiB
+    int32_t
+        orthogonal;  // 1: walls are turned parallel and square to others, within their tolerance
+    int32_t search;  // 1: planes are searched, even where the project keeps some
+    orvix_proceed proceed;  // null: the work cannot be cancelled; `done` never falls
+    void* user;
+} orvix_building_options;
+
+// Finds the building that a project shows: its storeys, slabs, walls, openings, rooms and roof. It is
+// found in `planes`, those of a search or saved ones of the same project handle; null: in the planes
+// that the project keeps, where it keeps some of its points, else in those of a search. The same
+// project, planes and options give the same building to the last bit, on every system and with any
+// number of threads. docs/MODEL.md says what the numbers mean.
+// Errors    BAD_ARGUMENT: an option that cannot be, planes of another project handle. Those of
+//           orvix_planes_find where planes are searched. CANCELLED. A scan without floors or walls is
+//           no error: remarks say what it lacks.
+// Lifetime  a building is a value: it needs neither the project nor the planes any more.
+// Threads   as orvix_planes_find.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_find(orvix_project* project,
+                                                          const orvix_planes* planes,
+                                                          const orvix_building_options* options,
+                                                          orvix_building** building,
+                                                          orvix_error* error);
+// The building that orvix_building_save or `orvix model --save` left in the project, as it was.
+// Errors  BAD_INPUT: none is kept, or the points are not those that it was found in. DAMAGED.
+// Cost    half a million points are read at most.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_open_saved(orvix_project* project,
+                                                                orvix_building** building,
+                                                                orvix_error* error);
+// Keeps a building in the project it was found in, open with ORVIX_READ_WRITE, in place of the one
+// kept so far.
+// Errors  BAD_ARGUMENT: a project that is open for reading. BAD_INPUT: what is kept is of a later
+//         version. NO_SPACE: what was kept before stays.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_save(orvix_project* project,
+                                                          const orvix_building* building,
+                                                          orvix_error* error);
+// Writes a building, world coordinates, in the format that the name's ending says: what `orvix model`
+// writes. A file of that name is replaced once the new one is whole.
+// Errors  BAD_INPUT: another ending, or a folder that is not there. NO_SPACE, FAILED.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_write(const orvix_building* building,
+                                                           const char* path, orvix_error* error);
+ORVIX_C_API void ORVIX_C_CALL orvix_building_close(orvix_building* building);
+
+typedef struct orvix_building_info {
+    uint32_t size;
+    int32_t stations_known;  // 0: no scanner's position is known, so rooms and openings are guesses
+    uint64_t storeys;        // this and what follows: how many there are; numbers count from 1
+    uint64_t slabs;
+    uint64_t walls;
+    uint64_t openings;
+    uint64_t rooms;
+    uint64_t slopes;
+    uint64_t edges;
+    uint64_t remarks;
+} orvix_building_info;
+
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_info(const orvix_building* building,
+                                                              orvix_building_info* info,
+                                                              orvix_error* error);
+
+// Elements. Those before ORVIX_ELEMENT_STOREY have evidence, rings and a mesh.
+enum {
+    ORVIX_ELEMENT_WALL = 0,
+    ORVIX_ELEMENT_OPENING = 1,
+    ORVIX_ELEMENT_SLAB = 2,
+    ORVIX_ELEMENT_ROOM = 3,
+    ORVIX_ELEMENT_SLOPE = 4,
+    ORVIX_ELEMENT_STOREY = 5
+};
+
+// Members of three doubles named after an amount are the value, and between which it lies with 95 %
+// likelihood: value, low, high; three zeros where it was not seen. Positions and heights are of the
+// world. Other elements are named by their numbers, 0 for none.
+
+typedef struct orvix_storey {
+    uint32_t size;
+    uint32_t reserved;
+    double elevation;  // of its floor
+    double ceiling;    // of its ceilings, the highest of the greater part of them
+} orvix_storey;
+
+typedef struct orvix_slab {
+    uint32_t size;
+    uint32_t storey;   // whose floor it is; of a ceiling under nothing seen, the one below
+    int32_t top_seen;  // 1: its upper face was seen
+    int32_t bottom_seen;
+    double top[3];
+    double bottom[3];
+    double thickness[3];
+} orvix_slab;
+
+typedef struct orvix_wall {
+    uint32_t size;
+    uint32_t storey;
+    int32_t left_seen;   // 1: the face to the left of the way from the start to the end was seen
+    int32_t right_seen;  // thickness is known where both were
+    int32_t external;    // 1: rooms of the storey lie on one side at most
+    int32_t reserved;
+    double axis[4];  // x, y of its start and of its end: the middle, or the face that was seen
+    double thickness[3];
+    double base;
+    double top;
+    double deviation;  // largest departure of a face from its plane over half a metre
+} orvix_wall;
+
+enum { ORVIX_OPENING_DOOR = 0, ORVIX_OPENING_WINDOW = 1, ORVIX_OPENING_HOLE = 2 };
+enum {
+    ORVIX_STATE_FREE = 0,
+    ORVIX_STATE_OPEN = 1,  // its leaf stands beside it
+    ORVIX_STATE_CLOSED = 2,
+    ORVIX_STATE_UNKNOWN = 3
+};
+
+typedef struct orvix_opening {
+    uint32_t size;
+    int32_t kind;   // ORVIX_OPENING_
+    int32_t state;  // ORVIX_STATE_
+    uint32_t wall;
+    uint32_t rooms[2];  // to the left and to the right of its wall
+    double along;       // metres from the wall's start to its middle
+    double bottom;      // height of its lower edge
+    double centre[3];
+    double direction[2];  // of its wall, x and y
+    double width[3];
+    double height[3];
+    double free;     // share through which rays of scanners went
+    double hidden;   // share before which something stood
+    double unknown;  // share that no ray reached
+} orvix_opening;
+
+typedef struct orvix_room {
+    uint32_t size;
+    uint32_t storey;
+    double floor;
+    double ceiling;  // its highest
+    double area[3];  // of its floor
+    double height[3];
+    double volume[3];
+} orvix_room;
+
+// A flat part of a roof; the normal points up and out.
+typedef struct orvix_slope {
+    uint32_t size;
+    int32_t upper_seen;  // 0: the plane is that of the lower face
+    double equation[4];
+    double thickness[3];
+    double area;
+} orvix_slope;
+
+enum { ORVIX_EDGE_RIDGE = 0, ORVIX_EDGE_HIP = 1, ORVIX_EDGE_VALLEY = 2 };
+
+// Where two slopes meet: a stretch of the line of their planes.
+typedef struct orvix_edge {
+    uint32_t size;
+    int32_t kind;  // ORVIX_EDGE_
+    uint32_t slopes[2];
+    double ends[6];
+} orvix_edge;
+
+// Bits of what was not measured but concluded.
+enum {
+    ORVIX_INFERRED_OTHER_SIDE = 1,      // one face was seen: how thick it is, is not known
+    ORVIX_INFERRED_HIDDEN_PART = 2,     // it runs on where something stood before it
+    ORVIX_INFERRED_FREE_END = 4,        // an end that no other element bounds
+    ORVIX_INFERRED_FLOOR_LEVEL = 8,     // its floor was not seen; the storey's stands in
+    ORVIX_INFERRED_CEILING_LEVEL = 16,  // its ceiling was not seen; the storey's stands in
+    ORVIX_INFERRED_OPEN_BOUND = 32,     // a part of a room's bound is no wall that was seen
+    ORVIX_INFERRED_KIND_BY_SIZE = 64,   // a door or window by its size and height alone
+    ORVIX_INFERRED_SQUARED = 128        // moved to be parallel or square to others, as asked
+};
+
+// What an element rests on.
+typedef struct orvix_evidence {
+    uint32_t size;
+    uint32_t inferred;  // ORVIX_INFERRED_
+    double seen;        // share of its surface on which points lie
+    double hidden;      // share of its surface before which something stood
+    uint64_t points;
+    double rms;        // of the points' distances from its planes
+    double tolerance;  // of its planes, the largest
+    uint64_t stations;
+    uint64_t planes;
+} orvix_evidence;
+
+// An element by its number. BAD_ARGUMENT: there is no such element; 0 is none.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_storey(const orvix_building* building,
+                                                                uint32_t number,
+                                                                orvix_storey* storey,
+                                                                orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_slab(const orvix_building* building,
+                                                              uint32_t number, orvix_slab* slab,
+                                                              orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_wall(const orvix_building* building,
+                                                              uint32_t number, orvix_wall* wall,
+                                                              orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_opening(const orvix_building* building,
+                                                                 uint32_t number,
+                                                                 orvix_opening* opening,
+                                                                 orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_room(const orvix_building* building,
+                                                              uint32_t number, orvix_room* room,
+                                                              orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_slope(const orvix_building* building,
+                                                               uint32_t number, orvix_slope* slope,
+                                                               orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_edge(const orvix_building* building,
+                                                              uint32_t number, orvix_edge* edge,
+                                                              orvix_error* error);
+// The name of an element (ORVIX_ELEMENT_), such as "Storey 1", "Room 1.2" or "wall 3", and a remark,
+// 1 to orvix_building_info's remarks: a sentence on what could not be told of this scan. Lists of
+// bytes, the zero at the end among them.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_name(const orvix_building* building,
+                                                              int32_t kind, uint32_t number,
+                                                              char* text, uint64_t capacity,
+                                                              uint64_t* count, orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_remark(const orvix_building* building,
+                                                                uint32_t number, char* text,
+                                                                uint64_t capacity, uint64_t* count,
+                                                                orvix_error* error);
+// What an element (ORVIX_ELEMENT_, before STOREY) rests on, and the stations and planes themselves,
+// by their numbers, ascending. Lists.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_evidence(const orvix_building* building,
+                                                                  int32_t kind, uint32_t number,
+                                                                  orvix_evidence* evidence,
+                                                                  orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_stations(
+    const orvix_building* building, int32_t kind, uint32_t number, uint32_t* stations,
+    uint64_t capacity, uint64_t* count, orvix_error* error);
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_planes(const orvix_building* building,
+                                                                int32_t kind, uint32_t number,
+                                                                uint32_t* planes, uint64_t capacity,
+                                                                uint64_t* count,
+                                                                orvix_error* error);
+// The rings of an element (before STOREY), region by region, the outer one first: a wall's profile
+// over its axis, openings not cut out; an opening's rectangle there; a slab's plan at its upper face,
+// or at its lower one where that alone was seen; a room's floor; a slope's outline. A list.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_rings(const orvix_building* building,
+                                                               int32_t kind, uint32_t number,
+                                                               orvix_ring* rings, uint64_t capacity,
+                                                               uint64_t* count, orvix_error* error);
+// A ring's vertices in the world; the last joins the first, which is not repeated. A list of
+// positions.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_get_ring(const orvix_building* building,
+                                                              int32_t kind, uint32_t number,
+                                                              uint64_t ring, double* xyz,
+                                                              uint64_t capacity, uint64_t* count,
+                                                              orvix_error* error);
+// The triangles of an element (before STOREY) in the world, counter-clockwise seen from outside: a
+// wall without its openings and as thick as it is, a room's solid. Of what one face alone was seen, a
+// surface. Empty where an element has no extent.
+ORVIX_C_API orvix_status ORVIX_C_CALL orvix_building_mesh(const orvix_building* building,
+                                                          int32_t kind, uint32_t number,
+                                                          orvix_mesh** mesh, orvix_error* error);
 
 // ---- Neighbours -----------------------------------------------------------------------------
 

@@ -13,9 +13,9 @@ case "$1" in *.a) ;; *) options+=(-D) ;; esac
 "${4:-nm}" "${options[@]}" "$1" | sed -E 's/^[0-9a-f]+ . //; s/^__imp_//' | c++filt |
     grep -v '_dll_iname$' | grep -v '^orvix::[A-Za-z0-9_:]* orvix::' >"$names"
 grep -oE '^(vtable for |typeinfo (name )?for )?orvix::[A-Za-z0-9_:]+|^orvix_[a-z0-9_]+$' "$names" |
-    sed -E 's/^(vtable for |typeinfo (name )?for )//; s/^(orvix::((platform|detection)::)?[A-Za-z0-9_]+).*/\1/' |
+    sed -E 's/^(vtable for |typeinfo (name )?for )//; s/^(orvix::((platform|detection|building)::)?[A-Za-z0-9_]+).*/\1/' |
     LC_ALL=C sort -u >"$listed"
 diff -u "$2" "$listed"
-grep -oE '^orvix::(detection::)?[A-Za-z0-9_]+::~?[A-Za-z0-9_]+(\(|$)' "$names" | tr -d '(' | LC_ALL=C sort -u >"$listed"
+grep -oE '^orvix::((detection|building)::)?[A-Za-z0-9_]+::~?[A-Za-z0-9_]+(\(|$)' "$names" | tr -d '(' | LC_ALL=C sort -u >"$listed"
 missing=$(LC_ALL=C comm -23 "$3" "$listed")
 [ -z "$missing" ] || { printf 'members without a symbol:\n%s\n' "$missing"; exit 1; }

@@ -250,6 +250,124 @@ public unsafe struct orvix_place {
     [FieldOffset(72)] public double cell_rms;
 }
 
+[StructLayout(LayoutKind.Explicit, Size = 40)]
+public unsafe struct orvix_building_options {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint threads;
+    [FieldOffset(8)] public ulong memory_limit;
+    [FieldOffset(16)] public int orthogonal;
+    [FieldOffset(20)] public int search;
+    [FieldOffset(24)] public IntPtr proceed;
+    [FieldOffset(32)] public IntPtr user;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 72)]
+public unsafe struct orvix_building_info {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int stations_known;
+    [FieldOffset(8)] public ulong storeys;
+    [FieldOffset(16)] public ulong slabs;
+    [FieldOffset(24)] public ulong walls;
+    [FieldOffset(32)] public ulong openings;
+    [FieldOffset(40)] public ulong rooms;
+    [FieldOffset(48)] public ulong slopes;
+    [FieldOffset(56)] public ulong edges;
+    [FieldOffset(64)] public ulong remarks;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 24)]
+public unsafe struct orvix_storey {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint reserved;
+    [FieldOffset(8)] public double elevation;
+    [FieldOffset(16)] public double ceiling;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 88)]
+public unsafe struct orvix_slab {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint storey;
+    [FieldOffset(8)] public int top_seen;
+    [FieldOffset(12)] public int bottom_seen;
+    [FieldOffset(16)] public fixed double top[3];
+    [FieldOffset(40)] public fixed double bottom[3];
+    [FieldOffset(64)] public fixed double thickness[3];
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 104)]
+public unsafe struct orvix_wall {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint storey;
+    [FieldOffset(8)] public int left_seen;
+    [FieldOffset(12)] public int right_seen;
+    [FieldOffset(16)] public int external;
+    [FieldOffset(20)] public int reserved;
+    [FieldOffset(24)] public fixed double axis[4];
+    [FieldOffset(56)] public fixed double thickness[3];
+    [FieldOffset(80)] public double base;
+    [FieldOffset(88)] public double top;
+    [FieldOffset(96)] public double deviation;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 152)]
+public unsafe struct orvix_opening {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int kind;
+    [FieldOffset(8)] public int state;
+    [FieldOffset(12)] public uint wall;
+    [FieldOffset(16)] public fixed uint rooms[2];
+    [FieldOffset(24)] public double along;
+    [FieldOffset(32)] public double bottom;
+    [FieldOffset(40)] public fixed double centre[3];
+    [FieldOffset(64)] public fixed double direction[2];
+    [FieldOffset(80)] public fixed double width[3];
+    [FieldOffset(104)] public fixed double height[3];
+    [FieldOffset(128)] public double free;
+    [FieldOffset(136)] public double hidden;
+    [FieldOffset(144)] public double unknown;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 96)]
+public unsafe struct orvix_room {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint storey;
+    [FieldOffset(8)] public double floor;
+    [FieldOffset(16)] public double ceiling;
+    [FieldOffset(24)] public fixed double area[3];
+    [FieldOffset(48)] public fixed double height[3];
+    [FieldOffset(72)] public fixed double volume[3];
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 72)]
+public unsafe struct orvix_slope {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int upper_seen;
+    [FieldOffset(8)] public fixed double equation[4];
+    [FieldOffset(40)] public fixed double thickness[3];
+    [FieldOffset(64)] public double area;
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 64)]
+public unsafe struct orvix_edge {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public int kind;
+    [FieldOffset(8)] public fixed uint slopes[2];
+    [FieldOffset(16)] public fixed double ends[6];
+}
+
+[StructLayout(LayoutKind.Explicit, Size = 64)]
+public unsafe struct orvix_evidence {
+    [FieldOffset(0)] public uint size;
+    [FieldOffset(4)] public uint inferred;
+    [FieldOffset(8)] public double seen;
+    [FieldOffset(16)] public double hidden;
+    [FieldOffset(24)] public ulong points;
+    [FieldOffset(32)] public double rms;
+    [FieldOffset(40)] public double tolerance;
+    [FieldOffset(48)] public ulong stations;
+    [FieldOffset(56)] public ulong planes;
+}
+
 [StructLayout(LayoutKind.Explicit, Size = 24)]
 public unsafe struct orvix_section_options {
     [FieldOffset(0)] public uint size;
@@ -306,7 +424,7 @@ public unsafe delegate int orvix_section_chunk(void* user, ulong first, ulong co
 public static unsafe class NativeMethods {
     private const string Library = "orvix";
     public const int ORVIX_C_MAJOR = 1;
-    public const int ORVIX_C_MINOR = 4;
+    public const int ORVIX_C_MINOR = 5;
     public const int ORVIX_OK = 0;
     public const int ORVIX_FAILED = 1;
     public const int ORVIX_BAD_ARGUMENT = 2;
@@ -345,6 +463,30 @@ public static unsafe class NativeMethods {
     public const int ORVIX_PLACE_NOT_FLAT = 3;
     public const int ORVIX_PLACE_NO_PLANE = 4;
     public const int ORVIX_PLACE_EMPTY = 5;
+    public const int ORVIX_ELEMENT_WALL = 0;
+    public const int ORVIX_ELEMENT_OPENING = 1;
+    public const int ORVIX_ELEMENT_SLAB = 2;
+    public const int ORVIX_ELEMENT_ROOM = 3;
+    public const int ORVIX_ELEMENT_SLOPE = 4;
+    public const int ORVIX_ELEMENT_STOREY = 5;
+    public const int ORVIX_OPENING_DOOR = 0;
+    public const int ORVIX_OPENING_WINDOW = 1;
+    public const int ORVIX_OPENING_HOLE = 2;
+    public const int ORVIX_STATE_FREE = 0;
+    public const int ORVIX_STATE_OPEN = 1;
+    public const int ORVIX_STATE_CLOSED = 2;
+    public const int ORVIX_STATE_UNKNOWN = 3;
+    public const int ORVIX_EDGE_RIDGE = 0;
+    public const int ORVIX_EDGE_HIP = 1;
+    public const int ORVIX_EDGE_VALLEY = 2;
+    public const int ORVIX_INFERRED_OTHER_SIDE = 1;
+    public const int ORVIX_INFERRED_HIDDEN_PART = 2;
+    public const int ORVIX_INFERRED_FREE_END = 4;
+    public const int ORVIX_INFERRED_FLOOR_LEVEL = 8;
+    public const int ORVIX_INFERRED_CEILING_LEVEL = 16;
+    public const int ORVIX_INFERRED_OPEN_BOUND = 32;
+    public const int ORVIX_INFERRED_KIND_BY_SIZE = 64;
+    public const int ORVIX_INFERRED_SQUARED = 128;
     public const int ORVIX_DEVICE_AUTO = 0;
     public const int ORVIX_DEVICE_CPU = 1;
     public const int ORVIX_DEVICE_GPU = 2;
@@ -490,6 +632,69 @@ public static unsafe class NativeMethods {
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern void orvix_mesh_close(IntPtr mesh);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_find(IntPtr project, IntPtr planes, orvix_building_options* options, IntPtr* building, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_open_saved(IntPtr project, IntPtr* building, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_save(IntPtr project, IntPtr building, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_write(IntPtr building, byte* path, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern void orvix_building_close(IntPtr building);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_info(IntPtr building, orvix_building_info* info, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_storey(IntPtr building, uint number, orvix_storey* storey, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_slab(IntPtr building, uint number, orvix_slab* slab, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_wall(IntPtr building, uint number, orvix_wall* wall, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_opening(IntPtr building, uint number, orvix_opening* opening, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_room(IntPtr building, uint number, orvix_room* room, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_slope(IntPtr building, uint number, orvix_slope* slope, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_edge(IntPtr building, uint number, orvix_edge* edge, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_name(IntPtr building, int kind, uint number, byte* text, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_remark(IntPtr building, uint number, byte* text, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_evidence(IntPtr building, int kind, uint number, orvix_evidence* evidence, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_stations(IntPtr building, int kind, uint number, uint* stations, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_planes(IntPtr building, int kind, uint number, uint* planes, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_rings(IntPtr building, int kind, uint number, orvix_ring* rings, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_get_ring(IntPtr building, int kind, uint number, ulong ring, double* xyz, ulong capacity, ulong* count, orvix_error* error);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int orvix_building_mesh(IntPtr building, int kind, uint number, IntPtr* mesh, orvix_error* error);
 
     [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
     public static extern int orvix_neighbours_open(void* points, ulong count, ulong stride, IntPtr* neighbours, orvix_error* error);

@@ -8,7 +8,7 @@
 import ctypes
 
 ORVIX_C_MAJOR = 1
-ORVIX_C_MINOR = 4
+ORVIX_C_MINOR = 5
 ORVIX_OK = 0
 ORVIX_FAILED = 1
 ORVIX_BAD_ARGUMENT = 2
@@ -47,6 +47,30 @@ ORVIX_PLACE_LEFT_OUT = 2
 ORVIX_PLACE_NOT_FLAT = 3
 ORVIX_PLACE_NO_PLANE = 4
 ORVIX_PLACE_EMPTY = 5
+ORVIX_ELEMENT_WALL = 0
+ORVIX_ELEMENT_OPENING = 1
+ORVIX_ELEMENT_SLAB = 2
+ORVIX_ELEMENT_ROOM = 3
+ORVIX_ELEMENT_SLOPE = 4
+ORVIX_ELEMENT_STOREY = 5
+ORVIX_OPENING_DOOR = 0
+ORVIX_OPENING_WINDOW = 1
+ORVIX_OPENING_HOLE = 2
+ORVIX_STATE_FREE = 0
+ORVIX_STATE_OPEN = 1
+ORVIX_STATE_CLOSED = 2
+ORVIX_STATE_UNKNOWN = 3
+ORVIX_EDGE_RIDGE = 0
+ORVIX_EDGE_HIP = 1
+ORVIX_EDGE_VALLEY = 2
+ORVIX_INFERRED_OTHER_SIDE = 1
+ORVIX_INFERRED_HIDDEN_PART = 2
+ORVIX_INFERRED_FREE_END = 4
+ORVIX_INFERRED_FLOOR_LEVEL = 8
+ORVIX_INFERRED_CEILING_LEVEL = 16
+ORVIX_INFERRED_OPEN_BOUND = 32
+ORVIX_INFERRED_KIND_BY_SIZE = 64
+ORVIX_INFERRED_SQUARED = 128
 ORVIX_DEVICE_AUTO = 0
 ORVIX_DEVICE_CPU = 1
 ORVIX_DEVICE_GPU = 2
@@ -332,6 +356,134 @@ class orvix_place(ctypes.Structure):
     ]
 
 
+class orvix_building_options(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("threads", ctypes.c_uint32),
+        ("memory_limit", ctypes.c_uint64),
+        ("orthogonal", ctypes.c_int32),
+        ("search", ctypes.c_int32),
+        ("proceed", orvix_proceed),
+        ("user", ctypes.c_void_p),
+    ]
+
+
+class orvix_building_info(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("stations_known", ctypes.c_int32),
+        ("storeys", ctypes.c_uint64),
+        ("slabs", ctypes.c_uint64),
+        ("walls", ctypes.c_uint64),
+        ("openings", ctypes.c_uint64),
+        ("rooms", ctypes.c_uint64),
+        ("slopes", ctypes.c_uint64),
+        ("edges", ctypes.c_uint64),
+        ("remarks", ctypes.c_uint64),
+    ]
+
+
+class orvix_storey(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("reserved", ctypes.c_uint32),
+        ("elevation", ctypes.c_double),
+        ("ceiling", ctypes.c_double),
+    ]
+
+
+class orvix_slab(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("storey", ctypes.c_uint32),
+        ("top_seen", ctypes.c_int32),
+        ("bottom_seen", ctypes.c_int32),
+        ("top", ctypes.c_double * 3),
+        ("bottom", ctypes.c_double * 3),
+        ("thickness", ctypes.c_double * 3),
+    ]
+
+
+class orvix_wall(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("storey", ctypes.c_uint32),
+        ("left_seen", ctypes.c_int32),
+        ("right_seen", ctypes.c_int32),
+        ("external", ctypes.c_int32),
+        ("reserved", ctypes.c_int32),
+        ("axis", ctypes.c_double * 4),
+        ("thickness", ctypes.c_double * 3),
+        ("base", ctypes.c_double),
+        ("top", ctypes.c_double),
+        ("deviation", ctypes.c_double),
+    ]
+
+
+class orvix_opening(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("kind", ctypes.c_int32),
+        ("state", ctypes.c_int32),
+        ("wall", ctypes.c_uint32),
+        ("rooms", ctypes.c_uint32 * 2),
+        ("along", ctypes.c_double),
+        ("bottom", ctypes.c_double),
+        ("centre", ctypes.c_double * 3),
+        ("direction", ctypes.c_double * 2),
+        ("width", ctypes.c_double * 3),
+        ("height", ctypes.c_double * 3),
+        ("free", ctypes.c_double),
+        ("hidden", ctypes.c_double),
+        ("unknown", ctypes.c_double),
+    ]
+
+
+class orvix_room(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("storey", ctypes.c_uint32),
+        ("floor", ctypes.c_double),
+        ("ceiling", ctypes.c_double),
+        ("area", ctypes.c_double * 3),
+        ("height", ctypes.c_double * 3),
+        ("volume", ctypes.c_double * 3),
+    ]
+
+
+class orvix_slope(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("upper_seen", ctypes.c_int32),
+        ("equation", ctypes.c_double * 4),
+        ("thickness", ctypes.c_double * 3),
+        ("area", ctypes.c_double),
+    ]
+
+
+class orvix_edge(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("kind", ctypes.c_int32),
+        ("slopes", ctypes.c_uint32 * 2),
+        ("ends", ctypes.c_double * 6),
+    ]
+
+
+class orvix_evidence(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_uint32),
+        ("inferred", ctypes.c_uint32),
+        ("seen", ctypes.c_double),
+        ("hidden", ctypes.c_double),
+        ("points", ctypes.c_uint64),
+        ("rms", ctypes.c_double),
+        ("tolerance", ctypes.c_double),
+        ("stations", ctypes.c_uint64),
+        ("planes", ctypes.c_uint64),
+    ]
+
+
 class orvix_section_options(ctypes.Structure):
     _fields_ = [
         ("size", ctypes.c_uint32),
@@ -384,7 +536,7 @@ class orvix_stream_options(ctypes.Structure):
     ]
 
 
-STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_saved, orvix_planes_info, orvix_found_plane, orvix_place, orvix_section_options, orvix_section_counts, orvix_picking_ray, orvix_snapped_point, orvix_stream_options]
+STRUCTS = [orvix_error, orvix_open_options, orvix_project_info, orvix_check_options, orvix_station_info, orvix_point, orvix_dclc, orvix_run, orvix_grid_cell, orvix_fine_cell, orvix_cell, orvix_plane_options, orvix_plane_info, orvix_ring, orvix_planes_options, orvix_planes_saved, orvix_planes_info, orvix_found_plane, orvix_place, orvix_building_options, orvix_building_info, orvix_storey, orvix_slab, orvix_wall, orvix_opening, orvix_room, orvix_slope, orvix_edge, orvix_evidence, orvix_section_options, orvix_section_counts, orvix_picking_ray, orvix_snapped_point, orvix_stream_options]
 
 
 def load(path):
@@ -480,6 +632,48 @@ def load(path):
     library.orvix_mesh_read.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(ctypes.c_uint32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
     library.orvix_mesh_close.restype = None
     library.orvix_mesh_close.argtypes = [ctypes.c_void_p]
+    library.orvix_building_find.restype = ctypes.c_int32
+    library.orvix_building_find.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.POINTER(orvix_building_options), ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_building_open_saved.restype = ctypes.c_int32
+    library.orvix_building_open_saved.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
+    library.orvix_building_save.restype = ctypes.c_int32
+    library.orvix_building_save.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.POINTER(orvix_error)]
+    library.orvix_building_write.restype = ctypes.c_int32
+    library.orvix_building_write.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.POINTER(orvix_error)]
+    library.orvix_building_close.restype = None
+    library.orvix_building_close.argtypes = [ctypes.c_void_p]
+    library.orvix_building_get_info.restype = ctypes.c_int32
+    library.orvix_building_get_info.argtypes = [ctypes.c_void_p, ctypes.POINTER(orvix_building_info), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_storey.restype = ctypes.c_int32
+    library.orvix_building_get_storey.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_storey), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_slab.restype = ctypes.c_int32
+    library.orvix_building_get_slab.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_slab), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_wall.restype = ctypes.c_int32
+    library.orvix_building_get_wall.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_wall), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_opening.restype = ctypes.c_int32
+    library.orvix_building_get_opening.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_opening), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_room.restype = ctypes.c_int32
+    library.orvix_building_get_room.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_room), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_slope.restype = ctypes.c_int32
+    library.orvix_building_get_slope.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_slope), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_edge.restype = ctypes.c_int32
+    library.orvix_building_get_edge.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.POINTER(orvix_edge), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_name.restype = ctypes.c_int32
+    library.orvix_building_get_name.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.c_char_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_remark.restype = ctypes.c_int32
+    library.orvix_building_get_remark.argtypes = [ctypes.c_void_p, ctypes.c_uint32, ctypes.c_char_p, ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_evidence.restype = ctypes.c_int32
+    library.orvix_building_get_evidence.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.POINTER(orvix_evidence), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_stations.restype = ctypes.c_int32
+    library.orvix_building_get_stations.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.POINTER(ctypes.c_uint32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_planes.restype = ctypes.c_int32
+    library.orvix_building_get_planes.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.POINTER(ctypes.c_uint32), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_rings.restype = ctypes.c_int32
+    library.orvix_building_get_rings.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.POINTER(orvix_ring), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_building_get_ring.restype = ctypes.c_int32
+    library.orvix_building_get_ring.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.c_uint64, ctypes.POINTER(ctypes.c_double), ctypes.c_uint64, ctypes.POINTER(ctypes.c_uint64), ctypes.POINTER(orvix_error)]
+    library.orvix_building_mesh.restype = ctypes.c_int32
+    library.orvix_building_mesh.argtypes = [ctypes.c_void_p, ctypes.c_int32, ctypes.c_uint32, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
     library.orvix_neighbours_open.restype = ctypes.c_int32
     library.orvix_neighbours_open.argtypes = [ctypes.c_void_p, ctypes.c_uint64, ctypes.c_uint64, ctypes.POINTER(ctypes.c_void_p), ctypes.POINTER(orvix_error)]
     library.orvix_neighbours_open_while.restype = ctypes.c_int32
