@@ -23,7 +23,6 @@ namespace {
 
 constexpr double kFarUp = 15;  // above the highest floor
 constexpr double kFarDown = 1e9;
-constexpr double kThickestSlab = 2;
 constexpr double kRoofAbove = 1;  // metres above the highest floor
 
 /// Finds a building, storey by storey.
@@ -64,9 +63,9 @@ private:
         const std::vector<OpenBound> bounds = OpenBoundsOf(pieces);
         auto cells = FindRoomCells(pieces, bounds, scan_, band, pool_);
         if (!cells) return ErrorOf(cells);
-        const double slab = std::min(band.next, band.storey.ceiling + kThickestSlab);
-        std::vector<BoundLine> lines =
-            BoundLinesOf(pieces, bounds, faces.lines, band.storey.ceiling - 0.05, slab + 0.05);
+        std::vector<BoundLine> lines = BoundLinesOf(pieces, bounds);
+        AddSlabEdges(faces.lines, band.storey.ceiling, band.next, pieces, lines);
+        AddSlabEdges(faces.lines, band.below, band.storey.elevation, pieces, lines);
         auto views = LookAt(pieces, band);
         if (!views) return ErrorOf(views);
         std::vector<std::int32_t> places(cells->count, -1);

@@ -40,8 +40,7 @@ PlanPoint MiddleOfRings(const LevelPlane& face) {
 
 std::vector<Sheet> SheetsOf(const std::vector<LevelPlane>& faces, double above) {
     std::vector<const LevelPlane*> order;
-    for (const LevelPlane& face : faces)
-        if (face.HeightAt(MiddleOfRings(face)) > above) order.push_back(&face);
+    for (const LevelPlane& face : faces) order.push_back(&face);
     std::stable_sort(order.begin(), order.end(),
                      [](const LevelPlane* a, const LevelPlane* b) { return a->area > b->area; });
     std::vector<Sheet> sheets;
@@ -59,7 +58,7 @@ std::vector<Sheet> SheetsOf(const std::vector<LevelPlane>& faces, double above) 
         if (same != sheets.end()) {
             same->faces.push_back(face);
             same->area += face->area;
-        } else {
+        } else if (face->HeightAt(MiddleOfRings(*face)) > above) {
             sheets.push_back({normal, face->offset * up, {face}, face->area});
         }
     }

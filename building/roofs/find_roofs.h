@@ -13,7 +13,7 @@ struct Roofs {
     std::vector<RoofEdge> edges;
 };
 
-/// Slopes of 2 square metres and more, above the floor of the highest storey but one.
+/// Slopes of 2 square metres and more whose middle lies above a height; their eaves may be lower.
 ///
 /// Planes that lie within 2 degrees and 3 cm of each other are one slope; one that faces down, 5 to 80 cm
 /// under one that faces up, is its lower face. A slope is a rectangle along its level lines around what

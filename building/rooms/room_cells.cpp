@@ -163,17 +163,25 @@ void Smooth(const RoomCells& cells, std::vector<std::uint8_t>& open) {
         }
 }
 
-// Takes out specks and what is larger than a well.
-void KeepWells(const RoomCells& cells, std::vector<std::uint8_t>& open) {
+// Takes out specks and what lies outside, and tells wells from galleries.
+void TellWells(const RoomCells& cells, std::vector<std::uint8_t>& open) {
     const PlanGrid& grid = cells.grid;
     Smooth(cells, open);
     const Parts parts = PartsOf(grid, open, [](std::size_t, std::size_t) { return true; });
-    const double square = grid.cell * grid.cell;
+    std::vector<bool> outer(parts.sizes.size());
+    for (std::int64_t j = 0; j < grid.rows; ++j)
+        for (std::int64_t i = 0; i < grid.columns; ++i) {
+            const bool rim = i == 0 || j == 0 || i + 1 == grid.columns || j + 1 == grid.rows;
+            const std::int32_t part = parts.part[grid.At(i, j)];
+            if (rim && part >= 0) outer[static_cast<std::size_t>(part)] = true;
+        }
     for (std::size_t at = 0; at < open.size(); ++at) {
         if (open[at] == 0) continue;
-        const double area =
-            static_cast<double>(parts.sizes[static_cast<std::size_t>(parts.part[at])]) * square;
-        open[at] = area >= kLeastOpen && area <= kLargestWell;
+        const auto part = static_cast<std::size_t>(parts.part[at]);
+        const double area = static_cast<double>(parts.sizes[part]) * grid.cell * grid.cell;
+        open[at] = outer[part] || area < kLeastOpen ? RoomCells::kClosed
+                   : area <= kLargestWell           ? RoomCells::kWell
+                                                    : RoomCells::kGallery;
     }
 }
 
@@ -262,13 +270,13 @@ Expected<RoomCells> FindRoomCells(const std::vector<WallPiece>& walls,
                                  return {};
                              });
     if (!read) return ErrorOf(read);
-    KeepWells(cells, cells.openAbove);
-    KeepWells(cells, cells.openBelow);
+    TellWells(cells, cells.openAbove);
+    TellWells(cells, cells.openBelow);
     std::vector<std::uint8_t> inside(cells.grid.Size());
     for (std::size_t at = 0; at < inside.size(); ++at)
-        inside[at] = cells.kinds[at] == RoomCells::kFree && cells.openBelow[at] == 0;
+        inside[at] = cells.kinds[at] == RoomCells::kFree && cells.openBelow[at] != RoomCells::kWell;
     Parts parts = PartsOf(cells.grid, inside, [&](std::size_t a, std::size_t b) {
-        return cells.openAbove[a] == cells.openAbove[b];
+        return (cells.openAbove[a] == RoomCells::kWell) == (cells.openAbove[b] == RoomCells::kWell);
     });
     TakeUnseen(cells, parts);
     const std::vector<bool> covered = CoveredParts(cells, parts, band);

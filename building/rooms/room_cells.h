@@ -13,11 +13,13 @@ namespace orvix::building {
 /// The plan of a storey, cell by cell.
 struct RoomCells {
     enum Kind : std::uint8_t { kUnknown, kWall, kFree };
+    /// Whether rays went through the slab over or under a cell: a well is up to 8 square metres.
+    enum Opening : std::uint8_t { kClosed, kWell, kGallery };
 
     PlanGrid grid;
     std::vector<std::uint8_t> kinds;
-    std::vector<std::uint8_t> openAbove;  ///< rays went up through the slab above
-    std::vector<std::uint8_t> openBelow;  ///< rays went down through the floor
+    std::vector<std::uint8_t> openAbove;  ///< an Opening in the slab above
+    std::vector<std::uint8_t> openBelow;  ///< an Opening in the floor
     std::vector<std::int32_t> rooms;      ///< of each cell, from 0; -1: none
     std::size_t count = 0;                ///< rooms
 
@@ -26,7 +28,8 @@ struct RoomCells {
 
 /// Finds the cells of each room: open space that hangs together between walls and open bounds, under a
 /// ceiling, of 1 square metre and more. A stairwell, open above over less than 8 square metres, is a
-/// room of its own; what is so open below is none.
+/// room of its own; what is so open below is none. A larger gap in a slab, as under a gallery, parts
+/// no rooms.
 ///
 /// Order  by the first cell of each, from the least y, then x.
 ///

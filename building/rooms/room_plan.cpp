@@ -210,8 +210,7 @@ BoundLine Straightened(const BoundLine& edge, const std::vector<WallPiece>& wall
 }  // namespace
 
 std::vector<BoundLine> BoundLinesOf(const std::vector<WallPiece>& walls,
-                                    const std::vector<OpenBound>& bounds,
-                                    const std::vector<FaceLine>& faces, double low, double high) {
+                                    const std::vector<OpenBound>& bounds) {
     std::vector<BoundLine> lines;
     for (std::size_t i = 0; i < walls.size(); ++i) {
         const WallPiece& wall = walls[i];
@@ -235,16 +234,24 @@ std::vector<BoundLine> BoundLinesOf(const std::vector<WallPiece>& walls,
             lines.push_back(line);
         }
     }
+    return lines;
+}
+
+void AddSlabEdges(const std::vector<FaceLine>& faces, double ceiling, double floor,
+                  const std::vector<WallPiece>& walls, std::vector<BoundLine>& lines) {
+    constexpr double kThickestSlab = 2;
+    constexpr double kBeyondSlab = 0.05;
+    if (floor - ceiling > kThickestSlab) return;
     for (const FaceLine& face : faces) {
         const double middle = (face.bottom + face.top) / 2;
-        if (middle < low || middle > high || face.top - face.bottom > high - low + 0.3) continue;
+        if (middle < ceiling - kBeyondSlab || middle > floor + kBeyondSlab) continue;
+        if (face.top - face.bottom > floor - ceiling + 0.3) continue;
         const BoundLine edge =
             Straightened({face.normal, face.offset, face.begin, face.end, std::nullopt}, walls);
         lines.push_back(edge);
         lines.push_back(
             {{-edge.normal.x, -edge.normal.y}, -edge.offset, -edge.end, -edge.begin, std::nullopt});
     }
-    return lines;
 }
 
 std::optional<RoomPlan> DrawRoom(const RoomCells& cells, std::int32_t room,

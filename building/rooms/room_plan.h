@@ -23,11 +23,14 @@ struct BoundLine {
     [[nodiscard]] double Along(const PlanPoint& p) const { return p.y * normal.x - p.x * normal.y; }
 };
 
-/// The faces of walls, the sides of open bounds, and edges of slabs from `low` to `high`, which bound
-/// stairwells, from both sides.
+/// The faces of walls and the sides of open bounds.
 std::vector<BoundLine> BoundLinesOf(const std::vector<WallPiece>& walls,
-                                    const std::vector<OpenBound>& bounds,
-                                    const std::vector<FaceLine>& faces, double low, double high);
+                                    const std::vector<OpenBound>& bounds);
+
+/// Adds the upright edges of a slab between a ceiling and the floor above it, up to 2 m apart: they
+/// bound stairwells and galleries from both sides.
+void AddSlabEdges(const std::vector<FaceLine>& faces, double ceiling, double floor,
+                  const std::vector<WallPiece>& walls, std::vector<BoundLine>& lines);
 
 /// A room's plan: corners are crossings of the lines that bound it, never rounded.
 struct RoomPlan {

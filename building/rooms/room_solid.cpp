@@ -178,7 +178,7 @@ private:
         std::size_t open = 0, all = 0;
         for (std::size_t at = 0; at < bounds_.cells.rooms.size(); ++at)
             if (bounds_.cells.rooms[at] == bounds_.number)
-                ++all, open += bounds_.cells.openAbove[at];
+                ++all, open += bounds_.cells.openAbove[at] == RoomCells::kWell;
         return open * 2 > all;
     }
     [[nodiscard]] static SimplePointT<double> At(const PlanPoint& p, double z) {

@@ -12,12 +12,12 @@ constexpr double kThickestRoof = 1.5;
 constexpr double kLeastSlab = 4;  // square metres
 constexpr double kLeastSure = 0.001;
 
-/// Cells of slabs, put together from rooms, walls and what lies between them.
-RoomCells SlabCells(const RoomCells& storey) {
+/// Cells of slabs: rooms and walls that hang together. Over a roof there are no stairwells.
+RoomCells SlabCells(const RoomCells& storey, bool roof) {
     RoomCells cells = storey;
     std::vector<std::uint8_t> inside(cells.rooms.size());
     for (std::size_t at = 0; at < inside.size(); ++at)
-        inside[at] = storey.openBelow[at] == 0 &&
+        inside[at] = (roof || storey.openBelow[at] == RoomCells::kClosed) &&
                      (storey.rooms[at] >= 0 || storey.kinds[at] == RoomCells::kWall);
     std::fill(cells.rooms.begin(), cells.rooms.end(), -1);
     cells.count = 0;
@@ -48,8 +48,8 @@ RoomCells SlabCells(const RoomCells& storey) {
     return cells;
 }
 
-std::vector<PlanRegion> RegionsOf(const StoreyPlan& plan) {
-    const RoomCells cells = SlabCells(plan.cells);
+std::vector<PlanRegion> RegionsOf(const StoreyPlan& plan, bool roof) {
+    const RoomCells cells = SlabCells(plan.cells, roof);
     std::vector<BoundLine> lines = plan.lines;
     for (const BoundLine& line : plan.lines)
         lines.push_back(
@@ -73,15 +73,22 @@ struct Faces {
     double area = 0;
 };
 
-Faces FacesBetween(const std::vector<LevelPlane>& list, double low, double high) {
+Faces FacesBetween(const std::vector<LevelPlane>& list, const RoomCells& cells, double low,
+                   double high) {
     Faces faces;
     std::vector<std::pair<double, double>> heights;  // and areas
+    const double square = cells.grid.cell * cells.grid.cell;
     for (const LevelPlane& face : list) {
         const double z = face.HeightAt(face.rings[0][0]);
-        if (z < low || z > high) continue;
+        if (z < low || z > high || cells.grid.Size() == 0) continue;
+        std::size_t inside = 0;
+        ForEachInside(cells.grid, face.rings, [&](std::int64_t i, std::int64_t j) {
+            inside += cells.rooms[cells.grid.At(i, j)] >= 0;
+        });
+        if (inside == 0) continue;
         faces.planes.push_back(face.plane);
-        faces.area += face.area;
-        heights.emplace_back(z, face.area);
+        heights.emplace_back(z, static_cast<double>(inside) * square);
+        faces.area += heights.back().second;
     }
     std::sort(heights.begin(), heights.end());
     double sum = 0;
@@ -106,10 +113,12 @@ public:
             const double floor = storeys_[s].elevation;
             Faces below;
             if (s > 0)
-                below = FacesBetween(levels_.ceilings, storeys_[s - 1].ceiling - kFaceRange,
-                                     floor - 0.02);
-            Add(s, plans_[s], FacesBetween(levels_.floors, floor - kFaceRange, floor + kFaceRange),
-                below);
+                below = FacesBetween(levels_.ceilings, plans_[s - 1].cells,
+                                     storeys_[s - 1].ceiling - kFaceRange, floor - 0.02);
+            Add(s, plans_[s],
+                FacesBetween(levels_.floors, plans_[s].cells, floor - kFaceRange,
+                             floor + kFaceRange),
+                below, false);
         }
         if (!storeys_.empty()) AddRoof(storeys_.size() - 1);
         return std::move(slabs_);
@@ -118,17 +127,19 @@ public:
 private:
     void AddRoof(std::size_t s) {
         const double ceiling = storeys_[s].ceiling;
-        const Faces below =
-            FacesBetween(levels_.ceilings, ceiling - kFaceRange, ceiling + kFaceRange);
+        const Faces below = FacesBetween(levels_.ceilings, plans_[s].cells, ceiling - kFaceRange,
+                                         ceiling + kFaceRange);
         if (below.area < kLeastSlab) return;
-        Add(s, plans_[s], FacesBetween(levels_.floors, ceiling + 0.02, ceiling + kThickestRoof),
-            below);
+        Add(s, plans_[s],
+            FacesBetween(levels_.floors, plans_[s].cells, ceiling + 0.02, ceiling + kThickestRoof),
+            below, true);
     }
-    void Add(std::size_t s, const StoreyPlan& plan, const Faces& upper, const Faces& lower) {
+    void Add(std::size_t s, const StoreyPlan& plan, const Faces& upper, const Faces& lower,
+             bool roof) {
         Slab slab;
         slab.storey = s;
         if (upper.area < kLeastSlab && lower.area < kLeastSlab) return;
-        slab.regions = RegionsOf(plan);
+        slab.regions = RegionsOf(plan, roof);
         if (slab.regions.empty()) return;
         const auto sure = [&](const Faces& faces) {
             return std::max(kLeastSure, planes_.Scatter(faces.planes));
