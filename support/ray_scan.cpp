@@ -174,7 +174,8 @@ public:
         if (options_.beam > 0) Mix(hit, ray, angle, share);
         result.hit = true;
         result.local = ray * (hit.range + noise);
-        result.point.position = options_.station + result.local + options_.displacement;
+        result.point.position = options_.station + result.local + options_.displacement +
+                                detail::Cross(options_.turn, result.local);
         result.point.plane = hit.plane;
         return result;
     }

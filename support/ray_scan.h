@@ -52,13 +52,14 @@ struct RayOptions {
     double divergence = 0.0003;   ///< metres that the beam widens per metre
     detail::Vector station;       ///< where the scanner stands
     detail::Vector displacement;  ///< error of its registration, which all its points share
+    detail::Vector turn;          ///< another: radians about each axis, small, through the scanner
 };
 
 /// What came back from one direction.
 struct RayReturn {
     bool hit = false;
     detail::Vector local;  ///< from the scanner
-    ScannedPoint point;    ///< in the frame of all stations, its displacement added
+    ScannedPoint point;    ///< in the frame of all stations, as it was registered
 };
 
 inline constexpr double kLowestDegrees = -60;  ///< below that stands the tripod

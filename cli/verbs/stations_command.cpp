@@ -4,10 +4,13 @@
 
 #include <memory>
 #include <numbers>
+#include <optional>
+#include <utility>
 
 #include "cli/json_parts.h"
 #include "cli/printable.h"
 #include "cli/verbs.h"
+#include "cli/verbs/consistency_result.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
 #include "output/picture/picture_of_stations.h"
@@ -21,12 +24,15 @@ namespace {
 struct Arguments {
     std::string project;
     std::string picture;
+    bool consistency = false;
+    unsigned threads = 0;
 };
 
 constexpr const char* kExamples =
     "  orvix stations scan.prj\n"
     "  orvix stations scan.prj --json | jq '.stations[].position'\n"
-    "  orvix stations scan.prj --picture plan.png";
+    "  orvix stations scan.prj --picture plan.png\n"
+    "  orvix stations site.prj --consistency";
 
 Json JsonOf(const reports::ListedStation& station) {
     Json json = Json::object();
@@ -74,20 +80,46 @@ Outcome OutcomeOf(const std::vector<reports::ListedStation>& stations, const Arg
     return outcome;
 }
 
-Expected<Outcome> RunStations(const Arguments& arguments) {
+Expected<reports::ConsistencyReport> Compare(const Arguments& arguments, CommandContext& context,
+                                             const reports::WorldProject& project) {
+    ProgressReporter progress(ProgressModeOf(context.progressWord));
+    const auto watch = [&progress](const char* phase) {
+        return [&progress, phase](double part) { progress.Report({phase, part, 0, 0, -1}); };
+    };
+    detection::PlaneSearchOptions search;
+    search.threads = arguments.threads;
+    search.proceed = MayGoOn;
+    search.progress = watch("searching");
+    const auto finding = reports::StoredOrFoundPlanes(project, search);
+    if (!finding) return ErrorOf(finding);
+    return reports::CheckConsistency(
+        project, *finding->set,
+        {.threads = arguments.threads, .proceed = MayGoOn, .progress = watch("comparing")});
+}
+
+Expected<Outcome> RunStations(const Arguments& arguments, CommandContext& context) {
     const Expected<CString> path = detail::RequireProject(arguments.project);
     if (!path) return ErrorOf(path);
     const auto project = reports::WorldProject::Open(*path);
     if (!project) return ErrorOf(project);
     const auto stations = reports::ListStations(*project, MayGoOn);
     if (!stations) return ErrorOf(stations);
+    std::optional<reports::ConsistencyReport> consistency;
+    if (arguments.consistency) {
+        auto report = Compare(arguments, context, *project);
+        if (!report) return ErrorOf(report);
+        consistency = std::move(*report);
+    }
     if (!arguments.picture.empty()) {
         const output::StationsPicture picture = output::PictureOf(*project, *stations);
         auto written =
             output::WritePng(platform::FromUtf8(arguments.picture), output::DrawStations(picture));
         if (!written) return ErrorOf(written);
     }
-    return OutcomeOf(*stations, arguments);
+    Outcome outcome = OutcomeOf(*stations, arguments);
+    outcome.json["consistency"] = consistency ? cli::JsonOf(*consistency) : Json();
+    if (consistency) outcome.text += cli::TextOf(*consistency);
+    return outcome;
 }
 
 }  // namespace
@@ -96,10 +128,15 @@ void AddStationsVerb(CLI::App& app, CommandContext& context) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* verb =
         AddVerb(app, context, "stations", "List the scanner stations of a project", kExamples,
-                [arguments](CommandContext&) { return RunStations(*arguments); });
+                [arguments](CommandContext& chosen) { return RunStations(*arguments, chosen); });
     AddProjectOption(*verb, context, arguments->project);
     AddFileOption(*verb, "--picture", arguments->picture,
                   "Draw the stations over the cloud in plan", {".png"});
+    verb->add_flag(
+        "--consistency", arguments->consistency,
+        "Compare how the stations saw the same planes: whether their registration holds");
+    AddThreadsOption(*verb, arguments->threads);
+    AddProgressOption(*verb, context);
 }
 
 }  // namespace orvix::cli

@@ -179,5 +179,16 @@ TEST(RayScan, MovesAllPointsByTheDisplacementAndKeepsTheLocalOnes) {
     });
 }
 
+TEST(RayScan, TurnsAllPointsAboutTheScanner) {
+    RayOptions turned = Plain();
+    turned.turn = {0, 0, 0.001};
+    RayScan({{SquareAt(4, 0)}, {}}, turned, [&](const RayReturn& r) {
+        if (!r.hit) return;
+        ASSERT_NEAR(r.local.x, 4, 1e-9);
+        ASSERT_NEAR(r.point.position.y - r.local.y, 0.004, 1e-9);
+        ASSERT_NEAR(r.point.position.x - r.local.x, -0.001 * r.local.y, 1e-9);
+    });
+}
+
 }  // namespace
 }  // namespace orvix::test

@@ -82,5 +82,35 @@ TEST_F(Stations, ArePickedByTheirName) {
               std::string::npos);
 }
 
+// Two stations on a floor that they saw 6 mm apart.
+TEST_F(Stations, AreHeldAgainstEachOther) {
+    for (const auto& [name, z] : {std::pair{L"low.pcd", 0.0}, std::pair{L"high.pcd", 0.006}}) {
+        std::string text =
+            "VERSION 0.7\nFIELDS x y z\nSIZE 4 4 4\nTYPE F F F\nWIDTH 6400\nVIEWPOINT 2 2 1.5 1 0 "
+            "0 "
+            "0\nPOINTS 6400\nDATA ascii\n";
+        for (int i = 0; i < 80; ++i)
+            for (int k = 0; k < 80; ++k)
+                text +=
+                    fmt::format("{} {} {:.4f}\n", (i + 0.5) / 20 - 2, (k + 0.5) / 20 - 2, z - 1.5);
+        WriteText(scratch / name, text);
+    }
+    const std::string project = Path("floor.prj");
+    OrvixJson({"import", Path("low.pcd"), Path("high.pcd"), project});
+    EXPECT_TRUE(OrvixJson({"stations", project})["consistency"].is_null());
+    const Json found = OrvixJson({"stations", project, "--consistency"})["consistency"];
+    ASSERT_EQ(found["compared"].size(), 2u);
+    EXPECT_NEAR(found["offset"].get<double>(), 0.006, 2e-4);
+    EXPECT_NEAR(found["compared"][0]["correction"]["shift"][2].get<double>(), 0.003, 2e-4);
+    EXPECT_EQ(found["compared"][0]["weak"], 3);  // along the floor, and about its normal
+    EXPECT_NEAR(found["pairs"][0]["correction"]["shift"][2].get<double>(), -0.006, 3e-4);
+    const auto text = Orvix({"stations", project, "--consistency"});
+    EXPECT_NE(text.output.find('?'), std::string::npos);
+    const Json refused = OrvixError({"stations", Path("one.prj"), "--consistency"});
+    EXPECT_EQ(refused["exit"], 3);
+    OrvixJson({"import", Path("low.pcd"), Path("one.prj")});
+    EXPECT_EQ(OrvixError({"stations", Path("one.prj"), "--consistency"})["exit"], 3);
+}
+
 }  // namespace
 }  // namespace orvix::test

@@ -39,7 +39,7 @@ JSON_RUNS = {
     "import-tasks": ["import-tasks begin scan.ply tasks.prj",
                      "import-tasks run tasks.prj survey/0 sort/0 plan merge/0 finish publish"],
     "info": ["info keys.prj"],
-    "stations": ["stations posed.prj --picture plan.png"],
+    "stations": ["stations posed.prj --picture plan.png", "stations twice.prj --consistency"],
     "check": ["check keys.prj", "check damaged.prj"],
     "repair": ["repair damaged.prj", "repair spoilt.prj"],
     "walk": ["walk keys.prj"],
@@ -64,6 +64,9 @@ PLACES = {
     "Key": [],
     "Key of a station": ["stations"],
     "Key of `explain`": ["explain"],
+    "Key of `consistency`": ["consistency"],
+    "Key of a compared station": ["consistency", "compared"],
+    "Key of a pair": ["consistency", "pairs"],
     "Key of a plane": ["planes"],
     "Key of an element": ["elements"],
     "Key of a histogram": ["histograms"],
@@ -253,6 +256,8 @@ def prepare_keys(runner, sample):
     with open(runner.folder / "scans" / "cut.pcd", "r+b") as file:
         file.truncate(40)
     runner.must("import", "posed.pcd", "posed.prj")
+    shutil.copy(runner.folder / "scan.ply", runner.folder / "again.ply")
+    runner.must("import", "scan.ply", "again.ply", "twice.prj")
     runner.must("import", "posed.pcd", "damaged.prj")
     cut = runner.folder / "damaged_Project_Files" / "Index" / "Grid.idx"
     cut.write_bytes(cut.read_bytes()[:-8])

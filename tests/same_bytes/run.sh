@@ -50,6 +50,7 @@ import json, sys
 value = json.load(sys.stdin)
 for key in ("seconds", "points_per_second", "peak_memory_bytes"):
     value.pop(key, None)
+    (value.get("consistency") or {}).pop(key, None)
 print(json.dumps(value, indent=1, ensure_ascii=False))
 '
 
@@ -83,6 +84,7 @@ use() {  # FOLDER COMMAND...
     result rooms_saved planes posed.prj --saved --points rooms.ply --outlines rooms.ifc
     result deviation deviation building.prj planes
     result deviation_rooms deviation posed.prj planes --cell 0.05
+    result consistency stations posed.prj --consistency --threads 2
     result classes classify posed.prj --field intensity --classes 5 --picture classes.svg --apply
     result heights histogram building.prj --field z --picture heights.svg
     for target in export.ply export.las export.xyz; do result "$target" export posed.prj $target; done
