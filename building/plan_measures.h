@@ -8,8 +8,8 @@
 
 namespace orvix::building {
 
-/// What a ring of a plan encloses, whichever way it runs.
-inline double AreaOf(const PlanRing& ring) {
+/// What a ring of a plan encloses, whichever way it runs (AreaOf of plan_grid.h has a sign).
+inline double AreaWithin(const PlanRing& ring) {
     double twice = 0;
     for (std::size_t i = 0; i < ring.size(); ++i) {
         const PlanPoint &a = ring[i], &b = ring[(i + 1) % ring.size()];
@@ -30,8 +30,8 @@ inline double LengthOf(const PlanRing& ring) {
 
 /// Of a piece of a plan, without its holes.
 inline double NetAreaOf(const PlanRegion& region) {
-    double area = AreaOf(region.outer);
-    for (const PlanRing& hole : region.holes) area -= AreaOf(hole);
+    double area = AreaWithin(region.outer);
+    for (const PlanRing& hole : region.holes) area -= AreaWithin(hole);
     return area;
 }
 

@@ -48,7 +48,8 @@ double Turn(const PlanPoint& a, const PlanPoint& b, const PlanPoint& c) {
     return (b.x - a.x) * (c.y - b.y) - (b.y - a.y) * (c.x - b.x);
 }
 
-// At a corner where two pieces touch, the way that turns most to the right keeps them apart.
+// At a corner where two holes touch, or a hole and the outline, the way that turns most to the right
+// keeps them apart.
 std::size_t NextSide(const Corners& corners, std::size_t from, std::size_t at,
                      const std::set<std::size_t>& choices) {
     const PlanPoint &a = corners.Place(from), &b = corners.Place(at);
@@ -60,7 +61,7 @@ std::size_t NextSide(const Corners& corners, std::size_t from, std::size_t at,
         const double part = length > 0 ? sine / length : 0;
         return cosine >= 0 ? part : (sine >= 0 ? 2 - part : -2 - part);
     };
-    return *std::max_element(choices.begin(), choices.end(),
+    return *std::min_element(choices.begin(), choices.end(),
                              [&](std::size_t x, std::size_t y) { return angle(x) < angle(y); });
 }
 

@@ -6,7 +6,7 @@
 
 namespace orvix::output {
 
-using building::AreaOf, building::ElementKind, building::LengthOf, building::PlanRegion;
+using building::AreaWithin, building::ElementKind, building::LengthOf, building::PlanRegion;
 using detail::Vector;
 using std::string;
 
@@ -52,7 +52,7 @@ void BuildingIfc::AddSlabProperties(const building::Slab& slab, std::size_t id,
     properties_.AttachSet("Orvix_Evidence", id, bytes);
     double gross = 0, net = 0, perimeter = 0;
     for (const PlanRegion& region : slab.regions) {
-        gross += AreaOf(region.outer);
+        gross += AreaWithin(region.outer);
         net += NetAreaOf(region);
         perimeter += LengthOf(region.outer);
     }

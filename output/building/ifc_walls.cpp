@@ -10,7 +10,7 @@
 
 namespace orvix::output {
 
-using building::AreaOf, building::ElementKind, building::PlanPoint, building::PlanRing;
+using building::AreaWithin, building::ElementKind, building::PlanPoint, building::PlanRing;
 using detail::Vector, detail::Cross, detail::operator-;
 using std::string;
 
@@ -90,7 +90,7 @@ void BuildingIfc::AddWallProperties(std::size_t place, std::size_t id, const str
     properties_.Add("RightSeen", wall.rightSeen);
     if (wall.thickness) properties_.Add("Thickness", "IFCLENGTHMEASURE", *wall.thickness);
     properties_.AttachSet("Orvix_Evidence", id, bytes);
-    const double length = LengthOf(wall), side = AreaOf(wall.profile);
+    const double length = LengthOf(wall), side = AreaWithin(wall.profile);
     properties_.AddLength("Length", length);
     properties_.AddLength("Height", wall.top - wall.base);
     properties_.AddArea("GrossSideArea", side);
