@@ -162,6 +162,7 @@ TriangleMesh MeshOf(const RoofSlope& slope) {
     const RingTriangles face =
         TrianglesOf({ring}, [&](const PlanPoint& p) { return index.Contains(p); });
     const Vector& n = slope.normal;
+    if (!(n.z > 0)) return {};
     const auto below = [&](double depth) {
         return [&, depth](const PlanPoint& p) {
             return Vector{p.x, p.y, -(n.x * p.x + n.y * p.y + slope.offset) / n.z} - n * depth;

@@ -13,7 +13,7 @@ inline double AreaWithin(const PlanRing& ring) {
     double twice = 0;
     for (std::size_t i = 0; i < ring.size(); ++i) {
         const PlanPoint &a = ring[i], &b = ring[(i + 1) % ring.size()];
-        twice += a.x * b.y - a.y * b.x;
+        twice += (a.x - ring[0].x) * (b.y - ring[0].y) - (a.y - ring[0].y) * (b.x - ring[0].x);
     }
     return std::abs(twice) / 2;
 }

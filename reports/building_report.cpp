@@ -6,6 +6,7 @@
 #include <memory>
 #include <utility>
 
+#include "building/plan_measures.h"
 #include "building/saved_building.h"
 #include "detection/saved_planes.h"
 #include "reports/station_list.h"
@@ -65,15 +66,6 @@ Expected<Planes> PlanesSearched(const ProjectManager& manager, CProjectCore& cor
     if (!search) return ErrorOf(search);
     auto set = std::make_unique<detection::SearchedPlanes>(core, **search, options.detail);
     return Planes{std::move(*search), std::move(set)};
-}
-
-double AreaOf(const building::PlanRing& ring) {
-    double twice = 0;
-    for (std::size_t i = 0; i < ring.size(); ++i) {
-        const auto &a = ring[i], &b = ring[(i + 1) % ring.size()];
-        twice += (a.x - ring[0].x) * (b.y - ring[0].y) - (a.y - ring[0].y) * (b.x - ring[0].x);
-    }
-    return std::abs(twice) / 2;
 }
 
 }  // namespace
@@ -137,7 +129,7 @@ BuildingSums SumsOf(const Building& building) {
         sums.volume += room.volume.value;
     }
     for (const building::Wall& wall : building.walls) {
-        sums.wallArea += AreaOf(wall.profile);
+        sums.wallArea += building::AreaOf(wall.profile);
         sums.faces += wall.thickness ? 0 : 1;
     }
     for (const building::Opening& opening : building.openings) {
