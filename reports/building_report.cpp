@@ -2,7 +2,6 @@
 #include "reports/building_report.h"
 
 #include <chrono>
-#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -129,7 +128,7 @@ BuildingSums SumsOf(const Building& building) {
         sums.volume += room.volume.value;
     }
     for (const building::Wall& wall : building.walls) {
-        sums.wallArea += building::AreaOf(wall.profile);
+        sums.wallArea += building::AreaWithin(wall.profile);
         sums.faces += wall.thickness ? 0 : 1;
     }
     for (const building::Opening& opening : building.openings) {
