@@ -35,7 +35,8 @@ void PolygonIndex::AddRing(const std::vector<SimplePoint2DT<double>>& ring) {
     }
 }
 
-// As many strips as edges, but fewer where edges are tall, so that their entries stay linear.
+// As many strips as edges, but fewer where edges are tall, so that their entries stay linear. Rings that
+// are flat and far apart climb less than their box is high.
 void PolygonIndex::FillStrips() {
     if (edges_.empty()) return;
     box_ = {edges_[0].low, edges_[0].low};
@@ -47,7 +48,8 @@ void PolygonIndex::FillStrips() {
     }
     const double height = box_.max.y - box_.min.y;
     const double count = static_cast<double>(edges_.size());
-    strips_ = climb > 0 ? static_cast<std::size_t>(std::max(1.0, count * (height / climb))) : 1;
+    strips_ =
+        climb > 0 ? static_cast<std::size_t>(std::clamp(count * (height / climb), 1.0, count)) : 1;
     stripsPerMetre_ = height > 0 ? static_cast<double>(strips_) / height : 0;
     if (!std::isfinite(stripsPerMetre_)) stripsPerMetre_ = 0;
 

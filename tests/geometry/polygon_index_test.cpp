@@ -71,6 +71,15 @@ TEST(PolygonIndex, SeesHolesAndIslandsInThemWithTheirRimsInside) {
     EXPECT_TRUE(index.Contains({4, 4.5}));
 }
 
+TEST(PolygonIndex, FlatRingsFarApartTakeNoMoreMemoryThanTheirEdges) {
+    PlaneOutline outline;
+    outline.regions.push_back({{{{0, 0}, {1, 0}, {1, 1e-16}}, {}}, {}});
+    outline.regions.push_back({{{{0, 5}, {1, 5}, {1, 5}}, {}}, {}});
+    const PolygonIndex index(outline);
+    EXPECT_TRUE(index.Contains({0.5, 5}));
+    EXPECT_FALSE(index.Contains({0.5, 2}));
+}
+
 TEST(PolygonIndex, ContainsNothingWithoutFiniteRings) {
     EXPECT_FALSE(PolygonIndex().Contains({0, 0}));
     EXPECT_FALSE(PolygonIndex(Ring{{0, 0}, {1, NAN}, {0, 1}}).Contains({0.1, 0.1}));
