@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 
+#include "building/grid_parts.h"
 #include "building/sight/rays.h"
 
 namespace orvix::building {
@@ -106,42 +107,6 @@ private:
     const StoreyBand& band_;
 };
 
-/// Cells of one value that hang together.
-struct Parts {
-    std::vector<std::int32_t> part;  // -1: of none
-    std::vector<std::size_t> sizes;
-};
-
-template <class Same>
-Parts PartsOf(const PlanGrid& grid, const std::vector<std::uint8_t>& inside, const Same& same) {
-    Parts parts{std::vector<std::int32_t>(grid.Size(), -1), {}};
-    std::vector<std::size_t> todo;
-    const auto columns = static_cast<std::size_t>(grid.columns);
-    for (std::size_t start = 0; start < grid.Size(); ++start) {
-        if (inside[start] == 0 || parts.part[start] >= 0) continue;
-        const auto number = static_cast<std::int32_t>(parts.sizes.size());
-        parts.sizes.push_back(0);
-        todo.assign(1, start);
-        parts.part[start] = number;
-        while (!todo.empty()) {
-            const std::size_t at = todo.back();
-            todo.pop_back();
-            ++parts.sizes.back();
-            const std::size_t column = at % columns;
-            const auto visit = [&](std::size_t next) {
-                if (inside[next] == 0 || parts.part[next] >= 0 || !same(at, next)) return;
-                parts.part[next] = number;
-                todo.push_back(next);
-            };
-            if (column > 0) visit(at - 1);
-            if (column + 1 < columns) visit(at + 1);
-            if (at >= columns) visit(at - columns);
-            if (at + columns < grid.Size()) visit(at + columns);
-        }
-    }
-    return parts;
-}
-
 // Each free cell becomes what most of those around it are: single rays are lost, or led astray.
 void Smooth(const RoomCells& cells, std::vector<std::uint8_t>& open) {
     constexpr std::int64_t kAround = 2;
@@ -167,14 +132,8 @@ void Smooth(const RoomCells& cells, std::vector<std::uint8_t>& open) {
 void TellWells(const RoomCells& cells, std::vector<std::uint8_t>& open) {
     const PlanGrid& grid = cells.grid;
     Smooth(cells, open);
-    const Parts parts = PartsOf(grid, open, [](std::size_t, std::size_t) { return true; });
-    std::vector<bool> outer(parts.sizes.size());
-    for (std::int64_t j = 0; j < grid.rows; ++j)
-        for (std::int64_t i = 0; i < grid.columns; ++i) {
-            const bool rim = i == 0 || j == 0 || i + 1 == grid.columns || j + 1 == grid.rows;
-            const std::int32_t part = parts.part[grid.At(i, j)];
-            if (rim && part >= 0) outer[static_cast<std::size_t>(part)] = true;
-        }
+    const Parts parts = PartsOf(grid, open);
+    const std::vector<bool> outer = RimParts(grid, parts);
     for (std::size_t at = 0; at < open.size(); ++at) {
         if (open[at] == 0) continue;
         const auto part = static_cast<std::size_t>(parts.part[at]);
@@ -192,18 +151,15 @@ void TakeUnseen(RoomCells& cells, Parts& parts) {
     std::vector<std::uint8_t> unseen(grid.Size());
     for (std::size_t at = 0; at < unseen.size(); ++at)
         unseen[at] = cells.kinds[at] == RoomCells::kUnknown;
-    const Parts dark = PartsOf(grid, unseen, [](std::size_t, std::size_t) { return true; });
+    const Parts dark = PartsOf(grid, unseen);
     std::vector<std::map<std::int32_t, std::size_t>> rims(dark.sizes.size());
-    std::vector<bool> outer(dark.sizes.size());
+    const std::vector<bool> outer = RimParts(grid, dark);
     for (std::int64_t j = 0; j < grid.rows; ++j)
         for (std::int64_t i = 0; i < grid.columns; ++i) {
             const std::int32_t own = dark.part[grid.At(i, j)];
             if (own < 0) continue;
             const auto k = static_cast<std::size_t>(own);
-            if (i == 0 || j == 0 || i + 1 == grid.columns || j + 1 == grid.rows) {
-                outer[k] = true;
-                continue;
-            }
+            if (outer[k]) continue;
             for (const std::size_t beside :
                  {grid.At(i - 1, j), grid.At(i + 1, j), grid.At(i, j - 1), grid.At(i, j + 1)})
                 if (parts.part[beside] >= 0) ++rims[k][parts.part[beside]];

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+
+#include "building/grid_parts.h"
 
 namespace orvix::building {
 namespace {
@@ -12,39 +15,24 @@ constexpr double kThickestRoof = 1.5;
 constexpr double kLeastSlab = 4;  // square metres
 constexpr double kLeastSure = 0.001;
 
-/// Cells of slabs: rooms and walls that hang together. Over a roof there are no stairwells.
+/// Cells of slabs: all that walls and rooms take or enclose, without stairwells and galleries, which a
+/// roof does not have.
 RoomCells SlabCells(const RoomCells& storey, bool roof) {
     RoomCells cells = storey;
-    std::vector<std::uint8_t> inside(cells.rooms.size());
-    for (std::size_t at = 0; at < inside.size(); ++at)
-        inside[at] = (roof || storey.openBelow[at] == RoomCells::kClosed) &&
-                     (storey.rooms[at] >= 0 || storey.kinds[at] == RoomCells::kWall);
-    std::fill(cells.rooms.begin(), cells.rooms.end(), -1);
-    cells.count = 0;
-    const auto columns = static_cast<std::size_t>(cells.grid.columns);
-    std::vector<std::size_t> todo;
-    for (std::size_t start = 0; start < inside.size(); ++start) {
-        if (inside[start] == 0 || cells.rooms[start] >= 0) continue;
-        const auto number = static_cast<std::int32_t>(cells.count++);
-        todo.assign(1, start);
-        cells.rooms[start] = number;
-        while (!todo.empty()) {
-            const std::size_t at = todo.back();
-            todo.pop_back();
-            const auto visit = [&](std::size_t next) {
-                if (inside[next] == 0 || cells.rooms[next] >= 0) return;
-                cells.rooms[next] = number;
-                todo.push_back(next);
-            };
-            if (at % columns > 0) visit(at - 1);
-            if (at % columns + 1 < columns) visit(at + 1);
-            if (at >= columns) visit(at - columns);
-            if (at + columns < inside.size()) visit(at + columns);
-        }
+    std::vector<std::uint8_t> beside(cells.rooms.size());
+    for (std::size_t at = 0; at < beside.size(); ++at)
+        beside[at] = storey.rooms[at] < 0 && storey.kinds[at] != RoomCells::kWall;
+    const Parts outer = PartsOf(cells.grid, beside);
+    const std::vector<bool> rim = RimParts(cells.grid, outer);
+    std::vector<std::uint8_t> inside(beside.size());
+    for (std::size_t at = 0; at < inside.size(); ++at) {
+        const bool within = outer.part[at] < 0 || !rim[static_cast<std::size_t>(outer.part[at])];
+        inside[at] = within && (roof || storey.openBelow[at] == RoomCells::kClosed);
     }
-    for (std::size_t at = 0; at < inside.size(); ++at)
-        if (cells.rooms[at] < 0 && cells.kinds[at] == RoomCells::kWall)
-            cells.kinds[at] = RoomCells::kFree;
+    Parts parts = PartsOf(cells.grid, inside);
+    cells.rooms = std::move(parts.part);
+    cells.count = parts.sizes.size();
+    std::fill(cells.kinds.begin(), cells.kinds.end(), RoomCells::kFree);
     return cells;
 }
 
