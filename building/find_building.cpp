@@ -170,7 +170,7 @@ private:
         else if (found_.walls.empty())
             found_.remarks.emplace_back(
                 "No upright faces reach up to a ceiling: there are no walls.");
-        else if (found_.rooms.empty() && found_.stationsKnown)
+        else if (found_.rooms.empty())
             found_.remarks.emplace_back(
                 "No open space under a ceiling lies between walls: there are no rooms.");
     }

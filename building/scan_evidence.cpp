@@ -132,9 +132,26 @@ public:
             evidence_.rasters.push_back(std::move(raster));
             for (const std::size_t plane : line.planes) marks_[plane].reset();
         }
+        if (evidence_.stations.empty()) FaceBothWays();
     }
 
 private:
+    // Where nobody knows from which side a face was seen it may be one of either.
+    void FaceBothWays() {
+        const std::size_t count = evidence_.faces.lines.size();
+        for (std::size_t k = 0; k < count; ++k) {
+            const FaceLine& line = evidence_.faces.lines[k];
+            FaceLine back = line;
+            back.normal = {-line.normal.x, -line.normal.y};
+            back.offset = -line.offset;
+            back.begin = -line.end;
+            back.end = -line.begin;
+            FaceRaster raster(back, evidence_.rasters[k].Cell());
+            raster.Take(evidence_.rasters[k], line, back);
+            evidence_.faces.lines.push_back(std::move(back));
+            evidence_.rasters.push_back(std::move(raster));
+        }
+    }
     void Turn(std::size_t i) {
         detection::FoundPlane& plane = evidence_.planes[i];
         double votes = 0;

@@ -17,7 +17,7 @@ struct ScanEvidence {
     std::vector<ScanStation> stations;
     std::vector<SightImage> sights;             ///< of each station
     std::vector<detection::FoundPlane> planes;  ///< each normal to the stations that saw the plane
-    FaceLines faces;
+    FaceLines faces;  ///< without stations, each line twice: facing either way
     std::vector<FaceRaster> rasters;      ///< of each face line
     std::vector<std::uint64_t> seenFrom;  ///< points, plane by plane, of each station and one more
                                           ///< for all points whose station is not known

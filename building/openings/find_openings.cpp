@@ -31,24 +31,17 @@ class OpeningFinder {
 public:
     explicit OpeningFinder(const WallView& view) : view_(view), open_(view.looks.size()) {
         for (std::size_t i = 0; i < open_.size(); ++i) open_[i] = view.looks[i] == WallView::kOpen;
+        FillUnknown();
+        FindFrames();
         Thin();
     }
 
     [[nodiscard]] std::vector<Rect> Find() {
-        std::vector<Rect> found;
-        std::vector<std::uint8_t> done(open_.size());
-        for (std::int64_t column = 0; column < view_.columns; ++column)
-            for (std::int64_t row = 0; row < view_.rows; ++row) {
-                if (open_[view_.At(column, row)] == 0 || done[view_.At(column, row)] != 0) continue;
-                const auto part = Part(column, row, done);
-                const Rect box = BoxOf(part);
-                if (IsFrame(box)) {
-                    Take(box, found);
-                    continue;
-                }
-                const Rect rect = RectOf(part, box);
-                if (Fits(rect)) Take(rect, found);
-            }
+        std::vector<Rect> found = frames_;
+        ForEachPart([&](const Squares& part) {
+            const Rect rect = RectOf(part, BoxOf(part));
+            if (Fits(rect)) Take(rect, found);
+        });
         return found;
     }
     [[nodiscard]] std::size_t Count(const Rect& rect, WallView::Look look) const {
@@ -86,6 +79,41 @@ private:
         }
         found.push_back(rect);
     }
+    // A square that no ray came back from is open where two of those beside it are.
+    void FillUnknown() {
+        const std::vector<std::uint8_t> old = open_;
+        for (std::int64_t row = 1; row + 1 < view_.rows; ++row)
+            for (std::int64_t column = 1; column + 1 < view_.columns; ++column) {
+                const std::size_t at = view_.At(column, row);
+                if (view_.looks[at] != WallView::kUnknown) continue;
+                const int beside = old[at - 1] + old[at + 1] + old[view_.At(column, row - 1)] +
+                                   old[view_.At(column, row + 1)];
+                open_[at] = beside >= 2;
+            }
+    }
+    // Bridges squares between open ones, and asks each part whether it rings a leaf.
+    void FindFrames() {
+        const std::vector<std::uint8_t> old = open_;
+        for (std::int64_t row = 0; row < view_.rows; ++row)
+            for (std::int64_t column = 0; column < view_.columns; ++column)
+                open_[view_.At(column, row)] = AnyBeside(old, column, row);
+        ForEachPart([this](const Squares& part) {
+            const Rect box = BoxOf(part);
+            const Rect inner{box.left + 1, box.bottom, box.right - 1, box.top - 1};
+            if (inner.left < inner.right && inner.bottom < inner.top && IsFrame(inner))
+                frames_.push_back(inner);
+        });
+        open_ = old;
+    }
+    [[nodiscard]] bool AnyBeside(const std::vector<std::uint8_t>& open, std::int64_t column,
+                                 std::int64_t row) const {
+        for (std::int64_t r = std::max(row - 1, std::int64_t{0});
+             r <= std::min(row + 1, view_.rows - 1); ++r)
+            for (std::int64_t c = std::max(column - 1, std::int64_t{0});
+                 c <= std::min(column + 1, view_.columns - 1); ++c)
+                if (open[view_.At(c, r)] != 0) return true;
+        return false;
+    }
     // Takes out threads: a square stays where it is in an open block of three by three.
     void Thin() {
         std::vector<std::uint8_t> core(open_.size());
@@ -105,6 +133,14 @@ private:
                     for (std::int64_t c = column - 1; c <= column + 1; ++c)
                         open_[view_.At(c, r)] = 1;
             }
+    }
+    template <class Use>
+    void ForEachPart(const Use& use) const {
+        std::vector<std::uint8_t> done(open_.size());
+        for (std::int64_t column = 0; column < view_.columns; ++column)
+            for (std::int64_t row = 0; row < view_.rows; ++row)
+                if (open_[view_.At(column, row)] != 0 && done[view_.At(column, row)] == 0)
+                    use(Part(column, row, done));
     }
     Squares Part(std::int64_t column, std::int64_t row, std::vector<std::uint8_t>& done) const {
         Squares part{{column, row}};
@@ -205,6 +241,7 @@ private:
 
     const WallView& view_;
     std::vector<std::uint8_t> open_;
+    std::vector<Rect> frames_;  // of closed leaves that are flush with the wall
 };
 
 }  // namespace

@@ -86,7 +86,8 @@ public:
                 band_.next < ceiling + kThickestSlab && ThroughSlab(p, ceiling, band_.next);
             cells.openBelow[at] =
                 band_.below > floor - kThickestSlab && ThroughSlab(p, band_.below, floor);
-            bool free = cells.openAbove[at] != 0;
+            bool free =
+                cells.openAbove[at] != 0 || (evidence_.sights.empty() && height.has_value());
             for (double z = top - 0.15; z > floor + 0.1 && !free; z -= 0.3) free = Through(p, z);
             if (free) cells.kinds[at] = RoomCells::kFree;
         }

@@ -283,12 +283,17 @@ private:
                 const double there = faces_.lines[run.face].Along(place);
                 return own && there >= run.begin - 0.05 && there <= run.end + 0.05;
             });
-            if (!taken) alongs.push_back(along);
+            if (!taken && !FacesBoth(i)) alongs.push_back(along);
         }
         for (const auto& [begin, end] : Stretches(i, std::nullopt, alongs))
             if (end - begin >= kLeastSingle &&
                 TallLength(i, faces_.lines[i].At(begin), faces_.lines[i].At(end)) >= kLeastLength)
                 singles.push_back({i, std::nullopt, 0, begin, end});
+    }
+
+    // Without stations each face is there twice; of one that is alone the first stands for both.
+    [[nodiscard]] bool FacesBoth(std::size_t i) const {
+        return evidence_.stations.empty() && i >= faces_.lines.size() / 2;
     }
 
     // What stands inside a thicker wall is part of it: frames, leaves, the faces of a niche.
