@@ -186,20 +186,83 @@ void TakeUnseen(RoomCells& cells, Parts& parts) {
     }
 }
 
-// Whether most of a part's cells lie under something.
-std::vector<bool> CoveredParts(const RoomCells& cells, const Parts& parts, const StoreyBand& band) {
-    std::vector<std::size_t> covered(parts.sizes.size());
+bool Covered(const RoomCells& cells, const StoreyBand& band, std::int64_t i, std::int64_t j) {
+    return cells.openAbove[cells.grid.At(i, j)] != RoomCells::kClosed ||
+           band.overhead.HeightAt(cells.grid.Middle(i, j)).has_value();
+}
+
+// Open space that runs on outside, through what is no wall, ends where nothing hangs over it.
+void EndOutside(const RoomCells& cells, const Parts& parts, const StoreyBand& band,
+                std::vector<std::uint8_t>& inside) {
+    const std::vector<bool> rim = RimParts(cells.grid, parts);
     for (std::int64_t j = 0; j < cells.grid.rows; ++j)
         for (std::int64_t i = 0; i < cells.grid.columns; ++i) {
-            const std::int32_t part = parts.part[cells.grid.At(i, j)];
-            if (part < 0) continue;
-            const bool under = cells.openAbove[cells.grid.At(i, j)] != 0 ||
-                               band.overhead.HeightAt(cells.grid.Middle(i, j)).has_value();
-            covered[static_cast<std::size_t>(part)] += under;
+            const std::size_t at = cells.grid.At(i, j);
+            if (parts.part[at] < 0 || !rim[static_cast<std::size_t>(parts.part[at])]) continue;
+            inside[at] = Covered(cells, band, i, j);
         }
-    std::vector<bool> most(parts.sizes.size());
-    for (std::size_t k = 0; k < most.size(); ++k) most[k] = covered[k] * 10 >= parts.sizes[k] * 6;
-    return most;
+}
+
+/// Of a part, its cells under something, the sides of its rim, and those towards open space.
+struct PartRim {
+    std::size_t covered = 0;
+    std::size_t sides = 0;
+    std::size_t open = 0;
+};
+
+std::vector<PartRim> RimsOf(const RoomCells& cells, const Parts& parts, const StoreyBand& band) {
+    std::vector<PartRim> rims(parts.sizes.size());
+    const PlanGrid& grid = cells.grid;
+    for (std::int64_t j = 0; j < grid.rows; ++j)
+        for (std::int64_t i = 0; i < grid.columns; ++i) {
+            const std::int32_t part = parts.part[grid.At(i, j)];
+            if (part < 0) continue;
+            PartRim& rim = rims[static_cast<std::size_t>(part)];
+            rim.covered += Covered(cells, band, i, j);
+            for (const auto& [x, y] : {std::pair{i - 1, j}, std::pair{i + 1, j},
+                                       std::pair{i, j - 1}, std::pair{i, j + 1}}) {
+                const bool within = x >= 0 && y >= 0 && x < grid.columns && y < grid.rows;
+                if (within && parts.part[grid.At(x, y)] == part) continue;
+                ++rim.sides;
+                rim.open += !within || (parts.part[grid.At(x, y)] < 0 &&
+                                        cells.kinds[grid.At(x, y)] == RoomCells::kFree);
+            }
+        }
+    return rims;
+}
+
+// Between a well and a wall there is no room for anything else.
+void WidenWells(RoomCells& cells) {
+    constexpr std::int64_t kNarrow = 6;  // cells
+    const PlanGrid& grid = cells.grid;
+    const auto widen = [&](std::int64_t count, std::int64_t length, const auto& at) {
+        for (std::int64_t line = 0; line < count; ++line)
+            for (std::int64_t k = 0; k < length;) {
+                std::int64_t end = k;
+                const auto plain = [&](std::int64_t x) {
+                    return cells.openAbove[at(line, x)] != RoomCells::kWell &&
+                           cells.kinds[at(line, x)] != RoomCells::kWall;
+                };
+                while (end < length && plain(end)) ++end;
+                const auto is = [&](std::int64_t x, bool well) {
+                    if (x < 0 || x >= length) return false;
+                    return well ? cells.openAbove[at(line, x)] == RoomCells::kWell
+                                : cells.kinds[at(line, x)] == RoomCells::kWall;
+                };
+                const bool between =
+                    (is(k - 1, true) && is(end, false)) || (is(k - 1, false) && is(end, true));
+                if (between && end - k <= kNarrow)
+                    for (std::int64_t x = k; x < end; ++x) {
+                        cells.openAbove[at(line, x)] = RoomCells::kWell;
+                        cells.kinds[at(line, x)] = RoomCells::kFree;
+                    }
+                k = end + 1;
+            }
+    };
+    widen(grid.rows, grid.columns,
+          [&](std::int64_t line, std::int64_t k) { return grid.At(k, line); });
+    widen(grid.columns, grid.rows,
+          [&](std::int64_t line, std::int64_t k) { return grid.At(line, k); });
 }
 
 }  // namespace
@@ -229,19 +292,25 @@ Expected<RoomCells> FindRoomCells(const std::vector<WallPiece>& walls,
     if (!read) return ErrorOf(read);
     TellWells(cells, cells.openAbove);
     TellWells(cells, cells.openBelow);
+    WidenWells(cells);
     std::vector<std::uint8_t> inside(cells.grid.Size());
     for (std::size_t at = 0; at < inside.size(); ++at)
         inside[at] = cells.kinds[at] == RoomCells::kFree && cells.openBelow[at] != RoomCells::kWell;
-    Parts parts = PartsOf(cells.grid, inside, [&](std::size_t a, std::size_t b) {
+    const auto same = [&](std::size_t a, std::size_t b) {
         return (cells.openAbove[a] == RoomCells::kWell) == (cells.openAbove[b] == RoomCells::kWell);
-    });
+    };
+    EndOutside(cells, PartsOf(cells.grid, inside, same), band, inside);
+    Parts parts = PartsOf(cells.grid, inside, same);
+    const std::vector<PartRim> rims = RimsOf(cells, parts, band);
     TakeUnseen(cells, parts);
-    const std::vector<bool> covered = CoveredParts(cells, parts, band);
     std::vector<std::int32_t> number(parts.sizes.size(), -1);
     const double square = cells.grid.cell * cells.grid.cell;
-    for (std::size_t k = 0; k < number.size(); ++k)
-        if (covered[k] && static_cast<double>(parts.sizes[k]) * square >= kLeastRoom)
+    for (std::size_t k = 0; k < number.size(); ++k) {
+        const double area = static_cast<double>(parts.sizes[k]) * square;
+        if (area >= kLeastRoom && rims[k].covered * 10 >= parts.sizes[k] * 6 &&
+            rims[k].open * 20 <= rims[k].sides * 7)
             number[k] = static_cast<std::int32_t>(cells.count++);
+    }
     for (std::size_t at = 0; at < inside.size(); ++at)
         if (parts.part[at] >= 0) cells.rooms[at] = number[static_cast<std::size_t>(parts.part[at])];
     return cells;

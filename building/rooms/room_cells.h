@@ -28,7 +28,8 @@ struct RoomCells {
 
 /// Finds the cells of each room: open space that hangs together between walls and open bounds, under a
 /// ceiling, of 1 square metre and more. Without stations all is open that lies under a ceiling. A stairwell, open above over less than 8 square metres, is a
-/// room of its own; what is so open below is none. A larger gap in a slab, as under a gallery, parts
+/// room of its own; what is so open below is none. Space that runs on outside ends where nothing hangs
+/// over it, and is a room where a third of its rim at most is so open. A larger gap in a slab, as under a gallery, parts
 /// no rooms.
 ///
 /// Order  by the first cell of each, from the least y, then x.
