@@ -159,6 +159,12 @@ private:
         return static_cast<std::size_t>(places[static_cast<std::size_t>(room)]);
     }
     void Remark() {
+        if (scan_.squared.turned > 0)
+            found_.remarks.push_back(
+                fmt::format("{} faces of walls were turned to be square to the greater part; their "
+                            "ends moved by up to "
+                            "{:.1f} mm.",
+                            scan_.squared.turned, scan_.squared.moved * 1000));
         if (!found_.stationsKnown)
             found_.remarks.emplace_back(
                 "The project has no positions of scanners: what was open and what was hidden is "

@@ -118,10 +118,11 @@ public:
 
     /// Turns each plane to the stations that have most of its points, and puts the marks of planes on
     /// one line together.
-    void Finish() {
+    void Finish(bool orthogonal) {
         evidence_.planes = planes_.Planes();
         for (std::size_t i = 0; i < evidence_.planes.size(); ++i) Turn(i);
         evidence_.faces = FaceLinesOf(evidence_.planes);
+        if (orthogonal) evidence_.squared = SquareLines(evidence_.planes, evidence_.faces.lines);
         evidence_.departures.resize(evidence_.planes.size());
         for (std::size_t i = 0; i < marks_.size(); ++i)
             if (marks_[i]) evidence_.departures[i] = marks_[i]->waves.Largest();
@@ -209,7 +210,7 @@ Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::Plane
         return pass.Read(readers[worker], chunk);
     });
     if (!done) return ErrorOf(done);
-    pass.Finish();
+    pass.Finish(options.orthogonal);
     return evidence;
 }
 

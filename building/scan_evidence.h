@@ -8,6 +8,7 @@
 #include "building/find_building.h"
 #include "building/sight/sight_image.h"
 #include "building/walls/face_raster.h"
+#include "building/walls/square_lines.h"
 #include "parallel/pool.h"
 
 namespace orvix::building {
@@ -17,7 +18,8 @@ struct ScanEvidence {
     std::vector<ScanStation> stations;
     std::vector<SightImage> sights;             ///< of each station
     std::vector<detection::FoundPlane> planes;  ///< each normal to the stations that saw the plane
-    FaceLines faces;  ///< without stations, each line twice: facing either way
+    SquareReport squared;
+    FaceLines faces;                      ///< without stations, each line twice: facing either way
     std::vector<FaceRaster> rasters;      ///< of each face line
     std::vector<std::uint64_t> seenFrom;  ///< points, plane by plane, of each station and one more
                                           ///< for all points whose station is not known

@@ -24,6 +24,7 @@ struct FaceLine {
     double end = 0;
     double bottom = 0;
     double top = 0;
+    bool squared = false;  ///< turned by SquareLines
 
     [[nodiscard]] PlanPoint Way() const { return {-normal.y, normal.x}; }
     [[nodiscard]] double Along(const PlanPoint& p) const { return p.y * normal.x - p.x * normal.y; }

@@ -162,6 +162,7 @@ Wall WallOf(const WallPiece& piece, const StoreyBand& band, const WallSides& sid
     wall.evidence = planes.Of(std::move(used));
     if (!piece.run.other) wall.evidence.inferred |= kOtherSide;
     if (!piece.bounded[0] || !piece.bounded[1]) wall.evidence.inferred |= kFreeEnd;
+    if (piece.face.squared) wall.evidence.inferred |= kSquared;
     return wall;
 }
 
