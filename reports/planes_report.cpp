@@ -7,8 +7,6 @@
 
 #include "detection/saved_planes.h"
 #include "orvix/geometry/vector.h"
-#include "orvix/platform/path.h"
-#include "orvix/project/project_paths.h"
 #include "reports/station_list.h"
 
 namespace orvix::reports {
@@ -82,9 +80,9 @@ Expected<PlanesFinding> FindingOf(const WorldProject& project,
 
 Expected<PlanesFinding> StoredOrFoundPlanes(const WorldProject& project,
                                             const detection::PlaneSearchOptions& options) {
-    return platform::PathExists(detail::SavedPlanesPath(project.Manager()))
-               ? ReadPlanes(project)
-               : FindPlanes(project, options);
+    auto stored = ReadPlanes(project);
+    if (stored || stored.error().code != ErrorCode::BadInput) return stored;
+    return FindPlanes(project, options);
 }
 
 bool IsTurned(const FoundPlane& plane) {

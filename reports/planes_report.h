@@ -71,9 +71,10 @@ Expected<PlanesFinding> FinishPlanes(const WorldProject& project,
 /// Lifetime as of FindPlanes.
 Expected<PlanesFinding> ReadPlanes(const WorldProject& project);
 
-/// The planes that the project stores; where it stores none, those that a search finds.
+/// The planes that the project stores; where it stores none, or planes of other points, those that a
+/// search finds.
 ///
-/// Errors   those of ReadPlanes for planes that no longer fit the points; those of FindPlanes.
+/// Errors   those of ReadPlanes but BadInput, and of FindPlanes.
 /// Lifetime as of FindPlanes.
 Expected<PlanesFinding> StoredOrFoundPlanes(const WorldProject& project,
                                             const detection::PlaneSearchOptions& options);

@@ -8,6 +8,9 @@
 #include "cli/verbs/deviation_result.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "output/picture/deviation_picture.h"
+#include "output/picture/picture_of_deviation.h"
+#include "output/picture/png_writer.h"
 
 namespace orvix::cli {
 
@@ -15,6 +18,7 @@ namespace {
 
 constexpr const char* kExamples =
     "  orvix deviation scan.prj planes\n"
+    "  orvix deviation scan.prj model --picture deviation.png\n"
     "  orvix deviation scan.prj house.ifc\n"
     "  orvix deviation scan.prj house.obj --tolerance 0.01 --reach 0.05 --json";
 
@@ -43,6 +47,12 @@ Expected<Outcome> RunDeviation(const DeviationArguments& arguments, CommandConte
     const auto report = reports::FindDeviations(*project, *elements, options);
     if (!report) return ErrorOf(report);
     progress.Finish();
+    if (!arguments.picture.empty()) {
+        auto written = output::WritePng(platform::FromUtf8(arguments.picture),
+                                        output::DrawDeviation(output::PictureOf(
+                                            *project, *elements, *report, options.tolerance)));
+        if (!written) return ErrorOf(written);
+    }
     return OutcomeOf(arguments, *elements, *report);
 }
 
@@ -55,7 +65,7 @@ void AddDeviationVerb(CLI::App& app, CommandContext& context) {
                 [arguments](CommandContext& chosen) { return RunDeviation(*arguments, chosen); });
     AddProjectOption(*verb, context, arguments->project);
     verb->add_option("against", arguments->from,
-                     "planes: those of the project; or a file with a model, .obj or .ifc")
+                     "planes, or model: those of the project; or a file with a model, .obj or .ifc")
         ->required()
         ->check(CheckElementsSource)
         ->type_name("");
@@ -73,6 +83,8 @@ void AddDeviationVerb(CLI::App& app, CommandContext& context) {
     AddMemoryOption(*verb, arguments->memoryLimit,
                     "Memory for counts and squares at most; coarser ones are used beyond (default "
                     "256MiB)");
+    AddFileOption(*verb, "--picture", arguments->picture,
+                  "Draw the faces in the colours of their deviation", {".png"});
     AddThreadsOption(*verb, options.threads);
     AddProgressOption(*verb, context);
 }

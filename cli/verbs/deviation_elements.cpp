@@ -8,12 +8,14 @@
 #include <optional>
 #include <utility>
 
+#include "building/element_meshes.h"
 #include "cli/verbs.h"
 #include "orvix/platform/child_process.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "output/file_ending.h"
 #include "output/mesh/planes_mesh.h"
+#include "reports/building_report.h"
 #include "reports/deviation/obj_elements.h"
 #include "reports/planes_report.h"
 
@@ -51,6 +53,41 @@ Expected<std::vector<reports::DrawnElement>> ElementsOfPlanes(
         }
         elements.push_back(std::move(element));
     }
+    return elements;
+}
+
+Expected<std::vector<reports::DrawnElement>> ElementsOfModel(const ElementsRequest& request,
+                                                             const reports::WorldProject& project) {
+    auto finding = reports::ReadBuilding(project.Manager(), project.Core());
+    if (!finding && finding.error().code == ErrorCode::BadInput) {
+        detection::PlaneSearchOptions search;
+        search.threads = request.threads;
+        search.proceed = MayGoOn;
+        building::BuildingOptions options;
+        options.threads = request.threads;
+        options.proceed = MayGoOn;
+        options.progress = [&](double part) { request.progress("modelling", part); };
+        finding = reports::FindBuilding(project.Manager(), project.Core(),
+                                        reports::PlanesWanted::SavedIfAny, search, options);
+    }
+    if (!finding) return ErrorOf(finding);
+    std::vector<reports::DrawnElement> elements;
+    for (const building::ElementMesh& mesh : building::MeshesOf(finding->building)) {
+        // Rooms and openings are air.
+        if (mesh.kind == building::ElementKind::Room || mesh.kind == building::ElementKind::Opening)
+            continue;
+        reports::DrawnElement element;
+        element.kind = mesh.name.substr(0, mesh.name.find(' '));
+        element.name = mesh.name;
+        for (const auto& [a, b, c] : mesh.mesh.triangles)
+            element.triangles.push_back({project.frame.ToWorld(mesh.mesh.points[a]),
+                                         project.frame.ToWorld(mesh.mesh.points[b]),
+                                         project.frame.ToWorld(mesh.mesh.points[c])});
+        elements.push_back(std::move(element));
+    }
+    if (elements.empty())
+        return Fail(ErrorCode::BadInput,
+                    "the project shows no building to hold its points against");
     return elements;
 }
 
@@ -138,15 +175,18 @@ bool IsFile(const std::string& text, const wchar_t* ending) {
 }  // namespace
 
 std::string CheckElementsSource(const std::string& text) {
-    if (text == "planes" || IsFile(text, L".obj") || IsFile(text, L".ifc")) return {};
+    if (text == "planes" || text == "model" || IsFile(text, L".obj") || IsFile(text, L".ifc"))
+        return {};
     return text +
-           " is nothing to hold points against; write planes, or a file that ends in .obj or "
+           " is nothing to hold points against; write planes, model, or a file that ends in .obj "
+           "or "
            ".ifc";
 }
 
 Expected<std::vector<reports::DrawnElement>> ElementsFrom(const ElementsRequest& request,
                                                           const reports::WorldProject& project) {
     if (request.from == "planes") return ElementsOfPlanes(request, project);
+    if (request.from == "model") return ElementsOfModel(request, project);
     if (IsFile(request.from, L".ifc")) return ElementsOfIfc(request.from);
     return reports::ReadObjElements(platform::FromUtf8(request.from));
 }

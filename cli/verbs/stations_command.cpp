@@ -13,6 +13,7 @@
 #include "cli/verbs/consistency_result.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "output/picture/picture_of_consistency.h"
 #include "output/picture/picture_of_stations.h"
 #include "output/picture/png_writer.h"
 #include "reports/station_list.h"
@@ -111,9 +112,10 @@ Expected<Outcome> RunStations(const Arguments& arguments, CommandContext& contex
         consistency = std::move(*report);
     }
     if (!arguments.picture.empty()) {
-        const output::StationsPicture picture = output::PictureOf(*project, *stations);
-        auto written =
-            output::WritePng(platform::FromUtf8(arguments.picture), output::DrawStations(picture));
+        auto written = output::WritePng(
+            platform::FromUtf8(arguments.picture),
+            consistency ? output::DrawConsistency(output::PictureOf(*project, *consistency))
+                        : output::DrawStations(output::PictureOf(*project, *stations)));
         if (!written) return ErrorOf(written);
     }
     Outcome outcome = OutcomeOf(*stations, arguments);

@@ -71,6 +71,26 @@ void DrawLabel(Canvas& canvas, Pixel2 at, const std::string& text, Colour colour
     canvas.Text(at, text, kTextSize, colour);
 }
 
+Pixel2 LabelPlaces::Beside(Pixel2 mark, double width) {
+    constexpr double kTall = 18;
+    const auto overlap = [](const PixelRect& a, const PixelRect& b) {
+        return a.left < b.left + b.width && b.left < a.left + a.width && a.top < b.top + b.height &&
+               b.top < a.top + a.height;
+    };
+    PixelRect place{};
+    for (const Pixel2 corner :
+         {Pixel2{mark.x + 15, mark.y - 8}, Pixel2{mark.x - 15 - width, mark.y - 8},
+          Pixel2{mark.x - width / 2, mark.y + 30}, Pixel2{mark.x - width / 2, mark.y - 48},
+          Pixel2{mark.x - width / 2, mark.y + 52}}) {
+        place = {corner.x, corner.y, width, kTall};
+        if (std::none_of(taken_.begin(), taken_.end(),
+                         [&](const PixelRect& other) { return overlap(place, other); }))
+            break;
+    }
+    taken_.push_back(place);
+    return {place.left, place.top};
+}
+
 ViewBounds MiddleOf(std::vector<double> xs, std::vector<double> ys, double low, double high) {
     using detail::Quantile;
     return {Quantile(xs, low), Quantile(xs, high), Quantile(ys, low), Quantile(ys, high)};

@@ -32,6 +32,23 @@ void DrawViewAxes(Canvas& canvas, const PictureView& view, const PixelRect& pane
 /// Text with a halo of paper, to be read over anything.
 void DrawLabel(Canvas& canvas, Pixel2 at, const std::string& text, Colour colour);
 
+/// Places for names beside marks.
+///
+///     LabelPlaces places;
+///     for (const Mark& mark : marks) places.Take({mark.x - 11, mark.y - 11, 22, 22});
+///     for (const Mark& mark : marks) DrawLabel(canvas, places.Beside(mark.at, width), ...);
+class LabelPlaces {
+public:
+    /// No name lies over this from now on.
+    void Take(const PixelRect& rect) { taken_.push_back(rect); }
+    /// Where a text of this width begins: the first of a few places around a mark where it hides
+    /// nothing that was taken; the last of them in any case. It is taken then.
+    Pixel2 Beside(Pixel2 mark, double width);
+
+private:
+    std::vector<PixelRect> taken_;
+};
+
 /// The bounds of the values between two shares, 0 to 1, of all; at least one value each.
 ViewBounds MiddleOf(std::vector<double> xs, std::vector<double> ys, double low, double high);
 

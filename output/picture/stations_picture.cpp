@@ -48,37 +48,16 @@ void DrawMark(Canvas& canvas, const PictureView& view, const StationMark& mark) 
     canvas.Disc(at, 5.5, kColours[mark.number % kColours.size()]);
 }
 
-bool Overlap(const PixelRect& a, const PixelRect& b) {
-    return a.left < b.left + b.width && b.left < a.left + a.width && a.top < b.top + b.height &&
-           b.top < a.top + a.height;
-}
-
-// Each name goes to the first of a few places around its mark where it hides no mark and no name
-// before it; the last place is taken in any case.
 void DrawNames(Canvas& canvas, const PictureView& view, const std::vector<StationMark>& marks) {
-    constexpr double kTall = 18;
-    std::vector<PixelRect> taken;
+    LabelPlaces places;
     for (const StationMark& mark : marks) {
         const Pixel2 at = view.Place(mark.position);
-        taken.push_back({at.x - 11, at.y - 11, 22, 22});
+        places.Take({at.x - 11, at.y - 11, 22, 22});
     }
-    for (const StationMark& mark : marks) {
-        const Pixel2 at = view.Place(mark.position);
-        const double width = TextWidth(mark.label, kTextSize);
-        PixelRect place{};
-        for (const Pixel2 corner :
-             {Pixel2{at.x + 15, at.y - 8}, Pixel2{at.x - 15 - width, at.y - 8},
-              Pixel2{at.x - width / 2, at.y + 30}, Pixel2{at.x - width / 2, at.y - 48},
-              Pixel2{at.x - width / 2, at.y + 52}}) {
-            place = {corner.x, corner.y, width, kTall};
-            if (std::none_of(taken.begin(), taken.end(),
-                             [&](const PixelRect& other) { return Overlap(place, other); })) {
-                break;
-            }
-        }
-        taken.push_back(place);
-        DrawLabel(canvas, {place.left, place.top}, mark.label, kInk);
-    }
+    for (const StationMark& mark : marks)
+        DrawLabel(canvas,
+                  places.Beside(view.Place(mark.position), TextWidth(mark.label, kTextSize)),
+                  mark.label, kInk);
 }
 
 void DrawCloud(Canvas& canvas, const PictureView& view, const StationsPicture& picture) {

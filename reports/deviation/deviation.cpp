@@ -111,6 +111,7 @@ public:
           options_(options),
           scanners_(std::move(scanners)),
           faces_(FacesOf(project, elements)),
+          sheets_(elements.size()),
           tree_(faces_),
           cells_(faces_, options.cell, options.memoryLimitBytes / 2 / kBytesPerSquare),
           counts_(elements.size(), options.reach, options.tolerance, options.memoryLimitBytes / 4) {
@@ -204,6 +205,7 @@ private:
     const DeviationOptions& options_;
     std::vector<std::optional<Vector>> scanners_;
     std::vector<Face> faces_;
+    std::vector<bool> sheets_;  // elements that enclose no solid
     TriangleTree tree_;
     FaceCells cells_;
     DeviationCounts counts_;
@@ -231,7 +233,12 @@ DeviationReport DeviationPass::Report(const std::vector<DrawnElement>& elements)
         const double area = cell.area;
         its.area += area;
         if (cell.points == 0) its.missing += area;
-        SeenSquare square{project_.frame.ToWorld(middle), turned(normal), element, {}};
+        SeenSquare square;
+        square.middle = project_.frame.ToWorld(middle);
+        square.normal = turned(normal);
+        square.element = element;
+        square.share = static_cast<float>(area / (cells_.Side() * cells_.Side()));
+        square.bothSides = sheets_[element];
         if (cell.points != 0)
             square.height = static_cast<float>(static_cast<double>(cell.sum) / kMicrometres /
                                                static_cast<double>(cell.points));

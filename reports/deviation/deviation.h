@@ -49,6 +49,8 @@ struct SeenSquare {
     SimplePointT<double> middle;
     SimplePointT<double> normal;
     std::uint32_t element = 0;
+    float share = 0;              ///< of the square that is surface
+    bool bothSides = false;       ///< of an element that encloses no solid
     std::optional<float> height;  ///< mean of its points over the front; none where there are none
 };
 

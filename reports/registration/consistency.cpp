@@ -2,6 +2,7 @@
 #include "reports/registration/consistency.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <map>
@@ -67,11 +68,35 @@ double MedianHeight(const std::vector<Difference>& differences) {
     return MedianOf(std::move(heights));
 }
 
+/// The patches as seen from either side apart: what stands on both sides of a thin plane, such as the
+/// faces of a door leaf or a frame, are two surfaces. A station without a position counts as in front.
+std::vector<StationPatch> BySides(const std::vector<StationPatch>& patches,
+                                  const detection::PlaneSet& planes,
+                                  const std::vector<std::optional<Vector>>& scanners) {
+    std::vector<StationPatch> parts;
+    for (const StationPatch& patch : patches) {
+        const detection::FoundPlane& plane = planes.Planes()[patch.plane];
+        std::array<StationPatch, 2> sides;
+        for (const PatchView& view : patch.views) {
+            const bool known = view.station < scanners.size() && scanners[view.station];
+            const bool behind =
+                known && detail::Dot(plane.normal, *scanners[view.station]) + plane.offset < 0;
+            sides[behind ? 1 : 0].views.push_back(view);
+        }
+        for (StationPatch& part : sides) {
+            part.plane = patch.plane;
+            if (part.views.size() > 1) parts.push_back(std::move(part));
+        }
+    }
+    return parts;
+}
+
 class Consistency {
 public:
     Consistency(const WorldProject& project, const detection::PlaneSet& planes,
-                const StationPatches& gathered, const std::vector<std::optional<Vector>>& scanners)
-        : project_(project), planes_(planes), patches_(gathered.patches) {
+                const std::vector<StationPatch>& patches,
+                const std::vector<std::optional<Vector>>& scanners)
+        : project_(project), planes_(planes), patches_(patches) {
         for (const detection::FoundPlane& plane : planes.Planes())
             frames_.emplace_back(plane.normal.x, plane.normal.y, plane.normal.z, plane.offset);
         for (const StationPatch& patch : patches_)
@@ -276,10 +301,11 @@ Expected<ConsistencyReport> CheckConsistency(const WorldProject& project,
     if (gathered->stations < 2)
         return Fail(ErrorCode::BadInput,
                     "the points on planes are of one station alone: there is nothing to compare");
-    if (gathered->patches.empty())
+    const std::vector<StationPatch> patches = BySides(gathered->patches, planes, *scanners);
+    if (patches.empty())
         return Fail(ErrorCode::BadInput,
                     "no two stations saw the same part of a plane: nothing says how they fit");
-    ConsistencyReport report = Consistency(project, planes, *gathered, *scanners).Report();
+    ConsistencyReport report = Consistency(project, planes, patches, *scanners).Report();
     report.side = gathered->side;
     for (StationConsistency& station : report.stations) {
         if (station.number < scanners->size() && (*scanners)[station.number])

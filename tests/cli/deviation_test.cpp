@@ -120,6 +120,25 @@ TEST_F(Deviation, FromTheProjectsOwnPlanesIsNoise) {
     EXPECT_EQ(Run({"planes"}), searched);
 }
 
+TEST_F(Deviation, IsDrawn) {
+    const Json result = Run({File(L"house.obj"), "--picture", File(L"house.png")});
+    EXPECT_EQ(result["picture"], File(L"house.png"));
+    const auto picture = ReadBytes(*folder_ / L"house.png");
+    ASSERT_GT(picture.size(), 5000u);
+    EXPECT_EQ(picture[1], 'P');
+    EXPECT_EQ(OrvixError({"deviation", File(L"wall.prj"), File(L"house.obj"), "--picture",
+                          File(L"none") + "/house.png"})["exit"],
+              3);
+}
+
+TEST_F(Deviation, FromTheBuildingFoundInTheScan) {
+    // Two faces without a floor are no building yet, or a wall: a sentence or an element.
+    const auto text = Orvix({"deviation", File(L"wall.prj"), "model"});
+    EXPECT_TRUE(text.exitCode == 0 || text.exitCode == 3) << text.errors;
+    EXPECT_NE((text.output + text.errors).find(text.exitCode == 0 ? "against" : "no building"),
+              std::string::npos);
+}
+
 TEST_F(Deviation, RefusesWhatHoldsNoSurface) {
     WriteText(*folder_ / L"empty.obj", "v 0 0 0\n");
     EXPECT_EQ(OrvixError({"deviation", File(L"wall.prj"), File(L"empty.obj")})["exit"], 3);

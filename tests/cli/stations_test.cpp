@@ -104,6 +104,8 @@ TEST_F(Stations, AreHeldAgainstEachOther) {
     EXPECT_NEAR(found["compared"][0]["correction"]["shift"][2].get<double>(), 0.003, 2e-4);
     EXPECT_EQ(found["compared"][0]["weak"], 3);  // along the floor, and about its normal
     EXPECT_NEAR(found["pairs"][0]["correction"]["shift"][2].get<double>(), -0.006, 3e-4);
+    OrvixJson({"stations", project, "--consistency", "--picture", Path("arrows.png")});
+    EXPECT_GT(ReadBytes(scratch / L"arrows.png").size(), 5000u);
     const auto text = Orvix({"stations", project, "--consistency"});
     EXPECT_NE(text.output.find('?'), std::string::npos);
     const Json refused = OrvixError({"stations", Path("one.prj"), "--consistency"});

@@ -47,7 +47,7 @@ JSON_RUNS = {
     "planes": [f"planes keys.prj --explain {SEED} --picture planes.png"],
     "model": ["model keys.prj keys.ifc --save"],
     "planes-tasks": ["planes-tasks begin keys.prj --pieces 2", "planes-tasks run keys.prj tiles/0"],
-    "deviation": ["deviation keys.prj planes"],
+    "deviation": ["deviation keys.prj planes --picture deviation.png"],
     "histogram": ["histogram keys.prj --picture keys.svg"],
     "classify": ["classify keys.prj --field z --sample 500"],
     "export": ["export keys.prj keys.ply"],
