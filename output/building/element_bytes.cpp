@@ -28,6 +28,7 @@ void Append(std::string& bytes, const std::optional<building::Measure>& measure)
 
 }  // namespace
 
+// BEHAVIOUR M2
 std::string BytesOf(const building::Storey& storey) {
     std::string bytes = "storey " + storey.name;
     AppendBytes(bytes, storey.elevation);

@@ -24,7 +24,7 @@ std::size_t BuildingIfc::AddOpening(std::size_t place) {
     const string bytes = BytesOf(opening, wall);
     const std::size_t placement = shapes_.AddPlacement(
         placements_[opening.wall], {{opening.along, 0, opening.bottom - wall.base}});
-    string shape = "$";
+    string shape = "$";  // BEHAVIOUR M3
     const double width = opening.width.value, height = opening.height.value;
     if (wall.thickness)
         shape = fmt::format(

@@ -105,6 +105,7 @@ TEST_F(BuildingIfcFile, EachElementIsThereAndEachEntityIsNamedBeforeItIsUsed) {
     EXPECT_GT(last, 1000);
 }
 
+// BEHAVIOUR M2
 TEST_F(BuildingIfcFile, IdentifiersAreUniqueAndTheElementsOwn) {
     Building house = test::SampleBuilding();
     const std::string text = TextOf(house);
@@ -148,6 +149,14 @@ TEST_F(BuildingIfcFile, AFrameThatStretchesIsRefusedAndNothingIsWritten) {
     EXPECT_EQ(written.error().code, ErrorCode::BadInput);
     EXPECT_THAT(written.error().message, HasSubstr("write .obj or .json"));
     EXPECT_THAT(folder_.Names(), testing::IsEmpty());
+}
+
+// BEHAVIOUR M3: window 7 is in wall 6, of which one face was seen.
+TEST_F(BuildingIfcFile, AnOpeningOfASurfaceHasNoShape) {
+    const std::string text = TextOf(test::SampleBuilding());
+    EXPECT_EQ(CountOf(text, ",$,'7',.OPENING.)"), 1);
+    EXPECT_EQ(CountOf(text, ",.OPENING.)"), 8);
+    EXPECT_EQ(CountOf(text, ",$,'3',.OPENING.)"), 0);
 }
 
 TEST_F(BuildingIfcFile, WhatHasNoExtentHasNoShape) {
