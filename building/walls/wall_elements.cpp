@@ -36,11 +36,11 @@ public:
         double lastAlong = piece_.run.begin;
         for (double along = piece_.run.begin + kStep / 2; along < piece_.run.end; along += kStep) {
             const LevelPlane* face = FaceAt(along);
-            if (face == nullptr) continue;
+            if (face == nullptr || (last != nullptr && GoesOn(*last, *face, along))) continue;
             slopes = slopes || !face->IsLevel();
             if (last == nullptr)
                 top.push_back(On(*face, piece_.run.begin));
-            else if (face != last)
+            else
                 Change(*last, *face, lastAlong, along, top);
             last = face;
             lastAlong = along;
@@ -59,6 +59,11 @@ private:
             if (const LevelPlane* face = band_.overhead.FaceAt(piece_.face.At(along, before)))
                 return face;
         return nullptr;
+    }
+    // Pieces of one slope lie within millimetres of each other.
+    [[nodiscard]] bool GoesOn(const LevelPlane& a, const LevelPlane& b, double along) const {
+        constexpr double kSame = 0.02;
+        return &a == &b || std::abs(On(a, along).y - On(b, along).y) < kSame;
     }
     [[nodiscard]] PlanPoint On(const LevelPlane& face, double along) const {
         return {along - piece_.run.begin, face.HeightAt(piece_.Middle(along))};
