@@ -85,14 +85,15 @@ Expected<Outcome> RunModel(const ModelArguments& arguments, const CommandContext
         if (auto saved = Save(*project, finding->building); !saved) return ErrorOf(saved);
     }
     for (const std::string& file : arguments.files) {
-        auto written =
-            output::WriteBuilding(platform::FromUtf8(file), finding->building, project->frame);
+        auto written = output::WriteBuilding(platform::FromUtf8(file), finding->building,
+                                             project->frame, arguments.plans);
         if (!written) return ErrorOf(written);
     }
     if (!arguments.picture.empty()) {
-        auto written = output::WritePng(
-            platform::FromUtf8(arguments.picture),
-            output::DrawBuilding(output::PictureOf(finding->building, arguments.plans)));
+        output::BuildingPicture picture = output::PictureOf(finding->building, arguments.plans);
+        output::AddScan(project->Core(), picture);
+        auto written =
+            output::WritePng(platform::FromUtf8(arguments.picture), output::DrawBuilding(picture));
         if (!written) return ErrorOf(written);
     }
     // A result that lacks memory may end the process at once, and with it no lock that is held.

@@ -7,6 +7,9 @@
 #include <array>
 #include <cmath>
 
+#include "orvix/points/alive_point_reader.h"
+#include "orvix/points/thinning.h"
+#include "orvix/project/project_core.h"
 #include "output/picture/mesh_layer.h"
 #include "output/picture/panel.h"
 #include "output/picture/splat_layer.h"
@@ -21,14 +24,16 @@ using building::Building;
 using detail::Vector;
 using Triangles = std::vector<ShapeTriangle>;
 
-constexpr int kWidth = 1880;
 constexpr double kMargin = 24, kBetween = 24, kTop = 104, kLegend = 64;
-constexpr double kCellWidth = (kWidth - 2 * kMargin - kBetween) / 2;
+constexpr double kCellWidth = 904;
 constexpr double kName = 40;      // over a panel
 constexpr double kHighest = 760;  // of a panel
 constexpr double kMostDots = 14e6;
+constexpr std::uint64_t kMostPoints = 4'000'000;
 constexpr std::size_t kMostStoreys = 12;
+constexpr double kUnderFloor = 0.4;  // metres of a scan below a storey's floor that belong to it
 
+constexpr Colour kScan{214, 212, 206};
 constexpr Vector kSouthWest{-0.48, -0.64, 0.6};
 constexpr Vector kNorthEast{0.48, 0.64, 0.6};
 
@@ -52,26 +57,35 @@ Colour ColourOf(const ShapeTriangle& shape) {
     return kColours[static_cast<std::size_t>(shape.kind)];
 }
 
+// A floor lies on its slab and a cut face on the wall. Walls under a roof of which the lower face alone
+// was seen reach into it.
+double NearerBy(ShapeKind kind) {
+    if (kind == ShapeKind::Roof) return 0.15;
+    return kind == ShapeKind::Floor || kind == ShapeKind::CutWall ? 0.02 : 0;
+}
+
 class BuildingDrawing {
 public:
     explicit BuildingDrawing(const BuildingPicture& picture)
         : picture_(picture),
           plans_(DrawPlans(picture.building, picture.plans)),
           storeys_(std::min(picture.building.storeys.size(), kMostStoreys)),
-          rows_(std::max<std::size_t>(1, storeys_) + 1 + (picture.points.empty() ? 0 : 1)),
+          columns_(picture.points.empty() ? 2 : 3),
+          width_(2 * kMargin + columns_ * kCellWidth + (columns_ - 1) * kBetween),
           panelHeight_(std::floor(std::min(
-              kHighest, kMostDots / kWidth / static_cast<double>(rows_) - kName - kBetween))),
-          canvas_(kWidth,
-                  static_cast<int>(kTop + RowHeight() * static_cast<double>(rows_) + kLegend),
+              kHighest, kMostDots / width_ / static_cast<double>(Rows()) - kName - kBetween))),
+          canvas_(static_cast<int>(width_),
+                  static_cast<int>(kTop + RowHeight() * static_cast<double>(Rows()) + kLegend),
                   kPaper) {}
 
     Canvas Draw();
 
 private:
+    // One each storey, one for the whole.
+    [[nodiscard]] std::size_t Rows() const { return std::max<std::size_t>(1, storeys_) + 1; }
     [[nodiscard]] double RowHeight() const { return panelHeight_ + kName + kBetween; }
-    // The panel of a row's left (0) or right (1) half.
-    [[nodiscard]] PixelRect Panel(std::size_t row, int half) const {
-        return {kMargin + half * (kCellWidth + kBetween),
+    [[nodiscard]] PixelRect Panel(std::size_t row, int column) const {
+        return {kMargin + column * (kCellWidth + kBetween),
                 kTop + kName + RowHeight() * static_cast<double>(row), kCellWidth, panelHeight_};
     }
     void Name(const PixelRect& panel, const std::string& name) {
@@ -79,7 +93,8 @@ private:
     }
     void DrawPlan(const PixelRect& panel, const PlanDrawing& plan);
     void DrawShapes(const PixelRect& panel, const Triangles& shapes, PictureView view);
-    void DrawScan(const PixelRect& panel, PictureView view);
+    void DrawScan(const PixelRect& panel, std::size_t storey, const Triangles& shown,
+                  PictureView view);
     void DrawLegend(double top);
     [[nodiscard]] double CutOf(std::size_t storey) const {
         return picture_.building.storeys[storey].elevation + picture_.plans.cut;
@@ -89,7 +104,8 @@ private:
     const BuildingPicture& picture_;
     std::vector<PlanDrawing> plans_;
     std::size_t storeys_;
-    std::size_t rows_;
+    int columns_;
+    double width_;
     double panelHeight_;
     Canvas canvas_;
 };
@@ -99,33 +115,23 @@ Canvas BuildingDrawing::Draw() {
     canvas_.Text({kMargin, 22}, picture_.title, kTitleSize, kInk);
     canvas_.Text({kMargin, 66}, picture_.subtitle, kTextSize, kSoftInk);
     const PictureView fromSouthWest = PictureView::Facing(kSouthWest);
-    std::size_t row = 0;
-    if (!picture_.points.empty()) {
-        Triangles open;
-        for (std::size_t storey = 0; storey < building.storeys.size(); ++storey) {
-            const bool topmost = storey + 1 == building.storeys.size();
-            const double top = topmost ? CutOf(storey) : building.storeys[storey + 1].elevation;
-            for (const ShapeTriangle& shape : StoreyUpTo(building, storey, top))
-                open.push_back(shape);
-        }
-        Name(Panel(row, 0), "The scan, cut open, from the south-west");
-        DrawScan(Panel(row, 0), fromSouthWest);
-        Name(Panel(row, 1), "The model, cut open");
-        DrawShapes(Panel(row, 1), open, fromSouthWest);
-        ++row;
-    }
-    for (std::size_t storey = 0; storey < std::max<std::size_t>(1, storeys_); ++storey, ++row) {
-        DrawPlan(Panel(row, 0), plans_[storey]);
-        if (storey >= storeys_) continue;
-        Name(Panel(row, 1), building.storeys[storey].name + ", cut open, from the south-west");
-        DrawShapes(Panel(row, 1), StoreyUpTo(building, storey, CutOf(storey)), fromSouthWest);
+    const std::size_t last = Rows() - 1;
+    for (std::size_t row = 0; row < last; ++row) {
+        int column = 0;
+        const Triangles open = row < storeys_ ? StoreyUpTo(building, row, CutOf(row)) : Triangles{};
+        if (!picture_.points.empty()) DrawScan(Panel(row, column++), row, open, fromSouthWest);
+        DrawPlan(Panel(row, column++), plans_[row]);
+        if (row >= storeys_) continue;
+        const PixelRect panel = Panel(row, column);
+        Name(panel, building.storeys[row].name + ", cut open, from the south-west");
+        DrawShapes(panel, open, fromSouthWest);
     }
     const Triangles whole = WholeBuilding(building);
-    Name(Panel(row, 0), "The whole, from the south-west");
-    DrawShapes(Panel(row, 0), whole, fromSouthWest);
-    Name(Panel(row, 1), "The whole, from the north-east");
-    DrawShapes(Panel(row, 1), whole, PictureView::Facing(kNorthEast));
-    DrawLegend(Panel(row, 0).top + panelHeight_ + kBetween);
+    Name(Panel(last, 0), "The whole, from the south-west");
+    DrawShapes(Panel(last, 0), whole, fromSouthWest);
+    Name(Panel(last, 1), "The whole, from the north-east");
+    DrawShapes(Panel(last, 1), whole, PictureView::Facing(kNorthEast));
+    DrawLegend(Panel(last, 0).top + panelHeight_ + kBetween);
     return std::move(canvas_);
 }
 
@@ -151,34 +157,32 @@ void BuildingDrawing::DrawShapes(const PixelRect& panel, const Triangles& shapes
     for (const ShapeTriangle& shape : shapes) {
         const auto body = static_cast<std::uint16_t>(static_cast<std::size_t>(shape.kind) +
                                                      kShapeKinds * (shape.room % 1000));
-        // A floor lies on its slab, and a cut face on the wall.
-        const bool over = shape.kind == ShapeKind::Floor || shape.kind == ShapeKind::CutWall;
-        layer.Add(shape.corners, ColourOf(shape), body, over ? 0.01 : 0);
+        layer.Add(shape.corners, ColourOf(shape), body, NearerBy(shape.kind));
     }
     layer.DrawOnto(canvas_);
     canvas_.Frame(panel, 1.5, kBorder);
 }
 
-void BuildingDrawing::DrawScan(const PixelRect& panel, PictureView view) {
+// What was scanned of a storey up to its cut, in the same view; of the lowest what lies below as well.
+void BuildingDrawing::DrawScan(const PixelRect& panel, std::size_t storey, const Triangles& shown,
+                               PictureView view) {
     const Building& building = picture_.building;
-    const double top = building.storeys.empty() ? 1e300 : CutOf(building.storeys.size() - 1);
-    ViewBounds bounds;
-    for (const building::Wall& wall : building.walls)
-        for (const PlanPoint& p : wall.axis)
-            for (const double z : {wall.base, std::min(wall.top, top)})
-                bounds.Add(view.X({p.x, p.y, z}), view.Y({p.x, p.y, z}));
-    if (bounds.Empty())
+    const double top = storey < storeys_ ? CutOf(storey) : 1e300;
+    const double low = storey > 0 ? building.storeys[storey].elevation - kUnderFloor : -1e300;
+    ViewBounds bounds = BoundsIn(view, shown);
+    if (shown.empty())
         for (const auto& p : picture_.points)
-            bounds.Add(view.X(detail::Widened(p.position)), view.Y(detail::Widened(p.position)));
-    view.Fit(bounds.Widened(0.04, 0.5), panel);
+            bounds.Add(view.X(detail::Widened(p)), view.Y(detail::Widened(p)));
+    view.Fit(bounds, panel);
+    Name(panel, storey < storeys_ ? "The scan, cut open, from the south-west"
+                                  : "The scan, from the south-west");
     canvas_.FillRect(panel, kPanel);
     SplatLayer layer(panel);
     const double radius = SplatRadius(picture_.spacing, view.PixelsPerMetre(), 0.7, 3);
-    for (const auto& p : picture_.points) {
-        const Vector at = detail::Widened(p.position);
-        if (p.ceiling || at.z > top) continue;
-        layer.Add(view.Place(at), view.Depth(at), {214, 212, 206}, radius);
-    }
+    for (const auto& p : picture_.points)
+        if (p.z <= top && p.z >= low)
+            layer.Add(view.Place(detail::Widened(p)), view.Depth(detail::Widened(p)), kScan,
+                      radius);
     layer.Shade(0.35);
     layer.DrawOnto(canvas_);
     canvas_.Frame(panel, 1.5, kBorder);
@@ -232,6 +236,20 @@ BuildingPicture PictureOf(const Building& building, const PlanOptions& plans) {
                     Counted(doors, "door", "doors"), Counted(windows, "window", "windows"),
                     Counted(building.slopes.size(), "roof slope", "roof slopes"));
     return picture;
+}
+
+void AddScan(CProjectCore& core, BuildingPicture& picture) {
+    const auto count = static_cast<std::uint64_t>(core.SkeletPointCount());
+    if (count == 0) return;
+    const std::uint64_t stride = detail::StrideFor(count, kMostPoints);
+    const auto reader = core.CreateAlivePointReader();
+    // A view that is missing leaves the picture without the points from there on.
+    for (std::uint64_t i = 0; i < count && reader->ReadNextSkeletCoordPoint(); ++i)
+        if (i % stride == 0) reader->ReadCurrentSkeletPoint(picture.points.emplace_back());
+    // A cell of 1 m holds about a square metre of surface.
+    const auto cells = static_cast<double>(core.CreateIndexReader()->Count100());
+    picture.spacing =
+        std::sqrt(std::max(cells, 1.0) / std::max(1.0, static_cast<double>(picture.points.size())));
 }
 
 }  // namespace orvix::output

@@ -98,7 +98,7 @@ void PlanPainter::PaintPath(PlanRing points, bool closed, const PlanStyle& style
     double left = solid ? 1e300 : Dots(style.dashes[0]);
     for (std::size_t i = 0; i + 1 < points.size(); ++i) {
         const Pixel2 a = At(points[i]), b = At(points[i + 1]);
-        const double length = std::hypot(b.x - a.x, b.y - a.y);
+        const double length = Length({b.x - a.x, b.y - a.y});
         double from = 0;
         while (from < length) {
             const double to = std::min(length, from + left);

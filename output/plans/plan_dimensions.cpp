@@ -52,8 +52,9 @@ public:
     Dimensions(const Building& building, std::size_t storey, const StoreyWalls& walls,
                PlanDrawing& drawing)
         : building_(building), storey_(storey), walls_(walls), drawing_(drawing) {
-        for (const PlanRegion& region : walls.solid)
-            for (const PlanPoint& p : region.outer) outline_.push_back(p);
+        for (const auto& regions : {walls.solid, walls.below})
+            for (const PlanRegion& region : regions)
+                for (const PlanPoint& p : region.outer) outline_.push_back(p);
         for (const WallBody& body : walls.bodies)
             if (!body.measured)
                 for (const PlanPoint& p :

@@ -22,7 +22,8 @@ using building::OpeningState;
 using detail::Vector;
 using Triangle = std::array<Vector, 3>;
 
-constexpr double kThinnestSlice = 1e-4;
+constexpr double kThinnestSlice = 0.004;  // metres: edges closer than this are one
+constexpr double kStep = 0.04, kMostSteps = 60;
 
 Vector At(const PlanPoint& p, double z) {
     return {p.x, p.y, z};
@@ -52,6 +53,8 @@ private:
     void AddCover(const std::vector<PlanRegion>& regions, double z, ShapeKind kind,
                   std::size_t room = 0);
     [[nodiscard]] std::vector<double> LevelsOf(std::size_t storey, double top) const;
+    [[nodiscard]] std::vector<double> Stepped(std::size_t storey,
+                                              const std::vector<double>& levels) const;
     [[nodiscard]] bool IsUpright(std::size_t storey, double low, double high) const;
 
     const Building& building_;
@@ -103,6 +106,7 @@ std::vector<double> Shapes::LevelsOf(std::size_t storey, double top) const {
     for (const double z : levels)
         if (z <= top && (distinct.empty() || z - distinct.back() > kThinnestSlice))
             distinct.push_back(z);
+    if (!distinct.empty()) distinct.back() = std::max(distinct.back(), top);  // a gap is no slice
     return distinct;
 }
 
@@ -119,12 +123,37 @@ bool Shapes::IsUpright(std::size_t storey, double low, double high) const {
     });
 }
 
+// Where a wall ends under a slope, slices are as thin as steps of a few centimetres.
+std::vector<double> Shapes::Stepped(std::size_t storey, const std::vector<double>& levels) const {
+    std::vector<double> stepped;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        if (i > 0 && !IsUpright(storey, levels[i - 1], levels[i])) {
+            const double steps =
+                std::min(std::ceil((levels[i] - levels[i - 1]) / kStep), kMostSteps);
+            for (double k = 1; k < steps; ++k)
+                stepped.push_back(levels[i - 1] + (levels[i] - levels[i - 1]) * k / steps);
+        }
+        stepped.push_back(levels[i]);
+    }
+    return stepped;
+}
+
 void Shapes::AddSlices(std::size_t storey, double top, bool cut) {
-    const std::vector<double> levels = LevelsOf(storey, top);
+    std::vector<double> levels = LevelsOf(storey, top);
+    if (cut) levels = Stepped(storey, levels);
+    std::vector<std::size_t> places;
+    std::vector<WallBody> bodies;
     for (std::size_t i = 0; i + 1 < levels.size(); ++i) {
         const double low = levels[i], high = levels[i + 1];
         if (!cut && !IsUpright(storey, low, high)) continue;
-        const std::vector<PlanRegion> slice = WallsOf(building_, storey, (low + high) / 2).cut;
+        const double middle = (low + high) / 2;
+        // Most slices cut the same walls.
+        std::vector<std::size_t> here = WallsAt(building_, storey, middle);
+        if (here != places) {
+            places = std::move(here);
+            bodies = JoinWalls(building_, places);
+        }
+        const std::vector<PlanRegion> slice = CutOf(building_, bodies, middle);
         for (const PlanRegion& region : slice) {
             std::vector<PlanRing> rings{region.outer};
             rings.insert(rings.end(), region.holes.begin(), region.holes.end());

@@ -170,38 +170,54 @@ Parts PartsAt(const building::Wall& wall, double height) {
     return parts;
 }
 
+std::vector<std::size_t> WallsAt(const building::Building& building, std::size_t storey,
+                                 double height) {
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i < building.walls.size(); ++i)
+        if (building.walls[i].storey == storey && !PartsAt(building.walls[i], height).empty())
+            places.push_back(i);
+    return places;
+}
+
+std::vector<PlanRegion> CutOf(const building::Building& building,
+                              const std::vector<WallBody>& bodies, double height) {
+    std::vector<PlanRing> rings;
+    for (const WallBody& body : bodies) {
+        if (!body.measured) continue;
+        const building::Wall& wall = building.walls[body.wall];
+        AddSlices(body, StartOf(wall),
+                  Without(Extended(PartsAt(wall, height), body.length),
+                          OpeningsAt(building, body.wall, height)),
+                  rings);
+    }
+    return UnionOf(rings);
+}
+
 StoreyWalls WallsOf(const building::Building& building, std::size_t storey, double height) {
     StoreyWalls walls;
     walls.height = height;
-    std::vector<std::size_t> cutPlaces, places;
+    std::vector<std::size_t> places;  // of what does not begin above the cut
     for (std::size_t i = 0; i < building.walls.size(); ++i) {
-        const building::Wall& wall = building.walls[i];
-        if (wall.storey != storey) continue;
-        if (wall.base > height) {
-            walls.above.push_back(wall);
-            continue;
-        }
-        places.push_back(i);
-        if (!PartsAt(wall, height).empty()) cutPlaces.push_back(i);
+        if (building.walls[i].storey != storey) continue;
+        if (building.walls[i].base > height)
+            walls.above.push_back(building.walls[i]);
+        else
+            places.push_back(i);
     }
-    std::vector<PlanRing> whole, cut, below;
     // A wall that ends below takes part in no corner of those that are cut.
-    walls.bodies = JoinWalls(building, cutPlaces);
-    for (const WallBody& body : walls.bodies) {
-        if (!body.measured) continue;
-        const building::Wall& wall = building.walls[body.wall];
-        const Parts parts = Extended(PartsAt(wall, height), body.length);
-        AddSlices(body, StartOf(wall), parts, whole);
-        AddSlices(body, StartOf(wall), Without(parts, OpeningsAt(building, body.wall, height)),
-                  cut);
-    }
-    for (const WallBody& body : JoinWalls(building, places)) {
-        const building::Wall& wall = building.walls[body.wall];
-        const Parts parts = Extended(PartsAt(wall, height), body.length);
-        AddSlices(body, StartOf(wall), Without({{-1e3, body.length + 1e3}}, parts), below);
-    }
+    walls.bodies = JoinWalls(building, WallsAt(building, storey, height));
+    walls.cut = CutOf(building, walls.bodies, height);
+    std::vector<PlanRing> whole, below;
+    const auto partsOf = [&](const WallBody& body) {
+        return Extended(PartsAt(building.walls[body.wall], height), body.length);
+    };
+    for (const WallBody& body : walls.bodies)
+        if (body.measured)
+            AddSlices(body, StartOf(building.walls[body.wall]), partsOf(body), whole);
+    for (const WallBody& body : JoinWalls(building, places))
+        AddSlices(body, StartOf(building.walls[body.wall]),
+                  Without({{-1e3, body.length + 1e3}}, partsOf(body)), below);
     walls.solid = UnionOf(whole);
-    walls.cut = UnionOf(cut);
     walls.below = UnionOf(below);
     return walls;
 }

@@ -24,6 +24,14 @@ struct StoreyWalls {
 /// Metres along a wall between which its outline holds this height, ascending.
 std::vector<std::pair<double, double>> PartsAt(const building::Wall& wall, double height);
 
+/// Places of a storey's walls that a plane at this height cuts.
+std::vector<std::size_t> WallsAt(const building::Building& building, std::size_t storey,
+                                 double height);
+
+/// What a plane at this height cuts of bodies of known thickness, openings cut out.
+std::vector<PlanRegion> CutOf(const building::Building& building,
+                              const std::vector<WallBody>& bodies, double height);
+
 StoreyWalls WallsOf(const building::Building& building, std::size_t storey, double height);
 
 /// Outlines and hatching of what is cut; faces and far sides of walls of one face; what lies below

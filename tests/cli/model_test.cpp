@@ -92,6 +92,13 @@ TEST_F(ModelVerb, RefusesWhatItCannotDo) {
     EXPECT_TRUE(OrvixJson({"check", File(L"room.prj")})["ok"]);
 }
 
+TEST_F(ModelVerb, DrawsPlansAsItsOptionsSay) {
+    Model({File(L"plan.svg"), "--cut", "1.5"});
+    EXPECT_THAT(TextOf(L"plan.svg"), HasSubstr("cut 1.50 m above it"));
+    Model({File(L"north.svg"), "--cut", "1.5", "--north", "30"});
+    EXPECT_NE(TextOf(L"north.svg"), TextOf(L"plan.svg"));
+}
+
 TEST_F(ModelVerb, SaysInTextWhatItFound) {
     const ProcessResult run = Orvix({"model", File(L"room.prj")});
     EXPECT_EQ(run.exitCode, 0);

@@ -76,13 +76,13 @@ TEST(MeshLayer, ShowsTheNearestAndALineWhereABodyEnds) {
     EXPECT_EQ(At(canvas, 85, 15).b, At(canvas, 75, 15).b);
 }
 
-TEST(DrawBuilding, HasARowForEachStoreyTheWholeAndTheScan) {
+TEST(DrawBuilding, HasARowForEachStoreyAndAColumnForTheScan) {
     const BuildingPicture picture = PictureOf(test::SampleBuilding());
     EXPECT_EQ(picture.title, "2 storeys, 4 rooms, 94.6 m\u00B2");
-    const int plain = DrawBuilding(picture).Height();
+    const int plain = DrawBuilding(picture).Width();
     BuildingPicture withScan = picture;
-    withScan.points = {{{1, 1, 0}, false}, {{2, 1, 5}, true}};
-    EXPECT_GT(DrawBuilding(withScan).Height(), plain + 300);
+    withScan.points = {{1, 1, 0}, {2, 1, 5}};
+    EXPECT_GT(DrawBuilding(withScan).Width(), plain + 900);
     EXPECT_GT(DrawBuilding(PictureOf({})).Height(), 500);  // nothing was found, and it says so
     BuildingPicture tower = PictureOf({});
     tower.building.storeys.resize(40);

@@ -8,6 +8,7 @@
 #include <map>
 #include <sstream>
 
+#include "output/plans/building_picture.h"
 #include "output/plans/turned_building.h"
 #include "output/plans/write_plans.h"
 #include "support/sample_building.h"
@@ -63,7 +64,7 @@ TEST_F(PlanFormats, SvgIsTrueToScale) {
     double width = 0, height = 0, zero = 1;
     std::istringstream(tree.get<std::string>("svg.<xmlattr>.viewBox")) >> zero >> zero >> width >>
         height;
-    EXPECT_EQ(tree.get<double>("svg.rect.<xmlattr>.width"), width);
+    EXPECT_EQ(std::stod(tree.get<std::string>("svg.rect.<xmlattr>.width")), width);
     EXPECT_EQ(tree.get<std::string>("svg.<xmlattr>.width").find("mm"),
               tree.get<std::string>("svg.<xmlattr>.width").size() - 2);
     // The ridge is 9 m: 90 mm at 1:100.
@@ -142,6 +143,24 @@ TEST_F(PlanFormats, PngIsOfASizeToBeLookedAt) {
     EXPECT_LE(small.Width() * 1.0 * small.Height(), 12.1e6);
     EXPECT_EQ(Written(L"plan.png", test::SampleBuilding()).substr(1, 3), "PNG");
     EXPECT_FALSE(WritePlans(L"plan.pdf", large, {}));
+}
+
+// Plans are the same bytes on every system; these sums change with what is drawn.
+TEST_F(PlanFormats, AreTheSameBytesOnEverySystem) {
+    const Building house = Turned(test::SampleBuilding(), {0.96, 0.28});
+    const auto sum = [](const auto& bytes) {  // FNV-1a
+        std::uint64_t hash = 0xcbf29ce484222325;
+        for (const auto byte : bytes)
+            hash = (hash ^ static_cast<std::uint8_t>(byte)) * 0x100000001b3;
+        return fmt::format("{:016x}", hash);
+    };
+    const std::string svg = Written(L"plan.svg", house), dxf = Written(L"plan.dxf", house);
+    EXPECT_EQ(sum(svg), "606946f37d41ad21");
+    EXPECT_EQ(sum(dxf), "6747ddaeae4ccf9b");
+    const auto pixels = PaintPlans(SheetOf(DrawPlans(house, {}))).Finish();
+    EXPECT_EQ(sum(pixels), "2057ff0f158584c6");
+    const auto picture = DrawBuilding(PictureOf(house)).Finish();
+    EXPECT_EQ(sum(picture), "13eff790f6076a78");
 }
 
 }  // namespace
