@@ -125,12 +125,12 @@ private:
             found_.rooms.push_back(std::move(rooms[k].first));
         }
     }
-    void AddWall(std::size_t s, const WallPiece& piece, const WallView& view,
-                 const StoreyBand& band, const RoomCells& cells,
-                 const std::vector<std::int32_t>& places) {
+    void AddWall(std::size_t s, const WallPiece& piece, WallView& view, const StoreyBand& band,
+                 const RoomCells& cells, const std::vector<std::int32_t>& places) {
         const bool highest = s + 1 == found_.storeys.size();
         Wall wall = WallOf(piece, band, SidesOf(piece, cells), highest, planes_);
         wall.storey = s;
+        CutView(view, wall.profile);
         std::vector<Opening> openings;
         if (piece.run.other)
             openings = FindOpenings(view, piece, band.storey.elevation,

@@ -140,6 +140,8 @@ private:
         if (!inside) return kNowhere;
         for (const auto& hole : surface.holes)
             if (Holds(hole, s, t)) return kNowhere;
+        for (const auto& cut : surface.cuts)
+            if (cut.along * s + cut.up * t > cut.limit) return kNowhere;
         return range;
     }
 

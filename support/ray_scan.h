@@ -22,10 +22,15 @@ struct RaySurface {
         Rect rect;
         double height = 0;
     };
+    /// Half of the surface's plane: along s + up t <= limit.
+    struct Cut {
+        double along, up, limit;
+    };
     detail::Vector corner, u, v;  ///< u and v of length one
     double width = 0, height = 0;
     std::int32_t plane = kNoPlane;
     std::vector<Rect> holes;
+    std::vector<Cut> cuts;      ///< what lies in all of them is left, as of a gable
     std::vector<Panel> panels;  ///< parts that stand out or lie back, such as those of a door leaf
     double waviness = 0;        ///< metres from crest to trough, which lie a metre apart
     double warp = 0;            ///< metres that two opposite corners stand out, the others lie back

@@ -191,7 +191,8 @@ private:
             for (std::int64_t r = r0; r < r1; ++r)
                 for (std::int64_t c = c0; c < c1; ++c) {
                     ++all;
-                    solid += view_.looks[view_.At(c, r)] == WallView::kSolid;
+                    const std::uint8_t look = view_.looks[view_.At(c, r)];
+                    solid += look == WallView::kSolid || look == WallView::kBeyond;
                 }
             return solid * 5 < all;  // less than a fifth is solid
         };

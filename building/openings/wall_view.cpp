@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
+#include "building/plan_grid.h"
 #include "building/sight/rays.h"
 
 namespace orvix::building {
@@ -99,6 +101,20 @@ WallView ViewOf(const WallPiece& wall, const FaceLines& faces, const ScanEvidenc
         }
     }
     return view;
+}
+
+void CutView(WallView& view, const PlanRing& profile) {
+    if (view.looks.empty()) return;
+    const PlanGrid grid{{0, view.bottom}, view.cell, view.columns, view.rows};
+    std::vector<bool> inside(view.looks.size());
+    ForEachInside(grid, std::span(&profile, 1), [&](std::int64_t column, std::int64_t row) {
+        inside[view.At(column, row)] = true;
+    });
+    for (std::size_t at = 0; at < inside.size(); ++at) {
+        if (inside[at]) continue;
+        view.looks[at] = WallView::kBeyond;
+        view.through[at] = 0;
+    }
 }
 
 }  // namespace orvix::building

@@ -16,7 +16,8 @@ struct WallView {
         kUnknown,  ///< no ray came back from there
         kHidden,   ///< rays ended before it
         kSolid,    ///< a face: points lie on it
-        kOpen      ///< rays went on behind a face, and none ended on it
+        kOpen,     ///< rays went on behind a face, and none ended on it
+        kBeyond    ///< outside the wall: above the roof that cuts it
     };
 
     double cell = 0;
@@ -44,5 +45,8 @@ struct WallView {
 /// Cost  a square of 25 mm takes a look from each station that stands before either face.
 WallView ViewOf(const WallPiece& wall, const FaceLines& faces, const ScanEvidence& evidence,
                 double bottom, double top);
+
+/// Leaves out the squares that lie beyond a wall's profile: what is open there is no opening.
+void CutView(WallView& view, const PlanRing& profile);
 
 }  // namespace orvix::building

@@ -142,7 +142,7 @@ PlanRing PartBehind(const PlanRing& ring, const PlanPoint& normal, double offset
             part.push_back({a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)});
         }
     }
-    if (part.size() < 3 || AreaOf(part) < kTiny * kTiny) part.clear();
+    if (part.size() < 3 || std::abs(AreaOf(part)) < kTiny * kTiny) part.clear();
     return part;
 }
 

@@ -11,7 +11,8 @@ namespace orvix::building {
 /// Cuts convex rings along a line normal . p = offset. Pieces narrower than a micrometre are dropped.
 void CutParts(std::vector<PlanRing>& parts, const PlanPoint& normal, double offset);
 
-/// The part of a convex ring where normal . p <= offset; may be empty.
+/// The part of a ring where normal . p <= offset; may be empty. Of a ring that is not convex the part
+/// may run along the line and back, which adds nothing to its area.
 PlanRing PartBehind(const PlanRing& ring, const PlanPoint& normal, double offset);
 
 PlanPoint MiddleOf(const PlanRing& convex);

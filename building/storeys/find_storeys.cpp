@@ -138,18 +138,28 @@ double TopOf(const std::vector<detection::FoundPlane>& planes) {
     return top;
 }
 
+// Under a roof the heads of its windows are no ceilings: those make a tenth of what hangs there.
 std::optional<double> CeilingOver(double floor, double below, const LevelPlanes& levels) {
     std::vector<Level> ceilings;
+    double level = 0, sloping = 0;
     for (const LevelPlane& face : levels.ceilings)
-        if (const double z = HeightOf(face); z > floor + kHeadroom && z < below)
+        if (const double z = HeightOf(face); z > floor + kHeadroom && z < below) {
             ceilings.push_back({z, face.area});
-    if (!ceilings.empty()) return MiddleOf(std::move(ceilings));
+            level += face.area;
+        }
     std::optional<double> top;
     for (const LevelPlane& face : levels.lowerSlopes)
-        for (const PlanRing& ring : face.rings)
+        for (const PlanRing& ring : face.rings) {
+            bool over = false;
             for (const PlanPoint& p : ring)
-                if (const double z = face.HeightAt(p); z > floor + kHeadroom && z < below)
+                if (const double z = face.HeightAt(p); z > floor + kHeadroom && z < below) {
                     top = std::max(top.value_or(z), z);
+                    over = true;
+                }
+            if (over) sloping += std::abs(AreaOf(ring));
+        }
+    if (!ceilings.empty() && level >= kLeastShare * (level + sloping))
+        return MiddleOf(std::move(ceilings));
     return top;
 }
 

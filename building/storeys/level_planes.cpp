@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "building/storeys/level_planes.h"
 
+#include <algorithm>
 #include <cmath>
+
+#include "building/plan_grid.h"
 
 namespace orvix::building {
 namespace {
@@ -9,13 +12,15 @@ namespace {
 constexpr double kSteepest = 0.173648;  // cosine of 80 degrees
 constexpr double kLeastArea = 0.2;      // square metres
 
-PlanRing PlanOf(const detection::FoundPlane& plane, const PlaneRing& ring) {
+// From above a ceiling's outline runs the other way round.
+PlanRing PlanOf(const detection::FoundPlane& plane, const PlaneRing& ring, bool hole) {
     PlanRing plan;
     plan.reserve(ring.points.size());
     for (const SimplePoint2DT<double>& corner : ring.points) {
         const SimplePointT<double> p = detection::CornerOf(plane, corner);
         plan.push_back({p.x, p.y});
     }
+    if ((AreaOf(plan) < 0) != hole) std::reverse(plan.begin(), plan.end());
     return plan;
 }
 
@@ -29,8 +34,9 @@ LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes) {
         if (level < kSteepest || plane.area < kLeastArea) continue;
         LevelPlane face{i, {}, plane.area * level, plane.normal, plane.offset};
         for (const PlaneRegion& region : plane.outline.regions) {
-            face.rings.push_back(PlanOf(plane, region.outer));
-            for (const PlaneRing& hole : region.holes) face.rings.push_back(PlanOf(plane, hole));
+            face.rings.push_back(PlanOf(plane, region.outer, false));
+            for (const PlaneRing& hole : region.holes)
+                face.rings.push_back(PlanOf(plane, hole, true));
         }
         const bool up = plane.normal.z > 0;
         auto& list = level >= kLevel ? (up ? found.floors : found.ceilings)

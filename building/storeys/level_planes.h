@@ -14,9 +14,9 @@ inline constexpr double kLevel = 0.990268;  ///< cosine of 8 degrees
 
 /// A level or sloping plane as what stands on it or hangs under it sees it.
 struct LevelPlane {
-    std::size_t plane = 0;  ///< place in the list of planes
-    std::vector<PlanRing> rings;
-    double area = 0;  ///< of its plan
+    std::size_t plane = 0;        ///< place in the list of planes
+    std::vector<PlanRing> rings;  ///< outlines counter-clockwise, holes clockwise
+    double area = 0;              ///< of its plan
 
     SimplePointT<double> normal;
     double offset = 0;

@@ -11,8 +11,7 @@ constexpr double kCell = 0.1;
 constexpr double kMostCells = 1.6e7;
 }  // namespace
 
-OverheadMap::OverheadMap(const LevelPlanes& levels, const Storey& storey, double under)
-    : ceiling_(storey.ceiling) {
+OverheadMap::OverheadMap(const LevelPlanes& levels, const Storey& storey, double under) {
     bool any = false;
     PlanPoint low, high;
     for (const auto* list : {&levels.ceilings, &levels.lowerSlopes})

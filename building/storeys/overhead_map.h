@@ -20,17 +20,12 @@ public:
     [[nodiscard]] const LevelPlane* FaceAt(const PlanPoint& place) const;
     /// How high that plane is over the place.
     [[nodiscard]] std::optional<double> HeightAt(const PlanPoint& place) const;
-    /// That height, or the storey's ceiling.
-    [[nodiscard]] double CeilingAt(const PlanPoint& place) const {
-        return HeightAt(place).value_or(ceiling_);
-    }
 
 private:
     void Add(std::int32_t face, double least, double under);
 
     std::vector<const LevelPlane*> faces_;  // of `levels`, which must outlive this
     PlanGrid grid_;
-    double ceiling_;
     std::vector<std::int32_t> lowest_;  // of each cell, a place in faces_; -1: none
 };
 

@@ -15,13 +15,18 @@ constexpr double kLeastSure = 0.001;  // metres
 /// The roof or ceiling over a wall, place by place.
 class OverWall {
 public:
-    OverWall(const WallPiece& piece, const StoreyBand& band) : piece_(piece), band_(band) {}
+    // Of a wall with a room on one side what hangs over this side counts: beyond it are eaves.
+    OverWall(const WallPiece& piece, const StoreyBand& band, const WallSides& sides)
+        : piece_(piece), band_(band) {
+        if (sides.right || !sides.left) befores_.push_back(kBeside);
+        if (sides.left || !sides.right) befores_.push_back(-piece.run.thickness - kBeside);
+    }
 
     [[nodiscard]] double Highest() const {
         double highest = band_.storey.elevation;
         bool any = false;
         for (double along = piece_.run.begin + kStep / 2; along < piece_.run.end; along += kStep)
-            for (const double before : Befores())
+            for (const double before : befores_)
                 if (const auto z = band_.overhead.HeightAt(piece_.face.At(along, before))) {
                     highest = any ? std::max(highest, *z) : *z;
                     any = true;
@@ -51,11 +56,8 @@ public:
     }
 
 private:
-    [[nodiscard]] std::vector<double> Befores() const {
-        return {kBeside, -piece_.run.thickness - kBeside};
-    }
     [[nodiscard]] const LevelPlane* FaceAt(double along) const {
-        for (const double before : Befores())
+        for (const double before : befores_)
             if (const LevelPlane* face = band_.overhead.FaceAt(piece_.face.At(along, before)))
                 return face;
         return nullptr;
@@ -85,6 +87,7 @@ private:
 
     const WallPiece& piece_;
     const StoreyBand& band_;
+    std::vector<double> befores_;  // metres before the face
 };
 
 double SeenTop(const WallPiece& piece, const ScanEvidence& scan) {
@@ -134,7 +137,7 @@ Wall WallOf(const WallPiece& piece, const StoreyBand& band, const WallSides& sid
     wall.external = !(sides.left && sides.right);
     wall.rightSeen = true;
     wall.leftSeen = piece.run.other.has_value();
-    const OverWall over(piece, band);
+    const OverWall over(piece, band, sides);
     PlanRing slopes = over.Slopes();
     if (!slopes.empty() && (highest || !wall.external)) {
         wall.profile = {{0, wall.base}, {piece.Length(), wall.base}};
@@ -181,7 +184,7 @@ void AddSeen(const WallView& view, const std::vector<Opening>& openings, Evidenc
                 return std::abs(along - o.along) < o.width.value / 2 && z > o.bottom &&
                        z < o.bottom + o.height.value;
             });
-            if (opens) continue;
+            if (opens || view.looks[view.At(column, row)] == WallView::kBeyond) continue;
             ++all;
             solid += view.looks[view.At(column, row)] == WallView::kSolid;
             hidden += view.looks[view.At(column, row)] == WallView::kHidden;

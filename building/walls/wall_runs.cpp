@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <tuple>
 
@@ -51,8 +52,7 @@ public:
             columns.any[i] = count > 1;
             columns.reaches[i] = static_cast<double>(count) * raster.Cell() >= kLeastHeight &&
                                  Reaches(faces_.lines[line], raster, c, top);
-            const double ceiling =
-                band_.overhead.CeilingAt(faces_.lines[line].At(raster.Along(c), 0.15));
+            const double ceiling = CeilingBefore(faces_.lines[line], raster.Along(c));
             columns.tall[i] =
                 static_cast<double>(count) * raster.Cell() >=
                 std::max(0.45, 0.3 * (std::min(ceiling, band_.next) - band_.storey.elevation));
@@ -61,11 +61,23 @@ public:
     }
 
 private:
+    // What hangs before a face; before a facade nothing does, and its wall ends under what hangs
+    // behind it.
+    [[nodiscard]] double CeilingBefore(const FaceLine& line, double along) const {
+        double lowest = std::numeric_limits<double>::infinity();
+        for (const double before : {0.15, 0.3})
+            if (const auto z = band_.overhead.HeightAt(line.At(along, before)))
+                lowest = std::min(lowest, *z);
+        for (const double behind : {0.15, 0.3, 0.45, 0.6}) {
+            if (std::isfinite(lowest)) return lowest;
+            if (const auto z = band_.overhead.HeightAt(line.At(along, -behind))) lowest = *z;
+        }
+        return std::isfinite(lowest) ? lowest : band_.storey.ceiling;
+    }
     [[nodiscard]] bool Reaches(const FaceLine& line, const FaceRaster& raster, std::int64_t column,
                                std::int64_t top) const {
         const double along = raster.Along(column), height = raster.Height(top);
-        const double ceiling = std::min(band_.overhead.CeilingAt(line.At(along, 0.15)),
-                                        band_.overhead.CeilingAt(line.At(along, 0.3)));
+        const double ceiling = CeilingBefore(line, along);
         if (height < std::min(ceiling, band_.next) - kBelowCeiling) return false;
         if (height > ceiling - 0.1) return true;
         int over = 0;
