@@ -78,6 +78,12 @@ if(TARGET orvix_qt)
   install(TARGETS orvix_qt LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dialog)
 endif()
 
+# What reads IFC models needs a library that hosts and most users can do without.
+if(TARGET orvix_ifc)
+  add_dependencies(orvix_products orvix_ifc)
+  install(TARGETS orvix_ifc RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ifc)
+endif()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvix)
 install(EXPORT orvixTargets NAMESPACE orvix:: DESTINATION ${package_dir} COMPONENT development)
 configure_package_config_file(cmake/orvixConfig.cmake.in ${PROJECT_BINARY_DIR}/orvixConfig.cmake

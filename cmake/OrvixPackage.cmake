@@ -1,6 +1,7 @@
 # What scripts/package makes with cpack: for Windows a zip; for Linux a tar.gz and Debian
 # packages (liborvix0: what a host runs with; liborvix-dev: what it is built with; orvix: the
-# command; where Qt is there, liborvix-qt0: the window of the plane parameters). Archives hold one folder with everything. Binaries are stripped.
+# command; where Qt is there, liborvix-qt0: the window of the plane parameters; where
+# IfcPlusPlus is, orvix-ifc: what reads IFC models). Archives hold one folder with everything. Binaries are stripped.
 set(CPACK_PACKAGE_NAME orvix)
 set(CPACK_PACKAGE_VENDOR "Orvix")
 set(CPACK_PACKAGE_CONTACT "The Orvix maintainers <maintainers@orvix.invalid>")
@@ -31,6 +32,9 @@ set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION science)
 set(CPACK_COMPONENT_COMMAND_DESCRIPTION "Orvix: point clouds on disk, the command")
 set(CPACK_DEBIAN_DIALOG_PACKAGE_NAME liborvix-qt${PROJECT_VERSION_MAJOR})
 set(CPACK_COMPONENT_DIALOG_DESCRIPTION "Orvix: point clouds on disk, the window of the plane search")
+set(CPACK_DEBIAN_IFC_PACKAGE_NAME orvix-ifc)
+set(CPACK_DEBIAN_IFC_PACKAGE_SECTION science)
+set(CPACK_COMPONENT_IFC_DESCRIPTION "Orvix: point clouds on disk, what reads IFC models")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liborvix-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Orvix: point clouds on disk, headers and examples")
@@ -38,6 +42,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Orvix: point clouds on disk, header
 set(own_library "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${own_library}")
 set(CPACK_DEBIAN_DIALOG_PACKAGE_DEPENDS "${own_library}")
+set(CPACK_DEBIAN_COMMAND_PACKAGE_SUGGESTS orvix-ifc)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${own_library}, libcgal-dev, libeigen3-dev, libexpected-dev")
 
@@ -46,5 +51,8 @@ cpack_add_component(runtime)
 cpack_add_component(command DEPENDS runtime)
 if(TARGET orvix_qt)
   cpack_add_component(dialog DEPENDS runtime)
+endif()
+if(TARGET orvix_ifc)
+  cpack_add_component(ifc DEPENDS command)
 endif()
 cpack_add_component(development DEPENDS runtime)

@@ -6,8 +6,11 @@
 // may end it; the command that runs it goes on then and says so.
 #include <ifcpp/IFC4/include/IfcGloballyUniqueId.h>
 #include <ifcpp/IFC4/include/IfcLabel.h>
+#include <ifcpp/IFC4/include/IfcLengthMeasure.h>
+#include <ifcpp/IFC4/include/IfcMapConversion.h>
 #include <ifcpp/IFC4/include/IfcOpeningElement.h>
 #include <ifcpp/IFC4/include/IfcProduct.h>
+#include <ifcpp/IFC4/include/IfcReal.h>
 #include <ifcpp/IFC4/include/IfcSpace.h>
 #include <ifcpp/geometry/Carve/GeometryConverter.h>
 #include <ifcpp/model/BuildingModel.h>
@@ -99,12 +102,43 @@ std::vector<Triangle> TrianglesOf(ProductShapeData& shape) {
     return triangles;
 }
 
+/// From the model's own axes to the map's, where the model says where it stands.
+struct MapPlace {
+    Corner zero = carve::geom::VECTOR(0, 0, 0);
+    double along = 1, across = 0;  ///< the map's x and y of the model's x axis, with the scale
+    double scale = 1;
+
+    [[nodiscard]] Corner Of(const Corner& c) const {
+        return carve::geom::VECTOR(zero.x + along * c.x - across * c.y,
+                                   zero.y + across * c.x + along * c.y, zero.z + scale * c.z);
+    }
+};
+
+MapPlace MapPlaceOf(const BuildingModel& model) {
+    MapPlace place;
+    for (const auto& [number, entity] : model.getMapIfcEntities()) {
+        const auto map = std::dynamic_pointer_cast<IfcMapConversion>(entity);
+        if (!map || !map->m_Eastings || !map->m_Northings || !map->m_OrthogonalHeight) continue;
+        place.zero = carve::geom::VECTOR(map->m_Eastings->m_value, map->m_Northings->m_value,
+                                         map->m_OrthogonalHeight->m_value);
+        if (map->m_Scale && map->m_Scale->m_value > 0) place.scale = map->m_Scale->m_value;
+        double x = map->m_XAxisAbscissa ? map->m_XAxisAbscissa->m_value : 1;
+        double y = map->m_XAxisOrdinate ? map->m_XAxisOrdinate->m_value : 0;
+        const double length = std::sqrt(x * x + y * y);
+        if (!(length > 0)) x = 1, y = 0;
+        place.along = place.scale * x / (length > 0 ? length : 1);
+        place.across = place.scale * y / (length > 0 ? length : 1);
+        break;
+    }
+    return place;
+}
+
 void Print(const IfcProduct& product, const std::vector<Triangle>& triangles) {
     const std::string name = product.m_Name ? Utf8Of(product.m_Name->m_value) : std::string();
     std::printf("o %s %s %s\n", Utf8Of(product.m_GlobalId->m_value).c_str(), product.className(),
                 name.c_str());
     for (const Triangle& triangle : triangles)
-        for (const Corner& c : triangle) std::printf("v %.9g %.9g %.9g\n", c.x, c.y, c.z);
+        for (const Corner& c : triangle) std::printf("v %.13g %.13g %.13g\n", c.x, c.y, c.z);
     // Corners by their place backward, so that objects do not depend on those before them.
     for (std::size_t i = triangles.size(); i > 0; --i)
         std::printf("f -%zu -%zu -%zu\n", 3 * i, 3 * i - 1, 3 * i - 2);
@@ -123,6 +157,7 @@ int Convert(const std::string& path) {
     reader.loadModelFromFile(WideOf(path), model);
     GeometryConverter converter(model);
     converter.convertGeometry();
+    const MapPlace map = MapPlaceOf(*model);
     // By GlobalId: the converter's own order is that of addresses.
     std::map<std::wstring, std::pair<std::shared_ptr<IfcProduct>, std::vector<Triangle>>> elements;
     for (const auto& [guid, shape] : converter.getShapeInputData()) {
@@ -132,6 +167,8 @@ int Convert(const std::string& path) {
             dynamic_cast<IfcOpeningElement*>(product.get()))
             continue;
         std::vector<Triangle> triangles = TrianglesOf(*shape);
+        for (Triangle& triangle : triangles)
+            for (Corner& corner : triangle) corner = map.Of(corner);
         if (!triangles.empty() && IsFinite(triangles))
             elements[product->m_GlobalId->m_value] = {product, std::move(triangles)};
     }
