@@ -211,7 +211,7 @@ void Fill(orvix_wall& out, const orvix_building& of, const building::Wall& wall)
     PutPlan(out.axis, of, wall.axis[0], wall.base);
     PutPlan(out.axis + 2, of, wall.axis[1], wall.base);
     Put(out.thickness, wall.thickness);
-    out.base = HeightOf(of, wall.base, wall.axis[0]);
+    out.bottom = HeightOf(of, wall.base, wall.axis[0]);
     out.top = HeightOf(of, wall.top, wall.axis[0]);
     out.deviation = wall.deviation;
 }

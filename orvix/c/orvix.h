@@ -790,7 +790,7 @@ typedef struct orvix_wall {
     int32_t reserved;
     double axis[4];  // x, y of its start and of its end: the middle, or the face that was seen
     double thickness[3];
-    double base;
+    double bottom;
     double top;
     double deviation;  // largest departure of a face from its plane over half a metre
 } orvix_wall;

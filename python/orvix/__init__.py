@@ -9,6 +9,7 @@
             print(cell.count, project.world(cell.points).mean(axis=0))
         plane = project.grow_plane((3.7, -4.0, 12.9))
         planes = project.planes(min_area=1.0)
+        project.building().write("hall.ifc")
 
 Units      metres; angles in degrees. "Local" is the project's own frame, in which points are stored as
            floats; "world" is local through the project's transform, in doubles.
@@ -26,6 +27,9 @@ __version__ = "0.1.0"
 
 if TYPE_CHECKING:
     from ._arrays import CELL as CELL, POINT as POINT
+    from ._building import Building as Building, Edge as Edge, Element as Element, Evidence as Evidence
+    from ._building import Measure as Measure, Opening as Opening, Room as Room, Slab as Slab
+    from ._building import Slope as Slope, Storey as Storey, Wall as Wall
     from ._cells import Cell as Cell, Cells as Cells
     from ._command import run as run
     from ._errors import BadArgument as BadArgument, BadInput as BadInput, Cancelled as Cancelled
@@ -53,6 +57,8 @@ if TYPE_CHECKING:
 else:
     _HOMES = {
         "_arrays": ("CELL", "POINT"),
+        "_building": ("Building", "Edge", "Element", "Evidence", "Measure", "Opening", "Room", "Slab",
+                      "Slope", "Storey", "Wall"),
         "_cells": ("Cell", "Cells"),
         "_command": ("run",),
         "_errors": ("BadArgument", "BadInput", "Cancelled", "Damaged", "Error", "Failed", "NoMemory",

@@ -69,7 +69,7 @@ def text_of(path: Union[str, "os.PathLike[str]"]) -> bytes:
 
 
 _NAMES = {"project": "the project is", "planes": "the planes are", "plane": "the plane is",
-          "section": "the section is"}
+          "section": "the section is", "building": "the building is"}
 
 
 class Handle:

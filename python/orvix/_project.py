@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import os
 import sys
+from contextlib import ExitStack
 from dataclasses import dataclass
 from html import escape
 from typing import Any, Dict, Iterator, List, Optional, Sequence, Tuple, Union
@@ -14,6 +15,7 @@ from numpy.typing import ArrayLike, NDArray
 
 from . import _c
 from ._arrays import DCLC, POINT, Floats, Path, Records, address, doubles, positions, vector
+from ._building import Building
 from ._cells import Cell, Cells, cell_at
 from ._command import option, run
 from ._errors import Error, error_of
@@ -314,6 +316,38 @@ class Project:
         with self.handle.use() as project:
             call("planes_open_saved", project, ctypes.byref(handle))
         return Planes(self, Handle(handle, "planes"))
+
+    def building(self, planes: Optional[Planes] = None, *, orthogonal: bool = False,
+                 search: bool = False, memory_limit: Optional[int] = None, threads: int = 0,
+                 progress: ProgressLike = None) -> Building:
+        """The building that the scan shows, as `orvix model` finds it, to the last bit.
+
+        planes        to find it in, of this project; None: those that the project keeps, else a search's
+        orthogonal    turns walls parallel and square to others, within their tolerance
+        search        searches planes, even where the project keeps some
+        memory_limit  bytes; None: 1 GiB
+        threads       0: every core; the result does not depend on it
+        """
+        handle = ctypes.c_void_p()
+        with LongCall("modelling", progress) as long, ExitStack() as uses:
+            options = new(_c.orvix_building_options, orthogonal=int(orthogonal), search=int(search),
+                          memory_limit=whole(memory_limit, "memory_limit"),
+                          threads=whole(threads, "threads"), proceed=long.proceed)
+            project = uses.enter_context(self.handle.use())
+            given = None if planes is None else uses.enter_context(planes.handle.use())
+            call("building_find", project, given, ctypes.byref(options), ctypes.byref(handle))
+            found = Handle(handle, "building")
+        return Building(self, found)
+
+    def saved_building(self) -> Building:
+        """The building that `Building.save` or `orvix model --save` kept.
+
+        Errors  BadInput: none is kept, or the points are not those that it was found in.
+        """
+        handle = ctypes.c_void_p()
+        with self.handle.use() as project:
+            call("building_open_saved", project, ctypes.byref(handle))
+        return Building(self, Handle(handle, "building"))
 
     # ---- Sections -------------------------------------------------------------------------
 

@@ -110,7 +110,7 @@ TEST_F(CBuilding, GivesEachElementInTheWorld) {
     EXPECT_TRUE(wall.storey == 1 && wall.left_seen == 1 && wall.right_seen == 1 &&
                 wall.external == 1);
     EXPECT_THAT(wall.thickness, ElementsAre(0.3, 0.298, 0.302));
-    EXPECT_DOUBLE_EQ(wall.base, kZ);
+    EXPECT_DOUBLE_EQ(wall.bottom, kZ);
     EXPECT_DOUBLE_EQ(wall.top, kZ + 2.5);
     EXPECT_EQ(face.left_seen + face.right_seen, 1);
     EXPECT_EQ(face.thickness[0], 0);

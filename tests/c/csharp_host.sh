@@ -55,3 +55,27 @@ assert [int(w) for w in words[1:6:2]] == [wanted[k] for k in ("in", "behind", "b
 assert int(words[6]) == json.load(open("thin.json"))["points"]["in"], words
 assert "along the ray" in " ".join(words), words
 '
+
+for python in python3 /usr/bin/python3; do
+    "$python" -c 'import numpy' 2>/dev/null && break
+    python=
+done
+[ -n "$python" ] || { echo "csharp_host: no Python with NumPy: run scripts/packages.sh test"; exit 77; }
+"$python" "$source/tests/support/two_rooms.py" house.ptx
+"$orvix" import house.ptx house.prj --json >import.json
+mcs -unsafe -out:building.exe "$source/examples/18_building_in_csharp.cs" "$source/orvix/c/bindings/Orvix.cs"
+mono building.exe house.prj house.ifc | tee rooms.txt
+"$orvix" model house.prj wanted.ifc --json >model.json
+cmp house.ifc wanted.ifc
+python3 -c '
+import json
+model = json.load(open("model.json"))["model"]
+lines = open("rooms.txt").read().splitlines()
+wanted = [[r["area"]["value"], r["volume"]["value"]] for r in model["rooms"]]
+assert [[float(w.split()[0]) for w in l.split(": ")[1].split(", ")] for l in lines[:len(wanted)]] == wanted, lines
+walls = sorted(model["walls"] + model["faces"], key=lambda wall: wall["number"])
+for line, wall in zip(lines[len(wanted):], walls):
+    words = line.split(": ")[1].replace(",", "").split()
+    assert [float(words[k]) for k in (0, 1, 3, 4)] == sum(wall["axis"], []), line
+assert len(wanted) == 2 and lines[-1].split(",")[1] == f" {len(walls)} walls", lines
+'

@@ -304,7 +304,7 @@ public unsafe struct orvix_wall {
     [FieldOffset(20)] public int reserved;
     [FieldOffset(24)] public fixed double axis[4];
     [FieldOffset(56)] public fixed double thickness[3];
-    [FieldOffset(80)] public double base;
+    [FieldOffset(80)] public double bottom;
     [FieldOffset(88)] public double top;
     [FieldOffset(96)] public double deviation;
 }

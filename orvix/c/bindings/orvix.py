@@ -414,7 +414,7 @@ class orvix_wall(ctypes.Structure):
         ("reserved", ctypes.c_int32),
         ("axis", ctypes.c_double * 4),
         ("thickness", ctypes.c_double * 3),
-        ("base", ctypes.c_double),
+        ("bottom", ctypes.c_double),
         ("top", ctypes.c_double),
         ("deviation", ctypes.c_double),
     ]

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A host that has nothing but the installed package: imports three points, opens the project
-// through the library, reads them back, and searches them for planes.
+// through the library, reads them back, and searches them for planes and a building.
 #include <cstdio>
 #include <fstream>
 #include <string>
 
+#include "building/find_building.h"
+#include "building/saved_building.h"
+#include "building/wall_frame.h"
 #include "detection/plane_search.h"
+#include "detection/plane_set.h"
 #include "detection/saved_planes.h"
 #include "importer/import.h"
 #include "orvix/points/alive_point_reader.h"
@@ -13,6 +17,17 @@
 #include "orvix/project/project_manager.h"
 
 namespace {
+
+// Nor are they a building; what was found of them can be kept.
+bool IsNoBuilding(const orvix::ProjectManager& paths, orvix::CProjectCore& core,
+                  const orvix::detection::PlaneSearch& search) {
+    const orvix::detection::SearchedPlanes planes(core, search);
+    const auto building = orvix::building::FindBuilding(core, planes, {});
+    if (!building || !building->rooms.empty() || building->remarks.empty()) return false;
+    return !orvix::building::OpenSavedBuilding(paths, core) &&
+           orvix::building::SaveBuilding(paths, core, *building) &&
+           orvix::building::OpenSavedBuilding(paths, core)->remarks == building->remarks;
+}
 
 // Three points are no plane, but they are searched.
 bool FindsNoPlane(orvix::ProjectManager& paths) {
@@ -27,6 +42,7 @@ bool FindsNoPlane(orvix::ProjectManager& paths) {
         if (!search) std::fprintf(stderr, "%s\n", search.error().message.c_str());
         none = search && (*search)->Points() == 3 && (*search)->Planes().empty();
         none = none && !orvix::detection::OpenSavedPlanes(paths, core);
+        none = none && IsNoBuilding(paths, core, **search);
     }
     core.Close();
     return none;
