@@ -167,9 +167,9 @@ private:
                             scan_.squared.turned, scan_.squared.moved * 1000));
         if (!found_.stationsKnown)
             found_.remarks.emplace_back(
-                "The project has no positions of scanners: what was open and what was hidden is "
-                "not known, "
-                "and no rooms and openings are told.");
+                "The project has no positions of scanners: rooms are what lies under ceilings "
+                "between "
+                "walls, and openings are not told.");
         if (found_.storeys.empty())
             found_.remarks.emplace_back(
                 "No floor of 4 square metres was seen: there are no storeys.");

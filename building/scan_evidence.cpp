@@ -13,17 +13,20 @@
 namespace orvix::building {
 namespace {
 
-constexpr std::uint32_t kMostPixels = 460;  // a quarter of a degree, as field scanners measure
-constexpr std::uint32_t kFewestPixels = 46;
+constexpr std::uint32_t kMostPixels = 480;  // a quarter of a degree, as field scanners measure
+constexpr std::uint32_t kFewestPixels = 48;
 constexpr std::uint64_t kBytesPerPixel = 6 * sizeof(Sight);
 constexpr double kFaceCell = 0.025;
+constexpr double kCellPerSpacing = 0.5;
 constexpr double kMostFaceCells = 1e8;
 constexpr std::size_t kStationByte = 6;  // of a point's attributes
 
 std::uint32_t PixelsOf(std::size_t stations, std::uint64_t bytes) {
     if (stations == 0) return kFewestPixels;
     const auto each = static_cast<double>(bytes / stations / kBytesPerPixel);
-    return std::clamp(static_cast<std::uint32_t>(std::sqrt(each)), kFewestPixels, kMostPixels);
+    const auto pixels = static_cast<std::uint32_t>(std::sqrt(each));
+    // Whole eights, so that a picture can be halved thrice.
+    return std::clamp(pixels, kFewestPixels, kMostPixels) / 8 * 8;
 }
 
 /// How far points lie from a plane on average, over squares of half a metre. Sums are whole
@@ -80,10 +83,11 @@ struct PlaneMarks {
     PlaneWaves waves;
 };
 
-double FaceCellOf(const std::vector<FaceLine>& lines) {
+// Squares so large that a face leaves few of them empty.
+double FaceCellOf(const std::vector<FaceLine>& lines, double spacing) {
     double area = 0;
     for (const FaceLine& line : lines) area += (line.end - line.begin) * (line.top - line.bottom);
-    double cell = kFaceCell;
+    double cell = std::max(kFaceCell, kCellPerSpacing * spacing);
     while (area / (cell * cell) > kMostFaceCells) cell *= 2;
     return cell;
 }
@@ -100,7 +104,7 @@ public:
             lines.push_back(std::move(*line));
             upright.push_back(i);
         }
-        const double cell = FaceCellOf(lines);
+        const double cell = FaceCellOf(lines, planes.Settings().spacing);
         for (std::size_t k = 0; k < lines.size(); ++k)
             marks_[upright[k]] =
                 PlaneMarks{lines[k], FaceRaster(lines[k], cell), PlaneWaves(lines[k])};
@@ -199,6 +203,7 @@ Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::Plane
                                       const BuildingOptions& options, const parallel::Pool& pool) {
     ScanEvidence evidence;
     evidence.stations = options.stations;
+    evidence.spacing = planes.Settings().spacing;
     const std::uint32_t pixels = PixelsOf(options.stations.size(), options.memoryLimitBytes / 3);
     evidence.sights.reserve(options.stations.size());
     for (const ScanStation& station : options.stations)
@@ -210,6 +215,7 @@ Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::Plane
         return pass.Read(readers[worker], chunk);
     });
     if (!done) return ErrorOf(done);
+    for (SightImage& sight : evidence.sights) sight.Coarsen();
     pass.Finish(options.orthogonal);
     return evidence;
 }

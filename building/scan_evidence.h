@@ -24,6 +24,7 @@ struct ScanEvidence {
     std::vector<std::uint64_t> seenFrom;  ///< points, plane by plane, of each station and one more
                                           ///< for all points whose station is not known
 
+    double spacing = 0;  ///< as PlaneSearchSettings::spacing
     /// Of each upright plane, the largest mean distance of its points from it over half a metre.
     std::vector<double> departures;
 

@@ -61,6 +61,28 @@ void SightImage::Add(const SimplePointT<double>& place) {
     Raise(sight.farthest, static_cast<float>(distance));
 }
 
+void SightImage::Coarsen() {
+    constexpr std::uint32_t kFewestPixels = 40;
+    while (pixels_ >= 2 * kFewestPixels && pixels_ % 2 == 0) {
+        SightImage half(station_, pixels_ / 2);
+        std::size_t filled = 0;
+        for (std::uint32_t side = 0; side < 6; ++side)
+            for (std::uint32_t y = 0; y < pixels_; ++y)
+                for (std::uint32_t x = 0; x < pixels_; ++x) {
+                    const Sight& fine = sights_[PlaceOf({side, x, y})];
+                    if (!fine.Any()) continue;
+                    ++filled;
+                    Sight& coarse = half.sights_[half.PlaceOf({side, x / 2, y / 2})];
+                    coarse.nearest = std::min(coarse.nearest, fine.nearest);
+                    coarse.farthest = std::max(coarse.farthest, fine.farthest);
+                }
+        const auto blocks = static_cast<std::size_t>(std::count_if(
+            half.sights_.begin(), half.sights_.end(), [](const Sight& s) { return s.Any(); }));
+        if (filled * 10 >= blocks * 16) return;
+        *this = std::move(half);
+    }
+}
+
 Sight SightImage::Towards(const SimplePointT<double>& place) const {
     const SimplePointT<double> away = place - station_;
     if (away.x == 0 && away.y == 0 && away.z == 0) return {};

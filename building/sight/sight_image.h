@@ -40,6 +40,9 @@ public:
     void Add(const SimplePointT<double>& place);
     /// Of the pixel of a place; where no ray fell into it, of the four beside it.
     [[nodiscard]] Sight Towards(const SimplePointT<double>& place) const;
+    /// Halves the pixels as often as rays fell into fewer than four tenths of those around them: a
+    /// coarse scan leaves a fine picture full of holes. Once all Adds have ended.
+    void Coarsen();
     [[nodiscard]] const SimplePointT<double>& Station() const { return station_; }
     /// How wide a pixel is at a distance of one metre, at most.
     [[nodiscard]] double PixelWidth() const { return 2.0 / pixels_; }

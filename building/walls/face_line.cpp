@@ -11,9 +11,9 @@ namespace {
 
 using detection::FoundPlane;
 
-constexpr double kMostLean = 0.05;   // of a unit normal's z: 3 degrees
-constexpr double kLeastArea = 0.02;  // square metres
-constexpr double kSameLine = 0.015;  // metres
+constexpr double kMostLean = 0.0872;  // of a unit normal's z: 5 degrees
+constexpr double kLeastArea = 0.02;   // square metres
+constexpr double kSameLine = 0.015;   // metres
 
 struct Extent {
     double begin = std::numeric_limits<double>::infinity();

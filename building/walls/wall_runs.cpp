@@ -23,6 +23,11 @@ constexpr double kLeastLength = 0.3;
 constexpr double kLeastSingle = 0.5;  // metres of a wall of which one face was seen
 constexpr double kReach = 30;         // of rays that are asked
 
+// Squares from one mark of a face to the next, at most: points may lie so far apart.
+std::int64_t GapOf(const FaceRaster& raster, double spacing) {
+    return std::max(std::int64_t{1}, static_cast<std::int64_t>(3 * spacing / raster.Cell()));
+}
+
 /// What was seen of a face line in a storey, column by column of its raster.
 struct Columns {
     std::vector<bool> reaches;  ///< up to what hangs over it
@@ -44,12 +49,17 @@ public:
         const std::int64_t low =
             std::max(std::int64_t{0}, raster.RowOf(band_.storey.elevation + 0.05));
         const std::int64_t high = std::min(raster.Rows() - 1, raster.RowOf(band_.next - 0.05));
+        const std::int64_t gap = GapOf(raster, evidence_.spacing);
         for (std::int64_t c = 0; c < raster.Columns(); ++c) {
-            std::int64_t count = 0, top = -1;
-            for (std::int64_t r = low; r <= high; ++r)
-                if (raster.Marked(c, r)) ++count, top = r;
+            std::int64_t count = 0, marks = 0, top = -1;
+            for (std::int64_t r = low; r <= high; ++r) {
+                if (!raster.Marked(c, r)) continue;
+                count += top >= 0 && r - top <= gap ? r - top : 1;
+                ++marks;
+                top = r;
+            }
             const auto i = static_cast<std::size_t>(c);
-            columns.any[i] = count > 1;
+            columns.any[i] = marks > 1;
             columns.reaches[i] = static_cast<double>(count) * raster.Cell() >= kLeastHeight &&
                                  Reaches(faces_.lines[line], raster, c, top);
             const double ceiling = CeilingBefore(faces_.lines[line], raster.Along(c));
@@ -202,10 +212,14 @@ private:
         std::int64_t first = raster.ColumnOf(faces_.lines[line].Along(from));
         std::int64_t last = raster.ColumnOf(faces_.lines[line].Along(to));
         if (first > last) std::swap(first, last);
-        std::int64_t count = 0;
+        const std::int64_t gap = GapOf(raster, evidence_.spacing);
+        std::int64_t count = 0, before = -1;
         for (std::int64_t c = std::max(first, std::int64_t{0});
-             c <= std::min(last, raster.Columns() - 1); ++c)
-            count += columns_[line].tall[static_cast<std::size_t>(c)];
+             c <= std::min(last, raster.Columns() - 1); ++c) {
+            if (!columns_[line].tall[static_cast<std::size_t>(c)]) continue;
+            count += before >= 0 && c - before <= gap ? c - before : 1;
+            before = c;
+        }
         return static_cast<double>(count) * raster.Cell();
     }
     // A wall goes on as long as one of its faces does, up to the next wall of that face.
