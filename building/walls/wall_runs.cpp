@@ -14,6 +14,7 @@ namespace {
 
 constexpr double kBelowCeiling = 0.45;  // of a face's top, at most
 constexpr double kLeastHeight = 0.15;   // of what was seen of a face, in a column
+constexpr double kLowerPart = 0.7;  // of a storey's height: a wall was seen down to there somewhere
 constexpr double kThinnest = 0.04;
 constexpr double kThickest = 0.8;
 constexpr double kOpposed = -0.99939;  // cosine of 178 degrees
@@ -32,7 +33,8 @@ std::int64_t GapOf(const FaceRaster& raster, double spacing) {
 struct Columns {
     std::vector<bool> reaches;  ///< up to what hangs over it
     std::vector<bool> any;      ///< anything was seen
-    std::vector<bool> tall;     ///< three tenths of the way up to what hangs over it
+    std::vector<bool>
+        tall;  ///< seen over three tenths of the storey's height, and not high up alone
 };
 
 class ColumnReader {
@@ -51,11 +53,11 @@ public:
         const std::int64_t high = std::min(raster.Rows() - 1, raster.RowOf(band_.next - 0.05));
         const std::int64_t gap = GapOf(raster, evidence_.spacing);
         for (std::int64_t c = 0; c < raster.Columns(); ++c) {
-            std::int64_t count = 0, marks = 0, top = -1;
+            std::int64_t count = 0, marks = 0, top = -1, lowest = -1;
             for (std::int64_t r = low; r <= high; ++r) {
                 if (!raster.Marked(c, r)) continue;
                 count += top >= 0 && r - top <= gap ? r - top : 1;
-                ++marks;
+                if (++marks == 1) lowest = r;
                 top = r;
             }
             const auto i = static_cast<std::size_t>(c);
@@ -63,9 +65,10 @@ public:
             columns.reaches[i] = static_cast<double>(count) * raster.Cell() >= kLeastHeight &&
                                  Reaches(faces_.lines[line], raster, c, top);
             const double ceiling = CeilingBefore(faces_.lines[line], raster.Along(c));
+            const double height = std::min(ceiling, band_.next) - band_.storey.elevation;
             columns.tall[i] =
-                static_cast<double>(count) * raster.Cell() >=
-                std::max(0.45, 0.3 * (std::min(ceiling, band_.next) - band_.storey.elevation));
+                static_cast<double>(count) * raster.Cell() >= std::max(0.45, 0.3 * height) &&
+                raster.Height(lowest) < band_.storey.elevation + kLowerPart * height;
         }
         return columns;
     }
