@@ -223,6 +223,9 @@ private:
             height > kTallestLeaf)
             return false;
         if (view_.Height(rect.bottom) - view_.bottom > kSill) return false;
+        const Rect leaf{rect.left + kBand, rect.bottom, rect.right - kBand, rect.top - kBand};
+        if (Count(leaf, WallView::kSolid) * 10 < static_cast<std::size_t>(leaf.Size()) * 6)
+            return false;
         const auto opens = [&](std::int64_t c0, std::int64_t c1, std::int64_t r0, std::int64_t r1) {
             for (std::int64_t r = r0; r < r1; ++r)
                 for (std::int64_t c = c0; c < c1; ++c)
