@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "building/element_meshes.h"
 #include "building/saved/building_records.h"
 #include "orvix/points/stream_hash.h"
 #include "orvix/project/saved/model_file.h"
+#include "output/building/building_json.h"
 #include "support/scratch_folder.h"
 
 namespace {
@@ -34,6 +36,15 @@ void Use(const Building& building) {
     for (const building::RoofEdge& edge : building.edges)
         Require(edge.slopes[0] < building.slopes.size() && edge.slopes[1] < building.slopes.size(),
                 "an edge's slopes are some");
+    for (const building::ElementMesh& element : building::MeshesOf(building)) {
+        const bool solid =
+            element.kind == building::ElementKind::Wall && building.walls[element.place].thickness;
+        Require(!solid || element.closed || element.mesh.triangles.empty(), "walls are closed");
+        for (const auto& triangle : element.mesh.triangles)
+            for (const std::uint32_t corner : triangle)
+                Require(corner < element.mesh.points.size(), "a triangle's corners are points");
+    }
+    Require(!output::JsonOf(building, {}).empty(), "JSON");
     std::vector<std::uint8_t> bytes;
     EncodeBuilding(building, bytes);
     Building again;
