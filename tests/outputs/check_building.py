@@ -178,7 +178,7 @@ def check_with_ifcplusplus(program, ifc, obj):
 def compare(name, wanted, read, closed, limit):
     measure = "volume" if closed else "area"
     a, b = getattr(wanted, measure), getattr(read, measure)
-    if abs(a - b) > limit * abs(a):
+    if abs(a - b) > limit * max(abs(a), 1e-2):
         fault(f"{name}: {measure} {b} instead of {a}")
     for bound in ("low", "high"):
         a, b = getattr(wanted, bound), getattr(read, bound)
