@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "building/openings/door_leaves.h"
 #include "building/openings/find_openings.h"
 #include "building/plane_evidence.h"
 #include "building/roofs/find_roofs.h"
@@ -146,6 +147,7 @@ private:
             opening.evidence.seen = 1 - opening.hidden - opening.unknown;
             opening.evidence.hidden = opening.hidden;
             opening.evidence.inferred = kKindBySize;
+            FindLeaf(wall, planes_, opening);
             found_.openings.push_back(std::move(opening));
         }
         found_.walls.push_back(std::move(wall));
