@@ -92,6 +92,15 @@ void MeshLayer::Add(const std::array<Vector, 3>& corners, Colour colour, std::ui
         }
 }
 
+// How much farther the same face is one sample on: it may run away from the viewer steeply.
+float MeshLayer::SlopeAt(int x, int y, int dx, int dy) const {
+    if (x + dx < 0 || y + dy < 0 || x + dx >= width_ || y + dy >= height_) return 0;
+    const Sample& own = samples_[static_cast<std::size_t>(y) * width_ + x];
+    const Sample& next = samples_[static_cast<std::size_t>(y + dy) * width_ + x + dx];
+    const bool same = next.depth != kNothing && next.body == own.body && next.side == own.side;
+    return same ? std::max(0.0F, next.depth - own.depth) : 0.0F;
+}
+
 // Of two neighbours the farther one has the line, so that it lies outside of the nearer body.
 bool MeshLayer::IsEdge(int x, int y) const {
     const Sample& own = samples_[static_cast<std::size_t>(y) * width_ + x];
@@ -100,7 +109,8 @@ bool MeshLayer::IsEdge(int x, int y) const {
         if (x + dx < 0 || y + dy < 0 || x + dx >= width_ || y + dy >= height_) continue;
         const Sample& other = samples_[static_cast<std::size_t>(y + dy) * width_ + x + dx];
         if (other.depth > own.depth) continue;
-        if (own.depth - other.depth > kStep && other.depth != kNothing) return true;
+        if (other.depth != kNothing && own.depth - other.depth > kStep + SlopeAt(x, y, -dx, -dy))
+            return true;
         if (own.depth != kNothing && (own.body != other.body || own.side != other.side))
             return true;
     }

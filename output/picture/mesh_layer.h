@@ -39,6 +39,7 @@ private:
         Colour colour;
     };
 
+    [[nodiscard]] float SlopeAt(int x, int y, int dx, int dy) const;
     [[nodiscard]] bool IsEdge(int x, int y) const;
 
     PictureView view_;

@@ -25,9 +25,8 @@ using detail::Vector;
 using Triangles = std::vector<ShapeTriangle>;
 
 constexpr double kMargin = 24, kBetween = 24, kTop = 104, kLegend = 64;
-constexpr double kCellWidth = 904;
-constexpr double kName = 40;      // over a panel
-constexpr double kHighest = 760;  // of a panel
+constexpr double kName = 40;       // over a panel
+constexpr double kHighest = 0.84;  // of a panel, in its widths
 constexpr double kMostDots = 14e6;
 constexpr std::uint64_t kMostPoints = 4'000'000;
 constexpr std::size_t kMostStoreys = 12;
@@ -71,9 +70,10 @@ public:
           plans_(DrawPlans(picture.building, picture.plans)),
           storeys_(std::min(picture.building.storeys.size(), kMostStoreys)),
           columns_(picture.points.empty() ? 2 : 3),
-          width_(2 * kMargin + columns_ * kCellWidth + (columns_ - 1) * kBetween),
-          panelHeight_(std::floor(std::min(
-              kHighest, kMostDots / width_ / static_cast<double>(Rows()) - kName - kBetween))),
+          width_(2 * kMargin + columns_ * picture.panelWidth + (columns_ - 1) * kBetween),
+          panelHeight_(std::floor(
+              std::min(kHighest * picture.panelWidth,
+                       kMostDots / width_ / static_cast<double>(Rows()) - kName - kBetween))),
           canvas_(static_cast<int>(width_),
                   static_cast<int>(kTop + RowHeight() * static_cast<double>(Rows()) + kLegend),
                   kPaper) {}
@@ -85,8 +85,9 @@ private:
     [[nodiscard]] std::size_t Rows() const { return std::max<std::size_t>(1, storeys_) + 1; }
     [[nodiscard]] double RowHeight() const { return panelHeight_ + kName + kBetween; }
     [[nodiscard]] PixelRect Panel(std::size_t row, int column) const {
-        return {kMargin + column * (kCellWidth + kBetween),
-                kTop + kName + RowHeight() * static_cast<double>(row), kCellWidth, panelHeight_};
+        return {kMargin + column * (picture_.panelWidth + kBetween),
+                kTop + kName + RowHeight() * static_cast<double>(row), picture_.panelWidth * 1.0,
+                panelHeight_};
     }
     void Name(const PixelRect& panel, const std::string& name) {
         canvas_.Text({panel.left, panel.top - 26}, name, kTextSize, kInk);
@@ -121,7 +122,7 @@ Canvas BuildingDrawing::Draw() {
         const Triangles open = row < storeys_ ? StoreyUpTo(building, row, CutOf(row)) : Triangles{};
         if (!picture_.points.empty()) DrawScan(Panel(row, column++), row, open, fromSouthWest);
         DrawPlan(Panel(row, column++), plans_[row]);
-        if (row >= storeys_) continue;
+        if (open.empty()) continue;
         const PixelRect panel = Panel(row, column);
         Name(panel, building.storeys[row].name + ", cut open, from the south-west");
         DrawShapes(panel, open, fromSouthWest);

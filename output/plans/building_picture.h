@@ -21,6 +21,7 @@ struct BuildingPicture {
     std::vector<SimplePointT<float>>
         points;             ///< of the scan, in the building's frame; none: no scan
     double spacing = 0.05;  ///< metres between the points, about
+    int panelWidth = 904;   ///< pixels of one view; its height follows
     std::string title;
     std::string subtitle;
 };

@@ -10,7 +10,6 @@ namespace orvix::output {
 namespace {
 
 constexpr double kDotsPerMillimetre = 200 / 25.4;
-constexpr double kMostDots = 12e6;
 constexpr double kMargin = 10;       // millimetres
 constexpr double kThinnest = 0.7;    // dots
 constexpr int kArcParts = 12;        // of a quarter; its points come from half angles
@@ -136,12 +135,12 @@ void PaintPlan(Canvas& canvas, const PlanDrawing& plan, const PlanBounds& bounds
     PlanPainter(canvas, plan, bounds, area).Paint();
 }
 
-Canvas PaintPlans(const PlanSheet& sheet) {
+Canvas PaintPlans(const PlanSheet& sheet, double mostDots) {
     const PlanDrawing& first = sheet.plans.front();
     const PlanBounds bounds = sheet.bounds.Widened(first.Paper(kMargin));
     const PlanPoint size = bounds.Size();
     const double wanted = kDotsPerMillimetre * 1000 / first.scale;
-    const double scale = std::min(wanted, std::sqrt(kMostDots / (size.x * size.y)));
+    const double scale = std::min(wanted, std::sqrt(mostDots / (size.x * size.y)));
     const int width = static_cast<int>(std::ceil(size.x * scale));
     const int height = static_cast<int>(std::ceil(size.y * scale));
     Canvas canvas(width, height, kPaper);

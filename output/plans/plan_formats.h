@@ -12,8 +12,8 @@ namespace orvix::output {
 void PrintPlanSvg(TextFile& file, const PlanSheet& sheet);
 /// In world coordinates.
 void PrintPlanDxf(TextFile& file, const PlanSheet& sheet, const detail::LocalToWorld& frame);
-/// 200 dots an inch, fewer where that were more than 12 million.
-Canvas PaintPlans(const PlanSheet& sheet);
+/// 200 dots an inch, fewer where that were more than so many.
+Canvas PaintPlans(const PlanSheet& sheet, double mostDots = 12e6);
 
 /// Paints a drawing so that `bounds` of it fill `area`, at one scale, its middle in the middle.
 void PaintPlan(Canvas& canvas, const PlanDrawing& plan, const PlanBounds& bounds,

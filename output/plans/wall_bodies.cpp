@@ -183,7 +183,7 @@ void Joints::StopAtCorners() {
     }
 }
 
-// Nobody knows the outer corner: the wall whose thickness is known ends in the line of the other's
+// BEHAVIOUR M4. Nobody knows the outer corner: the wall whose thickness is known ends in the line of the other's
 // face, and the other's far side runs past it.
 void Joints::StopMeasured(const End& measured, const End& other) {
     const Band &a = bands_[measured.band], &b = bands_[other.band];

@@ -76,18 +76,34 @@ TEST(MeshLayer, ShowsTheNearestAndALineWhereABodyEnds) {
     EXPECT_EQ(At(canvas, 85, 15).b, At(canvas, 75, 15).b);
 }
 
+TEST(MeshLayer, HasNoLinesOnAFaceThatRunsAwaySteeply) {
+    PictureView view = PictureView::Plan();
+    view.Fit({0, 10, 0, 10}, {0, 0, 50, 50});
+    MeshLayer layer({0, 0, 50, 50}, view);
+    layer.Add({{{0, 0, 0}, {10, 0, 0}, {10, 10, 40}}}, kRed, 1);
+    layer.Add({{{0, 0, 0}, {10, 10, 40}, {0, 10, 40}}}, kRed, 1);
+    Canvas canvas(50, 50, kWhite);
+    layer.DrawOnto(canvas);
+    EXPECT_GT(At(canvas, 25, 25).r, 100);
+    EXPECT_GT(At(canvas, 10, 40).r, 100);
+}
+
 TEST(DrawBuilding, HasARowForEachStoreyAndAColumnForTheScan) {
-    const BuildingPicture picture = PictureOf(test::SampleBuilding());
+    BuildingPicture picture = PictureOf(test::SampleBuilding());
     EXPECT_EQ(picture.title, "2 storeys, 4 rooms, 94.6 m\u00B2");
-    const int plain = DrawBuilding(picture).Width();
-    BuildingPicture withScan = picture;
-    withScan.points = {{1, 1, 0}, {2, 1, 5}};
-    EXPECT_GT(DrawBuilding(withScan).Width(), plain + 900);
-    EXPECT_GT(DrawBuilding(PictureOf({})).Height(), 500);  // nothing was found, and it says so
-    BuildingPicture tower = PictureOf({});
-    tower.building.storeys.resize(40);
-    const Canvas high = DrawBuilding(tower);
-    EXPECT_LT(high.Width() * 1.0 * high.Height(), 15e6);
+    picture.panelWidth = 120;
+    const Canvas plain = DrawBuilding(picture);
+    picture.points = {{1, 1, 0}, {2, 1, 5}};
+    const Canvas withScan = DrawBuilding(picture);
+    EXPECT_EQ(withScan.Height(), plain.Height());
+    EXPECT_EQ(withScan.Width(), plain.Width() + 120 + 24);
+    BuildingPicture none = PictureOf({});  // and it says so
+    none.panelWidth = 120;
+    EXPECT_LT(DrawBuilding(none).Height(), plain.Height());
+    none.building.storeys.resize(12);
+    const int dozen = DrawBuilding(none).Height();
+    none.building.storeys.resize(40);
+    EXPECT_EQ(DrawBuilding(none).Height(), dozen);
 }
 
 TEST(Canvas, FillsRingsButTheirHolesToAPartOfAPixel) {

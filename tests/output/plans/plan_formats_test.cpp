@@ -130,19 +130,15 @@ TEST_F(PlanFormats, DxfLeadsBackWhereTheSheetIsTurned) {
 }
 
 TEST_F(PlanFormats, PngIsOfASizeToBeLookedAt) {
-    const Canvas canvas = PaintPlans(SheetOf(DrawPlans(test::SampleBuilding(), {})));
-    EXPECT_GT(canvas.Width(), 2000);
-    EXPECT_GT(canvas.Height(), 900);
-    Building large;
-    large.storeys = {{"Storey 1", 0, 2.5}};
-    building::Room room;
-    room.plan.outer = {{0, 0}, {3000, 0}, {3000, 2000}, {0, 2000}};
-    room.area = {6e6, 6e6, 6e6};
-    large.rooms = {room};
-    const Canvas small = PaintPlans(SheetOf(DrawPlans(large, {.scale = 100})));
-    EXPECT_LE(small.Width() * 1.0 * small.Height(), 12.1e6);
-    EXPECT_EQ(Written(L"plan.png", test::SampleBuilding()).substr(1, 3), "PNG");
-    EXPECT_FALSE(WritePlans(L"plan.pdf", large, {}));
+    const PlanSheet sheet = SheetOf(DrawPlans(test::SampleBuilding(), {}));
+    const PlanPoint size = sheet.bounds.Size();  // and a centimetre of paper around it
+    const Canvas small = PaintPlans(sheet, 1e5);
+    EXPECT_NEAR(small.Width() * 1.0 * small.Height(), 1e5, 2e3);
+    EXPECT_NEAR(small.Width() * 1.0 / small.Height(), (size.x + 2) / (size.y + 2), 0.02);
+    const PlanSheet empty = SheetOf(DrawPlans({}, {}));
+    EXPECT_NEAR(PaintPlans(empty).Width(), (empty.bounds.Size().x * 10 + 20) * 200 / 25.4, 1.5);
+    EXPECT_EQ(Written(L"plan.png", {}).substr(1, 3), "PNG");
+    EXPECT_FALSE(WritePlans(L"plan.pdf", {}, {}));
 }
 
 // Plans are the same bytes on every system; these sums change with what is drawn.
@@ -157,10 +153,12 @@ TEST_F(PlanFormats, AreTheSameBytesOnEverySystem) {
     const std::string svg = Written(L"plan.svg", house), dxf = Written(L"plan.dxf", house);
     EXPECT_EQ(sum(svg), "606946f37d41ad21");
     EXPECT_EQ(sum(dxf), "6747ddaeae4ccf9b");
-    const auto pixels = PaintPlans(SheetOf(DrawPlans(house, {}))).Finish();
-    EXPECT_EQ(sum(pixels), "2057ff0f158584c6");
-    const auto picture = DrawBuilding(PictureOf(house)).Finish();
-    EXPECT_EQ(sum(picture), "13eff790f6076a78");
+    const auto pixels = PaintPlans(SheetOf(DrawPlans(house, {})), 4e5).Finish();
+    EXPECT_EQ(sum(pixels), "4e987c09699f9803");
+    BuildingPicture shown = PictureOf(house);
+    shown.panelWidth = 240;
+    const auto picture = DrawBuilding(shown).Finish();
+    EXPECT_EQ(sum(picture), "324073706085030a");
 }
 
 }  // namespace

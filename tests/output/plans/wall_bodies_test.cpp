@@ -89,6 +89,7 @@ TEST(WallBodies, EndInsideAWallThatRunsOn) {
     EXPECT_NEAR(AreaOfWalls({through, WallOf({2, 0.5}, {2, 3}, 0.12)}), 1.2 + 2.5 * 0.12, kGrid);
 }
 
+// BEHAVIOUR M4
 TEST(WallBodies, OfKnownThicknessEndInTheLineOfAFaceSeenAlone) {
     // The face at x = 4 was seen from the left of a wall that goes up.
     const Wall face = WallOf({4, 0}, {4, 3}, 0);
