@@ -44,11 +44,18 @@ with open(sys.argv[1], "w") as scan:
             reach = min(r / abs(v) for r, v in zip((4, 3, 1.5), d)) + draw.gauss(0, 0.002)
             scan.write("{:.6f} {:.6f} {:.6f} {:.6f}\n".format(*(v * reach for v in d), draw.random()))
 PYTHON
+# Two rooms with a way between them, each scanned from within.
+for python in python3 /usr/bin/python3; do
+    "$python" -c 'import numpy' 2>/dev/null && break
+    python=
+done
+[ -n "$python" ] || { echo "same_bytes: no Python with NumPy: run scripts/packages.sh test"; exit 77; }
+"$python" "$(dirname "$0")/../support/two_rooms.py" "$scratch/house.ptx"
 
 without_measures='
 import json, sys
 value = json.load(sys.stdin)
-for key in ("seconds", "points_per_second", "peak_memory_bytes"):
+for key in ("seconds", "planes_seconds", "points_per_second", "peak_memory_bytes"):
     value.pop(key, None)
     (value.get("consistency") or {}).pop(key, None)
 print(json.dumps(value, indent=1, ensure_ascii=False))
@@ -57,7 +64,7 @@ print(json.dumps(value, indent=1, ensure_ascii=False))
 use() {  # FOLDER COMMAND...
     mkdir "$scratch/$1"
     cd "$scratch/$1"
-    cp ../building.ply ../scan.txt ../posed.ptx "$corpus"/laz/*.laz "$corpus"/pcd/*.pcd .
+    cp ../building.ply ../scan.txt ../posed.ptx ../house.ptx "$corpus"/laz/*.laz "$corpus"/pcd/*.pcd .
     shift
     result() {
         local name=$1
@@ -82,6 +89,10 @@ use() {  # FOLDER COMMAND...
     result planes planes building.prj --points points.ply --mesh planes.ply --outlines planes.ifc
     result rooms planes posed.prj --picture rooms.png --outlines rooms.dxf --apply --save
     result rooms_saved planes posed.prj --saved --points rooms.ply --outlines rooms.ifc
+    result import_house import house.ptx house.prj
+    result model model house.prj house.{ifc,json,obj,dxf,svg,png} --picture model.png --save
+    result model_saved model house.prj saved.ifc --saved
+    result model_roof model building.prj roofs.ifc roofs.json --orthogonal
     result deviation deviation building.prj planes
     result deviation_rooms deviation posed.prj planes --cell 0.05
     result consistency stations posed.prj --consistency --threads 2
