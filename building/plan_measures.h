@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "building/building.h"
+#include "building/plan_length.h"
 
 namespace orvix::building {
 
@@ -23,7 +24,7 @@ inline double LengthOf(const PlanRing& ring) {
     double length = 0;
     for (std::size_t i = 0; i < ring.size(); ++i) {
         const PlanPoint &a = ring[i], &b = ring[(i + 1) % ring.size()];
-        length += std::hypot(b.x - a.x, b.y - a.y);
+        length += PlanLength(b.x - a.x, b.y - a.y);
     }
     return length;
 }

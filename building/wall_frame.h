@@ -4,12 +4,13 @@
 #include <cmath>
 
 #include "building/building.h"
+#include "building/plan_length.h"
 
 namespace orvix::building {
 
 /// Metres from a wall's start to its end.
 inline double LengthOf(const Wall& wall) {
-    return std::hypot(wall.axis[1].x - wall.axis[0].x, wall.axis[1].y - wall.axis[0].y);
+    return PlanLength(wall.axis[1].x - wall.axis[0].x, wall.axis[1].y - wall.axis[0].y);
 }
 
 /// The way along a wall, of length one; its left is (-y, x). Precondition: it has a length.

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "building/plan_grid.h"
+#include "building/plan_length.h"
 #include "building/rooms/plan_parts.h"
 
 namespace orvix::building {
@@ -77,7 +78,7 @@ struct Draft {
 };
 
 PlanRing RectangleAround(const Sheet& sheet) {
-    const double steep = std::hypot(sheet.normal.x, sheet.normal.y);
+    const double steep = PlanLength(sheet.normal.x, sheet.normal.y);
     const PlanPoint down{sheet.normal.x / steep, sheet.normal.y / steep};
     double low = std::numeric_limits<double>::infinity(), high = -low, left = low, right = -low;
     for (const LevelPlane* face : sheet.faces)
@@ -102,7 +103,7 @@ struct Crossing {
 std::optional<Crossing> CrossingOf(const Sheet& a, const Sheet& b) {
     const PlanPoint slope{b.normal.x / b.normal.z - a.normal.x / a.normal.z,
                           b.normal.y / b.normal.z - a.normal.y / a.normal.z};
-    const double steep = std::hypot(slope.x, slope.y);
+    const double steep = PlanLength(slope.x, slope.y);
     if (steep < 0.03) return std::nullopt;
     const double apart = b.offset / b.normal.z - a.offset / a.normal.z;
     return Crossing{{slope.x / steep, slope.y / steep}, -apart / steep};
@@ -250,7 +251,7 @@ private:
         for (const LevelPlane* face : draft.lower) lower.push_back(face->plane);
         if (draft.thickness) {
             const double sure =
-                std::max(0.001, std::hypot(planes_.Scatter(upper), planes_.Scatter(lower)));
+                std::max(0.001, PlanLength(planes_.Scatter(upper), planes_.Scatter(lower)));
             slope.thickness =
                 Measure{*draft.thickness, *draft.thickness - sure, *draft.thickness + sure};
         }

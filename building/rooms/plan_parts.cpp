@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "building/plan_grid.h"
+#include "building/plan_length.h"
 
 namespace orvix::building {
 namespace {
@@ -57,7 +58,7 @@ std::size_t NextSide(const Corners& corners, std::size_t from, std::size_t at,
         const PlanPoint& c = corners.Place(to);
         const double sine = Turn(a, b, c);
         const double cosine = (b.x - a.x) * (c.x - b.x) + (b.y - a.y) * (c.y - b.y);
-        const double length = std::hypot(sine, cosine);
+        const double length = PlanLength(sine, cosine);
         const double part = length > 0 ? sine / length : 0;
         return cosine >= 0 ? part : (sine >= 0 ? 2 - part : -2 - part);
     };
@@ -70,7 +71,7 @@ PlanRing Straightened(const PlanRing& ring) {
     for (std::size_t k = 0; k < ring.size(); ++k) {
         const PlanPoint& a = kept.empty() ? ring.back() : kept.back();
         const PlanPoint& c = ring[k + 1 == ring.size() ? 0 : k + 1];
-        const double length = std::hypot(c.x - a.x, c.y - a.y);
+        const double length = PlanLength(c.x - a.x, c.y - a.y);
         if (std::abs(Turn(a, ring[k], c)) > 1e-5 * std::max(length, 0.01)) kept.push_back(ring[k]);
     }
     return kept;

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "building/grid_parts.h"
+#include "building/plan_length.h"
 #include "building/sight/rays.h"
 
 namespace orvix::building {
@@ -37,7 +38,7 @@ PlanGrid GridOver(const std::vector<WallPiece>& walls) {
 
 void FillStrip(RoomCells& cells, const PlanPoint& from, const PlanPoint& to, double left,
                double right) {
-    const double length = std::hypot(to.x - from.x, to.y - from.y);
+    const double length = PlanLength(to.x - from.x, to.y - from.y);
     if (!(length > 0)) return;
     const PlanPoint across{-(to.y - from.y) / length, (to.x - from.x) / length};
     const auto at = [&](const PlanPoint& p, double aside) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <utility>
 
+#include "building/plan_length.h"
 #include "building/rooms/plan_parts.h"
 
 namespace orvix::building {
@@ -177,7 +178,7 @@ double OpenLength(const PlanRegion& region, const std::vector<BoundLine>& lines)
                 return line.wall && std::abs(line.Before(middle)) < 0.02 &&
                        along > line.begin - kBeyond && along < line.end + kBeyond;
             });
-            if (!wall) open += std::hypot(b.x - a.x, b.y - a.y);
+            if (!wall) open += PlanLength(b.x - a.x, b.y - a.y);
         }
     };
     add(region.outer);
@@ -221,7 +222,7 @@ std::vector<BoundLine> BoundLinesOf(const std::vector<WallPiece>& walls,
             {back, wall.run.thickness - wall.face.offset, -wall.run.end, -wall.run.begin, i});
     }
     for (const OpenBound& bound : bounds) {
-        const double length = std::hypot(bound.to.x - bound.from.x, bound.to.y - bound.from.y);
+        const double length = PlanLength(bound.to.x - bound.from.x, bound.to.y - bound.from.y);
         const PlanPoint way{(bound.to.x - bound.from.x) / length,
                             (bound.to.y - bound.from.y) / length};
         for (const double side : {1.0, -1.0}) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <tuple>
 
+#include "building/plan_length.h"
 #include "building/rooms/plan_parts.h"
 
 namespace orvix::building {
@@ -120,7 +121,7 @@ std::vector<CeilingPart> CeilingParts(const RoomPlan& plan,
                 const PlanPoint slope{b.normal.x / b.normal.z - a.normal.x / a.normal.z,
                                       b.normal.y / b.normal.z - a.normal.y / a.normal.z};
                 const double apart = b.offset / b.normal.z - a.offset / a.normal.z;
-                const double steep = std::hypot(slope.x, slope.y);
+                const double steep = PlanLength(slope.x, slope.y);
                 if (steep < 1e-6) {
                     if (apart > 0 || (apart == 0 && g < f)) ring.clear();
                     continue;
@@ -279,7 +280,7 @@ private:
     [[nodiscard]] static std::vector<SimplePointT<double>> RimOver(
         const PlanPoint& a, const PlanPoint& b, const std::vector<CeilingPart>& parts,
         const std::vector<const LevelPlane*>& faces) {
-        const double length = std::hypot(b.x - a.x, b.y - a.y);
+        const double length = PlanLength(b.x - a.x, b.y - a.y);
         const PlanPoint way{(b.x - a.x) / length, (b.y - a.y) / length};
         std::vector<double> places{0, length};
         for (const CeilingPart& part : parts)
@@ -307,7 +308,7 @@ private:
         const auto add = [&](const PlanRing& ring) {
             for (std::size_t k = 0; k < ring.size(); ++k) {
                 const PlanPoint &a = ring[k], &b = ring[k + 1 == ring.size() ? 0 : k + 1];
-                perimeter += std::hypot(b.x - a.x, b.y - a.y);
+                perimeter += PlanLength(b.x - a.x, b.y - a.y);
             }
         };
         add(room_.plan.outer);

@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "building/plan_length.h"
 #include "orvix/points/byte_codec.h"
 
 namespace orvix::building {
@@ -265,7 +266,7 @@ public:
     const char* Fault(const Wall& w) const {
         if (w.storey >= all_.storeys.size()) return kStorey;
         if (!IsPlace(w.axis[0]) || !IsPlace(w.axis[1])) return kPlace;
-        const double length = std::hypot(w.axis[1].x - w.axis[0].x, w.axis[1].y - w.axis[0].y);
+        const double length = PlanLength(w.axis[1].x - w.axis[0].x, w.axis[1].y - w.axis[0].y);
         if (!(length > 0)) return "has no length";
         if (!IsRing(w.profile)) return kRing;
         const bool sound = IsMeasure(w.thickness) && IsCoordinate(w.base) && IsCoordinate(w.top) &&

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "building/grid_parts.h"
+#include "building/plan_length.h"
 
 namespace orvix::building {
 namespace {
@@ -139,7 +140,7 @@ private:
         if (lower.area >= kLeastSlab) slab.bottom = measure(lower.height, sure(lower));
         if (slab.top && slab.bottom)
             slab.thickness =
-                measure(upper.height - lower.height, std::hypot(sure(upper), sure(lower)));
+                measure(upper.height - lower.height, PlanLength(sure(upper), sure(lower)));
         std::vector<std::size_t> used = upper.planes;
         used.insert(used.end(), lower.planes.begin(), lower.planes.end());
         slab.evidence = planes_.Of(std::move(used));

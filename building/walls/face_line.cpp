@@ -6,6 +6,8 @@
 #include <limits>
 #include <numeric>
 
+#include "building/plan_length.h"
+
 namespace orvix::building {
 namespace {
 
@@ -39,7 +41,7 @@ void AddExtent(const FoundPlane& plane, FaceLine& line) {
 
 FaceLine LineOf(const FoundPlane& plane) {
     FaceLine line;
-    const double level = std::hypot(plane.normal.x, plane.normal.y);
+    const double level = PlanLength(plane.normal.x, plane.normal.y);
     line.normal = {plane.normal.x / level, plane.normal.y / level};
     line.offset = line.normal.x * plane.centre.x + line.normal.y * plane.centre.y;
     const Extent none;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <optional>
 
+#include "building/plan_length.h"
+
 namespace orvix::building {
 namespace {
 
@@ -51,7 +53,7 @@ std::optional<PlanPoint> MainNormal(const std::vector<FoundPlane>& planes,
         const double length = line.end - line.begin;
         sum = {sum.x + n.x * length, sum.y + n.y * length};
     }
-    const double length = std::hypot(sum.x, sum.y);
+    const double length = PlanLength(sum.x, sum.y);
     return PlanPoint{sum.x / length, sum.y / length};
 }
 

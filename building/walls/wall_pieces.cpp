@@ -5,6 +5,8 @@
 #include <cmath>
 #include <optional>
 
+#include "building/plan_length.h"
+
 namespace orvix::building {
 namespace {
 
@@ -90,14 +92,14 @@ private:
 bool CrossesAny(const std::vector<WallPiece>& pieces, const PlanPoint& from, const PlanPoint& to,
                 std::size_t a, std::size_t b) {
     const PlanPoint way{to.x - from.x, to.y - from.y};
-    const double length = std::hypot(way.x, way.y);
+    const double length = PlanLength(way.x, way.y);
     for (std::size_t k = 0; k < pieces.size(); ++k) {
         if (k == a || k == b) continue;
         const PlanPoint p = pieces[k].Middle(pieces[k].run.begin),
                         q = pieces[k].Middle(pieces[k].run.end);
         const PlanPoint along{q.x - p.x, q.y - p.y};
         const double sine = Cross(way, along);
-        if (std::abs(sine) < kLeastTurn * length * std::hypot(along.x, along.y)) continue;
+        if (std::abs(sine) < kLeastTurn * length * PlanLength(along.x, along.y)) continue;
         const double s = Cross({p.x - from.x, p.y - from.y}, along) / sine;
         const double t = Cross({p.x - from.x, p.y - from.y}, way) / sine;
         if (s > kNearEnd / length && s < 1 - kNearEnd / length && t > 0 && t < 1) return true;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
 
+#include "building/plan_length.h"
 #include "orvix/geometry/vector.h"
 #include "output/building/element_bytes.h"
 #include "output/building/ifc_model.h"
@@ -24,7 +25,7 @@ std::size_t BuildingIfc::AddSlope(std::size_t place, const Part& part) {
     std::vector<std::size_t> bodies;
     const detail::TriangleMesh mesh = Moved(ElementKind::Slope, place, zero);
     if (slope.thickness && !mesh.triangles.empty()) {
-        const double level = std::hypot(n.x, n.y);
+        const double level = building::PlanLength(n.x, n.y);
         const Vector u = level > 1e-9 ? Vector{-n.y / level, n.x / level, 0} : Vector{1, 0, 0};
         const Vector v = Cross(n, u);
         const Vector& corner = slope.outline[0];
