@@ -91,10 +91,13 @@ void FaceCells::FindPlanes() {
 }
 
 bool FaceCells::Fits(double side, std::uint64_t most) const {
-    double places = 0;
-    for (const auto& b : bounds_) places += ((b[2] - b[0]) / side + 2) * ((b[3] - b[1]) / side + 2);
-    // Squares that grow beyond a kilometre hold no face in parts any more: there is nothing to gain.
-    return places <= static_cast<double>(most) || side > 1000;
+    double places = 0, widest = 0;
+    for (const auto& b : bounds_) {
+        places += ((b[2] - b[0]) / side + 2) * ((b[3] - b[1]) / side + 2);
+        widest = std::max({widest, b[2] - b[0], b[3] - b[1]});
+    }
+    // Beyond the widest face larger squares are as many: four of each face at most.
+    return places <= static_cast<double>(most) || side > widest;
 }
 
 std::int64_t FaceCells::SquareOf(double coordinate) const {

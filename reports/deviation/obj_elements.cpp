@@ -21,7 +21,8 @@ namespace {
 using detail::Vector;
 
 constexpr std::size_t kBlock = 1 << 20;
-constexpr std::size_t kLongestLine = 1 << 20;  // bytes: a face of some 100,000 corners
+constexpr std::size_t kLongestLine = 1 << 20;  // bytes
+constexpr std::size_t kMostCorners = 1000;     // of a face: cutting it takes the square of them
 constexpr double kFarthest = 1e12;             // metres; what lies beyond has no centimetres
 
 bool IsBlank(char c) {
@@ -132,6 +133,8 @@ private:
                 return Wrong(fmt::format("names the corner \"{}\", which is not defined before it",
                                          word.substr(0, 40)));
             ring_.push_back(*corner);
+            if (ring_.size() > kMostCorners)
+                return Wrong(fmt::format("has a face of more than {} corners", kMostCorners));
         }
         if (ring_.size() < 3) return Wrong("has a face of fewer than three corners");
         if (elements_.empty()) Begin({});

@@ -20,8 +20,8 @@ namespace orvix::reports {
 /// Boundaries a name that comes again goes on with its element; faces before any name are of an
 ///            element without one; elements without faces are left out. Elements come in the order of
 ///            their first names.
-/// Errors     BadInput with the line, for a number that is none or not finite and for a corner that
-///            was not defined before; BadInput for a file without faces; Failure where it cannot be read.
+/// Errors     BadInput with the line, for a number that is none or not finite, for a corner that
+///            was not defined before and for a face of more than 1,000; BadInput for a file without faces; Failure where it cannot be read.
 /// Cost       some 10 million lines a minute; 24 bytes a corner and 72 a triangle.
 Expected<std::vector<DrawnElement>> ReadObjElements(const CString& path);
 
