@@ -53,6 +53,7 @@ Json JsonOf(const DeviationArguments& arguments, const std::vector<DrawnElement>
     AddFigures(json, report.all);
     json["area"] = report.area;
     json["missing"] = report.missing;
+    json["hidden"] = report.stationsKnown ? Json(report.hidden) : Json();
     json["elements"] = Json::array();
     for (std::size_t i = 0; i < elements.size(); ++i) {
         Json element = Json::object();
@@ -63,6 +64,7 @@ Json JsonOf(const DeviationArguments& arguments, const std::vector<DrawnElement>
         AddFigures(element, report.elements[i].figures);
         element["area"] = report.elements[i].area;
         element["missing"] = report.elements[i].missing;
+        element["hidden"] = report.stationsKnown ? Json(report.elements[i].hidden) : Json();
         json["elements"].push_back(std::move(element));
     }
     json["picture"] = NameOrNull(arguments.picture);
@@ -96,11 +98,13 @@ std::string LineOf(std::size_t i, const DrawnElement& element,
     const DeviationFigures& f = its.figures;
     std::string line = fmt::format("{:>6}    {:<40} {:>9.2f} m2", i + 1, NameOf(element), its.area);
     if (f.points == 0) return line + "  no points\n";
-    return line + fmt::format(
-                      " {:>12} points  {:+7.1f} mm, {:+.1f} to {:+.1f}, {:5.1f} % within, {:5.1f} "
-                      "% missing\n",
-                      CountText(f.points), f.median * 1000, f.low * 1000, f.high * 1000,
-                      100 * ShareOf(f.within, f.points), 100 * its.missing);
+    return line +
+           fmt::format(
+               " {:>12} points  {:+7.1f} mm, {:+.1f} to {:+.1f}, {:5.1f} % within, {:5.1f} "
+               "% missing",
+               CountText(f.points), f.median * 1000, f.low * 1000, f.high * 1000,
+               100 * ShareOf(f.within, f.points), 100 * its.missing) +
+           (its.hidden > 0 ? fmt::format(", {:.1f} % hidden\n", 100 * its.hidden) : "\n");
 }
 
 std::string TextOf(const DeviationArguments& arguments, const std::vector<DrawnElement>& elements,
@@ -119,7 +123,11 @@ std::string TextOf(const DeviationArguments& arguments, const std::vector<DrawnE
             "{:g} mm\n",
             all.median * 1000, all.low * 1000, all.high * 1000, all.rms * 1000,
             100 * ShareOf(all.within, all.points), arguments.options.tolerance * 1000);
-    text += fmt::format("missing   {:.1f} % of the surface\n", 100 * report.missing);
+    text += fmt::format("missing   {:.1f} % of the surface", 100 * report.missing);
+    text += report.stationsKnown
+                ? fmt::format(": {:.1f} % in sight of a scanner, {:.1f} % hidden from all\n",
+                              100 * (report.missing - report.hidden), 100 * report.hidden)
+                : std::string("\n");
     const std::vector<std::size_t> order = WorstFirst(report);
     for (std::size_t i = 0; i < std::min(order.size(), kListed); ++i)
         text += LineOf(order[i], elements[order[i]], report.elements[order[i]]);

@@ -30,7 +30,8 @@ constexpr PixelRect kLegend{24, 104, 480, 22};
 constexpr Colour kBehind{33, 84, 172};
 constexpr Colour kOn{240, 238, 230};
 constexpr Colour kBefore{190, 24, 43};
-constexpr Colour kUnseen{150, 155, 162};
+constexpr Colour kUnseen{104, 110, 122};
+constexpr Colour kHidden{188, 192, 198};
 constexpr double kFewest = 3;  // samples along a square that is drawn as discs
 
 std::uint8_t Between(std::uint8_t from, std::uint8_t to, double share) {
@@ -94,6 +95,11 @@ void DeviationDrawing::DrawLegend() {
     canvas_.FillRect({right, kLegend.top, 40, kLegend.height}, kUnseen);
     canvas_.Frame({right, kLegend.top, 40, kLegend.height}, 1, kBorder);
     canvas_.Text({right + 52, kLegend.top + 4}, "no points", kTextSize, kInk);
+    const double hidden = right + 180;
+    canvas_.FillRect({hidden, kLegend.top, 40, kLegend.height}, kHidden);
+    canvas_.Frame({hidden, kLegend.top, 40, kLegend.height}, 1, kBorder);
+    canvas_.Text({hidden + 52, kLegend.top + 4}, "no points, and hidden from the scanners",
+                 kTextSize, kInk);
 }
 
 // As discs about as far apart as samples: the nearest to the viewer decides each sample.
@@ -105,7 +111,7 @@ void DeviationDrawing::AddSquare(SplatLayer& layer, const PictureView& view,
     const double pixels = side * view.PixelsPerMetre();
     const int steps = static_cast<int>(std::clamp(std::ceil(pixels / kFewest), 1.0, 64.0));
     const double radius = std::max(0.75 * pixels / steps, 0.6);
-    const Colour colour = DeviationColour(square.height, picture_.full);
+    const Colour colour = square.hidden ? kHidden : DeviationColour(square.height, picture_.full);
     for (int i = 0; i < steps; ++i) {
         for (int k = 0; k < steps; ++k) {
             const Vector at = square.middle + frame.U() * (side * ((i + 0.5) / steps - 0.5)) +

@@ -20,6 +20,7 @@ struct DeviationPicture {
         float share = 1;              ///< of it that is surface
         bool bothSides = false;       ///< it is seen from behind as well
         bool ceiling = false;         ///< left out from above
+        bool hidden = false;          ///< nothing was seen, and no scanner could see it
         std::optional<float> height;  ///< metres in front of the face; none where nothing was seen
     };
     std::vector<Square> squares;

@@ -33,6 +33,7 @@ DeviationPicture PictureOf(const reports::WorldProject& project,
         square.bothSides = seen.bothSides;
         square.ceiling = elements[seen.element].kind == "ceiling";
         square.height = seen.height;
+        square.hidden = seen.hidden;
         picture.squares.push_back(square);
     }
     // Without positions, which cannot be read here a second time, nothing is cut.

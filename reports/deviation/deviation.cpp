@@ -23,12 +23,16 @@ namespace orvix::reports {
 namespace {
 
 using detail::Dot, detail::Length, detail::Vector;
+using detail::operator+, detail::operator-, detail::operator*;
 
 constexpr std::uint32_t kJobPoints = 1 << 17;
 constexpr double kOverhang = 0.01;  // metres beside a face's rim
 constexpr double kFarthest = 1e8;   // metres; a coordinate beyond has no cell
 constexpr double kMicrometres = 1e6;
-constexpr std::uint64_t kBytesPerSquare = 28;
+constexpr std::uint64_t kBytesPerSquare = 100;  // counted in, and reported
+constexpr std::size_t kJobSquares = 1024;
+constexpr std::size_t kNearestScanners = 8;  // of those that a square is looked at from
+constexpr double kBefore = 0.01;  // metres before a square, so that it does not hide itself
 
 /// The faces that the points of a 10 cm cell may belong to: asked of the tree for each metre, and of
 /// its answer for each cell. Points come cell by cell, so that most ask nothing.
@@ -137,7 +141,7 @@ public:
         return done;
     }
 
-    [[nodiscard]] DeviationReport Report(const std::vector<DrawnElement>& elements) const;
+    [[nodiscard]] Expected<DeviationReport> Report(const std::vector<DrawnElement>& elements) const;
 
 private:
     static std::vector<Face> FacesOf(const WorldProject& project,
@@ -201,6 +205,18 @@ private:
                    static_cast<std::int64_t>(std::floor(height * kMicrometres + 0.5)));
     }
 
+    /// A square in the project's frame.
+    struct Place {
+        Vector middle, normal;
+    };
+    /// What looking at one square leaves for the next.
+    struct SightState {
+        std::vector<std::pair<double, std::size_t>> order;  // scanners, the nearest first
+        std::vector<std::uint32_t> hints;                   // what was before each of them last
+    };
+    Expected<void> FindHidden(DeviationReport& report) const;
+    [[nodiscard]] bool IsHidden(const Place& place, bool bothSides, SightState& state) const;
+
     const WorldProject& project_;
     const DeviationOptions& options_;
     std::vector<std::optional<Vector>> scanners_;
@@ -212,7 +228,54 @@ private:
     const parallel::Pool* pool_ = nullptr;
 };
 
-DeviationReport DeviationPass::Report(const std::vector<DrawnElement>& elements) const {
+// BEHAVIOUR E5
+bool DeviationPass::IsHidden(const Place& place, bool bothSides, SightState& state) const {
+    auto& order = state.order;
+    order.clear();
+    state.hints.resize(scanners_.size());
+    for (std::size_t i = 0; i < scanners_.size(); ++i) {
+        if (!scanners_[i]) continue;
+        const Vector to = *scanners_[i] - place.middle;
+        if (bothSides || Dot(place.normal, to) > 0) order.emplace_back(Dot(to, to), i);
+    }
+    const std::size_t some = std::min(order.size(), kNearestScanners);
+    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(some),
+                      order.end());
+    for (std::size_t i = 0; i < some; ++i) {
+        const Vector& scanner = *scanners_[order[i].second];
+        const double side = Dot(place.normal, scanner - place.middle) > 0 ? kBefore : -kBefore;
+        if (!tree_.IsCrossed(place.middle + place.normal * side, scanner,
+                             state.hints[order[i].second]))
+            return false;
+    }
+    return true;
+}
+
+Expected<void> DeviationPass::FindHidden(DeviationReport& report) const {
+    if (!report.stationsKnown) return {};
+    const parallel::Pool pool(options_.threads, options_.proceed, "the comparison was cancelled");
+    const std::size_t jobs = (report.squares.size() + kJobSquares - 1) / kJobSquares;
+    auto looked = pool.RunJobs(jobs, [&](std::size_t job, unsigned) {
+        SightState state;
+        for (std::size_t i = job * kJobSquares;
+             i < std::min(report.squares.size(), (job + 1) * kJobSquares); ++i) {
+            SeenSquare& square = report.squares[i];
+            if (square.height) continue;
+            const Vector middle = project_.frame.ToLocal(square.middle);
+            const Vector before = project_.frame.ToLocal(square.middle + square.normal);
+            square.hidden =
+                IsHidden({middle, detail::Unit(before - middle)}, square.bothSides, state);
+        }
+        return Expected<void>();
+    });
+    for (std::size_t i = 0; looked && i < report.squares.size(); ++i)
+        if (report.squares[i].hidden)
+            report.elements[report.squares[i].element].hidden +=
+                static_cast<double>(report.squares[i].share) * report.cell * report.cell;
+    return looked;
+}
+
+Expected<DeviationReport> DeviationPass::Report(const std::vector<DrawnElement>& elements) const {
     DeviationReport report;
     report.points = static_cast<std::uint64_t>(project_.Core().AlivePointCount());
     report.step = counts_.Step();
@@ -244,12 +307,16 @@ DeviationReport DeviationPass::Report(const std::vector<DrawnElement>& elements)
                                                static_cast<double>(cell.points));
         report.squares.push_back(square);
     });
+    if (auto done = FindHidden(report); !done) return ErrorOf(done);
     for (ElementDeviation& element : report.elements) {
         report.area += element.area;
         report.missing += element.missing;
+        report.hidden += element.hidden;
         if (element.area > 0) element.missing /= element.area;
+        if (element.area > 0) element.hidden /= element.area;
     }
     if (report.area > 0) report.missing /= report.area;
+    if (report.area > 0) report.hidden /= report.area;
     return report;
 }
 
@@ -264,8 +331,9 @@ Expected<DeviationReport> FindDeviations(const WorldProject& project,
     if (!scanners) return ErrorOf(scanners);
     DeviationPass pass(project, elements, options, std::move(*scanners));
     if (auto done = pass.Run(); !done) return ErrorOf(done);
-    DeviationReport report = pass.Report(elements);
-    report.seconds =
+    auto report = pass.Report(elements);
+    if (!report) return report;
+    report->seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
 }

@@ -42,6 +42,7 @@ struct ElementDeviation {
     DeviationFigures figures;
     double area = 0;     ///< square metres of its triangles
     double missing = 0;  ///< share of the surface near which no point lies
+    double hidden = 0;   ///< share that is missing and that no scanner could see, by the drawing
 };
 
 /// A square of an element's face with what was seen of it, world coordinates.
@@ -52,6 +53,7 @@ struct SeenSquare {
     float share = 0;              ///< of the square that is surface
     bool bothSides = false;       ///< of an element that encloses no solid
     std::optional<float> height;  ///< mean of its points over the front; none where there are none
+    bool hidden = false;          ///< there are none, and no scanner could see it
 };
 
 struct DeviationReport {
@@ -60,8 +62,9 @@ struct DeviationReport {
     std::uint64_t points = 0;  ///< of the project
     double area = 0;
     double missing = 0;
-    double step = 0;  ///< metres: what figures are counted in
-    double cell = 0;  ///< metres: side of the squares
+    double hidden = 0;  ///< 0 where no scanner's position is known
+    double step = 0;    ///< metres: what figures are counted in
+    double cell = 0;    ///< metres: side of the squares
     bool stationsKnown = false;
     std::vector<SeenSquare> squares;
     double seconds = 0;
@@ -76,6 +79,9 @@ struct DeviationReport {
 /// beside its rim, if its scanner stood in front of that face; ties go to the element that comes
 /// first. Either side will do where the scanner's position is not known, and of elements that enclose
 /// no solid.
+///
+/// A square without points is hidden where each of the eight nearest scanners stands behind it, or has
+/// another face of the drawing before it.
 ///
 /// Order   the same bits at any number of threads and on every system: sums are of integers.
 /// Errors  Failure where the points cannot be mapped; Cancelled; those of NumberedScanners.

@@ -30,6 +30,16 @@ double DistanceToSegment(const Vector& p, const Vector& a, const Vector& b) {
     return Length(p - (a + along * share));
 }
 
+/// Whether the way from one place to another crosses a face.
+bool Crosses(const Face& face, const Vector& from, const Vector& to) {
+    const double start = face.HeightOf(from), end = face.HeightOf(to);
+    if ((start > 0) == (end > 0)) return false;
+    const Vector at = from + (to - from) * (start / (start - end));
+    for (std::size_t i = 0; i < 3; ++i)
+        if (Dot(face.rims[i], at) + face.rimOffsets[i] < 0) return false;
+    return true;
+}
+
 }  // namespace
 
 Face Face::Of(const std::array<Vector, 3>& corners, std::uint32_t element) {
@@ -160,6 +170,45 @@ void TriangleTree::FindNear(const Cube& cube, double reach, double overhang,
             if (MayBeNear(faces_[order_[i]], cube, reach, overhang)) found.push_back(order_[i]);
     }
     std::sort(found.begin(), found.end());
+}
+
+bool TriangleTree::IsCrossed(const Vector& from, const Vector& to, std::uint32_t& hint) const {
+    if (nodes_.empty()) return false;
+    if (hint < faces_.size() && Crosses(faces_[hint], from, to)) return true;
+    const std::array<double, 3> start = AsArray(from), way = AsArray(to - from);
+    // The part of the way that lies between a box's faces, axis by axis.
+    const auto misses = [&](const Node& node) {
+        double first = 0, last = 1;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if (way[axis] == 0) {
+                if (start[axis] < node.low[axis] || start[axis] > node.high[axis]) return true;
+                continue;
+            }
+            const double a = (node.low[axis] - start[axis]) / way[axis];
+            const double b = (node.high[axis] - start[axis]) / way[axis];
+            first = std::max(first, std::min(a, b));
+            last = std::min(last, std::max(a, b));
+        }
+        return first > last;
+    };
+    std::array<std::uint32_t, 64> waiting{};
+    std::size_t count = 1;
+    while (count > 0) {
+        const std::uint32_t at = waiting[--count];
+        const Node& node = nodes_[at];
+        if (misses(node)) continue;
+        if (node.count == 0) {
+            waiting[count++] = node.first;
+            waiting[count++] = at + 1;
+            continue;
+        }
+        for (std::uint32_t i = node.first; i < node.first + node.count; ++i) {
+            if (!Crosses(faces_[order_[i]], from, to)) continue;
+            hint = order_[i];
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace orvix::reports

@@ -57,6 +57,10 @@ public:
     /// The faces that MayBeNear of a cube, ascending.
     void FindNear(const Cube& cube, double reach, double overhang,
                   std::vector<std::uint32_t>& found) const;
+    /// Whether some face crosses the way between two places. `hint`, the number of a face, is tried
+    /// first, and becomes that of one that does: ways beside each other are mostly crossed by one face.
+    [[nodiscard]] bool IsCrossed(const detail::Vector& from, const detail::Vector& to,
+                                 std::uint32_t& hint) const;
 
 private:
     struct Node {

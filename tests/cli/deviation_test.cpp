@@ -86,6 +86,8 @@ TEST_F(Deviation, IsMeasuredFromTheFaceThatTheScannerSaw) {
     // 24 m2 of 24.64 + 0.64 were seen.
     EXPECT_NEAR(wall["area"].get<double>(), 24 + 2 * 0.32 + 2 * 0.24, 1e-3);
     EXPECT_NEAR(wall["missing"].get<double>(), 1.12 / 25.12, 1e-3);
+    // BEHAVIOUR E5: top and base, and the two ends, which neither scanner is in front of.
+    EXPECT_NEAR(wall["hidden"].get<double>(), wall["missing"].get<double>(), 1e-6);
     // Either side: the back face's points, 30 mm from the front one, are of that.
     const Json either = Run({File(L"house.obj"), "--both-sides"});
     EXPECT_NEAR(either["elements"][0]["p5"].get<double>(), -0.030, 1e-4);
@@ -98,6 +100,7 @@ TEST_F(Deviation, NamesWhatIsNotThere) {
     EXPECT_TRUE(shelf["median"].is_null());
     EXPECT_TRUE(shelf["id"].is_null());
     EXPECT_EQ(shelf["missing"], 1.0);
+    EXPECT_EQ(shelf["hidden"], 0.0);  // nothing stands before it
     const auto text = Orvix({"deviation", File(L"wall.prj"), File(L"house.obj")});
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_NE(text.output.find("no points"), std::string::npos);

@@ -94,6 +94,31 @@ TEST(TriangleTree, FindsEveryFaceThatIsNearSomePlaceOfACube) {
     EXPECT_LT(listed, 2000u * faces.size() / 20);  // it leaves out most
 }
 
+TEST(TriangleTree, SeesEveryFaceOnAWay) {
+    std::mt19937 draw(13);
+    const std::vector<Face> faces = SomeFaces(draw, 200);
+    const TriangleTree tree(faces);
+    std::uniform_real_distribution<double> place(-6, 6);
+    int crossed = 0;
+    std::uint32_t hint = 7;
+    for (int i = 0; i < 2000; ++i) {
+        const Vector from{place(draw), place(draw), place(draw)};
+        Vector to{place(draw), place(draw), place(draw)};
+        if (i % 3 == 0) to.z = from.z;  // along an axis' plane
+        bool plain = false;
+        for (const Face& face : faces) {
+            if (Length(face.normal) == 0) continue;
+            const double a = face.HeightOf(from), b = face.HeightOf(to);
+            if ((a > 0) == (b > 0)) continue;
+            plain = plain || face.OverhangOf(from + (to - from) * (a / (a - b)), 1) == 0;
+        }
+        EXPECT_EQ(tree.IsCrossed(from, to, hint), plain) << i;
+        crossed += plain;
+    }
+    EXPECT_GT(crossed, 200);
+    EXPECT_LT(crossed, 1800);
+}
+
 TEST(FaceCells, ShareTheSurfaceOutToTheLastSquareMillimetre) {
     std::mt19937 draw(3);
     const std::vector<Face> faces = SomeFaces(draw, 60);
