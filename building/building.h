@@ -161,6 +161,12 @@ struct RoofEdge {
     std::array<SimplePointT<double>, 2> ends;
 };
 
+/// Where a scanner stood, project frame, and the number by which points name it.
+struct ScanStation {
+    std::uint16_t number = 0;
+    SimplePointT<double> position;
+};
+
 struct Building {
     std::vector<Storey> storeys;
     std::vector<Slab> slabs;

@@ -15,8 +15,8 @@
 #include "building/rooms/room_solid.h"
 #include "building/slabs/find_slabs.h"
 #include "building/storeys/find_storeys.h"
+#include "building/wall_elements.h"
 #include "building/wall_frame.h"
-#include "building/walls/wall_elements.h"
 #include "detection/plane_set.h"
 
 namespace orvix::building {
@@ -200,7 +200,8 @@ Expected<Building> FindBuilding(CProjectCore& core, const detection::PlaneSet& p
                                 const BuildingOptions& options) {
     const parallel::Pool pool(options.threads, options.proceed,
                               "the search for a building was cancelled");
-    const auto scan = GatherEvidence(core, planes, options, pool);
+    const auto scan = GatherEvidence(
+        core, planes, {options.stations, options.memoryLimitBytes, options.orthogonal}, pool);
     if (!scan) return ErrorOf(scan);
     const PlaneEvidence evidence(*scan, planes.Numbers());
     return BuildingFinder(*scan, evidence, pool).Find();

@@ -18,12 +18,6 @@ class PlaneSet;
 
 namespace orvix::building {
 
-/// Where a scanner stood, project frame, and the number by which points name it.
-struct ScanStation {
-    std::uint16_t number = 0;
-    SimplePointT<double> position;
-};
-
 struct BuildingOptions {
     std::vector<ScanStation> stations;  ///< ascending by number
     /// Turns walls that lie within their tolerance of it parallel or square to the greater part.

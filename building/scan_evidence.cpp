@@ -200,7 +200,7 @@ private:
 }  // namespace
 
 Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::PlaneSet& planes,
-                                      const BuildingOptions& options, const parallel::Pool& pool) {
+                                      const EvidenceOptions& options, const parallel::Pool& pool) {
     ScanEvidence evidence;
     evidence.stations = options.stations;
     evidence.spacing = planes.Settings().spacing;

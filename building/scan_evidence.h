@@ -5,11 +5,19 @@
 #include <span>
 #include <vector>
 
-#include "building/find_building.h"
+#include "building/building.h"
+#include "building/faces/face_raster.h"
+#include "building/faces/square_lines.h"
 #include "building/sight/sight_image.h"
-#include "building/walls/face_raster.h"
-#include "building/walls/square_lines.h"
+#include "orvix/platform/error.h"
 #include "parallel/pool.h"
+
+namespace orvix {
+class CProjectCore;
+}
+namespace orvix::detection {
+class PlaneSet;
+}
 
 namespace orvix::building {
 
@@ -34,12 +42,18 @@ struct ScanEvidence {
     }
 };
 
+struct EvidenceOptions {
+    std::vector<ScanStation> stations;
+    std::uint64_t memoryLimitBytes = 0;
+    bool orthogonal = false;  ///< SquareLines
+};
+
 /// Reads the points once.
 ///
 /// Errors  Failure where they cannot be mapped; Cancelled.
 /// Cost    some 60 ns per point, on all threads. Memory: a third of `memoryLimitBytes` at most for
 ///         the pictures of what stations saw, whose pixels are as small as that allows.
 Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::PlaneSet& planes,
-                                      const BuildingOptions& options, const parallel::Pool& pool);
+                                      const EvidenceOptions& options, const parallel::Pool& pool);
 
 }  // namespace orvix::building

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "building/walls/face_line.h"
+#include "building/faces/face_line.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "building/walls/face_raster.h"
+#include "building/faces/face_raster.h"
 
 namespace orvix::building {
 namespace {

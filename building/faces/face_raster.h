@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "building/walls/face_line.h"
+#include "building/faces/face_line.h"
 
 namespace orvix::building {
 

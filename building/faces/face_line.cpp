@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "building/walls/face_line.h"
+#include "building/faces/face_line.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "building/walls/square_lines.h"
+#include "building/faces/square_lines.h"
 
 #include <algorithm>
 #include <cmath>

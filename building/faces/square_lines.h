@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "building/walls/face_line.h"
+#include "building/faces/face_line.h"
 
 namespace orvix::building {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "building/walls/wall_elements.h"
+#include "building/wall_elements.h"
 
 #include <algorithm>
 #include <cmath>
