@@ -128,10 +128,12 @@ Canvas BuildingDrawing::Draw() {
         DrawShapes(panel, open, fromSouthWest);
     }
     const Triangles whole = WholeBuilding(building);
-    Name(Panel(last, 0), "The whole, from the south-west");
-    DrawShapes(Panel(last, 0), whole, fromSouthWest);
-    Name(Panel(last, 1), "The whole, from the north-east");
-    DrawShapes(Panel(last, 1), whole, PictureView::Facing(kNorthEast));
+    if (!whole.empty()) {
+        Name(Panel(last, 0), "The whole, from the south-west");
+        DrawShapes(Panel(last, 0), whole, fromSouthWest);
+        Name(Panel(last, 1), "The whole, from the north-east");
+        DrawShapes(Panel(last, 1), whole, PictureView::Facing(kNorthEast));
+    }
     DrawLegend(Panel(last, 0).top + panelHeight_ + kBetween);
     return std::move(canvas_);
 }
@@ -170,11 +172,13 @@ void BuildingDrawing::DrawScan(const PixelRect& panel, std::size_t storey, const
     const Building& building = picture_.building;
     const double top = storey < storeys_ ? CutOf(storey) : 1e300;
     const double low = storey > 0 ? building.storeys[storey].elevation - kUnderFloor : -1e300;
-    ViewBounds bounds = BoundsIn(view, shown);
-    if (shown.empty())
-        for (const auto& p : picture_.points)
-            bounds.Add(view.X(detail::Widened(p)), view.Y(detail::Widened(p)));
-    view.Fit(bounds, panel);
+    if (shown.empty()) {
+        std::vector<Vector> places;
+        for (const auto& p : picture_.points) places.push_back(detail::Widened(p));
+        view.Fit(CoreBoundsOf(view, places).Widened(0.04, 0.5), panel);
+    } else {
+        view.Fit(BoundsIn(view, shown), panel);
+    }
     Name(panel, storey < storeys_ ? "The scan, cut open, from the south-west"
                                   : "The scan, from the south-west");
     canvas_.FillRect(panel, kPanel);
