@@ -42,6 +42,8 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Orvix: point clouds on disk, header
 set(own_library "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${own_library}")
 set(CPACK_DEBIAN_DIALOG_PACKAGE_DEPENDS "${own_library}")
+# The library's package does not say which versions fit its dependents, so that it is named here.
+set(CPACK_DEBIAN_IFC_PACKAGE_DEPENDS libifcplusplus)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SUGGESTS orvix-ifc)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${own_library}, libcgal-dev, libeigen3-dev, libexpected-dev")
