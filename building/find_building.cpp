@@ -26,25 +26,60 @@ constexpr double kFarUp = 15;  // above the highest floor
 constexpr double kFarDown = 1e9;
 constexpr double kRoofAbove = 1;  // metres above the highest floor
 
+/// How much is done: the points are read first, then comes storey after storey.
+class FindingProgress {
+public:
+    FindingProgress(const BuildingOptions& options, std::size_t chunks)
+        : options_(options), chunks_(chunks) {}
+    bool Report(std::uint64_t jobsDone) {
+        const double read =
+            chunks_ == 0
+                ? 1
+                : std::min(1.0, static_cast<double>(jobsDone) / static_cast<double>(chunks_));
+        done_ = std::max(done_, kReading * read);
+        if (options_.progress) options_.progress(done_);
+        return !options_.proceed || options_.proceed();
+    }
+    /// `share` of the work that follows the reading is done.
+    void Found(double share) {
+        done_ = std::max(done_, kReading + (1 - kReading) * share);
+        if (options_.progress) options_.progress(done_);
+    }
+
+private:
+    static constexpr double kReading = 0.5;
+    const BuildingOptions& options_;
+    std::size_t chunks_;
+    double done_ = 0;
+};
+
 /// Finds a building, storey by storey.
 class BuildingFinder {
 public:
     BuildingFinder(const ScanEvidence& scan, const PlaneEvidence& planes,
-                   const parallel::Pool& pool)
-        : scan_(scan), planes_(planes), pool_(pool), levels_(LevelPlanesOf(scan.planes)) {
+                   const parallel::Pool& pool, FindingProgress& progress)
+        : scan_(scan),
+          planes_(planes),
+          pool_(pool),
+          progress_(progress),
+          levels_(LevelPlanesOf(scan.planes)) {
         found_.stationsKnown = !scan.stations.empty();
     }
 
     Expected<Building> Find() {
         found_.storeys = FindStoreys(levels_, scan_.planes, found_.remarks);
-        for (std::size_t s = 0; s < found_.storeys.size(); ++s)
+        for (std::size_t s = 0; s < found_.storeys.size(); ++s) {
             if (auto done = FindStorey(s); !done) return ErrorOf(done);
+            progress_.Found(static_cast<double>(s + 1) /
+                            static_cast<double>(found_.storeys.size() + 1));
+        }
         found_.slabs = FindSlabs(found_.storeys, plans_, levels_, planes_);
         const double highest = found_.storeys.empty() ? -kFarDown : found_.storeys.back().elevation;
         Roofs roofs = FindRoofs(levels_, highest + kRoofAbove, planes_);
         found_.slopes = std::move(roofs.slopes);
         found_.edges = std::move(roofs.edges);
         Remark();
+        progress_.Found(1);
         return std::move(found_);
     }
 
@@ -189,6 +224,7 @@ private:
     const ScanEvidence& scan_;
     const PlaneEvidence& planes_;
     const parallel::Pool& pool_;
+    FindingProgress& progress_;
     LevelPlanes levels_;
     std::vector<StoreyPlan> plans_;
     Building found_;
@@ -198,13 +234,15 @@ private:
 
 Expected<Building> FindBuilding(CProjectCore& core, const detection::PlaneSet& planes,
                                 const BuildingOptions& options) {
-    const parallel::Pool pool(options.threads, options.proceed,
-                              "the search for a building was cancelled");
+    FindingProgress progress(options, planes.Chunks());
+    const parallel::Pool pool(
+        options.threads, [&] { return progress.Report(pool.JobsDone()); },
+        "the search for a building was cancelled");
     const auto scan = GatherEvidence(
         core, planes, {options.stations, options.memoryLimitBytes, options.orthogonal}, pool);
     if (!scan) return ErrorOf(scan);
     const PlaneEvidence evidence(*scan, planes.Numbers());
-    return BuildingFinder(*scan, evidence, pool).Find();
+    return BuildingFinder(*scan, evidence, pool, progress).Find();
 }
 
 }  // namespace orvix::building
