@@ -19,7 +19,7 @@ using testing::HasSubstr;
 constexpr double kClose = 0.005;
 
 const std::vector<HouseStation>& Scans() {
-    static const std::vector<HouseStation> scans = ScanHouse(Flat(), FlatStations());
+    static const std::vector<HouseStation> scans = ScanHouse(Flat(), FlatStations(), 0.4);
     return scans;
 }
 
@@ -94,7 +94,8 @@ void ExpectOpenings(const FoundHouse& found) {
     EXPECT_EQ(found.building.openings.size(), 7U) << found.Words();
     const Opening* entrance = found.OpeningAt({-0.15, 1}, 0, 1, 2.1);
     const Opening* free = found.OpeningAt({5.06, 1.2}, 0, 0.9, 2.05);
-    const Opening* leaf = found.OpeningAt({5.06, 3.6}, 0, 0.85, 2.05);
+    // The leaf, 4 cm thick, stands before one of its jambs.
+    const Opening* leaf = found.OpeningAt({5.06, 3.6}, 0, 0.85, 2.05, 0.09);
     const Opening* closed = found.OpeningAt({7.6, 2.45}, 0, 0.8, 2);
     ASSERT_TRUE(entrance != nullptr && free != nullptr && leaf != nullptr && closed != nullptr);
     for (const Opening* door : {entrance, free, leaf, closed})
@@ -103,7 +104,7 @@ void ExpectOpenings(const FoundHouse& found) {
     EXPECT_EQ(closed->state, OpeningState::Closed);
     EXPECT_EQ(free->state, OpeningState::Free);
     EXPECT_GT(free->free, 0.7);
-    EXPECT_NE(leaf->state, OpeningState::Closed);
+    EXPECT_EQ(leaf->state, OpeningState::Open);
     EXPECT_LT(closed->free, 0.05);
     for (const Opening* window :
          {found.OpeningAt({2.6, -0.15}, 0.9, 1.5, 1.3), found.OpeningAt({6.4, 5.15}, 0.9, 1, 1.2),
@@ -208,9 +209,6 @@ TEST_F(FlatFound, EvidenceSaysWhoSawWhatAndHowMuch) {
     EXPECT_THAT(west->evidence.stations, testing::Not(testing::Contains(6U)));
     EXPECT_GT(west->evidence.seen, 0.9);
     EXPECT_GT(west->evidence.points, 10'000U);
-    const Wall* north = found_->WallAlong(0, {-0.3, 5.15}, {9.3, 5.15});
-    ASSERT_TRUE(north != nullptr);
-    EXPECT_GT(north->evidence.hidden, 0.01);  // behind the wardrobe, and from outside the closet
     const Room* a = found_->RoomAt(0, {2, 2});
     ASSERT_TRUE(a != nullptr);
     EXPECT_THAT(a->evidence.stations, testing::IsSupersetOf({0U, 1U}));
@@ -289,6 +287,26 @@ TEST(FindBuilding, WithoutStationsThereAreWallsAndASentence) {
          {std::pair<PlanPoint, PlanPoint>{{-0.15, 0}, {-0.15, 5}}, {{5.06, 0}, {5.06, 5}}}) {
         const Wall* wall = found.WallAlong(0, from, to);
         ASSERT_TRUE(wall != nullptr && wall->thickness) << found.Words();
+    }
+}
+
+// Points 10 to 20 cm apart: rims are coarser and facades are lost; rooms that a station stood in are
+// not, nor the wall between them.
+TEST(FindBuilding, AThinScanShowsTheSameRooms) {
+    HouseImport how;
+    how.every = 19;
+    const HouseProject project(Scans(), how);
+    const FoundHouse found(project);
+    const Wall* wall = found.WallAlong(0, {5.06, 0}, {5.06, 5});
+    ASSERT_TRUE(wall != nullptr && wall->thickness) << found.Words();
+    EXPECT_NEAR(wall->thickness->value, 0.12, 0.002);
+    EXPECT_EQ(found.building.storeys.size(), 1U);
+    for (const auto& [in, area] :
+         {std::pair<PlanPoint, double>{{2, 2}, 25}, {{7, 1}, 3.88 * 2.4}}) {
+        const Room* room = found.RoomAt(0, in);
+        ASSERT_TRUE(room != nullptr);
+        EXPECT_NEAR(room->area.value, area, 0.005 * area);
+        EXPECT_NEAR(room->height.value, 2.6, kClose);
     }
 }
 

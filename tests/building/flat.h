@@ -39,7 +39,7 @@ inline test::HouseScene Flat() {
     flat.AddWall({{9, 3.75}, {7.8, 3.75}, 0.1, 0, 2.6, {{0.55, 0, 0.7, 2, Fill::ClosedLeaf}}});
     flat.AddLevel({0, 0}, {9, 5}, 0);
     flat.AddLevel({0, 0}, {9, 5}, 2.6);
-    flat.AddLevel({-12, -12}, {21, 17}, -0.15);
+    flat.AddLevel({-2.5, -2.5}, {11.5, 7.5}, -0.15);
     flat.AddBox({0.6, 4.4, 0}, {2.2, 5, 2});
     flat.AddBox({3, 4.65, 1.4}, {4.2, 5, 2.2});
     flat.AddBox({1.2, 2.2, 0.7}, {2.6, 3, 0.74});

@@ -15,7 +15,6 @@ namespace orvix::building {
 namespace {
 
 constexpr double kOnLine = 0.005;
-constexpr double kNearSide = 0.05;
 
 double Away(const PlanPoint& a, const PlanPoint& b) {
     return std::hypot(a.x - b.x, a.y - b.y);
@@ -98,15 +97,15 @@ const Room* FoundHouse::RoomAt(std::size_t storey, const PlanPoint& place) const
 }
 
 const Opening* FoundHouse::OpeningAt(const PlanPoint& middle, double bottom, double width,
-                                     double height) const {
+                                     double height, double slack) const {
     for (const Opening& opening : building.openings) {
         const auto place =
             project.Back(PlaceIn(building.walls[opening.wall], opening.along, 0, opening.bottom));
         const double away = Away({place.x, place.y}, middle);
-        if (away > 1 || std::abs(place.z - bottom) > kNearSide) continue;
+        if (away > 1 || std::abs(place.z - bottom) > slack) continue;
         const double side = std::abs(opening.width.value - width) / 2;
-        if (away + side <= kNearSide &&
-            std::abs(place.z + opening.height.value - bottom - height) <= kNearSide)
+        if (away + side <= slack &&
+            std::abs(place.z + opening.height.value - bottom - height) <= slack)
             return &opening;
     }
     ADD_FAILURE() << fmt::format("no opening at ({}, {}), {} by {} over {}\n", middle.x, middle.y,

@@ -26,9 +26,9 @@ struct FoundHouse {
                                         const PlanPoint& to, double slack = 0.05) const;
     /// The room of a storey in whose plan a place lies.
     [[nodiscard]] const Room* RoomAt(std::size_t storey, const PlanPoint& place) const;
-    /// The opening whose middle and sides lie within 5 cm of these.
+    /// The opening whose middle and sides lie within 5 cm, or another slack, of these.
     [[nodiscard]] const Opening* OpeningAt(const PlanPoint& middle, double bottom, double width,
-                                           double height) const;
+                                           double height, double slack = 0.05) const;
     /// A sentence for each wall, opening and room, for people to read when a test fails.
     [[nodiscard]] std::string Words() const;
 };
