@@ -206,7 +206,7 @@ private:
             found_.remarks.emplace_back(
                 "The project has no positions of scanners: rooms are what lies under ceilings "
                 "between "
-                "walls, and openings are not told.");
+                "walls, and openings are not known.");
         if (found_.storeys.empty())
             found_.remarks.emplace_back(
                 "No floor of 4 square metres was seen: there are no storeys.");
