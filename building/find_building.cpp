@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <new>
 #include <numeric>
 #include <tuple>
 #include <utility>
@@ -24,6 +25,8 @@ namespace {
 
 constexpr double kFarUp = 15;  // above the highest floor
 constexpr double kFarDown = 1e9;
+constexpr const char* kCancelled = "the search for a building was cancelled";
+constexpr double kFineCell = 0.051;
 constexpr double kRoofAbove = 1;  // metres above the highest floor
 
 /// How much is done: the points are read first, then comes storey after storey.
@@ -62,7 +65,7 @@ public:
           planes_(planes),
           pool_(pool),
           progress_(progress),
-          levels_(LevelPlanesOf(scan.planes)) {
+          levels_(LevelPlanesOf(scan.planes, scan.stations.empty())) {
         found_.stationsKnown = !scan.stations.empty();
     }
 
@@ -75,6 +78,8 @@ public:
         }
         found_.slabs = FindSlabs(found_.storeys, plans_, levels_, planes_);
         const double highest = found_.storeys.empty() ? -kFarDown : found_.storeys.back().elevation;
+        if (!found_.stationsKnown)
+            levels_.lowerSlopes.clear();  // they are the upper ones once more
         Roofs roofs = FindRoofs(levels_, highest + kRoofAbove, planes_);
         found_.slopes = std::move(roofs.slopes);
         found_.edges = std::move(roofs.edges);
@@ -97,6 +102,7 @@ private:
         const std::vector<WallPiece> pieces =
             Ordered(JoinRuns(FindWallRuns(faces, scan_, band), faces));
         const std::vector<OpenBound> bounds = OpenBoundsOf(pieces);
+        if (!pool_.Proceed()) return Fail(ErrorCode::Cancelled, kCancelled);
         auto cells = FindRoomCells(pieces, bounds, scan_, band, pool_);
         if (!cells) return ErrorOf(cells);
         std::vector<BoundLine> lines = BoundLinesOf(pieces, bounds);
@@ -104,10 +110,12 @@ private:
         AddSlabEdges(faces.lines, band.below, band.storey.elevation, pieces, lines);
         auto views = LookAt(pieces, band);
         if (!views) return ErrorOf(views);
+        if (!pool_.Proceed()) return Fail(ErrorCode::Cancelled, kCancelled);
         std::vector<std::int32_t> places(cells->count, -1);
         AddRooms(s, *cells, band, pieces, lines, places);
         for (std::size_t i = 0; i < pieces.size(); ++i)
             AddWall(s, pieces[i], (*views)[i], band, *cells, places);
+        coarsest_ = std::max(coarsest_, cells->grid.cell);
         plans_.push_back({std::move(*cells), std::move(lines)});
         return {};
     }
@@ -207,6 +215,12 @@ private:
                 "The project has no positions of scanners: rooms are what lies under ceilings "
                 "between "
                 "walls, and openings are not known.");
+        if (coarsest_ > kFineCell)
+            found_.remarks.push_back(
+                fmt::format("The building is so wide that its plans were looked at in squares of "
+                            "{:.2f} m: what is "
+                            "narrower may be missing.",
+                            coarsest_));
         if (found_.storeys.empty())
             found_.remarks.emplace_back(
                 "No floor of 4 square metres was seen: there are no storeys.");
@@ -227,6 +241,7 @@ private:
     FindingProgress& progress_;
     LevelPlanes levels_;
     std::vector<StoreyPlan> plans_;
+    double coarsest_ = 0;  // squares of the plans
     Building found_;
 };
 
@@ -234,15 +249,18 @@ private:
 
 Expected<Building> FindBuilding(CProjectCore& core, const detection::PlaneSet& planes,
                                 const BuildingOptions& options) {
-    FindingProgress progress(options, planes.Chunks());
-    const parallel::Pool pool(
-        options.threads, [&] { return progress.Report(pool.JobsDone()); },
-        "the search for a building was cancelled");
-    const auto scan = GatherEvidence(
-        core, planes, {options.stations, options.memoryLimitBytes, options.orthogonal}, pool);
-    if (!scan) return ErrorOf(scan);
-    const PlaneEvidence evidence(*scan, planes.Numbers());
-    return BuildingFinder(*scan, evidence, pool, progress).Find();
+    try {
+        FindingProgress progress(options, planes.Chunks());
+        const parallel::Pool pool(
+            options.threads, [&] { return progress.Report(pool.JobsDone()); }, kCancelled);
+        const auto scan = GatherEvidence(
+            core, planes, {options.stations, options.memoryLimitBytes, options.orthogonal}, pool);
+        if (!scan) return ErrorOf(scan);
+        const PlaneEvidence evidence(*scan, planes.Numbers());
+        return BuildingFinder(*scan, evidence, pool, progress).Find();
+    } catch (const std::bad_alloc&) {
+        return Fail(ErrorCode::NoMemory, "there is not enough memory to find the building");
+    }
 }
 
 }  // namespace orvix::building

@@ -130,8 +130,9 @@ public:
         evidence_.departures.resize(evidence_.planes.size());
         for (std::size_t i = 0; i < marks_.size(); ++i)
             if (marks_[i]) evidence_.departures[i] = marks_[i]->waves.Largest();
+        const double cell = FaceCellOf(evidence_.faces.lines, evidence_.spacing);
         for (const FaceLine& line : evidence_.faces.lines) {
-            FaceRaster raster(line, marks_[line.planes[0]]->raster.Cell());
+            FaceRaster raster(line, cell);
             for (const std::size_t plane : line.planes)
                 raster.Take(marks_[plane]->raster, marks_[plane]->line, line);
             evidence_.rasters.push_back(std::move(raster));
@@ -151,6 +152,8 @@ private:
             back.offset = -line.offset;
             back.begin = -line.end;
             back.end = -line.begin;
+            back.either = true;
+            evidence_.faces.lines[k].either = true;
             FaceRaster raster(back, evidence_.rasters[k].Cell());
             raster.Take(evidence_.rasters[k], line, back);
             evidence_.faces.lines.push_back(std::move(back));

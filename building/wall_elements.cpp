@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kBeside = 0.12;  // metres from a face to the cells of the room before it
 constexpr double kStep = 0.1;
+constexpr double kLowest = 0.01;      // metres that a wall under a slope is high
 constexpr double kLeastSure = 0.001;  // metres
 
 /// The roof or ceiling over a wall, place by place.
@@ -38,21 +39,21 @@ public:
         PlanRing top;
         const LevelPlane* last = nullptr;
         bool slopes = false;
-        double lastAlong = piece_.run.begin;
+        double seen = piece_.run.begin;  // of the last face
         for (double along = piece_.run.begin + kStep / 2; along < piece_.run.end; along += kStep) {
             const LevelPlane* face = FaceAt(along);
-            if (face == nullptr || (last != nullptr && GoesOn(*last, *face, along))) continue;
+            if (face == nullptr) continue;
             slopes = slopes || !face->IsLevel();
             if (last == nullptr)
                 top.push_back(On(*face, piece_.run.begin));
-            else
-                Change(*last, *face, lastAlong, along, top);
-            last = face;
-            lastAlong = along;
+            else if (!GoesOn(*last, *face, along))
+                Change(*last, *face, seen, along, top);
+            if (last == nullptr || !GoesOn(*last, *face, along)) last = face;
+            seen = along;
         }
         if (last == nullptr || !slopes) return {};
         top.push_back(On(*last, piece_.run.end));
-        return top;
+        return Above(top, band_.storey.elevation + kLowest);
     }
 
 private:
@@ -75,14 +76,27 @@ private:
                 PlanRing& top) const {
         constexpr double kNear = 0.5;
         const double atFrom = On(a, from).y - On(b, from).y, atTo = On(a, to).y - On(b, to).y;
-        const double share = atFrom / (atFrom - atTo);
-        const double along = from + share * (to - from);
-        if (std::isfinite(share) && along > from - kNear && along < to + kNear) {
+        const double along = from + atFrom / (atFrom - atTo) * (to - from);
+        const bool within = along - piece_.run.begin > top.back().x && along < piece_.run.end;
+        if (std::isfinite(along) && within && along > from - kNear && along < to + kNear) {
             top.push_back(On(a, along));
             return;
         }
         top.push_back(On(a, (from + to) / 2));
         top.push_back(On(b, (from + to) / 2));
+    }
+
+    // A slope's foot may lie below the floor: the wall's is then a centimetre high.
+    static PlanRing Above(const PlanRing& line, double base) {
+        PlanRing above;
+        for (std::size_t k = 0; k < line.size(); ++k) {
+            if (k > 0 && (line[k - 1].y < base) != (line[k].y < base)) {
+                const PlanPoint &a = line[k - 1], &b = line[k];
+                above.push_back({a.x + (base - a.y) / (b.y - a.y) * (b.x - a.x), base});
+            }
+            above.push_back({line[k].x, std::max(line[k].y, base)});
+        }
+        return above;
     }
 
     const WallPiece& piece_;
@@ -142,6 +156,7 @@ Wall WallOf(const WallPiece& piece, const StoreyBand& band, const WallSides& sid
     if (!slopes.empty() && (highest || !wall.external)) {
         wall.profile = {{0, wall.base}, {piece.Length(), wall.base}};
         wall.profile.insert(wall.profile.end(), slopes.rbegin(), slopes.rend());
+        wall.top = wall.base;
         for (const PlanPoint& p : slopes) wall.top = std::max(wall.top, p.y);
     } else {
         wall.top = std::min(over.Highest(), band.next);

@@ -51,8 +51,14 @@ FaceLine LineOf(const FoundPlane& plane) {
     return line;
 }
 
+constexpr double kFarthest =
+    25;  // metres from piece to piece: what is farther apart is another wall
+
 bool SharesLine(const FaceLine& line, const FaceLine& other, double reach) {
     if (line.normal.x * other.normal.x + line.normal.y * other.normal.y < 0.9986) return false;
+    const double from = line.Along(other.At(other.begin)), to = line.Along(other.At(other.end));
+    if (std::min(from, to) > line.end + kFarthest || std::max(from, to) < line.begin - kFarthest)
+        return false;
     return std::abs(line.Before(other.At(other.begin))) <= reach &&
            std::abs(line.Before(other.At(other.end))) <= reach;
 }
@@ -60,7 +66,9 @@ bool SharesLine(const FaceLine& line, const FaceLine& other, double reach) {
 }  // namespace
 
 std::optional<FaceLine> FaceLineOf(const FoundPlane& plane) {
-    if (std::abs(plane.normal.z) > kMostLean || plane.area < kLeastArea) return std::nullopt;
+    if (std::abs(plane.normal.z) > kMostLean || plane.area < kLeastArea ||
+        plane.outline.regions.empty())
+        return std::nullopt;
     return LineOf(plane);
 }
 

@@ -24,6 +24,7 @@ struct FaceLine {
     double end = 0;
     double bottom = 0;
     double top = 0;
+    bool either = false;   ///< nobody knows from which side it was seen: it is there twice
     bool squared = false;  ///< turned by SquareLines
 
     [[nodiscard]] PlanPoint Way() const { return {-normal.y, normal.x}; }

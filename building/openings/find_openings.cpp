@@ -218,12 +218,15 @@ private:
     [[nodiscard]] bool IsFrame(const Rect& rect) const {
         const double width = static_cast<double>(rect.right - rect.left) * view_.cell;
         const double height = static_cast<double>(rect.top - rect.bottom) * view_.cell;
-        constexpr std::int64_t kBand = 5;  // squares from the rim
+        constexpr double kBand = 0.125;  // metres from the rim
+        const auto band =
+            std::max(std::int64_t{2}, static_cast<std::int64_t>(kBand / view_.cell + 0.5));
         if (width < kNarrowestLeaf || width > kWidestLeaf || height < kLeastDoor ||
             height > kTallestLeaf)
             return false;
         if (view_.Height(rect.bottom) - view_.bottom > kSill) return false;
-        const Rect leaf{rect.left + kBand, rect.bottom, rect.right - kBand, rect.top - kBand};
+        const Rect leaf{rect.left + band, rect.bottom, rect.right - band, rect.top - band};
+        if (leaf.left >= leaf.right || leaf.bottom >= leaf.top) return false;
         if (Count(leaf, WallView::kSolid) * 10 < static_cast<std::size_t>(leaf.Size()) * 6)
             return false;
         const auto opens = [&](std::int64_t c0, std::int64_t c1, std::int64_t r0, std::int64_t r1) {
@@ -234,11 +237,11 @@ private:
         };
         std::int64_t sides = 0, above = 0;
         for (std::int64_t r = rect.bottom; r < rect.top; ++r) {
-            sides += opens(rect.left, rect.left + kBand, r, r + 1);
-            sides += opens(rect.right - kBand, rect.right, r, r + 1);
+            sides += opens(rect.left, rect.left + band, r, r + 1);
+            sides += opens(rect.right - band, rect.right, r, r + 1);
         }
         for (std::int64_t c = rect.left; c < rect.right; ++c)
-            above += opens(c, c + 1, rect.top - kBand, rect.top);
+            above += opens(c, c + 1, rect.top - band, rect.top);
         return sides * 10 >= (rect.top - rect.bottom) * 2 * 8 &&
                above * 10 >= (rect.right - rect.left) * 8;
     }

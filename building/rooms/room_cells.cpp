@@ -61,7 +61,8 @@ void DrawWalls(RoomCells& cells, const std::vector<WallPiece>& walls,
         if (wall.run.other)
             FillStrip(cells, from, to, half, half);
         else
-            FillStrip(cells, from, to, 2 * kHalfUnseen, 0);
+            FillStrip(cells, from, to, wall.face.either ? least : 2 * kHalfUnseen,
+                      wall.face.either ? least : 0);
     }
     for (const OpenBound& bound : bounds) {
         const double half = std::max(bound.thickness / 2, least);
@@ -75,6 +76,7 @@ public:
         : evidence_(evidence), band_(band) {}
 
     void Read(RoomCells& cells, std::int64_t row) const {
+        const std::vector<const SightImage*> near = StationsNear(cells.grid.Middle(0, row).y);
         for (std::int64_t i = 0; i < cells.grid.columns; ++i) {
             const std::size_t at = cells.grid.At(i, row);
             if (cells.kinds[at] == RoomCells::kWall) continue;
@@ -84,25 +86,34 @@ public:
             const double top = std::min(height.value_or(band_.storey.ceiling), band_.next);
             const double ceiling = band_.storey.ceiling;
             cells.openAbove[at] =
-                band_.next < ceiling + kThickestSlab && ThroughSlab(p, ceiling, band_.next);
+                band_.next < ceiling + kThickestSlab && ThroughSlab(near, p, ceiling, band_.next);
             cells.openBelow[at] =
-                band_.below > floor - kThickestSlab && ThroughSlab(p, band_.below, floor);
-            bool free =
-                cells.openAbove[at] != 0 || (evidence_.sights.empty() && height.has_value());
-            for (double z = top - 0.15; z > floor + 0.1 && !free; z -= 0.3) free = Through(p, z);
+                band_.below > floor - kThickestSlab && ThroughSlab(near, p, band_.below, floor);
+            bool free = cells.openAbove[at] != 0 ||
+                        (evidence_.sights.empty() && band_.overhead.FaceAt(p, 0) != nullptr);
+            for (double z = top - 0.15; z > floor + 0.1 && !free; z -= 0.3)
+                free = Through(near, p, z);
             if (free) cells.kinds[at] = RoomCells::kFree;
         }
     }
 
 private:
-    [[nodiscard]] bool ThroughSlab(const PlanPoint& p, double bottom, double top) const {
+    [[nodiscard]] static bool ThroughSlab(std::span<const SightImage* const> near,
+                                          const PlanPoint& p, double bottom, double top) {
         int through = 0;
         for (const double share : {0.25, 0.5, 0.75})
-            through += Through(p, bottom + share * (top - bottom));
+            through += Through(near, p, bottom + share * (top - bottom));
         return through >= 2;
     }
-    [[nodiscard]] bool Through(const PlanPoint& p, double z) const {
-        return RaysWentThrough(evidence_.sights, {p.x, p.y, z}, kRayMargin, kReach);
+    [[nodiscard]] static bool Through(std::span<const SightImage* const> near, const PlanPoint& p,
+                                      double z) {
+        return RaysWentThrough(near, {p.x, p.y, z}, kRayMargin, kReach);
+    }
+    [[nodiscard]] std::vector<const SightImage*> StationsNear(double y) const {
+        std::vector<const SightImage*> near;
+        for (const SightImage& sight : evidence_.sights)
+            if (std::abs(sight.Station().y - y) <= kReach) near.push_back(&sight);
+        return near;
     }
 
     const ScanEvidence& evidence_;
@@ -234,8 +245,9 @@ std::vector<PartRim> RimsOf(const RoomCells& cells, const Parts& parts, const St
 
 // Between a well and a wall there is no room for anything else.
 void WidenWells(RoomCells& cells) {
-    constexpr std::int64_t kNarrow = 6;  // cells
+    constexpr double kNarrowest = 0.3;  // metres
     const PlanGrid& grid = cells.grid;
+    const auto narrow = static_cast<std::int64_t>(kNarrowest / grid.cell + 0.5);
     const auto widen = [&](std::int64_t count, std::int64_t length, const auto& at) {
         for (std::int64_t line = 0; line < count; ++line)
             for (std::int64_t k = 0; k < length;) {
@@ -252,7 +264,7 @@ void WidenWells(RoomCells& cells) {
                 };
                 const bool between =
                     (is(k - 1, true) && is(end, false)) || (is(k - 1, false) && is(end, true));
-                if (between && end - k <= kNarrow)
+                if (between && end - k <= narrow)
                     for (std::int64_t x = k; x < end; ++x) {
                         cells.openAbove[at(line, x)] = RoomCells::kWell;
                         cells.kinds[at(line, x)] = RoomCells::kFree;
@@ -268,8 +280,16 @@ void WidenWells(RoomCells& cells) {
 
 }  // namespace
 
-std::size_t RoomCells::Cells(std::int32_t room) const {
-    return static_cast<std::size_t>(std::count(rooms.begin(), rooms.end(), room));
+void RoomCells::FindBoxes() {
+    boxes.assign(count, {grid.columns, grid.rows, 0, 0, 0});
+    for (std::int64_t j = 0; j < grid.rows; ++j)
+        for (std::int64_t i = 0; i < grid.columns; ++i) {
+            const std::int32_t room = rooms[grid.At(i, j)];
+            if (room < 0) continue;
+            CellBox& box = boxes[static_cast<std::size_t>(room)];
+            box = {std::min(box.left, i), std::min(box.bottom, j), std::max(box.right, i + 1),
+                   std::max(box.top, j + 1), box.cells + 1};
+        }
 }
 
 Expected<RoomCells> FindRoomCells(const std::vector<WallPiece>& walls,
@@ -314,6 +334,7 @@ Expected<RoomCells> FindRoomCells(const std::vector<WallPiece>& walls,
     }
     for (std::size_t at = 0; at < inside.size(); ++at)
         if (parts.part[at] >= 0) cells.rooms[at] = number[static_cast<std::size_t>(parts.part[at])];
+    cells.FindBoxes();
     return cells;
 }
 

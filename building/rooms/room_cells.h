@@ -10,6 +10,12 @@
 
 namespace orvix::building {
 
+/// Columns and rows that hold cells of one room; the last ones are not among them.
+struct CellBox {
+    std::int64_t left = 0, bottom = 0, right = 0, top = 0;
+    std::size_t cells = 0;  ///< of the room
+};
+
 /// The plan of a storey, cell by cell.
 struct RoomCells {
     enum Kind : std::uint8_t { kUnknown, kWall, kFree };
@@ -22,8 +28,21 @@ struct RoomCells {
     std::vector<std::uint8_t> openBelow;  ///< an Opening in the floor
     std::vector<std::int32_t> rooms;      ///< of each cell, from 0; -1: none
     std::size_t count = 0;                ///< rooms
+    std::vector<CellBox> boxes;           ///< of each room
 
-    [[nodiscard]] std::size_t Cells(std::int32_t room) const;
+    /// Sets `boxes` from `rooms` and `count`.
+    void FindBoxes();
+    [[nodiscard]] const CellBox& BoxOf(std::int32_t room) const {
+        return boxes[static_cast<std::size_t>(room)];
+    }
+    /// Calls `use(column, row)` for each cell of a room.
+    template <class Use>
+    void ForEachCell(std::int32_t room, const Use& use) const {
+        const CellBox& box = BoxOf(room);
+        for (std::int64_t j = box.bottom; j < box.top; ++j)
+            for (std::int64_t i = box.left; i < box.right; ++i)
+                if (rooms[grid.At(i, j)] == room) use(i, j);
+    }
 };
 
 /// Finds the cells of each room: open space that hangs together between walls and open bounds, under a

@@ -28,20 +28,18 @@ struct RimEdge {
 std::vector<RimEdge> RimOf(const RoomCells& cells, std::int32_t room) {
     std::vector<RimEdge> rim;
     const PlanGrid& grid = cells.grid;
-    for (std::int64_t j = 0; j < grid.rows; ++j)
-        for (std::int64_t i = 0; i < grid.columns; ++i) {
-            if (cells.rooms[grid.At(i, j)] != room) continue;
-            for (const auto& [di, dj] :
-                 {std::pair{-1, 0}, std::pair{1, 0}, std::pair{0, -1}, std::pair{0, 1}}) {
-                const std::int64_t ni = i + di, nj = j + dj;
-                const bool inside = ni >= 0 && nj >= 0 && ni < grid.columns && nj < grid.rows &&
-                                    cells.rooms[grid.At(ni, nj)] == room;
-                if (inside) continue;
-                const PlanPoint middle = grid.Middle(i, j);
-                rim.push_back({{middle.x + di * grid.cell / 2, middle.y + dj * grid.cell / 2},
-                               {static_cast<double>(di), static_cast<double>(dj)}});
-            }
+    cells.ForEachCell(room, [&](std::int64_t i, std::int64_t j) {
+        for (const auto& [di, dj] :
+             {std::pair{-1, 0}, std::pair{1, 0}, std::pair{0, -1}, std::pair{0, 1}}) {
+            const std::int64_t ni = i + di, nj = j + dj;
+            const bool inside = ni >= 0 && nj >= 0 && ni < grid.columns && nj < grid.rows &&
+                                cells.rooms[grid.At(ni, nj)] == room;
+            if (inside) continue;
+            const PlanPoint middle = grid.Middle(i, j);
+            rim.push_back({{middle.x + di * grid.cell / 2, middle.y + dj * grid.cell / 2},
+                           {static_cast<double>(di), static_cast<double>(dj)}});
         }
+    });
     return rim;
 }
 
@@ -216,7 +214,7 @@ std::vector<BoundLine> BoundLinesOf(const std::vector<WallPiece>& walls,
     for (std::size_t i = 0; i < walls.size(); ++i) {
         const WallPiece& wall = walls[i];
         lines.push_back({wall.face.normal, wall.face.offset, wall.run.begin, wall.run.end, i});
-        if (!wall.run.other) continue;
+        if (!wall.run.other && !wall.face.either) continue;
         const PlanPoint back{-wall.face.normal.x, -wall.face.normal.y};
         lines.push_back(
             {back, wall.run.thickness - wall.face.offset, -wall.run.end, -wall.run.begin, i});

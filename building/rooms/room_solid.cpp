@@ -68,17 +68,15 @@ Covers CeilingsOf(const RoomBounds& bounds) {
     Covers covers;
     const PlanGrid& grid = bounds.cells.grid;
     std::size_t known = 0;
-    for (std::int64_t j = 0; j < grid.rows; ++j)
-        for (std::int64_t i = 0; i < grid.columns; ++i) {
-            if (bounds.cells.rooms[grid.At(i, j)] != bounds.number) continue;
-            ++covers.cells;
-            const PlanPoint place = grid.Middle(i, j);
-            const LevelPlane* face = bounds.band.overhead.FaceAt(place);
-            if (face == nullptr) continue;
-            AddTo(covers.faces, face, place);
-            covers.height += face->HeightAt(place);
-            ++known;
-        }
+    covers.cells = bounds.cells.BoxOf(bounds.number).cells;
+    bounds.cells.ForEachCell(bounds.number, [&](std::int64_t i, std::int64_t j) {
+        const PlanPoint place = grid.Middle(i, j);
+        const LevelPlane* face = bounds.band.overhead.FaceAt(place);
+        if (face == nullptr) return;
+        AddTo(covers.faces, face, place);
+        covers.height += face->HeightAt(place);
+        ++known;
+    });
     if (known > 0) covers.height /= static_cast<double>(known);
     Order(covers);
     return covers;
@@ -176,11 +174,12 @@ private:
         }
     }
     [[nodiscard]] bool IsWell() const {
-        std::size_t open = 0, all = 0;
-        for (std::size_t at = 0; at < bounds_.cells.rooms.size(); ++at)
-            if (bounds_.cells.rooms[at] == bounds_.number)
-                ++all, open += bounds_.cells.openAbove[at] == RoomCells::kWell;
-        return open * 2 > all;
+        std::size_t open = 0;
+        const RoomCells& cells = bounds_.cells;
+        cells.ForEachCell(bounds_.number, [&](std::int64_t i, std::int64_t j) {
+            open += cells.openAbove[cells.grid.At(i, j)] == RoomCells::kWell;
+        });
+        return open * 2 > cells.BoxOf(bounds_.number).cells;
     }
     [[nodiscard]] static SimplePointT<double> At(const PlanPoint& p, double z) {
         return {p.x, p.y, z};

@@ -21,13 +21,13 @@ struct Looks {
 
 /// Rays through a place in open space, of the stations within `reach`. `margin` is how far beyond it a
 /// ray must go.
-inline bool RaysWentThrough(std::span<const SightImage> sights, const SimplePointT<double>& place,
-                            double margin, double reach) {
+inline bool RaysWentThrough(std::span<const SightImage* const> sights,
+                            const SimplePointT<double>& place, double margin, double reach) {
     using detail::Length, detail::operator-;
-    for (const SightImage& sight : sights) {
-        const double away = Length(place - sight.Station());
+    for (const SightImage* sight : sights) {
+        const double away = Length(place - sight->Station());
         if (away > reach) continue;
-        if (sight.Towards(place).farthest > away + margin) return true;
+        if (sight->Towards(place).farthest > away + margin) return true;
     }
     return false;
 }

@@ -34,6 +34,7 @@ RoomCells SlabCells(const RoomCells& storey, bool roof) {
     cells.rooms = std::move(parts.part);
     cells.count = parts.sizes.size();
     std::fill(cells.kinds.begin(), cells.kinds.end(), RoomCells::kFree);
+    cells.FindBoxes();
     return cells;
 }
 
@@ -47,7 +48,7 @@ std::vector<PlanRegion> RegionsOf(const StoreyPlan& plan, bool roof) {
     for (std::size_t k = 0; k < cells.count; ++k) {
         const auto number = static_cast<std::int32_t>(k);
         const double area =
-            static_cast<double>(cells.Cells(number)) * cells.grid.cell * cells.grid.cell;
+            static_cast<double>(cells.BoxOf(number).cells) * cells.grid.cell * cells.grid.cell;
         if (area < kLeastSlab) continue;
         if (auto drawn = DrawRoom(cells, number, lines))
             regions.push_back(std::move(drawn->region));

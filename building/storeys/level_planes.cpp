@@ -26,12 +26,12 @@ PlanRing PlanOf(const detection::FoundPlane& plane, const PlaneRing& ring, bool 
 
 }  // namespace
 
-LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes) {
+LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes, bool either) {
     LevelPlanes found;
     for (std::size_t i = 0; i < planes.size(); ++i) {
         const detection::FoundPlane& plane = planes[i];
         const double level = std::abs(plane.normal.z);
-        if (level < kSteepest || plane.area < kLeastArea) continue;
+        if (level < kSteepest || plane.area < kLeastArea || plane.outline.regions.empty()) continue;
         LevelPlane face{i, {}, plane.area * level, plane.normal, plane.offset};
         for (const PlaneRegion& region : plane.outline.regions) {
             face.rings.push_back(PlanOf(plane, region.outer, false));
@@ -41,6 +41,7 @@ LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes) {
         const bool up = plane.normal.z > 0;
         auto& list = level >= kLevel ? (up ? found.floors : found.ceilings)
                                      : (up ? found.upperSlopes : found.lowerSlopes);
+        if (either && level < kLevel) (up ? found.lowerSlopes : found.upperSlopes).push_back(face);
         list.push_back(std::move(face));
     }
     return found;

@@ -36,6 +36,7 @@ struct LevelPlanes {
     std::vector<LevelPlane> upperSlopes;
 };
 
-LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes);
+/// `either`: nobody knows from which side slopes were seen; each is then in both lists.
+LevelPlanes LevelPlanesOf(const std::vector<detection::FoundPlane>& planes, bool either);
 
 }  // namespace orvix::building

@@ -45,10 +45,10 @@ void OverheadMap::Add(std::int32_t number, double least, double under) {
     });
 }
 
-const LevelPlane* OverheadMap::FaceAt(const PlanPoint& place) const {
+const LevelPlane* OverheadMap::FaceAt(const PlanPoint& place, std::int64_t around) const {
     if (!grid_.Holds(place)) return nullptr;
     const std::int64_t column = grid_.Column(place.x), row = grid_.Row(place.y);
-    for (std::int64_t reach = 0; reach <= 2; ++reach) {
+    for (std::int64_t reach = 0; reach <= around; ++reach) {
         const LevelPlane* found = nullptr;
         for (std::int64_t j = std::max(row - reach, std::int64_t{0});
              j <= std::min(row + reach, grid_.rows - 1); ++j)

@@ -16,8 +16,8 @@ public:
     OverheadMap(const LevelPlanes& levels, const Storey& storey, double under);
 
     /// The plane that hangs lowest over a place; none where none was seen over it or over the two
-    /// cells of 10 cm around it.
-    [[nodiscard]] const LevelPlane* FaceAt(const PlanPoint& place) const;
+    /// cells of 10 cm around it, or over as few as `around` says.
+    [[nodiscard]] const LevelPlane* FaceAt(const PlanPoint& place, std::int64_t around = 2) const;
     /// How high that plane is over the place.
     [[nodiscard]] std::optional<double> HeightAt(const PlanPoint& place) const;
 

@@ -40,7 +40,9 @@ struct Columns {
 class ColumnReader {
 public:
     ColumnReader(const FaceLines& faces, const ScanEvidence& evidence, const StoreyBand& band)
-        : faces_(faces), evidence_(evidence), band_(band) {}
+        : faces_(faces), evidence_(evidence), band_(band) {
+        for (const SightImage& sight : evidence.sights) sights_.push_back(&sight);
+    }
 
     [[nodiscard]] Columns Read(std::size_t line) const {
         const FaceRaster& raster = evidence_.rasters[line];
@@ -97,8 +99,7 @@ private:
         for (const double above : {0.1, 0.2, 0.3}) {
             if (height + above > ceiling - 0.03) break;
             const PlanPoint behind = line.At(along, -0.05);
-            over += RaysWentThrough(evidence_.sights, {behind.x, behind.y, height + above}, 0.1,
-                                    kReach);
+            over += RaysWentThrough(sights_, {behind.x, behind.y, height + above}, 0.1, kReach);
         }
         return over == 0;
     }
@@ -106,6 +107,7 @@ private:
     const FaceLines& faces_;
     const ScanEvidence& evidence_;
     const StoreyBand& band_;
+    std::vector<const SightImage*> sights_;
 };
 
 class RunFinder {

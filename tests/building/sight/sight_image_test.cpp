@@ -114,16 +114,15 @@ TEST(SightImage, HoldsTheSameWhoeverAddsFirst) {
 }
 
 TEST(Rays, GoThroughAPlaceWhereTheyEndBehindIt) {
-    std::vector<SightImage> sights;
-    sights.emplace_back(Vector{0, 0, 0}, 100);
-    sights.emplace_back(Vector{0, 10, 0}, 100);
-    sights[0].Add({6, 0.001, 0.001});
+    SightImage first(Vector{0, 0, 0}, 100), second(Vector{0, 10, 0}, 100);
+    const std::vector<const SightImage*> sights{&first, &second};
+    first.Add({6, 0.001, 0.001});
     EXPECT_TRUE(RaysWentThrough(sights, {5, 0.001, 0.001}, 0.1, 20));
     EXPECT_FALSE(RaysWentThrough(sights, {5.95, 0.001, 0.001}, 0.1, 20)) << "at";
     EXPECT_FALSE(RaysWentThrough(sights, {7, 0.001, 0.001}, 0.1, 20)) << "before";
     EXPECT_FALSE(RaysWentThrough(sights, {5, 0.001, 0.001}, 0.1, 4)) << "out of reach";
     EXPECT_FALSE(RaysWentThrough(sights, {0, 5, 0}, 0.1, 20)) << "nothing came back";
-    sights[1].Add({5 * 3, 10 - 9.999 * 3, 0.003});
+    second.Add({5 * 3, 10 - 9.999 * 3, 0.003});
     EXPECT_TRUE(RaysWentThrough(sights, {5, 0.001, 0.001}, 0.1, 20)) << "of the other station";
 }
 
