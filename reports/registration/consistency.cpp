@@ -95,8 +95,9 @@ class Consistency {
 public:
     Consistency(const WorldProject& project, const detection::PlaneSet& planes,
                 const std::vector<StationPatch>& patches,
-                const std::vector<std::optional<Vector>>& scanners)
-        : project_(project), planes_(planes), patches_(patches) {
+                const std::vector<std::optional<Vector>>& scanners,
+                const std::function<bool()>& proceed)
+        : project_(project), planes_(planes), patches_(patches), proceed_(proceed) {
         for (const detection::FoundPlane& plane : planes.Planes())
             frames_.emplace_back(plane.normal.x, plane.normal.y, plane.normal.z, plane.offset);
         for (const StationPatch& patch : patches_)
@@ -111,7 +112,7 @@ public:
                 sights_.push_back(SightOf(patches_[i], view, i));
     }
 
-    [[nodiscard]] ConsistencyReport Report() const;
+    [[nodiscard]] Expected<ConsistencyReport> Report() const;
 
 private:
     [[nodiscard]] Vector PlaceOf(const StationPatch& patch, const PatchView& view) const {
@@ -132,9 +133,9 @@ private:
     }
     void FindCentres(const std::vector<std::optional<Vector>>& scanners);
     void AddOffsets(std::vector<StationConsistency>& stations, double& whole) const;
-    void AddPairs(ConsistencyReport& report) const;
-    [[nodiscard]] PairConsistency PairOf(std::size_t a, std::size_t b,
-                                         const std::vector<std::size_t>& shared) const;
+    Expected<void> AddPairs(ConsistencyReport& report) const;
+    [[nodiscard]] Expected<PairConsistency> PairOf(std::size_t a, std::size_t b,
+                                                   const std::vector<std::size_t>& shared) const;
     [[nodiscard]] Vector Turned(const Vector& direction) const {
         const Vector from = project_.frame.ToWorld(Vector{});
         return project_.frame.ToWorld(direction) - from;
@@ -148,6 +149,7 @@ private:
     const WorldProject& project_;
     const detection::PlaneSet& planes_;
     const std::vector<StationPatch>& patches_;
+    const std::function<bool()>& proceed_;
     std::vector<PlaneFrame> frames_;
     std::map<std::uint16_t, std::size_t> places_;
     std::vector<std::uint16_t> numbers_;
@@ -206,8 +208,8 @@ void Consistency::AddOffsets(std::vector<StationConsistency>& stations, double& 
     whole = MedianOf(std::move(all));
 }
 
-PairConsistency Consistency::PairOf(std::size_t a, std::size_t b,
-                                    const std::vector<std::size_t>& shared) const {
+Expected<PairConsistency> Consistency::PairOf(std::size_t a, std::size_t b,
+                                              const std::vector<std::size_t>& shared) const {
     PairConsistency pair;
     pair.first = numbers_[a];
     pair.second = numbers_[b];
@@ -233,16 +235,17 @@ PairConsistency Consistency::PairOf(std::size_t a, std::size_t b,
         differences.clear();
     }
     pair.offset = MedianOf(std::move(offsets));
-    const StationMotion motion = AdjustAgainst(sights);
-    const Motion& m = motion.motion;
+    const auto motion = AdjustAgainst(sights, proceed_);
+    if (!motion) return ErrorOf(motion);
+    const Motion& m = motion->motion;
     pair.shift = Turned(Vector{-m[0], -m[1], -m[2]});
     pair.rotation = Turned(Vector{-m[3], -m[4], -m[5]});
-    pair.directions = motion.directions;
-    pair.weak = WeakOf(motion.directions);
+    pair.directions = motion->directions;
+    pair.weak = WeakOf(motion->directions);
     return pair;
 }
 
-void Consistency::AddPairs(ConsistencyReport& report) const {
+Expected<void> Consistency::AddPairs(ConsistencyReport& report) const {
     std::map<std::pair<std::size_t, std::size_t>, std::vector<std::size_t>> shared;
     for (std::size_t i = 0; i < patches_.size(); ++i) {
         const auto& views = patches_[i].views;
@@ -250,29 +253,34 @@ void Consistency::AddPairs(ConsistencyReport& report) const {
             for (std::size_t b = a + 1; b < views.size(); ++b)
                 shared[{places_.at(views[a].station), places_.at(views[b].station)}].push_back(i);
     }
-    for (const auto& [pair, patches] : shared)
-        if (patches.size() >= kLeastPairPatches)
-            report.pairs.push_back(PairOf(pair.first, pair.second, patches));
+    for (const auto& [stations, patches] : shared) {
+        if (patches.size() < kLeastPairPatches) continue;
+        auto pair = PairOf(stations.first, stations.second, patches);
+        if (!pair) return ErrorOf(pair);
+        report.pairs.push_back(std::move(*pair));
+    }
+    return {};
 }
 
-ConsistencyReport Consistency::Report() const {
+Expected<ConsistencyReport> Consistency::Report() const {
     ConsistencyReport report;
     report.patches = patches_.size();
     for (std::size_t i = 0; i < patches_.size(); ++i)
         report.planes += i == 0 || patches_[i].plane != patches_[i - 1].plane;
     report.stations.resize(numbers_.size());
     AddOffsets(report.stations, report.offset);
-    const std::vector<StationMotion> motions = AdjustStations(sights_, centres_);
+    const auto motions = AdjustStations(sights_, centres_, proceed_);
+    if (!motions) return ErrorOf(motions);
     for (std::size_t i = 0; i < numbers_.size(); ++i) {
         StationConsistency& station = report.stations[i];
-        const Motion &m = motions[i].motion, &s = motions[i].sigma;
+        const Motion &m = (*motions)[i].motion, &s = (*motions)[i].sigma;
         station.number = numbers_[i];
         station.centre = project_.frame.ToWorld(centres_[i]);
         station.shift = Turned(Vector{-m[0], -m[1], -m[2]});
         station.rotation = Turned(Vector{-m[3], -m[4], -m[5]});
         station.shiftSigma = {s[0], s[1], s[2]};
         station.rotationSigma = {s[3], s[4], s[5]};
-        station.directions = motions[i].directions;
+        station.directions = (*motions)[i].directions;
         station.weak = WeakOf(station.directions);
         station.moved =
             Length(station.shift) > std::max(kLeastMove, kCertain * Length(station.shiftSigma)) ||
@@ -280,7 +288,7 @@ ConsistencyReport Consistency::Report() const {
                 std::max(kLeastTurn, kCertain * Length(station.rotationSigma));
         report.moved += station.moved;
     }
-    AddPairs(report);
+    if (auto added = AddPairs(report); !added) return ErrorOf(added);
     return report;
 }
 
@@ -305,9 +313,10 @@ Expected<ConsistencyReport> CheckConsistency(const WorldProject& project,
     if (patches.empty())
         return Fail(ErrorCode::BadInput,
                     "no two stations saw the same part of a plane: nothing says how they fit");
-    ConsistencyReport report = Consistency(project, planes, patches, *scanners).Report();
-    report.side = gathered->side;
-    for (StationConsistency& station : report.stations) {
+    auto report = Consistency(project, planes, patches, *scanners, options.proceed).Report();
+    if (!report) return report;
+    report->side = gathered->side;
+    for (StationConsistency& station : report->stations) {
         if (station.number < scanners->size() && (*scanners)[station.number])
             station.position = project.frame.ToWorld(*(*scanners)[station.number]);
         std::vector<detail::StationFault> faults;
@@ -315,7 +324,7 @@ Expected<ConsistencyReport> CheckConsistency(const WorldProject& project,
             detail::ReadStationFiles(project.Manager(), static_cast<int>(station.number), faults)
                 .name;
     }
-    report.seconds =
+    report->seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
 }

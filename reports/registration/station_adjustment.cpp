@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace orvix::reports {
 
@@ -50,8 +51,13 @@ MotionMatrix Prior() {
 
 class Adjustment {
 public:
-    Adjustment(std::span<const Sight> sights, std::size_t stations)
-        : sights_(sights), base_(sights.size()), weights_(sights.size()), motions_(stations) {
+    Adjustment(std::span<const Sight> sights, std::size_t stations,
+               const std::function<bool()>& proceed)
+        : sights_(sights),
+          proceed_(proceed),
+          base_(sights.size()),
+          weights_(sights.size()),
+          motions_(stations) {
         for (std::size_t i = 0; i < sights.size(); ++i)
             base_[i] = 1 / (sights[i].variance + kFloor * kFloor);
         weights_ = base_;
@@ -59,10 +65,10 @@ public:
         starts_.push_back(sights.size());
     }
 
-    void Run() {
+    Expected<void> Run() {
         for (int round = 0; round < kRounds; ++round) {
             const Motions before = motions_;
-            Solve();
+            if (auto solved = Solve(); !solved) return solved;
             Weigh(round < kHuberRounds);
             double most = 0;
             for (std::size_t i = 0; i < motions_.size(); ++i)
@@ -72,15 +78,16 @@ public:
             if (most < kSmallStep && round < kHuberRounds) round = kHuberRounds - 1;
             if (most < kSmallStep && round > kHuberRounds) break;
         }
+        return {};
     }
     [[nodiscard]] const Motions& Found() const { return motions_; }
     /// The same weights, but without a part of the planes.
-    [[nodiscard]] Motions FoundWithout(std::uint32_t part) const {
+    [[nodiscard]] Expected<Motions> FoundWithout(std::uint32_t part) const {
         Adjustment rest(*this);
         for (std::size_t i = 0; i < sights_.size(); ++i)
             if (sights_[i].plane % kParts == part) rest.weights_[i] = 0;
-        rest.Solve();
-        return rest.motions_;
+        if (auto solved = rest.Solve(); !solved) return ErrorOf(solved);
+        return std::move(rest.motions_);
     }
     [[nodiscard]] double Scale() const { return scale_; }
     /// What the sights say of each station, the others taken as they are.
@@ -130,7 +137,7 @@ private:
         return out;
     }
 
-    void Solve() {
+    Expected<void> Solve() {
         std::vector<MotionMatrix> near = Information();
         for (MotionMatrix& block : near) {
             for (std::size_t k = 0; k < 6; ++k) block[k][k] += prior_[k][k];
@@ -143,6 +150,8 @@ private:
         Motions z(rest.size()), way;
         double before = 0;
         for (int step = 0; step < kMostSteps && DotOf(rest, rest) > kSolved * whole; ++step) {
+            if (proceed_ && !proceed_())
+                return Fail(ErrorCode::Cancelled, "the comparison was cancelled");
             for (std::size_t i = 0; i < z.size(); ++i) z[i] = Product(near[i], rest[i]);
             const double now = DotOf(rest, z);
             if (step == 0) {
@@ -158,6 +167,7 @@ private:
             AddTo(motions_, way, length);
             AddTo(rest, pushed, -length);
         }
+        return {};
     }
 
     /// How far each sight is from its patch's height, in its own standard deviations. Where all of a
@@ -199,6 +209,7 @@ private:
     }
 
     std::span<const Sight> sights_;
+    const std::function<bool()>& proceed_;
     std::vector<double> base_, weights_;
     std::vector<std::size_t> starts_;
     Motions motions_;
@@ -305,16 +316,18 @@ std::size_t WeakOf(const std::array<double, 6>& directions) {
                       [](double deviation) { return deviation > kWeakDirection; }));
 }
 
-StationMotion AdjustAgainst(std::span<const Sight> sights) {
-    Adjustment adjustment(sights, 2);
-    adjustment.Run();
+Expected<StationMotion> AdjustAgainst(std::span<const Sight> sights,
+                                      const std::function<bool()>& proceed) {
+    Adjustment adjustment(sights, 2, proceed);
+    if (auto done = adjustment.Run(); !done) return ErrorOf(done);
     return MotionsOf(adjustment, sights, 2)[1];
 }
 
-std::vector<StationMotion> AdjustStations(std::span<const Sight> sights,
-                                          const std::vector<Vector>& centres) {
-    Adjustment adjustment(sights, centres.size());
-    adjustment.Run();
+Expected<std::vector<StationMotion>> AdjustStations(std::span<const Sight> sights,
+                                                    const std::vector<Vector>& centres,
+                                                    const std::function<bool()>& proceed) {
+    Adjustment adjustment(sights, centres.size(), proceed);
+    if (auto done = adjustment.Run(); !done) return ErrorOf(done);
     std::vector<StationMotion> stations = MotionsOf(adjustment, sights, centres.size());
     const std::vector<std::size_t> groups = GroupsOf(sights, stations.size());
     std::vector<std::vector<std::size_t>> members(stations.size());
@@ -328,7 +341,9 @@ std::vector<StationMotion> AdjustStations(std::span<const Sight> sights,
     const Motions found = levelled(adjustment.Found());
     Motions squares(stations.size());
     for (std::uint32_t part = 0; part < kParts; ++part) {
-        const Motions other = levelled(adjustment.FoundWithout(part));
+        auto rest = adjustment.FoundWithout(part);
+        if (!rest) return ErrorOf(rest);
+        const Motions other = levelled(std::move(*rest));
         for (std::size_t i = 0; i < stations.size(); ++i)
             for (std::size_t k = 0; k < 6; ++k)
                 squares[i][k] += (other[i][k] - found[i][k]) * (other[i][k] - found[i][k]);

@@ -3,9 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
+#include "orvix/platform/error.h"
 #include "reports/registration/motion.h"
 
 namespace orvix::reports {
@@ -48,14 +50,19 @@ inline constexpr double kWeakDirection = 0.002;  // metres
 ///            those whose medians are 0, among the stations that patches connect. So of many stations
 ///            a few that were moved stand out, of two each has half.
 /// Order      one thread, sums in the order of the sights.
+/// Errors     Cancelled where `proceed`, asked at each of the steps, answers false.
+/// Cost       a step is a pass over the sights; there may be some thousands of them.
 /// Source     P. J. Huber: Robust Statistics (1981), chapter 7; preconditioned conjugate gradients:
 ///            G. H. Golub, C. F. Van Loan: Matrix Computations, section 11.5. Jackknife: B. Efron,
 ///            C. Stein: The jackknife estimate of variance. Annals of Statistics 9 (1981), 586-596.
-std::vector<StationMotion> AdjustStations(std::span<const Sight> sights,
-                                          const std::vector<detail::Vector>& centres);
+Expected<std::vector<StationMotion>> AdjustStations(std::span<const Sight> sights,
+                                                    const std::vector<detail::Vector>& centres,
+                                                    const std::function<bool()>& proceed = {});
 
 /// The motion of one station, station 1 of the sights, against station 0, which stays where it is.
-StationMotion AdjustAgainst(std::span<const Sight> sights);
+/// Errors: Cancelled.
+Expected<StationMotion> AdjustAgainst(std::span<const Sight> sights,
+                                      const std::function<bool()>& proceed = {});
 
 /// How many directions what was seen does not decide.
 std::size_t WeakOf(const std::array<double, 6>& directions);

@@ -79,12 +79,14 @@ public:
         EXPECT_TRUE(importer::Import(files, path, {}));
         project = std::move(*reports::WorldProject::Open(path));
     }
-    Expected<ConsistencyReport> Check(unsigned threads = 0) {
+    Expected<ConsistencyReport> Check(unsigned threads = 0,
+                                      const std::function<bool()>& proceed = {}) {
         detection::PlaneSearchOptions options;
         auto finding = reports::FindPlanes(project, options);
         if (!finding) return ErrorOf(finding);
         reports::ConsistencyOptions how;
         how.threads = threads;
+        how.proceed = proceed;
         return reports::CheckConsistency(project, *finding->set, how);
     }
     reports::WorldProject project;
@@ -169,6 +171,16 @@ TEST(Consistency, RecoversHowStationsWereMovedAndTurned) {
         EXPECT_EQ(again->stations[i].shift.x, report->stations[i].shift.x);
         EXPECT_EQ(again->stations[i].rotationSigma.z, report->stations[i].rotationSigma.z);
     }
+}
+
+TEST(Consistency, IsCancelledWhileItAdjusts) {
+    // Reading the points asks a few times; the hundreds after that are of the adjustments.
+    const std::vector<Registered> all = Stations();
+    Scanned scan({all[0], all[1], all[2]});
+    int left = 150;
+    const auto report = scan.Check(1, [&] { return --left > 0; });
+    ASSERT_FALSE(report);
+    EXPECT_EQ(report.error().code, ErrorCode::Cancelled);
 }
 
 TEST(Consistency, NeedsTwoStationsThatSawOnePlane) {

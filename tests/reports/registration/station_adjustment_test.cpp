@@ -87,7 +87,7 @@ TEST(AdjustStations, FindsFewMotionsAmongManyStationsAndOverlooksWhatWasMoved) {
     motions[2] = {0.003, 0, 0, 0, 0, 0};
     motions[4] = {0, -0.006, 0.008, 0, 0, 0.0008};
     const Hall hall(motions);
-    const auto found = AdjustStations(hall.sights, hall.centres);
+    const auto found = AdjustStations(hall.sights, hall.centres).value();
     for (std::size_t i = 0; i < motions.size(); ++i) {
         EXPECT_TRUE(found[i].seen);
         EXPECT_EQ(reports::WeakOf(found[i].directions), 0u);
@@ -103,14 +103,14 @@ TEST(AdjustStations, GivesEachOfTwoStationsHalf) {
     std::vector<Motion> motions(2);
     motions[1] = {0.004, 0, -0.002, 0, 0, 0};
     const Hall hall(motions);
-    const auto found = AdjustStations(hall.sights, hall.centres);
+    const auto found = AdjustStations(hall.sights, hall.centres).value();
     EXPECT_NEAR(found[0].motion[0], -0.002, 2e-4);
     EXPECT_NEAR(found[1].motion[0], 0.002, 2e-4);
     EXPECT_NEAR(found[1].motion[2], -0.001, 2e-4);
     std::vector<Sight> fixed = hall.sights;
     for (Sight& sight : fixed)
         if (sight.station == 0) sight.by = {};
-    EXPECT_NEAR(reports::AdjustAgainst(fixed).motion[0], 0.004, 3e-4);
+    EXPECT_NEAR(reports::AdjustAgainst(fixed).value().motion[0], 0.004, 3e-4);
 }
 
 TEST(AdjustStations, SaysWhatAFewPlanesDoNotDecide) {
@@ -121,7 +121,7 @@ TEST(AdjustStations, SaysWhatAFewPlanesDoNotDecide) {
     std::vector<Sight> floor;
     for (const Sight& sight : hall.sights)
         if (sight.plane == 4) floor.push_back(sight);
-    const auto found = AdjustStations(floor, hall.centres);
+    const auto found = AdjustStations(floor, hall.centres).value();
     EXPECT_EQ(reports::WeakOf(found[1].directions), 3u);
     EXPECT_NEAR(found[1].motion[2], 0.005, 3e-4);
     EXPECT_GT(found[1].sigma[0], 0.01);
@@ -137,10 +137,25 @@ TEST(AdjustStations, KeepsStationsApartThatNoPatchConnects) {
     for (const Sight& sight : hall.sights)
         if ((sight.station < 3) == (sight.patch % 2 == 0)) apart.push_back(sight);
     hall.centres.push_back({0, 0, 0});  // a station that saw nothing
-    const auto found = AdjustStations(apart, hall.centres);
+    const auto found = AdjustStations(apart, hall.centres).value();
     EXPECT_NEAR(found[5].motion[1], 0.01, 3e-4);
     for (std::size_t i = 0; i < 5; ++i) EXPECT_NEAR(found[i].motion[1], 0, 3e-4);
     EXPECT_FALSE(found[6].seen);
+}
+
+TEST(AdjustStations, IsCancelledAtAnyStepOfItsWork) {
+    const Hall hall(std::vector<Motion>(4));
+    int asked = 0;
+    ASSERT_TRUE(AdjustStations(hall.sights, hall.centres, [&] { return ++asked > 0; }));
+    // The first step, the last of the jackknife, and one between.
+    for (const int last : {1, asked / 2, asked}) {
+        int left = last;
+        const auto found = AdjustStations(hall.sights, hall.centres, [&] { return --left > 0; });
+        ASSERT_FALSE(found) << last;
+        EXPECT_EQ(found.error().code, ErrorCode::Cancelled);
+        EXPECT_EQ(left, 0) << "nothing is asked once it was cancelled";
+    }
+    EXPECT_FALSE(reports::AdjustAgainst(hall.sights, [] { return false; }));
 }
 
 TEST(MedianOf, IsTheMiddleOne) {
