@@ -114,8 +114,8 @@ public:
         : project_(project),
           options_(options),
           scanners_(std::move(scanners)),
-          faces_(FacesOf(project, elements)),
           sheets_(elements.size()),
+          faces_(FacesOf(project, elements, sheets_)),
           tree_(faces_),
           cells_(faces_, options.cell, options.memoryLimitBytes / 2 / kBytesPerSquare),
           counts_(elements.size(), options.reach, options.tolerance, options.memoryLimitBytes / 4) {
@@ -145,16 +145,18 @@ public:
 
 private:
     static std::vector<Face> FacesOf(const WorldProject& project,
-                                     const std::vector<DrawnElement>& elements) {
+                                     const std::vector<DrawnElement>& elements,
+                                     std::vector<bool>& sheets) {
         std::vector<Face> faces;
         for (std::size_t i = 0; i < elements.size(); ++i) {
             const SurfaceSides sides = SidesOf(elements[i].triangles);
+            sheets[i] = sides == SurfaceSides::Both;
             for (const auto& [a, b, c] : elements[i].triangles) {
                 std::array<Vector, 3> corners{project.frame.ToLocal(a), project.frame.ToLocal(b),
                                               project.frame.ToLocal(c)};
                 if (sides == SurfaceSides::Back) std::swap(corners[1], corners[2]);
                 faces.push_back(Face::Of(corners, static_cast<std::uint32_t>(i)));
-                faces.back().bothSides = sides == SurfaceSides::Both;
+                faces.back().bothSides = sheets[i];
             }
         }
         return faces;
@@ -220,8 +222,9 @@ private:
     const WorldProject& project_;
     const DeviationOptions& options_;
     std::vector<std::optional<Vector>> scanners_;
+    std::vector<bool>
+        sheets_;  // elements that enclose no solid; set with the faces, so before them
     std::vector<Face> faces_;
-    std::vector<bool> sheets_;  // elements that enclose no solid
     TriangleTree tree_;
     FaceCells cells_;
     DeviationCounts counts_;

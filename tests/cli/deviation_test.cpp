@@ -106,6 +106,20 @@ TEST_F(Deviation, NamesWhatIsNotThere) {
     EXPECT_NE(text.output.find("no points"), std::string::npos);
 }
 
+// BEHAVIOUR E5
+TEST_F(Deviation, OfASheetIsSeenFromEitherSide) {
+    // A board that looks down while both scanners stand above it: it encloses no solid, so that
+    // whoever drew it may have meant either side.
+    std::string text = "o board\n";
+    for (const auto& [x, y] : {std::pair{0.0, 5.0}, {0.0, 6.0}, {1.0, 6.0}, {1.0, 5.0}})
+        text += fmt::format("v {} {} {}\n", kX + x, kY + y, kZ + 1);
+    text += "f 1 2 3 4\n";
+    WriteText(*folder_ / L"board.obj", text);
+    const Json board = Run({File(L"board.obj")})["elements"][0];
+    EXPECT_EQ(board["missing"], 1.0);
+    EXPECT_EQ(board["hidden"], 0.0);
+}
+
 TEST_F(Deviation, IsTheSameAtAnyNumberOfThreads) {
     const Json one = Run({File(L"house.obj"), "--threads", "1"});
     EXPECT_EQ(one, Run({File(L"house.obj"), "--threads", "3"}));
