@@ -361,4 +361,11 @@ bool DecodeBuilding(std::span<const std::uint8_t> bytes, Building& building, std
     return fault.empty();
 }
 
+std::string FaultOfRecords(std::span<const std::uint8_t> bytes) {
+    Building building;
+    std::string fault;
+    static_cast<void>(DecodeBuilding(bytes, building, fault));
+    return fault;
+}
+
 }  // namespace orvix::building

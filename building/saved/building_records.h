@@ -22,4 +22,7 @@ void EncodeBuilding(const Building& building, std::vector<std::uint8_t>& bytes);
 [[nodiscard]] bool DecodeBuilding(std::span<const std::uint8_t> bytes, Building& building,
                                   std::string& fault);
 
+/// What DecodeBuilding has to say against such bytes; empty where it takes them.
+[[nodiscard]] std::string FaultOfRecords(std::span<const std::uint8_t> bytes);
+
 }  // namespace orvix::building

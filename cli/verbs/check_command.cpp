@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "building/saved/building_records.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/check/project_check.h"
@@ -87,6 +88,7 @@ Expected<Outcome> RunCheck(const Arguments& arguments, CommandContext& context) 
     if (!path) return ErrorOf(path);
     ProgressReporter progress(ProgressModeOf(context.progressWord));
     detail::CheckOptions options;
+    options.modelFault = building::FaultOfRecords;
     parallel::Pool pool(0, MayGoOn, "the check was cancelled");
     if (arguments.deep) {
         options.sums = detail::SumDepth::All;

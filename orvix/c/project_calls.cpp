@@ -8,6 +8,7 @@
 #include <new>
 #include <system_error>
 
+#include "building/saved/building_records.h"
 #include "orvix/c/project_handle.h"
 #include "orvix/platform/text.h"
 #include "orvix/project/check/project_check.h"
@@ -242,6 +243,7 @@ orvix_status orvix_project_check(const char* path, const orvix_check_options* op
         const auto taken = Taken(options, "options");
         if (!taken) return ErrorOf(taken);
         CheckOptions how;
+        how.modelFault = building::FaultOfRecords;
         if (taken->max_faults != 0) how.maxFaults = static_cast<std::size_t>(taken->max_faults);
         if (taken->proceed != nullptr) {
             how.progress = [&](double done) { return taken->proceed(taken->user, done) != 0; };

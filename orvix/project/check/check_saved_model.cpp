@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/project/check/check_saved_model.h"
 
+#include <string>
 #include <vector>
 
 #include "orvix/platform/path.h"
@@ -11,12 +12,14 @@
 
 namespace orvix::detail {
 
-void CheckSavedModel(CheckLog& log, const ProjectManager& paths) {
+void CheckSavedModel(CheckLog& log, const ProjectManager& paths, const ModelFault& modelFault) {
     const CString path = SavedModelPath(paths);
     if (!platform::PathExists(path) || !platform::PathExists(paths.gridPts)) return;
     const auto model = ModelFile::Open(path);
     if (!model && model.error().code == ErrorCode::Failure) return log.Refuse(model.error());
     if (!model) return log.Add(path, "{}", model.error().message);
+    if (const std::string fault = modelFault ? modelFault(model->Content()) : ""; !fault.empty())
+        log.Add(path, "{}", fault);
     const RecordFile<CCloudPoint<float>> records(paths.gridPts, log);
     if (!records.IsOpen()) return;
     if (records.Count() != model->Points())

@@ -6,8 +6,8 @@
 
 namespace orvix::detail {
 
-/// Checks the model that a project stores, where it stores one: the file's checksum and sizes, and
-/// the coordinates of the blocks that it names. What the model says is for its reader to hold.
-void CheckSavedModel(CheckLog& log, const ProjectManager& paths);
+/// Checks the model that a project stores, where it stores one: the file's checksum and sizes, what
+/// `modelFault` says of the model's own bytes, and the coordinates of the blocks that it names.
+void CheckSavedModel(CheckLog& log, const ProjectManager& paths, const ModelFault& modelFault);
 
 }  // namespace orvix::detail

@@ -103,7 +103,7 @@ void CheckStations(CheckLog& log, const ProjectManager& paths, std::uint32_t sta
     for (const StationFault& fault : faults) log.Add(fault.file, "{}", fault.what);
 }
 
-void CheckFiles(CheckLog& log, ProjectManager& paths) {
+void CheckFiles(CheckLog& log, ProjectManager& paths, const CheckOptions& options) {
     if (IsHalfReplaced(paths.projectFile)) {
         log.Add(
             paths.projectFile,
@@ -124,7 +124,7 @@ void CheckFiles(CheckLog& log, ProjectManager& paths) {
     if (!log.Cancelled()) CheckSkeleton(log, paths, grid, head);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
     if (!log.Cancelled()) CheckSavedPlanes(log, paths);
-    if (!log.Cancelled()) CheckSavedModel(log, paths);
+    if (!log.Cancelled()) CheckSavedModel(log, paths, options.modelFault);
 }
 
 }  // namespace
@@ -135,7 +135,7 @@ Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOption
         return ErrorOf(found);
     }
     CheckLog log(options);
-    CheckFiles(log, paths);
+    CheckFiles(log, paths, options);
     SumReport sums;
     if (!log.Cancelled()) sums = CheckSums(log, paths, options);
     if (log.Refusal()) return tl::unexpected(*log.Refusal());

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -43,12 +44,18 @@ struct CheckReport {
 /// Which sums a check compares: those of the small files, or all.
 enum class SumDepth { Records, All };
 
+/// What is wrong with the bytes of a saved model; empty where nothing is. The room that writes them
+/// reads them too, and stands above this one.
+using ModelFault = std::function<std::string(std::span<const std::uint8_t> content)>;
+
 struct CheckOptions {
     std::size_t maxFaults = 1000;  ///< listed at most
     /// Called with the part done, 0 to 1, about every 20 ms; false cancels the check.
     std::function<bool(double fraction)> progress;
     SumDepth sums = SumDepth::Records;
     BlockRunner runBlocks;  ///< sums blocks; empty: one by one
+    ModelFault
+        modelFault;  ///< building::FaultOfRecords; empty: what a saved model says is not read
 };
 
 /// Checks a project against itself: opens every file, and compares counts, sizes, records and
@@ -72,7 +79,8 @@ struct CheckOptions {
 /// - the histograms' bins ascend and their counts sum up to the points;
 /// - saved planes, where there are any, are whole, are of these points, and their numbers of points
 ///   are those of the planes of all points;
-/// - a saved model, where there is one, has its checksum and is of these points;
+/// - a saved model, where there is one, has its checksum, is of these points, and says what a reader
+///   takes where `modelFault` is there to judge it;
 /// - the small files (settings, head, transform, histograms, stations) have the sizes and sums that
 ///   the manifest, where there is one, holds of them; with SumDepth::All every file.
 ///
@@ -83,7 +91,8 @@ struct CheckOptions {
 ///            Damage of any sort is a fault in the report, never an error or a crash.
 /// Threads    any number of checks at once, each on one thread.
 /// Cost       points are read twice, in file order, and once more where planes are saved, and with
-///            SumDepth::All every file once more; memory is some 20 MiB at any size of the project.
+///            SumDepth::All every file once more; memory is some 20 MiB at any size of the project,
+///            and some times what a saved model takes.
 Expected<CheckReport> CheckProject(const CString& projectFile, const CheckOptions& options = {});
 
 }  // namespace orvix::detail

@@ -189,7 +189,9 @@ protected:
         Open();
     }
     [[nodiscard]] std::string FirstFault() const {
-        const auto report = detail::CheckProject(File());
+        detail::CheckOptions options;
+        options.modelFault = FaultOfRecords;
+        const auto report = detail::CheckProject(File(), options);
         EXPECT_TRUE(report);
         return report && !report->faults.empty() ? report->faults.front().what : "";
     }
@@ -256,6 +258,15 @@ TEST_F(SavedBuildingTest, IsRefusedWhereItsBytesAreNotThoseThatWereWritten) {
     EXPECT_TRUE(RequireSavable(project->Manager())) << "what is damaged may be replaced";
     ASSERT_TRUE(Save());
     EXPECT_TRUE(Read());
+}
+
+// A file may be whole and yet say what cannot be: as one that a faulty program wrote.
+TEST_F(SavedBuildingTest, IsAFaultOfItsProjectWhereNoReaderTakesIt) {
+    Building odd = test::SampleBuilding();
+    odd.walls[2].storey = odd.storeys.size();
+    ASSERT_TRUE(Save(odd));
+    EXPECT_EQ(CodeOfRead(), ErrorCode::Damaged);
+    EXPECT_THAT(FirstFault(), HasSubstr("wall 3 is of a storey that there is not"));
 }
 
 TEST_F(SavedBuildingTest, HoldsItsSizesAgainstTheFile) {
