@@ -36,24 +36,24 @@ Expected<Outcome> RunDeviation(const DeviationArguments& arguments, CommandConte
     const auto watch = [&progress](const std::string& phase, double part) {
         progress.Report({phase, part, 0, 0, -1});
     };
-    const auto elements =
-        ElementsFrom({arguments.from, arguments.options.threads, watch}, *project);
-    if (!elements) return ErrorOf(elements);
+    const auto given = ElementsFrom({arguments.from, arguments.options.threads, watch}, *project);
+    if (!given) return ErrorOf(given);
+    const auto& elements = given->elements;
     reports::DeviationOptions options = arguments.options;
     options.memoryLimitBytes =
         platform::ParseBytes(arguments.memoryLimit).value_or(options.memoryLimitBytes);
     options.proceed = MayGoOn;
     options.progress = [&watch](double part) { watch("comparing", part); };
-    const auto report = reports::FindDeviations(*project, *elements, options);
+    const auto report = reports::FindDeviations(*project, elements, options);
     if (!report) return ErrorOf(report);
     progress.Finish();
     if (!arguments.picture.empty()) {
         auto written = output::WritePng(platform::FromUtf8(arguments.picture),
                                         output::DrawDeviation(output::PictureOf(
-                                            *project, *elements, *report, options.tolerance)));
+                                            *project, elements, *report, options.tolerance)));
         if (!written) return ErrorOf(written);
     }
-    return OutcomeOf(arguments, *elements, *report);
+    return OutcomeOf(arguments, *given, *report);
 }
 
 }  // namespace

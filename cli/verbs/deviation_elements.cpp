@@ -13,6 +13,7 @@
 #include "orvix/platform/child_process.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/project/project_paths.h"
 #include "output/file_ending.h"
 #include "output/mesh/planes_mesh.h"
 #include "reports/building_report.h"
@@ -26,8 +27,10 @@ namespace {
 constexpr unsigned kLook = 100;  // milliseconds between two looks at a program that runs
 constexpr std::uint64_t kLongestMessage = 400;
 
-Expected<std::vector<reports::DrawnElement>> ElementsOfPlanes(
-    const ElementsRequest& request, const reports::WorldProject& project) {
+using Elements = std::vector<reports::DrawnElement>;
+
+Expected<Elements> ElementsOfPlanes(const ElementsRequest& request,
+                                    const reports::WorldProject& project) {
     detection::PlaneSearchOptions options;
     options.threads = request.threads;
     options.proceed = MayGoOn;
@@ -56,10 +59,15 @@ Expected<std::vector<reports::DrawnElement>> ElementsOfPlanes(
     return elements;
 }
 
-Expected<std::vector<reports::DrawnElement>> ElementsOfModel(const ElementsRequest& request,
-                                                             const reports::WorldProject& project) {
+Expected<ElementsGiven> ElementsOfModel(const ElementsRequest& request,
+                                        const reports::WorldProject& project) {
+    ElementsGiven given;
+    given.model = ElementsGiven::Model::Saved;
     auto finding = reports::ReadBuilding(project.Manager(), project.Core());
     if (!finding && finding.error().code == ErrorCode::BadInput) {
+        given.model = ElementsGiven::Model::Found;
+        if (platform::PathExists(detail::SavedModelPath(project.Manager())))
+            given.notTaken = finding.error().message;
         detection::PlaneSearchOptions search;
         search.threads = request.threads;
         search.proceed = MayGoOn;
@@ -71,7 +79,6 @@ Expected<std::vector<reports::DrawnElement>> ElementsOfModel(const ElementsReque
                                         reports::PlanesWanted::SavedIfAny, search, options);
     }
     if (!finding) return ErrorOf(finding);
-    std::vector<reports::DrawnElement> elements;
     for (const building::ElementMesh& mesh : building::MeshesOf(finding->building)) {
         // Rooms and openings are air.
         if (mesh.kind == building::ElementKind::Room || mesh.kind == building::ElementKind::Opening)
@@ -83,29 +90,33 @@ Expected<std::vector<reports::DrawnElement>> ElementsOfModel(const ElementsReque
             element.triangles.push_back({project.frame.ToWorld(mesh.mesh.points[a]),
                                          project.frame.ToWorld(mesh.mesh.points[b]),
                                          project.frame.ToWorld(mesh.mesh.points[c])});
-        elements.push_back(std::move(element));
+        given.elements.push_back(std::move(element));
     }
-    if (elements.empty())
+    if (given.elements.empty())
         return Fail(ErrorCode::BadInput,
                     "the project shows no building to hold its points against");
-    return elements;
+    return given;
 }
 
 /// A file in the folder for such, made here and removed at the end.
 class ScratchFile {
 public:
-    static std::optional<ScratchFile> Make(const std::string& ending) {
+    static Expected<ScratchFile> Make(const std::string& ending) {
         const char* asked = std::getenv("TMPDIR");
-        const CString folder = platform::FromUtf8(asked != nullptr ? asked : "/tmp");
+        const std::string name = asked != nullptr && *asked != '\0' ? asked : "/tmp";
+        const CString folder = platform::FromUtf8(name);
+        std::error_code error;
         for (int i = 0; i < 10'000; ++i) {
-            std::error_code error;
             CString path = platform::JoinPath(
                 folder, platform::FromUtf8(fmt::format("orvix-{}{}", i, ending)));
             platform::File::CreateNew(path, error);
             if (!error) return ScratchFile(std::move(path));
             if (error != std::errc::file_exists) break;
         }
-        return std::nullopt;
+        return FailSystem(
+            error,
+            fmt::format("{}: no temporary file can be made in this folder; TMPDIR may name another",
+                        name));
     }
     ScratchFile(ScratchFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
     ScratchFile& operator=(ScratchFile&&) = delete;
@@ -125,7 +136,20 @@ std::string FirstLineOf(const CString& path) {
     const platform::File file = platform::File::OpenRead(path, error);
     std::string text(kLongestMessage, ' ');
     text.resize(error ? 0 : file.ReadAt(0, text.data(), text.size(), error));
-    return text.substr(0, text.find('\n'));
+    return text.substr(0, text.find_first_of("\r\n"));
+}
+
+/// Why orvix-ifc ended with `code`, which is not 0: what it says, or else that alone.
+std::string IfcFault(const std::string& file, int code, const CString& messages) {
+    constexpr const char* kInstead = "convert it to Wavefront OBJ, and give the .obj";
+    if (code > 128)
+        return fmt::format("{}: orvix-ifc came to an end over this model, by signal {}; {}", file,
+                           code - 128, kInstead);
+    std::string line = FirstLineOf(messages);
+    if (!line.empty()) return line;
+    return fmt::format(
+        "{}: orvix-ifc ended over this model with exit code {}, and said nothing; {}", file, code,
+        kInstead);
 }
 
 /// The path of orvix-ifc; empty where this installation has none.
@@ -135,7 +159,7 @@ std::string IfcReader() {
     return platform::PathExists(reader) ? platform::ToUtf8(reader) : std::string();
 }
 
-Expected<std::vector<reports::DrawnElement>> ElementsOfIfc(const std::string& file) {
+Expected<Elements> ElementsOfIfc(const std::string& file) {
     std::error_code error;
     platform::File::OpenRead(platform::FromUtf8(file), error);
     if (error) return FailSystem(error, file + " cannot be read");
@@ -147,8 +171,8 @@ Expected<std::vector<reports::DrawnElement>> ElementsOfIfc(const std::string& fi
                 ": this installation has no orvix-ifc, which reads IFC; convert the model to "
                 "Wavefront OBJ with metres and z up, and give the .obj");
     const auto drawn = ScratchFile::Make(".obj"), messages = ScratchFile::Make(".txt");
-    if (!drawn || !messages)
-        return Fail(ErrorCode::Failure, "the folder for temporary files takes none");
+    if (!drawn) return ErrorOf(drawn);
+    if (!messages) return ErrorOf(messages);
     auto child =
         platform::ChildProcess::Start({reader, file}, drawn->Path(), messages->Path(), error);
     if (error) return FailSystem(error, reader + " cannot be started");
@@ -158,18 +182,19 @@ Expected<std::vector<reports::DrawnElement>> ElementsOfIfc(const std::string& fi
         child.AskToEnd();
         return Fail(ErrorCode::Cancelled, "the comparison was cancelled");
     }
-    if (*code > 128)
-        return Fail(
-            ErrorCode::BadInput,
-            fmt::format("{}: orvix-ifc came to an end over this model, by signal {}; convert "
-                        "it to Wavefront OBJ, and give the .obj",
-                        file, *code - 128));
-    if (*code != 0) return Fail(ErrorCode::BadInput, FirstLineOf(messages->Path()));
+    if (*code != 0) return Fail(ErrorCode::BadInput, IfcFault(file, *code, messages->Path()));
     return reports::ReadObjElements(drawn->Path());
 }
 
 bool IsFile(const std::string& text, const wchar_t* ending) {
     return output::HasEnding(platform::FromUtf8(text), ending);
+}
+
+Expected<Elements> DrawnElements(const ElementsRequest& request,
+                                 const reports::WorldProject& project) {
+    if (request.from == "planes") return ElementsOfPlanes(request, project);
+    if (IsFile(request.from, L".ifc")) return ElementsOfIfc(request.from);
+    return reports::ReadObjElements(platform::FromUtf8(request.from));
 }
 
 }  // namespace
@@ -183,12 +208,12 @@ std::string CheckElementsSource(const std::string& text) {
            ".ifc";
 }
 
-Expected<std::vector<reports::DrawnElement>> ElementsFrom(const ElementsRequest& request,
-                                                          const reports::WorldProject& project) {
-    if (request.from == "planes") return ElementsOfPlanes(request, project);
+Expected<ElementsGiven> ElementsFrom(const ElementsRequest& request,
+                                     const reports::WorldProject& project) {
     if (request.from == "model") return ElementsOfModel(request, project);
-    if (IsFile(request.from, L".ifc")) return ElementsOfIfc(request.from);
-    return reports::ReadObjElements(platform::FromUtf8(request.from));
+    auto elements = DrawnElements(request, project);
+    if (!elements) return ErrorOf(elements);
+    return ElementsGiven{std::move(*elements), ElementsGiven::Model::None, {}};
 }
 
 }  // namespace orvix::cli

@@ -40,10 +40,18 @@ void AddFigures(Json& json, const DeviationFigures& figures) {
     json["rms"] = valueOrNull(figures.rms);
 }
 
-Json JsonOf(const DeviationArguments& arguments, const std::vector<DrawnElement>& elements,
+Json ModelOf(const ElementsGiven& given) {
+    if (given.model == ElementsGiven::Model::None) return {};
+    return given.model == ElementsGiven::Model::Saved ? "saved" : "found";
+}
+
+Json JsonOf(const DeviationArguments& arguments, const ElementsGiven& given,
             const DeviationReport& report) {
+    const std::vector<DrawnElement>& elements = given.elements;
     Json json = Json::object();
     json["against"] = arguments.from;
+    json["model"] = ModelOf(given);
+    json["not_taken"] = TextOrNull(given.notTaken);
     json["reach"] = arguments.options.reach;
     json["tolerance"] = arguments.options.tolerance;
     json["cell"] = report.cell;
@@ -107,12 +115,25 @@ std::string LineOf(std::size_t i, const DrawnElement& element,
            (its.hidden > 0 ? fmt::format(", {:.1f} % hidden\n", 100 * its.hidden) : "\n");
 }
 
-std::string TextOf(const DeviationArguments& arguments, const std::vector<DrawnElement>& elements,
+std::string ModelText(const ElementsGiven& given) {
+    if (given.model == ElementsGiven::Model::None) return {};
+    if (given.model == ElementsGiven::Model::Saved)
+        return "          the model that the project keeps\n";
+    if (given.notTaken.empty())
+        return "          a model that was found now: the project keeps none\n";
+    return "          a model that was found now, and not the one that the project keeps:\n"
+           "          " +
+           PrintableName(given.notTaken) + '\n';
+}
+
+std::string TextOf(const DeviationArguments& arguments, const ElementsGiven& given,
                    const DeviationReport& report) {
+    const std::vector<DrawnElement>& elements = given.elements;
     const DeviationFigures& all = report.all;
     std::string text =
         fmt::format("against   {}: {} elements, {:.2f} m2\n", PrintableName(arguments.from),
                     CountText(elements.size()), report.area);
+    text += ModelText(given);
     text += fmt::format("points    {} of {} within {:g} m of them\n", CountText(all.points),
                         CountText(report.points), arguments.options.reach);
     if (!report.stationsKnown && !arguments.options.bothSides)
@@ -140,9 +161,9 @@ std::string TextOf(const DeviationArguments& arguments, const std::vector<DrawnE
 
 }  // namespace
 
-Outcome OutcomeOf(const DeviationArguments& arguments, const std::vector<DrawnElement>& elements,
+Outcome OutcomeOf(const DeviationArguments& arguments, const ElementsGiven& given,
                   const DeviationReport& report) {
-    return {JsonOf(arguments, elements, report), TextOf(arguments, elements, report)};
+    return {JsonOf(arguments, given, report), TextOf(arguments, given, report)};
 }
 
 }  // namespace orvix::cli

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "cli/command_context.h"
+#include "cli/verbs/deviation_elements.h"
 #include "reports/deviation/deviation.h"
 
 namespace orvix::cli {
@@ -19,8 +19,7 @@ struct DeviationArguments {
 };
 
 /// What `orvix deviation` prints.
-Outcome OutcomeOf(const DeviationArguments& arguments,
-                  const std::vector<reports::DrawnElement>& elements,
+Outcome OutcomeOf(const DeviationArguments& arguments, const ElementsGiven& given,
                   const reports::DeviationReport& report);
 
 }  // namespace orvix::cli

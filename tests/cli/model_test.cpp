@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "orvix/platform/path.h"
+#include "orvix/points/stream_hash.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
+#include "orvix/project/saved/model_file.h"
 #include "tests/cli/room_project.h"
 
 namespace orvix::test {
@@ -29,6 +32,17 @@ protected:
     static std::vector<std::uint8_t> Bytes(const wchar_t* name) {
         return ReadBytes(*folder_ / name);
     }
+
+    /// Changes a byte of the saved model under a checksum that is right.
+    void Spoil(std::size_t at, std::uint8_t value) const {
+        auto bytes = ReadBytes(detail::SavedModelPath(paths_));
+        bytes.at(at) = value;
+        const std::size_t summed = bytes.size() - sizeof(std::uint64_t);
+        const std::uint64_t hash = detail::HashOf(bytes.data(), summed);
+        std::memcpy(bytes.data() + summed, &hash, sizeof hash);
+        WriteRecords(detail::SavedModelPath(paths_), bytes);
+    }
+    static Json Deviation() { return OrvixJson({"deviation", File(L"room.prj"), "model"}); }
 
     ProjectManager paths_;
 };
@@ -90,6 +104,38 @@ TEST_F(ModelVerb, RefusesWhatItCannotDo) {
     EXPECT_EQ(Orvix({"check", File(L"room.prj")}).exitCode, 5);
     EXPECT_TRUE(Model({"--save"})["saved"]) << "a damaged model may be replaced";
     EXPECT_TRUE(OrvixJson({"check", File(L"room.prj")})["ok"]);
+}
+
+TEST_F(ModelVerb, IsCheckedAsItsReaderWould) {
+    Model({"--save"});
+    const auto bytes = ReadBytes(detail::SavedModelPath(paths_));
+    detail::ModelFileEnd end;
+    std::memcpy(&end, bytes.data() + bytes.size() - sizeof end, sizeof end);
+    Spoil(bytes.size() - sizeof end - end.contentBytes, 0xFF);  // how many storeys there are
+    EXPECT_EQ(ExitOf({"--saved"}), 5);
+    const auto check = Orvix({"check", File(L"room.prj")});
+    EXPECT_EQ(check.exitCode, 5);
+    EXPECT_THAT(check.output, HasSubstr("do not end where they should"));
+    Model({"--save"});
+}
+
+TEST_F(ModelVerb, IsNamedWherePointsAreHeldAgainstIt) {
+    std::error_code error;
+    platform::RemoveFile(detail::SavedModelPath(paths_), error);
+    const Json found = Deviation();
+    EXPECT_EQ(found["model"], "found");
+    EXPECT_TRUE(found["not_taken"].is_null());
+    Model({"--save"});
+    const Json saved = Deviation();
+    EXPECT_EQ(saved["model"], "saved");
+    EXPECT_EQ(saved["elements"], found["elements"]);
+    Spoil(8, 2);  // of a later version
+    const Json passedOver = Deviation();
+    EXPECT_EQ(passedOver["model"], "found");
+    EXPECT_THAT(passedOver["not_taken"].get<std::string>(), HasSubstr("version"));
+    EXPECT_THAT(Orvix({"deviation", File(L"room.prj"), "model"}).output,
+                HasSubstr("found now, and not the one that the project keeps"));
+    platform::RemoveFile(detail::SavedModelPath(paths_), error);
 }
 
 TEST_F(ModelVerb, DrawsPlansAsItsOptionsSay) {

@@ -189,5 +189,28 @@ TEST_F(CommandInAShell, SaysThatDamagedSettingsCannotBeReset) {
     }
 }
 
+// The reader of IFC is the program beside the command: here one that ends as it is told.
+TEST_F(CommandInAShell, SaysWhyNoIfcModelWasRead) {
+    WriteRoom();
+    ASSERT_EQ(Shell("\"$orvix\" import room.xyz p.prj").exitCode, 0);
+    WriteText(folder_ / L"house.ifc", "a model\n");
+    ASSERT_EQ(Shell("cp \"$orvix\" orvix && printf '#!/bin/sh\\n' > orvix-ifc && "
+                    "chmod +x orvix-ifc")
+                  .exitCode,
+              0);
+    const auto errorsOf = [this](const std::string& body, const std::string& setting) {
+        const ProcessResult run = Shell("printf '#!/bin/sh\\n" + body + "\\n' > orvix-ifc; " +
+                                        setting + " ./orvix deviation p.prj house.ifc");
+        EXPECT_NE(run.exitCode, 0);
+        return run.errors;
+    };
+    EXPECT_THAT(errorsOf("exit 7", ""), HasSubstr("exit code 7, and said nothing"));
+    EXPECT_THAT(errorsOf("echo house is odd >&2; exit 1", ""), HasSubstr("house is odd"));
+    const std::string none = errorsOf("exit 0", "TMPDIR=/no/such");
+    EXPECT_THAT(none, HasSubstr("/no/such: no temporary file"));
+    EXPECT_THAT(none, HasSubstr("TMPDIR"));
+    EXPECT_THAT(none, HasSubstr("No such file"));
+}
+
 }  // namespace
 }  // namespace orvix::test
