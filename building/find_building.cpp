@@ -82,6 +82,9 @@ public:
             levels_.lowerSlopes.clear();  // they are the upper ones once more
         Roofs roofs = FindRoofs(levels_, highest + kRoofAbove, planes_);
         found_.slopes = std::move(roofs.slopes);
+        for (std::size_t i = 0; i < highest_.pieces.size(); ++i)
+            EndUnderRoof(highest_.pieces[i], found_.slopes, scan_,
+                         found_.walls[highest_.first + i]);
         found_.edges = std::move(roofs.edges);
         Remark();
         progress_.Found(1);
@@ -116,6 +119,7 @@ private:
         for (std::size_t i = 0; i < pieces.size(); ++i)
             AddWall(s, pieces[i], (*views)[i], band, *cells, places);
         coarsest_ = std::max(coarsest_, cells->grid.cell);
+        highest_ = {pieces, found_.walls.size() - pieces.size()};
         plans_.push_back({std::move(*cells), std::move(lines)});
         return {};
     }
@@ -241,6 +245,11 @@ private:
     FindingProgress& progress_;
     LevelPlanes levels_;
     std::vector<StoreyPlan> plans_;
+    struct StoreyWalls {
+        std::vector<WallPiece> pieces;
+        std::size_t first = 0;  // the place of their first wall
+    };
+    StoreyWalls highest_;  // of the storey that was found last
     double coarsest_ = 0;  // squares of the plans
     Building found_;
 };

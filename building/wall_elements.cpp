@@ -127,6 +127,64 @@ double SeenTop(const WallPiece& piece, const ScanEvidence& scan) {
     return top;
 }
 
+// The highest mark of both faces near a place along a wall.
+double SeenTopAt(const WallPiece& piece, const ScanEvidence& scan, double along) {
+    constexpr double kBesidePlace = 0.4;
+    double top = -1e300;
+    const auto take = [&](std::size_t line) {
+        const FaceRaster& raster = scan.rasters[line];
+        const std::int64_t middle =
+            raster.ColumnOf(scan.faces.lines[line].Along(piece.face.At(along)));
+        const auto reach = static_cast<std::int64_t>(kBesidePlace / raster.Cell());
+        for (std::int64_t c = middle - reach; c <= middle + reach; ++c)
+            for (std::int64_t row = raster.Rows() - 1; row >= 0; --row)
+                if (raster.Marked(c, row)) {
+                    top = std::max(top, raster.Height(row));
+                    break;
+                }
+    };
+    take(piece.run.face);
+    if (piece.run.other) take(*piece.run.other);
+    return top;
+}
+
+/// The lower face of a roof over a wall, from one place along it to another.
+struct RoofStretch {
+    double from = 0, to = 0;
+    const RoofSlope* slope = nullptr;
+};
+
+double UndersideAt(const RoofSlope& slope, const PlanPoint& p) {
+    const double z = -(slope.normal.x * p.x + slope.normal.y * p.y + slope.offset) / slope.normal.z;
+    return slope.upperSeen && slope.thickness ? z - slope.thickness->value / slope.normal.z : z;
+}
+
+// Slopes' outlines are convex: a wall's middle crosses each over one stretch.
+std::vector<RoofStretch> StretchesOver(const WallPiece& piece,
+                                       const std::vector<RoofSlope>& slopes) {
+    std::vector<RoofStretch> stretches;
+    const PlanPoint start = piece.Middle(piece.run.begin), end = piece.Middle(piece.run.end);
+    for (const RoofSlope& slope : slopes) {
+        double from = 0, to = 1;
+        for (std::size_t k = 0; k < slope.outline.size(); ++k) {
+            const auto &a = slope.outline[k],
+                       &b = slope.outline[k + 1 == slope.outline.size() ? 0 : k + 1];
+            const auto inside = [&](const PlanPoint& p) {
+                return (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x);
+            };
+            const double atStart = inside(start), atEnd = inside(end);
+            if (atStart < 0 && atEnd < 0) to = -1;
+            if (atStart < 0 && atEnd >= 0) from = std::max(from, atStart / (atStart - atEnd));
+            if (atStart >= 0 && atEnd < 0) to = std::min(to, atStart / (atStart - atEnd));
+        }
+        const double length = piece.Length();
+        if ((to - from) * length > kStep) stretches.push_back({from * length, to * length, &slope});
+    }
+    std::stable_sort(stretches.begin(), stretches.end(),
+                     [](const RoofStretch& a, const RoofStretch& b) { return a.from < b.from; });
+    return stretches;
+}
+
 }  // namespace
 
 WallSides SidesOf(const WallPiece& piece, const RoomCells& cells) {
@@ -187,6 +245,41 @@ Wall WallOf(const WallPiece& piece, const StoreyBand& band, const WallSides& sid
     if (!piece.bounded[0] || !piece.bounded[1]) wall.evidence.inferred |= kFreeEnd;
     if (piece.face.squared) wall.evidence.inferred |= kSquared;
     return wall;
+}
+
+void EndUnderRoof(const WallPiece& piece, const std::vector<RoofSlope>& slopes,
+                  const ScanEvidence& scan, Wall& wall) {
+    constexpr double kReaches = 0.4;  // metres below a slope
+    if (!wall.external || wall.profile.size() != 4) return;
+    const std::vector<RoofStretch> stretches = StretchesOver(piece, slopes);
+    if (stretches.empty() || stretches.front().from > kStep ||
+        stretches.back().to < piece.Length() - kStep)
+        return;
+    PlanRing top;
+    const double flat = wall.top;
+    for (const RoofStretch& stretch : stretches) {
+        const auto under = [&](double along) {
+            return UndersideAt(*stretch.slope, piece.Middle(piece.run.begin + along));
+        };
+        const double from = std::max(stretch.from, top.empty() ? 0 : top.back().x);
+        const double to = std::max(stretch.to, from);
+        const double high = under(from) > under(to) ? from : to;
+        const bool follows =
+            SeenTopAt(piece, scan, piece.run.begin + high) > under(high) - kReaches;
+        for (const double along : {from, to})
+            top.push_back({along, std::max(wall.base + kLowest,
+                                           follows ? under(along) : std::min(flat, under(along)))});
+    }
+    top.front().x = 0;
+    top.back().x = piece.Length();
+    wall.profile = {{0, wall.base}, {piece.Length(), wall.base}};
+    wall.top = wall.base;
+    for (auto p = top.rbegin(); p != top.rend(); ++p) {
+        const PlanPoint& last = wall.profile.back();
+        if (std::abs(last.x - p->x) > 1e-6 || std::abs(last.y - p->y) > 1e-6)
+            wall.profile.push_back(*p);
+        wall.top = std::max(wall.top, p->y);
+    }
 }
 
 void AddSeen(const WallView& view, const std::vector<Opening>& openings, Evidence& evidence) {

@@ -21,6 +21,12 @@ WallSides SidesOf(const WallPiece& piece, const RoomCells& cells);
 Wall WallOf(const WallPiece& piece, const StoreyBand& band, const WallSides& sides, bool highest,
             const PlaneEvidence& planes);
 
+/// Ends an outer wall of the highest storey under the roof that was seen from outside alone: where the
+/// wall's faces reach up to a slope its profile follows the slope's lower face, elsewhere it ends there
+/// at the latest. A wall under slopes that were seen from within stays.
+void EndUnderRoof(const WallPiece& piece, const std::vector<RoofSlope>& slopes,
+                  const ScanEvidence& scan, Wall& wall);
+
 /// The share of a wall's squares that are solid and hidden, beside its openings.
 void AddSeen(const WallView& view, const std::vector<Opening>& openings, Evidence& evidence);
 

@@ -14,6 +14,7 @@ namespace orvix::building {
 namespace {
 
 constexpr double kLeastSlope = 2;      // square metres
+constexpr double kNarrowest = 0.4;     // metres of plan: what is narrower is the edge of a roof
 constexpr double kSameTurn = 0.99939;  // cosine of 2 degrees
 constexpr double kSamePlane = 0.03;
 constexpr double kThinnest = 0.05;
@@ -92,6 +93,11 @@ PlanRing RectangleAround(const Sheet& sheet) {
         return PlanPoint{down.x * d - down.y * l, down.y * d + down.x * l};
     };
     return {at(low, left), at(high, left), at(high, right), at(low, right)};
+}
+
+double NarrowestSide(const PlanRing& rectangle) {
+    const PlanPoint &a = rectangle[0], &b = rectangle[1], &c = rectangle[2];
+    return std::min(PlanLength(b.x - a.x, b.y - a.y), PlanLength(c.x - b.x, c.y - b.y));
 }
 
 /// The line on which two planes cross, in plan: normal . p = offset.
@@ -176,6 +182,8 @@ public:
             return a.sheet.area > b.sheet.area;
         });
         for (Draft& draft : drafts_) draft.ring = RectangleAround(draft.sheet);
+        std::erase_if(drafts_,
+                      [](const Draft& draft) { return NarrowestSide(draft.ring) < kNarrowest; });
         Cut();
         Roofs roofs;
         for (const Draft& draft : drafts_) roofs.slopes.push_back(SlopeOf(draft));
