@@ -83,6 +83,23 @@ protected:
     orvix_building* house = nullptr;
 };
 
+TEST_F(CBuilding, IsAFaultOfItsProjectWhereItCannotBeOpened) {
+    std::uint64_t faults = 1;
+    EXPECT_EQ(orvix_project_check(name.c_str(), nullptr, &faults, &error), ORVIX_OK);
+    EXPECT_EQ(faults, 0U);
+    building::Building odd = sample;
+    odd.openings[1].wall = odd.walls.size();
+    {
+        const auto opened = detail::OpenProject::Open(path);
+        ASSERT_TRUE(opened);
+        ASSERT_TRUE(building::SaveBuilding((*opened)->Manager(), (*opened)->Core(), odd));
+    }
+    orvix_building* none = nullptr;
+    EXPECT_EQ(orvix_building_open_saved(project, &none, &error), ORVIX_DAMAGED);
+    EXPECT_EQ(orvix_project_check(name.c_str(), nullptr, &faults, &error), ORVIX_OK);
+    EXPECT_EQ(faults, 1U);
+}
+
 TEST_F(CBuilding, GivesEachElementInTheWorld) {
     orvix_project_close(project);  // a building is a value
     project = nullptr;
