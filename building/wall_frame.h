@@ -4,13 +4,13 @@
 #include <cmath>
 
 #include "building/building.h"
-#include "building/plan_length.h"
 
 namespace orvix::building {
 
 /// Metres from a wall's start to its end.
 inline double LengthOf(const Wall& wall) {
-    return PlanLength(wall.axis[1].x - wall.axis[0].x, wall.axis[1].y - wall.axis[0].y);
+    const double x = wall.axis[1].x - wall.axis[0].x, y = wall.axis[1].y - wall.axis[0].y;
+    return std::sqrt(x * x + y * y);
 }
 
 /// The way along a wall, of length one; its left is (-y, x). Precondition: it has a length.
