@@ -155,7 +155,8 @@ TEST(AdjustStations, IsCancelledAtAnyStepOfItsWork) {
         EXPECT_EQ(found.error().code, ErrorCode::Cancelled);
         EXPECT_EQ(left, 0) << "nothing is asked once it was cancelled";
     }
-    EXPECT_FALSE(reports::AdjustAgainst(hall.sights, [] { return false; }));
+    const Hall pair(std::vector<Motion>(2));
+    EXPECT_FALSE(reports::AdjustAgainst(pair.sights, [] { return false; }));
 }
 
 TEST(MedianOf, IsTheMiddleOne) {
