@@ -20,11 +20,19 @@ constexpr double kBehindFace = 0.1;  // how far behind both faces a ray has gone
 /// A face as its raster and the stations show it.
 class FaceLooks {
 public:
-    FaceLooks(std::size_t line, const FaceLines& faces, const ScanEvidence& evidence)
+    /// Of the stretch of a line that lies between two places.
+    FaceLooks(std::size_t line, const PlanPoint& a, const PlanPoint& b, const FaceLines& faces,
+              const ScanEvidence& evidence)
         : line_(faces.lines[line]), raster_(evidence.rasters[line]) {
-        for (const SightImage& sight : evidence.sights)
-            if (line_.Before({sight.Station().x, sight.Station().y}) > 0.05)
+        const double from = line_.Along(a), to = line_.Along(b);
+        const double first = std::min(from, to), last = std::max(from, to);
+        for (const SightImage& sight : evidence.sights) {
+            const PlanPoint place{sight.Station().x, sight.Station().y};
+            const double before = line_.Before(place), along = line_.Along(place);
+            if (before > 0.05 && before <= kReach && along >= first - kReach &&
+                along <= last + kReach)
                 before_.push_back(&sight);
+        }
     }
 
     [[nodiscard]] WallView::Look At(const PlanPoint& place, double height, double thickness,
@@ -85,8 +93,9 @@ WallView ViewOf(const WallPiece& wall, const FaceLines& faces, const ScanEvidenc
     view.rows = static_cast<std::int64_t>((top - bottom) / view.cell);
     view.looks.resize(static_cast<std::size_t>(view.columns * view.rows));
     view.through.resize(view.looks.size());
-    const FaceLooks front(wall.run.face, faces, evidence);
-    const FaceLooks back(wall.run.other.value_or(wall.run.face), faces, evidence);
+    const PlanPoint begin = wall.face.At(wall.run.begin), end = wall.face.At(wall.run.end);
+    const FaceLooks front(wall.run.face, begin, end, faces, evidence);
+    const FaceLooks back(wall.run.other.value_or(wall.run.face), begin, end, faces, evidence);
     for (std::int64_t column = 0; column < view.columns; ++column) {
         const double along = view.Along(column) + view.cell / 2;
         const PlanPoint place = wall.face.At(along);

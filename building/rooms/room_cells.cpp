@@ -76,8 +76,9 @@ public:
         : evidence_(evidence), band_(band) {}
 
     void Read(RoomCells& cells, std::int64_t row) const {
-        const std::vector<const SightImage*> near = StationsNear(cells.grid.Middle(0, row).y);
+        std::vector<const SightImage*> near;
         for (std::int64_t i = 0; i < cells.grid.columns; ++i) {
+            if (i % kBlock == 0) near = StationsNear(cells.grid, i, row);
             const std::size_t at = cells.grid.At(i, row);
             if (cells.kinds[at] == RoomCells::kWall) continue;
             const PlanPoint p = cells.grid.Middle(i, row);
@@ -98,6 +99,8 @@ public:
     }
 
 private:
+    static constexpr std::int64_t kBlock = 64;  // cells
+
     [[nodiscard]] static bool ThroughSlab(std::span<const SightImage* const> near,
                                           const PlanPoint& p, double bottom, double top) {
         int through = 0;
@@ -109,10 +112,16 @@ private:
                                       double z) {
         return RaysWentThrough(near, {p.x, p.y, z}, kRayMargin, kReach);
     }
-    [[nodiscard]] std::vector<const SightImage*> StationsNear(double y) const {
+    // Those that some cell of a block of a row may ask.
+    [[nodiscard]] std::vector<const SightImage*> StationsNear(const PlanGrid& grid,
+                                                              std::int64_t first,
+                                                              std::int64_t row) const {
+        const PlanPoint low = grid.Middle(first, row), high = grid.Middle(first + kBlock, row);
         std::vector<const SightImage*> near;
         for (const SightImage& sight : evidence_.sights)
-            if (std::abs(sight.Station().y - y) <= kReach) near.push_back(&sight);
+            if (std::abs(sight.Station().y - low.y) <= kReach &&
+                sight.Station().x >= low.x - kReach && sight.Station().x <= high.x + kReach)
+                near.push_back(&sight);
         return near;
     }
 
