@@ -17,6 +17,12 @@ std::uint8_t Mix(std::uint8_t under, std::uint8_t over, double coverage) {
     return static_cast<std::uint8_t>(std::lround(under + (over - under) * coverage));
 }
 
+// Whether whole pixels can say where a place is. One of a view of nothing is not a number.
+bool IsNear(Pixel2 at) {
+    constexpr double kFar = 1e6;
+    return std::abs(at.x) < kFar && std::abs(at.y) < kFar;
+}
+
 // Coverage from 0 to 255.
 std::uint8_t MixWhole(std::uint8_t under, std::uint8_t over, std::uint8_t coverage) {
     return static_cast<std::uint8_t>((under * (255 - coverage) + over * coverage + 127) / 255);
@@ -138,6 +144,7 @@ void Canvas::BlendUpward(const Letter& letter, int penX, int penY, Colour colour
 }
 
 void Canvas::TextUpward(Pixel2 at, std::string_view text, double size, Colour colour, Align align) {
+    if (!IsNear(at)) return;
     if (align == Align::Right) at.y += TextWidth(text, size);
     if (align == Align::Centre) at.y += TextWidth(text, size) / 2;
     double pen = at.y * kSamples;
@@ -166,6 +173,7 @@ void Canvas::BlendLetter(const Letter& letter, int penX, int penY, Colour colour
 }
 
 void Canvas::Text(Pixel2 at, std::string_view text, double size, Colour colour, Align align) {
+    if (!IsNear(at)) return;
     if (align == Align::Right) at.x -= TextWidth(text, size);
     if (align == Align::Centre) at.x -= TextWidth(text, size) / 2;
     double pen = at.x * kSamples;

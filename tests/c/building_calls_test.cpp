@@ -240,6 +240,7 @@ TEST_F(CBuilding, IsWrittenAsItsNameSays) {
 }
 
 TEST_F(CBuilding, EndsInAStatusWhereverMemoryRunsOut) {
+    const LeaksOfTriangulations allowed;
     for (const auto kind : {ORVIX_ELEMENT_WALL, ORVIX_ELEMENT_SLAB, ORVIX_ELEMENT_ROOM}) {
         orvix_status status = ORVIX_NO_MEMORY;
         for (long long news = 0; status == ORVIX_NO_MEMORY; ++news) {

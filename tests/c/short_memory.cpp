@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/c/short_memory.h"
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -10,6 +14,18 @@ long long allocationsLeft = -1;
 }
 
 namespace orvix::test {
+
+#ifdef __SANITIZE_ADDRESS__
+LeaksOfTriangulations::LeaksOfTriangulations() {
+    __lsan_disable();
+}
+LeaksOfTriangulations::~LeaksOfTriangulations() {
+    __lsan_enable();
+}
+#else
+LeaksOfTriangulations::LeaksOfTriangulations() = default;
+LeaksOfTriangulations::~LeaksOfTriangulations() = default;
+#endif
 
 void LimitAllocations(long long count) {
     allocationsLeft = count;
