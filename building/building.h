@@ -138,7 +138,8 @@ struct Room {
     Measure height;      ///< from floor to ceiling, at its highest
     Measure volume;
     std::vector<RoomFace> faces;
-    Evidence evidence;  ///< stations: those that stood in it or saw in
+    /// stations: those that stood in it or saw in; `seen`: of its floor and ceiling
+    Evidence evidence;
 };
 
 /// A flat part of a roof, normal . p + offset = 0, the normal pointing up and out.
@@ -175,7 +176,7 @@ struct Building {
     std::vector<Room> rooms;
     std::vector<RoofSlope> slopes;
     std::vector<RoofEdge> edges;
-    bool stationsKnown = false;  ///< scanners' positions: without, rooms and openings are guesses
+    bool stationsKnown = false;  ///< scanners' positions: without, rooms are guesses, openings none
     std::vector<std::string> remarks;  ///< what could not be told of this scan, a sentence each
 };
 

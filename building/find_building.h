@@ -34,8 +34,14 @@ struct BuildingOptions {
 ///     if (!building) return Report(building.error());
 ///     for (const Room& room : building->rooms) Use(room.plan, room.area);
 ///
+/// Units    metres, project frame, z up; order as building.h has it. The same project, planes and
+///          options give the same bits, at any number of threads and on every system; the memory limit
+///          matters where it makes the pictures of what stations saw coarser.
 /// Errors   Failure where points cannot be mapped; NoMemory; Cancelled. A scan without floors or
 ///          walls is no error: `remarks` say what it lacks.
+/// Lifetime the result borrows nothing.
+/// Threads  keeps the core to itself; starts `threads` - 1 more, which have ended when it returns.
+/// Cost     one pass over the points, some 60 ns each, and a second for a house, on all threads.
 ORVIX_API Expected<Building> FindBuilding(CProjectCore& core, const detection::PlaneSet& planes,
                                           const BuildingOptions& options);
 

@@ -51,8 +51,9 @@ struct EvidenceOptions {
 /// Reads the points once.
 ///
 /// Errors  Failure where they cannot be mapped; Cancelled.
-/// Cost    some 60 ns per point, on all threads. Memory: a third of `memoryLimitBytes` at most for
-///         the pictures of what stations saw, whose pixels are as small as that allows.
+/// Cost    some 60 ns per point, on all threads. Memory: a third of `memoryLimitBytes` for the
+///         pictures of what stations saw, whose pixels are as small as that allows, down to 110 KB a
+///         station; and a byte for each square of 25 mm of the faces, a hundred million at most.
 Expected<ScanEvidence> GatherEvidence(CProjectCore& core, const detection::PlaneSet& planes,
                                       const EvidenceOptions& options, const parallel::Pool& pool);
 

@@ -73,7 +73,7 @@ std::optional<FaceLine> FaceLineOf(const FoundPlane& plane) {
 }
 
 FaceLines FaceLinesOf(const std::vector<FoundPlane>& planes) {
-    FaceLines found{{}, std::vector<std::int32_t>(planes.size(), -1)};
+    FaceLines found;
     std::vector<std::size_t> order(planes.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(),
@@ -88,12 +88,10 @@ FaceLines FaceLinesOf(const std::vector<FoundPlane>& planes) {
                 return SharesLine(line, own, std::max(kSameLine, planes[line.planes[0]].rms * 3));
             });
         if (shared == found.lines.end()) {
-            found.line[i] = static_cast<std::int32_t>(found.lines.size());
             own.planes = {i};
             found.lines.push_back(std::move(own));
             continue;
         }
-        found.line[i] = static_cast<std::int32_t>(shared - found.lines.begin());
         shared->planes.push_back(i);
         AddExtent(plane, *shared);
     }

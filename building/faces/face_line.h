@@ -39,16 +39,15 @@ struct FaceLine {
     }
 };
 
-/// The lines on which a project's walls lie. `line[plane]` is the line of each plane, or -1.
+/// The lines on which a project's walls lie.
 struct FaceLines {
     std::vector<FaceLine> lines;
-    std::vector<std::int32_t> line;
 };
 
 /// Gathers upright planes into lines.
 ///
 /// A plane joins the line of a larger one where both its ends lie within 1.5 cm of it, or within what
-/// the larger one scatters.
+/// the larger one scatters, and no gap of more than 25 m parts them.
 ///
 /// Order  by the largest plane of each, in the order of the planes.
 FaceLines FaceLinesOf(const std::vector<detection::FoundPlane>& planes);

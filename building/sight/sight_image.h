@@ -44,8 +44,6 @@ public:
     /// coarse scan leaves a fine picture full of holes. Once all Adds have ended.
     void Coarsen();
     [[nodiscard]] const SimplePointT<double>& Station() const { return station_; }
-    /// How wide a pixel is at a distance of one metre, at most.
-    [[nodiscard]] double PixelWidth() const { return 2.0 / pixels_; }
 
 private:
     struct Pixel {
