@@ -74,6 +74,34 @@ inline double Median(std::vector<double> values) {
     return detail::UpperMedian(values);
 }
 
+/// What a figure should be: nothing asked, at most `value`, or at least it.
+struct Aim {
+    enum class Kind { None, AtMost, AtLeast };
+    double value = 0;
+    Kind kind = Kind::None;
+
+    bool Met(double figure) const {
+        return kind == Kind::None || (kind == Kind::AtMost ? figure <= value : figure >= value);
+    }
+    std::string Text() const {
+        if (kind == Kind::None) return "";
+        return fmt::format(", aim {} {:.4g}", kind == Kind::AtMost ? "at most" : "at least", value);
+    }
+    /// Members of the figure's JSON object, with a comma before them.
+    std::string Json() const {
+        if (kind == Kind::None) return "";
+        return fmt::format(R"(,"aim":{:.6g},"aim_kind":"{}")", value,
+                           kind == Kind::AtMost ? "at most" : "at least");
+    }
+};
+
+inline Aim AtMost(double value) {
+    return {value, Aim::Kind::AtMost};
+}
+inline Aim AtLeast(double value) {
+    return {value, Aim::Kind::AtLeast};
+}
+
 /// Times pairs of ceiling and candidate and prints a line for each.
 class Report {
 public:
@@ -81,10 +109,11 @@ public:
         : bench_(std::move(bench)), options_(options) {}
 
     /// The ratio is the median, over the repeats, of candidate to ceiling run one after the other;
-    /// the times are medians of their own. Rates are printed of work that has `bytes`.
+    /// the times are medians of their own. Rates are printed of work that has `bytes`. A missed
+    /// aim is told, and is no failure: speed is judged by whoever reads the figures.
     template <class Ceiling, class Candidate>
     double Compare(std::string_view what, std::uint64_t bytes, Ceiling&& ceiling,
-                   Candidate&& candidate) {
+                   Candidate&& candidate, Aim aim = {}) {
         std::vector<double> ceilings;
         std::vector<double> candidates;
         std::vector<double> ratios;
@@ -93,24 +122,37 @@ public:
             candidates.push_back(Seconds(candidate));
             ratios.push_back(candidates.back() / ceilings.back());
         }
-        Print(what, bytes, Median(ceilings), Median(candidates), Median(ratios));
+        Print(what, bytes, Median(ceilings), Median(candidates), Median(ratios), aim);
         return Median(ratios);
+    }
+
+    /// A figure that is no ratio of two times here: points a second, memory, a ratio of rates.
+    void Figure(std::string_view what, double value, std::string_view unit, Aim aim = {}) const {
+        if (options_.json) {
+            fmt::print(R"({{"bench":"{}","what":"{}","value":{:.6g},"unit":"{}"{}}})"
+                       "\n",
+                       bench_, what, value, unit, aim.Json());
+        } else {
+            fmt::print("{}: {}: {:.4g} {}{}{}\n", bench_, what, value, unit, aim.Text(),
+                       aim.Met(value) ? "" : ", missed");
+        }
     }
 
 private:
     void Print(std::string_view what, std::uint64_t bytes, double ceiling, double candidate,
-               double ratio) const {
+               double ratio, const Aim& aim) const {
         const double gigabytes = static_cast<double>(bytes) / 1e9;
         if (options_.json) {
             fmt::print(R"({{"bench":"{}","what":"{}","bytes":{},"ceiling_seconds":{:.6f},)"
-                       R"("seconds":{:.6f},"ratio":{:.3f}}})"
+                       R"("seconds":{:.6f},"ratio":{:.3f}{}}})"
                        "\n",
-                       bench_, what, bytes, ceiling, candidate, ratio);
+                       bench_, what, bytes, ceiling, candidate, ratio, aim.Json());
         } else {
             const std::string rate =
                 bytes == 0 ? "" : fmt::format(", {:.1f} GB/s", gigabytes / ceiling);
-            fmt::print("{}: {}: ratio {:.2f} (ceiling {:.2f} ms{}; here {:.2f} ms)\n", bench_, what,
-                       ratio, ceiling * 1e3, rate, candidate * 1e3);
+            fmt::print("{}: {}: ratio {:.2f}{}{} (ceiling {:.2f} ms{}; here {:.2f} ms)\n", bench_,
+                       what, ratio, aim.Text(), aim.Met(ratio) ? "" : ", missed", ceiling * 1e3,
+                       rate, candidate * 1e3);
         }
     }
 
