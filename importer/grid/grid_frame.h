@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 #include "importer/grid/sort_key.h"
 #include "orvix/points/grid_cells.h"
@@ -39,6 +40,13 @@ public:
         const std::int32_t inside10 = (x.cell10 * 10 + y.cell10) * 10 + z.cell10;
         return {block, static_cast<std::uint32_t>(inside100 * 1000 + inside10)};
     }
+    /// The keys of many points, each as one number: block * kInsideKeys + inside.
+    ///
+    /// Precondition: `HasNumbers`, and each point lies in the box; `numbers` takes as many.
+    /// Cost          eight points at a time where the processor has AVX2; a third of KeyOf's.
+    void NumbersOf(std::span<const AlivePoint> points, std::uint64_t* numbers) const;
+    /// Whether the number of each key stays below 2^63.
+    [[nodiscard]] bool HasNumbers() const;
     [[nodiscard]] bool Contains(const AlivePoint& point) const;
     [[nodiscard]] CellPosition PositionOf(const SortKey& key) const;
 

@@ -15,9 +15,10 @@ namespace orvix::importer {
 /// Order      by SortKey; points of one cell keep their order.
 /// Boundaries up to 2^32 - 1 points.
 /// Threads    one sorter per thread; it keeps its scratch memory between blocks.
-/// Cost       a radix sort over the bits in which the block's keys differ, 11 per pass; a block
-///            that spans more than 2^43 cells of 1000 cm (with a point far out in all three axes)
-///            is sorted by comparing. 32 bytes of scratch per point.
+/// Cost       a radix sort of one 8-byte word per point, its key and its place, over the bits in
+///            which the block's keys differ, up to 10 a pass. A block whose keys and places do not
+///            fit into 64 bits (with a point far out in two axes or three) is sorted by comparing.
+///            16 bytes of scratch per point.
 class BlockSorter {
 public:
     /// Writes the sorted points to `sorted`, which has room for as many and does not overlap them;
@@ -26,21 +27,24 @@ public:
               std::vector<CellCount>* cells);
 
 private:
-    struct Entry {
-        std::uint64_t key;
-        std::uint32_t index;
-        std::uint32_t inside;
+    /// A point of a block that no word holds.
+    struct WideEntry {
+        SortKey key;
+        std::uint32_t place;
     };
 
-    void MakeEntries(const GridFrame& frame, std::span<const AlivePoint> points);
-    void SortByKey(std::uint64_t maxKey);
-    void SortWide();
+    bool MakeWords(const GridFrame& frame, std::span<const AlivePoint> points);
+    void SortWords();
     void CountCells(std::vector<CellCount>& cells) const;
+    void SortWide(const GridFrame& frame, std::span<const AlivePoint> points, AlivePoint* sorted,
+                  std::vector<CellCount>* cells);
 
-    RawBuffer<Entry> entries_;
-    RawBuffer<Entry> scratch_;
-    std::uint64_t minBlock_ = 0;
-    std::uint64_t maxBlock_ = 0;
+    RawBuffer<std::uint64_t> words_;  // the number of a key above `smallest_`, then the place
+    RawBuffer<std::uint64_t> scratch_;
+    RawBuffer<WideEntry> wide_;
+    std::uint64_t smallest_ = 0;
+    unsigned keyBits_ = 0;
+    unsigned placeBits_ = 0;
 };
 
 }  // namespace orvix::importer

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <random>
 
@@ -71,6 +72,42 @@ TEST_P(BlockSorterModel, SortsLikeStableSortAndCountsTheCells) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, BlockSorterModel, testing::Range(0, 64));
+
+// Coordinates on and beside every boundary there is: metres, tens of metres, tenths.
+TEST(GridFrame, NumbersManyPointsAsItNumbersOne) {
+    std::mt19937 random(7);
+    std::vector<float> ends{-9.9e6f, -8'388'609, -1e-30f, -0.0f, 0, 1e-30f, 8'388'609, 9.9e6f};
+    for (const int metre : {-1'000'000, -30, -11, -10, -9, -1, 0, 1, 9, 10, 11, 30, 1'000'000}) {
+        for (int tenth = 0; tenth < 10; ++tenth) {
+            const float at = static_cast<float>(metre) + static_cast<float>(tenth) / 10;
+            ends.insert(ends.end(), {at, std::nextafter(at, -1e9f), std::nextafter(at, 1e9f)});
+        }
+    }
+    for (const float extent : {0.05f, 35.0f, 5000.0f, 1.2e6f, 9.9e6f}) {
+        std::vector<AlivePoint> points(1000 + random() % 1000);
+        std::uniform_real_distribution<float> coordinate(-extent, extent);
+        const auto draw = [&] {
+            const float end = ends[random() % ends.size()];
+            return random() % 2 == 0 && std::fabs(end) <= extent ? end : coordinate(random);
+        };
+        for (AlivePoint& point : points) point = {draw(), draw(), draw()};
+        // A box that is so wide along two axes has no numbers.
+        for (AlivePoint& point : points) {
+            if (extent > 1e6f) point.y = std::fmod(point.y, 9e5f);
+            if (extent > 1e6f) point.z = std::fmod(point.z, 35.0f);
+        }
+        const GridFrame frame(BoundsOf(points));
+        ASSERT_TRUE(frame.HasNumbers()) << extent;
+        std::vector<std::uint64_t> numbers(points.size());
+        frame.NumbersOf(points, numbers.data());
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            const SortKey key = frame.KeyOf(points[i]);
+            ASSERT_EQ(numbers[i], key.block * kInsideKeys + key.inside)
+                << points[i].x << " " << points[i].y << " " << points[i].z;
+        }
+    }
+    EXPECT_FALSE(GridFrame({{-9.9e6f, -9.9e6f, 0}, {9.9e6f, 9.9e6f, 99}}).HasNumbers());
+}
 
 }  // namespace
 }  // namespace orvix::importer::test
