@@ -5,10 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <stdexcept>
+
+#include "orvix/geometry/symmetric_matrix.h"
 
 namespace orvix {
 namespace {
@@ -101,6 +104,99 @@ TEST(FittedPlane, ThrowsAtAnIndexOutsideTheSourceAndKeepsThePointsBeforeIt) {
     EXPECT_EQ(plane.Count(), 2);
     EXPECT_THROW(plane.AddPoints(&cloud, std::vector<int>{-1}, false), std::out_of_range);
     EXPECT_EQ(plane.Count(), 2);
+    std::vector<int> longList(700, 1);  // blocks are of 256
+    for (const int outside :
+         {2, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        for (const std::size_t place : {255U, 256U, 600U}) {
+            FittedPlane many;
+            std::vector<int> indices = longList;
+            indices[place] = outside;
+            EXPECT_THROW(many.AddPoints(&cloud, indices, false), std::out_of_range);
+            EXPECT_EQ(many.data().size(), place);
+            EXPECT_EQ(many.Count(), static_cast<std::int32_t>(place));
+            ExpectNear(many.Extends().max, many.data().back(), 0);
+        }
+    }
+    const std::vector<SimplePointT<float>> none;
+    EXPECT_THROW(plane.AddPoints(&none, std::vector<int>{0}, false), std::out_of_range);
+}
+
+/// Coordinates of which some fall from point to point, some are no numbers and some are zeros of
+/// either sign.
+std::vector<SimplePointT<float>> OddCloud(std::mt19937& random, std::size_t count) {
+    constexpr float kNone = std::numeric_limits<float>::quiet_NaN();
+    std::uniform_real_distribution<float> unit(-1, 1);
+    std::uniform_int_distribution<int> kind(0, 9);
+    const auto falling = static_cast<std::size_t>(kind(random)) * 40;  // blocks are of 256
+    const bool withGaps = kind(random) < 3;
+    std::vector<SimplePointT<float>> cloud;
+    for (std::size_t i = 0; i < count; ++i) {
+        SimplePointT<float> p{unit(random), unit(random), unit(random)};
+        if (i < falling) p.y = -2 - static_cast<float>(i);
+        if (withGaps && kind(random) == 0) p.x = kNone;
+        if (kind(random) == 0) p.z = std::copysign(0.0F, unit(random));
+        cloud.push_back(p);
+    }
+    return cloud;
+}
+
+/// The bits of all that a plane says, in which no number is like any other.
+std::vector<std::uint64_t> BitsOf(const FittedPlane& plane) {
+    std::vector<std::uint64_t> bits{static_cast<std::uint64_t>(plane.Count())};
+    const auto put = [&](double value) {
+        bits.push_back(std::isnan(value) ? 1 : std::bit_cast<std::uint64_t>(value));
+    };
+    const auto putAll = [&](const Point& p) {
+        put(p.x);
+        put(p.y);
+        put(p.z);
+    };
+    for (const double value : {plane.a(), plane.b(), plane.c(), plane.d()}) put(value);
+    putAll({plane.x(), plane.y(), plane.z()});
+    putAll(plane.Extends().min);
+    putAll(plane.Extends().max);
+    for (const Point& p : plane.data()) putAll(p);
+    return bits;
+}
+
+/// The mean and the covariance of a plane's points, summed in their order by plain loops.
+FittedPlane FittedByPlainLoops(const FittedPlane& like) {
+    FittedPlane plane = like;
+    const double count = static_cast<double>(like.data().size());
+    Point mean;
+    for (const Point& p : like.data()) mean = {mean.x + p.x, mean.y + p.y, mean.z + p.z};
+    mean = {mean.x * (1 / count), mean.y * (1 / count), mean.z * (1 / count)};
+    detail::SymmetricMatrix m;
+    for (const Point& p : like.data()) {
+        const double x = p.x - mean.x, y = p.y - mean.y, z = p.z - mean.z;
+        m = {m.xx + x * x, m.xy + x * y, m.xz + x * z, m.yy + y * y, m.yz + y * z, m.zz + z * z};
+    }
+    m = {m.xx / count, m.xy / count, m.xz / count, m.yy / count, m.yz / count, m.zz / count};
+    const auto [a, b, c] = detail::DecomposeSymmetric(m).vectors[2];
+    plane.set(a, b, c, -(a * mean.x + b * mean.y + c * mean.z), mean.x, mean.y, mean.z);
+    return plane;
+}
+
+TEST(FittedPlane, HasTheBitsOfPointsThatAreAddedAndSummedOneByOne) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        const std::size_t count = random() % (round % 4 == 0 ? 1200 : 40);
+        const auto cloud = OddCloud(random, count);
+        std::vector<int> indices(count);
+        for (int& index : indices) index = static_cast<int>(random() % count);
+        FittedPlane together, oneByOne;
+        for (int times = 0; times < 2; ++times) {  // the second time beside points that are there
+            together.AddPoints(&cloud, indices, false);
+            for (const int i : indices) {
+                const auto& p = cloud[static_cast<std::size_t>(i)];
+                oneByOne.AddPoint({p.x, p.y, p.z});
+            }
+            EXPECT_EQ(BitsOf(together), BitsOf(oneByOne));
+        }
+        together.Generate(false);
+        EXPECT_EQ(BitsOf(together), BitsOf(FittedByPlainLoops(oneByOne)));
+    }
 }
 
 TEST(FittedPlane, FitsFourPointsOfALevelPlane) {
