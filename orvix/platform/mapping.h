@@ -41,6 +41,16 @@ void CloseMapping(Handle mapping);
 std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t offset,
                           std::uint64_t bytes);
 
+/// Releases `view` and maps another like MapFileView, at the same addresses where the system can:
+/// for who slides along a file. Null `view` is left alone, and it ends whatever the outcome.
+///
+///     view = MoveFileView(view, mapping, kViewRead, next, kLength);
+///
+/// Cost       on POSIX one system call and no page of its own, between views for reading of about the
+///            same length: a tenth of releasing one and mapping the other.
+std::uint8_t* MoveFileView(std::uint8_t* view, Handle mapping, std::uint32_t access,
+                           std::uint64_t offset, std::uint64_t bytes);
+
 /// Owns one whole-file read-only view, for our own layers.
 class MappedFile {
 public:

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 
 #include "support/scratch_folder.h"
 
@@ -98,6 +100,40 @@ TEST_F(Mapping, LeavesViewsUsableAfterItIsClosed) {
     EXPECT_EQ(view[kStep - 1], 42);
     UnmapFileView(view);
     UnmapFileView(nullptr);
+}
+
+// BEHAVIOUR O7
+TEST_F(Mapping, MovesAViewWithinItsAddressesOrAway) {
+    constexpr std::uint64_t kSteps = 400;  // 25 MiB
+    Map(kSteps * kStep, FileAccess::ReadWrite);
+    {
+        std::error_code error;
+        File file = File::OpenReadWrite(Path(), error);
+        for (std::uint64_t step = 0; step < kSteps; ++step) {
+            file.WriteAt((step + 1) * kStep - sizeof step, &step, sizeof step, error);
+        }
+        ASSERT_FALSE(error) << error.message();
+    }
+    std::mt19937 random(1);
+    std::uint8_t* view = nullptr;
+    for (int move = 0; move < 500; ++move) {
+        const std::uint64_t first = random() % kSteps;
+        // As a rule views of one length; now and then a short one, one to the end, one for writing.
+        const std::uint64_t most = random() % 4 == 0 ? 1 + random() % 200 : 128;
+        const std::uint64_t steps = std::min(most, kSteps - first);
+        const std::uint32_t access = random() % 8 == 0 ? kViewAll : kViewRead;
+        const bool toTheEnd = first + steps == kSteps && random() % 2 == 0;
+        view = MoveFileView(view, mapping_, access, first * kStep, toTheEnd ? 0 : steps * kStep);
+        ASSERT_NE(view, nullptr) << "move " << move;
+        for (std::uint64_t step = first; step < first + steps; ++step) {
+            std::uint64_t stored = 0;
+            const std::uint8_t* end = view + (step - first + 1) * kStep;
+            std::memcpy(&stored, end - sizeof stored, sizeof stored);
+            ASSERT_EQ(stored, step) << "move " << move;
+        }
+    }
+    EXPECT_EQ(MoveFileView(view, mapping_, kViewRead, kSteps * kStep, 1), nullptr);
+    EXPECT_EQ(MoveFileView(nullptr, mapping_, kViewRead, 1, 1), nullptr);
 }
 
 TEST(MappingOfNothing, IsNone) {

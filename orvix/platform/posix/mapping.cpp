@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <limits>
+#include <optional>
 #include <unistd.h>
 
 #include "orvix/platform/posix/native.h"
@@ -24,13 +25,22 @@ constexpr std::size_t kPieceBytes = std::size_t{2} << 20;
 /// The size is a multiple of every page size in use.
 constexpr std::size_t kPrefixBytes = 65'536;
 
+struct Prefix {
+    std::size_t total;  // of the prefix and the pieces
+    bool forReading;    // whole pieces are mapped
+};
+
+Prefix* PrefixOf(std::uint8_t* view) {
+    auto* const pieces = view - reinterpret_cast<std::uintptr_t>(view) % kPieceBytes;
+    return reinterpret_cast<Prefix*>(pieces - kPrefixBytes);
+}
+
 }  // namespace
 
 void UnmapFileView(const void* base) {
     if (base == nullptr) return;
-    auto* const view = const_cast<std::uint8_t*>(static_cast<const std::uint8_t*>(base));
-    auto* const start = view - reinterpret_cast<std::uintptr_t>(view) % kPieceBytes - kPrefixBytes;
-    munmap(start, *reinterpret_cast<const std::size_t*>(start));
+    Prefix* const prefix = PrefixOf(static_cast<std::uint8_t*>(const_cast<void*>(base)));
+    munmap(prefix, prefix->total);
 }
 
 namespace platform {
@@ -82,41 +92,95 @@ void CloseMapping(Handle mapping) {
     delete owned;
 }
 
-std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t offset,
-                          std::uint64_t bytes) {
-    if (!IsValid(mapping) || offset % kMappingGranularity != 0) return nullptr;
+namespace {
+
+/// What a view needs, once its range has been checked.
+struct ViewPlan {
+    const Mapping& mapping;
+    std::uint64_t offset;
+    std::size_t length;
+    bool writable;
+
+    /// Before the view in its first piece.
+    [[nodiscard]] std::size_t Skipped() const {
+        return static_cast<std::size_t>(offset % kPieceBytes);
+    }
+    /// Of addresses: the prefix, and the pieces in which the view lies.
+    [[nodiscard]] std::size_t Total() const {
+        return kPrefixBytes + (Skipped() + length + kPieceBytes - 1) / kPieceBytes * kPieceBytes;
+    }
+    /// Maps the pieces that begin at `pieces` and take `bytes`; false on failure.
+    [[nodiscard]] bool MapAt(std::uint8_t* pieces, std::size_t bytes) const {
+        // Where a host may write, nothing but its view is mapped: a write beside it ends the program
+        // instead of changing the file.
+        const std::size_t before = writable ? 0 : Skipped();
+        const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
+        return mmap(pieces + Skipped() - before, writable ? length : bytes, protection,
+                    MAP_SHARED | MAP_FIXED, mapping.descriptor,
+                    static_cast<off_t>(offset - before)) != MAP_FAILED;
+    }
+};
+
+std::optional<ViewPlan> PlanView(Handle mapping, std::uint32_t access, std::uint64_t offset,
+                                 std::uint64_t bytes) {
+    if (!IsValid(mapping) || offset % kMappingGranularity != 0) return std::nullopt;
     const Mapping& whole = *static_cast<const Mapping*>(mapping);
     const bool writable = (access & kViewWriteBit) != 0;
-    if (writable && whole.access != FileAccess::ReadWrite) return nullptr;
-    if (offset >= whole.size || bytes > whole.size - offset) return nullptr;
+    if (writable && whole.access != FileAccess::ReadWrite) return std::nullopt;
+    if (offset >= whole.size || bytes > whole.size - offset) return std::nullopt;
     const std::uint64_t length = bytes != 0 ? bytes : whole.size - offset;
-    if (length > std::numeric_limits<std::size_t>::max() / 2) return nullptr;
+    if (length > std::numeric_limits<std::size_t>::max() / 2) return std::nullopt;
+    return ViewPlan{whole, offset, static_cast<std::size_t>(length), writable};
+}
 
-    const auto skipped = static_cast<std::size_t>(offset % kPieceBytes);
-    const std::size_t pieces =
-        (skipped + static_cast<std::size_t>(length) + kPieceBytes - 1) / kPieceBytes;
-    const std::size_t total = kPrefixBytes + pieces * kPieceBytes;
+/// Gives addresses back after a failure whose cause stays readable.
+std::nullptr_t GiveUp(void* start, std::size_t total) {
+    const int cause = errno;
+    munmap(start, total);
+    errno = cause;
+    return nullptr;
+}
+
+std::uint8_t* MapAnew(const ViewPlan& plan) {
+    const std::size_t total = plan.Total();
     void* const start = ReserveAddresses(total);
     if (start == MAP_FAILED) return nullptr;
-    std::uint8_t* const base = static_cast<std::uint8_t*>(start) + kPrefixBytes;
-    // Where a host may write, nothing but its view is mapped: a write beside it ends the program
-    // instead of changing the file.
-    const std::size_t before = writable ? 0 : skipped;
-    const std::size_t mappedBytes =
-        writable ? static_cast<std::size_t>(length) : pieces * kPieceBytes;
-    const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    const bool mapped =
-        mprotect(start, kPrefixBytes, PROT_READ | PROT_WRITE) == 0 &&
-        mmap(base + skipped - before, mappedBytes, protection, MAP_SHARED | MAP_FIXED,
-             whole.descriptor, static_cast<off_t>(offset - before)) != MAP_FAILED;
-    if (!mapped) {
-        const int cause = errno;
-        munmap(start, total);
-        errno = cause;
-        return nullptr;
+    std::uint8_t* const pieces = static_cast<std::uint8_t*>(start) + kPrefixBytes;
+    if (mprotect(start, kPrefixBytes, PROT_READ | PROT_WRITE) != 0 ||
+        !plan.MapAt(pieces, total - kPrefixBytes)) {
+        return GiveUp(start, total);
     }
-    *static_cast<std::size_t*>(start) = total;
-    return base + skipped;
+    *static_cast<Prefix*>(start) = {total, !plan.writable};
+    return pieces + plan.Skipped();
+}
+
+/// Whether a view fits where another lies, and does not hold on to many more addresses than it needs.
+bool FitsIn(const ViewPlan& plan, const Prefix& prefix) {
+    return prefix.forReading && !plan.writable && plan.Total() <= prefix.total &&
+           prefix.total - plan.Total() <= plan.Total();
+}
+
+}  // namespace
+
+std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t offset,
+                          std::uint64_t bytes) {
+    const std::optional<ViewPlan> plan = PlanView(mapping, access, offset, bytes);
+    return plan ? MapAnew(*plan) : nullptr;
+}
+
+std::uint8_t* MoveFileView(std::uint8_t* view, Handle mapping, std::uint32_t access,
+                           std::uint64_t offset, std::uint64_t bytes) {
+    const std::optional<ViewPlan> plan = PlanView(mapping, access, offset, bytes);
+    Prefix* const prefix = view != nullptr ? PrefixOf(view) : nullptr;
+    if (!plan || prefix == nullptr || !FitsIn(*plan, *prefix)) {
+        UnmapFileView(view);
+        return plan ? MapAnew(*plan) : nullptr;
+    }
+    // All pieces, those past the new view too: nothing of the old one stays mapped.
+    std::uint8_t* const pieces = reinterpret_cast<std::uint8_t*>(prefix) + kPrefixBytes;
+    const std::size_t total = prefix->total;
+    if (!plan->MapAt(pieces, total - kPrefixBytes)) return GiveUp(prefix, total);
+    return pieces + plan->Skipped();
 }
 
 }  // namespace platform

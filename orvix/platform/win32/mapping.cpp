@@ -58,5 +58,11 @@ std::uint8_t* MapFileView(Handle mapping, std::uint32_t access, std::uint64_t of
                       static_cast<std::size_t>(bytes)));
 }
 
+std::uint8_t* MoveFileView(std::uint8_t* view, Handle mapping, std::uint32_t access,
+                           std::uint64_t offset, std::uint64_t bytes) {
+    UnmapFileView(view);
+    return MapFileView(mapping, access, offset, bytes);
+}
+
 }  // namespace platform
 }  // namespace orvix
