@@ -73,9 +73,7 @@ CAlivePointReader::CAlivePointReader(const std::uint64_t& aliveSize,
 }
 
 CAlivePointReader::~CAlivePointReader() {
-    UnmapFileView(skeletCoord_.view);
-    UnmapFileView(alive_.view);
-    UnmapFileView(skeletData_.view);
+    for (reader_vars* rv : {&skeletCoord_, &alive_, &skeletData_}) ReleaseView(*rv);
     if (runView_ != nullptr) runViews_->GiveBack(runView_);
 }
 
@@ -98,45 +96,68 @@ detail::ViewWindow& CAlivePointReader::RunView() {
 }
 
 void CAlivePointReader::InitRv(reader_vars& rv) {
-    UnmapFileView(rv.view);
+    ReleaseView(rv);
     rv = reader_vars{};
 }
 
-void CAlivePointReader::MapWindow(reader_vars& rv, const point_file& file) {
-    UnmapFileView(rv.view);
-    const bool whole = rv.viewOffset <= file.size && file.size - rv.viewOffset >= kViewBytes;
-    rv.view =
-        platform::MapFileView(file.mapping, file.access, rv.viewOffset, whole ? kViewBytes : 0);
+void CAlivePointReader::ReleaseView(reader_vars& rv) {
+    UnmapFileView(rv.whole != nullptr ? rv.whole : rv.view);
+    rv.whole = nullptr;
+    rv.view = nullptr;
 }
 
-void CAlivePointReader::MoveView(reader_vars& rv, const point_file& file, std::uint64_t start) {
+void CAlivePointReader::MoveView(reader_vars& rv, const point_file& file, std::uint64_t start,
+                                 std::uint64_t bytes) {
     rv.viewOffset = start;
-    MapWindow(rv, file);
+    std::uint8_t* const old = rv.whole != nullptr ? rv.whole : rv.view;
+    rv.whole = nullptr;
+    rv.view = platform::MoveFileView(old, file.mapping, file.access, start, bytes);
+}
+
+void CAlivePointReader::MapWindow(reader_vars& rv, const point_file& file) {
+    const bool whole = rv.viewOffset <= file.size && file.size - rv.viewOffset >= kViewBytes;
+    MoveView(rv, file, rv.viewOffset, whole ? kViewBytes : 0);
+}
+
+void CAlivePointReader::MoveAnywhere(reader_vars& rv, const point_file& file,
+                                     std::uint64_t start) noexcept {
+    // BEHAVIOUR R16
+    if (rv.whole == nullptr && file.access == platform::kViewRead && start < file.size) {
+        MoveView(rv, file, 0, file.size);
+        rv.whole = rv.view;
+    }
+    rv.viewOffset = start;
+    if (rv.whole != nullptr) {
+        rv.view = start < file.size ? rv.whole + start : nullptr;
+    } else {
+        MapWindow(rv, file);
+    }
 }
 
 bool CAlivePointReader::NextChunk(reader_vars& rv, const point_file& file,
                                   std::uint64_t recordBytes) noexcept {
-    UnmapFileView(rv.view);
-    rv.view = nullptr;
-    if (rv.lastChunk) return false;
+    if (rv.lastChunk) {
+        ReleaseView(rv);
+        return false;
+    }
 
-    rv.chunkFirstIndex += rv.indexInChunk;
-    rv.indexInChunk = 0;
+    rv.chunkFirstIndex +=
+        static_cast<std::uint32_t>((rv.nextPosition - rv.bufferOffset) / recordBytes);
     rv.chunkPosition = rv.chunkFirstIndex * recordBytes;
-    rv.viewOffset = GranuleStart(rv.chunkPosition);
-    rv.bufferOffset = rv.chunkPosition - rv.viewOffset;
+    const std::uint64_t start = GranuleStart(rv.chunkPosition);
+    rv.bufferOffset = rv.chunkPosition - start;
 
     // Counted in whole windows although views advance by less: the last view begins early and
     // grows by up to a granule per view before it.
     // BEHAVIOUR R2
     const bool whole = file.size >= kViewBytes && file.size - kViewBytes >= rv.mappedBytes;
-    const std::uint64_t left = file.size - std::min(file.size, rv.viewOffset);
+    const std::uint64_t left = file.size - std::min(file.size, start);
     const std::uint64_t length = whole ? kViewBytes : left;
     rv.lastChunk = !whole;
-    rv.view =
-        platform::MapFileView(file.mapping, file.access, rv.viewOffset, whole ? kViewBytes : 0);
-    rv.chunkCount =
-        static_cast<std::uint32_t>((length - std::min(length, rv.bufferOffset)) / recordBytes);
+    MoveView(rv, file, start, whole ? kViewBytes : 0);
+    const std::uint64_t held = length - std::min(length, rv.bufferOffset);
+    rv.nextPosition = rv.bufferOffset;
+    rv.endPosition = rv.bufferOffset + held / recordBytes * recordBytes;
     rv.mappedBytes += kViewBytes;
     return true;
 }
@@ -161,14 +182,15 @@ bool CAlivePointReader::NextRunChunk(const CIndexerSmall& run) noexcept {
     }
     InitView(rv);
     rv.runDone += rv.chunkPoints;
-    rv.indexInChunk = 0;
-    rv.chunkCount = rv.chunkPoints;
+    rv.nextPosition = rv.bufferOffset;
+    rv.endPosition = rv.bufferOffset + rv.chunkBytes;
     return true;
 }
 
 void CAlivePointReader::InitView(reader_vars& rv) {
     rv.granule = rv.chunkPosition / kGranuleBytes;
-    MoveView(rv, aliveFile_, rv.granule * kGranuleBytes);
+    rv.viewOffset = rv.granule * kGranuleBytes;
+    MapWindow(rv, aliveFile_);
     rv.bufferOffset = rv.chunkPosition % kGranuleBytes;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "orvix/platform/export.h"
+#include "orvix/platform/read_ahead.h"
 #include "orvix/points/records.h"
 
 namespace orvix {
@@ -48,8 +49,11 @@ class ViewWindow;
 ///            which runs are appended stays mapped after the call, for the next run, and ends at
 ///            the latest when the project core or manager that made the reader closes its files.
 /// Threads    one thread per reader; any number of readers per mapping.
-/// Cost       no allocation but one before the first run is appended; one map and one unmap per 8 MiB, or per change of 64 KiB granule for
-///            random reads. Per-point calls are inline and touch only the block and the view.
+/// Cost       no allocation but one before the first run is appended; one map and one unmap per
+///            8 MiB. A random read costs a copy, within a granule and beyond it: a reader for
+///            reading maps the whole file for the first one, whose pages are the system's file
+///            cache (a reader for writing maps anew per change of granule). Per-point calls are
+///            inline and touch only the block and the view.
 class ORVIX_API CAlivePointReader {
 public:
     static constexpr std::uint64_t kViewBytes = 8'388'608;
@@ -163,7 +167,7 @@ public:
     /// the next run. Hand over the same run until the false.
     /// Precondition: the run lies inside the file, and streaming is at its start or its end.
     ORVIX_INLINE_API bool ReadIndexPoints(const CIndexerSmall& run) {
-        if (alive_.indexInChunk == alive_.chunkCount) [[unlikely]] {
+        if (alive_.nextPosition == alive_.endPosition) [[unlikely]] {
             if (!NextRunChunk(run)) return false;
         }
         HandOut<kAlivePointBytes>(alive_);
@@ -171,7 +175,8 @@ public:
     }
     /// Appends one run to `out` with a single copy, through a view of its own: streaming and
     /// iteration stay where they are. A view of up to 8 MiB serves the runs that lie in it, one
-    /// after the other, and a longer one ends with the call. "ReadIndexPoints  ERROR" when the run cannot be mapped.
+    /// after the other, and a longer one ends with the call. "ReadIndexPoints  ERROR" when the run
+    /// cannot be mapped.
     void ReadIndexPoints(std::uint64_t first, std::uint32_t count,
                          std::vector<CCloudPoint<float>>& out);
     /// Appends many runs, gathered to 64 MiB a view. True when `out` has passed 50,000,000 points
@@ -200,19 +205,20 @@ private:
 
     /// The cursor over one file.
     struct reader_vars {
-        std::uint64_t bufferOffset = 0;       // first record of the chunk, inside the view
-        std::uint64_t granule = 0;            // last requested position / 65,536
-        std::uint8_t* view = nullptr;         // base of the view
+        std::uint64_t bufferOffset = 0;  // first record of the chunk, inside the view
+        std::uint64_t granule = 0;       // last requested position / 65,536
+        std::uint8_t* view = nullptr;    // base of the view
+        std::uint8_t* whole = nullptr;   // base of the file, where `view` is a part of all of it
         std::uint64_t viewOffset = kNoView;   // where the view starts in the file
         std::uint32_t runDone = 0;            // points of the run put in chunks so far
         std::uint32_t chunkPoints = 0;        // points of the run in the current chunk
         std::uint32_t runRemaining = kNoRun;  // points of the run not yet in a chunk
         std::uint64_t chunkBytes = 0;         // bytes of the run's chunk
         std::uint64_t chunkPosition = 0;      // where the chunk starts in the file
-        std::uint32_t indexInChunk = 0;       // records of the chunk handed out
         std::uint32_t chunkFirstIndex = 0;    // number of the chunk's first record
-        std::uint32_t chunkCount = 0;         // records in the chunk
         bool lastChunk = false;               // the view reaches the end of the file
+        std::uint64_t nextPosition = 0;       // record to hand out next, inside the view
+        std::uint64_t endPosition = 0;        // where the chunk's records end, inside the view
         std::uint64_t pointPosition = 0;      // current record, inside the view
         std::uint64_t mappedBytes = 0;        // 8 MiB per view streamed so far
     };
@@ -230,17 +236,20 @@ private:
         return static_cast<std::uint64_t>(position) / kGranuleBytes;
     }
 
+    // Positions instead of a number of records: nothing is multiplied at a point. What comes next is
+    // kept apart from the current position, which a host may set.
     template <std::uint64_t RecordBytes>
     static void HandOut(reader_vars& rv) {
-        rv.pointPosition = rv.bufferOffset + rv.indexInChunk * RecordBytes;
-        ++rv.indexInChunk;
+        rv.pointPosition = rv.nextPosition;
+        detail::ReadAhead(rv.view, rv.nextPosition + detail::kReadAheadBytes);
+        rv.nextPosition += RecordBytes;
     }
 
     template <std::uint64_t RecordBytes>
     static bool Advance(reader_vars& rv, const point_file& file) {
         // Equality decides and nothing else: a chunk without a whole record hands one out.
         // BEHAVIOUR R1
-        if (rv.indexInChunk == rv.chunkCount) [[unlikely]] {
+        if (rv.nextPosition == rv.endPosition) [[unlikely]] {
             if (!NextChunk(rv, file, RecordBytes)) return false;
         }
         HandOut<RecordBytes>(rv);
@@ -261,7 +270,9 @@ private:
                        std::int64_t position, Record& record) {
         const std::uint64_t start = granule * kGranuleBytes;
         const std::uint64_t place = static_cast<std::uint64_t>(position) % kGranuleBytes;
-        if (start != rv.viewOffset || rv.view == nullptr) MoveView(rv, file, start);
+        if (start != rv.viewOffset || rv.view == nullptr) [[unlikely]] {
+            MoveAnywhere(rv, file, start);
+        }
         // BEHAVIOUR R4
         if (rv.view == nullptr || file.size - start < place + sizeof record) return;
         std::memcpy(&record, rv.view + place, sizeof record);
@@ -272,7 +283,10 @@ private:
     static bool NextChunk(reader_vars& rv, const point_file& file,
                           std::uint64_t recordBytes) noexcept;
     bool NextRunChunk(const CIndexerSmall& run) noexcept;
-    static void MoveView(reader_vars& rv, const point_file& file, std::uint64_t start);
+    static void MoveAnywhere(reader_vars& rv, const point_file& file, std::uint64_t start) noexcept;
+    static void MoveView(reader_vars& rv, const point_file& file, std::uint64_t start,
+                         std::uint64_t bytes);
+    static void ReleaseView(reader_vars& rv);
     static void MapWindow(reader_vars& rv, const point_file& file);
     static void InitRv(reader_vars& rv);
     void InitView(reader_vars& rv);

@@ -14,7 +14,6 @@ ViewWindow::~ViewWindow() {
 std::uint8_t* ViewWindow::At(void* mapping, std::uint64_t fileSize, std::uint64_t position,
                              std::uint64_t bytes) {
     if (!Holds(position, bytes)) {
-        Release();
         offset_ = position - position % platform::kMappingGranularity;
         const std::uint64_t needed = position - offset_ + bytes;
         const std::uint64_t left = fileSize - std::min(fileSize, offset_);
@@ -25,7 +24,7 @@ std::uint8_t* ViewWindow::At(void* mapping, std::uint64_t fileSize, std::uint64_
 }
 
 bool ViewWindow::Map(void* mapping, std::uint64_t bytes) {
-    base_ = platform::MapFileView(mapping, platform::kViewRead, offset_, bytes);
+    base_ = platform::MoveFileView(base_, mapping, platform::kViewRead, offset_, bytes);
     bytes_ = base_ == nullptr ? 0 : bytes;
     return base_ != nullptr;
 }

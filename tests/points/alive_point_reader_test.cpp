@@ -289,6 +289,69 @@ TEST_F(AlivePointReader, LeavesTheRecordAsItWasForAPositionPastTheEnd) {
     EXPECT_TRUE(SameBytes(point, RecordNumber<Alive>(9)));
 }
 
+// BEHAVIOUR R16
+TEST_F(AlivePointReader, ShowsTheRecordOfARandomReadInAViewAtItsGranule) {
+    constexpr std::uint64_t kCount = 720'000;
+    const MappedRecords file(AliveFile(kCount), platform::FileAccess::ReadWrite);
+    std::mt19937 random(1);
+    for (const std::uint32_t access : {platform::kViewRead, platform::kViewAll}) {
+        CAlivePointReader reader(file.Size(), 0, 0, nullptr, nullptr, file.Mapping(), 0, 0, access);
+        const auto shows = [&](std::uint64_t number) {
+            const std::uint64_t position = number * 24;
+            Alive point;
+            reader.ReadPoint(static_cast<std::int64_t>(position), point);
+            const std::uint8_t* shown =
+                reader.PtsMapAddressAlive() + (position - reader.CurrentOffsetAlive());
+            return SameBytes(point, RecordNumber<Alive>(number)) &&
+                   std::memcmp(shown, &point, sizeof point) == 0 &&
+                   reader.CurrentOffsetAlive() == position / 65'536 * 65'536;
+        };
+        for (int i = 0; i < 300; ++i) {
+            ASSERT_TRUE(shows(random() % kCount)) << "access " << access;
+            // The others take views of their own, and give the next random read the file again.
+            if (i % 7 == 0) reader.Reset();
+            if (i % 5 == 0) {
+                Alive point;
+                const auto first = random() % kCount;
+                const CIndexerSmall run{first, 1};
+                reader.Reset();
+                ASSERT_TRUE(reader.ReadIndexPoints(run));
+                ASSERT_TRUE(CurrentIs(reader, first));
+                ASSERT_TRUE(shows(first));
+                ASSERT_FALSE(reader.ReadIndexPoints(run));
+                reader.MapView();
+                reader.ReadPoint(static_cast<std::int64_t>(first * 24), point);
+                ASSERT_TRUE(SameBytes(point, RecordNumber<Alive>(first)));
+            }
+        }
+        // Nothing of a random read reaches the stream that follows.
+        reader.Reset();
+        for (std::uint64_t number = 0; number < kCount; ++number) {
+            ASSERT_TRUE(reader.ReadNextPoint());
+            if (number % 1'000 == 0) {
+                ASSERT_TRUE(CurrentIs(reader, number));
+            }
+        }
+        ASSERT_FALSE(reader.ReadNextPoint());
+    }
+}
+
+// BEHAVIOUR R16
+TEST_F(AlivePointReader, ReadsAtRandomWhatTheMappingHoldsOfALargerSize) {
+    constexpr std::uint64_t kMapped = 720'000;
+    const MappedRecords file(AliveFile(kMapped));
+    const std::uint64_t size = file.Size() + (std::uint64_t{1} << 40);
+    CAlivePointReader reader(size, 0, 0, nullptr, nullptr, file.Mapping(), 0, 0, kViewRead);
+    Alive point{1, 2, 3};
+    // Not even a view of 8 MiB at the first of these lies in the mapping, as it has never done.
+    for (const std::uint64_t number : {kMapped - 1, kMapped * 2, std::uint64_t{1} << 35}) {
+        reader.ReadPoint(static_cast<std::int64_t>(number * 24), point);
+        EXPECT_EQ(point.x, 1);
+    }
+    reader.ReadPoint(24 * 1'000, point);
+    EXPECT_TRUE(SameBytes(point, RecordNumber<Alive>(1'000)));
+}
+
 /// Three views of each file, so that streams, runs and random reads cross views at every seed.
 class AlivePointReaderModel : public testing::TestWithParam<std::uint32_t> {
 protected:
