@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the named parts of the project need on Debian 12:
 # scripts/packages.sh build [test] [gpu] [dialog] [page] [browser] [csharp] [outputs] [cluster] [package]
-# [windows] [display] [front-end] [fuzz].
+# [windows] [display] [front-end] [fuzz] [bench] [peers].
 # Run as root, or as a user who may call sudo; installs nothing when everything is there.
 set -euo pipefail
 
@@ -43,6 +43,10 @@ display=(xvfb)
 front_end=(clang)
 # That compiler's fuzzer and sanitizers: 16 MB to fetch, 95 MB on the disk.
 fuzz=(clang libclang-rt-dev llvm)
+# What asks the questions of the benches and draws their pictures: 40 MB to fetch, 150 MB on the disk.
+bench=(python3 python3-numpy python3-matplotlib)
+# Rivals of the plane search: 231 MB to fetch, 1.2 GB on the disk. Without them they are left out.
+peers=(libpcl-dev libopen3d-dev)
 
 wanted=()
 kernels=no
@@ -66,7 +70,9 @@ for part in "$@"; do
         display) wanted+=("${display[@]}") ;;
         front-end) wanted+=("${front_end[@]}") ;;
         fuzz) wanted+=("${fuzz[@]}") ;;
-        *) echo "packages.sh: unknown part '$part' (build, test, gpu, dialog, page, browser, csharp, outputs, cluster, package, windows, display, front-end, fuzz)" >&2; exit 2 ;;
+        bench) wanted+=("${bench[@]}") ;;
+        peers) wanted+=("${peers[@]}") ;;
+        *) echo "packages.sh: unknown part '$part' (build, test, gpu, dialog, page, browser, csharp, outputs, cluster, package, windows, display, front-end, fuzz, bench, peers)" >&2; exit 2 ;;
     esac
 done
 

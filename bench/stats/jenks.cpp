@@ -3,9 +3,9 @@
 // Question: how much faster than the recurrence written down plainly does GetJenksBreaks give the
 //           same bits, and how does its time grow with the number of values?
 // Ceiling:  none; the plain recurrence is the floor, timed beside it up to 8,000 values. The growth
-//           is the slope of log time over log n from 1,000 to 64,000 values: 2 is quadratic.
+//           is the slope of log time over log n from 1,000 to 64,000 values (--most): 2 is quadratic.
 //
-//     bench_jenks [--thorough] [HISTOGRAM.hist...]
+//     bench_jenks [--thorough] [--most VALUES] [--json] [HISTOGRAM.hist...]
 //
 // Populations of its own, then samples of histogram files. Boundaries are compared with those of
 // every position tried up to 16,000 values, with --thorough to 64,000 (minutes).
@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <functional>
@@ -39,6 +40,7 @@ using Random = std::mt19937_64;
 constexpr int kClasses = 8;
 constexpr std::size_t kPlainValues = 8'000;
 constexpr std::size_t kCheckedValues = 16'000;
+constexpr double kPatience = 2;  // seconds for the repeats of one work
 
 struct Population {
     std::string name;
@@ -113,18 +115,22 @@ Values ExhaustiveBreaks(const Values& values) {
 // to report.
 double LeastSeconds(int repeats, const std::function<void()>& work) {
     double least = std::numeric_limits<double>::infinity();
-    for (int i = 0; i < repeats; ++i) {
+    double spent = 0;
+    for (int i = 0; i < repeats && spent < kPatience; ++i) {
         const std::clock_t start = std::clock();
         work();
-        least = std::min(least, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
+        const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+        least = std::min(least, seconds);
+        spent += seconds;
     }
     return least;
 }
 
-void Measure(const Population& population, bool thorough) {
+void Measure(const bench::Report& report, const Population& population, std::size_t most,
+             bool thorough) {
     Random random(1);
     double shortest = 0;
-    for (std::size_t n = 1'000; n <= 64'000; n *= 2) {
+    for (std::size_t n = 1'000; n <= most; n *= 2) {
         Values values(n);
         for (double& value : values) value = population.draw(random);
         std::sort(values.begin(), values.end());
@@ -137,15 +143,18 @@ void Measure(const Population& population, bool thorough) {
         }
         const double seconds = LeastSeconds(15, [&] { bench::Keep(library()); });
         if (n == 1'000) shortest = seconds;
-        fmt::print("{}: {} values: {:.2f} ms", population.name, n, seconds * 1e3);
-        if (plain) {
-            const double slow = LeastSeconds(n < 8'000 ? 7 : 5, [&] {
-                bench::Keep(orvix::test::PlainBreaks(values, kClasses, 0));
-            });
-            fmt::print(", plainly {:.1f} ms: {:.0f} times faster", slow * 1e3, slow / seconds);
+        const std::string what = fmt::format("{}: {} values", population.name, n);
+        if (n == kPlainValues || 2 * n > most) report.Figure(what, seconds * 1e3, "ms");
+        if (n == kPlainValues) {
+            const double slow = LeastSeconds(
+                5, [&] { bench::Keep(orvix::test::PlainBreaks(values, kClasses, 0)); });
+            report.Figure(what + ", faster than plainly", slow / seconds, "times");
         }
-        if (n == 64'000) fmt::print(", slope {:.2f}", std::log(seconds / shortest) / std::log(64));
-        fmt::print("\n");
+        if (n > 1'000 && 2 * n > most) {
+            report.Figure(population.name + ": slope of log seconds over log values",
+                          std::log(seconds / shortest) / std::log(static_cast<double>(n) / 1'000),
+                          "");
+        }
         std::fflush(stdout);
     }
 }
@@ -155,14 +164,21 @@ void Measure(const Population& population, bool thorough) {
 int main(int argc, char** argv) {
     std::vector<Population> populations = Populations();
     bool thorough = false;
+    std::size_t most = 64'000;
+    bench::Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         if (argument == "--thorough") {
             thorough = true;
+        } else if (argument == "--json") {
+            options.json = true;
+        } else if (argument == "--most" && i + 1 < argc) {
+            most = std::strtoull(argv[++i], nullptr, 10);
         } else {
             populations.push_back(OfFile(argument));
         }
     }
-    for (const Population& population : populations) Measure(population, thorough);
+    const bench::Report report("jenks", options);
+    for (const Population& population : populations) Measure(report, population, most, thorough);
     return 0;
 }
