@@ -5,9 +5,9 @@
 // Cartesian scaled integers of 24 bits with intensity and colours, as scanners write them, and
 // spherical floats. Beside the ratio it prints points a second of processor time.
 #include <ctime>
-#include <random>
 
 #include "bench/bench_support.h"
+#include "bench/importer/e57_columns.h"
 #include "importer/formats/open_scan.h"
 #include "orvix/platform/file.h"
 #include "support/e57_writer.h"
@@ -16,50 +16,6 @@
 namespace {
 
 using namespace orvix;
-using Kind = test::E57Column::Kind;
-
-test::E57Column Scaled(const char* name) {
-    return {.name = name,
-            .kind = Kind::Scaled,
-            .minimum = -8'388'608,
-            .maximum = 8'388'607,
-            .scale = 1e-6};
-}
-
-std::vector<test::E57Column> Cartesian(std::uint64_t points) {
-    std::vector<test::E57Column> columns{Scaled("cartesianX"), Scaled("cartesianY"),
-                                         Scaled("cartesianZ")};
-    columns.push_back({.name = "intensity", .kind = Kind::Integer, .maximum = 32'767});
-    for (const char* name : {"colorRed", "colorGreen", "colorBlue"}) {
-        columns.push_back({.name = name, .kind = Kind::Integer, .maximum = 255});
-    }
-    columns.push_back({.name = "cartesianInvalidState", .kind = Kind::Integer, .maximum = 2});
-    std::mt19937_64 random(1);
-    for (std::uint64_t i = 0; i < points; ++i) {
-        for (auto& column : columns) {
-            const auto span = static_cast<std::uint64_t>(column.maximum - column.minimum);
-            column.whole.push_back(column.minimum + static_cast<std::int64_t>(random() % span));
-        }
-        columns.back().whole.back() = 0;
-    }
-    return columns;
-}
-
-std::vector<test::E57Column> Spherical(std::uint64_t points) {
-    std::vector<test::E57Column> columns;
-    for (const char* name : {"sphericalRange", "sphericalAzimuth", "sphericalElevation"}) {
-        columns.push_back({.name = name, .kind = Kind::Single});
-    }
-    std::mt19937_64 random(1);
-    std::uniform_real_distribution<double> angle(-1.5, 1.5);
-    for (std::uint64_t i = 0; i < points; ++i) {
-        columns[0].real.push_back(20 + angle(random));
-        columns[1].real.push_back(2 * angle(random));
-        columns[2].real.push_back(angle(random));
-    }
-    return columns;
-}
-
 std::uint64_t ReadPoints(const CString& path) {
     auto reader = importer::OpenScan(path);
     bench::Require(reader.has_value(), reader ? "" : reader.error().message);
@@ -111,7 +67,7 @@ int main(int argc, char** argv) {
     bench::Options options = bench::ParseOptions(argc, argv);
     options.points = std::min<std::uint64_t>(options.points, 4'000'000);
     bench::Report table("e57_rate", options);
-    Measure(table, "Cartesian, 24 bits", options, Cartesian(options.points));
-    Measure(table, "spherical, floats", options, Spherical(options.points));
+    Measure(table, "Cartesian, 24 bits", options, bench::Cartesian(options.points));
+    Measure(table, "spherical, floats", options, bench::Spherical(options.points));
     return 0;
 }
