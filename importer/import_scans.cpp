@@ -19,11 +19,10 @@
 #include "importer/tasks/report_note.h"
 #include "importer/tasks/run_tasks.h"
 #include "importer/tasks/task_job.h"
-#include "importer/write/grid_writer.h"
+#include "importer/write/cloud_sink.h"
 #include "importer/write/project_publisher.h"
 #include "importer/write/project_records.h"
 #include "importer/write/project_remains.h"
-#include "importer/write/skeleton_writer.h"
 #include "orvix/platform/system.h"
 #include "orvix/project/covered_files.h"
 
@@ -85,6 +84,8 @@ private:
     Survey survey_;
     SortedCloud cloud_;
     std::optional<GridWriter> grid_;
+    std::optional<SkeletonWriter> skeletonFiles_;
+    std::optional<CloudSink> cloudSink_;
     SkeletonSummary skeleton_;
     bool continued_ = false;   // an import that was ended
     bool keepsTasks_ = false;  // what is done is kept where this one ends early
@@ -106,6 +107,8 @@ Expected<ImportReport> ImportRun::Run() {
 // again stays, unless the inputs themselves are at fault.
 // BEHAVIOUR I28
 tl::unexpected<Error> ImportRun::EndEarly(Error failure) {
+    cloudSink_.reset();
+    skeletonFiles_.reset();
     grid_.reset();
     cloud_.runs.clear();
     if (publisher_ && keepsTasks_ && !publisher_->IsPublished() &&
@@ -264,12 +267,14 @@ Expected<void> ImportRun::WriteGrid() {
     const bool fine = options_.skeleton != SkeletonSize::OneMetre;  // BEHAVIOUR I11
     grid_.emplace(survey_.frame,
                   fine ? IndexWriter::FineLevel::Write : IndexWriter::FineLevel::Omit);
+    skeletonFiles_.emplace(publisher_->Working(), options_.skeleton, pool_);
+    cloudSink_.emplace(survey_.frame, options_.skeleton, *grid_, *skeletonFiles_, skeleton_);
     Expected<void> done = grid_->Create(publisher_->Working());
     if (done) {
         done =
             MergeRuns(cloud_.runs, survey_.frame,
                       {.blockPoints = plan_.memoryBlockPoints, .removeDuplicates = options_.dedupe},
-                      pool_, *grid_);
+                      pool_, *cloudSink_);
     }
     return done ? FinishGrid() : done;
 }
@@ -287,13 +292,13 @@ Expected<void> ImportRun::FinishGrid() {
 }
 
 Expected<void> ImportRun::WriteSkeleton() {
-    meter_.Begin(ImportPhase::Skeleton, report_.written * kAlivePointBytes);
-    SkeletonWriter skeleton(publisher_->Working(), options_.skeleton, pool_);
-    auto written = skeleton.Write(grid_->Finished(), skeleton_);
+    meter_.Begin(ImportPhase::Skeleton,
+                 cloudSink_->ThinsBlocks() ? 0 : report_.written * kAlivePointBytes);
+    auto written = cloudSink_->FinishSkeleton();
     if (!written) return written;
     report_.skeletonPoints = skeleton_.points;
-    meter_.Begin(ImportPhase::Finish, skeleton.CoarseBytes());
-    return skeleton.WriteCoarse();
+    meter_.Begin(ImportPhase::Finish, skeletonFiles_->CoarseBytes());
+    return skeletonFiles_->WriteCoarse();
 }
 
 ProjectFacts ImportRun::Facts() const {

@@ -16,6 +16,8 @@ struct SortKey {
 
     auto operator<=>(const SortKey&) const = default;
 
+    /// That of the first 10 cm cell in the same 100 cm cell.
+    [[nodiscard]] SortKey Metre() const { return {block, inside / 1000 * 1000}; }
     /// The smallest key above this one.
     [[nodiscard]] SortKey Next() const { return {block, inside + 1}; }
 };

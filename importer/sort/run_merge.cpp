@@ -189,7 +189,8 @@ Expected<void> MergeRuns(const std::vector<SortedRun>& runs, const GridFrame& fr
         auto plan = TaskPlanner(runs, frame, options, pool).Plan();
         if (!plan) return ErrorOf(plan);
         tasks = std::move(*plan);
-        return {};
+        return sink.Begin(std::all_of(tasks.begin(), tasks.end(),
+                                      [](const MergeTask& task) { return task.run == nullptr; }));
     });
     if (!planned) return planned;
     std::size_t next = 0;
@@ -201,7 +202,10 @@ Expected<void> MergeRuns(const std::vector<SortedRun>& runs, const GridFrame& fr
     };
     steps.work = [&](MergedBlock& block) -> Expected<void> {
         block.removed = {};
-        return block.task.run != nullptr ? TakePart(block) : TakeRange(block, runs, frame, options);
+        auto taken =
+            block.task.run != nullptr ? TakePart(block) : TakeRange(block, runs, frame, options);
+        if (taken) sink.Prepare(block);
+        return taken;
     };
     steps.commit = [&](MergedBlock& block) { return sink.Commit(block); };
     steps.finish = [&](MergedBlock& block) -> Expected<void> {

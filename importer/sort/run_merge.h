@@ -24,6 +24,11 @@ struct MergeTask {
     std::uint64_t firstInCell = 0;
 };
 
+/// What a sink makes of the blocks that one thread merges; it stays from block to block.
+struct SinkWork {
+    virtual ~SinkWork() = default;
+};
+
 /// A stretch of points in their final order, with the buffers that it was made in.
 struct MergedBlock {
     MergeTask task;
@@ -31,6 +36,7 @@ struct MergedBlock {
     RawBuffer<AlivePoint> points;
     std::vector<CellCount> cells;
     Removed removed;
+    std::unique_ptr<SinkWork> work;  ///< null until the sink makes one
 
     RawBuffer<AlivePoint> gathered;
     BlockSorter sorter;
@@ -40,6 +46,10 @@ struct MergedBlock {
 class MergeSink {
 public:
     virtual ~MergeSink() = default;
+    /// Once, before the first block. Whether each block holds whole 10 cm cells.
+    virtual Expected<void> Begin(bool /*wholeCells*/) { return {}; }
+    /// On several threads at once, before Commit, while the block is in cache.
+    virtual void Prepare(MergedBlock& /*block*/) {}
     /// One at a time, in order.
     virtual Expected<void> Commit(MergedBlock& block) = 0;
     /// On several threads at once, after Commit.
@@ -48,7 +58,7 @@ public:
 
 /// How runs are merged.
 struct MergeOptions {
-    std::uint64_t blockPoints = 0;  ///< to aim at per block; 80 bytes of memory each, per worker
+    std::uint64_t blockPoints = 0;  ///< to aim at per block (memory_plan.h says what each takes)
     bool removeDuplicates = false;
     SortKey low = kFirstKey;  ///< points of cells from here on ...
     SortKey high = kEndKey;   ///< ... to before here

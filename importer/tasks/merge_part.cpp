@@ -6,7 +6,7 @@
 
 #include "importer/tasks/task_name.h"
 #include "importer/tasks/task_runs.h"
-#include "importer/write/grid_writer.h"
+#include "importer/write/cloud_sink.h"
 #include "orvix/platform/path.h"
 
 namespace orvix::importer {
@@ -85,14 +85,15 @@ Expected<void> WritePart(const ProjectManager& paths, const std::vector<SortedRu
                     part.first);
     Expected<void> done = grid.CreatePart(paths);
     if (done) done = request.stillOwn();
-    if (done) done = MergeRuns(runs, request.frame, request.merge, pool, grid);
+    SkeletonWriter skeleton(paths, request.skeleton, pool);
+    CloudSink sink(request.frame, request.skeleton, grid, skeleton, part.skeleton);
+    if (done) done = MergeRuns(runs, request.frame, request.merge, pool, sink);
     if (done) done = pool.RunOne([&] { return grid.Finish(); });
     if (!done) return done;
     part.points = grid.Points() - part.first;
     part.removed = grid.Duplicates();
     part.sums = grid.Pieces();
-    SkeletonWriter skeleton(paths, request.skeleton, pool);
-    done = skeleton.Write(grid.Finished(), part.skeleton);
+    done = sink.FinishSkeleton();
     if (done) done = skeleton.ClosePart();
     return done ? pool.RunOne([&] { return grid.Close(); }) : done;
 }

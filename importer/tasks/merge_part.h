@@ -40,7 +40,7 @@ struct MergeRequest {
 /// the range's part of indexes, skeleton and histograms beside the note.
 ///
 /// Errors   those of the files; Cancelled.
-/// Cost     the points are read, sorted, written, and read once more from the system's cache.
+/// Cost     the points are read, sorted and written; read once more where CloudSink says so.
 Expected<void> MergePart(const TaskNotes& notes, const ProjectManager& project,
                          const std::vector<SortedRun>& runs, const MergeRequest& request,
                          ImportPool& pool);

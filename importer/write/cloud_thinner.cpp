@@ -7,8 +7,7 @@ namespace orvix::importer {
 
 Expected<void> CloudThinner::Thin(std::uint64_t first, std::uint64_t count,
                                   Histograms& histograms) {
-    skeleton.clear();
-    cells.clear();
+    thinned.Clear();
     const std::uint64_t end = first + count;
     while (first < end && !stopping_()) {
         if (auto read = Read({first, end}); !read) return read;
@@ -47,7 +46,7 @@ std::size_t CloudThinner::ThinWholeCells(bool last, Histograms& histograms) {
         for (const AlivePoint& point : points) histograms.Add(point);
         thinner_.Add(points);
         thinner_.Choose(points);
-        Finish(ThinningCellOf(points.front(), size_));
+        Finish(ThinningCellOf(points.front(), size_), points.size());
         begin = end;
     }
     return begin;
@@ -76,15 +75,14 @@ Expected<std::uint64_t> CloudThinner::ThinLargeCell(const Stretch& stretch,
         thinner_.Choose(block_.All());
         left.first += block_.Size();
     }
-    Finish(cell);
+    Finish(cell, count);
     return count;
 }
 
-void CloudThinner::Finish(const ThinningCell& cell) {
-    const std::size_t before = skeleton.size();
-    thinner_.Finish(skeleton);
-    if (cells.empty() || cells.back().cell != cell.cell100) cells.push_back({cell.cell100, 0});
-    cells.back().points += static_cast<std::uint32_t>(skeleton.size() - before);
+void CloudThinner::Finish(const ThinningCell& cell, std::uint64_t points) {
+    chosen_.clear();
+    thinner_.Finish(chosen_);
+    thinned.Add(cell.cell100, points, chosen_);
 }
 
 }  // namespace orvix::importer

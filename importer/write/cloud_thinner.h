@@ -9,15 +9,10 @@
 #include "importer/files/raw_buffer.h"
 #include "importer/files/synced_file.h"
 #include "importer/write/histograms.h"
+#include "importer/write/thinned_points.h"
 #include "importer/write/voxel_thinner.h"
 
 namespace orvix::importer {
-
-/// A 100 cm cell and its number of skeleton points.
-struct ThinnedCell {
-    std::array<std::int32_t, 3> cell{};
-    std::uint32_t points = 0;
-};
 
 /// Thins stretches of Grid.pts and counts their histograms; a stretch consists of whole 100 cm
 /// cells.
@@ -31,11 +26,10 @@ public:
     CloudThinner(const SyncedFile& points, SkeletonSize size, std::function<bool()> stopping)
         : file_(points), size_(size), stopping_(std::move(stopping)), thinner_(size) {}
 
-    /// Thins points `first` to `first + count - 1` into `skeleton` and `cells`, both replaced.
+    /// Thins points `first` to `first + count - 1` into `thinned`, which is replaced.
     Expected<void> Thin(std::uint64_t first, std::uint64_t count, Histograms& histograms);
 
-    std::vector<AlivePoint> skeleton;
-    std::vector<ThinnedCell> cells;
+    ThinnedPoints thinned;
 
 private:
     struct Stretch {
@@ -47,13 +41,14 @@ private:
     [[nodiscard]] std::size_t EndOfCell(std::size_t begin) const;
     std::size_t ThinWholeCells(bool last, Histograms& histograms);
     Expected<std::uint64_t> ThinLargeCell(const Stretch& stretch, Histograms& histograms);
-    void Finish(const ThinningCell& cell);
+    void Finish(const ThinningCell& cell, std::uint64_t points);
 
     const SyncedFile& file_;
     SkeletonSize size_;
     std::function<bool()> stopping_;
     VoxelThinner thinner_;
     RawBuffer<AlivePoint> block_;
+    std::vector<AlivePoint> chosen_;
 };
 
 }  // namespace orvix::importer

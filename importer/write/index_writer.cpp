@@ -9,14 +9,9 @@ namespace orvix::importer {
 namespace {
 
 constexpr std::uint64_t kMaxCount = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint32_t kFineKeysPerMetre = 1000;
 
 SortKey BlockOf(const SortKey& key) {
     return {key.block, 0};
-}
-
-SortKey MetreOf(const SortKey& key) {
-    return {key.block, key.inside / kFineKeysPerMetre * kFineKeysPerMetre};
 }
 
 tl::unexpected<Error> TooMany(const char* what) {
@@ -56,7 +51,7 @@ Expected<void> IndexWriter::Add(std::span<const CellCount> cells) {
 // Ends the open cells that do not hold `key` and starts those that do.
 Expected<void> IndexWriter::Open(const SortKey& key) {
     const bool newBlock = !started_ || BlockOf(key) != BlockOf(key_);
-    const bool newMetre = newBlock || MetreOf(key) != MetreOf(key_);
+    const bool newMetre = newBlock || key.Metre() != key_.Metre();
     if (started_) {
         Expected<void> closed = CloseFine();
         if (closed && newMetre) closed = CloseMetre();

@@ -82,12 +82,10 @@ struct SkeletonWriter::Batch {
     std::uint64_t count = 0;
     std::unique_ptr<CloudThinner> thinner;
     Histograms histograms;
-    std::vector<SimplePointT<float>> coordinates;
-    std::vector<CPointDataFull> data;
 };
 
 Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& summary) {
-    if (auto created = files_.Create(project_); !created) return created;
+    if (auto created = Create(); !created) return created;
     RecordScanner<GridCellRecord> cells(*grid.cells100, grid.cellCount);
     parallel::OrderedSteps<Batch> steps;
     steps.take = [&](Batch& batch) -> Expected<bool> {
@@ -99,7 +97,6 @@ Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& 
             if (batch.count != 0 && (*cell)->count > kBatchPoints - batch.count) break;
             if (batch.count == 0) batch.first = (*cell)->offset;
             batch.count += (*cell)->count;
-            summary.aliveDensity.AddCell((*cell)->count);
             cells.Take();
         }
         return batch.count != 0;
@@ -109,54 +106,57 @@ Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& 
             batch.thinner = std::make_unique<CloudThinner>(*grid.points, size_,
                                                            [this] { return pool_.Stopping(); });
         }
-        auto thinned = batch.thinner->Thin(batch.first, batch.count, batch.histograms);
-        batch.coordinates.clear();
-        batch.data.clear();
-        for (const AlivePoint& point : batch.thinner->skeleton) {
-            batch.coordinates.push_back({point.x, point.y, point.z});
-            batch.data.push_back(detail::SkeletonDataOf(point));
-        }
-        return thinned;
+        return batch.thinner->Thin(batch.first, batch.count, batch.histograms);
     };
     steps.commit = [&](Batch& batch) {
         pool_.Meter().Add(batch.count * sizeof(AlivePoint), batch.count);
-        return Commit(batch, summary);
+        return Add(batch.thinner->thinned, batch.histograms, summary);
     };
     auto done = parallel::RunInOrder(pool_, steps);
-    if (!done) return done;
-    summary.points = points_;
-    return pool_.RunOne([&] { return Finish(); });
+    return done ? Finish(summary) : done;
 }
 
-Expected<void> SkeletonWriter::Commit(Batch& batch, SkeletonSummary& summary) {
-    summary.histograms.Take(batch.histograms);
-    for (const ThinnedCell& thinned : batch.thinner->cells) {
-        const auto& [x, y, z] = thinned.cell;
-        const detail::SkeletonBlockRecord block{detail::FloorTenth(x),
-                                                detail::FloorTenth(y),
-                                                detail::FloorTenth(z),
-                                                0,
-                                                files_.cells.Count(),
-                                                0,
-                                                0};
-        const bool sameBlock =
-            block_.count != 0 && block.x == block_.x && block.y == block_.y && block.z == block_.z;
-        if (!sameBlock) {
-            if (auto closed = CloseBlock(); !closed) return closed;
-            block_ = block;
-            blockFirst_ = points_;
+Expected<void> SkeletonWriter::Add(const ThinnedPoints& thinned, Histograms& histograms,
+                                   SkeletonSummary& summary) {
+    summary.histograms.Take(histograms);
+    for (const ThinnedCell& cell : thinned.cells) {
+        if (cell_.points != 0 && cell_.cell == cell.cell) {
+            cell_.alive += cell.alive;
+            cell_.points += cell.points;
+            continue;
         }
-        ++block_.count;
-        if (auto added = files_.cells.Add({x, y, z, 0, points_, thinned.points, 0}); !added) {
-            return added;
-        }
-        points_ += thinned.points;
-        summary.skeletonDensity.AddCell(thinned.points);
+        if (auto closed = CloseCell(summary); !closed) return closed;
+        cell_ = cell;
     }
     Expected<void> done =
-        files_.coordinates.Add(std::span<const SimplePointT<float>>(batch.coordinates));
-    if (done) done = files_.data.Add(std::span<const CPointDataFull>(batch.data));
+        files_.coordinates.Add(std::span<const SimplePointT<float>>(thinned.coordinates));
+    if (done) done = files_.data.Add(std::span<const CPointDataFull>(thinned.data));
     return done;
+}
+
+Expected<void> SkeletonWriter::CloseCell(SkeletonSummary& summary) {
+    if (cell_.points == 0) return {};
+    const auto& [x, y, z] = cell_.cell;
+    const detail::SkeletonBlockRecord block{detail::FloorTenth(x),
+                                            detail::FloorTenth(y),
+                                            detail::FloorTenth(z),
+                                            0,
+                                            files_.cells.Count(),
+                                            0,
+                                            0};
+    const bool sameBlock =
+        block_.count != 0 && block.x == block_.x && block.y == block_.y && block.z == block_.z;
+    if (!sameBlock) {
+        if (auto closed = CloseBlock(); !closed) return closed;
+        block_ = block;
+        blockFirst_ = points_;
+    }
+    ++block_.count;
+    summary.aliveDensity.AddCell(static_cast<std::uint32_t>(cell_.alive));
+    summary.skeletonDensity.AddCell(cell_.points);
+    auto added = files_.cells.Add({x, y, z, 0, points_, cell_.points, 0});
+    points_ += cell_.points;
+    return added;
 }
 
 // The coarse record's bounds and representative follow in WriteCoarse, once the block's points
@@ -170,9 +170,13 @@ Expected<void> SkeletonWriter::CloseBlock() {
     return done ? files_.coarse.Add(coarse) : done;
 }
 
-Expected<void> SkeletonWriter::Finish() {
-    Expected<void> done = CloseBlock();
-    return done ? files_.Finish() : done;
+Expected<void> SkeletonWriter::Finish(SkeletonSummary& summary) {
+    return pool_.RunOne([&]() -> Expected<void> {
+        Expected<void> done = CloseCell(summary);
+        if (done) done = CloseBlock();
+        summary.points = points_;
+        return done ? files_.Finish() : done;
+    });
 }
 
 Expected<void> SkeletonFiles::Create(const ProjectManager& project) {

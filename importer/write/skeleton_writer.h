@@ -11,6 +11,7 @@
 #include "importer/write/grid_writer.h"
 #include "importer/write/histograms.h"
 #include "importer/write/surface_density.h"
+#include "importer/write/thinned_points.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/view_records.h"
 
@@ -48,8 +49,9 @@ struct SkeletonFiles {
 /// Thins the sorted cloud and writes the skeleton with its three tables.
 ///
 /// `Write` reads Grid.pts once: it writes the skeleton's coordinates and data and the two cell
-/// tables by which a viewer fetches it, and counts the histograms. `WriteCoarse` then writes the
-/// coarse table, block by block (orvix/project/view_records.h).
+/// tables by which a viewer fetches it, and counts the histograms. Where the points are thinned
+/// already, `Create`, `Add` of each stretch and `Finish` do the same without reading any. `WriteCoarse`
+/// then writes the coarse table, block by block (orvix/project/view_records.h).
 ///
 /// Order   skeleton points are in the order of Grid.pts's cells, inside a cell by voxel.
 /// Errors  those of the files; Cancelled.
@@ -61,6 +63,14 @@ public:
         : project_(project), size_(size), pool_(pool) {}
 
     Expected<void> Write(const FinishedGrid& grid, SkeletonSummary& summary);
+
+    Expected<void> Create() { return files_.Create(project_); }
+    /// One at a time, in the order of Grid.pts; takes the counts out of `histograms`.
+    Expected<void> Add(const ThinnedPoints& thinned, Histograms& histograms,
+                       SkeletonSummary& summary);
+    /// Brings the files to the device.
+    Expected<void> Finish(SkeletonSummary& summary);
+
     /// What `WriteCoarse` will write.
     [[nodiscard]] std::uint64_t CoarseBytes() const { return files_.CoarseBytes(); }
     /// After `Write`: bounds and representatives of the coarse table; closes all files.
@@ -73,17 +83,17 @@ public:
 private:
     struct Batch;
 
-    Expected<void> Commit(Batch& batch, SkeletonSummary& summary);
+    Expected<void> CloseCell(SkeletonSummary& summary);
     Expected<void> CloseBlock();
-    Expected<void> Finish();
 
     const ProjectManager& project_;
     SkeletonSize size_;
     ImportPool& pool_;
     SkeletonFiles files_;
+    ThinnedCell cell_;  // the open one, of which more may come; none while it has no points
     detail::SkeletonBlockRecord block_;
     std::uint64_t blockFirst_ = 0;  // first skeleton point of the open block
-    std::uint64_t points_ = 0;
+    std::uint64_t points_ = 0;      // before the open cell
 };
 
 }  // namespace orvix::importer
