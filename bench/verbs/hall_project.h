@@ -7,9 +7,11 @@
 
 #include "bench/bench_support.h"
 #include "bench/gpu/scanned_hall.h"
+#include "bench/verbs/plain_pass.h"
 #include "importer/import.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/project/project_paths.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::bench {
@@ -43,5 +45,21 @@ inline importer::ImportReport ImportHall(const CString& scan, const CString& pro
     platform::RemoveFile(scan, error);
     return *report;
 }
+
+/// A hall's project in a folder of its own.
+struct HallProject {
+    explicit HallProject(std::uint64_t points) {
+        imported = ImportHall(folder / L"hall.ply", project, points);
+        Require(detail::FindProject(paths, project).has_value(), "there is no project");
+    }
+
+    [[nodiscard]] std::uint64_t PointBytes() const { return imported.written * kAlivePointBytes; }
+    void ReadPoints() const { Keep(ReadMapped(paths.gridPts)); }
+
+    test::ScratchFolder folder;
+    CString project = folder / L"hall.prj";
+    importer::ImportReport imported;
+    ProjectManager paths;
+};
 
 }  // namespace orvix::bench
