@@ -90,12 +90,10 @@ Expected<Outcome> RunCheck(const Arguments& arguments, CommandContext& context) 
     detail::CheckOptions options;
     options.modelFault = building::FaultOfRecords;
     parallel::Pool pool(0, MayGoOn, "the check was cancelled");
-    if (arguments.deep) {
-        options.sums = detail::SumDepth::All;
-        options.runBlocks = [&](std::size_t jobs, const detail::BlockJob& job) {
-            return pool.RunJobs(jobs, job);
-        };
-    }
+    if (arguments.deep) options.sums = detail::SumDepth::All;
+    options.runBlocks = [&](std::size_t jobs, const detail::BlockJob& job) {
+        return pool.RunJobs(jobs, job);
+    };
     options.progress = [&progress](double fraction) {
         progress.Report({"checking", fraction, 0, 0, -1});
         return MayGoOn();

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "orvix/geometry/bounds.h"
 #include "orvix/points/attributes.h"
 
 namespace orvix::detail {
@@ -14,6 +15,7 @@ namespace {
 struct Soundness {
     bool cells100 = false;
     bool cells10 = false;
+    bool all = false;  // every run of every level of the grid
 };
 
 Soundness CheckLevels(CheckLog& log, const GridFiles& grid) {
@@ -24,6 +26,7 @@ Soundness CheckLevels(CheckLog& log, const GridFiles& grid) {
     if (nested) CheckNesting(log, grid.cells1000, grid.cells100);
     if (!grid.points.IsOpen()) return sound;
     sound.cells100 = CheckRuns(log, grid.cells100, grid.points.Count(), "points");
+    sound.all = sound.cells100 && !grid.fineLevel;
     if (!grid.fineLevel || !grid.cells10.IsOpen()) return sound;
     sound.cells10 = CheckRuns(log, grid.cells10, grid.points.Count(), "points") && sound.cells100;
     if (!grid.runs10.IsOpen()) return sound;
@@ -31,8 +34,8 @@ Soundness CheckLevels(CheckLog& log, const GridFiles& grid) {
     if (grid.runs10.Count() != grid.cells100.Count()) {
         log.Add(grid.runs10.Path(), "holds {} runs for {} 100 cm cells", grid.runs10.Count(),
                 grid.cells100.Count());
-    } else if (runs && sound.cells10) {
-        CheckFineCells(log, grid.cells100, grid.runs10, grid.cells10);
+    } else {
+        sound.all = runs && sound.cells10;
     }
     return sound;
 }
@@ -65,18 +68,30 @@ public:
     PointCheck(CheckLog& log, const GridFiles& grid, Soundness sound)
         : log_(log), grid_(grid), sound_(sound), cell100_(grid.cells100), cell10_(grid.cells10) {}
 
-    void Run() {
-        const std::uint64_t count = grid_.points.Count();
-        for (std::uint64_t i = 0; i < count; ++i) {
-            Visit(i, grid_.points[i]);
-            if (i % kCheckBlock == 0 && !log_.Advance(kCheckBlock * kAlivePointBytes)) return;
+    // Clean stretches need no visit; without any, every point does.
+    void Run(const std::vector<CellStretch>& stretches) {
+        if (stretches.empty()) return Visit(0, grid_.points.Count());
+        for (const CellStretch& stretch : stretches) {
+            if (stretch.cleanPoints) {
+                Take(stretch);
+            } else {
+                Visit(stretch.firstPoint, stretch.endPoint);
+            }
         }
     }
 
-    [[nodiscard]] const ExtendsT<double>& Bounds() const { return bounds_; }
+    // Zeros where no point has a place.
+    [[nodiscard]] ExtendsT<double> Bounds() const { return empty_ ? ExtendsT<double>() : bounds_; }
     [[nodiscard]] std::uint32_t Stations() const { return stations_; }
 
 private:
+    void Visit(std::uint64_t first, std::uint64_t end) {
+        for (std::uint64_t i = first; i < end && !log_.Cancelled(); ++i) {
+            Visit(i, grid_.points[i]);
+            if (i % kCheckBlock == 0) log_.Advance(kCheckBlock * kAlivePointBytes);
+        }
+    }
+
     void Visit(std::uint64_t i, const CCloudPoint<float>& point) {
         if (!HasCell(point)) {
             log_.Add(grid_.points.Path(),
@@ -100,17 +115,17 @@ private:
     }
 
     void Measure(const CCloudPoint<float>& point) {
-        if (empty_) bounds_ = {{point.x, point.y, point.z}, {point.x, point.y, point.z}};
         empty_ = false;
-        Grow(bounds_.min.x, bounds_.max.x, point.x);
-        Grow(bounds_.min.y, bounds_.max.y, point.y);
-        Grow(bounds_.min.z, bounds_.max.z, point.z);
+        Extend(bounds_, SimplePointT<double>{point.x, point.y, point.z});
         stations_ = std::max(stations_, StationOf(point) + 1U);
     }
 
-    static void Grow(double& low, double& high, double value) {
-        if (value < low) low = value;
-        if (value > high) high = value;
+    void Take(const CellStretch& stretch) {
+        empty_ = false;
+        const ExtendsT<float>& clean = stretch.bounds;
+        Extend(bounds_, SimplePointT<double>{clean.min.x, clean.min.y, clean.min.z});
+        Extend(bounds_, SimplePointT<double>{clean.max.x, clean.max.y, clean.max.z});
+        stations_ = std::max(stations_, stretch.stations);
     }
 
     CheckLog& log_;
@@ -118,7 +133,7 @@ private:
     Soundness sound_;
     Cursor<GridCellRecord> cell100_;
     Cursor<FineCellRecord> cell10_;
-    ExtendsT<double> bounds_;
+    ExtendsT<double> bounds_ = NoBounds<ExtendsT<double>>();
     bool empty_ = true;
     std::uint32_t stations_ = 0;
 };
@@ -129,7 +144,7 @@ bool IsSame(const SimplePointT<double>& a, const SimplePointT<double>& b) {
 
 void CheckHeadAgainst(CheckLog& log, const PointCheck& points, const CString& headPath,
                       const CLOUD_HEADER& head) {
-    const ExtendsT<double>& bounds = points.Bounds();
+    const ExtendsT<double> bounds = points.Bounds();
     if (!IsSame(bounds.min, head.bounds.min) || !IsSame(bounds.max, head.bounds.max)) {
         log.Add(headPath,
                 "holds bounds ({}, {}, {}) to ({}, {}, {}) where the points reach from "
@@ -146,27 +161,24 @@ void CheckHeadAgainst(CheckLog& log, const PointCheck& points, const CString& he
 
 }  // namespace
 
-GridFiles::GridFiles(const ProjectManager& paths, bool withFineLevel, CheckLog& log)
-    : points(paths.gridPts, log),
-      cells1000(paths.grid1000cmIdx, log),
-      cells100(paths.gridIdx, log),
-      fineLevel(withFineLevel),
-      runs10(withFineLevel ? RecordFile<CIndexerSmall>(paths.grid1to10cmIdx, log)
-                           : RecordFile<CIndexerSmall>()),
-      cells10(withFineLevel ? RecordFile<FineCellRecord>(paths.grid10cmIdx, log)
-                            : RecordFile<FineCellRecord>()) {}
-
-void CheckGrid(CheckLog& log, const GridFiles& grid, const CString& headPath,
-               const CLOUD_HEADER& head) {
+std::vector<CellStretch> CheckGrid(CheckLog& log, const ProjectManager& paths,
+                                   const GridFiles& grid, const CLOUD_HEADER& head,
+                                   const BlockRunner& run) {
     const Soundness sound = CheckLevels(log, grid);
-    if (!grid.points.IsOpen() || log.Cancelled()) return;
+    std::vector<CellStretch> stretches;
+    if (sound.all) stretches = LookAtCells(log, paths, grid, run);
+    const bool clean = AllAre(stretches, &CellStretch::cleanPoints);
+    if (sound.all && grid.fineLevel && !clean)
+        CheckFineCells(log, grid.cells100, grid.runs10, grid.cells10);
+    if (!grid.points.IsOpen() || log.Cancelled()) return {};
     if (head.pointCount != grid.points.Count()) {
-        log.Add(headPath, "counts {} points where {} are stored", head.pointCount,
+        log.Add(paths.headFile, "counts {} points where {} are stored", head.pointCount,
                 grid.points.Count());
     }
     PointCheck points(log, grid, sound);
-    points.Run();
-    if (!log.Cancelled()) CheckHeadAgainst(log, points, headPath, head);
+    points.Run(stretches);
+    if (!log.Cancelled()) CheckHeadAgainst(log, points, paths.headFile, head);
+    return stretches;
 }
 
 }  // namespace orvix::detail

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -14,7 +15,7 @@
 
 namespace orvix::detail {
 
-/// A headerless array of records on disk, read through two windows of 1 MiB: the one in use and the
+/// A headerless array of records on disk, read through two windows of 64 KiB: the one in use and the
 /// one before it. So a check of any project takes little memory, and a file that another program cuts
 /// short meanwhile ends the check with a sentence. Opening it names its faults: a file that is missing
 /// or that does not end with a whole record.
@@ -27,7 +28,7 @@ namespace orvix::detail {
 /// Errors     what cannot be read, or is no longer there, is the log's refusal, and records are zero
 ///            from then on.
 /// Threads    one.
-/// Cost       a system call per MiB where records are read in about their order.
+/// Cost       a system call per 64 KiB where records are read in about their order.
 template <class Record>
 class RecordFile {
 public:
@@ -60,8 +61,19 @@ public:
         return place < window_.records.size() ? window_.records[place] : Record();
     }
 
+    /// Records from `i` on that the window in use holds: some of the next `count`, at least one
+    /// unless the file cannot be read. Valid until another record is asked for.
+    /// Precondition: `i` is below `Count()`.
+    std::span<const Record> From(std::uint64_t i, std::uint64_t count) const {
+        if (i - window_.first >= window_.records.size()) Slide(i);
+        const std::uint64_t place = i - window_.first;
+        if (place >= window_.records.size()) return {};
+        const auto rest = std::span(window_.records).subspan(static_cast<std::size_t>(place));
+        return rest.first(static_cast<std::size_t>(std::min<std::uint64_t>(count, rest.size())));
+    }
+
 private:
-    static constexpr std::uint64_t kWindowRecords = (std::uint64_t{1} << 20) / sizeof(Record);
+    static constexpr std::uint64_t kWindowRecords = (std::uint64_t{1} << 16) / sizeof(Record);
 
     struct Window {
         std::uint64_t first = 0;

@@ -153,7 +153,7 @@ void CheckCoarse(CheckLog& log, const ViewFiles& view, const Coordinates& points
 }
 
 void CheckView(CheckLog& log, const ViewFiles& view, const GridFiles& grid,
-               const Coordinates& points, bool finite) {
+               const Coordinates& points, bool finite, bool clean) {
     const bool open = view.blocks.IsOpen() && view.cells.IsOpen();
     if (!open || log.Cancelled()) return;
     const bool blocks = CheckRuns(log, view.blocks, view.cells.Count(), "100 cm cells");
@@ -161,14 +161,14 @@ void CheckView(CheckLog& log, const ViewFiles& view, const GridFiles& grid,
     if (blocks) CheckNesting(log, view.blocks, view.cells);
     if (grid.cells1000.IsOpen()) CheckSameCells(log, view.blocks, grid.cells1000);
     if (grid.cells100.IsOpen()) CheckSameCells(log, view.cells, grid.cells100);
-    if (finite && cells) CheckMembership(log, view.cells, points);
+    if (finite && cells && !clean) CheckMembership(log, view.cells, points);
     if (finite && cells && blocks && view.coarse.IsOpen()) CheckCoarse(log, view, points);
 }
 
 }  // namespace
 
 void CheckSkeleton(CheckLog& log, const ProjectManager& paths, const GridFiles& grid,
-                   const CLOUD_HEADER& head) {
+                   const CLOUD_HEADER& head, const std::vector<CellStretch>& stretches) {
     const Coordinates points(paths.gridSkeletCoordPts, log);
     const RecordFile<CPointDataFull> data(paths.gridSkeletDataPts, log);
     const ViewFiles view(paths, log);
@@ -182,11 +182,12 @@ void CheckSkeleton(CheckLog& log, const ProjectManager& paths, const GridFiles& 
         log.Add(data.Path(), "holds {} records for {} skeleton points", data.Count(),
                 points.Count());
     }
-    const bool finite = AllHaveCells(log, points);
-    if (finite) CheckVoxels(log, grid, points, head.scale);
-    CheckView(log, view, grid, points, finite);
-    if (log.Cancelled() || !finite || !data.IsOpen() || !grid.points.IsOpen()) return;
-    CheckSkeletonData(log, {points, data, view.cells}, grid);
+    const bool clean = AllAre(stretches, &CellStretch::cleanSkeleton);
+    const bool finite = clean ? log.Advance(points.Bytes()) : AllHaveCells(log, points);
+    if (finite && !clean) CheckVoxels(log, grid, points, head.scale);
+    CheckView(log, view, grid, points, finite, clean);
+    if (clean || log.Cancelled() || !finite || !data.IsOpen() || !grid.points.IsOpen()) return;
+    CheckSkeletonData(log, {points, data, view.cells}, grid, stretches);
 }
 
 }  // namespace orvix::detail

@@ -96,10 +96,28 @@ void Report(CheckLog& log, const SkeletonFiles& skeleton, std::uint64_t first,
     }
 }
 
+// Whether a cell lies in a clean stretch; calls come with ascending numbers.
+class CleanCells {
+public:
+    explicit CleanCells(const std::vector<CellStretch>& stretches)
+        : next_(stretches.begin()), end_(stretches.end()) {}
+
+    bool Holds(std::uint64_t cell) {
+        while (next_ != end_ && next_->endCell <= cell) ++next_;
+        return next_ != end_ && next_->cleanSkeleton;
+    }
+
+private:
+    std::vector<CellStretch>::const_iterator next_;
+    std::vector<CellStretch>::const_iterator end_;
+};
+
 }  // namespace
 
-void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridFiles& grid) {
+void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridFiles& grid,
+                       const std::vector<CellStretch>& stretches) {
     CellTable table;
+    CleanCells clean(stretches);
     const std::uint64_t cells = std::min(skeleton.cells.Count(), grid.cells100.Count());
     const std::uint64_t records = std::min(skeleton.points.Count(), skeleton.data.Count());
     // Runs that overlap would have points compared again and again.
@@ -112,6 +130,7 @@ void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridF
                            Follows(thinned, nextThinned, records) &&
                            Follows(cell, nextPoint, grid.points.Count());
         if (!sound) return;
+        if (clean.Holds(i)) continue;
         for (std::uint64_t done = 0; done < thinned.count;) {
             const std::uint64_t count = std::min<std::uint64_t>(kMaxAtOnce, thinned.count - done);
             table.Fill(skeleton, thinned.offset + done, count);

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "orvix/project/check/check_cells.h"
-#include "orvix/project/check/check_points.h"
+#include "orvix/project/check/clean_stretches.h"
 
 namespace orvix::detail {
 
@@ -22,8 +23,9 @@ struct SkeletonFiles {
 ///
 /// Boundaries ends at the first cell whose entries in the two indexes name different cells or do
 ///            not continue their files: CheckSameCells and CheckRuns report that.
-/// Cost       reads the alive points once more, in file order; memory for the skeleton points of
-///            one cell, 262,144 at a time.
-void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridFiles& grid);
+/// Cost       reads the alive points of stretches that are not clean once more, in file order; memory
+///            for the skeleton points of one cell, 262,144 at a time.
+void CheckSkeletonData(CheckLog& log, const SkeletonFiles& skeleton, const GridFiles& grid,
+                       const std::vector<CellStretch>& stretches);
 
 }  // namespace orvix::detail

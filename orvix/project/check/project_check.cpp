@@ -118,10 +118,9 @@ void CheckFiles(CheckLog& log, ProjectManager& paths, const CheckOptions& option
     }
     CheckStations(log, paths, head.stationCount);
     const GridFiles grid(paths, paths.LASScale(head.scale) == 5, log);
-    log.Expect(grid.points.Bytes());  // the skeleton is held against them once more
-    CheckGrid(log, grid, paths.headFile, head);
+    const auto stretches = CheckGrid(log, paths, grid, head, options.runBlocks);
     if (!log.Cancelled()) CheckCellList(log, paths, grid);
-    if (!log.Cancelled()) CheckSkeleton(log, paths, grid, head);
+    if (!log.Cancelled()) CheckSkeleton(log, paths, grid, head, stretches);
     if (!log.Cancelled()) CheckHistograms(log, paths, grid.points.Count());
     if (!log.Cancelled()) CheckSavedPlanes(log, paths);
     if (!log.Cancelled()) CheckSavedModel(log, paths, options.modelFault);

@@ -13,7 +13,7 @@
 namespace orvix::detail {
 
 /// Runs numbered jobs, which do not depend on each other; what has threads of its own may run several
-/// at a time. The library itself has none: RunOneByOne.
+/// at a time, worker 0 on the calling thread. The library itself has none: RunOneByOne.
 using BlockJob = std::function<Expected<void>(std::size_t job, unsigned worker)>;
 using BlockRunner = std::function<Expected<void>(std::size_t jobs, const BlockJob& job)>;
 
