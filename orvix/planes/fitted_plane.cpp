@@ -9,6 +9,7 @@
 #include "orvix/geometry/bounds.h"
 #include "orvix/geometry/symmetric_matrix.h"
 #include "orvix/geometry/vector.h"
+#include "orvix/planes/contour_box.h"
 #include "orvix/planes/growing_extents.h"
 #include "orvix/planes/plane_shape.h"
 #include "orvix/planes/point_sums.h"
@@ -24,18 +25,12 @@ using Position = SimplePoint2DT<double>;
 
 // Relative to 1 m or the largest coordinate: a nanometre near the origin, 10 micrometres at 10 km.
 constexpr double kBoundSlack = 1e-9;  // BEHAVIOUR F5
-// The cosine within which a plane counts as level when a contour box is laid out.
-constexpr double kLevelCosine = 0.99;
 
 Point Widen(const SimplePointT<float>& p) {
     return detail::Widened(p);
 }
 Point Widen(const SimplePointT<float>* p) {
     return detail::Widened(*p);
-}
-
-Point Normalised(const Point& p) {
-    return p / Length(p);
 }
 
 /// What a plane collects: its points, their extents and their number.
@@ -101,29 +96,6 @@ void AddAll(Collected into, const Source& source, const int* indices, std::size_
 
 std::size_t CountOf(int count) {
     return count < 1 ? 0 : static_cast<std::size_t>(count);
-}
-
-struct BoxAxes {
-    Point e;
-    Point f;
-};
-
-/// Whether contour boxes are laid out along `normal` rather than along its opposite. The first
-/// component that is not zero decides where the sum does not.
-// BEHAVIOUR F10
-bool IsBoxNormal(const Point& normal) {
-    for (const double side : {2 * normal.x + normal.y + 4 * normal.z, normal.x, normal.y}) {
-        if (side != 0) return side > 0;
-    }
-    return true;
-}
-
-BoxAxes ContourBoxAxes(const Point& normal) {
-    const Point m = IsBoxNormal(normal) ? normal : Point{-normal.x, -normal.y, -normal.z};
-    const bool level = m.z > kLevelCosine;  // BEHAVIOUR F9
-    const Point e = level ? Normalised({1 - m.x * m.x, -m.x * m.y, -m.x * m.z})
-                          : Normalised(Cross({0, 0, 1}, m));
-    return {e, Cross(m, e)};
 }
 
 }  // namespace
@@ -285,14 +257,8 @@ void FittedPlane::GetContourBox(const SimplePointT<double>& centre, const double
 void FittedPlane::GetContourBoxInner(const PlaneFrame& frame,
                                      const SimplePoint2DT<double>& centre2D, const double& size,
                                      const std::array<SimplePointT<double>*, 4>& corners) {
-    const Point centre = frame.To3D(centre2D);
-    const BoxAxes axes = ContourBoxAxes(frame.Normal());
-    const double half = size / 2;
-    const auto corner = [&](double e, double f) { return centre + axes.e * e + axes.f * f; };
-    *corners[0] = corner(-half, -half);
-    *corners[1] = corner(half, half);
-    *corners[2] = corner(-half, half);
-    *corners[3] = corner(half, -half);
+    const auto around = detail::ContourBox(frame).AroundFlat(centre2D, size);
+    for (std::size_t i = 0; i < corners.size(); ++i) *corners[i] = around[i];
 }
 
 const PlaneOutline& FittedPlane::Outline() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 
 #include "orvix/planes/fitted_plane.h"
@@ -15,6 +16,15 @@ struct PlaneCell {
     std::int32_t x = 0;
     std::int32_t y = 0;
     friend auto operator<=>(const PlaneCell&, const PlaneCell&) = default;
+};
+
+/// Spreads cells over the places of a hash table.
+struct PlaneCellHash {
+    std::size_t operator()(const PlaneCell& cell) const {
+        const auto x = static_cast<std::uint32_t>(cell.x);
+        const auto y = static_cast<std::uint32_t>(cell.y);
+        return static_cast<std::size_t>((std::uint64_t{x} << 32 | y) * 0x9E3779B97F4A7C15u);
+    }
 };
 
 /// The cells of a plane search: a square lattice laid on a plane around a seed.

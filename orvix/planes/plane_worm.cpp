@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "orvix/planes/contour_box.h"
 #include "orvix/planes/plane_vectors.h"
 
 namespace orvix {
@@ -43,14 +44,30 @@ PlaneCell Step(const PlaneCell& key, std::int32_t direction) {
     }
 }
 
+/// From the first point to the one farthest from it, the first of those that are equally far.
+Vector LongestFromFirst(const std::vector<Vector>& points) {
+    const Vector& first = points.front();
+    double square = 0;
+    for (const Vector& p : points) {
+        const double its = Dot(p - first, p - first);
+        square = its > square ? its : square;  // without a branch: points come farther and farther
+    }
+    if (!(square > 0)) return {};
+    // Roots of squares that are all but equal may be the same, and lengths are what decides.
+    const double length = std::sqrt(square);
+    const double nearly = square * (1 - 1e-15);
+    for (const Vector& p : points) {
+        const Vector offset = p - first;
+        if (Dot(offset, offset) >= nearly && Length(offset) == length) return offset;
+    }
+    return {};
+}
+
 /// Whether points leave the normal of their plane open: none is further than a thousandth of
 /// their extent from the line between the first point and the one farthest from it.
 bool OnOneLine(const std::vector<Vector>& points) {
     const Vector& first = points.front();
-    Vector axis;
-    for (const Vector& p : points) {
-        if (Length(p - first) > Length(axis)) axis = p - first;
-    }
+    const Vector axis = LongestFromFirst(points);
     return std::none_of(points.begin(), points.end(),
                         [&](const Vector& p) { return IsBesideLine(p - first, axis); });
 }
@@ -165,6 +182,7 @@ bool PlaneWorm::MayGoOn() {
 bool PlaneWorm::LayGrid(RelationToBase relation) {
     relation_ = relation;
     grid_ = PlaneGrid(base_, seed_, settings_->SplitSizeScaled());
+    box_ = std::make_shared<const detail::ContourBox>(base_.Frame());
     fittedPoints_ = base_.data().size();
     basePointAt_.clear();
     const Vector centre = grid_.Centre({});
@@ -184,20 +202,20 @@ std::vector<PlaneWorm::CellSniff> PlaneWorm::RecursiveNeighbourPlaneSearch(CellS
 
     // The index takes a squared radius.
     const double radius = std::pow(settings_->SplitSizeScaled() * 0.5, 2.0);
-    int count = 0;
-    int* indices = index_->Find(&centre, radius, count);
+    index_->FindWithin(centre, radius, neighbours_);
+    int count = static_cast<int>(neighbours_.size());
     // A cell without a point is rejected even where the settings ask for none: growth ends where
     // points do.
     if (count < std::max(settings_->minCellPoints, 1)) {
         rejected_.push_back({cell.key, Rejection::FewPoints});
         return {};
     }
-    Cell found = Fit(cell, centre, indices, count);
+    Cell found = Fit(cell, centre);
     cell.normal = found.normal;
     const int cap = settings_->minPlane;
     if (cap > 2 && cap < count) count = cap;  // BEHAVIOUR W14
-    found.indices.assign(indices, indices + count);
-    if (collect_ != nullptr) collect_(indices, count);  // BEHAVIOUR W7
+    found.indices.assign(neighbours_.begin(), neighbours_.begin() + count);
+    if (collect_ != nullptr) collect_(neighbours_.data(), count);  // BEHAVIOUR W7
 
     const bool tested = !IsSeed(cell) && relation_ != RelationToBase::Free;
     if (tested && !NormalFits(cell.normal)) {
@@ -217,10 +235,14 @@ std::vector<PlaneWorm::CellSniff> PlaneWorm::RecursiveNeighbourPlaneSearch(CellS
 }
 
 bool PlaneWorm::Enter(const CellSniff& cell, const SimplePointT<double>& centre) {
-    if (relation_ == RelationToBase::Visited) return visited_.try_emplace(cell.key).second;
-    if (relation_ != RelationToBase::Outline) return true;
-    VisitedNode& node = visited_[cell.key];
-    if (node.done) return false;
+    if (relation_ == RelationToBase::Free) return true;
+    const auto [x, y] = cell.key;
+    VisitedBlock& block = visited_[{x >> 3, y >> 3}];
+    const std::uint64_t bit = std::uint64_t{1} << ((x & 7) * 8 + (y & 7));
+    const bool entered = (block.entered & bit) != 0;
+    block.entered |= bit;
+    if (relation_ == RelationToBase::Visited) return !entered;
+    if ((block.done & bit) != 0) return false;
     if (!InsideOutline(centre)) {
         beyondOutline_ = true;
         return false;
@@ -230,7 +252,7 @@ bool PlaneWorm::Enter(const CellSniff& cell, const SimplePointT<double>& centre)
         beyondOutline_ = true;
         return false;
     }
-    node.done = true;
+    block.done |= bit;
     return true;
 }
 
@@ -241,11 +263,10 @@ bool PlaneWorm::InsideOutline(const SimplePointT<double>& centre) const {
     return base_.IsPointInContour(centre);
 }
 
-PlaneWorm::Cell PlaneWorm::Fit(const CellSniff& cell, const SimplePointT<double>& centre,
-                               int* indices, int count) {
+PlaneWorm::Cell PlaneWorm::Fit(const CellSniff& cell, const SimplePointT<double>& centre) {
     const Vector carried =
         Dot(cell.normal, cell.normal) > 0 ? cell.normal : detail::UnitNormal(base_);
-    fit_.AddPoints(points_.get(), indices, count, true);
+    fit_.AddPoints(points_.get(), neighbours_.data(), static_cast<int>(neighbours_.size()), true);
     fit_.Generate(false);
     Vector normal = OnOneLine(fit_.data()) ? carried : detail::Normal(fit_);
     if (Dot(normal, carried) < 0) normal = normal * -1.0;
@@ -265,11 +286,10 @@ bool PlaneWorm::NormalFits(const SimplePointT<double>& normal) {
 
 SimplePointT<double> PlaneWorm::BorderCorner(const CellSniff& cell,
                                              const SimplePointT<double>& centre) const {
-    Vector c1, c2, c3, c4;
-    base_.GetContourBox(centre, settings_->SplitSizeScaled(), c1, c2, c3, c4);
+    const auto corners = box_->Around(centre, settings_->SplitSizeScaled());
+    const auto& [c1, c2, c3, c4] = corners;
     if (cell.kind == kCornerKind) {
-        const Vector corners[] = {c1, c2, c3, c4};
-        return *std::min_element(std::begin(corners), std::end(corners),
+        return *std::min_element(corners.begin(), corners.end(),
                                  [&](const Vector& a, const Vector& b) {
                                      return Length(a - seed_) < Length(b - seed_);
                                  });
@@ -297,11 +317,14 @@ void PlaneWorm::TakeUp(const std::vector<SimplePointT<double>>& points) {
 
 void PlaneWorm::FitBase() {
     fittedPoints_ = base_.data().size();
-    if (!OnOneLine(base_.data())) base_.Generate(false);
+    if (OnOneLine(base_.data())) return;
+    base_.Generate(false);
+    box_ = std::make_shared<const detail::ContourBox>(base_.Frame());
 }
 
 std::vector<PlaneWorm::CellSniff> PlaneWorm::Children(const CellSniff& cell) {
     std::vector<CellSniff> children;
+    children.reserve(4);
     if (!(grid_.Pitch() > 0)) return children;  // BEHAVIOUR W13
     const std::int32_t from = cell.direction;
     if (IsSeed(cell)) {
@@ -339,8 +362,7 @@ void PlaneWorm::Emit(const CellSniff& parent, std::int32_t direction, std::vecto
     child.index = basePoint == basePointAt_.end() ? -1 : basePoint->second;
 
     Vector centre = grid_.Centre(child.key);
-    Vector c1, c2, c3, c4;
-    base_.GetContourBox(centre, settings_->SplitSizeScaled(), c1, c2, c3, c4);
+    const auto [c1, c2, c3, c4] = box_->Around(centre, settings_->SplitSizeScaled());
     const bool outermost = std::max(std::abs(child.key.x), std::abs(child.key.y)) >= kMaxKey;
     double distance = 0;
     if (CheckCellDist(distance, &centre, &c1, &c2, &c3, &c4, child) || outermost) {

@@ -8,6 +8,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "orvix/planes/fitted_plane.h"
@@ -18,6 +19,10 @@
 #include "orvix/points/records.h"
 
 namespace orvix {
+
+namespace detail {
+class ContourBox;
+}
 
 /// Grows a plane over a point cloud from a seed, cell by cell, in waves, like a worm that crawls
 /// outward. Each cell's points are handed to the host, and the cell is kept or rejected by its
@@ -182,9 +187,11 @@ private:
         ~SharedFlag() = default;
         std::atomic<int> value{0};
     };
-    /// The visited set; the mark is what relation Outline goes by.
-    struct VisitedNode {
-        bool done = false;
+    /// What the visited set holds of 8 x 8 cells, a bit each: a launch asks for every cell four times,
+    /// and what it asks for stays in the cache.
+    struct VisitedBlock {
+        std::uint64_t entered = 0;
+        std::uint64_t done = 0;  ///< what relation Outline goes by
     };
 
     bool CheckCellDist(double& dist, SimplePointT<double>* centre, const SimplePointT<double>* c1,
@@ -194,7 +201,7 @@ private:
 
     bool Enter(const CellSniff& cell, const SimplePointT<double>& centre);
     bool InsideOutline(const SimplePointT<double>& centre) const;
-    Cell Fit(const CellSniff& cell, const SimplePointT<double>& centre, int* indices, int count);
+    Cell Fit(const CellSniff& cell, const SimplePointT<double>& centre);
     bool NormalFits(const SimplePointT<double>& normal);
     SimplePointT<double> BorderCorner(const CellSniff& cell,
                                       const SimplePointT<double>& centre) const;
@@ -214,9 +221,10 @@ private:
     bool bound_ = false;
     bool keepBorder_ = false;
     std::int32_t borderKind_ = 0;
-    std::map<PlaneCell, VisitedNode> visited_;
+    std::unordered_map<PlaneCell, VisitedBlock, PlaneCellHash> visited_;  // by key / 8
     double largestDistance_ = 0;
     FittedPlane base_;
+    std::shared_ptr<const detail::ContourBox> box_;  // of the base
     std::shared_ptr<CNearestNeighbour> index_;
     std::shared_ptr<const std::vector<SimplePointT<float>>> points_;
     CollectFunction collect_ = nullptr;
@@ -237,7 +245,8 @@ private:
     PlaneGrid grid_;
     std::map<PlaneCell, std::int64_t> basePointAt_;
     std::size_t fittedPoints_ = 0;
-    FittedPlane fit_;  // of one cell; kept for its buffer
+    FittedPlane fit_;              // of one cell; kept for its buffer
+    std::vector<int> neighbours_;  // of one cell, likewise
 };
 
 }  // namespace orvix

@@ -317,6 +317,22 @@ TEST_F(PlaneWormTest, StaysInsideTheBasesOutlineAndEntersNoCellTwice) {
     EXPECT_EQ(worm.Cells().size(), 25u) << "centres at -0.4 to 0.4; a fixed outline goes first";
 }
 
+TEST_F(PlaneWormTest, GoesByTheMarksOfItsOwnRelationWhereAnotherWentBefore) {
+    auto worm = WormIn(Floor(2));
+    worm.Launch(Relation::Visited);
+    const std::size_t kept = worm.Cells().size();
+    FittedPlane base = Level();
+    for (const auto& p : Floor(1)) base.AddPoint({p.x, p.y, p.z});
+    worm.SetBase(base);
+    worm.SetSeed({});
+    worm.SetOutlineTest(false, true, false);
+    worm.Launch(Relation::Outline);
+    EXPECT_EQ(worm.Cells().size(), kept + 121) << "centres at -1 to 1, entered by another relation";
+    worm.SetSeed({});
+    worm.Launch(Relation::Outline);
+    EXPECT_EQ(worm.Cells().size(), kept + 121) << "and by this one";
+}
+
 // BEHAVIOUR W12
 TEST_F(PlaneWormTest, EntersOnlyCellsThatHoldAPointOfTheBasePointList) {
     auto worm = WormIn(Floor(2));

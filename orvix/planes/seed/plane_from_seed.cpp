@@ -29,14 +29,7 @@ constexpr int kMaxWidenings = 4;
 constexpr double kMaxBend = 0.02;
 constexpr double kWorthwhileWidening = 1.05;
 
-struct KeyHash {
-    std::size_t operator()(const PlaneCell& key) const {
-        const auto x = static_cast<std::uint32_t>(key.x);
-        const auto y = static_cast<std::uint32_t>(key.y);
-        return static_cast<std::size_t>((std::uint64_t{x} << 32 | y) * 0x9E3779B97F4A7C15u);
-    }
-};
-using KeySet = std::unordered_set<PlaneCell, KeyHash>;
+using KeySet = std::unordered_set<PlaneCell, PlaneCellHash>;
 
 /// Points of a cell of the plane's grid.
 struct Share {
@@ -44,7 +37,7 @@ struct Share {
     std::uint32_t all = 0;      // in the slab
     std::uint32_t offered = 0;  // to the worm so far
 };
-using Shares = std::unordered_map<PlaneCell, Share, KeyHash>;
+using Shares = std::unordered_map<PlaneCell, Share, PlaneCellHash>;
 
 template <class Function>
 void ForEachAround(const PlaneCell& key, Function&& function) {
