@@ -6,6 +6,7 @@
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/manifest/block_sums.h"
 #include "orvix/project/project_stamp.h"
 #include "reports/classification.h"
 #include "reports/field_histogram.h"
@@ -27,10 +28,14 @@ using ApplyCallback = std::function<bool(double fraction, std::uint64_t points)>
 ///            Whatever ends it, points carry their new class or their former one, a byte at a time,
 ///            and the next run begins again and comes to the same result: classes follow from the
 ///            histogram, which nothing here changes.
+/// Threads    `run` may work on several runs of points at a time; `callback` is called on the calling
+///            thread alone, its worker 0.
 /// Cost       one pass over the points through views that can be written to; only bytes that
-///            change are written. Then a wait until these are on the disk.
+///            change are written. Then a wait until these are on the disk. A pass over the sums before, and
+///            one after.
 Expected<std::uint64_t> ApplyClasses(const CString& project, const detail::ProjectStamp& counted,
                                      reports::Field field, const reports::Classification& classes,
-                                     const ApplyCallback& callback);
+                                     const ApplyCallback& callback,
+                                     const detail::BlockRunner& run = detail::RunOneByOne);
 
 }  // namespace orvix::edits

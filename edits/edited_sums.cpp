@@ -21,9 +21,10 @@ bool IsEdited(const FileSums& file) {
     return file.name == detail::kPointsName || file.name == detail::kSkeletonDataName;
 }
 
-Expected<void> RequireSame(const CString& path, const FileSums& stored) {
+Expected<void> RequireSame(const CString& path, const FileSums& stored,
+                           const detail::BlockRunner& run) {
     std::vector<detail::SummedFile> found{{path, stored.bytes, {}, {}, false}};
-    if (auto done = detail::SumBlocks(found, detail::RunOneByOne); !done) return done;
+    if (auto done = detail::SumBlocks(found, run); !done) return done;
     if (found[0].error) return FailSystem(found[0].error, ToUtf8(path) + " cannot be read");
     std::uint64_t bytes = 0;
     const bool same = platform::QueryFileSize(path, bytes) && bytes == stored.bytes &&
@@ -38,7 +39,8 @@ Expected<void> RequireSame(const CString& path, const FileSums& stored) {
 
 }  // namespace
 
-Expected<EditedSums> EditedSums::Begin(const ProjectManager& paths) {
+Expected<EditedSums> EditedSums::Begin(const ProjectManager& paths,
+                                       const detail::BlockRunner& run) {
     EditedSums sums(paths);
     sums.fresh_ = detail::TimesWritten(paths.gridPts) == 0;
     // Of an edit that was ended: this one may write no manifest.
@@ -48,7 +50,7 @@ Expected<EditedSums> EditedSums::Begin(const ProjectManager& paths) {
     if (!*manifest || !sums.fresh_) return sums;
     for (const FileSums& file : (*manifest)->files) {
         if (!IsEdited(file)) continue;
-        if (auto same = RequireSame(detail::CoveredPath(paths, file.name), file); !same)
+        if (auto same = RequireSame(detail::CoveredPath(paths, file.name), file, run); !same)
             return ErrorOf(same);
     }
     sums.summed_ = true;
@@ -56,7 +58,7 @@ Expected<EditedSums> EditedSums::Begin(const ProjectManager& paths) {
 }
 
 // The mark is this edit's own opening alone; of further ones nobody knows what they write.
-Expected<void> EditedSums::End() const {
+Expected<void> EditedSums::End(const detail::BlockRunner& run) const {
     if (!fresh_ || detail::TimesWritten(paths_->gridPts) != 1) return {};
     if (summed_) {
         const CString path = detail::ManifestPath(*paths_);
@@ -67,7 +69,7 @@ Expected<void> EditedSums::End() const {
         for (const FileSums& file : (*manifest)->files) {
             if (!IsEdited(file)) known.push_back(file);
         }
-        auto done = detail::SumProject(*paths_, known, detail::RunOneByOne);
+        auto done = detail::SumProject(*paths_, known, run);
         if (!done) return done;
     }
     const CString mark = detail::WrittenMarkPath(paths_->gridPts);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orvix/platform/error.h"
+#include "orvix/project/manifest/block_sums.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::edits {
@@ -19,11 +20,13 @@ namespace orvix::edits {
 ///            opens them for writing meanwhile. A repair sums them.
 /// Errors     Begin: Damaged where bytes differ from their sums, since new sums would hide that. End:
 ///            those of reading and writing.
-/// Cost       both point files are read once more in Begin, and once in End.
+/// Cost       both point files are read once more in Begin, and once in End; blocks by as many jobs as
+///            `run` has at a time.
 class EditedSums {
 public:
-    static Expected<EditedSums> Begin(const ProjectManager& paths);
-    Expected<void> End() const;
+    static Expected<EditedSums> Begin(const ProjectManager& paths,
+                                      const detail::BlockRunner& run = detail::RunOneByOne);
+    Expected<void> End(const detail::BlockRunner& run = detail::RunOneByOne) const;
 
 private:
     explicit EditedSums(const ProjectManager& paths) : paths_(&paths) {}

@@ -9,6 +9,7 @@
 #include "edits/class_writer.h"
 #include "orvix/project/point_editor.h"
 #include "output/export/project_export.h"
+#include "parallel/pool.h"
 #include "reports/field_histogram.h"
 
 namespace {
@@ -62,12 +63,15 @@ void WriteVerbs::Classify() {
     moved.boundaries.insert(moved.boundaries.begin(), moved.boundaries.front() - 1);
     moved.boundaries[1] -= 0.5;
     moved.counts.insert(moved.counts.begin(), 0);
+    const parallel::Pool pool(0, {}, "");
     bool turn = false;
     const auto apply = [&] {
         turn = !turn;
-        const auto done =
-            edits::ApplyClasses(hall_.project, detail::ProjectStamp::Of(hall_.project), field,
-                                turn ? *classes : moved, {});
+        const auto done = edits::ApplyClasses(
+            hall_.project, detail::ProjectStamp::Of(hall_.project), field, turn ? *classes : moved,
+            {}, [&pool](std::size_t jobs, const detail::BlockJob& job) {
+                return pool.RunJobs(jobs, job);
+            });
         bench::Require(done && *done == hall_.imported.written, "the classes were not written");
     };
     for (const auto& expected : {*classes, moved}) {

@@ -14,6 +14,7 @@
 #include "orvix/project/project_lock.h"
 #include "orvix/project/project_stamp.h"
 #include "output/picture/picture_of_histogram.h"
+#include "parallel/pool.h"
 #include "reports/classification.h"
 #include "reports/field_histogram.h"
 
@@ -85,7 +86,10 @@ Expected<std::uint64_t> Apply(const CString& project, const detail::ProjectStamp
         progress.Report({"classifying", fraction, points * 24, points, -1});
         return MayGoOn();
     };
-    return edits::ApplyClasses(project, counted, field, classes, watch);
+    const parallel::Pool pool(0, {}, {});  // `watch` is where a wish to end is heard
+    return edits::ApplyClasses(
+        project, counted, field, classes, watch,
+        [&pool](std::size_t jobs, const detail::BlockJob& job) { return pool.RunJobs(jobs, job); });
 }
 
 Expected<Outcome> RunClassify(const Arguments& arguments, CommandContext& context) {

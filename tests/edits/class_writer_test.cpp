@@ -4,7 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <vector>
+
 #include "orvix/platform/path.h"
+#include "parallel/pool.h"
 #include "support/scratch_folder.h"
 #include "tests/support/tiny_project.h"
 
@@ -52,6 +56,37 @@ TEST_F(ClassWriterTest, WritesNothingIntoAnotherProjectOfTheName) {
     ASSERT_FALSE(refused);
     EXPECT_THAT(refused.error().message, HasSubstr("was replaced or removed"));
     EXPECT_EQ(test::ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts"), other);
+}
+
+// More points than one job has.
+TEST_F(ClassWriterTest, WritesTheSameBytesOnAnyNumberOfThreads) {
+    const auto project = test::MakeTinyProject(test::RoomPoints(6, 350'000));
+    const reports::Classification classes{{-100, -1, 0, 1, 100}, {1, 1, 1, 1}, 1, 0};
+    std::vector<std::vector<std::uint8_t>> files;
+    for (const unsigned threads : {1U, 4U}) {
+        test::WriteTinyProject(project, project_);
+        const parallel::Pool pool(threads, {}, "");
+        std::uint64_t seen = 0;
+        const auto applied = ApplyClasses(
+            project_, detail::ProjectStamp::Of(project_), reports::Field::Height, classes,
+            [&seen](double, std::uint64_t points) { return (seen = points) > 0; },
+            [&pool](std::size_t jobs, const detail::BlockJob& job) {
+                return pool.RunJobs(jobs, job);
+            });
+        ASSERT_TRUE(applied) << applied.error().message;
+        EXPECT_EQ(*applied, 350'000U);
+        EXPECT_LE(seen, 350'000U);
+        files.push_back(test::ReadBytes(folder_ / L"p_Project_Files/Index/Grid.pts"));
+        files.push_back(test::ReadBytes(folder_ / L"p_Project_Files/Index/GridSkelet.datapts"));
+    }
+    EXPECT_EQ(files[0], files[2]);
+    EXPECT_EQ(files[1], files[3]);
+    for (std::size_t i = 0; i < project.points.size(); i += 7) {
+        const float z = project.points[i].z;
+        const int bin = z > 1 ? 4 : z > 0 ? 3 : z > -1 ? 2 : 1;
+        if (std::fabs(z - std::round(z)) < 0.01F) continue;  // may share a bin with the boundary
+        ASSERT_EQ(files[0][i * 24 + 22], bin) << z;
+    }
 }
 
 TEST_F(ClassWriterTest, RefusesASkeletonWhoseFilesDisagree) {
