@@ -39,7 +39,8 @@ public:
           plan_(plan),
           meter_(callback),
           pool_(meter_, plan.workers),
-          stations_(inputs, options) {
+          stations_(inputs, options),
+          kept_(plan.poolBytes) {
         report_.project = project;
     }
 
@@ -80,6 +81,7 @@ private:
     ImportReport report_;
     std::optional<ProjectPublisher> publisher_;
     StationTable stations_;
+    KeptPoints kept_;
     std::vector<InputSurvey> found_;
     Survey survey_;
     SortedCloud cloud_;
@@ -184,6 +186,7 @@ Expected<void> ImportRun::ContinueTasks() {
 // The points are sorted through the disk, in tasks that a continued import need not do again. Inputs
 // that are no files cannot be known again.
 Expected<void> ImportRun::SpillIntoTasks() {
+    kept_.Clear();
     const auto folder = publisher_->TasksFolder();
     if (!folder) return ErrorOf(folder);
     const auto job = NewJob(report_.project, PathsOf(inputs_), options_, plan_);
@@ -231,7 +234,7 @@ std::uint64_t ImportRun::InputBytes() const {
 
 Expected<void> ImportRun::Scan() {
     meter_.Begin(ImportPhase::Scan, InputBytes());
-    auto found = SurveyInputs(inputs_, 0, inputs_.size() - 1, options_, stations_, pool_);
+    auto found = SurveyInputs(inputs_, 0, inputs_.size() - 1, options_, stations_, pool_, &kept_);
     if (!found) return ErrorOf(found);
     found_ = std::move(*found);
     auto survey = JoinSurveys(found_, inputs_, options_, stations_);
@@ -252,7 +255,8 @@ Expected<void> ImportRun::CheckSpace(bool spills) {
 Expected<void> ImportRun::Sort() {
     meter_.Begin(ImportPhase::Sort, InputBytes());
     RecordSorter sorter(inputs_, stations_, survey_, options_, plan_, pool_);
-    auto sorted = sorter.Sort({0, {}, inputs_.size() - 1, {}}, cloud_);
+    auto sorted = sorter.SortAll(kept_, cloud_);
+    kept_.Clear();
     if (!sorted) return sorted;
     report_.rejected = cloud_.rejected;
     for (const auto& [reason, count] : PointlessOf(survey_)) report_.rejected[reason] += count;

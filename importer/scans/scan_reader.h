@@ -118,6 +118,8 @@ public:
     [[nodiscard]] virtual const ScanInfo& Info() const = 0;
     /// What a pass reads, for progress: as a rule the file's size.
     [[nodiscard]] virtual std::uint64_t FileBytes() const = 0;
+    /// Whether `Decode` takes so long that its points are better kept than decoded again.
+    [[nodiscard]] virtual bool IsDearToDecode() const { return false; }
     /// Says that a scan's pieces are not wanted; readers that can skip them do.
     virtual void Omit(std::size_t /*scan*/) {}
     /// False at the end of the file.

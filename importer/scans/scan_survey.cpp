@@ -32,6 +32,7 @@ struct SurveyJob : StationPiece {
     SimplePointT<double> median;
     std::vector<SimplePointT<double>> positions;
     std::vector<double> axis;
+    KeptPoints::Room kept;
 };
 
 bool IsPlausible(const SimplePointT<double>& world) {
@@ -102,6 +103,13 @@ std::optional<std::array<double, 3>> ExportedOrigin(const std::vector<ScanInput>
     return origin;
 }
 
+void Keep(SurveyJob& job, KeptPoints& kept) {
+    job.kept.reset();
+    if (job.reader->IsDearToDecode()) job.kept = kept.Take(job.decoded.points.size());
+    if (job.kept)
+        std::copy(job.decoded.points.begin(), job.decoded.points.end(), job.kept->begin());
+}
+
 void DropEverySecondMark(InputSurvey& survey) {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < survey.marks.size(); ++i) {
@@ -149,7 +157,8 @@ std::uint64_t Survey::Read() const {
 Expected<std::vector<InputSurvey>> SurveyInputs(const std::vector<ScanInput>& inputs,
                                                 std::size_t first, std::size_t last,
                                                 const ImportOptions& options,
-                                                StationTable& stations, ImportPool& pool) {
+                                                StationTable& stations, ImportPool& pool,
+                                                KeptPoints* kept) {
     std::vector<InputSurvey> found(inputs.size());
     PieceQueue queue(inputs, stations);
     auto gone = queue.GoTo({first, {}, last, {}}, [&] { return pool.Stopping(); });
@@ -159,10 +168,14 @@ Expected<std::vector<InputSurvey>> SurveyInputs(const std::vector<ScanInput>& in
     steps.work = [&](SurveyJob& job) -> Expected<void> {
         auto decoded = job.Decode();
         if (decoded) Examine(job, options.dropZeros);
+        if (decoded && kept != nullptr) Keep(job, *kept);
         return decoded;
     };
     steps.commit = [&](SurveyJob& job) -> Expected<void> {
         Commit(job, found[job.input]);
+        if (kept != nullptr) {
+            kept->Add({job.input, job.station, job.Bytes(), {}}, job.place, job.kept);
+        }
         pool.Meter().Add(job.Bytes(), job.decoded.points.size());
         return {};
     };

@@ -9,6 +9,7 @@
 #include "importer/import_pool.h"
 #include "importer/scans/attribute_scale.h"
 #include "importer/scans/coordinate_frame.h"
+#include "importer/scans/kept_points.h"
 #include "importer/scans/scan_reader.h"
 #include "importer/scans/station_table.h"
 
@@ -63,13 +64,16 @@ struct Survey {
 /// Reads inputs `first` to `last` once and finds scans, counts, ranges, bounds and marks, by
 /// input; the others' findings stay empty.
 ///
+/// `kept`, unless null, takes the points of inputs that are dear to decode.
+///
 /// Order    the findings of pieces are joined in the order of the pieces, so the result is the same
 ///          at any number of threads.
 /// Errors   those of the readers; Cancelled.
 Expected<std::vector<InputSurvey>> SurveyInputs(const std::vector<ScanInput>& inputs,
                                                 std::size_t first, std::size_t last,
                                                 const ImportOptions& options,
-                                                StationTable& stations, ImportPool& pool);
+                                                StationTable& stations, ImportPool& pool,
+                                                KeptPoints* kept = nullptr);
 
 /// Joins the findings of all inputs, whose scans are in the table: origin and frame follow from all
 /// of them.

@@ -54,6 +54,8 @@ std::uint64_t CountPoints(const std::vector<SortedRun>& runs) {
 
 /// One piece on its way from bytes to a sorted run.
 struct RecordSorter::Job : StationPiece {
+    std::span<const ScanPoint> points;  // decoded now, or kept
+    const KeptPoints::Piece* kept = nullptr;
     RawBuffer<AlivePoint> records;
     std::span<AlivePoint> sorted;
     BlockSorter sorter;
@@ -84,12 +86,12 @@ RecordSorter::RecordSorter(const std::vector<ScanInput>& inputs, StationTable& s
 void RecordSorter::MakeRecords(Job& job) const {
     job.checksum = job.notANumber = job.zero = job.outOfRange = 0;
     job.changed = false;
-    job.records.Resize(job.decoded.points.size());
+    job.records.Resize(job.points.size());
     std::size_t made = 0;
     const SimplePointT<double>& origin = survey_.origin;
     const AttributeScale& scale = scales_[job.station];
     const auto station = static_cast<std::uint16_t>(job.station);
-    for (const ScanPoint& point : job.decoded.points) {
+    for (const ScanPoint& point : job.points) {
         const PointFault fault = FaultOf(point, dropZeros_);
         if (fault != PointFault::None) {
             ++(fault == PointFault::Zero ? job.zero : job.notANumber);
@@ -123,16 +125,58 @@ void RecordSorter::MakeRecords(Job& job) const {
 
 Expected<void> RecordSorter::Sort(const InputStretch& stretch, SortedCloud& cloud) {
     PieceQueue queue(inputs_, stations_);
-    cloud.decoded.resize(stations_.Count());
     auto gone =
         pool_.RunOne([&] { return queue.GoTo(stretch, [this] { return pool_.Stopping(); }); });
     if (!gone) return gone;
-    parallel::OrderedSteps<Job> steps;
-    steps.take = [&](Job& job) { return queue.Take(job); };
-    steps.work = [&](Job& job) -> Expected<void> {
+    const auto take = [&](Job& job) { return queue.Take(job); };
+    const auto decode = [&](Job& job) -> Expected<void> {
         if (job.station >= scales_.size()) return FailChanged(inputs_[job.input].path);
         if (auto decoded = job.Decode(); !decoded) return decoded;
+        job.points = job.decoded.points;
         MakeRecords(job);
+        return {};
+    };
+    auto sorted = SortPieces(take, decode, cloud);
+    if (sorted) FlushSmall(cloud);
+    return sorted;
+}
+
+Expected<void> RecordSorter::SortAll(KeptPoints& kept, SortedCloud& cloud) {
+    if (auto sorted = SortKept(kept, cloud); !sorted) return sorted;
+    const std::size_t last = inputs_.size() - 1;
+    if (const auto& rest = kept.End()) return Sort({rest->input, rest->place, last, {}}, cloud);
+    FlushSmall(cloud);
+    return {};
+}
+
+// BEHAVIOUR I20
+Expected<void> RecordSorter::SortKept(KeptPoints& kept, SortedCloud& cloud) {
+    std::size_t next = 0;
+    const auto take = [&](Job& job) -> Expected<bool> {
+        if (next == kept.Pieces().size()) return false;
+        job.kept = &kept.Pieces()[next++];
+        job.input = job.kept->input;
+        job.station = job.kept->station;
+        job.piece.fileBytes = job.kept->fileBytes;
+        job.placement = stations_[job.station].placement;
+        return true;
+    };
+    const auto decode = [&](Job& job) -> Expected<void> {
+        job.points = job.kept->points;
+        MakeRecords(job);
+        kept.Release(*job.kept);
+        return {};
+    };
+    return SortPieces(take, decode, cloud);
+}
+
+Expected<void> RecordSorter::SortPieces(const Take& take, const Decode& decode,
+                                        SortedCloud& cloud) {
+    cloud.decoded.resize(stations_.Count());
+    parallel::OrderedSteps<Job> steps;
+    steps.take = take;
+    steps.work = [&](Job& job) -> Expected<void> {
+        if (auto decoded = decode(job); !decoded) return decoded;
         if (job.changed) return FailChanged(inputs_[job.input].path);
         if (job.records.Size() < plan_.shortPiecePoints) return {};
         job.sorted = cloud.pool.Take(job.records.Size());
@@ -141,18 +185,16 @@ Expected<void> RecordSorter::Sort(const InputStretch& stretch, SortedCloud& clou
         return {};
     };
     steps.commit = [&](Job& job) { return Commit(job, cloud); };
-    auto sorted = parallel::RunInOrder(pool_, steps);
-    if (sorted) FlushSmall(cloud);
-    return sorted;
+    return parallel::RunInOrder(pool_, steps);
 }
 
 Expected<void> RecordSorter::Commit(Job& job, SortedCloud& cloud) {
-    cloud.decoded[job.station] += job.decoded.points.size();
+    cloud.decoded[job.station] += job.points.size();
     if (job.notANumber != 0) cloud.rejected[kNotANumber] += job.notANumber;
     if (job.zero != 0) cloud.rejected[kZero] += job.zero;
     if (job.outOfRange != 0) cloud.rejected[kOutOfRange] += job.outOfRange;
     cloud.checksum += job.checksum;
-    pool_.Meter().Add(job.Bytes(), job.decoded.points.size());
+    pool_.Meter().Add(job.Bytes(), job.points.size());
     const std::size_t records = job.records.Size();
     if (records == 0) return {};
     if (cloud.points == 0) cloud.bounds = job.bounds;

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "importer/files/written_sums.h"
 #include "importer/memory_plan.h"
 #include "importer/scans/attribute_scale.h"
+#include "importer/scans/kept_points.h"
 #include "importer/scans/piece_queue.h"
 #include "importer/scans/rejections.h"
 #include "importer/scans/scan_survey.h"
@@ -44,10 +46,17 @@ public:
 
     /// Sorts the points of a stretch of the inputs and adds them to the cloud.
     Expected<void> Sort(const InputStretch& stretch, SortedCloud& cloud);
+    /// Sorts the points of all inputs: those kept by the first pass, then what has to be read again.
+    Expected<void> SortAll(KeptPoints& kept, SortedCloud& cloud);
 
 private:
     struct Job;
 
+    using Take = std::function<Expected<bool>(Job&)>;
+    using Decode = std::function<Expected<void>(Job&)>;
+
+    Expected<void> SortPieces(const Take& take, const Decode& decode, SortedCloud& cloud);
+    Expected<void> SortKept(KeptPoints& kept, SortedCloud& cloud);
     void MakeRecords(Job& job) const;
     Expected<void> Commit(Job& job, SortedCloud& cloud);
     void FlushSmall(SortedCloud& cloud);

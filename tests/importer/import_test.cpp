@@ -122,14 +122,19 @@ class ImportModel : public testing::TestWithParam<int> {};
 TEST_P(ImportModel, EveryFileIsWhatSortingEverythingInMemoryGives) {
     const auto seed = static_cast<std::uint64_t>(GetParam());
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    const std::vector<MemoryScan> scans = RandomScans(seed);
+    std::vector<MemoryScan> scans = RandomScans(seed);
+    std::uint64_t points = 0;
+    for (const MemoryScan& scan : scans) points += scan.points.size();
+    // Whether the first pass keeps an input's points, none of another's.
+    for (std::size_t i = 0; i < scans.size(); ++i) scans[i].dearToDecode = (seed + i) % 4 != 0;
     ImportOptions options;
     options.skeleton = static_cast<SkeletonSize>(seed / 8 % 3);
     const ScratchFolder folder;
     ProjectBytes first;
-    // In memory, and in many runs on disk that take several rounds of merging.
+    // In memory, with all points kept from the first pass or half of them, and in many runs on disk
+    // that take several rounds of merging.
     const MemoryPlan onDisk = seed % 2 == 0 ? TinyPlan(1, 300) : TinyPlan(5, 150);
-    for (const MemoryPlan& plan : {TinyPlan(2), onDisk}) {
+    for (const MemoryPlan& plan : {TinyPlan(2), TinyPlan(3, points), onDisk}) {
         const CString project = folder / (L"p" + std::to_wstring(plan.workers) + L".prj");
         const auto report = ImportScans(Open(scans), project, options, plan);
         ASSERT_TRUE(report) << report.error().message;
@@ -151,6 +156,31 @@ TEST_P(ImportModel, EveryFileIsWhatSortingEverythingInMemoryGives) {
 INSTANTIATE_TEST_SUITE_P(Seeds, ImportModel, testing::Range(0, 64));
 
 // BEHAVIOUR I13
+// BEHAVIOUR I20
+TEST(Import, ReadsWhatIsDearToDecodeOnceAsFarAsMemoryLasts) {
+    MemoryScan scan = RandomScans(0).front();
+    scan.points.resize(2'000, scan.points.front());
+    scan.pointsPerPiece = 250;
+    using Pieces = std::vector<std::size_t>;
+    const auto readAgain = [&](bool dear, std::uint64_t poolPoints) {
+        Pieces again;
+        scan.dearToDecode = dear;
+        scan.before = [&](int pass, std::size_t piece) -> Expected<void> {
+            if (pass > 0) again.push_back(piece);
+            return {};
+        };
+        const ScratchFolder folder;
+        const auto report =
+            ImportScans(Open({scan}), folder / L"p.prj", {}, TinyPlan(2, poolPoints));
+        EXPECT_TRUE(report && report->written == 2'000);
+        return again;
+    };
+    EXPECT_EQ(readAgain(false, 10'000), (Pieces{0, 1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(readAgain(true, 10'000), Pieces());
+    // 48,000 bytes, seven eighths of which hold 1,050 points of 40.
+    EXPECT_EQ(readAgain(true, 2'000), (Pieces{4, 5, 6, 7}));
+}
+
 TEST(Import, KeepsTheFirstOfPointsAtOnePositionWhenToldTo) {
     for (std::uint64_t seed : {3u, 5u, 13u, 21u, 2u}) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);

@@ -16,6 +16,7 @@ public:
     [[nodiscard]] std::uint64_t FileBytes() const override {
         return scan_.points.size() * kPointBytes;
     }
+    [[nodiscard]] bool IsDearToDecode() const override { return scan_.dearToDecode; }
     Expected<bool> Next(RawPiece& piece) override {
         if (next_ >= scan_.points.size()) return false;
         if (scan_.before) {

@@ -18,6 +18,7 @@ struct MemoryScan {
     std::size_t pointsPerPiece = 1000;
     std::size_t piecesPerScan = 0;  ///< 0: all pieces belong to the first of info.scans
     std::uint64_t malformedPerPiece = 0;
+    bool dearToDecode = false;
     /// Called before each piece is handed out with the number of the pass (0: the first) and of
     /// the piece; an error ends the reading with it.
     std::function<Expected<void>(int pass, std::size_t piece)> before;

@@ -47,6 +47,7 @@ public:
     const ScanInfo& Info() const override { return info_; }
     void Omit(std::size_t scan) override { parts_[scan].omitted = true; }
 
+    bool IsDearToDecode() const override { return true; }
     std::uint64_t FileBytes() const override {
         std::uint64_t bytes = 0;
         for (const Part& part : parts_) bytes += part.omitted ? 0 : part.section.DataBytes();

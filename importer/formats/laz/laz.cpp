@@ -30,6 +30,7 @@ public:
           info_(DescribeLas(header)) {}
 
     const ScanInfo& Info() const override { return info_; }
+    bool IsDearToDecode() const override { return true; }
     std::uint64_t FileBytes() const override { return file_.Size(); }
 
     Expected<bool> Next(RawPiece& piece) override {

@@ -29,6 +29,7 @@ public:
     }
 
     const ScanInfo& Info() const override { return info_; }
+    bool IsDearToDecode() const override { return true; }
     std::uint64_t FileBytes() const override { return file_.Size(); }
 
     Expected<bool> Next(RawPiece& piece) override;
