@@ -119,7 +119,8 @@ def touched(root, rooms, figures="bench/instructions/figures.json"):
     commits = git(root, "log", "--format=%h %s", f"{accepted}..", "--", *rooms, *ALWAYS).splitlines()
     head = f"in its rooms ({', '.join(rooms)}) since {title}:"
     return [head, *(f"  {line}" for line in [*commits, *lines])] if lines else [
-        f"nothing changed in {', '.join(rooms)} since {title}: look at the compiler and the packages"]
+        f"nothing changed in {', '.join(rooms)} since {title}: look at the packages, or at what was "
+        "not committed with the figures"]
 
 
 def sentence(kept, now):
