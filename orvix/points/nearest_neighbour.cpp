@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/points/nearest_neighbour.h"
 
-#include <nanoflann.hpp>
-
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <numeric>
 #include <optional>
+#include <span>
 
 #include "orvix/platform/asker.h"
+#include "orvix/points/box_tree.h"
 
 namespace orvix {
 namespace {
@@ -31,34 +32,8 @@ struct Neighbour {
     }
 };
 
-/// The tree's lower bounds of a branch are sums kept up to date by adding and subtracting, so they
-/// may exceed the true one by some rounding errors; and it compares leaves with `<`. Searching
-/// with a bound a billionth wider and deciding each point by its own distance makes the answer
-/// exact, ties across branches included.
-double Widened(double bound) {
-    return bound + bound * 1e-9 + std::numeric_limits<double>::min();
-}
-
-/// Hands what lies within an inclusive bound to `take`: its entry and its squared distance.
-template <class Take>
-struct WithinBound {
-    double bound;
-    Take take;
-
-    [[nodiscard]] double worstDist() const { return Widened(bound); }
-    [[nodiscard]] bool full() const { return true; }
-    bool addPoint(double squaredDistance, int entry) {
-        if (squaredDistance <= bound) take(entry, squaredDistance);
-        return true;
-    }
-};
-
-template <class Take>
-WithinBound(double, Take) -> WithinBound<Take>;
-
 /// As many neighbours as are held with their distances at once.
-constexpr std::size_t kAtOnce = 512;
-using Block = std::array<Neighbour, kAtOnce>;
+constexpr std::size_t kAtOnce = 1024;
 
 /// Where each of many found points goes in their list, by its distance alone. The squared bound is
 /// divided into equal parts, in which the points of a surface lie evenly: a first pass counts the
@@ -93,9 +68,52 @@ private:
 /// What counting finds out.
 struct Survey {
     std::size_t count = 0;
-    Block some;                  // of them, unsorted: all where these are few
+    // Of them, unsorted: all where these are few. A block's points are written before it is known
+    // which of them count.
+    std::array<Neighbour, kAtOnce + 4> some;
     std::optional<Rings> rings;  // of all of them, where they are more
 };
+
+/// Sorts neighbours that are held, and stores their indices. Squared distances of the points of a
+/// surface lie evenly, so most have a place of their own among as many parts of equal width, and what
+/// is left to do there is little: a third of the time of sorting by comparing alone.
+void StoreSorted(std::span<Neighbour> held, int* found) {
+    constexpr std::size_t kFew = 12;        // no more than are sorted by insertion anyway
+    constexpr std::uint16_t kCrowded = 16;  // in one part: the distances are uneven
+    std::array<Neighbour, kAtOnce> laid;
+    const auto store = [found](std::span<const Neighbour> sorted) {
+        std::transform(sorted.begin(), sorted.end(), found,
+                       [](const Neighbour& neighbour) { return neighbour.index; });
+    };
+    double widest = 0.0;
+    for (const Neighbour& neighbour : held) widest = std::max(widest, neighbour.squaredDistance);
+    const std::size_t parts = std::bit_ceil(held.size() + 1);
+    const double scale = static_cast<double>(parts - 1) / widest;
+    std::array<std::uint16_t, 2 * kAtOnce> ends;
+    std::fill_n(ends.begin(), parts, std::uint16_t{0});
+    const auto partOf = [scale](const Neighbour& neighbour) {
+        return static_cast<std::size_t>(neighbour.squaredDistance * scale);
+    };
+    std::uint16_t most = 0;
+    if (held.size() > kFew && std::isfinite(scale)) {
+        for (const Neighbour& neighbour : held) most = std::max(most, ++ends[partOf(neighbour)]);
+    }
+    if (most == 0 || most > kCrowded) {
+        std::sort(held.begin(), held.end());
+        store(held);
+        return;
+    }
+    std::exclusive_scan(ends.begin(), ends.begin() + static_cast<std::ptrdiff_t>(parts),
+                        ends.begin(), std::uint16_t{0});
+    for (const Neighbour& neighbour : held) laid[ends[partOf(neighbour)]++] = neighbour;
+    for (std::size_t i = 1; i < held.size(); ++i) {
+        const Neighbour moved = laid[i];
+        std::size_t place = i;
+        for (; place > 0 && moved < laid[place - 1]; --place) laid[place] = laid[place - 1];
+        laid[place] = moved;
+    }
+    store({laid.data(), held.size()});
+}
 
 /// Sorts entries by what `neighbour` computes anew of each, and turns them into its indices. Large
 /// parts are divided in place and small ones sorted in a block, so memory does not grow with the
@@ -116,36 +134,24 @@ void SortInBlocks(int* first, int* last, int divisions, const NeighbourOf& neigh
         SortInBlocks(first, middle, divisions, neighbour);
         first = middle;
     }
-    Block block;
+    std::array<Neighbour, kAtOnce> block;
     const auto end = std::transform(first, last, block.begin(), neighbour);
     std::sort(block.begin(), end);
     std::transform(block.begin(), end, first, [](const Neighbour& held) { return held.index; });
 }
 
-/// Keeps the nearest, of lowest index among equals.
-template <class Entry>
-struct NearestOne {
-    const std::vector<Entry>& entries;
-    Neighbour best{std::numeric_limits<double>::infinity(), -1};
+/// Points taken from a container between two questions.
+constexpr std::uint32_t kPointsPerQuestion = 1 << 18;
 
-    [[nodiscard]] double worstDist() const { return Widened(best.squaredDistance); }
-    [[nodiscard]] bool full() const { return true; }
-    bool addPoint(double squaredDistance, int entry) {
-        best = std::min(
-            best, Neighbour{squaredDistance, entries[static_cast<std::size_t>(entry)].source});
-        return true;
-    }
-};
+/// A bound that leaves out what is farther than any number: a distance beyond it is near nothing.
+double Finite(double bound) {
+    return bound > std::numeric_limits<double>::max() ? std::numeric_limits<double>::max() : bound;
+}
 
-/// Ends the building of a tree, whose library knows no other way; it is caught in this file.
-struct BuildingStopped {};
-
-/// Reads of coordinates between two questions: some milliseconds of building.
-constexpr std::uint32_t kReadsPerQuestion = 1 << 20;
-
-template <std::size_t Dimension>
-bool IsFinite(const std::array<double, Dimension>& position) {
-    return std::all_of(position.begin(), position.end(), [](double c) { return std::isfinite(c); });
+template <class Coordinate, std::size_t Dimension>
+bool IsFinite(const std::array<Coordinate, Dimension>& position) {
+    return std::all_of(position.begin(), position.end(),
+                       [](Coordinate c) { return std::isfinite(c); });
 }
 
 }  // namespace
@@ -161,73 +167,76 @@ struct CNearestNeighbour::Tree {
     virtual bool Nearest(const SimplePointT<double>& query, int& nearest) const = 0;
 };
 
-template <int Dimension>
+template <class Coordinate, std::size_t Dimension>
 struct CNearestNeighbour::TreeOf final : Tree {
-    using Position = std::array<double, Dimension>;
-    using Metric = nanoflann::L2_Simple_Adaptor<double, TreeOf, double, int>;
-    using Index = nanoflann::KDTreeSingleIndexAdaptor<Metric, TreeOf, Dimension, int>;
+    using Boxes = detail::BoxTree<Coordinate, Dimension>;
+    using Query = typename Boxes::Query;
 
-    struct Entry {
-        Position position;
-        int source;  // its index in the container
-    };
-
+    /// Null when `proceed` said no.
     template <class Container, class PositionOf>
-    TreeOf(const Container& points, PositionOf positionOf,
-           const std::function<bool()>& proceed = {}) {
-        Asker asker(proceed, kReadsPerQuestion);
-        if (proceed) asker_ = &asker;
+    static std::unique_ptr<Tree> Make(const Container& points, PositionOf positionOf,
+                                      const std::function<bool()>& proceed = {}) {
+        Asker asker(proceed, kPointsPerQuestion);
+        std::vector<typename Boxes::Entry> entries;
         entries.reserve(points.size());
         int source = 0;
         for (const auto& point : points) {
-            Ask();
-            const Position position = positionOf(point);
+            if (proceed && !asker.GoesOn()) return nullptr;
+            const typename Boxes::Position position = positionOf(point);
             if (IsFinite(position)) entries.push_back({position, source});  // BEHAVIOUR N4
             ++source;
         }
-        index = std::make_unique<Index>(Dimension, *this, kLeafPoints);
-        StoreInTreeOrder();
-        asker_ = nullptr;
-    }
-
-    // What nanoflann asks of a set of points.
-    [[nodiscard]] std::size_t kdtree_get_point_count() const { return entries.size(); }
-    [[nodiscard]] double kdtree_get_pt(int i, std::size_t axis) const {
-        Ask();
-        return entries[static_cast<std::size_t>(i)].position[axis];
-    }
-    template <class Box>
-    bool kdtree_get_bbox(Box&) const {
-        return false;
+        auto tree = std::make_unique<TreeOf>();
+        if (!tree->boxes.Build(std::move(entries), proceed)) return nullptr;
+        return tree;
     }
 
     void CountWithin(const SimplePointT<double>& query, double bound,
                      Survey& survey) const override {
-        const auto take = [&](int entry, double squaredDistance) {
-            const std::size_t number = survey.count++;
-            if (number < kAtOnce) {
-                survey.some[number] = {squaredDistance, SourceOf(entry)};
+        const Query position = At(query);
+        if (!IsFinite(position)) return;
+        bound = Finite(bound);
+        boxes.VisitWithin(position, bound, [&](std::uint32_t block) {
+            const auto distances = boxes.Distances(block, position);
+            if (survey.rings) {
+                for (const double distance : distances) {
+                    if (!(distance <= bound)) continue;
+                    ++survey.count;
+                    survey.rings->Count(distance);
+                }
                 return;
             }
-            if (number == kAtOnce) {
-                survey.rings.emplace(std::min(bound, Farthest(At(query))));
-                for (const Neighbour& held : survey.some) survey.rings->Count(held.squaredDistance);
+            const auto& sources = boxes.Sources(block);
+            for (std::size_t lane = 0; lane < Boxes::kLanes; ++lane) {
+                survey.some[survey.count] = {distances[lane], sources[lane]};
+                survey.count += distances[lane] <= bound ? 1 : 0;
             }
-            survey.rings->Count(squaredDistance);
-        };
-        Search(query, WithinBound{bound, take});
+            if (survey.count <= kAtOnce) return;
+            survey.rings.emplace(std::min(bound, boxes.Farthest(position)));
+            for (std::size_t i = 0; i < survey.count; ++i) {
+                survey.rings->Count(survey.some[i].squaredDistance);
+            }
+        });
     }
 
     void Within(const SimplePointT<double>& query, double bound, Rings& rings,
                 int* found) const override {
         rings.Lay();
-        Search(query, WithinBound{bound, [&](int entry, double squaredDistance) {
-                                      found[rings.TakePlace(squaredDistance)] = entry;
-                                  }});
-        const Position position = At(query);
-        const Metric metric(*this);
+        const Query position = At(query);
+        bound = Finite(bound);
+        boxes.VisitWithin(position, bound, [&](std::uint32_t block) {
+            const auto distances = boxes.Distances(block, position);
+            for (std::uint32_t lane = 0; lane < Boxes::kLanes; ++lane) {
+                if (!(distances[lane] <= bound)) continue;
+                found[rings.TakePlace(distances[lane])] =
+                    static_cast<int>(block * Boxes::kLanes + lane);
+            }
+        });
         const auto neighbour = [&](int entry) {
-            return Neighbour{metric.evalMetric(position.data(), entry, Dimension), SourceOf(entry)};
+            const auto number = static_cast<std::uint32_t>(entry);
+            const auto block = static_cast<std::uint32_t>(number / Boxes::kLanes);
+            const std::size_t lane = number % Boxes::kLanes;
+            return Neighbour{boxes.Distance(block, lane, position), boxes.Sources(block)[lane]};
         };
         std::uint32_t begin = 0;
         for (const std::uint32_t end : rings.Ends()) {
@@ -237,51 +246,33 @@ struct CNearestNeighbour::TreeOf final : Tree {
     }
 
     bool Nearest(const SimplePointT<double>& query, int& nearest) const override {
-        NearestOne<Entry> nearestOne{entries};
-        Search(query, nearestOne);
-        if (nearestOne.best.index < 0) return false;
-        nearest = nearestOne.best.index;
+        const Query position = At(query);
+        if (!IsFinite(position)) return false;
+        constexpr int kNone = std::numeric_limits<int>::max();
+        Neighbour best{std::numeric_limits<double>::max(), kNone};
+        boxes.VisitNearest(position, best.squaredDistance, [&](std::uint32_t block) {
+            const auto distances = boxes.Distances(block, position);
+            // One question for the four: rarely is one of them nearer, and which is hard to foresee.
+            bool nearer = false;
+            for (const double distance : distances) nearer |= distance <= best.squaredDistance;
+            if (!nearer) return best.squaredDistance;
+            const auto& sources = boxes.Sources(block);
+            for (std::size_t lane = 0; lane < Boxes::kLanes; ++lane) {
+                if (distances[lane] <= best.squaredDistance) {
+                    best = std::min(best, Neighbour{distances[lane], sources[lane]});
+                }
+            }
+            return best.squaredDistance;
+        });
+        if (best.index == kNone) return false;
+        nearest = best.index;
         return true;
     }
 
 private:
-    static constexpr std::size_t kLeafPoints = 20;
     static constexpr int kDivisions = 64;  // a fair pivot needs about 22 of 2^31 points
 
-    [[nodiscard]] int SourceOf(int entry) const {
-        return entries[static_cast<std::size_t>(entry)].source;
-    }
-
-    /// Lays the points of each leaf side by side, so that a query reads memory in sequence.
-    void StoreInTreeOrder() {
-        std::vector<Entry> ordered;
-        ordered.reserve(entries.size());
-        for (const int entry : index->vAcc) {
-            Ask();
-            ordered.push_back(entries[static_cast<std::size_t>(entry)]);
-        }
-        entries.swap(ordered);
-        std::iota(index->vAcc.begin(), index->vAcc.end(), 0);
-    }
-
-    template <class Results>
-    void Search(const SimplePointT<double>& query, Results&& results) const {
-        const Position position = At(query);
-        if (IsFinite(position)) index->findNeighbors(results, position.data(), {});
-    }
-
-    /// The squared distance of the farthest corner of the box around all points.
-    [[nodiscard]] double Farthest(const Position& position) const {
-        double squared = 0.0;
-        for (std::size_t axis = 0; axis < position.size(); ++axis) {
-            const auto& [low, high] = index->root_bbox[axis];
-            const double distance = std::max(position[axis] - low, high - position[axis]);
-            squared += distance * distance;
-        }
-        return squared;
-    }
-
-    static Position At(const SimplePointT<double>& query) {
+    static Query At(const SimplePointT<double>& query) {
         if constexpr (Dimension == 2) {
             return {query.x, query.y};
         } else {
@@ -289,39 +280,32 @@ private:
         }
     }
 
-    // While the tree is built, and only where somebody is to be asked.
-    void Ask() const {
-        if (asker_ != nullptr && !asker_->GoesOn()) throw BuildingStopped();
-    }
-
-    Asker* asker_ = nullptr;
-    std::vector<Entry> entries;
-    std::unique_ptr<Index> index;
+    Boxes boxes;
 };
 
 CNearestNeighbour::CNearestNeighbour(std::map<std::pair<int, int>, std::pair<int, double>>& points)
-    : tree_(std::make_unique<TreeOf<2>>(points, [](const auto& entry) {
+    : tree_(TreeOf<double, 2>::Make(points, [](const auto& entry) {
           return std::array<double, 2>{double(entry.first.first), double(entry.first.second)};
       })) {}
 
 CNearestNeighbour::CNearestNeighbour(const std::vector<std::pair<int, int>>& points)
-    : tree_(std::make_unique<TreeOf<2>>(points, [](const std::pair<int, int>& point) {
+    : tree_(TreeOf<double, 2>::Make(points, [](const std::pair<int, int>& point) {
           return std::array<double, 2>{double(point.first), double(point.second)};
       })) {}
 
 CNearestNeighbour::CNearestNeighbour(const std::vector<CPoint>& points)
-    : tree_(std::make_unique<TreeOf<2>>(points, [](const CPoint& point) {
+    : tree_(TreeOf<double, 2>::Make(points, [](const CPoint& point) {
           return std::array<double, 2>{double(point.x), double(point.y)};
       })) {}
 
 CNearestNeighbour::CNearestNeighbour(const std::vector<const SimplePointT<float>*>* points)
-    : tree_(std::make_unique<TreeOf<3>>(*points, [](const SimplePointT<float>* point) {
-          return std::array<double, 3>{point->x, point->y, point->z};
+    : tree_(TreeOf<float, 3>::Make(*points, [](const SimplePointT<float>* point) {
+          return std::array<float, 3>{point->x, point->y, point->z};
       })) {}
 
 CNearestNeighbour::CNearestNeighbour(const std::vector<SimplePointT<float>>* points)
-    : tree_(std::make_unique<TreeOf<3>>(*points, [](const SimplePointT<float>& point) {
-          return std::array<double, 3>{point.x, point.y, point.z};
+    : tree_(TreeOf<float, 3>::Make(*points, [](const SimplePointT<float>& point) {
+          return std::array<float, 3>{point.x, point.y, point.z};
       })) {}
 
 CNearestNeighbour::CNearestNeighbour(std::unique_ptr<Tree> tree) : tree_(std::move(tree)) {}
@@ -331,14 +315,11 @@ CNearestNeighbour::~CNearestNeighbour() = default;
 std::unique_ptr<CNearestNeighbour> CNearestNeighbour::Make(
     const std::vector<SimplePointT<float>>& points, const std::function<bool()>& proceed) {
     const auto positionOf = [](const SimplePointT<float>& point) {
-        return std::array<double, 3>{point.x, point.y, point.z};
+        return std::array<float, 3>{point.x, point.y, point.z};
     };
-    try {
-        std::unique_ptr<Tree> tree = std::make_unique<TreeOf<3>>(points, positionOf, proceed);
-        return std::unique_ptr<CNearestNeighbour>(new CNearestNeighbour(std::move(tree)));
-    } catch (const BuildingStopped&) {
-        return nullptr;
-    }
+    std::unique_ptr<Tree> tree = TreeOf<float, 3>::Make(points, positionOf, proceed);
+    if (tree == nullptr) return nullptr;
+    return std::unique_ptr<CNearestNeighbour>(new CNearestNeighbour(std::move(tree)));
 }
 
 template <class Allocate>
@@ -350,10 +331,7 @@ std::size_t CNearestNeighbour::AllWithin(const SimplePointT<double>& query, doub
     if (survey.rings) {
         tree_->Within(query, bound, *survey.rings, found);
     } else {
-        const auto end = survey.some.begin() + static_cast<std::ptrdiff_t>(survey.count);
-        std::sort(survey.some.begin(), end);
-        std::transform(survey.some.begin(), end, found,
-                       [](const Neighbour& held) { return held.index; });
+        StoreSorted({survey.some.data(), survey.count}, found);
     }
     return survey.count;
 }

@@ -46,12 +46,13 @@ std::vector<int> Find(CNearestNeighbour& index, const Query& query, double radiu
 }
 
 /// Points of a kind that depends on the seed: a lattice (ties everywhere), a cloud, a line far from
-/// the origin, one position many times.
+/// the origin, one position many times, places of every size that a number has, and a cloud with a
+/// few points very far away.
 Points Scene(std::uint32_t seed, std::mt19937& random) {
     Points points(1 + random() % 700);
     std::uniform_real_distribution<float> unit(-1, 1);
     for (auto& p : points) {
-        switch (seed % 4) {
+        switch (seed % 6) {
             case 0:
                 p = {float(random() % 7), float(random() % 7), float(random() % 7)};
                 break;
@@ -61,8 +62,15 @@ Points Scene(std::uint32_t seed, std::mt19937& random) {
             case 2:
                 p = {10'000 + unit(random), -20'000, 0.1f};
                 break;
-            default:
+            case 3:
                 p = {0.3f, 0.1f, 0.7f};
+                break;
+            case 4:
+                p = {std::ldexp(unit(random) < 0 ? -1.0f : 1.0f, int(random() % 277) - 149), 0.5f,
+                     random() % 2 == 0 ? 0.0f : -0.0f};
+                break;
+            default:
+                p = {unit(random), unit(random), random() % 100 == 0 ? 3e38f : unit(random)};
                 break;
         }
     }
