@@ -43,6 +43,9 @@ public:
     static std::optional<DelaunayEdges> Of(const PlanarSites& sites,
                                            const std::function<bool()>& proceed);
 
+    /// Every edge is below it.
+    Edge End() const { return static_cast<Edge>(records_.size()); }
+
     std::uint32_t Origin(Edge edge) const { return records_[edge].origin; }
     std::uint32_t Destination(Edge edge) const { return records_[edge ^ 1].origin; }
 
@@ -65,6 +68,17 @@ public:
     void ForEachEdge(const Visit& visit) const {
         for (Edge edge = 0; edge < records_.size(); edge += 2)
             if (records_[edge].origin != kNone) visit(edge);
+    }
+
+    /// The directed edges that have the outside to their left, in their order along it.
+    template <class Visit>
+    void ForEachOutside(const Visit& visit) const {
+        if (outside_ == kNone) return;
+        Edge edge = outside_;
+        do {
+            visit(edge);
+            edge = Next(edge);
+        } while (edge != outside_);
     }
 
     /// Every triangle once, by the lowest of the directed edges that it lies to the left of.

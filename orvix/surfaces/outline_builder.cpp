@@ -1,88 +1,35 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/surfaces/outline_builder.h"
 
-#include <CGAL/Delaunay_triangulation_2.h>
-#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
-#include <CGAL/Triangulation_face_base_with_info_2.h>
-#include <CGAL/Triangulation_vertex_base_with_info_2.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <utility>
 
 #include "orvix/geometry/bounds.h"
+#include "orvix/surfaces/delaunay_edges.h"
 
 namespace orvix::detail {
 namespace {
 
 using Position = SimplePoint2DT<double>;
-using Kernel = CGAL::Epick;
+using Edge = DelaunayEdges::Edge;
 
 constexpr double kRadiusInEdges = 3;  // BEHAVIOUR F6
 constexpr double kVotingCells = 4096;
 constexpr std::size_t kMaxVotes = 24;
 
-constexpr std::int32_t kOutside = -1;
-constexpr std::int32_t kUnlabelled = -2;
+// What an edge's note says of the triangle to its left; else the number of the piece it belongs to.
+constexpr std::uint32_t kUnseen = DelaunayEdges::kNone;
+constexpr std::uint32_t kOutside = kUnseen - 1;
 
-struct FaceMark {
-    std::int32_t component = kOutside;
-    std::array<bool, 3> traced{};  // the edge opposite each vertex is in a ring already
-};
-
-using VertexBase = CGAL::Triangulation_vertex_base_with_info_2<std::uint32_t, Kernel>;
-using FaceBase = CGAL::Triangulation_face_base_with_info_2<FaceMark, Kernel>;
-using Structure = CGAL::Triangulation_data_structure_2<VertexBase, FaceBase>;
-using Triangulation = CGAL::Delaunay_triangulation_2<Kernel, Structure>;
-using FaceHandle = Triangulation::Face_handle;
-
-/// The distinct positions in order of x, then y; a "rank" is a place in this list.
-struct Sites {
-    std::vector<Position> positions;
-    std::vector<std::uint32_t> sources;  // where in the caller's list
-};
-
-/// A simple closed ring of ranks with the component that lies to its left.
+/// A simple closed ring of sites with the component that lies to its left.
 struct Loop {
-    std::vector<std::uint32_t> ranks;
-    std::int32_t component = kOutside;
+    std::vector<std::uint32_t> sites;
+    std::uint32_t component = kOutside;
     double area = 0;  // positive for an outer ring
 };
-
-Kernel::Point_2 ToKernel(const Position& p) {
-    return {p.x, p.y};
-}
-
-bool Before(const Position& p, const Position& q) {
-    return p.x < q.x || (p.x == q.x && p.y < q.y);
-}
-
-Sites DistinctSites(const std::vector<Position>& positions) {
-    struct Entry {
-        Position position;
-        std::uint32_t source;
-    };
-    std::vector<Entry> entries;
-    entries.reserve(positions.size());
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        if (!std::isfinite(positions[i].x) || !std::isfinite(positions[i].y)) continue;
-        entries.push_back({positions[i], static_cast<std::uint32_t>(i)});
-    }
-    std::sort(entries.begin(), entries.end(), [](const Entry& p, const Entry& q) {
-        if (Before(p.position, q.position)) return true;
-        return !Before(q.position, p.position) && p.source < q.source;
-    });
-    Sites sites;
-    for (const Entry& entry : entries) {
-        if (!sites.positions.empty() && !Before(sites.positions.back(), entry.position)) continue;
-        sites.positions.push_back(entry.position);
-        sites.sources.push_back(entry.source);
-    }
-    return sites;
-}
 
 Extends2DT<double> BoxOf(const std::vector<Position>& positions) {
     Extends2DT<double> box{positions.front(), positions.front()};
@@ -121,63 +68,39 @@ private:
 };
 
 /// Keeps the leftmost, rightmost, lowest and highest site of each raster cell; of equal ones the
-/// one of the lowest rank.
+/// one that is first in order of x, then y.
 // BEHAVIOUR F8
-void Thin(Sites& sites, std::size_t maxPoints) {
+PlanarSites Thin(const PlanarSites& sites, std::size_t maxPoints) {
     const Raster raster(sites.positions, static_cast<double>(maxPoints) / 4);
     constexpr std::uint32_t kNone = UINT32_MAX;
     std::vector<std::array<std::uint32_t, 4>> extremes(raster.Size(), {kNone, kNone, kNone, kNone});
-    const auto take = [](std::uint32_t& slot, std::uint32_t rank, bool better) {
-        if (slot == kNone || better) slot = rank;
+    const auto& at = sites.positions;
+    const auto take = [&](std::uint32_t& slot, std::uint32_t site, double ahead) {
+        if (slot == kNone || ahead > 0 || (ahead == 0 && IsBefore(at[site], at[slot]))) slot = site;
     };
-    for (std::uint32_t rank = 0; rank < sites.positions.size(); ++rank) {
-        const Position& p = sites.positions[rank];
+    for (std::uint32_t site = 0; site < at.size(); ++site) {
+        const Position& p = at[site];
         auto& cell = extremes[raster.CellOf(p)];
-        const auto& at = sites.positions;
-        take(cell[0], rank, false);  // ranks rise with x
-        take(cell[1], rank, cell[1] != kNone && p.x > at[cell[1]].x);
-        take(cell[2], rank, cell[2] != kNone && p.y < at[cell[2]].y);
-        take(cell[3], rank, cell[3] != kNone && p.y > at[cell[3]].y);
+        const auto of = [&](std::size_t k) { return cell[k] == kNone ? p : at[cell[k]]; };
+        take(cell[0], site, of(0).x - p.x);
+        take(cell[1], site, p.x - of(1).x);
+        take(cell[2], site, of(2).y - p.y);
+        take(cell[3], site, p.y - of(3).y);
     }
     std::vector<std::uint32_t> kept;
     for (const auto& cell : extremes) {
-        for (const std::uint32_t rank : cell) {
-            if (rank != kNone) kept.push_back(rank);
+        for (const std::uint32_t site : cell) {
+            if (site != kNone) kept.push_back(site);
         }
     }
     std::sort(kept.begin(), kept.end());
     kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
-    for (std::size_t i = 0; i < kept.size(); ++i) {  // kept[i] >= i
-        sites.positions[i] = sites.positions[kept[i]];
-        sites.sources[i] = sites.sources[kept[i]];
-    }
-    sites.positions.resize(kept.size());
-    sites.sources.resize(kept.size());
-}
-
-/// False where all sites are on one line. The first insertions span a triangle: a triangulation
-/// that is still one-dimensional searches linearly.
-bool Triangulate(const Sites& sites, Triangulation& triangulation) {
-    if (sites.positions.size() < 3) return false;
-    const Kernel::Point_2 first = ToKernel(sites.positions.front());
-    const Kernel::Point_2 last = ToKernel(sites.positions.back());
-    const auto offLine =
-        std::find_if(sites.positions.begin(), sites.positions.end(),
-                     [&](const Position& p) { return !CGAL::collinear(first, last, ToKernel(p)); });
-    if (offLine == sites.positions.end()) return false;
-
-    const auto corner = static_cast<std::uint32_t>(offLine - sites.positions.begin());
-    const auto end = static_cast<std::uint32_t>(sites.positions.size() - 1);
-    for (const std::uint32_t rank : {0U, end, corner}) {
-        triangulation.insert(ToKernel(sites.positions[rank]))->info() = rank;
-    }
-    std::vector<std::pair<Kernel::Point_2, std::uint32_t>> rest;
-    rest.reserve(sites.positions.size());
-    for (std::uint32_t rank = 0; rank <= end; ++rank) {
-        rest.emplace_back(ToKernel(sites.positions[rank]), rank);
-    }
-    triangulation.insert(rest.begin(), rest.end());
-    return true;
+    std::vector<Position> positions;
+    positions.reserve(kept.size());
+    for (const std::uint32_t site : kept) positions.push_back(at[site]);
+    PlanarSites thinned = SitesOf(positions, Coinciding::First);
+    for (std::uint32_t& source : thinned.sources) source = sites.sources[kept[source]];
+    return thinned;
 }
 
 double SquaredLength(const Position& p, const Position& q) {
@@ -190,18 +113,26 @@ struct Vote {
     std::size_t count = 0;
 };
 
-double DeriveRadius(const Sites& sites, const Triangulation& triangulation) {
+std::vector<Vote> CountVotes(const PlanarSites& sites, const DelaunayEdges& edges) {
     const Raster raster(sites.positions, kVotingCells);
+    std::vector<std::uint16_t> cells;  // once a site, not once an edge
+    cells.reserve(sites.positions.size());
+    for (const Position& p : sites.positions)
+        cells.push_back(static_cast<std::uint16_t>(raster.CellOf(p)));
     std::vector<Vote> votes(raster.Size());
-    for (const auto& [face, i] : triangulation.finite_edges()) {
-        const Position& p = sites.positions[face->vertex(Triangulation::ccw(i))->info()];
-        const Position& q = sites.positions[face->vertex(Triangulation::cw(i))->info()];
-        const double length = std::sqrt(SquaredLength(p, q));
-        for (const std::size_t cell : {raster.CellOf(p), raster.CellOf(q)}) {
+    edges.ForEachEdge([&](Edge edge) {
+        const std::uint32_t from = edges.Origin(edge), to = edges.Destination(edge);
+        const double length = std::sqrt(SquaredLength(sites.positions[from], sites.positions[to]));
+        for (const std::size_t cell : {cells[from], cells[to]}) {
             votes[cell].length += length;
             ++votes[cell].count;
         }
-    }
+    });
+    return votes;
+}
+
+double DeriveRadius(const PlanarSites& sites, const DelaunayEdges& edges) {
+    std::vector<Vote> votes = CountVotes(sites, edges);
     std::erase_if(votes, [](const Vote& vote) { return vote.count == 0; });
     std::size_t all = 0;
     for (Vote& vote : votes) {
@@ -225,56 +156,59 @@ bool FitsRadius(const Position& p, const Position& q, const Position& r, double 
     return sides <= 4 * cross * cross * squaredRadius;
 }
 
-/// Marks the triangles that belong, and numbers the pieces that hang together by edges.
-void LabelComponents(const Sites& sites, double radius, Triangulation& triangulation) {
-    const auto at = [&](FaceHandle face, int i) {
-        return sites.positions[face->vertex(i)->info()];
-    };
-    for (const FaceHandle face : triangulation.finite_face_handles()) {
-        if (FitsRadius(at(face, 0), at(face, 1), at(face, 2), radius * radius)) {
-            face->info().component = kUnlabelled;
+/// Finds the triangles that belong, and numbers the pieces of them that hang together by edges.
+class PieceFinder {
+public:
+    PieceFinder(const PlanarSites& sites, double radius, DelaunayEdges& edges)
+        : positions_(sites.positions), squaredRadius_(radius * radius), edges_(edges) {}
+
+    void Find() {
+        edges_.ForEachOutside([&](Edge edge) { edges_.SetNote(edge, kOutside); });
+        edges_.ForEachEdge([&](Edge even) {
+            for (const Edge seed : {even, even ^ 1})
+                if (edges_.Note(seed) == kUnseen) Flood(seed);
+        });
+    }
+
+private:
+    void Flood(Edge seed) {
+        Enter(seed);
+        if (open_.empty()) return;
+        if (edges_.Note(seed ^ 1) == kUnseen) Enter(seed ^ 1);
+        while (!open_.empty()) {
+            const Edge entered = open_.back();
+            open_.pop_back();
+            const Edge second = edges_.Next(entered);
+            for (const Edge side : {second ^ 1, edges_.Next(second) ^ 1})
+                if (edges_.Note(side) == kUnseen) Enter(side);
         }
+        ++piece_;
     }
-    std::int32_t next = 0;
-    std::vector<FaceHandle> open;
-    for (const FaceHandle seed : triangulation.finite_face_handles()) {
-        if (seed->info().component != kUnlabelled) continue;
-        seed->info().component = next;
-        open.push_back(seed);
-        while (!open.empty()) {
-            const FaceHandle face = open.back();
-            open.pop_back();
-            for (int i = 0; i < 3; ++i) {
-                const FaceHandle neighbour = face->neighbor(i);
-                if (neighbour->info().component != kUnlabelled) continue;
-                neighbour->info().component = next;
-                open.push_back(neighbour);
-            }
-        }
-        ++next;
+
+    /// Notes with its three edges what the triangle to the left of `first` belongs to.
+    void Enter(Edge first) {
+        const Edge second = edges_.Next(first), third = edges_.Next(second);
+        const bool belongs =
+            FitsRadius(positions_[edges_.Origin(first)], positions_[edges_.Origin(second)],
+                       positions_[edges_.Origin(third)], squaredRadius_);
+        for (const Edge edge : {first, second, third})
+            edges_.SetNote(edge, belongs ? piece_ : kOutside);
+        if (belongs) open_.push_back(first);
     }
-}
 
-bool IsRim(FaceHandle face, int i) {
-    return face->info().component != kOutside && face->neighbor(i)->info().component == kOutside;
-}
+    const std::vector<Position>& positions_;
+    double squaredRadius_;
+    DelaunayEdges& edges_;
+    std::uint32_t piece_ = 0;
+    std::vector<Edge> open_;  // whose triangles were entered across them, and neighbours not yet
+};
 
-/// The rim edge that follows (face, i): turns about that edge's end through triangles that belong.
-void StepAlongRim(FaceHandle& face, int& i) {
-    const Triangulation::Vertex_handle pivot = face->vertex(Triangulation::cw(i));
-    i = Triangulation::ccw(i);
-    while (!IsRim(face, i)) {
-        face = face->neighbor(i);
-        i = Triangulation::cw(face->index(pivot));
-    }
-}
-
-double SignedArea(const std::vector<Position>& positions, const std::vector<std::uint32_t>& ranks) {
-    const Position& origin = positions[ranks.front()];
+double SignedArea(const std::vector<Position>& positions, const std::vector<std::uint32_t>& sites) {
+    const Position& origin = positions[sites.front()];
     double twice = 0;
-    for (std::size_t k = 1; k + 1 < ranks.size(); ++k) {
-        const Position& p = positions[ranks[k]];
-        const Position& q = positions[ranks[k + 1]];
+    for (std::size_t k = 1; k + 1 < sites.size(); ++k) {
+        const Position& p = positions[sites[k]];
+        const Position& q = positions[sites[k + 1]];
         twice += (p.x - origin.x) * (q.y - origin.y) - (p.y - origin.y) * (q.x - origin.x);
     }
     return twice / 2;
@@ -284,82 +218,100 @@ double SignedArea(const std::vector<Position>& positions, const std::vector<std:
 /// in a vertex come out apart, and each is simple.
 class RimTracer {
 public:
-    explicit RimTracer(const Sites& sites)
-        : sites_(sites), placeInWalk_(sites.positions.size(), kNotInWalk) {}
+    RimTracer(const PlanarSites& sites, const DelaunayEdges& edges)
+        : sites_(sites),
+          edges_(edges),
+          traced_(edges.End()),
+          placeInWalk_(sites.positions.size(), kNotInWalk) {}
 
-    std::vector<Loop> Trace(const Triangulation& triangulation) {
-        for (const FaceHandle face : triangulation.finite_face_handles()) {
-            for (int i = 0; i < 3; ++i) {
-                if (IsRim(face, i) && !face->info().traced[static_cast<std::size_t>(i)]) {
-                    Walk(face, i);
-                }
-            }
-        }
+    std::vector<Loop> Trace() {
+        edges_.ForEachEdge([&](Edge edge) {
+            for (const Edge rim : {edge, edge ^ 1})
+                if (IsRim(rim) && !traced_[rim]) Walk(rim);
+        });
         return std::move(loops_);
     }
 
 private:
     static constexpr std::int32_t kNotInWalk = -1;
 
-    void Walk(FaceHandle face, int i) {
-        const std::int32_t component = face->info().component;
-        while (!face->info().traced[static_cast<std::size_t>(i)]) {
-            face->info().traced[static_cast<std::size_t>(i)] = true;
-            Visit(face->vertex(Triangulation::ccw(i))->info(), component);
-            StepAlongRim(face, i);
+    bool IsRim(Edge edge) const {
+        return edges_.Note(edge) != kOutside && edges_.Note(edge ^ 1) == kOutside;
+    }
+
+    /// The rim edge that follows: turns about the end through triangles that belong.
+    Edge StepAlongRim(Edge edge) const {
+        edge = edges_.Next(edge);
+        while (!IsRim(edge)) edge = edges_.Next(edge ^ 1);
+        return edge;
+    }
+
+    void Walk(Edge edge) {
+        const std::uint32_t component = edges_.Note(edge);
+        for (; !traced_[edge]; edge = StepAlongRim(edge)) {
+            traced_[edge] = true;
+            Visit(edges_.Origin(edge), component);
         }
         Close(0, component);
     }
 
-    void Visit(std::uint32_t rank, std::int32_t component) {
-        if (placeInWalk_[rank] != kNotInWalk) {
-            Close(static_cast<std::size_t>(placeInWalk_[rank]), component);
+    void Visit(std::uint32_t site, std::uint32_t component) {
+        if (placeInWalk_[site] != kNotInWalk) {
+            Close(static_cast<std::size_t>(placeInWalk_[site]), component);
         }
-        placeInWalk_[rank] = static_cast<std::int32_t>(walk_.size());
-        walk_.push_back(rank);
+        placeInWalk_[site] = static_cast<std::int32_t>(walk_.size());
+        walk_.push_back(site);
     }
 
-    void Close(std::size_t from, std::int32_t component) {
+    void Close(std::size_t from, std::uint32_t component) {
         Loop loop;
         loop.component = component;
-        loop.ranks.assign(walk_.begin() + static_cast<std::ptrdiff_t>(from), walk_.end());
+        loop.sites.assign(walk_.begin() + static_cast<std::ptrdiff_t>(from), walk_.end());
         walk_.resize(from);
-        for (const std::uint32_t rank : loop.ranks) placeInWalk_[rank] = kNotInWalk;
-        std::rotate(loop.ranks.begin(), std::min_element(loop.ranks.begin(), loop.ranks.end()),
-                    loop.ranks.end());
-        loop.area = SignedArea(sites_.positions, loop.ranks);
+        for (const std::uint32_t site : loop.sites) placeInWalk_[site] = kNotInWalk;
+        const auto first = std::min_element(
+            loop.sites.begin(), loop.sites.end(), [&](std::uint32_t p, std::uint32_t q) {
+                return IsBefore(sites_.positions[p], sites_.positions[q]);
+            });
+        std::rotate(loop.sites.begin(), first, loop.sites.end());
+        loop.area = SignedArea(sites_.positions, loop.sites);
         loops_.push_back(std::move(loop));
     }
 
-    const Sites& sites_;
-    std::vector<std::int32_t> placeInWalk_;  // by rank
+    const PlanarSites& sites_;
+    const DelaunayEdges& edges_;
+    std::vector<bool> traced_;               // by edge
+    std::vector<std::int32_t> placeInWalk_;  // by site
     std::vector<std::uint32_t> walk_;
     std::vector<Loop> loops_;
 };
 
-PlaneRing ToRing(const Sites& sites, const Loop& loop) {
+PlaneRing ToRing(const PlanarSites& sites, const PlanarPredicates& decide, const Loop& loop) {
     PlaneRing ring;
-    const std::size_t size = loop.ranks.size();
+    const std::size_t size = loop.sites.size();
     for (std::size_t k = 0; k < size; ++k) {
-        const std::uint32_t before = loop.ranks[(k + size - 1) % size];
-        const std::uint32_t after = loop.ranks[(k + 1) % size];
-        const std::uint32_t rank = loop.ranks[k];
-        if (CGAL::collinear(ToKernel(sites.positions[before]), ToKernel(sites.positions[rank]),
-                            ToKernel(sites.positions[after]))) {
-            continue;
-        }
-        ring.points.push_back(sites.positions[rank]);
-        ring.indices.push_back(sites.sources[rank]);
+        const Position& before = sites.positions[loop.sites[(k + size - 1) % size]];
+        const Position& after = sites.positions[loop.sites[(k + 1) % size]];
+        const Position& here = sites.positions[loop.sites[k]];
+        if (decide.Orientation(before, here, after) == 0) continue;
+        ring.points.push_back(here);
+        ring.indices.push_back(sites.sources[loop.sites[k]]);
     }
     return ring;
 }
 
-PlaneOutline Assemble(const Sites& sites, std::vector<Loop> loops, double radius) {
-    std::sort(loops.begin(), loops.end(), [](const Loop& p, const Loop& q) {
+PlaneOutline Assemble(const PlanarSites& sites, std::vector<Loop> loops, double radius) {
+    const auto isBefore = [&](std::uint32_t p, std::uint32_t q) {
+        return IsBefore(sites.positions[p], sites.positions[q]);
+    };
+    std::sort(loops.begin(), loops.end(), [&](const Loop& p, const Loop& q) {
         const double areaP = std::abs(p.area);
         const double areaQ = std::abs(q.area);
-        return areaP > areaQ || (areaP == areaQ && p.ranks.front() < q.ranks.front());
+        return areaP > areaQ || (areaP == areaQ && std::lexicographical_compare(
+                                                       p.sites.begin(), p.sites.end(),
+                                                       q.sites.begin(), q.sites.end(), isBefore));
     });
+    const PlanarPredicates decide(sites.positions);
     PlaneOutline outline;
     outline.radius = radius;
     constexpr std::size_t kNoRegion = SIZE_MAX;
@@ -368,14 +320,14 @@ PlaneOutline Assemble(const Sites& sites, std::vector<Loop> loops, double radius
         if (loop.area <= 0) continue;
         if (loop.area < radius * radius && !outline.regions.empty()) break;  // BEHAVIOUR F7
         regionOf[static_cast<std::size_t>(loop.component)] = outline.regions.size();
-        outline.regions.push_back({ToRing(sites, loop), {}});
+        outline.regions.push_back({ToRing(sites, decide, loop), {}});
         outline.area += loop.area;
     }
     for (const Loop& loop : loops) {
         if (loop.area > 0 || -loop.area < radius * radius) continue;
         const std::size_t region = regionOf[static_cast<std::size_t>(loop.component)];
         if (region == kNoRegion) continue;
-        outline.regions[region].holes.push_back(ToRing(sites, loop));
+        outline.regions[region].holes.push_back(ToRing(sites, decide, loop));
         outline.area += loop.area;
     }
     return outline;
@@ -385,13 +337,13 @@ PlaneOutline Assemble(const Sites& sites, std::vector<Loop> loops, double radius
 
 PlaneOutline BuildOutline(const std::vector<SimplePoint2DT<double>>& positions,
                           const OutlineOptions& options) {
-    Sites sites = DistinctSites(positions);
-    if (sites.positions.size() > options.maxPoints) Thin(sites, options.maxPoints);
-    Triangulation triangulation;
-    if (!Triangulate(sites, triangulation)) return {};
-    const double radius = options.radius > 0 ? options.radius : DeriveRadius(sites, triangulation);
-    LabelComponents(sites, radius, triangulation);
-    return Assemble(sites, RimTracer(sites).Trace(triangulation), radius);
+    PlanarSites sites = SitesOf(positions, Coinciding::First);
+    if (sites.positions.size() > options.maxPoints) sites = Thin(sites, options.maxPoints);
+    std::optional<DelaunayEdges> edges = DelaunayEdges::Of(sites, {});
+    if (!edges || !edges->HasTriangles()) return {};
+    const double radius = options.radius > 0 ? options.radius : DeriveRadius(sites, *edges);
+    PieceFinder(sites, radius, *edges).Find();
+    return Assemble(sites, RimTracer(sites, *edges).Trace(), radius);
 }
 
 }  // namespace orvix::detail

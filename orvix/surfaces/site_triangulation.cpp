@@ -52,11 +52,7 @@ public:
     void MakeFaces() {
         faces_.reserve(2 * vertices_.size());
         edges_.ForEachTriangle([&](Edge edge) { MakeFace(edge); });
-        // What no triangle has noted has the outside to its left.
-        edges_.ForEachEdge([&](Edge edge) {
-            for (const Edge rim : {edge, edge ^ 1})
-                if (edges_.Note(rim) == DelaunayEdges::kNone) MakeOutside(rim);
-        });
+        edges_.ForEachOutside([&](Edge rim) { MakeOutside(rim); });
     }
 
     void LinkFaces() {

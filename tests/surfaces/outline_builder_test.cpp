@@ -7,8 +7,10 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <set>
 
 #include "orvix/geometry/polygon_index.h"
+#include "orvix/surfaces/planar_triangulation.h"
 
 namespace orvix::detail {
 namespace {
@@ -153,6 +155,53 @@ TEST_P(BuildOutlineModel, RandomPointsHaveOneRegionWithoutHolesThatHoldsThem) {
     for (const Position& p : positions) EXPECT_TRUE(index.Contains(p)) << p.x << ", " << p.y;
 }
 INSTANTIATE_TEST_SUITE_P(Seeds, BuildOutlineModel, testing::Range(0U, 6U));
+
+/// The area of triangles of at most `radius` that hang together, summed up piece by piece.
+std::vector<double> AreasOfPieces(const Positions& positions, double radius) {
+    PlanarTriangulation triangulation;
+    for (const Position& p : positions) triangulation.insert({p.x, p.y});
+    using Face = PlanarTriangulation::Face_handle;
+    std::set<Face> unseen;
+    for (const Face face : triangulation.finite_face_handles()) {
+        if (triangulation.triangle(face).is_degenerate()) continue;
+        const auto &a = face->vertex(0)->point(), &b = face->vertex(1)->point(),
+                   &c = face->vertex(2)->point();
+        if (CGAL::squared_radius(a, b, c) <= radius * radius) unseen.insert(face);
+    }
+    std::vector<double> areas;
+    while (!unseen.empty()) {
+        std::vector<Face> open{unseen.extract(unseen.begin()).value()};
+        areas.push_back(0);
+        while (!open.empty()) {
+            const Face face = open.back();
+            open.pop_back();
+            areas.back() += triangulation.triangle(face).area();
+            for (int side = 0; side < 3; ++side)
+                if (unseen.erase(face->neighbor(side)) > 0) open.push_back(face->neighbor(side));
+        }
+    }
+    return areas;
+}
+
+// A raster with points missing has pieces, bridges one triangle wide and holes by the dozen.
+TEST(BuildOutline, EnclosesEveryPieceAndLeavesEveryHoleOut) {
+    constexpr double kRadius = 0.7072;
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        std::mt19937 random(seed);
+        const int columns = 2 + static_cast<int>(random() % 40);
+        const int rows = 1 + static_cast<int>(random() % 12);
+        const Positions positions =
+            Grid(columns, rows, [&](int, int) { return random() % 100 < 60 + seed % 40; });
+        double area = 0;
+        for (const double piece : AreasOfPieces(positions, kRadius))
+            if (piece >= kRadius * kRadius) area += piece;  // BEHAVIOUR F7
+        const PlaneOutline outline = BuildOutline(positions, {.radius = kRadius});
+        if (area > 0) {
+            ASSERT_EQ(outline.area, area);
+        }
+    }
+}
 
 // BEHAVIOUR F6
 TEST(BuildOutline, IsNotLedByADensePatch) {
