@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "detection/regions/small_regions.h"
 
-#include <nanoflann.hpp>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
 
+#include "detection/regions/speck_neighbours.h"
 #include "orvix/platform/asker.h"
 
 namespace orvix::detection {
 namespace {
 
-constexpr std::size_t kNearest = 12;
-constexpr std::size_t kMinNearest = 6;  // of a speck with a normal
 constexpr double kMaxDistance = 0.8;    // of a cell's side: of a neighbour
 constexpr double kMaxSparse = 2.5;      // and where the cell holds no more than a few points,
 constexpr double kFewPoints = 3;        // as on a facade that is far from the scanner
+constexpr std::size_t kMinNearest = 6;  // of a speck with a normal
 constexpr std::size_t kMinSpecks = 12;  // of a region
 constexpr std::size_t kMinRimSpecks = 6;
 constexpr double kMinWidth = 0.08;         // of a cell's side: standard deviation across a region
@@ -41,59 +39,29 @@ struct SpeckShape {
     bool flat = false;
 };
 
-/// The nearest specks of each speck, nearest first.
-class Neighbours {
-public:
-    Neighbours(std::span<const Speck> specks, const TileCells& tile, detail::Asker& asker)
-        : counts_(specks.size(), 0) {
-        places_.reserve(specks.size());
-        for (const Speck& speck : specks) {
-            const Vector at = speck.sum.Mean();
-            places_.push_back(
-                {static_cast<float>(at.x), static_cast<float>(at.y), static_cast<float>(at.z)});
-        }
-        nearest_.resize(specks.size() * kNearest);
-        const Tree tree(3, *this, nanoflann::KDTreeSingleIndexAdaptorParams(kLeafSize));
-        const double size = tile.Frame().Size();
-        std::array<std::uint32_t, kNearest + 1> found{};
-        std::array<float, kNearest + 1> squares{};
-        for (std::uint32_t i = 0; i < places_.size() && asker.GoesOn(); ++i) {
-            const bool sparse = tile.Sum(specks[i].cell).count <= kFewPoints;
-            const double maxDistance = (sparse ? kMaxSparse : kMaxDistance) * size;
-            const auto farthest = static_cast<float>(maxDistance * maxDistance);
-            nanoflann::KNNResultSet<float, std::uint32_t> result(kNearest + 1);
-            result.init(found.data(), squares.data());
-            squares.back() = farthest;  // the bound of what is looked at
-            tree.findNeighbors(result, places_[i].data(), nanoflann::SearchParams());
-            for (std::size_t k = 0; k < result.size(); ++k) {
-                if (found[k] == i || squares[k] > farthest || counts_[i] == kNearest) continue;
-                nearest_[i * kNearest + counts_[i]++] = found[k];
-            }
-        }
+std::vector<SpeckNeighbours::Place> PlacesOf(std::span<const Speck> specks) {
+    std::vector<SpeckNeighbours::Place> places;
+    places.reserve(specks.size());
+    for (const Speck& speck : specks) {
+        const Vector at = speck.sum.Mean();
+        places.push_back(
+            {static_cast<float>(at.x), static_cast<float>(at.y), static_cast<float>(at.z)});
     }
-    [[nodiscard]] std::span<const std::uint32_t> Of(std::uint32_t speck) const {
-        return {nearest_.data() + std::size_t{speck} * kNearest, counts_[speck]};
-    }
+    return places;
+}
 
-    // What nanoflann asks of a set of points.
-    [[nodiscard]] std::size_t kdtree_get_point_count() const { return places_.size(); }
-    [[nodiscard]] float kdtree_get_pt(std::uint32_t i, std::size_t axis) const {
-        return places_[i][axis];
+// Of each speck, the square of how far its neighbours lie at most.
+std::vector<float> FarthestOf(std::span<const Speck> specks, const TileCells& tile) {
+    const double size = tile.Frame().Size();
+    std::vector<float> farthest;
+    farthest.reserve(specks.size());
+    for (const Speck& speck : specks) {
+        const bool sparse = tile.Sum(speck.cell).count <= kFewPoints;
+        const double distance = (sparse ? kMaxSparse : kMaxDistance) * size;
+        farthest.push_back(static_cast<float>(distance * distance));
     }
-    template <class Box>
-    bool kdtree_get_bbox(Box&) const {
-        return false;
-    }
-
-private:
-    using Metric = nanoflann::L2_Simple_Adaptor<float, Neighbours, float, std::uint32_t>;
-    using Tree = nanoflann::KDTreeSingleIndexAdaptor<Metric, Neighbours, 3, std::uint32_t>;
-    static constexpr std::size_t kLeafSize = 12;
-
-    std::vector<std::array<float, 3>> places_;
-    std::vector<std::uint32_t> nearest_;
-    std::vector<std::uint8_t> counts_;
-};
+    return farthest;
+}
 
 class SmallGrower {
 public:
@@ -103,7 +71,7 @@ public:
           specks_(specks),
           tile_(tile),
           limits_(limits),
-          nearest_(specks, tile, asker_),
+          nearest_(PlacesOf(specks), FarthestOf(specks, tile), asker_),
           regionOf_(specks.size(), kNoRegion),
           seen_(specks.size(), 0),
           discarded_(specks.size()) {
@@ -165,7 +133,7 @@ private:
     std::span<const Speck> specks_;
     const TileCells& tile_;
     GrowthLimits limits_;
-    Neighbours nearest_;
+    SpeckNeighbours nearest_;
     std::vector<Vector> means_;
     std::vector<SpeckShape> shapes_;
     std::vector<std::int32_t> regionOf_;
