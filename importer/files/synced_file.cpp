@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <system_error>
+
 namespace orvix::importer {
 namespace {
 
@@ -53,8 +55,29 @@ Expected<void> SyncedFile::WriteAt(std::uint64_t offset, const void* data, std::
     const std::lock_guard<std::mutex> lock(syncing_);
     if (pending_.load() < kSyncBytes) return {};
     pending_ = 0;
-    file_.Sync(error);
-    if (error) return FailTo("write", error);
+    auto synced = AwaitSync();
+    if (synced) StartSync();
+    return synced;
+}
+
+// Where the system has no thread to give, the wait is here.
+void SyncedFile::StartSync() {
+    const auto sync = [this] {
+        std::error_code error;
+        file_.Sync(error);
+        return error;
+    };
+    try {
+        sync_ = std::async(std::launch::async, sync);
+    } catch (const std::system_error&) {
+        sync_ = std::async(std::launch::deferred, sync);
+        sync_.wait();
+    }
+}
+
+Expected<void> SyncedFile::AwaitSync() {
+    if (!sync_.valid()) return {};
+    if (const std::error_code error = sync_.get(); error) return FailTo("write", error);
     return {};
 }
 
@@ -72,13 +95,16 @@ Expected<void> SyncedFile::ReadAt(std::uint64_t offset, void* data, std::size_t 
 }
 
 Expected<void> SyncedFile::Finish() {
+    if (durability_ == Durability::Temporary) return {};
+    if (auto synced = AwaitSync(); !synced) return synced;
     std::error_code error;
-    if (durability_ == Durability::Lasting) file_.Sync(error);
+    file_.Sync(error);
     if (error) return FailTo("write", error);
     return {};
 }
 
 Expected<void> SyncedFile::Close() {
+    if (auto synced = AwaitSync(); !synced) return synced;
     std::error_code error;
     file_.Close(error);
     if (error) return FailTo("close", error);

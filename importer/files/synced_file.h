@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <future>
 #include <mutex>
 #include <span>
 #include <vector>
@@ -20,11 +21,15 @@ enum class Durability { Lasting, Temporary };
 
 /// A new file that several threads write, brought to the device as it grows.
 ///
-/// So no single wait for the device is long, and a cancelled import ends soon.
+/// So no single wait for the device is long, and a cancelled import ends soon. After every 32 MiB a
+/// thread of its own waits for the device while the others go on; who writes the next 32 MiB waits
+/// for that thread.
 ///
-/// Errors   with the file's name; a full disk is NoSpace.
+/// Errors   with the file's name; a full disk is NoSpace. What the device refuses is reported by a
+///          later `WriteAt`, or by `Finish`.
+/// Lifetime a file that is not finished waits for its thread where it ends.
 /// Threads  `WriteAt` and `ReadAt` from any number; the rest from one.
-/// Cost     one system call per call; a wait for the device every 32 MiB and at `Finish`.
+/// Cost     one system call per call; at most 64 MiB wait for the device.
 class SyncedFile {
 public:
     Expected<void> Create(const CString& path, Durability durability);
@@ -42,12 +47,15 @@ public:
 
 private:
     [[nodiscard]] tl::unexpected<Error> FailTo(const char* verb, std::error_code cause) const;
+    void StartSync();
+    Expected<void> AwaitSync();
 
     platform::File file_;
     CString path_;
     Durability durability_ = Durability::Lasting;
     std::mutex syncing_;
     std::atomic<std::uint64_t> pending_{0};
+    std::future<std::error_code> sync_;  // the last one to be started; ends before the file does
 };
 
 /// Appends records to a new file in large blocks.

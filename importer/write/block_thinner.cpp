@@ -52,13 +52,12 @@ void BlockThinner::Thin(const GridFrame& frame, std::span<const AlivePoint> poin
     thinned.Clear();
     for (const AlivePoint& point : points) histograms.Add(point);
     SortKey metre = kEndKey;
-    std::array<std::int32_t, 3> cell100{};
     for (const CellCount& cell : cells) {
         if (cell.key.Metre() != metre) {
             metre = cell.key.Metre();
-            cell100 = frame.PositionOf(metre).cell100;
+            thinned.Open(frame.PositionOf(metre).cell100);
         }
-        thinned.Add(cell100, cell.count, Choose(points.first(cell.count)));
+        thinned.Add(cell.count, Choose(points.first(cell.count)));
         points = points.subspan(cell.count);
     }
 }

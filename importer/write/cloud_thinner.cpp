@@ -82,7 +82,8 @@ Expected<std::uint64_t> CloudThinner::ThinLargeCell(const Stretch& stretch,
 void CloudThinner::Finish(const ThinningCell& cell, std::uint64_t points) {
     chosen_.clear();
     thinner_.Finish(chosen_);
-    thinned.Add(cell.cell100, points, chosen_);
+    thinned.Open(cell.cell100);
+    thinned.Add(points, chosen_);
 }
 
 }  // namespace orvix::importer

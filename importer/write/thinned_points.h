@@ -32,10 +32,12 @@ struct ThinnedPoints {
         data.clear();
         cells.clear();
     }
-    /// Adds what was chosen among the next `alive` points, all of them in the cell.
-    void Add(const std::array<std::int32_t, 3>& cell, std::uint64_t alive,
-             std::span<const AlivePoint> chosen) {
+    /// The next points are in this cell, which may be the last one.
+    void Open(const std::array<std::int32_t, 3>& cell) {
         if (cells.empty() || cells.back().cell != cell) cells.push_back({cell, 0, 0});
+    }
+    /// Adds what was chosen among the next `alive` points of the open cell.
+    void Add(std::uint64_t alive, std::span<const AlivePoint> chosen) {
         cells.back().alive += alive;
         cells.back().points += static_cast<std::uint32_t>(chosen.size());
         for (const AlivePoint& point : chosen) {

@@ -42,7 +42,8 @@ ThinnedPoints ThinnedByVoxels(const Stretch& stretch, const GridFrame& frame, Sk
         thinner.Add(left.first(cell.count));
         thinner.Choose(left.first(cell.count));
         thinner.Finish(chosen);
-        thinned.Add(frame.PositionOf(cell.key).cell100, cell.count, chosen);
+        thinned.Open(frame.PositionOf(cell.key).cell100);
+        thinned.Add(cell.count, chosen);
         left = left.subspan(cell.count);
     }
     return thinned;
