@@ -33,6 +33,7 @@ void WriteVerbs::Export(const wchar_t* name, const char* what) {
     const CString target = hall_.folder / name;
     output::ExportOptions options;
     options.existing = output::ExistingFile::Replace;
+    options.threads = 0;
     const auto written = output::ExportProject(hall_.project, target, options);
     bench::Require(written && written->points == hall_.imported.written, "the export failed");
     bench::RequireSamePoints(hall_.paths, target);

@@ -78,6 +78,7 @@ Expected<Outcome> RunExport(const Arguments& arguments, CommandContext& context)
     output::ExportOptions options;
     options.station = arguments.station;
     options.planes = arguments.planes;
+    options.threads = 0;
     if (!arguments.box.empty()) options.box = ParseBox(arguments.box);
     options.existing =
         arguments.overwrite ? output::ExistingFile::Replace : output::ExistingFile::Keep;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,18 +40,20 @@ struct ExportedPoint {
 ///
 ///     auto writer = MakeCloudWriter(path, cloud);
 ///     writer->Begin(bytes);                  // the header
-///     writer->Add(point, bytes);             // for each point
+///     writer->Add(points, bytes);            // some points at a time
 ///
 /// Order    as added.
 /// Boundaries as many points are added as the cloud has.
-/// Cost     appends to `bytes`; the caller writes and clears them.
+/// Threads  a constant: any number may add, each to bytes of its own.
+/// Cost     appends to `bytes`; the caller writes and clears them. A thousand points at a time stay in
+///          the processor's cache.
 class CloudWriter {
 public:
     using Bytes = std::vector<std::uint8_t>;
 
     virtual ~CloudWriter() = default;
     virtual void Begin(Bytes& bytes) const = 0;
-    virtual void Add(const ExportedPoint& point, Bytes& bytes) const = 0;
+    virtual void Add(std::span<const ExportedPoint> points, Bytes& bytes) const = 0;
     /// Bytes of a point, about, to compare with the free space.
     [[nodiscard]] virtual std::uint64_t PointBytes() const = 0;
     /// The format's name for people: "PLY binary little-endian".

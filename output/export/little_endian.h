@@ -9,18 +9,24 @@
 
 namespace orvix::output {
 
-/// Appends a number's bytes, the lowest first.
+/// Puts a number's bytes, the lowest first; returns the place behind them.
 template <class T>
-void AppendNumber(std::vector<std::uint8_t>& bytes, T value) {
+std::uint8_t* PutNumber(std::uint8_t* at, T value) {
     std::uint64_t bits = 0;
     if constexpr (sizeof(T) == 8) {
         bits = std::bit_cast<std::uint64_t>(value);
     } else {
         bits = static_cast<std::uint64_t>(value);
     }
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-        bytes.push_back(static_cast<std::uint8_t>(bits >> (8 * i)));
-    }
+    for (std::size_t i = 0; i < sizeof(T); ++i) at[i] = static_cast<std::uint8_t>(bits >> (8 * i));
+    return at + sizeof(T);
+}
+
+/// Appends a number's bytes, the lowest first.
+template <class T>
+void AppendNumber(std::vector<std::uint8_t>& bytes, T value) {
+    bytes.resize(bytes.size() + sizeof(T));
+    PutNumber(bytes.data() + bytes.size() - sizeof(T), value);
 }
 
 /// Appends a text in a field of `width` bytes, the rest of it zeros.

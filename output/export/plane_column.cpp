@@ -12,6 +12,7 @@ Expected<PlaneColumn> PlaneColumn::Open(detail::OpenProject& project) {
         detection::StoredPlanes::Open(detail::SavedPlanesPath(project.Manager()), project.Core());
     if (!planes) return ErrorOf(planes);
     PlaneColumn column;
+    column.core_ = &project.Core();
     column.planes_ = std::move(*planes);
     column.reader_ = project.Core().CreateAlivePointReader();
     return column;

@@ -17,11 +17,17 @@ namespace orvix::output {
 ///     Write(column->NumberOf(record));
 ///
 /// Errors   those of detection::StoredPlanes, which compares every block with the points.
-/// Lifetime borrows the project.
+/// Lifetime borrows the project. A copy shares the planes and reads by itself.
+/// Threads  a column is one thread's; copies may be made and used on any.
 /// Cost     the points are read once more, a block of 32,768 at a time.
 class PlaneColumn {
 public:
     static Expected<PlaneColumn> Open(detail::OpenProject& project);
+    PlaneColumn(const PlaneColumn& other)
+        : core_(other.core_), planes_(other.planes_), reader_(core_->CreateAlivePointReader()) {}
+    PlaneColumn(PlaneColumn&&) = default;
+    PlaneColumn& operator=(const PlaneColumn& other) { return *this = PlaneColumn(other); }
+    PlaneColumn& operator=(PlaneColumn&&) = default;
 
     /// Reads on to the block that holds a record, unless it is at hand.
     [[nodiscard]] Expected<void> Reach(std::uint64_t record) {
@@ -35,7 +41,10 @@ public:
 private:
     [[nodiscard]] Expected<void> ReadBlockOf(std::uint64_t record);
 
-    std::unique_ptr<detection::StoredPlanes> planes_;
+    PlaneColumn() = default;
+
+    const CProjectCore* core_ = nullptr;
+    std::shared_ptr<const detection::StoredPlanes> planes_;
     std::shared_ptr<CAlivePointReader> reader_;
     std::uint64_t first_ = 0;
     std::vector<std::uint32_t> numbers_;  // of the block at hand

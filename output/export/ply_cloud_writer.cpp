@@ -28,19 +28,24 @@ public:
                        cloud_.planes ? "property uint plane\n" : "");
     }
 
-    void Add(const ExportedPoint& point, Bytes& bytes) const override {
-        AppendNumber(bytes, point.world.x);
-        AppendNumber(bytes, point.world.y);
-        AppendNumber(bytes, point.world.z);
-        AppendNumber(bytes, point.intensity);
-        AppendNumber(bytes, point.red);
-        AppendNumber(bytes, point.green);
-        AppendNumber(bytes, point.blue);
-        AppendNumber(bytes, point.classification);
-        AppendNumber(bytes, point.station);
-        AppendNumber(bytes, point.dclcFirst);
-        AppendNumber(bytes, point.dclcSecond);
-        if (cloud_.planes) AppendNumber(bytes, point.plane);
+    void Add(std::span<const ExportedPoint> points, Bytes& bytes) const override {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + points.size() * static_cast<std::size_t>(PointBytes()));
+        std::uint8_t* at = bytes.data() + before;
+        for (const ExportedPoint& point : points) {
+            at = PutNumber(at, point.world.x);
+            at = PutNumber(at, point.world.y);
+            at = PutNumber(at, point.world.z);
+            at = PutNumber(at, point.intensity);
+            at = PutNumber(at, point.red);
+            at = PutNumber(at, point.green);
+            at = PutNumber(at, point.blue);
+            at = PutNumber(at, point.classification);
+            at = PutNumber(at, point.station);
+            at = PutNumber(at, point.dclcFirst);
+            at = PutNumber(at, point.dclcSecond);
+            if (cloud_.planes) at = PutNumber(at, point.plane);
+        }
     }
 
     std::uint64_t PointBytes() const override { return cloud_.planes ? 39 : 35; }

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <limits>
@@ -14,74 +15,74 @@
 #include "orvix/geometry/bounds.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/file.h"
+#include "orvix/platform/mapping.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
-#include "orvix/points/attributes.h"
-#include "orvix/points/generic_reader.h"
+#include "orvix/points/view_window.h"
 #include "orvix/project/open_project.h"
 #include "output/export/cloud_writer.h"
 #include "output/export/plane_column.h"
+#include "output/export/point_decoder.h"
 #include "output/output_file.h"
+#include "parallel/run_in_order.h"
 
 namespace orvix::output {
 
 namespace {
 
-constexpr std::size_t kBlockBytes = std::size_t{4} << 20;
-// Points between two looks at the callback.
+// Records of a job: some milliseconds' worth.
 constexpr std::uint64_t kStretch = 65'536;
+// Points that are decoded and turned into bytes together, in the processor's cache.
+constexpr std::size_t kTogether = 1'024;
 
-/// From a project's frame to the world. A shift is added per axis, and not at all where it is zero:
-/// coordinates come back bit for bit, the sign of a zero included.
-class ToWorldMap {
+/// The point file, mapped; jobs open views of it.
+class PointMapping {
 public:
-    explicit ToWorldMap(const detail::LocalToWorld& frame) : frame_(frame), shift_(frame.Origin()) {
-        isShift_ = frame.m == detail::LocalToWorld::Translation(shift_).m;
+    explicit PointMapping(const CString& path)
+        : path_(path), file_(platform::OpenExisting(path, platform::FileAccess::Read)) {
+        if (!platform::SizeOf(file_, size_)) file_ = nullptr;
+        mapping_ = platform::CreateMapping(file_, platform::FileAccess::Read);
     }
-    [[nodiscard]] SimplePointT<double> operator()(const SimplePointT<double>& local) const {
-        if (!isShift_) return frame_.ToWorld(local);
-        return {Shifted(local.x, shift_.x), Shifted(local.y, shift_.y), Shifted(local.z, shift_.z)};
+    ~PointMapping() {
+        platform::CloseMapping(mapping_);
+        platform::CloseHandleOf(file_);
+    }
+    PointMapping(const PointMapping&) = delete;
+    PointMapping& operator=(const PointMapping&) = delete;
+
+    [[nodiscard]] const CString& Path() const { return path_; }
+    [[nodiscard]] std::uint64_t Records() const { return size_ / kAlivePointBytes; }
+    /// Null where they cannot be mapped.
+    const std::uint8_t* At(detail::ViewWindow& window, std::uint64_t first,
+                           std::uint64_t count) const {
+        return window.At(mapping_, size_, first * kAlivePointBytes, count * kAlivePointBytes);
     }
 
 private:
-    static double Shifted(double local, double shift) { return shift == 0 ? local : local + shift; }
-
-    detail::LocalToWorld frame_;
-    SimplePointT<double> shift_;
-    bool isShift_ = false;
+    CString path_;
+    platform::Handle file_;
+    platform::Handle mapping_ = nullptr;
+    std::uint64_t size_ = 0;
 };
 
-class PointDecoder {
-public:
-    PointDecoder(const detail::LocalToWorld& frame, const ExportOptions& options)
-        : toWorld_(frame), options_(options) {}
+/// A stretch of the point file on its way into the exported one; what a worker has is used again.
+struct ExportJob {
+    std::uint64_t first = 0;
+    std::uint64_t records = 0;
+    std::uint64_t chosen = 0;
+    ExtendsT<double> bounds;   // of the chosen points, world
+    CloudWriter::Bytes bytes;  // of the exported file
+    std::vector<ExportedPoint> points;
+    detail::ViewWindow window;
+    std::optional<PlaneColumn> planes;
 
-    /// False for a point that was not chosen.
-    bool Decode(const CCloudPoint<float>& local, ExportedPoint& point) const {
-        point.station = detail::StationOf(local);
-        if (options_.station && point.station != *options_.station) return false;
-        point.world = toWorld_({static_cast<double>(local.x), static_cast<double>(local.y),
-                                static_cast<double>(local.z)});
-        if (options_.box && !Inside(point.world, *options_.box)) return false;
-        const detail::PointAttributes attributes = detail::AttributesOf(local);
-        point.intensity = attributes.intensity;
-        point.red = attributes.red;
-        point.green = attributes.green;
-        point.blue = attributes.blue;
-        point.classification = attributes.classification;
-        point.dclcFirst = local.dclcFirst;
-        point.dclcSecond = local.dclcSecond;
-        return true;
+    void Reset() {
+        chosen = 0;
+        bytes.clear();
+        points.clear();
+        constexpr double kFar = std::numeric_limits<double>::infinity();
+        bounds = {{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
     }
-
-private:
-    static bool Inside(const SimplePointT<double>& p, const ExtendsT<double>& box) {
-        return p.x >= box.min.x && p.x <= box.max.x && p.y >= box.min.y && p.y <= box.max.y &&
-               p.z >= box.min.z && p.z <= box.max.z;
-    }
-
-    ToWorldMap toWorld_;
-    const ExportOptions& options_;
 };
 
 class Export {
@@ -89,136 +90,166 @@ public:
     Export(const CString& gridPts, const detail::LocalToWorld& frame, const ExportOptions& options,
            const ExportCallback& callback, std::optional<PlaneColumn> planes,
            std::optional<reports::ProjectSection> section)
-        : path_(gridPts),
-          reader_(gridPts, static_cast<std::int64_t>(kAlivePointBytes), GenericReader::kRead,
-                  GenericReader::kPageRead, GenericReader::kViewRead),
+        : points_(gridPts),
           decoder_(frame, options),
           callback_(callback),
+          pool_(
+              options.threads, [this] { return MayGoOn(ShareOf(read_)); },
+              "the export was cancelled; nothing was written"),
           planes_(std::move(planes)),
           section_(std::move(section)) {
         cloud_.frame = frame;
         cloud_.planes = planes_.has_value();
-        constexpr double kFar = std::numeric_limits<double>::infinity();
-        cloud_.bounds = {{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
+        ExportJob none;
+        none.Reset();
+        cloud_.bounds = none.bounds;
     }
 
     Expected<void> Count() {
-        return ForEachPoint([this](const ExportedPoint& point) {
-            ++cloud_.points;
-            ExtendsT<double>& b = cloud_.bounds;
-            const SimplePointT<double>& p = point.world;
-            detail::Extend(b, p);
-        });
+        return ForEachJob([](ExportJob& job) { job.points.clear(); },
+                          [this](ExportJob& job) {
+                              cloud_.points += job.chosen;
+                              detail::Join(cloud_.bounds, job.bounds);
+                          });
     }
 
     Expected<void> Write(const CloudWriter& writer, OutputFile& file) {
         pass_ = 1;
-        CloudWriter::Bytes block;
-        const auto flush = [&] {
-            file.Append(block.data(), block.size());
-            bytes_ += block.size();
-            block.clear();
+        read_ = 0;
+        const auto append = [&](ExportJob& job) {
+            file.Append(job.bytes.data(), job.bytes.size());
+            written_ += job.chosen;
+            bytes_ += job.bytes.size();
         };
-        writer.Begin(block);
-        auto done = ForEachPoint([&](const ExportedPoint& point) {
-            writer.Add(point, block);
-            ++written_;
-            if (block.size() >= kBlockBytes) flush();
-        });
+        ExportJob head;
+        head.Reset();
+        writer.Begin(head.bytes);
+        append(head);
+        auto done = ForEachJob(
+            [&writer](ExportJob& job) {
+                writer.Add(job.points, job.bytes);
+                job.points.clear();
+            },
+            append);
         if (!done) return done;
-        flush();
         if (written_ == cloud_.points) return {};
         return Fail(ErrorCode::Failure, fmt::format("{} changed while it was read; export it again "
                                                     "when no other program is at work on it",
-                                                    platform::ToUtf8(path_)));
+                                                    platform::ToUtf8(points_.Path())));
     }
 
     [[nodiscard]] const ExportedCloud& Cloud() const { return cloud_; }
     [[nodiscard]] std::uint64_t Bytes() const { return bytes_; }
 
 private:
-    template <class Use>
-    Expected<void> ForEachPoint(Use&& use) {
-        return section_ ? ForEachOfSection(use) : ForEachOfAll(use);
+    // `take` uses a job's points as soon as there are kTogether of them, and whenever there are no
+    // more; `commit` a whole job, in the order of the file.
+    template <class Take, class Commit>
+    Expected<void> ForEachJob(Take&& take, Commit&& commit) {
+        return section_ ? ForEachOfSection(take, commit) : ForEachOfAll(take, commit);
     }
 
-    template <class Use>
-    Expected<void> ForEachOfSection(Use&& use) {
-        ExportedPoint point;
+    template <class Take, class Commit>
+    Expected<void> ForEachOfSection(Take&& take, Commit&& commit) {
         Expected<void> known;
-        const auto take = [&](const RevitAMP::Chunk& chunk) {
+        ExportJob job;
+        job.planes = planes_;
+        const auto use = [&](const RevitAMP::Chunk& chunk) {
+            job.Reset();
             for (std::size_t i = 0; i < chunk.points.size() && known; ++i) {
                 if (chunk.classes[i] != SectionClass::In) continue;  // BEHAVIOUR C19
-                if (!decoder_.Decode(chunk.points[i], point)) continue;
-                known = FindPlane(chunk.firstPoint + i, point);
-                if (known) use(point);
+                known = Add(chunk.points[i], chunk.firstPoint + i, job, take);
             }
+            take(job);
+            commit(job);
         };
         const auto proceed = [&](double share) { return known && MayGoOn(share); };
-        const auto streamed = section_->Stream(RevitAMP::Bit(SectionClass::In), take, proceed);
+        const auto streamed = section_->Stream(RevitAMP::Bit(SectionClass::In), use, proceed);
         if (streamed) return {};
         if (!known) return known;
-        return streamed.error().code == ErrorCode::Cancelled ? Cancelled() : ErrorOf(streamed);
-    }
-
-    static tl::unexpected<Error> Cancelled() {
+        if (streamed.error().code != ErrorCode::Cancelled) return ErrorOf(streamed);
         return Fail(ErrorCode::Cancelled, "the export was cancelled; nothing was written");
     }
 
-    template <class Use>
-    Expected<void> ForEachOfAll(Use&& use) {
-        reader_.Reset();
+    template <class Take, class Commit>
+    Expected<void> ForEachOfAll(Take&& take, Commit&& commit) {
+        std::uint64_t next = 0;
+        parallel::OrderedSteps<ExportJob> steps;
+        steps.take = [&](ExportJob& job) -> Expected<bool> {
+            job.first = next;
+            job.records = std::min(kStretch, points_.Records() - next);
+            next += job.records;
+            return job.records > 0;
+        };
+        steps.work = [&](ExportJob& job) { return Work(job, take); };
+        steps.commit = [&](ExportJob& job) -> Expected<void> {
+            commit(job);
+            read_ += job.records;
+            return {};
+        };
+        return parallel::RunInOrder(pool_, steps);
+    }
+
+    template <class Take>
+    Expected<void> Work(ExportJob& job, Take&& take) const {
+        job.Reset();
+        if (planes_ && !job.planes) job.planes = planes_;
+        const std::uint8_t* records = points_.At(job.window, job.first, job.records);
+        if (records == nullptr)
+            return Fail(ErrorCode::Failure, platform::ToUtf8(points_.Path()) +
+                                                " could not be read; check its permissions");
         CCloudPoint<float> record;
-        ExportedPoint point;
-        for (bool more = true; more; reader_.Step()) {
-            std::uint64_t at = 0;
-            more = reader_.ReadChunk(at);
-            if (reader_.chunkView == nullptr && reader_.recordsInView != 0) {
-                return Fail(ErrorCode::Failure,
-                            platform::ToUtf8(path_) + " could not be read; check its permissions");
-            }
-            for (std::uint64_t i = 0; i < reader_.recordsInView; ++i, at += kAlivePointBytes) {
-                std::memcpy(&record, reader_.chunkView + at, sizeof record);
-                if (decoder_.Decode(record, point)) {
-                    if (auto known = FindPlane(reader_.nextRecord + i, point); !known) return known;
-                    use(point);
-                }
-                if (i % kStretch == 0 && !MayGoOn(ShareOf(reader_.nextRecord + i)))
-                    return Cancelled();
-            }
+        for (std::uint64_t i = 0; i < job.records; ++i) {
+            std::memcpy(&record, records + i * kAlivePointBytes, sizeof record);
+            if (auto added = Add(record, job.first + i, job, take); !added) return added;
         }
+        take(job);
         return {};
     }
 
-    Expected<void> FindPlane(std::uint64_t record, ExportedPoint& point) {
-        if (!planes_ || pass_ == 0) return {};
-        auto reached = planes_->Reach(record);
-        if (reached) point.plane = planes_->NumberOf(record);
-        return reached;
+    template <class Take>
+    Expected<void> Add(const CCloudPoint<float>& record, std::uint64_t number, ExportJob& job,
+                       Take&& take) const {
+        ExportedPoint& point = job.points.emplace_back();
+        if (!decoder_.Decode(record, point)) {
+            job.points.pop_back();
+            return {};
+        }
+        if (job.planes && pass_ == 1) {
+            if (auto reached = job.planes->Reach(number); !reached) return reached;
+            point.plane = job.planes->NumberOf(number);
+        }
+        ++job.chosen;
+        detail::Extend(job.bounds, point.world);
+        if (job.points.size() == kTogether) take(job);
+        return {};
     }
 
     [[nodiscard]] double ShareOf(std::uint64_t record) const {
-        return static_cast<double>(record) / static_cast<double>(reader_.recordCount);
+        return static_cast<double>(record) /
+               static_cast<double>(std::max<std::uint64_t>(points_.Records(), 1));
     }
 
     // Counting takes far less time than writing.
-    bool MayGoOn(double share) {
+    bool MayGoOn(double share) const {
         constexpr double kCounting = 0.05;
         const double fraction =
             pass_ == 0 ? kCounting * share : kCounting + (1 - kCounting) * share;
-        return !callback_ || callback_(fraction, written_, bytes_);
+        const std::uint64_t bytes = bytes_;  // of these points, or of fewer
+        return !callback_ || callback_(fraction, written_, bytes);
     }
 
-    CString path_;
-    GenericReader reader_;
+    PointMapping points_;
     PointDecoder decoder_;
     const ExportCallback& callback_;
+    parallel::Pool pool_;
     std::optional<PlaneColumn> planes_;
     std::optional<reports::ProjectSection> section_;
     ExportedCloud cloud_;
     int pass_ = 0;
-    std::uint64_t written_ = 0;
-    std::uint64_t bytes_ = 0;
+    std::atomic<std::uint64_t> read_{0};  // records, in this pass
+    std::atomic<std::uint64_t> written_{0};
+    std::atomic<std::uint64_t> bytes_{0};
 };
 
 Expected<void> RequireRoom(const CString& target, std::uint64_t bytes) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <iterator>
@@ -9,6 +10,10 @@
 namespace orvix::output {
 
 namespace {
+
+// Three doubles of 24 characters at most, four numbers of 5 digits and four of 3, one of 10, and what
+// is between them.
+constexpr std::size_t kLongestLine = 128;
 
 class XyzCloudWriter final : public CloudWriter {
 public:
@@ -21,12 +26,19 @@ public:
         fmt::format_to(std::back_inserter(bytes), "{}\n", planes_ ? " plane" : "");
     }
 
-    void Add(const ExportedPoint& p, Bytes& bytes) const override {
-        fmt::format_to(std::back_inserter(bytes), "{} {} {} {} {} {} {} {} {} {} {}", p.world.x,
-                       p.world.y, p.world.z, p.intensity, p.red, p.green, p.blue, p.classification,
-                       p.station, p.dclcFirst, p.dclcSecond);
-        if (planes_) fmt::format_to(std::back_inserter(bytes), " {}", p.plane);
-        bytes.push_back('\n');
+    void Add(std::span<const ExportedPoint> points, Bytes& bytes) const override {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + points.size() * kLongestLine);
+        char* const begin = reinterpret_cast<char*>(bytes.data());
+        char* at = begin + before;
+        for (const ExportedPoint& p : points) {
+            at = fmt::format_to(at, FMT_COMPILE("{} {} {} {} {} {} {} {} {} {} {}"), p.world.x,
+                                p.world.y, p.world.z, p.intensity, p.red, p.green, p.blue,
+                                p.classification, p.station, p.dclcFirst, p.dclcSecond);
+            if (planes_) at = fmt::format_to(at, FMT_COMPILE(" {}"), p.plane);
+            *at++ = '\n';
+        }
+        bytes.resize(static_cast<std::size_t>(at - begin));
     }
 
     std::uint64_t PointBytes() const override { return 64; }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "output/export/project_export.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -289,6 +290,62 @@ TEST_F(ProjectExport, NothingAppearsUnlessItIsComplete) {
     EXPECT_EQ(ReadAll(target).points.size(), 5001u);
 }
 
+// Three jobs and the last of them short, with all points and with those of a box.
+TEST_F(ProjectExport, TheBytesAreTheSameOnAnyNumberOfThreads) {
+    std::string text = "x y z i\n";
+    for (int i = 0; i < 150'000; ++i)
+        text +=
+            fmt::format("{} {} {} {}\n", i % 331 * 0.037, i % 1'009 * 0.011, i % 17 * 0.3, i % 99);
+    WriteText(folder_ / L"many.xyz", text);
+    Import({folder_ / L"many.xyz"}, L"many.prj");
+    for (const bool boxed : {false, true}) {
+        for (const wchar_t* ending : {L".ply", L".las", L".xyz"}) {
+            std::vector<Bytes> files;
+            for (const unsigned threads : {1U, 2U, 5U}) {
+                output::ExportOptions options;
+                options.threads = threads;
+                options.existing = output::ExistingFile::Replace;
+                if (boxed) options.box = ExtendsT<double>{{2, 2, 0}, {9, 9, 3}};
+                const CString target = folder_ / (CString(L"many2") + ending);
+                const auto report = output::ExportProject(folder_ / L"many.prj", target, options);
+                ASSERT_TRUE(report) << report.error().message;
+                EXPECT_EQ(report->points == 150'000, !boxed);
+                files.push_back(ReadBytes(target));
+                EXPECT_EQ(report->bytes, files.back().size());
+            }
+            EXPECT_EQ(files[0], files[1]);
+            EXPECT_EQ(files[0], files[2]);
+        }
+    }
+}
+
+TEST(LasCloudWriter, StoresTheNearestStep) {
+    output::ExportedCloud cloud;
+    cloud.points = 1;
+    cloud.bounds = {{-1000, -1000, -1000}, {1000, 1000, 1000}};
+    const auto writer = output::MakeLasCloudWriter(cloud);
+    std::mt19937_64 random(9);
+    std::vector<ExportedPoint> points(6'000);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        // On the middle between two steps, and as near to it as doubles are.
+        const double middle =
+            (static_cast<double>(random() % 20'000'000) - 10'000'000 + 0.5) * 1e-4;
+        points[i].world = {middle, std::nextafter(middle, 1e9), std::nextafter(middle, -1e9)};
+        if (i == 0) points[i].world = {0.49999999999999994e-4, -0.49999999999999994e-4, -0.0};
+    }
+    Bytes bytes;
+    writer->Add(points, bytes);
+    ASSERT_EQ(bytes.size(), points.size() * 39);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        std::array<std::int32_t, 3> stored;
+        std::memcpy(stored.data(), bytes.data() + i * 39, sizeof stored);
+        const auto& p = points[i].world;
+        EXPECT_EQ(stored[0], std::lround(p.x / 1e-4));
+        EXPECT_EQ(stored[1], std::lround(p.y / 1e-4));
+        EXPECT_EQ(stored[2], std::lround(p.z / 1e-4));
+    }
+}
+
 TEST(LasCloudWriter, CountsPast32BitsAndCoarsensWhereACloudReachesFar) {
     output::ExportedCloud cloud;
     cloud.points = 5'000'000'000;
@@ -303,7 +360,7 @@ TEST(LasCloudWriter, CountsPast32BitsAndCoarsensWhereACloudReachesFar) {
     EXPECT_EQ(Bytes(bytes.begin() + 107, bytes.begin() + 131), Bytes(24));
     output::ExportedPoint point;
     point.world = {-300'000, 0.0004, 1};
-    writer->Add(point, bytes);
+    writer->Add(std::span(&point, 1), bytes);
     EXPECT_EQ(bytes.size(), 375u + 54 + 384 + 39);
     std::array<std::int32_t, 3> stored;
     std::memcpy(stored.data(), bytes.data() + 375 + 54 + 384, sizeof(stored));
