@@ -249,23 +249,23 @@ struct CNearestNeighbour::TreeOf final : Tree {
         const Query position = At(query);
         if (!IsFinite(position)) return false;
         constexpr int kNone = std::numeric_limits<int>::max();
-        Neighbour best{std::numeric_limits<double>::max(), kNone};
-        boxes.VisitNearest(position, best.squaredDistance, [&](std::uint32_t block) {
+        // Two numbers and no Neighbour: one that is assigned as a whole goes through memory.
+        double least = std::numeric_limits<double>::max();
+        int source = kNone;
+        boxes.VisitNearest(position, least, [&](std::uint32_t block) {
             const auto distances = boxes.Distances(block, position);
-            // One question for the four: rarely is one of them nearer, and which is hard to foresee.
-            bool nearer = false;
-            for (const double distance : distances) nearer |= distance <= best.squaredDistance;
-            if (!nearer) return best.squaredDistance;
             const auto& sources = boxes.Sources(block);
             for (std::size_t lane = 0; lane < Boxes::kLanes; ++lane) {
-                if (distances[lane] <= best.squaredDistance) {
-                    best = std::min(best, Neighbour{distances[lane], sources[lane]});
-                }
+                const bool nearer =
+                    distances[lane] < least || (distances[lane] == least && sources[lane] < source);
+                if (!nearer) continue;  // BEHAVIOUR N2
+                least = distances[lane];
+                source = sources[lane];
             }
-            return best.squaredDistance;
+            return least;
         });
-        if (best.index == kNone) return false;
-        nearest = best.index;
+        if (source == kNone) return false;
+        nearest = source;
         return true;
     }
 
