@@ -18,22 +18,25 @@ public:
     DelaunayBuilder(const PlanarSites& sites, const std::function<bool()>& proceed,
                     DelaunayEdges& edges)
         : sites_(sites),
-          positions_(sites.positions),
+          positions_(sites.positions.data()),
+          siteCount_(sites.positions.size()),
           decide_(sites.positions),
-          asker_(proceed, 1),
-          records_(edges.records_) {
+          asker_(proceed, 1) {
         constexpr std::size_t kMostSites = 700'000'000;  // six directed edges a site have numbers
-        if (positions_.size() > kMostSites) throw std::length_error("too many sites");
-        records_.reserve(6 * positions_.size());
+        if (siteCount_ > kMostSites) throw std::length_error("too many sites");
+        // At every moment the edges are those of a planar graph: 3 a site at most.
+        edges.records_ = std::make_unique_for_overwrite<DelaunayEdges::Record[]>(6 * siteCount_);
+        records_ = edges.records_.get();
     }
 
     /// A directed edge with the outside to its left; kNone where `proceed` said no.
     Edge Build() {
-        if (positions_.size() < 2) return DelaunayEdges::kNone;
+        if (siteCount_ < 2) return DelaunayEdges::kNone;
         const Hull hull = JoinStrips(0, sites_.strips.size() - 1);
         return stopped_ ? DelaunayEdges::kNone : hull.first ^ 1;
     }
     bool WasStopped() const { return stopped_; }
+    Edge End() const { return used_; }
 
 private:
     /// Two edges of a triangulation's rim: the one that leaves the first site with the outside to its
@@ -57,8 +60,8 @@ private:
         if (edge != DelaunayEdges::kNone) {
             free_ = records_[edge].next;
         } else {
-            edge = static_cast<Edge>(records_.size());
-            records_.resize(records_.size() + 2);
+            edge = used_;
+            used_ += 2;
         }
         records_[edge] = {from, edge, edge, DelaunayEdges::kNone};
         records_[edge + 1] = {to, edge + 1, edge + 1, DelaunayEdges::kNone};
@@ -208,10 +211,12 @@ private:
     }
 
     const PlanarSites& sites_;
-    const std::vector<Position>& positions_;
+    const Position* positions_;
+    std::size_t siteCount_;
     PlanarPredicates decide_;
     Asker asker_;
-    std::vector<DelaunayEdges::Record>& records_;
+    DelaunayEdges::Record* records_ = nullptr;
+    Edge used_ = 0;  // records behind it are in no use yet
     Edge free_ = DelaunayEdges::kNone;
     bool stopped_ = false;
 };
@@ -221,6 +226,7 @@ std::optional<DelaunayEdges> DelaunayEdges::Of(const PlanarSites& sites,
     DelaunayEdges edges;
     DelaunayBuilder builder(sites, proceed, edges);
     edges.outside_ = builder.Build();
+    edges.end_ = builder.End();
     if (builder.WasStopped()) return std::nullopt;
     return edges;
 }

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
-#include <vector>
 
 #include "orvix/surfaces/planar_predicates.h"
 #include "orvix/surfaces/planar_sites.h"
@@ -44,7 +44,7 @@ public:
                                            const std::function<bool()>& proceed);
 
     /// Every edge is below it.
-    Edge End() const { return static_cast<Edge>(records_.size()); }
+    Edge End() const { return end_; }
 
     std::uint32_t Origin(Edge edge) const { return records_[edge].origin; }
     std::uint32_t Destination(Edge edge) const { return records_[edge ^ 1].origin; }
@@ -66,7 +66,7 @@ public:
     /// Every edge in one of its two directions, which is an even number.
     template <class Visit>
     void ForEachEdge(const Visit& visit) const {
-        for (Edge edge = 0; edge < records_.size(); edge += 2)
+        for (Edge edge = 0; edge < end_; edge += 2)
             if (records_[edge].origin != kNone) visit(edge);
     }
 
@@ -84,7 +84,7 @@ public:
     /// Every triangle once, by the lowest of the directed edges that it lies to the left of.
     template <class Visit>
     void ForEachTriangle(const Visit& visit) const {
-        for (Edge edge = 0; edge < records_.size(); ++edge) {
+        for (Edge edge = 0; edge < end_; ++edge) {
             if (records_[edge].origin == kNone) continue;
             const Edge second = Next(edge);
             if (second < edge) continue;
@@ -111,7 +111,8 @@ private:
     };
     friend class DelaunayBuilder;
 
-    std::vector<Record> records_;
+    std::unique_ptr<Record[]> records_;
+    Edge end_ = 0;
     Edge outside_ = kNone;  // has the outside to its left
 };
 

@@ -20,15 +20,18 @@ constexpr double kRadiusInEdges = 3;  // BEHAVIOUR F6
 constexpr double kVotingCells = 4096;
 constexpr std::size_t kMaxVotes = 24;
 
-// What an edge's note says of the triangle to its left; else the number of the piece it belongs to.
+// What an edge's note says of the triangle to its left; another number is that of its piece, of triangles
+// that belong and hang together by edges.
 constexpr std::uint32_t kUnseen = DelaunayEdges::kNone;
 constexpr std::uint32_t kOutside = kUnseen - 1;
+constexpr std::uint32_t kLargestPiece = 0;
 
-/// A simple closed ring of sites with the component that lies to its left.
+/// A simple closed ring of sites with triangles that belong to its left.
 struct Loop {
     std::vector<std::uint32_t> sites;
-    std::uint32_t component = kOutside;
-    double area = 0;  // positive for an outer ring
+    Edge rim =
+        DelaunayEdges::kNone;  // one of its edges, or of a ring of the same piece that it touches
+    double area = 0;           // positive for an outer ring
 };
 
 Extends2DT<double> BoxOf(const std::vector<Position>& positions) {
@@ -156,52 +159,23 @@ bool FitsRadius(const Position& p, const Position& q, const Position& r, double 
     return sides <= 4 * cross * cross * squaredRadius;
 }
 
-/// Finds the triangles that belong, and numbers the pieces of them that hang together by edges.
-class PieceFinder {
-public:
-    PieceFinder(const PlanarSites& sites, double radius, DelaunayEdges& edges)
-        : positions_(sites.positions), squaredRadius_(radius * radius), edges_(edges) {}
-
-    void Find() {
-        edges_.ForEachOutside([&](Edge edge) { edges_.SetNote(edge, kOutside); });
-        edges_.ForEachEdge([&](Edge even) {
-            for (const Edge seed : {even, even ^ 1})
-                if (edges_.Note(seed) == kUnseen) Flood(seed);
-        });
-    }
-
-private:
-    void Flood(Edge seed) {
-        Enter(seed);
-        if (open_.empty()) return;
-        if (edges_.Note(seed ^ 1) == kUnseen) Enter(seed ^ 1);
-        while (!open_.empty()) {
-            const Edge entered = open_.back();
-            open_.pop_back();
-            const Edge second = edges_.Next(entered);
-            for (const Edge side : {second ^ 1, edges_.Next(second) ^ 1})
-                if (edges_.Note(side) == kUnseen) Enter(side);
-        }
-        ++piece_;
-    }
-
-    /// Notes with its three edges what the triangle to the left of `first` belongs to.
-    void Enter(Edge first) {
-        const Edge second = edges_.Next(first), third = edges_.Next(second);
-        const bool belongs =
-            FitsRadius(positions_[edges_.Origin(first)], positions_[edges_.Origin(second)],
-                       positions_[edges_.Origin(third)], squaredRadius_);
+/// Notes with a triangle's three edges whether it belongs; every triangle once.
+void JudgeTriangles(const PlanarSites& sites, double radius, DelaunayEdges& edges) {
+    const auto& at = sites.positions;
+    const auto judge = [&](Edge first) {
+        if (edges.Note(first) != kUnseen) return;
+        const Edge second = edges.Next(first), third = edges.Next(second);
+        const bool belongs = FitsRadius(at[edges.Origin(first)], at[edges.Origin(second)],
+                                        at[edges.Origin(third)], radius * radius);
         for (const Edge edge : {first, second, third})
-            edges_.SetNote(edge, belongs ? piece_ : kOutside);
-        if (belongs) open_.push_back(first);
-    }
-
-    const std::vector<Position>& positions_;
-    double squaredRadius_;
-    DelaunayEdges& edges_;
-    std::uint32_t piece_ = 0;
-    std::vector<Edge> open_;  // whose triangles were entered across them, and neighbours not yet
-};
+            edges.SetNote(edge, belongs ? kLargestPiece : kOutside);
+    };
+    edges.ForEachOutside([&](Edge edge) { edges.SetNote(edge, kOutside); });
+    edges.ForEachEdge([&](Edge edge) {
+        judge(edge);
+        judge(edge ^ 1);
+    });
+}
 
 double SignedArea(const std::vector<Position>& positions, const std::vector<std::uint32_t>& sites) {
     const Position& origin = positions[sites.front()];
@@ -246,26 +220,25 @@ private:
         return edge;
     }
 
-    void Walk(Edge edge) {
-        const std::uint32_t component = edges_.Note(edge);
-        for (; !traced_[edge]; edge = StepAlongRim(edge)) {
+    void Walk(Edge start) {
+        for (Edge edge = start; !traced_[edge]; edge = StepAlongRim(edge)) {
             traced_[edge] = true;
-            Visit(edges_.Origin(edge), component);
+            Visit(edges_.Origin(edge), start);
         }
-        Close(0, component);
+        Close(0, start);
     }
 
-    void Visit(std::uint32_t site, std::uint32_t component) {
+    void Visit(std::uint32_t site, Edge start) {
         if (placeInWalk_[site] != kNotInWalk) {
-            Close(static_cast<std::size_t>(placeInWalk_[site]), component);
+            Close(static_cast<std::size_t>(placeInWalk_[site]), start);
         }
         placeInWalk_[site] = static_cast<std::int32_t>(walk_.size());
         walk_.push_back(site);
     }
 
-    void Close(std::size_t from, std::uint32_t component) {
+    void Close(std::size_t from, Edge start) {
         Loop loop;
-        loop.component = component;
+        loop.rim = start;
         loop.sites.assign(walk_.begin() + static_cast<std::ptrdiff_t>(from), walk_.end());
         walk_.resize(from);
         for (const std::uint32_t site : loop.sites) placeInWalk_[site] = kNotInWalk;
@@ -286,6 +259,47 @@ private:
     std::vector<Loop> loops_;
 };
 
+/// Largest first; of equal ones the one that is first by its sites.
+void SortLoops(const PlanarSites& sites, std::vector<Loop>& loops) {
+    const auto isBefore = [&](std::uint32_t p, std::uint32_t q) {
+        return IsBefore(sites.positions[p], sites.positions[q]);
+    };
+    std::sort(loops.begin(), loops.end(), [&](const Loop& p, const Loop& q) {
+        const double areaP = std::abs(p.area);
+        const double areaQ = std::abs(q.area);
+        return areaP > areaQ || (areaP == areaQ && std::lexicographical_compare(
+                                                       p.sites.begin(), p.sites.end(),
+                                                       q.sites.begin(), q.sites.end(), isBefore));
+    });
+}
+
+void NumberPiece(Edge seed, std::uint32_t number, DelaunayEdges& edges) {
+    std::vector<Edge> open{seed};
+    while (!open.empty()) {
+        const Edge first = open.back();
+        open.pop_back();
+        if (edges.Note(first) != kLargestPiece) continue;
+        const Edge second = edges.Next(first), third = edges.Next(second);
+        for (const Edge edge : {first, second, third}) {
+            edges.SetNote(edge, number);
+            open.push_back(edge ^ 1);
+        }
+    }
+}
+
+/// Numbers the pieces but for the largest ring's, which has most of the triangles as a rule and so is
+/// found by what is left.
+void NumberPieces(const std::vector<Loop>& loops, DelaunayEdges& edges) {
+    std::uint32_t number = kLargestPiece;
+    bool isLargest = true;
+    for (const Loop& loop : loops) {
+        if (loop.area <= 0) continue;
+        if (!isLargest && edges.Note(loop.rim) == kLargestPiece)
+            NumberPiece(loop.rim, ++number, edges);
+        isLargest = false;
+    }
+}
+
 PlaneRing ToRing(const PlanarSites& sites, const PlanarPredicates& decide, const Loop& loop) {
     PlaneRing ring;
     const std::size_t size = loop.sites.size();
@@ -300,32 +314,23 @@ PlaneRing ToRing(const PlanarSites& sites, const PlanarPredicates& decide, const
     return ring;
 }
 
-PlaneOutline Assemble(const PlanarSites& sites, std::vector<Loop> loops, double radius) {
-    const auto isBefore = [&](std::uint32_t p, std::uint32_t q) {
-        return IsBefore(sites.positions[p], sites.positions[q]);
-    };
-    std::sort(loops.begin(), loops.end(), [&](const Loop& p, const Loop& q) {
-        const double areaP = std::abs(p.area);
-        const double areaQ = std::abs(q.area);
-        return areaP > areaQ || (areaP == areaQ && std::lexicographical_compare(
-                                                       p.sites.begin(), p.sites.end(),
-                                                       q.sites.begin(), q.sites.end(), isBefore));
-    });
+PlaneOutline Assemble(const PlanarSites& sites, const DelaunayEdges& edges,
+                      const std::vector<Loop>& loops, double radius) {
     const PlanarPredicates decide(sites.positions);
     PlaneOutline outline;
     outline.radius = radius;
     constexpr std::size_t kNoRegion = SIZE_MAX;
-    std::vector<std::size_t> regionOf(loops.size(), kNoRegion);  // every component has a rim
+    std::vector<std::size_t> regionOf(loops.size() + 1, kNoRegion);  // by piece: each has a loop
     for (const Loop& loop : loops) {
         if (loop.area <= 0) continue;
         if (loop.area < radius * radius && !outline.regions.empty()) break;  // BEHAVIOUR F7
-        regionOf[static_cast<std::size_t>(loop.component)] = outline.regions.size();
+        regionOf[edges.Note(loop.rim)] = outline.regions.size();
         outline.regions.push_back({ToRing(sites, decide, loop), {}});
         outline.area += loop.area;
     }
     for (const Loop& loop : loops) {
         if (loop.area > 0 || -loop.area < radius * radius) continue;
-        const std::size_t region = regionOf[static_cast<std::size_t>(loop.component)];
+        const std::size_t region = regionOf[edges.Note(loop.rim)];
         if (region == kNoRegion) continue;
         outline.regions[region].holes.push_back(ToRing(sites, decide, loop));
         outline.area += loop.area;
@@ -342,8 +347,11 @@ PlaneOutline BuildOutline(const std::vector<SimplePoint2DT<double>>& positions,
     std::optional<DelaunayEdges> edges = DelaunayEdges::Of(sites, {});
     if (!edges || !edges->HasTriangles()) return {};
     const double radius = options.radius > 0 ? options.radius : DeriveRadius(sites, *edges);
-    PieceFinder(sites, radius, *edges).Find();
-    return Assemble(sites, RimTracer(sites, *edges).Trace(), radius);
+    JudgeTriangles(sites, radius, *edges);
+    std::vector<Loop> loops = RimTracer(sites, *edges).Trace();
+    SortLoops(sites, loops);
+    NumberPieces(loops, *edges);
+    return Assemble(sites, *edges, loops, radius);
 }
 
 }  // namespace orvix::detail
