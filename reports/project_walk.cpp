@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "orvix/platform/mapping.h"
@@ -14,18 +16,85 @@
 #include "orvix/points/index_reader.h"
 #include "orvix/points/record_hash.h"
 #include "orvix/project/open_project.h"
+#include "parallel/pool.h"
 
 namespace orvix::reports {
 
 namespace {
 
-constexpr std::uint64_t kBatchPoints = 262'144;
+// Points of a batch stay near the processor from their copy to their sum.
+constexpr std::uint64_t kBatchPoints = 65'536;
+// Batches that are gathered before they are read: threads start and end with each round.
+constexpr std::size_t kRound = 48;
 
-// One level's points: runs come in, batches of points are read and summed.
+// Runs of one level, which are read and summed by one thread.
+struct Batch {
+    WalkLevel* level = nullptr;
+    std::vector<CIndexerSmall> runs;
+    std::uint64_t points = 0;
+    std::uint64_t summed = 0;
+    std::uint64_t checksum = 0;
+};
+
+// Reads batches, some at a time, each worker with a reader of its own. Sums do not depend on which.
+class BatchReader {
+public:
+    BatchReader(const CProjectCore& core, unsigned threads) : pool_(threads, {}, "") {
+        workers_.resize(pool_.Threads());
+        for (Worker& worker : workers_) worker.reader = core.CreateAlivePointReader();
+        batches_.reserve(kRound);
+    }
+
+    [[nodiscard]] bool IsOpen() const { return workers_.front().reader != nullptr; }
+    /// A batch was not read whole.
+    [[nodiscard]] bool Failed() const { return failed_; }
+
+    Expected<void> Add(Batch&& batch) {
+        batches_.push_back(std::move(batch));
+        return batches_.size() < kRound ? Expected<void>() : Read();
+    }
+
+    Expected<void> Read() {
+        auto done = pool_.RunJobs(batches_.size(), [this](std::size_t job, unsigned worker) {
+            return Sum(batches_[job], workers_[worker]);
+        });
+        for (const Batch& batch : batches_) {
+            batch.level->checksum += batch.checksum;
+            failed_ = failed_ || batch.summed != batch.points;
+        }
+        batches_.clear();
+        return done;
+    }
+
+private:
+    struct Worker {
+        std::shared_ptr<CAlivePointReader> reader;
+        std::vector<CCloudPoint<float>> points;
+    };
+
+    static Expected<void> Sum(Batch& batch, Worker& worker) {
+        for (bool more = true; more;) {
+            more = worker.reader->ReadIndexesPts(batch.runs, worker.points);
+            batch.checksum += detail::RecordHashSum(worker.points.data(), worker.points.size());
+            batch.summed += worker.points.size();
+            worker.points.clear();
+        }
+        return {};
+    }
+
+    parallel::Pool pool_;
+    std::vector<Worker> workers_;
+    std::vector<Batch> batches_;
+    bool failed_ = false;
+};
+
+// One level's points: runs come in and go to the reader in batches.
 class LevelTally {
 public:
-    LevelTally(CAlivePointReader& reader, std::uint64_t pointCount)
+    LevelTally(BatchReader& reader, std::uint64_t pointCount)
         : reader_(reader), pointCount_(pointCount) {}
+    LevelTally(const LevelTally&) = delete;
+    LevelTally& operator=(const LevelTally&) = delete;
 
     // False for a run that is empty, out of the file, or not the one after the run before.
     bool Add(std::uint64_t offset, std::uint32_t count) {
@@ -33,50 +102,37 @@ public:
         if (count == 0 || offset != level_.points || count > pointCount_ - offset) return false;
         level_.points += count;
         for (std::uint64_t done = 0; done < count;) {
-            const std::uint64_t room = kBatchPoints - pending_;
+            const std::uint64_t room = kBatchPoints - pending_.points;
             const auto piece =
                 static_cast<std::uint32_t>(std::min<std::uint64_t>(room, count - done));
-            runs_.push_back({offset + done, piece, 0});
-            pending_ += piece;
+            pending_.runs.push_back({offset + done, piece, 0});
+            pending_.points += piece;
             done += piece;
-            if (pending_ == kBatchPoints) Flush();
+            if (pending_.points == kBatchPoints) Flush();
         }
         return true;
     }
 
     void AddCell() { ++level_.cells; }
     [[nodiscard]] std::uint64_t Points() const { return level_.points; }
-    [[nodiscard]] bool ReadFailed() const { return readFailed_; }
+    /// What ended the reading of a batch, if anything.
+    [[nodiscard]] const Expected<void>& Done() const { return done_; }
 
-    const WalkLevel& Finish() {
-        Flush();
-        return level_;
+    void Flush() {
+        pending_.level = &level_;
+        const std::size_t runs = pending_.runs.size();
+        if (pending_.points > 0 && done_) done_ = reader_.Add(std::exchange(pending_, {}));
+        pending_.runs.reserve(runs);
     }
+    /// Whole once every tally was flushed and the reader has read.
+    [[nodiscard]] const WalkLevel& Level() const { return level_; }
 
 private:
-    void Flush() {
-        while (reader_.ReadIndexesPts(runs_, points_)) Sum();
-        Sum();
-        readFailed_ = readFailed_ || summed_ != pending_;
-        runs_.clear();
-        pending_ = 0;
-        summed_ = 0;
-    }
-
-    void Sum() {
-        level_.checksum += detail::RecordHashSum(points_.data(), points_.size());
-        summed_ += points_.size();
-        points_.clear();
-    }
-
-    CAlivePointReader& reader_;
+    BatchReader& reader_;
     std::uint64_t pointCount_;
     WalkLevel level_;
-    std::vector<CIndexerSmall> runs_;
-    std::vector<CCloudPoint<float>> points_;
-    std::uint64_t pending_ = 0;
-    std::uint64_t summed_ = 0;
-    bool readFailed_ = false;
+    Batch pending_;
+    Expected<void> done_;
 };
 
 template <class Coordinate>
@@ -87,12 +143,12 @@ std::string CellText(Coordinate x, Coordinate y, Coordinate z) {
 
 class Walk {
 public:
-    Walk(detail::OpenProject& project, const WalkCallback& callback)
+    Walk(detail::OpenProject& project, unsigned threads, const WalkCallback& callback)
         : project_(project),
           callback_(callback),
           pointCount_(static_cast<std::uint64_t>(project.Core().AlivePointCount())),
           index_(project.Core().CreateIndexReader()),
-          reader_(project.Core().CreateAlivePointReader()) {}
+          reader_(project.Core(), threads) {}
 
     Expected<WalkReport> Run();
 
@@ -103,7 +159,8 @@ private:
     Expected<void> Walk100(std::uint64_t entry);
     Expected<void> Walk10(std::uint64_t entry100, const CIndexerSmall& run);
     Expected<void> Finish(WalkReport& report);
-    Expected<WalkLevel> Close(LevelTally& tally, const char* name);
+    Expected<void> ReadRest();
+    Expected<WalkLevel> Close(const LevelTally& tally, const char* name) const;
 
     const ProjectManager& Paths() const { return project_.Manager(); }
 
@@ -111,7 +168,7 @@ private:
     const WalkCallback& callback_;
     std::uint64_t pointCount_;
     std::shared_ptr<CIndexReader> index_;
-    std::shared_ptr<CAlivePointReader> reader_;
+    BatchReader reader_;
     std::optional<LevelTally> tally1000_;
     std::optional<LevelTally> tally100_;
     std::optional<LevelTally> tally10_;
@@ -218,15 +275,26 @@ Expected<void> Walk::Walk1000(std::uint64_t entry) {
     for (std::uint32_t cell = 0; cell < count; ++cell) {
         index_->ReadIndex100(count);
         if (auto walked = Walk100(next100_ + cell); !walked) return walked;
+        for (const auto* tally : {&tally1000_, &tally100_, &tally10_})
+            if (*tally && !(*tally)->Done()) return (*tally)->Done();
         if (!MayGoOn()) return Fail(ErrorCode::Cancelled, "the walk was cancelled");
     }
     next100_ += count;
     return {};
 }
 
-Expected<WalkLevel> Walk::Close(LevelTally& tally, const char* name) {
-    const WalkLevel level = tally.Finish();
-    if (tally.ReadFailed())
+Expected<void> Walk::ReadRest() {
+    for (auto* tally : {&tally1000_, &tally100_, &tally10_}) {
+        if (!*tally) continue;
+        (*tally)->Flush();
+        if (!(*tally)->Done()) return (*tally)->Done();
+    }
+    return reader_.Read();
+}
+
+Expected<WalkLevel> Walk::Close(const LevelTally& tally, const char* name) const {
+    const WalkLevel& level = tally.Level();
+    if (reader_.Failed())
         return Fail(ErrorCode::Failure,
                     platform::ToUtf8(Paths().gridPts) + " could not be mapped for reading");
     if (level.points == pointCount_) return level;
@@ -235,6 +303,7 @@ Expected<WalkLevel> Walk::Close(LevelTally& tally, const char* name) {
 }
 
 Expected<void> Walk::Finish(WalkReport& report) {
+    if (auto read = ReadRest(); !read) return read;
     const auto level1000 = Close(*tally1000_, "1000 cm");
     if (!level1000) return ErrorOf(level1000);
     const auto level100 = Close(*tally100_, "100 cm");
@@ -254,7 +323,7 @@ Expected<void> Walk::Finish(WalkReport& report) {
 }
 
 Expected<WalkReport> Walk::Run() {
-    if (!reader_ && pointCount_ > 0)
+    if (!reader_.IsOpen() && pointCount_ > 0)
         return Fail(ErrorCode::Failure,
                     platform::ToUtf8(Paths().gridPts) + " could not be mapped for reading");
     if (auto measured = MeasureIndexes(); !measured) return ErrorOf(measured);
@@ -263,9 +332,9 @@ Expected<WalkReport> Walk::Run() {
     if (project_.Core().Has10cm()) report.level10.emplace();
     if (pointCount_ == 0 && entries1000_ == 0 && entries100_ == 0 && entries10_ == 0) return report;
     if (pointCount_ == 0) return Damage(Paths().gridPts, "it is empty, and the indexes are not");
-    tally1000_.emplace(*reader_, pointCount_);
-    tally100_.emplace(*reader_, pointCount_);
-    if (project_.Core().Has10cm()) tally10_.emplace(*reader_, pointCount_);
+    tally1000_.emplace(reader_, pointCount_);
+    tally100_.emplace(reader_, pointCount_);
+    if (project_.Core().Has10cm()) tally10_.emplace(reader_, pointCount_);
     for (std::uint64_t entry = 0; entry < entries1000_; ++entry) {
         if (auto walked = Walk1000(entry); !walked) return ErrorOf(walked);
     }
@@ -281,11 +350,12 @@ Expected<WalkReport> Walk::Run() {
 
 }  // namespace
 
-Expected<WalkReport> WalkProject(const CString& project, const WalkCallback& callback) {
+Expected<WalkReport> WalkProject(const CString& project, const WalkCallback& callback,
+                                 unsigned threads) {
     const auto start = std::chrono::steady_clock::now();
     auto opened = detail::OpenProject::Open(project);
     if (!opened) return ErrorOf(opened);
-    Expected<WalkReport> report = Walk(**opened, callback).Run();
+    Expected<WalkReport> report = Walk(**opened, threads, callback).Run();
     if (report)
         report->seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

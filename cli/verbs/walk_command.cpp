@@ -61,7 +61,7 @@ Expected<Outcome> RunWalk(const std::string& argument, CommandContext& context) 
         progress.Report({"walking", fraction, points * 24, points, -1});
         return MayGoOn();
     };
-    const Expected<reports::WalkReport> report = reports::WalkProject(*project, watch);
+    const Expected<reports::WalkReport> report = reports::WalkProject(*project, watch, 0);
     progress.Finish();
     if (!report) return ErrorOf(report);
     return Outcome{JsonOf(*report), TextOf(*report)};
