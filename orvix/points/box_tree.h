@@ -47,12 +47,13 @@ public:
 
     /// `proceed` is asked every few milliseconds; false when it said no. Empty: not asked.
     [[nodiscard]] bool Build(std::vector<Entry> entries, const std::function<bool()>& proceed) {
-        Builder builder{entries, proceed, {}};
+        Questions questions{proceed};
+        Builder builder{entries, questions, {}};
         root_ = builder.Make(0, entries.size(), 0, box_);
-        if (builder.stopped) return false;
+        if (questions.stopped) return false;
         pairs_ = std::move(builder.pairs);
-        StoreBlocks(entries);
-        return true;
+        StoreBlocks(entries, questions);
+        return !questions.stopped;
     }
 
     /// Hands every block that may have a point within `bound` to `visit`.
@@ -221,16 +222,28 @@ private:
         return points / std::uint32_t{kLanes} + (points % kLanes != 0 ? 1U : 0U);
     }
 
-    /// Divides entries in place.
-    struct Builder {
-        std::vector<Entry>& entries;
+    /// Asks whether the building goes on, now and then.
+    struct Questions {
         const std::function<bool()>& proceed;
-        std::vector<Pair> pairs;
         std::size_t unasked = 0;
         bool stopped = false;
 
+        void Passed(std::size_t points) {
+            unasked += points;
+            if (unasked < kPointsPerQuestion) return;
+            unasked = 0;
+            stopped = stopped || (proceed && !proceed());
+        }
+    };
+
+    /// Divides entries in place.
+    struct Builder {
+        std::vector<Entry>& entries;
+        Questions& questions;
+        std::vector<Pair> pairs;
+
         Branch Make(std::size_t first, std::size_t last, std::size_t depth, Box& box) {
-            if (first == last || stopped) return kNoBranch;
+            if (first == last || questions.stopped) return kNoBranch;
             box = BoxOf(first, last);
             std::size_t widest = 0;
             for (std::size_t axis = 1; axis < Dimension; ++axis) {
@@ -316,31 +329,29 @@ private:
 
         template <class Work>
         void InStrips(std::size_t first, std::size_t last, Work work) {
-            while (first < last && !stopped) {
+            while (first < last && !questions.stopped) {
                 const std::size_t end = std::min(last, first + kPointsPerQuestion);
                 work(first, end);
-                unasked += end - first;
+                questions.Passed(end - first);
                 first = end;
-                if (unasked < kPointsPerQuestion) continue;
-                unasked = 0;
-                stopped = proceed && !proceed();
             }
         }
     };
 
     /// Lays the points of each leaf side by side.
-    void StoreBlocks(const std::vector<Entry>& entries) {
+    void StoreBlocks(const std::vector<Entry>& entries, Questions& questions) {
         std::size_t count = 0;
         ForEachLeaf([&](const Branch& leaf) { count += BlocksOf(leaf.points); });
-        blocks_.resize(count);
-        std::uint32_t next = 0;
+        blocks_.reserve(count);
         ForEachLeaf([&](Branch& leaf) {
-            const std::uint32_t first = next;
-            next += BlocksOf(leaf.points);
+            const auto first = static_cast<std::uint32_t>(blocks_.size());
             const std::span<const Entry> points(entries.data() + leaf.first, leaf.points);
-            for (std::size_t i = 0; i < (next - first) * kLanes; ++i) {
-                StoreLane(blocks_[first + i / kLanes], i % kLanes,
-                          i < points.size() ? &points[i] : nullptr);
+            for (std::size_t i = 0; i < points.size() && !questions.stopped; i += kLanes) {
+                Block& block = blocks_.emplace_back();
+                for (std::size_t lane = 0; lane < kLanes; ++lane) {
+                    StoreLane(block, lane, i + lane < points.size() ? &points[i + lane] : nullptr);
+                }
+                questions.Passed(kLanes);
             }
             leaf.first = first;
         });

@@ -102,6 +102,25 @@ TEST_P(NearestNeighbourOracle, AgreesWithBruteForceOnRadiusNearestAndTies) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, NearestNeighbourOracle, testing::Range(0u, 40u));
 
+TEST(NearestNeighbour, StopsBeingBuiltAtWhicheverQuestionIsAnsweredWithNo) {
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> unit(-1, 1);
+    Points points(600'000);
+    for (auto& p : points) p = {unit(random), unit(random), unit(random)};
+    const auto built = [&points](int last, int& asked) {
+        asked = 0;
+        return CNearestNeighbour::Make(points, [&] { return ++asked != last; }) != nullptr;
+    };
+    int all = 0;
+    ASSERT_TRUE(built(0, all));
+    EXPECT_GT(all, 20);  // while points are taken, divided and laid side by side
+    for (const int last : {1, 2, 3, all / 2, all - 1, all}) {
+        int asked = 0;
+        EXPECT_FALSE(built(last, asked)) << "question " << last << " of " << all;
+        EXPECT_EQ(asked, last);
+    }
+}
+
 // BEHAVIOUR N3
 TEST(NearestNeighbour, KeepsThePreviousArrayWhenNothingIsFound) {
     const Points points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
