@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "orvix/platform/asker.h"
 
@@ -17,14 +18,19 @@ constexpr double kMaxWhole = 1.3;         // rms of such a surface to that of it
 constexpr double kMinCosine = 0.94;       // of the angle between the two
 constexpr double kMaxRatio = 0.35;        // of the least spread to the middle one
 constexpr double kMaxThinCellSize = 0.5;  // metres: cells in which the sides of a wall may meet
-constexpr double kMaxNoises = 2;          // times the cloud's: rms of a shape found among others
+constexpr double kAnyRms = std::numeric_limits<double>::infinity();
+constexpr double kMargin = 1.01;  // for the rounding of variances
+constexpr double kMaxNoises = 2;  // times the cloud's: rms of a shape found among others
 
-// The shape of points whose narrower spread along the plane is at least `width`.
-CellShape ShapeOf(const MomentSum& sum, double width) {
+// The shape of points whose narrower spread along the plane is at least `width`. Above `maxRms` it
+// may be none.
+CellShape ShapeOf(const MomentSum& sum, double width, double maxRms = kAnyRms) {
     CellShape shape;
     const double count = sum.count;
     if (count < kMinPoints) return shape;
-    const detail::PrincipalSpread spread = SpreadOf(sum.Covariance());
+    const SymmetricMatrix covariance = sum.Covariance();
+    if (maxRms < kAnyRms && VarianceFloor(covariance) > kMargin * maxRms * maxRms) return shape;
+    const detail::PrincipalSpread spread = SpreadOf(covariance);
     if (spread.middle < width * width || spread.min > kMaxRatio * kMaxRatio * spread.middle)
         return shape;
     shape.normal = {static_cast<float>(spread.normal.x), static_cast<float>(spread.normal.y),
@@ -93,7 +99,8 @@ constexpr std::array<std::array<int, 3>, 9> kPlanes{{{1, 0, 0},
 
 // Where other surfaces pass close by, such as the far side of a thin wall, the cells of one digital
 // plane may still be flat: the flattest of them decides the shape.
-CellShape ShapeOfFlattest(const TileCells& tile, std::uint32_t cell) {
+// One whose rms is above `maxRms` is none.
+CellShape ShapeOfFlattest(const TileCells& tile, std::uint32_t cell, double maxRms) {
     const CellPlace home = PlaceOf(tile.Key(cell), {});
     std::array<MomentSum, kPlanes.size()> sums;
     for (const std::uint32_t other : tile.Around(cell)) {
@@ -106,8 +113,9 @@ CellShape ShapeOfFlattest(const TileCells& tile, std::uint32_t cell) {
     }
     CellShape best;
     for (const MomentSum& sum : sums) {
-        const CellShape shape = ShapeOf(sum, 0.3 * tile.Frame().Size());
-        if (shape.HasNormal() && (!best.HasNormal() || shape.rms < best.rms)) best = shape;
+        const CellShape shape = ShapeOf(sum, 0.3 * tile.Frame().Size(), maxRms);
+        if (shape.HasNormal() && shape.rms <= maxRms && (!best.HasNormal() || shape.rms < best.rms))
+            best = shape;
     }
     return best;
 }
@@ -153,8 +161,8 @@ void FindThinShapes(const TileCells& tile, double noise, std::vector<CellShape>&
     if (tile.Frame().Size() > kMaxThinCellSize) return;
     for (std::uint32_t cell = 0; cell < tile.Size() && asker.GoesOn(); ++cell) {
         if (shapes[cell].HasNormal() || !LacksPoints(tile.Sum(cell))) continue;
-        const CellShape shape = ShapeOfFlattest(tile, cell);
-        if (shape.HasNormal() && shape.rms <= kMaxNoises * noise) shapes[cell] = shape;
+        const CellShape shape = ShapeOfFlattest(tile, cell, kMaxNoises * noise);
+        if (shape.HasNormal()) shapes[cell] = shape;
     }
 }
 

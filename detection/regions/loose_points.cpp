@@ -102,8 +102,11 @@ public:
     /// Turns to a cell; false where all its points are explained.
     [[nodiscard]] bool TurnTo(std::uint32_t cell) {
         regions_.clear();
+        std::int32_t last = kNoRegion;
         for (const std::uint32_t other : cells_.Around(cell)) {
             const std::int32_t region = grown_.ofCell[other];
+            if (region == last) continue;  // mostly
+            last = region;
             if (region != kNoRegion &&
                 std::find(regions_.begin(), regions_.end(), region) == regions_.end())
                 regions_.push_back(region);

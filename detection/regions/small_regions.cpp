@@ -20,6 +20,7 @@ constexpr std::size_t kMinSpecks = 12;  // of a region
 constexpr std::size_t kMinRimSpecks = 6;
 constexpr double kMinWidth = 0.08;         // of a cell's side: standard deviation across a region
 constexpr double kMaxRatio = 0.1;          // of a neighbourhood's least variance to its middle one
+constexpr double kSurely = 1.01;           // times that ratio: for the rounding of variances
 constexpr double kMinSquareness = 0.02;    // of its middle variance to its largest
 constexpr double kMaxSureTurn = 0.1;       // radians: a normal that is surer than that may refuse
 constexpr double kMaxCosineOfOther = 0.7;  // of such a normal with the region's
@@ -31,7 +32,7 @@ constexpr double kScatters = 4;            // times a region's rms: how far its 
 
 constexpr std::uint32_t kSpecksPerQuestion = 2048;  // some milliseconds
 
-/// How flat the specks around a speck are.
+/// How flat the specks around a speck are. Where they are not, the rest says nothing.
 struct SpeckShape {
     Vector normal{0, 0, 0};
     double rms = 0;
@@ -158,7 +159,11 @@ SpeckShape SmallGrower::ShapeOf(std::uint32_t speck) const {
     MomentSum sum;
     sum.Add(Vector{0, 0, 0});
     for (const std::uint32_t other : around) sum.Add(means_[other] - means_[speck]);
-    const detail::PrincipalSpread spread = SpreadOf(sum.Covariance());
+    const SymmetricMatrix covariance = sum.Covariance();
+    // The middle variance is at most half of all: twigs and leaves need no closer look.
+    const double most = (covariance.xx + covariance.yy + covariance.zz) / 2;
+    if (VarianceFloor(covariance) > kSurely * kMaxRatio * most) return shape;
+    const detail::PrincipalSpread spread = SpreadOf(covariance);
     if (!(spread.middle > 0)) return shape;
     shape.normal = spread.normal;
     shape.rms = std::sqrt(spread.min * sum.count / (sum.count - 3));
