@@ -56,9 +56,21 @@ def aims(store):
     return table(["work", "rival or ceiling", "today", "aim", "command"], rows)
 
 
+def matrix(figures):
+    """Of figures that name their row and column."""
+    columns = list(dict.fromkeys(each["column"] for each in figures))
+    rows = {}
+    for each in figures:
+        rows.setdefault(each["row"], {})[each["column"]] = number(each["value"])
+    return table(["", *columns], [[row, *(cells.get(column, "") for column in columns)]
+                                  for row, cells in rows.items()])
+
+
 def question(store, name):
     """Every figure of one question."""
     asked = store["questions"][name]
+    if asked["figures"] and all("column" in each for each in asked["figures"]):
+        return f"{matrix(asked['figures'])}\n{command(asked)}, measured {asked['measured']}.\n"
     rows = [[each["what"],
              seconds(each["ceiling_seconds"]) if "ceiling_seconds" in each else "",
              seconds(each["seconds"]) if "seconds" in each else "", shown(each), aim(each)]

@@ -58,7 +58,7 @@ def figure(row):
     """A figure of a bench's own line: a ratio of two times, or a value with its unit."""
     made = {"what": row["what"], "value": row.get("ratio", row.get("value")),
             "unit": row.get("unit", ""), "is_ratio": "ratio" in row}
-    for key in ("ceiling_seconds", "seconds", "against"):
+    for key in ("ceiling_seconds", "seconds", "against", "row", "column"):
         if key in row:
             made[key] = row[key]
     if "aim" in row:

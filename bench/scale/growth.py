@@ -7,7 +7,8 @@
     bench/scale/growth.py --draw build/release out/growth --picture growth.png      # from the rows, once more
 
 Scans are those of slopes.py: rooms scanned at 20 mm, points in random order. Each work is a process of its own
-on every core, with its defaults; seconds are those of the clock, memory is the most that was resident. The
+on every core, with its defaults; seconds are those of the clock and, beside them, of the processors; memory is the
+most that was resident. The
 slope is fitted to the logarithms of all sizes: 1 means that a point costs what it did before. A walk that reads
 other points than the import wrote ends it. Rows go to OUT/rows.jsonl, the picture wants Debian's
 python3-matplotlib. --keep-scans leaves the scans in OUT, and scans that are there are used: 20 bytes a
@@ -38,8 +39,8 @@ def scan_of(out, count):
 
 def timed(command, *words):
     start = time.monotonic()
-    result, _, memory = slopes.run(command, *words)
-    return result, {"seconds": time.monotonic() - start, "memory": memory}
+    result, processor, memory = slopes.run(command, *words)
+    return result, {"seconds": time.monotonic() - start, "processor": processor, "memory": memory}
 
 
 def measure(command, out, count, keep_scan):
@@ -68,15 +69,17 @@ def slope(rows, work, what):
 
 
 def figures(rows):
-    """As benches print them, a line each."""
+    """As benches print them, a line each; `row` and `column` place them in a table."""
     for work in WORK:
-        for row in rows:
-            size = f"{work}, {row['points'] / 1e6:g} million points"
-            yield {"what": f"{size}: seconds", "value": row[work]["seconds"], "unit": "s"}
-            yield {"what": f"{size}: memory", "value": row[work]["memory"] / 1e6, "unit": "MB"}
-        if len(rows) > 1:
-            for what in ("seconds", "memory"):
-                yield {"what": f"{work}: slope of {what}", "value": slope(rows, work, what), "unit": ""}
+        for what, unit, scale in (("seconds", "s", 1), ("processor", "s", 1), ("memory", "MB", 1e-6)):
+            column = f"{work}, {unit}" if what != "processor" else f"{work}, processor {unit}"
+            for row in rows:
+                size = f"{row['points'] / 1e6:g} million points"
+                yield {"what": f"{work} of {size}: {what}", "value": row[work][what] * scale, "unit": unit,
+                       "row": size, "column": column}
+            if len(rows) > 1:
+                yield {"what": f"{work}: slope of {what}", "value": slope(rows, work, what), "unit": "",
+                       "row": "slope", "column": column}
 
 
 def draw(rows, path):
@@ -92,6 +95,9 @@ def draw(rows, path):
                         marker=mark, markersize=4, linewidth=1.6, label=label)
         axes.set_xlabel("points")
         axes.set_ylabel(unit)
+        axes.xaxis.set_major_formatter(ticker.FuncFormatter(lambda value, _: f"{value / 1e6:g} M"))
+        axes.yaxis.set_major_locator(ticker.LogLocator(subs=(1, 2, 5)))
+        axes.yaxis.set_minor_formatter(ticker.NullFormatter())
         axes.yaxis.set_major_formatter(ticker.FuncFormatter(lambda value, _: f"{value:g}"))
         axes.grid(True, which="major", alpha=0.4)
         axes.grid(True, which="minor", alpha=0.12)

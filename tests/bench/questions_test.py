@@ -100,6 +100,14 @@ class Pages(unittest.TestCase):
         self.assertIn("| fast | 10 ms | 11 ms | 1.10 | at most 1.15 |", page)
         self.assertIn("| stays |", page)
 
+    def test_show_figures_that_name_a_row_and_a_column_as_one_table(self):
+        cells = [("1 M", "import, s", 0.1), ("3 M", "import, s", 0.25), ("1 M", "walk, s", 1234)]
+        store = {"questions": {"growth": {"command": "c", "against": "", "measured": "", "figures": [
+            {"what": "w", "value": value, "unit": "s", "row": row, "column": column}
+            for row, column, value in cells]}}}
+        self.assertTrue(pages.question(store, "growth").startswith(
+            "|  | import, s | walk, s |\n| --- | --- | --- |\n| 1 M | 0.1 | 1,234 |\n| 3 M | 0.25 |  |\n"))
+
     def test_do_not_change_when_written_again(self):
         page = pages.written(PAGE, STORE)
         self.assertEqual(pages.written(page, STORE), page)
