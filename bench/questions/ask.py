@@ -84,8 +84,15 @@ def command_of(question, quick):
     words = [question.program, *question.asked_with(quick)]
     if question.program.startswith("bench_"):
         words[0] = "build/release/bin/" + words[0]
-    return " ".join(word.replace("{build}", "build/release").strip("{}").replace("project:", "PROJECT-OF-")
-                    for word in words if word != "--json")
+    return " ".join(shown_word(word) for word in words if word != "--json")
+
+
+def shown_word(word):
+    if word.startswith("{project:"):
+        return pathlib.Path(word[len("{project:"):-1]).stem + ".prj"
+    for mark, place in (("{build}", "build/release"), ("{out}", "out"), ("{pictures}", "docs")):
+        word = word.replace(mark, place)
+    return word
 
 
 def show(name, result):

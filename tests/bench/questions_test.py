@@ -64,6 +64,14 @@ class List(unittest.TestCase):
             if not each.program.startswith("bench_"):
                 self.assertTrue((ROOT / each.program).is_file(), each.program)
 
+    def test_shows_commands_as_a_reader_types_them(self):
+        asked = questions.read_list("a | bench_a --project {project:hall.laz} --json | --points 5 |\n"
+                                    "b | bench/b.py {build} {out}/x --picture {pictures}/b.png | |")
+        self.assertEqual([ask.command_of(asked[0], False), ask.command_of(asked[0], True),
+                          ask.command_of(asked[1], True)],
+                         ["build/release/bin/bench_a --project hall.prj", "build/release/bin/bench_a --points 5",
+                          "bench/b.py build/release out/x --picture docs/b.png"])
+
     def test_a_line_that_is_not_understood_is_named(self):
         for text in ("a | b | c", "two words | b | | d", "a | bench_a | | d\na | bench_b | | d", "a | | | d"):
             with self.assertRaisesRegex(ValueError, "line [12]"):
