@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Question: what does CNearestNeighbour cost over the tree that it is made of, asked directly?
-// Ceiling:  nanoflann's radius search into a vector that grows, sorted by distance, over the same
+// Question: what does CNearestNeighbour cost over another tree, asked directly?
+// Ceiling:  nanoflann's radius search, sorted by distance, into a vector that is reused, over the same
 //           points in the order in which they come.
 #include <fmt/format.h>
 #include <nanoflann.hpp>
@@ -61,14 +61,25 @@ using Tree = nanoflann::KDTreeSingleIndexAdaptor<Metric, Cloud, 3, int>;
 
 constexpr std::size_t kLeafPoints = 20;  // of nanoflann's: the fastest for these queries
 
-std::vector<int> FoundByTree(const Tree& tree, const Query& query, double radius) {
-    const double position[] = {query.x, query.y, query.z};
-    std::vector<std::pair<int, double>> found;
-    tree.radiusSearch(position, radius, found, {});
-    std::vector<int> indices(found.size());
-    std::ranges::transform(found, indices.begin(), [](const auto& pair) { return pair.first; });
-    return indices;
-}
+/// The tree's answers, into memory that is reused: none of it is asked for anew.
+class TreeSearch {
+public:
+    explicit TreeSearch(const Tree& tree) : tree_(tree) {}
+
+    const std::vector<int>& Find(const Query& query, double radius) {
+        const double position[] = {query.x, query.y, query.z};
+        tree_.radiusSearch(position, radius, found_, {});
+        indices_.resize(found_.size());
+        std::ranges::transform(found_, indices_.begin(),
+                               [](const auto& pair) { return pair.first; });
+        return indices_;
+    }
+
+private:
+    const Tree& tree_;
+    std::vector<std::pair<int, double>> found_;
+    std::vector<int> indices_;
+};
 
 int NearestByTree(const Tree& tree, const Query& query) {
     const double position[] = {query.x, query.y, query.z};
@@ -92,10 +103,11 @@ void CompareRadius(bench::Report& report, const Tree& tree, CNearestNeighbour& i
                    const std::vector<Query>& all, double radius) {
     const double bound = radius * radius;
     const std::size_t checked = 64;
+    TreeSearch search(tree);
     std::uint64_t total = 0;
     int count = 0;
     for (std::size_t i = 0; i < checked; ++i) {
-        auto expected = FoundByTree(tree, all[i], bound);
+        std::vector<int> expected = search.Find(all[i], bound);
         const int* indices = index.Find(&all[i], bound, count);
         bench::Require(static_cast<std::size_t>(count) == expected.size(), "counts differ");
         total += expected.size();
@@ -112,7 +124,7 @@ void CompareRadius(bench::Report& report, const Tree& tree, CNearestNeighbour& i
         0,
         [&] {
             for (std::size_t i = 0; i < asked; ++i) {
-                bench::Keep(FoundByTree(tree, all[i], bound).size());
+                bench::Keep(search.Find(all[i], bound).size());
             }
         },
         [&] {
