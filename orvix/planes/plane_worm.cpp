@@ -12,7 +12,8 @@
 namespace orvix {
 namespace {
 
-using detail::Dot, detail::IsBesideLine, detail::Length, detail::Middle, detail::Vector;
+using detail::Cross, detail::Dot, detail::IsBesideLine, detail::Length, detail::Middle,
+    detail::Vector;
 using detail::operator-, detail::operator*;
 
 enum Direction : std::int32_t {
@@ -70,6 +71,20 @@ bool OnOneLine(const std::vector<Vector>& points) {
     const Vector axis = LongestFromFirst(points);
     return std::none_of(points.begin(), points.end(),
                         [&](const Vector& p) { return IsBesideLine(p - first, axis); });
+}
+
+/// Whether the last points surely leave no line to all: no two of those are that far apart as `diameter`.
+/// Were the first point and two others within a thousandth of it from a line, the square that those span
+/// about the first would be 0.002 of the diameter's at most. Spares most cells the search for their
+/// farthest point.
+bool SurelySpread(const std::vector<Vector>& points, double diameter) {
+    if (points.size() < 4) return false;
+    const auto offset = [&](std::size_t fromEnd) {
+        return points[points.size() - fromEnd] - points.front();
+    };
+    const Vector last = offset(1);
+    const double least = 0.0021 * diameter * diameter;
+    return Length(Cross(last, offset(2))) > least || Length(Cross(last, offset(3))) > least;
 }
 
 }  // namespace
@@ -268,7 +283,8 @@ PlaneWorm::Cell PlaneWorm::Fit(const CellSniff& cell, const SimplePointT<double>
         Dot(cell.normal, cell.normal) > 0 ? cell.normal : detail::UnitNormal(base_);
     fit_.AddPoints(points_.get(), neighbours_.data(), static_cast<int>(neighbours_.size()), true);
     fit_.Generate(false);
-    Vector normal = OnOneLine(fit_.data()) ? carried : detail::Normal(fit_);
+    const bool spread = SurelySpread(fit_.data(), settings_->SplitSizeScaled());
+    Vector normal = !spread && OnOneLine(fit_.data()) ? carried : detail::Normal(fit_);
     if (Dot(normal, carried) < 0) normal = normal * -1.0;
     return {cell.key, {}, centre, normal, {fit_.x(), fit_.y(), fit_.z()}, false};
 }
