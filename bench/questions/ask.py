@@ -76,7 +76,7 @@ class Asker:
                                  timeout=PATIENCE, check=True)
         shutil.rmtree(out)
         rows, notes = questions.objects(process.stdout.splitlines())
-        return questions.figures_of(rows), notes
+        return questions.figures_of(rows, question.aim), notes
 
 
 def command_of(question, quick):

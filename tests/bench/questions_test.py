@@ -73,7 +73,8 @@ class List(unittest.TestCase):
                           "bench/b.py build/release out/x --picture docs/b.png"])
 
     def test_a_line_that_is_not_understood_is_named(self):
-        for text in ("a | b | c", "two words | b | | d", "a | bench_a | | d\na | bench_b | | d", "a | | | d"):
+        for text in ("a | b | c", "two words | b | | d", "a | bench_a | | d\na | bench_b | | d", "a | | | d",
+                     "a | bench_a | | d | quickly"):
             with self.assertRaisesRegex(ValueError, "line [12]"):
                 questions.read_list(text)
 
@@ -91,9 +92,10 @@ class Figures(unittest.TestCase):
     def test_of_a_search_are_rates_and_how_many_times_as_long_rivals_take(self):
         made = questions.figures_of([
             {"name": "orvix", "who": "orvix planes", "points": 1_000_000, "seconds": 0.5},
-            {"name": "cgal", "who": "CGAL", "points": 1_000_000, "seconds": 30}])
+            {"name": "cgal", "who": "CGAL", "points": 1_000_000, "seconds": 30}], ("at least", 100))
         self.assertEqual([(each["what"], each["value"]) for each in made],
                          [("search of 1,000,000 points", 2.0), ("CGAL, times as long", 60.0)])
+        self.assertEqual([each.get("met") for each in made], [None, False])
 
 
 class Pages(unittest.TestCase):
