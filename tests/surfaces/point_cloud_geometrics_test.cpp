@@ -14,6 +14,7 @@
 
 #include "orvix/geometry/plane_frame.h"
 #include "orvix/surfaces/planar_triangulation.h"
+#include "orvix/surfaces/stoppable_surface.h"
 
 namespace orvix {
 namespace {
@@ -223,12 +224,14 @@ Flat OnGround(const Points& points, std::size_t given) {
 class ConstrainedModel : public testing::TestWithParam<unsigned> {};
 
 TEST_P(ConstrainedModel, HasTheTrianglesOfInsertingOneByOne) {
-    for (unsigned seed = GetParam(); seed < 400; seed += 4) {
+    for (unsigned seed = GetParam(); seed < 200; seed += 4) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         std::mt19937 random(seed);
         // Scattered, on a raster, on a line: the boundary's corners are among the points or are not.
         const auto draw = [&] {
-            const auto whole = [&](unsigned below) { return static_cast<double>(random() % below); };
+            const auto whole = [&](unsigned below) {
+                return static_cast<double>(random() % below);
+            };
             const double x = whole(16), y = whole(16);
             if (seed % 4 == 0) return Point{1e-3 * whole(9973), 1e-3 * whole(9973), 0};
             return seed % 4 == 1 ? Point{x, x + 1, 0} : Point{x, y, 0};
@@ -237,8 +240,9 @@ TEST_P(ConstrainedModel, HasTheTrianglesOfInsertingOneByOne) {
         for (Point& p : points) p = draw();
         Points boundary(random() % 8);
         for (Point& p : boundary) {
-            p = random() % 2 == 0 || points.empty() ? Point{0.5 * static_cast<double>(random() % 32), draw().y, 0}
-                                                    : points[random() % points.size()];
+            p = random() % 2 == 0 || points.empty()
+                    ? Point{0.5 * static_cast<double>(random() % 32), draw().y, 0}
+                    : points[random() % points.size()];
         }
         Flat all;
         const std::vector<int> expected =
@@ -252,6 +256,28 @@ TEST_P(ConstrainedModel, HasTheTrianglesOfInsertingOneByOne) {
     }
 }
 INSTANTIATE_TEST_SUITE_P(Seeds, ConstrainedModel, testing::Range(0U, 4U));
+
+TEST(PointCloudGeometrics, StopsWhereTheCallerSaysSo) {
+    std::mt19937 random(6);
+    const Points scattered = OnPlane(random, kGround, 20'000);
+    const PlaneFrame frame(0, 0, 1, 0);
+    const Points boundary(scattered.begin(), scattered.begin() + 140);
+    int asked = 0;
+    const auto stopsAt = [&](int last) {
+        asked = 0;
+        Points points = scattered;
+        std::vector<int> faces;
+        return !detail::ConstrainedSurfaceWhile(points, frame, faces, boundary,
+                                                [&] { return ++asked != last; });
+    };
+    EXPECT_FALSE(stopsAt(0));
+    const int all = asked;
+    EXPECT_GT(all, 30);  // strips, faces and segments
+    for (int last = 1; last <= all; last += 1 + all / 10) {
+        ASSERT_TRUE(stopsAt(last));
+        ASSERT_EQ(asked, last);
+    }
+}
 
 // BEHAVIOUR S4
 TEST(PointCloudGeometrics, LeavesTheBoundaryOpen) {
