@@ -58,7 +58,8 @@ Expected<EditedSums> EditedSums::Begin(const ProjectManager& paths,
 }
 
 // The mark is this edit's own opening alone; of further ones nobody knows what they write.
-Expected<void> EditedSums::End(const detail::BlockRunner& run) const {
+Expected<void> EditedSums::End(const detail::BlockRunner& run,
+                               std::vector<std::uint32_t> pointSums) const {
     if (!fresh_ || detail::TimesWritten(paths_->gridPts) != 1) return {};
     if (summed_) {
         const CString path = detail::ManifestPath(*paths_);
@@ -68,6 +69,8 @@ Expected<void> EditedSums::End(const detail::BlockRunner& run) const {
         std::vector<FileSums> known;
         for (const FileSums& file : (*manifest)->files) {
             if (!IsEdited(file)) known.push_back(file);
+            if (file.name == detail::kPointsName && file.sums.size() == pointSums.size())
+                known.push_back({file.name, file.bytes, pointSums});
         }
         auto done = detail::SumProject(*paths_, known, run);
         if (!done) return done;

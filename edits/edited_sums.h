@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "orvix/platform/error.h"
 #include "orvix/project/manifest/block_sums.h"
 #include "orvix/project/project_manager.h"
@@ -20,13 +23,16 @@ namespace orvix::edits {
 ///            opens them for writing meanwhile. A repair sums them.
 /// Errors     Begin: Damaged where bytes differ from their sums, since new sums would hide that. End:
 ///            those of reading and writing.
-/// Cost       both point files are read once more in Begin, and once in End; blocks by as many jobs as
+/// Cost       both point files are read once more in Begin, and once in End, Grid.pts not where the caller brings its sums; blocks by as many jobs as
 ///            `run` has at a time.
 class EditedSums {
 public:
     static Expected<EditedSums> Begin(const ProjectManager& paths,
                                       const detail::BlockRunner& run = detail::RunOneByOne);
-    Expected<void> End(const detail::BlockRunner& run = detail::RunOneByOne) const;
+    /// `pointSums`: of the blocks of Grid.pts, where they were made as it was changed; empty: it is
+    /// read.
+    Expected<void> End(const detail::BlockRunner& run = detail::RunOneByOne,
+                       std::vector<std::uint32_t> pointSums = {}) const;
 
 private:
     explicit EditedSums(const ProjectManager& paths) : paths_(&paths) {}

@@ -60,8 +60,8 @@ void ReadVerbs::Walk() {
                    "the walk read other points than were imported");
     report_.Compare(
         "walk, over the points three times and the indexes", hall_.PointBytes() * kLevels,
-        [this] { ReadLevels(); }, [this] { bench::Keep(reports::WalkProject(hall_.project, {}, 0)); },
-        bench::AtMost(2));
+        [this] { ReadLevels(); },
+        [this] { bench::Keep(reports::WalkProject(hall_.project, {}, 0)); }, bench::AtMost(2));
 }
 
 void ReadVerbs::Check(detail::SumDepth depth, const char* what) {

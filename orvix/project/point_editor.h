@@ -59,7 +59,9 @@ static_assert(offsetof(CPointDataFull, dclcSecond) == offsetof(CPointDataFull, d
 ///          every changed page is on the disk: up to the size of the two files at the disk's speed.
 class PointEditor {
 public:
-    explicit PointEditor(const CProjectCore& core) : reader_(core.CreateAlivePointReaderWriter()) {}
+    explicit PointEditor(const CProjectCore& core)
+        : reader_(core.CreateAlivePointReaderWriter()),
+          plainReader_(core.CreateAlivePointReader()) {}
 
     /// Calls use(point, pair) for each point of a run.
     template <class Use>
@@ -73,6 +75,29 @@ public:
                                 offsetof(CCloudPoint<float>, dclcFirst)));
         }
         return true;
+    }
+
+    /// One stretch of records, twice.
+    struct Records {
+        const std::uint8_t* read;
+        std::uint8_t* write;
+    };
+    /// The records of a run of up to CAlivePointReader::kRunChunkPoints for loops that look at every
+    /// point: nulls where they cannot be mapped. Valid until the next call.
+    ///
+    /// A page that is written to before it is read through the same view takes one fault, and may take
+    /// its neighbours along; one that was read first takes a second one of its own, which was half of
+    /// the time of an edit of all points. So records are read through one view and changed through
+    /// another; both show the same bytes.
+    [[nodiscard]] Records RecordsOf(const CIndexerSmall& run) {
+        reader_->Reset();
+        plainReader_->Reset();
+        if (!reader_->ReadIndexPoints(run) || !plainReader_->ReadIndexPoints(run)) return {};
+        const std::uint8_t* const read = plainReader_->PtsMapAddressAlive();
+        std::uint8_t* const write = reader_->PtsMapAddressAlive();
+        if (read == nullptr || write == nullptr) return {};
+        return {read + plainReader_->CurrentPointPositionAlive(),
+                write + reader_->CurrentPointPositionAlive()};
     }
 
     /// Calls use(place, data, pair) for the next `count` points of the skeleton, from its first on.
@@ -101,6 +126,7 @@ public:
 
 private:
     std::shared_ptr<CAlivePointReader> reader_;
+    std::shared_ptr<CAlivePointReader> plainReader_;  // of RecordsOf
 };
 
 }  // namespace orvix::detail
