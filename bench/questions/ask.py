@@ -105,8 +105,11 @@ def show(name, result):
         print(f"    {note}", flush=True)
 
 
-def ask_all(options, asked):
-    """What the questions gave by name, why others gave nothing, and whether there was a fault."""
+def ask_all(options, asked, keep):
+    """What the questions gave by name, why others gave nothing, and how many faults there were.
+
+    keep(results, silent) is called after each, so that what ends this early loses one answer alone.
+    """
     results, silent, faults = {}, {}, 0
     with tempfile.TemporaryDirectory(prefix="orvix-bench-") as folder:
         asker = Asker(options, pathlib.Path(folder))
@@ -130,6 +133,7 @@ def ask_all(options, asked):
                 show(question.name, results[question.name])
             if question.name in silent:
                 print(f"{question.name}: {silent[question.name]}", flush=True)
+            keep(results, silent)
     return results, silent, faults
 
 
@@ -192,18 +196,20 @@ def main():
         return 0
     options.results.mkdir(parents=True, exist_ok=True)
     where, order = machine.machine(options.build), [each.name for each in known]
-    results, silent, faults = ask_all(options, chosen(options, known))
-    run = merged(None, results, where, order) | {"quick": options.quick, "silent": silent}
-    for path in {options.results / "figures.json", options.json} - {None}:
-        save(path, run)
+    kept = json.loads(KEPT.read_text(encoding="utf-8")) if KEPT.exists() else None
+
+    def keep(results, silent):
+        run = merged(None, results, where, order) | {"quick": options.quick, "silent": silent}
+        for path in {options.results / "figures.json", options.json} - {None}:
+            save(path, run)
+        if options.write and results:
+            save(KEPT, merged(kept, results, where, order))
+            write_page(merged(kept, results, where, order))
+
+    results, silent, faults = ask_all(options, chosen(options, known), keep)
     missed = sum(not each.get("met", True) for result in results.values() for each in result["figures"])
     print(f"{len(results)} questions answered, {len(silent)} not; {missed} aims missed; "
           f"figures in {options.results / 'figures.json'}")
-    if options.write and results:
-        kept = json.loads(KEPT.read_text(encoding="utf-8")) if KEPT.exists() else None
-        store = merged(kept, results, where, order)
-        save(KEPT, store)
-        write_page(store)
     return 1 if faults else 0
 
 

@@ -33,7 +33,7 @@ def seconds(value):
 
 
 def aim(figure):
-    return f"{figure['aim_kind']} {figure['aim']:g}" if "aim" in figure else ""
+    return f"{figure['aim_kind']} {figure['aim']:.3g}" if "aim" in figure else ""
 
 
 def command(question):
