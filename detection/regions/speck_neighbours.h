@@ -22,7 +22,7 @@ namespace orvix::detection {
 /// Order      of equally near ones, those come first that a search of the tree comes upon first: what
 ///            nanoflann's own search finds, a function of the specks alone.
 /// Errors     none; where `asker` says no, the specks that are left have no neighbours.
-/// Cost       half a microsecond a speck, 0.7 of what nanoflann's own search takes; 80 bytes a speck.
+/// Cost       about a microsecond a speck, 0.7 of what nanoflann's own search takes; 80 bytes a speck.
 /// Source     kd-tree of nanoflann (M. Muja, D. Lowe, J. L. Blanco).
 class SpeckNeighbours {
 public:
