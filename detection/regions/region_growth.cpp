@@ -27,6 +27,10 @@ constexpr double kMaxSpread = 0.55;  // of the distance: rms of a cell's points
 constexpr double kMaxTilt = 0.01;    // of a cell's size: spread of a cell that waves
 constexpr double kLineWidth = 0.2;   // of a cell's size: of the line that a scanner leaves in it
 
+std::size_t LeastCells(const GrowthLimits& limits) {
+    return limits.small ? kMinCellsBeside : kMinCells;
+}
+
 class Grower {
 public:
     Grower(const TileCells& tile, const std::vector<CellShape>& shapes, const GrowthLimits& limits,
@@ -296,8 +300,10 @@ Regions Grower::Grow() {
         if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !Start(seed)) continue;
         Spread();
         if (cells_.size() >= kMinCells) Recheck();
+        // What touches the rim may go on in the next tile. A few cells there explain no points: these
+        // grow together with the next tile's.
         if (IsLargeEnough(region_, limits_, tile_.Frame().Size()) ||
-            (cells_.size() >= kMinCells && TouchesRim())) {
+            (cells_.size() >= LeastCells(limits_) && TouchesRim())) {
             Keep();
         } else {
             Discard();
@@ -341,9 +347,7 @@ double ReachOf(const Region& region, const GrowthLimits& limits) {
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
     if (region.small)
         return region.sum.count >= limits.minPoints && region.extent >= limits.minArea;
-    if (region.cells < (limits.small ? kMinCellsBeside : kMinCells) ||
-        region.sum.count < limits.minPoints)
-        return false;
+    if (region.cells < LeastCells(limits) || region.sum.count < limits.minPoints) return false;
     const Vector& n = region.plane.normal;
     // A plane passes through that many cells for each square of a cell's side.
     const double cellsPerFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "detection/regions/speck_neighbours.h"
+#include "detection/regions/speck_shapes.h"
 #include "orvix/platform/asker.h"
 
 namespace orvix::detection {
@@ -15,13 +16,12 @@ namespace {
 constexpr double kMaxDistance = 0.8;    // of a cell's side: of a neighbour
 constexpr double kMaxSparse = 2.5;      // and where the cell holds no more than a few points,
 constexpr double kFewPoints = 3;        // as on a facade that is far from the scanner
-constexpr std::size_t kMinNearest = 6;  // of a speck with a normal
 constexpr std::size_t kMinSpecks = 12;  // of a region
 constexpr std::size_t kMinRimSpecks = 6;
-constexpr double kMinWidth = 0.08;         // of a cell's side: standard deviation across a region
-constexpr double kMaxRatio = 0.1;          // of a neighbourhood's least variance to its middle one
-constexpr double kSurely = 1.01;           // times that ratio: for the rounding of variances
-constexpr double kMinSquareness = 0.02;    // of its middle variance to its largest
+constexpr double kMinWidth = 0.055;        // of a cell's side: standard deviation across a region
+constexpr double kMaxLineWidth = 0.08;     // and of a line that is no region beside another one
+constexpr std::uint8_t kMaxDrops = 2;      // regions that a speck leads on in vain
+constexpr std::size_t kMinSupport = 7;     // neighbours on a region's plane: a speck that leads on
 constexpr double kMaxSureTurn = 0.1;       // radians: a normal that is surer than that may refuse
 constexpr double kMaxCosineOfOther = 0.7;  // of such a normal with the region's
 constexpr double kMaxFilled = 0.46;        // of what a region allows its specks: its rms
@@ -32,22 +32,19 @@ constexpr double kScatters = 4;            // times a region's rms: how far its 
 
 constexpr std::uint32_t kSpecksPerQuestion = 2048;  // some milliseconds
 
-/// How flat the specks around a speck are. Where they are not, the rest says nothing.
-struct SpeckShape {
-    Vector normal{0, 0, 0};
-    double rms = 0;
-    double turn = 0;  // standard error of the normal
-    bool flat = false;
-};
+std::vector<Vector> MeansOf(std::span<const Speck> specks) {
+    std::vector<Vector> means;
+    means.reserve(specks.size());
+    for (const Speck& speck : specks) means.push_back(speck.sum.Mean());
+    return means;
+}
 
-std::vector<SpeckNeighbours::Place> PlacesOf(std::span<const Speck> specks) {
+std::vector<SpeckNeighbours::Place> PlacesOf(std::span<const Vector> means) {
     std::vector<SpeckNeighbours::Place> places;
-    places.reserve(specks.size());
-    for (const Speck& speck : specks) {
-        const Vector at = speck.sum.Mean();
+    places.reserve(means.size());
+    for (const Vector& at : means)
         places.push_back(
             {static_cast<float>(at.x), static_cast<float>(at.y), static_cast<float>(at.z)});
-    }
     return places;
 }
 
@@ -72,21 +69,17 @@ public:
           specks_(specks),
           tile_(tile),
           limits_(limits),
-          nearest_(PlacesOf(specks), FarthestOf(specks, tile), asker_),
+          means_(MeansOf(specks)),
+          nearest_(PlacesOf(means_), FarthestOf(specks, tile), asker_),
+          shapes_(ShapesOfSpecks(means_, nearest_, limits.distance, asker_)),
           regionOf_(specks.size(), kNoRegion),
           seen_(specks.size(), 0),
-          discarded_(specks.size()) {
-        means_.reserve(specks.size());
-        for (const Speck& speck : specks) means_.push_back(speck.sum.Mean());
-        for (std::uint32_t i = 0; i < specks.size() && asker_.GoesOn(); ++i)
-            shapes_.push_back(ShapeOf(i));
-        shapes_.resize(specks.size());
-    }
+          drops_(specks.size(), 0) {}
 
     SmallRegions Grow() {
         for (const std::uint32_t seed : Seeds()) {
             if (!asker_.GoesOn()) break;
-            if (regionOf_[seed] != kNoRegion || discarded_[seed]) continue;
+            if (regionOf_[seed] != kNoRegion || drops_[seed] > 0) continue;
             Start(seed);
             Spread();
             Recheck();
@@ -105,7 +98,6 @@ private:
         bool edge = false;  // leads no further
     };
 
-    [[nodiscard]] SpeckShape ShapeOf(std::uint32_t speck) const;
     [[nodiscard]] std::vector<std::uint32_t> Seeds() const;
     void Start(std::uint32_t seed);
     void Spread();
@@ -117,6 +109,13 @@ private:
     }
     [[nodiscard]] bool Fits(std::uint32_t speck) const {
         return std::abs(Dot(normal_, means_[speck] - centre_)) <= allowed_;
+    }
+    // Whether most neighbours of a speck lie on the plane: beside an edge the normal says little.
+    [[nodiscard]] bool IsSupported(std::uint32_t speck) const {
+        const auto around = nearest_.Of(speck);
+        return static_cast<std::size_t>(
+                   std::count_if(around.begin(), around.end(),
+                                 [&](std::uint32_t other) { return Fits(other); })) >= kMinSupport;
     }
     [[nodiscard]] double CurvedShare() const;
     [[nodiscard]] bool IsTwoLines() const;
@@ -134,12 +133,12 @@ private:
     std::span<const Speck> specks_;
     const TileCells& tile_;
     GrowthLimits limits_;
-    SpeckNeighbours nearest_;
     std::vector<Vector> means_;
+    SpeckNeighbours nearest_;
     std::vector<SpeckShape> shapes_;
     std::vector<std::int32_t> regionOf_;
     std::vector<std::uint32_t> seen_;  // the round in which a speck was last compared
-    std::vector<bool> discarded_;      // specks whose region was too small: no seeds any more
+    std::vector<std::uint8_t> drops_;  // of a speck's regions; no seed after the first
     std::uint32_t round_ = 0;
     SmallRegions result_;
     // The region at work.
@@ -151,27 +150,6 @@ private:
     double width_ = 0;    // variance across it, along its plane
     double allowed_ = 0;  // distance of a speck from the plane
 };
-
-SpeckShape SmallGrower::ShapeOf(std::uint32_t speck) const {
-    SpeckShape shape;
-    const auto around = nearest_.Of(speck);
-    if (around.size() < kMinNearest) return shape;
-    MomentSum sum;
-    sum.Add(Vector{0, 0, 0});
-    for (const std::uint32_t other : around) sum.Add(means_[other] - means_[speck]);
-    const SymmetricMatrix covariance = sum.Covariance();
-    // The middle variance is at most half of all: twigs and leaves need no closer look.
-    const double most = (covariance.xx + covariance.yy + covariance.zz) / 2;
-    if (VarianceFloor(covariance) > kSurely * kMaxRatio * most) return shape;
-    const detail::PrincipalSpread spread = SpreadOf(covariance);
-    if (!(spread.middle > 0)) return shape;
-    shape.normal = spread.normal;
-    shape.rms = std::sqrt(spread.min * sum.count / (sum.count - 3));
-    shape.turn = std::sqrt(spread.min / (spread.middle * sum.count));
-    shape.flat =
-        spread.min < kMaxRatio * spread.middle && spread.middle > kMinSquareness * spread.max;
-    return shape;
-}
 
 std::vector<std::uint32_t> SmallGrower::Seeds() const {
     constexpr std::size_t kMinOfSeed = 8;
@@ -213,10 +191,11 @@ void SmallGrower::Spread() {
             if (!Fits(speck)) continue;
             const SpeckShape& shape = shapes_[speck];
             const double cosine = std::abs(Dot(shape.normal, normal_));
-            const bool along = shape.flat && cosine >= limits_.minCosine;
             if (shape.flat && shape.turn < kMaxSureTurn && cosine < kMaxCosineOfOther) continue;
+            const bool along = (shape.flat && cosine >= limits_.minCosine) || IsSupported(speck);
+            const bool leads = along && drops_[speck] < kMaxDrops;
             regionOf_[speck] = number_;
-            members_.push_back({speck, !along});
+            members_.push_back({speck, !leads});
         }
         if (members_.size() >= refitAt) {
             Fit();
@@ -292,19 +271,33 @@ double SmallGrower::CurvedShare() const {
     return 1 - (1 - explained / squares) * (count - 3) / (count - kTerms);
 }
 
-// Whether the specks lie along two edges with nothing between them, as what is left along a frame
-// does: their kurtosis across is 1, that of an even face 1.8.
+// Whether the specks lie along two edges, each too narrow for a face, with nothing between them, as
+// what is left along a frame does: their kurtosis across is 1, that of an even face 1.8. The four
+// sides of a casement lie along two lines as well, but wider ones.
 bool SmallGrower::IsTwoLines() const {
     MomentSum sum;
     for (const Member& member : members_) sum.Add(means_[member.speck] - centre_);
-    const detail::EigenSystem eigen = detail::DecomposeSymmetric(sum.Covariance());
+    const Vector across = detail::DecomposeSymmetric(sum.Covariance()).vectors[1];
     double squares = 0, fourths = 0;
+    struct Line {
+        double count = 0, sum = 0, squares = 0;
+        [[nodiscard]] double Variance() const {
+            return count > 0 ? squares / count - (sum / count) * (sum / count) : 0;
+        }
+    };
+    std::array<Line, 2> lines;
     for (const Member& member : members_) {
-        const double across = Dot(eigen.vectors[1], means_[member.speck] - centre_);
-        squares += across * across;
-        fourths += across * across * across * across;
+        const double at = Dot(across, means_[member.speck] - centre_);
+        squares += at * at;
+        fourths += at * at * at * at;
+        Line& line = lines[at < 0 ? 0 : 1];
+        line.count += 1;
+        line.sum += at;
+        line.squares += at * at;
     }
-    return fourths * sum.count < kMinKurtosis * squares * squares;
+    if (fourths * sum.count >= kMinKurtosis * squares * squares) return false;
+    const double widest = kMaxLineWidth * tile_.Frame().Size();
+    return std::max(lines[0].Variance(), lines[1].Variance()) < widest * widest;
 }
 
 bool SmallGrower::IsWorthKeeping() const {
@@ -347,7 +340,7 @@ void SmallGrower::Keep() {
 void SmallGrower::Discard() {
     for (const Member& member : members_) {
         regionOf_[member.speck] = kNoRegion;
-        discarded_[member.speck] = true;
+        if (drops_[member.speck] < kMaxDrops) ++drops_[member.speck];
     }
 }
 

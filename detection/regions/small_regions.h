@@ -19,12 +19,12 @@ struct SmallRegions {
 
 /// Grows regions over specks: faces too narrow for cells, such as reveals, frames and beams.
 ///
-/// Each speck has the normal of its 12 nearest ones. From the flattest on, regions take in the
-/// nearest specks of their specks, as GrowRegions does with cells; what is smaller than a dozen
-/// specks, or narrower than a quarter of a cell, is dropped.
+/// Each speck has the normal of its 12 nearest ones, or of those that agree on a plane. From the
+/// flattest on, regions take in the nearest specks of their specks, as GrowRegions does with cells; a
+/// speck leads on where its normal is the region's or where most of its nearest ones lie on the plane.
+/// What is smaller than a dozen specks, or narrower than a fifth of a cell, is dropped; a speck of
+/// which two regions were dropped leads on no more, so that one is not grown again from each seed.
 ///
-/// Boundaries specks farther than 0.8 of a cell's side apart are no neighbours; where a cell holds no
-///            more than three points, as on a facade far from the scanner, 2.5 sides.
 /// Order   a function of the specks alone: seeds by flatness, equal ones by number.
 /// Errors  none; where `proceed`, asked every few milliseconds, says no, a result to be dropped.
 /// Cost    some 2 microseconds and 250 bytes per speck.

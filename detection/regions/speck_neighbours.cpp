@@ -182,7 +182,7 @@ private:
 
 SpeckNeighbours::SpeckNeighbours(std::vector<Place> places, std::span<const float> farthest,
                                  detail::Asker& asker)
-    : nearest_(places.size() * kNearest), counts_(places.size(), 0) {
+    : nearest_(places.size() * kMost), counts_(places.size(), 0) {
     const SpeckTree tree(std::move(places));
     NearestFew nearest;
     Search search(tree, nearest);
@@ -191,8 +191,8 @@ SpeckNeighbours::SpeckNeighbours(std::vector<Place> places, std::span<const floa
         search.From(tree.PlaceOf(speck));
         nearest.ForEach([&](std::uint32_t place) {
             const std::uint32_t found = tree.SpeckAt(place);
-            if (found == speck || counts_[speck] == kNearest) return;
-            nearest_[speck * kNearest + counts_[speck]++] = found;
+            if (found == speck || counts_[speck] == kMost) return;
+            nearest_[speck * kMost + counts_[speck]++] = found;
         });
     }
 }

@@ -27,18 +27,17 @@ namespace orvix::detection {
 class SpeckNeighbours {
 public:
     using Place = std::array<float, 3>;
+    static constexpr std::size_t kMost = 12;
 
     /// `farthest` holds as many as `places`.
     SpeckNeighbours(std::vector<Place> places, std::span<const float> farthest,
                     detail::Asker& asker);
 
     [[nodiscard]] std::span<const std::uint32_t> Of(std::uint32_t speck) const {
-        return {nearest_.data() + std::size_t{speck} * kNearest, counts_[speck]};
+        return {nearest_.data() + std::size_t{speck} * kMost, counts_[speck]};
     }
 
 private:
-    static constexpr std::size_t kNearest = 12;
-
     std::vector<std::uint32_t> nearest_;
     std::vector<std::uint8_t> counts_;
 };

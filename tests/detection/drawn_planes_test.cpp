@@ -262,6 +262,40 @@ TEST(DrawnPlanes, AFacadeFarFromTheScannerOfADenseRoomIsFoundWhole) {
     }
 }
 
+// BEHAVIOUR A15
+TEST(DrawnPlanes, BothSidesOfABarAreFound) {
+    // 5 cm wide, 2 cm thick, the sides' places nearer to one another than twelve of one side.
+    Scene scene(0.012, 0.0015);
+    scene.Add({0, 0, 0}, kX * 2, kY * 2);
+    const double bars[] = {0.53, 0.84, 1.17};
+    for (const double at : bars)
+        for (const double side : {at, at + 0.02}) scene.Add({side, 1.03, 0.1}, kY * 0.05, kZ * 0.9);
+    const Searched search(scene);
+    for (const double at : bars) {
+        for (const double side : {at, at + 0.02}) {
+            const auto found = search.Through(kX, {side, 1.05, 0.5}, 0.003);
+            ASSERT_EQ(found.size(), 1U) << side;
+            EXPECT_GT(found[0].points, 200U) << side;  // of 300
+        }
+    }
+}
+
+// BEHAVIOUR A15
+TEST(DrawnPlanes, ACasementIsOnePlaneThoughItsPointsLieAlongTwoLines) {
+    Scene scene(0.008, 0.0015);
+    scene.Add({0, 0, 0}, kX * 3, kY * 2);
+    const double wide = 2, high = 0.5, leg = 0.04;
+    scene.Add({0.5, 1.03, 0.3}, kX * leg, kZ * high)
+        .Add({0.5 + wide - leg, 1.03, 0.3}, kX * leg, kZ * high)
+        .Add({0.5 + leg, 1.03, 0.3}, kX * (wide - 2 * leg), kZ * leg)
+        .Add({0.5 + leg, 1.03, 0.3 + high - leg}, kX * (wide - 2 * leg), kZ * leg);
+    const Searched search(scene);
+    const auto found = search.Through(kY, {0.95, 1.03, 0.9}, 0.002);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_GT(found[0].points, 2600U);  // of 3025
+    EXPECT_EQ(search->Planes().size(), 2U);
+}
+
 TEST(DrawnPlanes, BothSidesOfADoorLeafAreFound) {
     for (const double at : {1.0, 1.085}) {
         Scene scene(0.02, 0.0015);

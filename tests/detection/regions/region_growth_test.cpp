@@ -33,13 +33,16 @@ public:
             }
         }
     }
-    Regions Grow() {
-        TileCells tile(frame_, {}, {&sums_, 1});
+    /// `small` as GrowthLimits has it.
+    Regions Grow(bool small = true, double minArea = 0.1) {
+        CellSums sums = sums_;  // a tile takes what it is given
+        TileCells tile(frame_, {}, {&sums, 1});
         tile.Link();
         GrowthLimits limits;
         limits.distance = 0.02;
         limits.minCosine = 0.94;
-        limits.minArea = 0.1;
+        limits.minArea = minArea;
+        limits.small = small;
         return GrowRegions(tile, ShapesOf(tile), limits);
     }
 
@@ -65,10 +68,18 @@ TEST(GrowRegions, DropsWhatIsSmallUnlessItTouchesTheTilesRim) {
     Sheets sheets;
     sheets.Add({20, 20, 20}, 2, 0.001);
     sheets.Add({0, 20, 50}, 2, 0.001);
-    const Regions grown = sheets.Grow();
-    ASSERT_EQ(grown.regions.size(), 1U);
-    EXPECT_NEAR(grown.regions[0].plane.centre.z, 5.05, 0.001);
-    EXPECT_EQ(grown.regions[0].cells, 4U);
+    sheets.Add({0, 40, 30}, 3, 0.001);
+    sheets.Add({40, 40, 10}, 3, 0.001);
+    // Where points decide about what cells do not explain, a few cells at the rim explain nothing.
+    for (const bool small : {false, true}) {
+        const Regions grown = sheets.Grow(small);
+        ASSERT_EQ(grown.regions.size(), small ? 0U : 2U);
+        if (small) continue;
+        EXPECT_NEAR(grown.regions[0].plane.centre.x, 0.15, 0.06);
+        EXPECT_NEAR(grown.regions[1].plane.centre.x, 0.15, 0.06);
+    }
+    sheets.Add({0, 5, 55}, 4, 0.001);
+    EXPECT_EQ(sheets.Grow(true, 0.5).regions.size(), 1U);
 }
 
 }  // namespace
