@@ -43,6 +43,10 @@ std::vector<RimEdge> RimOf(const RoomCells& cells, std::int32_t room) {
     return rim;
 }
 
+struct PlanBox {
+    PlanPoint low, high;
+};
+
 /// Lines near a rim, and what of the rim has none.
 struct Support {
     std::vector<double> metres;  // of each line
@@ -206,6 +210,31 @@ BoundLine Straightened(const BoundLine& edge, const std::vector<WallPiece>& wall
     return edge;
 }
 
+// Where no line bounds a side, pieces run on to the box that was drawn around the rim: there they end
+// with the rim.
+void EndWithRim(const PlanBox& around, const PlanBox& rim, std::vector<PlanRing>& pieces) {
+    const struct {
+        PlanPoint normal;
+        double around, rim;
+    } sides[] = {{{1, 0}, around.low.x, rim.low.x},
+                 {{-1, 0}, -around.high.x, -rim.high.x},
+                 {{0, 1}, around.low.y, rim.low.y},
+                 {{0, -1}, -around.high.y, -rim.high.y}};
+    for (const auto& side : sides) {
+        const auto before = [&](const PlanPoint& p, double offset) {
+            return side.normal.x * p.x + side.normal.y * p.y - offset;
+        };
+        const bool reached = std::any_of(pieces.begin(), pieces.end(), [&](const PlanRing& piece) {
+            return std::any_of(piece.begin(), piece.end(),
+                               [&](const PlanPoint& p) { return before(p, side.around) <= 0; });
+        });
+        if (!reached) continue;
+        CutParts(pieces, side.normal, side.rim);
+        std::erase_if(pieces,
+                      [&](const PlanRing& piece) { return before(MiddleOf(piece), side.rim) < 0; });
+    }
+}
+
 }  // namespace
 
 std::vector<BoundLine> BoundLinesOf(const std::vector<WallPiece>& walls,
@@ -263,6 +292,7 @@ std::optional<RoomPlan> DrawRoom(const RoomCells& cells, std::int32_t room,
         high = {std::max(high.x, edge.middle.x), std::max(high.y, edge.middle.y)};
     }
     constexpr double kAround = 0.3;
+    const PlanBox box{low, high};
     low = {low.x - kAround, low.y - kAround};
     high = {high.x + kAround, high.y + kAround};
     RoomPlan plan;
@@ -275,6 +305,7 @@ std::optional<RoomPlan> DrawRoom(const RoomCells& cells, std::int32_t room,
         if (vote != votes.end() && vote->second.own > vote->second.others)
             plan.pieces.push_back(std::move(part));
     }
+    EndWithRim({low, high}, box, plan.pieces);
     auto region = JoinParts(plan.pieces);
     if (!region) return std::nullopt;
     plan.region = std::move(*region);
