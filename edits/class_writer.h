@@ -31,8 +31,8 @@ using ApplyCallback = std::function<bool(double fraction, std::uint64_t points)>
 /// Threads    `run` may work on several runs of points at a time; `callback` is called on the calling
 ///            thread alone, its worker 0.
 /// Cost       one pass over the points through views that can be written to; only bytes that
-///            change are written. Then a wait until these are on the disk. A pass over the files for their sums
-///            before; those after are made while points are at hand.
+///            change are written. Then a wait until these are on the disk. A pass over the files for
+///            their sums before; those after are made while points are at hand.
 Expected<std::uint64_t> ApplyClasses(const CString& project, const detail::ProjectStamp& counted,
                                      reports::Field field, const reports::Classification& classes,
                                      const ApplyCallback& callback,

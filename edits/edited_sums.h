@@ -23,8 +23,8 @@ namespace orvix::edits {
 ///            opens them for writing meanwhile. A repair sums them.
 /// Errors     Begin: Damaged where bytes differ from their sums, since new sums would hide that. End:
 ///            those of reading and writing.
-/// Cost       both point files are read once more in Begin, and once in End, Grid.pts not where the caller brings its sums; blocks by as many jobs as
-///            `run` has at a time.
+/// Cost       both point files are read once more in Begin, and once in End, Grid.pts not where the
+///            caller brings its sums; blocks by as many jobs as `run` has at a time.
 class EditedSums {
 public:
     static Expected<EditedSums> Begin(const ProjectManager& paths,
