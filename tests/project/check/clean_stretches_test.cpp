@@ -18,7 +18,7 @@ namespace {
 
 using detail::CellStretch;
 
-constexpr std::uint64_t kStretchPoints = 100;
+constexpr std::uint64_t kStretchPoints = 400;
 
 class CleanStretchesTest : public testing::Test {
 protected:
@@ -99,7 +99,7 @@ TEST_F(CleanStretchesTest, OnlyTheOneWithTheFaultIsUnclean) {
     Write(0.1);
     const auto stretches = Look();
     constexpr std::uint8_t kFarAway = 0x40;  // of a coordinate's highest byte
-    for (std::uint64_t point = 0; point < project.points.size(); point += 53) {
+    for (std::uint64_t point = 0; point < project.points.size(); point += 397) {
         const auto stretch = static_cast<std::size_t>(
             std::find_if(stretches.begin(), stretches.end(),
                          [&](const CellStretch& s) { return point < s.endPoint; }) -
@@ -110,7 +110,7 @@ TEST_F(CleanStretchesTest, OnlyTheOneWithTheFaultIsUnclean) {
                             &CellStretch::cleanPoints),
                       expected);
     }
-    for (std::uint64_t number = 0; number < project.skeleton.size(); number += 37) {
+    for (std::uint64_t number = 0; number < project.skeleton.size(); number += 211) {
         const std::uint64_t place = project.cells10[static_cast<std::size_t>(number)].offset;
         const auto stretch = static_cast<std::size_t>(
             std::find_if(stretches.begin(), stretches.end(),
