@@ -22,7 +22,7 @@ struct MemoryPlan {
 /// Divides a limit on the process's resident memory among workers, blocks and sorted points.
 ///
 /// While it is decoded, a worker's piece of input takes about 24 MiB; while it is merged, a block
-/// takes up to 200 bytes per point. What these and the process itself leave of the limit holds
+/// takes up to 240 bytes per point. What these and the process itself leave of the limit holds
 /// sorted points. Workers are fewer than `threads` where a third of the limit does not hold their
 /// pieces.
 ///

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <future>
@@ -65,7 +66,7 @@ private:
 ///     ... writer.Add(cell) ... writer.Finish();
 ///
 /// Errors   as SyncedFile.
-/// Threads  one at a time.
+/// Threads  one at a time, but for `WriteAt`.
 template <class Record>
 class RecordWriter {
 public:
@@ -90,7 +91,15 @@ public:
     }
     /// Closes what is finished; nothing is read from it any more.
     Expected<void> Close() { return file_.Close(); }
-    /// Replaces finished records from number `first` on.
+    /// The next `count` records' first number; `WriteAt` writes them. Precondition: none was added.
+    std::uint64_t Reserve(std::uint64_t count) {
+        assert(buffer_.empty());
+        const std::uint64_t first = count_;
+        count_ += count;
+        offset_ += count * sizeof(Record);
+        return first;
+    }
+    /// Writes reserved records, or replaces finished ones, from number `first` on. On any thread.
     Expected<void> WriteAt(std::uint64_t first, std::span<const Record> records) {
         return file_.WriteAt(first * sizeof(Record), records.data(), records.size_bytes());
     }

@@ -36,7 +36,7 @@ struct MergedBlock {
     RawBuffer<AlivePoint> points;
     std::vector<CellCount> cells;
     Removed removed;
-    std::unique_ptr<SinkWork> work;  ///< null until the sink makes one
+    SinkWork* work = nullptr;  ///< the sink's own; null until it makes one
 
     RawBuffer<AlivePoint> gathered;
     BlockSorter sorter;

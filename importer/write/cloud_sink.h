@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <memory>
+#include <mutex>
+#include <vector>
+
 #include "importer/write/grid_writer.h"
 #include "importer/write/skeleton_writer.h"
 
@@ -21,25 +25,33 @@ namespace orvix::importer {
 class CloudSink final : public MergeSink {
 public:
     CloudSink(const GridFrame& frame, SkeletonSize size, GridWriter& grid, SkeletonWriter& skeleton,
-              SkeletonSummary& summary)
-        : frame_(frame), size_(size), grid_(grid), skeleton_(skeleton), summary_(summary) {}
+              SkeletonSummary& summary);
+    ~CloudSink() override;
+    CloudSink(const CloudSink&) = delete;
+    CloudSink& operator=(const CloudSink&) = delete;
 
     Expected<void> Begin(bool wholeCells) override;
     void Prepare(MergedBlock& block) override;
     Expected<void> Commit(MergedBlock& block) override;
-    Expected<void> Store(const MergedBlock& block) override { return grid_.Store(block); }
+    Expected<void> Store(const MergedBlock& block) override;
     /// Once the grid is finished; brings the skeleton's files to the device.
     Expected<void> FinishSkeleton();
     /// Whether `FinishSkeleton` has no points to read.
     [[nodiscard]] bool ThinsBlocks() const { return thinsBlocks_; }
 
 private:
+    struct BlockResults;
+
+    BlockResults& ResultsOf(MergedBlock& block);
+
     const GridFrame& frame_;
     SkeletonSize size_;
     GridWriter& grid_;
     SkeletonWriter& skeleton_;
     SkeletonSummary& summary_;
     bool thinsBlocks_ = false;
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<BlockResults>> results_;  // one for each thread that merges
 };
 
 }  // namespace orvix::importer

@@ -13,11 +13,25 @@ Expected<void> GridWriter::CreatePart(const ProjectManager& project) {
     return done ? index_.Create(project) : done;
 }
 
-Expected<void> GridWriter::Commit(MergedBlock& block) {
+void GridWriter::Count(MergedBlock& block) {
     block.offset = index_.Points();
     removed_.points += block.removed.points;
     removed_.hash += block.removed.hash;
+}
+
+Expected<void> GridWriter::Commit(MergedBlock& block) {
+    Count(block);
     return index_.Add(block.cells);
+}
+
+Expected<void> GridWriter::Commit(MergedBlock& block, WholeCells& cells) {
+    Count(block);
+    return index_.Enter(cells);
+}
+
+Expected<void> GridWriter::Store(const MergedBlock& block, WholeCells& cells) {
+    auto stored = Store(block);
+    return stored ? index_.Store(cells) : stored;
 }
 
 Expected<void> GridWriter::Store(const MergedBlock& block) {

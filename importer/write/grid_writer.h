@@ -38,6 +38,9 @@ public:
     Expected<void> CreatePart(const ProjectManager& project);
     Expected<void> Commit(MergedBlock& block) override;
     Expected<void> Store(const MergedBlock& block) override;
+    /// The same for blocks that cut through no 10 cm cell, of all or of none.
+    Expected<void> Commit(MergedBlock& block, WholeCells& cells);
+    Expected<void> Store(const MergedBlock& block, WholeCells& cells);
     /// Brings points and indexes to the device; they can be read back from then on.
     Expected<void> Finish();
     /// Closes the files.
@@ -56,6 +59,8 @@ public:
     }
 
 private:
+    void Count(MergedBlock& block);
+
     SyncedFile points_;
     WrittenSums sums_;
     IndexWriter index_;

@@ -48,13 +48,70 @@ Expected<void> IndexWriter::Add(std::span<const CellCount> cells) {
     return {};
 }
 
+void WholeCells::Make(std::span<const CellCount> cells) {
+    metres.clear();
+    fines.clear();
+    std::uint64_t points = 0;
+    for (const CellCount& cell : cells) {
+        const SortKey metre = cell.key.Metre();
+        if (metres.empty() || metres.back().key != metre) metres.push_back({metre, 0, 0});
+        metres.back().points += cell.count;
+        ++metres.back().fines;
+        const std::uint32_t digits = cell.key.inside - metre.inside;
+        fines.push_back({static_cast<std::int8_t>(digits / 100),
+                         static_cast<std::int8_t>(digits / 10 % 10),
+                         static_cast<std::int8_t>(digits % 10),
+                         {},
+                         points,
+                         cell.count,
+                         0});
+        points += cell.count;
+    }
+}
+
+Expected<void> IndexWriter::Enter(WholeCells& cells) {
+    cells.firstPoint = points_;
+    cells.firstFine = fines_.Reserve(cells.fines.size());
+    std::uint64_t fine = cells.firstFine;
+    for (const WholeCells::Metre& metre : cells.metres) {
+        if (!started_ || metre.key != key_) {
+            if (auto opened = OpenMetre(metre.key, fine); !opened) return opened;
+        }
+        if (metre.points > kMaxCount - metre_.count) {
+            return TooMany("the number of points in one cubic metre");
+        }
+        metre_.count += static_cast<std::uint32_t>(metre.points);
+        fineRun_.count += metre.fines;
+        fine += metre.fines;
+        points_ += metre.points;
+    }
+    return {};
+}
+
+Expected<void> IndexWriter::Store(WholeCells& cells) {
+    for (FineCellRecord& fine : cells.fines) fine.offset += cells.firstPoint;
+    return fines_.WriteAt(cells.firstFine, cells.fines);
+}
+
 // Ends the open cells that do not hold `key` and starts those that do.
 Expected<void> IndexWriter::Open(const SortKey& key) {
-    const bool newBlock = !started_ || BlockOf(key) != BlockOf(key_);
-    const bool newMetre = newBlock || key.Metre() != key_.Metre();
+    const bool newMetre = !started_ || key.Metre() != key_.Metre();
     if (started_) {
-        Expected<void> closed = CloseFine();
-        if (closed && newMetre) closed = CloseMetre();
+        if (auto closed = CloseFine(); !closed) return closed;
+    }
+    if (newMetre) {
+        if (auto opened = OpenMetre(key, fines_.Count()); !opened) return opened;
+    }
+    const CellPosition cell = frame_.PositionOf(key);
+    fine_ = {cell.cell10[0], cell.cell10[1], cell.cell10[2], {}, points_, 0, 0};
+    key_ = key;
+    return {};
+}
+
+Expected<void> IndexWriter::OpenMetre(const SortKey& key, std::uint64_t firstFine) {
+    const bool newBlock = !started_ || BlockOf(key) != BlockOf(key_);
+    if (started_) {
+        Expected<void> closed = CloseMetre();
         if (closed && newBlock) closed = CloseBlock();
         if (!closed) return closed;
     }
@@ -69,11 +126,8 @@ Expected<void> IndexWriter::Open(const SortKey& key) {
                   0,
                   0};
     }
-    if (newMetre) {
-        metre_ = {x, y, z, 0, points_, 0, 0};
-        fineRun_ = {fines_.Count(), 0, 0};
-    }
-    fine_ = {cell.cell10[0], cell.cell10[1], cell.cell10[2], {}, points_, 0, 0};
+    metre_ = {x, y, z, 0, points_, 0, 0};
+    fineRun_ = {firstFine, 0, 0};
     key_ = key;
     started_ = true;
     return {};
@@ -99,7 +153,7 @@ Expected<void> IndexWriter::CloseBlock() {
 Expected<void> IndexWriter::Finish() {
     Expected<void> done;
     if (started_) {
-        done = CloseFine();
+        if (fine_.count != 0) done = CloseFine();
         if (done) done = CloseMetre();
         if (done) done = CloseBlock();
     }

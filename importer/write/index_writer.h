@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "importer/files/synced_file.h"
 #include "importer/grid/grid_frame.h"
@@ -11,15 +12,35 @@
 
 namespace orvix::importer {
 
+/// The cells of a stretch of points that cuts through none of 10 cm, as the indexes hold them.
+struct WholeCells {
+    struct Metre {
+        SortKey key;  ///< of its first 10 cm cell
+        std::uint64_t points = 0;
+        std::uint32_t fines = 0;
+    };
+
+    /// Replaces what was there; on any thread.
+    void Make(std::span<const CellCount> cells);
+
+    std::vector<Metre> metres;
+    std::vector<FineCellRecord> fines;  ///< their offsets count from the stretch's first point
+    std::uint64_t firstPoint = 0;       ///< set by Enter
+    std::uint64_t firstFine = 0;        ///< likewise
+};
+
 /// Writes the four grid indexes from the 10 cm cells of Grid.pts, added in their order.
 ///
 ///     IndexWriter index(frame, FineLevel::Write);
 ///     index.Create(manager);  index.Add(cells) ... ;  index.Finish();
 ///
+/// Where stretches cut through no 10 cm cell, threads share the work instead: `cells.Make` on each,
+/// `Enter` in order, `Store` on each. The files are the same.
+///
 /// Order      a cell added in several parts, one after the other, is one cell.
 /// Boundaries a cell of more than 4,294,967,295 points or a level of more entries is a failure: an
 ///            index record holds no larger number.
-/// Threads    one at a time.
+/// Threads    one at a time, but for `Store`.
 class IndexWriter {
 public:
     /// Whether there is a 10 cm level: Grid10cm.idx and Grid1to10cm.idx.
@@ -32,6 +53,10 @@ public:
 
     Expected<void> Create(const ProjectManager& project);
     Expected<void> Add(std::span<const CellCount> cells);
+    /// Precondition: FineLevel::Write, and `Add` is not used.
+    Expected<void> Enter(WholeCells& cells);
+    /// Writes the 10 cm cells of entered stretches.
+    Expected<void> Store(WholeCells& cells);
     /// Ends the last cells and brings the files to the device.
     Expected<void> Finish();
     /// Closes the files.
@@ -45,6 +70,7 @@ public:
 
 private:
     Expected<void> Open(const SortKey& key);
+    Expected<void> OpenMetre(const SortKey& key, std::uint64_t firstFine);
     Expected<void> CloseFine();
     Expected<void> CloseMetre();
     Expected<void> CloseBlock();

@@ -82,6 +82,7 @@ struct SkeletonWriter::Batch {
     std::uint64_t count = 0;
     std::unique_ptr<CloudThinner> thinner;
     Histograms histograms;
+    std::uint64_t firstThinned = 0;
 };
 
 Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& summary) {
@@ -108,30 +109,37 @@ Expected<void> SkeletonWriter::Write(const FinishedGrid& grid, SkeletonSummary& 
         }
         return batch.thinner->Thin(batch.first, batch.count, batch.histograms);
     };
-    steps.commit = [&](Batch& batch) {
+    steps.commit = [&](Batch& batch) -> Expected<void> {
         pool_.Meter().Add(batch.count * sizeof(AlivePoint), batch.count);
-        return Add(batch.thinner->thinned, batch.histograms, summary);
+        summary.histograms.Take(batch.histograms);
+        const auto entered = Enter(batch.thinner->thinned, summary);
+        if (!entered) return ErrorOf(entered);
+        batch.firstThinned = *entered;
+        return {};
     };
+    steps.finish = [&](Batch& batch) { return Store(batch.thinner->thinned, batch.firstThinned); };
     auto done = parallel::RunInOrder(pool_, steps);
     return done ? Finish(summary) : done;
 }
 
-Expected<void> SkeletonWriter::Add(const ThinnedPoints& thinned, Histograms& histograms,
-                                   SkeletonSummary& summary) {
-    summary.histograms.Take(histograms);
+Expected<std::uint64_t> SkeletonWriter::Enter(const ThinnedPoints& thinned,
+                                              SkeletonSummary& summary) {
     for (const ThinnedCell& cell : thinned.cells) {
         if (cell_.points != 0 && cell_.cell == cell.cell) {
             cell_.alive += cell.alive;
             cell_.points += cell.points;
             continue;
         }
-        if (auto closed = CloseCell(summary); !closed) return closed;
+        if (auto closed = CloseCell(summary); !closed) return ErrorOf(closed);
         cell_ = cell;
     }
-    Expected<void> done =
-        files_.coordinates.Add(std::span<const SimplePointT<float>>(thinned.coordinates));
-    if (done) done = files_.data.Add(std::span<const CPointDataFull>(thinned.data));
-    return done;
+    files_.data.Reserve(thinned.data.size());
+    return files_.coordinates.Reserve(thinned.coordinates.size());
+}
+
+Expected<void> SkeletonWriter::Store(const ThinnedPoints& thinned, std::uint64_t first) {
+    auto stored = files_.coordinates.WriteAt(first, thinned.coordinates);
+    return stored ? files_.data.WriteAt(first, thinned.data) : stored;
 }
 
 Expected<void> SkeletonWriter::CloseCell(SkeletonSummary& summary) {

@@ -50,7 +50,7 @@ struct SkeletonFiles {
 ///
 /// `Write` reads Grid.pts once: it writes the skeleton's coordinates and data and the two cell
 /// tables by which a viewer fetches it, and counts the histograms. Where the points are thinned
-/// already, `Create`, `Add` of each stretch and `Finish` do the same without reading any. `WriteCoarse`
+/// already, `Create`, `Enter` and `Store` of each stretch and `Finish` do the same without reading any. `WriteCoarse`
 /// then writes the coarse table, block by block (orvix/project/view_records.h).
 ///
 /// Order   skeleton points are in the order of Grid.pts's cells, inside a cell by voxel.
@@ -65,9 +65,10 @@ public:
     Expected<void> Write(const FinishedGrid& grid, SkeletonSummary& summary);
 
     Expected<void> Create() { return files_.Create(project_); }
-    /// One at a time, in the order of Grid.pts; takes the counts out of `histograms`.
-    Expected<void> Add(const ThinnedPoints& thinned, Histograms& histograms,
-                       SkeletonSummary& summary);
+    /// One at a time, in the order of Grid.pts. Returns the number of the first skeleton point.
+    Expected<std::uint64_t> Enter(const ThinnedPoints& thinned, SkeletonSummary& summary);
+    /// Writes entered points, whose first has this number; on any thread.
+    Expected<void> Store(const ThinnedPoints& thinned, std::uint64_t first);
     /// Brings the files to the device.
     Expected<void> Finish(SkeletonSummary& summary);
 

@@ -29,6 +29,28 @@ TEST(IndexWriter, RefusesACubicMetreOfMorePointsThanItsRecordCanHold) {
     EXPECT_EQ(index.Points(), 2 * std::uint64_t{kMax});
 }
 
+TEST(IndexWriter, RefusesItOfEnteredStretchesAsWell) {
+    const orvix::test::ScratchFolder folder;
+    ProjectManager project;
+    project.Create(folder / L"p.prj");
+    IndexWriter index(GridFrame(), IndexWriter::FineLevel::Write);
+    ASSERT_TRUE(index.Create(project));
+    WholeCells cells;
+    cells.Make(std::vector<CellCount>{{kFirstKey, kMax - 2}, {{0, 1}, 2}});
+    ASSERT_TRUE(index.Enter(cells));
+    WholeCells more;
+    more.Make(std::vector<CellCount>{{{0, 2}, 1}});
+    const auto refused = index.Enter(more);
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().message, testing::HasSubstr("4294967295"));
+    more.Make(std::vector<CellCount>{{{0, 1999}, 7}, {{0, 123'456}, 1}});
+    ASSERT_TRUE(index.Enter(more));
+    EXPECT_EQ(index.Points(), kMax + std::uint64_t{8});
+    ASSERT_TRUE(index.Store(more));
+    EXPECT_EQ(more.fines[1].offset, kMax + std::uint64_t{7});
+    EXPECT_EQ(more.fines[1].x * 100 + more.fines[1].y * 10 + more.fines[1].z, 456);
+}
+
 TEST(SurfaceDensity, IsTheMedianOverThePointsNotOverTheCells) {
     SurfaceDensity density;
     EXPECT_EQ(density.Median(), 0);
