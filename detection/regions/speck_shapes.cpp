@@ -5,10 +5,12 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <emmintrin.h>
-
+#include <cstring>
 namespace orvix::detection {
 namespace {
+
+using Four = float __attribute__((vector_size(16)));
+using FourCounts = std::int32_t __attribute__((vector_size(16)));
 
 constexpr std::size_t kMinNearest = 6;   // of a speck with a normal
 constexpr double kMaxRatio = 0.1;        // of a neighbourhood's least variance to its middle one
@@ -93,28 +95,26 @@ private:
         plane.agreed = CountOn(plane);
         if (plane.agreed > best.agreed) best = plane;
     }
-    // Four at a time, as SquareFrom does, operation by operation; every x86-64 processor has SSE2.
+    // Four at a time, as SquareFrom does, operation by operation.
     [[nodiscard]] std::int32_t CountOn(const Plane& plane) const {
-        const __m128 x = _mm_set1_ps(plane.x), y = _mm_set1_ps(plane.y), z = _mm_set1_ps(plane.z);
-        const __m128 limit = _mm_set1_ps(plane.limit);
-        __m128i counts = _mm_setzero_si128();
+        FourCounts counts{};
         for (std::size_t k = 0; k < kMost; k += 4) {
-            const __m128 xy =
-                _mm_add_ps(_mm_mul_ps(x, _mm_load_ps(&x_[k])), _mm_mul_ps(y, _mm_load_ps(&y_[k])));
-            const __m128 away = _mm_add_ps(xy, _mm_mul_ps(z, _mm_load_ps(&z_[k])));
-            const __m128 on = _mm_cmple_ps(_mm_mul_ps(away, away), limit);
-            counts = _mm_sub_epi32(counts, _mm_castps_si128(on));
+            const Four away = plane.x * At(x_, k) + plane.y * At(y_, k) + plane.z * At(z_, k);
+            counts -= away * away <= plane.limit;  // -1 where it holds
         }
-        counts = _mm_add_epi32(counts, _mm_shuffle_epi32(counts, 0x4E));
-        counts = _mm_add_epi32(counts, _mm_shuffle_epi32(counts, 0xB1));
-        return _mm_cvtsi128_si32(counts);
+        return counts[0] + counts[1] + counts[2] + counts[3];
+    }
+    static Four At(const std::array<float, kMost>& values, std::size_t k) {
+        Four four;
+        std::memcpy(&four, values.data() + k, sizeof(four));
+        return four;
     }
     [[nodiscard]] float Square(std::size_t i) const {
         return x_[i] * x_[i] + y_[i] * y_[i] + z_[i] * z_[i];
     }
 
     static_assert(kMost % 4 == 0);
-    alignas(16) std::array<float, kMost> x_, y_, z_;
+    std::array<float, kMost> x_, y_, z_;
     std::size_t count_ = 0;
 };
 

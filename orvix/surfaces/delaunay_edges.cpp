@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "orvix/surfaces/delaunay_edges.h"
 
-#include <stdexcept>
+#include <new>
 
 #include "orvix/platform/asker.h"
 
@@ -23,7 +23,7 @@ public:
           decide_(sites.positions),
           asker_(proceed, 1) {
         constexpr std::size_t kMostSites = 700'000'000;  // six directed edges a site have numbers
-        if (siteCount_ > kMostSites) throw std::length_error("too many sites");
+        if (siteCount_ > kMostSites) throw std::bad_alloc();
         // At every moment the edges are those of a planar graph: 3 a site at most.
         edges.records_ = std::make_unique_for_overwrite<DelaunayEdges::Record[]>(6 * siteCount_);
         records_ = edges.records_.get();

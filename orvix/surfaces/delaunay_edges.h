@@ -27,7 +27,7 @@ namespace orvix::detail {
 ///            left of the others is the outside.
 /// Order      of edges and triangles: a function of the set of positions.
 /// Boundaries fewer than three sites, or sites on one line: edges and no triangle. More than 700 million
-///            sites throw std::length_error, as a list too long does.
+///            sites throw std::bad_alloc, as memory that is refused does.
 /// Threads    const calls may run side by side.
 /// Cost       n log n whatever the sites; a million random ones in 0.22 s, 96 bytes a site.
 /// Source     L. Guibas, J. Stolfi: Primitives for the manipulation of general subdivisions and the

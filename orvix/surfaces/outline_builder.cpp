@@ -48,6 +48,7 @@ public:
     Raster(const std::vector<Position>& positions, double cells) : box_(BoxOf(positions)) {
         const double width = box_.max.x - box_.min.x;
         const double height = box_.max.y - box_.min.y;
+        if (!std::isfinite(width + height)) return;  // wider than a number: one cell
         // A box thinner than one cell still has no more than `cells` of them.
         side_ = std::max(std::sqrt(width * height / cells), std::max(width, height) / cells);
         if (!(side_ > 0) || !std::isfinite(side_)) side_ = std::numeric_limits<double>::max();
@@ -58,6 +59,7 @@ public:
     std::size_t Size() const { return columns_ * rows_; }
 
     std::size_t CellOf(const Position& p) const {
+        if (Size() == 1) return 0;
         const auto column = static_cast<std::size_t>((p.x - box_.min.x) / side_);
         const auto row = static_cast<std::size_t>((p.y - box_.min.y) / side_);
         return std::min(row, rows_ - 1) * columns_ + std::min(column, columns_ - 1);
