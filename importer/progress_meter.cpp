@@ -9,7 +9,7 @@ namespace orvix::importer {
 namespace {
 
 // Where each phase starts on the way from 0 to 1, as measured on a large LAS file.
-constexpr std::array<double, 7> kPhaseStarts{0.0, 0.20, 0.50, 0.75, 0.80, 0.92, 1.0};
+constexpr std::array<double, 7> kPhaseStarts{0.0, 0.12, 0.42, 0.86, 0.90, 0.92, 1.0};
 // Before this much is done an estimate of the time left would be a guess.
 constexpr double kEstimable = 0.02;
 
