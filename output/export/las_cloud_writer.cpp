@@ -83,7 +83,8 @@ private:
     [[nodiscard]] std::uint16_t DescriptorsBytes() const {
         return static_cast<std::uint16_t>((cloud_.planes ? 3 : 2) * kDescriptorBytes);
     }
-    // The nearest step, of two the one farther from zero: as std::lround has it, without a call.
+    // The nearest step, of two the one farther from zero: as std::lround should have it, which makes one
+    // of what lies next to a half on some systems.
     [[nodiscard]] std::int32_t Stored(double world, double offset) const {
         const double steps = (world - offset) / scale_;
         const auto whole = static_cast<std::int64_t>(steps);
