@@ -24,13 +24,13 @@ KeptPoints::KeptPoints(std::uint64_t bytes)
 
 KeptPoints::Room KeptPoints::Take(std::size_t points) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (closed_) return std::nullopt;
     if (points == 0) return Room(std::in_place);
     if (slabs_.empty() || slabs_.back().capacity - slabs_.back().used < points) {
         const std::size_t capacity = std::max(points, slabPoints_);
         if (left_ / sizeof(ScanPoint) < capacity) return std::nullopt;
         left_ -= capacity * sizeof(ScanPoint);
-        // What the last slab has left will not be used.
-        if (!slabs_.empty()) slabs_.back().released += slabs_.back().capacity - slabs_.back().used;
+        EndLastSlab();
         slabs_.push_back({std::make_unique_for_overwrite<std::byte[]>(capacity * sizeof(ScanPoint)),
                           capacity, 0, 0});
     }
@@ -41,8 +41,16 @@ KeptPoints::Room KeptPoints::Take(std::size_t points) {
 }
 
 void KeptPoints::Add(const Piece& piece, const ReadPlace& place, const Room& room) {
-    if (!rest_ && !room) rest_ = Rest{piece.input, place};
-    if (rest_) return;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!rest_ && !room) {
+        rest_ = Rest{piece.input, place};
+        closed_ = true;
+        EndLastSlab();
+    }
+    if (rest_) {
+        if (room) GiveBack(*room);
+        return;
+    }
     pieces_.push_back(piece);
     pieces_.back().points = *room;
 }
@@ -54,12 +62,24 @@ bool KeptPoints::Holds(const Slab& slab, const ScanPoint* point) {
 }
 
 void KeptPoints::Release(const Piece& piece) {
-    if (piece.points.empty()) return;
     const std::lock_guard<std::mutex> lock(mutex_);
+    GiveBack(piece.points);
+}
+
+void KeptPoints::GiveBack(std::span<const ScanPoint> points) {
+    if (points.empty()) return;
     const auto slab = std::find_if(slabs_.begin(), slabs_.end(),
-                                   [&](const Slab& s) { return Holds(s, piece.points.data()); });
-    slab->released += piece.points.size();
+                                   [&](const Slab& s) { return Holds(s, points.data()); });
+    slab->released += points.size();
     if (slab->released == slab->capacity) slabs_.erase(slab);
+}
+
+// What the last slab has left will not be used.
+void KeptPoints::EndLastSlab() {
+    if (slabs_.empty()) return;
+    Slab& last = slabs_.back();
+    last.released += last.capacity - last.used;
+    if (last.released == last.capacity) slabs_.pop_back();
 }
 
 void KeptPoints::Clear() {

@@ -46,10 +46,11 @@ public:
     /// Keeps at most so many bytes; none with 0.
     explicit KeptPoints(std::uint64_t bytes);
 
-    /// Room for a piece's points, not initialised; none where memory is used up.
+    /// Room for a piece's points, not initialised; none where memory is used up, nor after a piece
+    /// without room.
     Room Take(std::size_t points);
     /// The next piece, with the room where its points are. From the first piece without one on,
-    /// nothing is kept.
+    /// nothing is kept, and rooms that other threads have taken meanwhile are given back.
     void Add(const Piece& piece, const ReadPlace& place, const Room& room);
     [[nodiscard]] const std::vector<Piece>& Pieces() const { return pieces_; }
     /// Unset: every piece was kept.
@@ -67,8 +68,12 @@ private:
     };
 
     [[nodiscard]] static bool Holds(const Slab& slab, const ScanPoint* point);
+    // Both under the lock.
+    void GiveBack(std::span<const ScanPoint> points);
+    void EndLastSlab();
 
     std::mutex mutex_;
+    bool closed_ = false;     // nothing more is kept
     std::uint64_t left_;      // bytes that new slabs may take
     std::size_t slabPoints_;  // of a slab, unless a piece has more
     std::list<Slab> slabs_;   // points are handed out of the last one
