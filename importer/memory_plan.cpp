@@ -13,9 +13,11 @@ constexpr std::uint64_t kMiB = 1u << 20;
 constexpr std::uint64_t kWorkerBytes = 24 * kMiB;   // a piece, its points, its records, its keys
 constexpr std::uint64_t kProcessBytes = 48 * kMiB;  // code, libraries, samples, write buffers
 constexpr std::uint64_t kBytesPerBlockPoint = 240;  // with a cell for each point
-constexpr std::uint64_t kMemoryBlock = 128 * 1024;  // fits a processor's cache
+constexpr std::uint64_t kMemoryBlock = 100 * 1024;  // fits a processor's cache
 constexpr std::uint64_t kMaxFileBlock = 1 << 20;
 constexpr std::uint64_t kMinFileBlock = 128 * 1024;
+
+static_assert(kMemoryBlock * kBytesPerBlockPoint <= kWorkerBytes);
 
 }  // namespace
 
