@@ -42,6 +42,8 @@ public:
         });
         if (!done) return ErrorOf(done);
         if (!WriteSkeleton()) return NoView();
+        // The others may have written the last points.
+        if (callback_ && told_ != points_) callback_(1.0, points_);
         return points_;
     }
     /// Of the blocks of Grid.pts as they were written.
@@ -68,7 +70,9 @@ private:
                   {records.read, static_cast<std::size_t>(count * kAlivePointBytes)});
         const std::uint64_t done = done_.fetch_add(count) + count;
         // The callback is the calling thread's.
-        if (worker != 0 || !callback_ || callback_(double(done) / double(points_), done)) return {};
+        if (worker != 0 || !callback_) return {};
+        told_ = done;
+        if (callback_(double(done) / double(points_), done)) return {};
         return Fail(ErrorCode::Cancelled,
                     fmt::format("the classes were cancelled after {} of {} points; run it "
                                 "again to write them all",
@@ -100,6 +104,7 @@ private:
     const ClassTable& table_;
     const ApplyCallback& callback_;
     std::atomic<std::uint64_t> done_{0};
+    std::uint64_t told_ = 0;  // to the callback, on the calling thread
     importer::WrittenSums sums_;
 };
 

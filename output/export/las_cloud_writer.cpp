@@ -87,6 +87,7 @@ private:
     // of what lies next to a half on some systems.
     [[nodiscard]] std::int32_t Stored(double world, double offset) const {
         const double steps = (world - offset) / scale_;
+        if (!(std::fabs(steps) < 2147483648.0)) return 0;  // no number, or one that no step has
         const auto whole = static_cast<std::int64_t>(steps);
         const double rest = steps - static_cast<double>(whole);
         return static_cast<std::int32_t>(whole + static_cast<int>(rest >= 0.5) -
