@@ -155,7 +155,6 @@ TEST_P(ImportModel, EveryFileIsWhatSortingEverythingInMemoryGives) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ImportModel, testing::Range(0, 64));
 
-// BEHAVIOUR I13
 // BEHAVIOUR I20
 TEST(Import, ReadsWhatIsDearToDecodeOnceAsFarAsMemoryLasts) {
     MemoryScan scan = RandomScans(0).front();
@@ -181,6 +180,7 @@ TEST(Import, ReadsWhatIsDearToDecodeOnceAsFarAsMemoryLasts) {
     EXPECT_EQ(readAgain(true, 2'000), (Pieces{4, 5, 6, 7}));
 }
 
+// BEHAVIOUR I13
 TEST(Import, KeepsTheFirstOfPointsAtOnePositionWhenToldTo) {
     for (std::uint64_t seed : {3u, 5u, 13u, 21u, 2u}) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
