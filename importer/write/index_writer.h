@@ -26,7 +26,7 @@ struct WholeCells {
     std::vector<Metre> metres;
     std::vector<FineCellRecord> fines;  ///< their offsets count from the stretch's first point
     std::uint64_t firstPoint = 0;       ///< set by Enter
-    std::uint64_t firstFine = 0;        ///< likewise
+    std::uint64_t firstFine = 0;        ///< set by Enter
 };
 
 /// Writes the four grid indexes from the 10 cm cells of Grid.pts, added in their order.

@@ -246,7 +246,7 @@ private:
     std::map<PlaneCell, std::int64_t> basePointAt_;
     std::size_t fittedPoints_ = 0;
     FittedPlane fit_;              // of one cell; kept for its buffer
-    std::vector<int> neighbours_;  // of one cell, likewise
+    std::vector<int> neighbours_;  // of one cell; kept for its memory
 };
 
 }  // namespace orvix

@@ -22,7 +22,7 @@ struct CellStretch {
     bool cleanPoints = false;    ///< each is filed under its cells, and 10 cm cells nest and ascend
     bool cleanSkeleton = false;  ///< its points are the cells', one each, with their data
     ExtendsT<float> bounds;      ///< of the points, where these are clean
-    std::uint32_t stations = 0;  ///< one more than the highest that they name, likewise
+    std::uint32_t stations = 0;  ///< one more than the highest that clean points name
 };
 
 /// Points of a stretch, and so of a job: enough that opening files does not count, few enough for
