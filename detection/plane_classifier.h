@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "detection/found_plane.h"
-#include "detection/regions/cell_map.h"
+#include "detection/growth/cell_map.h"
 
 namespace orvix::detection {
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "detection/cells/cloud_estimate.h"
+#include "detection/growth/region_growth.h"
 #include "detection/plane_search.h"
-#include "detection/regions/region_growth.h"
 
 namespace orvix::detection {
 

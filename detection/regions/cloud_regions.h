@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "detection/cells/point_chunks.h"
-#include "detection/regions/grow_tiles.h"
+#include "detection/growth/grow_tiles.h"
 #include "detection/regions/plane_choices.h"
 
 namespace orvix::detection {

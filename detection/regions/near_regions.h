@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "detection/regions/cell_map.h"
+#include "detection/growth/cell_map.h"
 
 namespace orvix::detection {
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "detection/regions/cell_map.h"
+#include "detection/growth/cell_map.h"
 #include "parallel/pool.h"
 
 namespace orvix::detection {

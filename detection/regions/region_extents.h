@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "detection/regions/cell_map.h"
+#include "detection/growth/cell_map.h"
 #include "orvix/geometry/bounds.h"
 #include "orvix/geometry/plane_frame.h"
 #include "parallel/pool.h"

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "detection/regions/cell_map.h"
-#include "detection/regions/region_growth.h"
+#include "detection/growth/cell_map.h"
+#include "detection/growth/region_growth.h"
 #include "parallel/pool.h"
 
 namespace orvix::detection {

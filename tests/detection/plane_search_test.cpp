@@ -8,7 +8,7 @@
 #include <map>
 #include <random>
 
-#include "detection/regions/cell_map.h"
+#include "detection/growth/cell_map.h"
 #include "orvix/geometry/vector.h"
 #include "support/scratch_folder.h"
 #include "support/synthetic_building.h"

@@ -9,7 +9,7 @@
 
 #include "detection/cells/point_chunks.h"
 #include "detection/cells/tile_cells.h"
-#include "detection/regions/region_growth.h"
+#include "detection/growth/region_growth.h"
 #include "orvix/points/alive_point_reader.h"
 
 namespace orvix::detection {

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "detection/cells/point_chunks.h"
-#include "detection/regions/cell_map.h"
-#include "detection/regions/region_growth.h"
+#include "detection/growth/cell_map.h"
+#include "detection/growth/region_growth.h"
 #include "orvix/project/project_core.h"
 #include "parallel/pool.h"
 

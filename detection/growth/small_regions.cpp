@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/regions/small_regions.h"
+#include "detection/growth/small_regions.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
 
-#include "detection/regions/speck_neighbours.h"
-#include "detection/regions/speck_shapes.h"
+#include "detection/growth/speck_neighbours.h"
+#include "detection/growth/speck_shapes.h"
 #include "orvix/platform/asker.h"
 
 namespace orvix::detection {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/regions/cell_map.h"
+#include "detection/growth/cell_map.h"
 
 #include <algorithm>
 #include <cmath>

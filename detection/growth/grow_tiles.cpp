@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/regions/grow_tiles.h"
+#include "detection/growth/grow_tiles.h"
 
 #include <fmt/format.h>
 
@@ -10,8 +10,8 @@
 
 #include "detection/cells/gather_cells.h"
 #include "detection/cells/point_readers.h"
-#include "detection/regions/loose_points.h"
-#include "detection/regions/small_regions.h"
+#include "detection/growth/loose_points.h"
+#include "detection/growth/small_regions.h"
 
 namespace orvix::detection {
 namespace {

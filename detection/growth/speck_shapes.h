@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "detection/cells/moments.h"
-#include "detection/regions/speck_neighbours.h"
+#include "detection/growth/speck_neighbours.h"
 #include "orvix/platform/asker.h"
 
 namespace orvix::detection {

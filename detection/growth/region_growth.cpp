@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/regions/region_growth.h"
+#include "detection/growth/region_growth.h"
 
 #include <algorithm>
 #include <bit>

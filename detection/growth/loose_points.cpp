@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/regions/loose_points.h"
+#include "detection/growth/loose_points.h"
 
 #include <algorithm>
 #include <cmath>

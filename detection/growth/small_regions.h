@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "detection/regions/cell_map.h"
-#include "detection/regions/loose_points.h"
-#include "detection/regions/region_growth.h"
+#include "detection/growth/cell_map.h"
+#include "detection/growth/loose_points.h"
+#include "detection/growth/region_growth.h"
 
 namespace orvix::detection {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "detection/regions/speck_neighbours.h"
+#include "detection/growth/speck_neighbours.h"
 
 #include <nanoflann.hpp>
 

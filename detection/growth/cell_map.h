@@ -9,7 +9,7 @@
 
 #include "detection/cells/cell_shapes.h"
 #include "detection/cells/inner_box.h"
-#include "detection/regions/region_growth.h"
+#include "detection/growth/region_growth.h"
 
 namespace orvix::detection {
 
