@@ -47,14 +47,12 @@ struct SettledRegions {
     CloudRegions regions;
 };
 
-Expected<SettledRegions> FindRegionsIn(CProjectCore& core, std::size_t step,
+Expected<SettledRegions> FindRegionsOf(CProjectCore& core, SearchPlan&& plan,
                                        const PlaneSearchOptions& options,
                                        const parallel::Pool& pool, SearchProgress& progress) {
-    auto plan = PlanSearch(core, step, options, pool);
-    if (!plan) return ErrorOf(plan);
-    progress.Expect(plan->cut, pool.JobsDone());
-    const PlaneSearchSettings& settings = plan->settings;
-    auto regions = FindRegions(core, std::move(plan->cut), LimitsFor(options, settings),
+    progress.Expect(plan.cut, pool.JobsDone());
+    const PlaneSearchSettings& settings = plan.settings;
+    auto regions = FindRegions(core, std::move(plan.cut), LimitsFor(options, settings),
                                settings.bridge, pool, options.memoryLimitBytes);
     if (!regions) return ErrorOf(regions);
     return SettledRegions{settings, std::move(*regions)};
@@ -63,14 +61,16 @@ Expected<SettledRegions> FindRegionsIn(CProjectCore& core, std::size_t step,
 // Where cells do not fit into memory, larger ones do.
 Expected<SettledRegions> FindRegionsThatFit(CProjectCore& core, const PlaneSearchOptions& options,
                                             const parallel::Pool& pool, SearchProgress& progress) {
-    const auto first = FirstCellStep(core, options, pool);
-    if (!first) return ErrorOf(first);
-    for (std::size_t step = *first;; ++step) {
-        auto found = FindRegionsIn(core, step, options, pool, progress);
+    auto plan = FirstPlan(core, options, pool);
+    while (plan) {
+        const std::size_t larger = plan->step + 1;
+        auto found = FindRegionsOf(core, std::move(*plan), options, pool, progress);
         const bool mayGrow = !found && found.error().code == ErrorCode::BadInput &&
-                             step + 1 < CellFrame::kSizes.size();
+                             larger < CellFrame::kSizes.size();
         if (!mayGrow) return found;
+        plan = PlanSearch(core, larger, options, pool);
     }
+    return ErrorOf(plan);
 }
 
 // The regions whose planes are large enough, by their points, most first, equal ones by number.

@@ -8,10 +8,14 @@
 
 namespace orvix::detection {
 
-Expected<std::size_t> FirstCellStep(CProjectCore& core, const PlaneSearchOptions& options,
-                                    const parallel::Pool& pool) {
-    if (options.cellSize > 0) return CellStepFor(options.cellSize);
-    return TypicalCellStep(core, pool);
+Expected<SearchPlan> FirstPlan(CProjectCore& core, const PlaneSearchOptions& options,
+                               const parallel::Pool& pool) {
+    if (options.cellSize > 0) return PlanSearch(core, CellStepFor(options.cellSize), options, pool);
+    auto cloud = EstimateTypicalCells(core, pool);
+    if (!cloud) return ErrorOf(cloud);
+    const double size = cloud->cut.frame.Size();
+    return SearchPlan{cloud->step, std::move(cloud->cut),
+                      SettingsFor(options, size, cloud->estimate)};
 }
 
 Expected<SearchPlan> PlanSearch(CProjectCore& core, std::size_t step,
@@ -22,7 +26,7 @@ Expected<SearchPlan> PlanSearch(CProjectCore& core, std::size_t step,
     const auto cloud = EstimateCloud(core, *cut, pool);
     if (!cloud) return ErrorOf(cloud);
     const PlaneSearchSettings settings = SettingsFor(options, frame.Size(), *cloud);
-    return SearchPlan{std::move(*cut), settings};
+    return SearchPlan{step, std::move(*cut), settings};
 }
 
 }  // namespace orvix::detection

@@ -13,15 +13,16 @@ namespace orvix::detection {
 /// How a search begins: the cloud cut into chunks and tiles, and the settings that it is searched
 /// with.
 struct SearchPlan {
+    std::size_t step = 0;  ///< the size of its cells: a place in CellFrame::kSizes
     PointChunks cut;
     PlaneSearchSettings settings;
 };
 
-/// The size of cells that a search tries first: a place in CellFrame::kSizes.
-Expected<std::size_t> FirstCellStep(CProjectCore& core, const PlaneSearchOptions& options,
-                                    const parallel::Pool& pool);
+/// The plan that a search tries first. Errors: those of CutIntoChunks and EstimateCloud.
+Expected<SearchPlan> FirstPlan(CProjectCore& core, const PlaneSearchOptions& options,
+                               const parallel::Pool& pool);
 
-/// The plan with cells of that size. Errors: those of CutIntoChunks and EstimateCloud.
+/// The plan with cells of a given size. Errors: the same.
 Expected<SearchPlan> PlanSearch(CProjectCore& core, std::size_t step,
                                 const PlaneSearchOptions& options, const parallel::Pool& pool);
 

@@ -71,6 +71,8 @@ public:
     [[nodiscard]] std::int32_t PerTile(std::size_t axis) const {
         return perMetre_ != 0 ? tileMetres_[axis] * perMetre_ : tileMetres_[axis] / metres_;
     }
+    /// Metres along an axis of a tile.
+    [[nodiscard]] std::int32_t TileMetres(std::size_t axis) const { return tileMetres_[axis]; }
     /// The tile that holds a 100 cm cell.
     [[nodiscard]] CellPlace TileOfMetre(const CellPlace& metre) const {
         return {FloorBy(metre[0], tileMetres_[0]), FloorBy(metre[1], tileMetres_[1]),

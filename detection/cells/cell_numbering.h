@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -58,11 +57,11 @@ private:
         if (inside >= numbers_.size() || next_ == 0) {
             for (std::size_t axis = 0; axis < 3; ++axis)
                 unit_[axis] = FloorBy(place[axis], perUnit_) * perUnit_;
-            std::fill(numbers_.begin(), numbers_.end(), 0);
+            beforeUnit_ = next_;
             inside = Inside(place);
         }
         std::uint32_t& number = numbers_[inside];
-        if (number == 0) {
+        if (number <= beforeUnit_) {
             number = ++next_;
             isNew_ = true;
         }
@@ -83,8 +82,11 @@ private:
 
     CellFrame frame_;
     std::int32_t perUnit_;
-    std::vector<std::uint32_t> numbers_;  // of the unit's cells, plus 1; 0: none yet
-    CellPlace unit_{};                    // the first cell of the metre, or ten, at work
+    // Of the unit's cells, plus 1. What earlier units left is no larger than `beforeUnit_`: to clear a
+    // thousand numbers for the few points of a thin scan's metre would cost more than the points.
+    std::vector<std::uint32_t> numbers_;
+    std::uint32_t beforeUnit_ = 0;
+    CellPlace unit_{};  // the first cell of the metre, or ten, at work
     CellPlace place_{};
     SimplePointT<double> low_{1, 1, 1}, high_{-1, -1, -1};  // the inside of the present cell
     std::uint32_t current_ = 0;

@@ -29,7 +29,12 @@ CellShape ShapeOf(const MomentSum& sum, double width, double maxRms = kAnyRms) {
     const double count = sum.count;
     if (count < kMinPoints) return shape;
     const SymmetricMatrix covariance = sum.Covariance();
-    if (maxRms < kAnyRms && VarianceFloor(covariance) > kMargin * maxRms * maxRms) return shape;
+    // The middle variance is at most half of all: narrow and round heaps need no closer look.
+    const double most = kMargin * (covariance.xx + covariance.yy + covariance.zz) / 2;
+    if (most < width * width) return shape;
+    const double floor = VarianceFloor(covariance);
+    if (floor > kMargin * kMaxRatio * kMaxRatio * most || floor > kMargin * maxRms * maxRms)
+        return shape;
     const detail::PrincipalSpread spread = SpreadOf(covariance);
     if (spread.middle < width * width || spread.min > kMaxRatio * kMaxRatio * spread.middle)
         return shape;
@@ -64,7 +69,7 @@ CellShape WholeShape(const TileCells& tile, std::uint32_t cell, const CellShape&
     sliced.slicedAlong = static_cast<std::uint8_t>(AxisNextTo(own) + 1);
     const MomentSum sum = SumOfSurface(tile, cell, sliced);
     if (sum.count == tile.Sum(cell).count) return own;
-    CellShape whole = ShapeOf(sum, width);
+    CellShape whole = ShapeOf(sum, width, kMaxSliced * own.rms);
     if (!whole.HasNormal() || whole.rms > kMaxSliced * own.rms ||
         std::abs(Dot(whole.Normal(), own.Normal())) < kMinCosine)
         return own;

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "detection/cells/cell_runs.h"
 #include "detection/cells/cell_shapes.h"
 #include "detection/cells/gather_cells.h"
 #include "detection/cells/point_readers.h"
@@ -87,6 +88,21 @@ Expected<SampledCells> ReadSamples(CProjectCore& core, const PointChunks& cut,
     return all;
 }
 
+// How many points the cells of a sample hold: a third of what their moments cost, and a tenth of what
+// their shapes do.
+Expected<std::vector<std::uint32_t>> CountCells(CAlivePointReader& reader, const CellFrame& frame,
+                                                const PointChunk& sample) {
+    CellNumbering numbering(frame);
+    std::vector<std::uint32_t> counts;
+    const auto add = [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
+        if (cell == kNoCell) return;  // no cell of any size holds such points: growth reports them
+        if (numbering.IsNew()) counts.push_back(0);
+        counts[cell] += static_cast<std::uint32_t>(points.size());
+    };
+    if (auto read = ForEachCellRun(reader, sample, numbering, add); !read) return ErrorOf(read);
+    return counts;
+}
+
 // The largest count such that cells of that many points or more hold three quarters of the points:
 // strays are many cells, but few points.
 std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
@@ -96,6 +112,23 @@ std::uint32_t TypicalCount(std::vector<std::uint32_t> counts) {
     for (const std::uint32_t count : counts)
         if ((passed += count) * 4 >= total) return count;
     return 0;
+}
+
+Expected<std::uint32_t> TypicalCountIn(CProjectCore& core, const PointChunks& cut,
+                                       const parallel::Pool& pool) {
+    const std::vector<PointChunk> samples = SamplesOf(cut);
+    std::vector<std::vector<std::uint32_t>> parts(samples.size());
+    PointReaders readers(core, pool.Threads());
+    auto done = pool.RunJobs(samples.size(), [&](std::size_t i, unsigned worker) -> Expected<void> {
+        auto counts = CountCells(readers[worker], cut.frame, samples[i]);
+        if (!counts) return ErrorOf(counts);
+        parts[i] = std::move(*counts);
+        return {};
+    });
+    if (!done) return ErrorOf(done);
+    std::vector<std::uint32_t> all;
+    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return TypicalCount(std::move(all));
 }
 
 // The share of the points that lie in cells with a normal.
@@ -144,39 +177,48 @@ double ExtentOf(const PointChunks& cut) {
     return std::sqrt(x * x + y * y);
 }
 
+// Orders what was found.
+CloudEstimate EstimateOf(SampledCells& found, const PointChunks& cut) {
+    CloudEstimate estimate;
+    estimate.spacing = cut.frame.Size();
+    if (!found.flatCounts.empty())
+        estimate.spacing /= std::sqrt(std::max<double>(detail::Quantile(found.flatCounts, 0.5), 1));
+    if (!found.rms.empty()) {
+        estimate.noise = PlainRms(found);
+        estimate.noise = std::max<double>(estimate.noise, detail::Quantile(found.rms, kPlainShare));
+    }
+    estimate.extent = ExtentOf(cut);
+    return estimate;
+}
+
 }  // namespace
 
-Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& pool) {
+Expected<EstimatedCloud> EstimateTypicalCells(CProjectCore& core, const parallel::Pool& pool) {
     constexpr std::size_t kLast = CellFrame::kSizes.size() - 1;
-    double share = -1;  // of the last size whose cells hold enough points; -1: none yet
-    for (std::size_t step = 0;; ++step) {
-        const auto cut = CutIntoChunks(core, CellFrame(step));
-        if (!cut) return ErrorOf(cut);
-        const auto found = ReadSamples(core, *cut, pool);
-        if (!found) return ErrorOf(found);
-        const double flat = FlatShare(*found);
-        if (share >= 0 && flat <= kMinGain * share) return step - 1;
-        if (step == kLast) return step;
-        if (share >= 0 || TypicalCount(found->counts) >= kMinTypicalCount) share = flat;
+    auto cuts = CutIntoChunksOfAllSizes(core);
+    if (!cuts) return ErrorOf(cuts);
+    std::size_t step = 0;
+    for (; step < kLast; ++step) {
+        const auto typical = TypicalCountIn(core, (*cuts)[step], pool);
+        if (!typical) return ErrorOf(typical);
+        if (*typical >= kMinTypicalCount) break;
     }
+    auto best = ReadSamples(core, (*cuts)[step], pool);
+    for (; best && step < kLast; ++step) {
+        auto larger = ReadSamples(core, (*cuts)[step + 1], pool);
+        if (larger && FlatShare(*larger) <= kMinGain * FlatShare(*best)) break;
+        best = std::move(larger);
+    }
+    if (!best) return ErrorOf(best);
+    const CloudEstimate estimate = EstimateOf(*best, (*cuts)[step]);
+    return EstimatedCloud{step, std::move((*cuts)[step]), estimate};
 }
 
 Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
                                       const parallel::Pool& pool) {
     auto found = ReadSamples(core, cut, pool);
     if (!found) return ErrorOf(found);
-    CloudEstimate estimate;
-    estimate.spacing = cut.frame.Size();
-    if (!found->flatCounts.empty())
-        estimate.spacing /=
-            std::sqrt(std::max<double>(detail::Quantile(found->flatCounts, 0.5), 1));
-    if (!found->rms.empty()) {
-        estimate.noise = PlainRms(*found);
-        estimate.noise =
-            std::max<double>(estimate.noise, detail::Quantile(found->rms, kPlainShare));
-    }
-    estimate.extent = ExtentOf(cut);
-    return estimate;
+    return EstimateOf(*found, cut);
 }
 
 }  // namespace orvix::detection

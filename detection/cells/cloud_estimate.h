@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "detection/cells/point_chunks.h"
@@ -18,18 +19,6 @@ struct CloudEstimate {
     double extent = 0;   ///< metres across the ground that holds 96 % of the points along each axis
 };
 
-/// The smallest cell size whose typical cell holds enough points to separate a plane from a heap:
-/// a place in CellFrame::kSizes.
-///
-/// Cells are large enough when those of two points and more hold three quarters of the points; so
-/// neither the dense patch under a scanner nor the strays of a dense scan decide for the rest.
-/// Where the next size finds a normal for 15 % more points, it is that one, and so on: a scanner
-/// of few lines leaves small cells that hold one line each.
-///
-/// Errors  as of EstimateCloud, and those of CutIntoChunks.
-/// Cost    for each size that is tried, CutIntoChunks and the samples.
-Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& pool);
-
 /// Estimates noise and spacing by the cells of the chunks.
 ///
 /// Boundaries where no cell is flat, the noise is 0 and the spacing the cell's size.
@@ -38,5 +27,25 @@ Expected<std::size_t> TypicalCellStep(CProjectCore& core, const parallel::Pool& 
 /// Cost       reads 4,096 points in each of 16 to 256 samples.
 Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
                                       const parallel::Pool& pool);
+
+/// A cloud cut into chunks with cells of its own size, and what EstimateCloud says of them.
+struct EstimatedCloud {
+    std::size_t step = 0;  ///< of the cells: a place in CellFrame::kSizes
+    PointChunks cut;
+    CloudEstimate estimate;
+};
+
+/// With the smallest cells of which the typical one holds enough points to separate a plane from a
+/// heap.
+///
+/// Cells are large enough when those of two points and more hold three quarters of the points; so
+/// neither the dense patch under a scanner nor the strays of a dense scan decide for the rest.
+/// Where the next size finds a normal for 15 % more points, it is that one, and so on: a scanner
+/// of few lines leaves small cells that hold one line each.
+///
+/// Errors  as of EstimateCloud, and those of CutIntoChunks.
+/// Cost    CutIntoChunksOfAllSizes, and the samples for each size that is tried: without shapes where
+///         their cells hold too few points.
+Expected<EstimatedCloud> EstimateTypicalCells(CProjectCore& core, const parallel::Pool& pool);
 
 }  // namespace orvix::detection

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <map>
+#include <span>
 
 #include "orvix/points/grid_cells.h"
 
@@ -34,13 +36,13 @@ public:
     explicit Cutter(const CellFrame& frame) { result_.frame = frame; }
 
     void Take(const CellPlace& metre, std::uint64_t count) {
-        const CellPlace block{detail::FloorTenth(metre[0]), detail::FloorTenth(metre[1]),
-                              detail::FloorTenth(metre[2])};
-        const CellPlace tile = result_.frame.TileOfMetre(metre);
-        const bool mayCut = result_.frame.InMetre() || !Same(block, block_);
-        if ((chunk_.count >= kChunkPoints && mayCut) || !Same(tile, tile_)) Cut();
-        block_ = block;
-        tile_ = tile;
+        if (!LiesInTile(metre)) {
+            Cut();
+            Enter(result_.frame.TileOfMetre(metre));
+        } else if (chunk_.count >= kChunkPoints && MayCutBefore(metre)) {
+            Cut();
+        }
+        last_ = metre;
         chunk_.count += count;
     }
     [[nodiscard]] std::uint64_t Taken() const { return chunk_.first + chunk_.count; }
@@ -59,6 +61,26 @@ public:
     }
 
 private:
+    [[nodiscard]] bool LiesInTile(const CellPlace& metre) const {
+        return std::ranges::equal(low_, metre, std::less_equal<>()) &&
+               std::ranges::equal(metre, high_, std::less<>());
+    }
+    // Whether a new unit begins: a 100 cm cell, or where cells are that large, one of 1000 cm.
+    [[nodiscard]] bool MayCutBefore(const CellPlace& metre) const {
+        return result_.frame.InMetre() || !Same(TenMetresOf(metre), TenMetresOf(last_));
+    }
+    static CellPlace TenMetresOf(const CellPlace& metre) {
+        return {detail::FloorTenth(metre[0]), detail::FloorTenth(metre[1]),
+                detail::FloorTenth(metre[2])};
+    }
+    void Enter(const CellPlace& tile) {
+        tile_ = tile;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::int32_t side = result_.frame.TileMetres(axis);
+            low_[axis] = tile[axis] * side;
+            high_[axis] = low_[axis] + side;
+        }
+    }
     void Cut() {
         if (chunk_.count == 0) return;
         tiles_[tile_].push_back(static_cast<std::uint32_t>(result_.chunks.size()));
@@ -66,37 +88,54 @@ private:
         chunk_ = {Taken(), 0, 0};
     }
 
-    CellPlace block_{};
+    CellPlace last_{};
     CellPlace tile_{};
+    CellPlace low_{}, high_{};  // the tile's metres; none at first
     PointChunk chunk_;
     PointChunks result_;
     std::map<CellPlace, std::vector<std::uint32_t>> tiles_;
 };
 
-}  // namespace
-
-Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame) {
+Expected<void> TakeAll(CProjectCore& core, std::span<Cutter> cutters) {
     const auto points = static_cast<std::uint64_t>(core.AlivePointCount());
     const auto index = core.CreateIndexReader();
     const auto cells = static_cast<std::uint64_t>(index->Count100());
-    Cutter cutter(frame);
+    std::uint64_t at = 0;
     for (std::uint64_t i = 0; i < cells; ++i) {
         index->ReadIndex100(0);
         CellPlace metre{};
         index->GetXYZ100(metre[0], metre[1], metre[2]);
         CIndexerSmall run;
         index->GetOffsetCount100(run.offset, run.count);
-        const std::uint64_t at = cutter.Taken();
         if (IsTooFar(metre))
             return Fail(ErrorCode::Damaged,
                         fmt::format("100 cm cell {} lies at {}, {}, {} m, where no point can be; "
                                     "check the project or import it again",
                                     i, metre[0], metre[1], metre[2]));
         if (run.offset != at || run.count > points - at) return IndexDisagrees(at, points);
-        cutter.Take(metre, run.count);
+        for (Cutter& cutter : cutters) cutter.Take(metre, run.count);
+        at += run.count;
     }
-    if (cutter.Taken() != points) return IndexDisagrees(cutter.Taken(), points);
+    if (at != points) return IndexDisagrees(at, points);
+    return {};
+}
+
+}  // namespace
+
+Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame) {
+    Cutter cutter(frame);
+    if (auto taken = TakeAll(core, {&cutter, 1}); !taken) return ErrorOf(taken);
     return cutter.Finish();
+}
+
+Expected<std::vector<PointChunks>> CutIntoChunksOfAllSizes(CProjectCore& core) {
+    std::vector<Cutter> cutters;
+    for (std::size_t step = 0; step < CellFrame::kSizes.size(); ++step)
+        cutters.emplace_back(CellFrame(step));
+    if (auto taken = TakeAll(core, cutters); !taken) return ErrorOf(taken);
+    std::vector<PointChunks> cuts;
+    for (Cutter& cutter : cutters) cuts.push_back(cutter.Finish());
+    return cuts;
 }
 
 }  // namespace orvix::detection

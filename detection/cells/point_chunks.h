@@ -42,6 +42,9 @@ struct PointChunks {
 /// Cost       one walk over the 100 cm index.
 Expected<PointChunks> CutIntoChunks(CProjectCore& core, const CellFrame& frame);
 
+/// The same with cells of each size of CellFrame::kSizes. Cost: one walk all the same.
+Expected<std::vector<PointChunks>> CutIntoChunksOfAllSizes(CProjectCore& core);
+
 /// The failure of a reader that got no view of the point file.
 inline tl::unexpected<Error> PointsNotMapped() {
     return Fail(ErrorCode::Failure, "the points cannot be mapped; close other programs and retry");

@@ -48,16 +48,28 @@ Expected<void> TileCells::Check() const {
     return {};
 }
 
+// Three places are written for each column, whether or not there is anything: branches would be guessed
+// wrong. What is too many, the next column overwrites.
 void TileCells::Link() {
+    constexpr std::size_t kMostAround = 27;
     firstAround_.reserve(keys_.size() + 1);
-    around_.reserve(keys_.size() * 10);
-    std::uint32_t columns = 0;
-    const auto all = [](std::uint32_t) { return true; };
-    ForColumnsAround(keys_, all, [&](std::uint32_t, std::uint32_t first, std::uint32_t last) {
-        if (columns++ % 9 == 0) firstAround_.push_back(static_cast<std::uint32_t>(around_.size()));
-        for (std::uint32_t i = first; i < last; ++i) around_.push_back(i);
-    });
-    firstAround_.push_back(static_cast<std::uint32_t>(around_.size()));
+    around_.resize(keys_.size() * 10 + kMostAround);
+    const ColumnRanks ranks(keys_);
+    ColumnRanks::Nine columns{};
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+        firstAround_.push_back(static_cast<std::uint32_t>(end));
+        if (around_.size() < end + kMostAround)
+            around_.resize(around_.size() * 3 / 2 + kMostAround);
+        if (i == 0 || keys_[i] / kKeyY != keys_[i - 1] / kKeyY) columns = ranks.Around(keys_[i]);
+        for (const std::uint32_t* column : columns) {
+            const std::uint32_t first = ranks.First(column, keys_[i]);
+            for (std::uint32_t k = 0; k < 3; ++k) around_[end + k] = first + k;
+            end += ranks.End(column, keys_[i]) - first;
+        }
+    }
+    firstAround_.push_back(static_cast<std::uint32_t>(end));
+    around_.resize(end);
 }
 
 }  // namespace orvix::detection

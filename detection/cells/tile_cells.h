@@ -39,7 +39,7 @@ public:
 
     /// Damaged where a cell is stored in two places.
     [[nodiscard]] Expected<void> Check() const;
-    /// Finds the cells beside each cell: Around needs it.
+    /// Finds the cells beside each cell: Around needs it. Precondition: Check found nothing.
     void Link();
 
     [[nodiscard]] const CellFrame& Frame() const { return frame_; }

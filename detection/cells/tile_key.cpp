@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "detection/cells/tile_key.h"
 
+#include <algorithm>
+
 namespace orvix::detection {
 namespace {
 
@@ -23,6 +25,36 @@ std::vector<std::uint32_t> AscendingOrder(std::span<const TileKey> keys) {
     SortByDigit(keys, 0, order, byLow);
     SortByDigit(keys, kDigitBits, byLow, order);
     return order;
+}
+
+ColumnRanks::ColumnRanks(std::span<const TileKey> keys) {
+    if (keys.empty()) return;
+    std::uint32_t highest = 0, columns = 0;
+    lowest_ = kKeyY;
+    TileKey last = ~TileKey{0};
+    for (const TileKey key : keys) {
+        lowest_ = std::min(lowest_, key % kKeyY);
+        highest = std::max(highest, key % kKeyY);
+        columns += key / kKeyY != last / kKeyY ? 1 : 0;
+        last = key;
+    }
+    constexpr std::uint32_t kMargin = kRow + 1;  // the columns around the first and the last
+    firstColumn_ = keys.front() / kKeyY - kMargin;
+    startOf_.resize(keys.back() / kKeyY - keys.front() / kKeyY + 1 + 2 * kMargin);
+    const std::size_t height = highest - lowest_ + 4;
+    ranks_.resize((columns + 1) * height);
+    auto at = ranks_.begin() + static_cast<std::ptrdiff_t>(height);
+    for (std::uint32_t i = 0; i < keys.size();) {
+        const std::uint32_t column = keys[i] / kKeyY;
+        const auto start = at;
+        startOf_[column - firstColumn_] = static_cast<std::uint32_t>(start - ranks_.begin());
+        for (; i < keys.size() && keys[i] / kKeyY == column; ++i) {
+            const auto end = start + static_cast<std::ptrdiff_t>(keys[i] % kKeyY - lowest_ + 2);
+            for (; at < end; ++at) *at = i;
+        }
+        const auto end = start + static_cast<std::ptrdiff_t>(height);
+        for (; at < end; ++at) *at = i;
+    }
 }
 
 }  // namespace orvix::detection

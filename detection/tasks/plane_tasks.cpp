@@ -80,9 +80,9 @@ public:
         platform::MakeFolder(folder_, error);
         if (error) return FailSystem(error, platform::ToUtf8(folder_) + " could not be made");
         const parallel::Pool pool(1, options.proceed, kCancelled);
-        const auto step = FirstCellStep(core_, values, pool);
-        if (!step) return ErrorOf(step);
-        return PlanWith(*step, values, pieces, pool);
+        auto plan = FirstPlan(core_, values, pool);
+        if (!plan) return ErrorOf(plan);
+        return PlanWith(std::move(*plan), values, pieces);
     }
 
     Expected<void> Open() {
@@ -182,22 +182,19 @@ private:
     }
     void Take(TaskPlan task, PointChunks cut) {
         key_ = KeyOf(task);
-        plan_ = {std::move(cut), task.settings};
+        plan_ = {task.step, std::move(cut), task.settings};
         task_ = std::move(task);
         limits_ = LimitsFor(task_.options, task_.settings);
     }
 
-    Expected<void> PlanWith(std::size_t step, const PlaneSearchOptions& options, unsigned pieces,
-                            const parallel::Pool& pool) {
-        auto plan = PlanSearch(core_, step, options, pool);
-        if (!plan) return ErrorOf(plan);
-        const auto mark = CloudMark(core_, plan->cut);
+    Expected<void> PlanWith(SearchPlan&& plan, const PlaneSearchOptions& options, unsigned pieces) {
+        const auto mark = CloudMark(core_, plan.cut);
         if (!mark) return ErrorOf(mark);
-        TaskPlan task{options, plan->settings, step, *mark, CutIntoPieces(plan->cut, pieces)};
+        TaskPlan task{options, plan.settings, plan.step, *mark, CutIntoPieces(plan.cut, pieces)};
         TaskWriter writer;
         Encode(task, writer);
         if (auto stored = writer.Store(PlanPath(), kPlanKey); !stored) return stored;
-        Take(std::move(task), std::move(plan->cut));
+        Take(std::move(task), std::move(plan.cut));
         return {};
     }
 
@@ -210,8 +207,10 @@ private:
         const std::uint64_t step = task_.step;
         if (auto opened = Open(); !opened) return opened;
         if (task_.step != step) return {};
-        return PlanWith(step + 1, PlaneSearchOptions(task_.options),
-                        static_cast<unsigned>(task_.Pieces()), pool);
+        const PlaneSearchOptions options = task_.options;
+        auto plan = PlanSearch(core_, step + 1, options, pool);
+        if (!plan) return ErrorOf(plan);
+        return PlanWith(std::move(*plan), options, static_cast<unsigned>(task_.Pieces()));
     }
 
     Expected<void> Grow(std::size_t piece, const parallel::Pool& pool) const {

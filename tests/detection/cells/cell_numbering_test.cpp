@@ -29,6 +29,12 @@ TEST(CellNumbering, CountsCellsInTheOrderInWhichTheyAreMet) {
     EXPECT_TRUE(numbering.IsNew());
     EXPECT_EQ(numberOf(-0.4F, -0.2F, -0.1F), 3U);
     EXPECT_FALSE(numbering.IsNew());
+    // Back in a metre that was left: its cells are new ones.
+    EXPECT_EQ(numberOf(0.1F, 0.2F, 0.3F), 4U);
+    EXPECT_TRUE(numbering.IsNew());
+    EXPECT_EQ(numberOf(0.6F, 0.5F, 0.3F), 5U);
+    EXPECT_EQ(numberOf(0.2F, 0.2F, 0.3F), 4U);
+    EXPECT_FALSE(numbering.IsNew());
 }
 
 TEST(CellNumbering, AgreesWithTheFrameAtTheRimsOfCells) {
