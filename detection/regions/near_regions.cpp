@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <limits>
 #include <optional>
+#include <tuple>
 
 namespace orvix::detection {
 namespace {
@@ -95,8 +96,9 @@ public:
                 if (patches_[i].region != patches_[j].region)
                     contacts.push_back({std::minmax(patches_[i].region, patches_[j].region), i, j});
         });
-        std::sort(contacts.begin(), contacts.end(),
-                  [](const Contact& a, const Contact& b) { return a.pair < b.pair; });
+        std::sort(contacts.begin(), contacts.end(), [](const Contact& a, const Contact& b) {
+            return std::tie(a.pair, a.a, a.b) < std::tie(b.pair, b.a, b.b);
+        });
         std::vector<NearPair> pairs;
         for (std::size_t i = 0; i < contacts.size();) {
             const RegionPair pair = contacts[i].pair;
@@ -114,7 +116,8 @@ public:
                 for (std::size_t k = first; k < i; ++k)
                     LookAcross(patches_[contacts[k].a], patches_[contacts[k].b], approach);
             if (approach.IsNear() || approach.walls > 0)
-                pairs.push_back({pair, approach.touch, !approach.IsNear(), approach.place});
+                pairs.push_back({pair, approach.touch, !approach.IsNear(), approach.place,
+                                 approach.Gap() * map_.Frame().Size()});
         }
         return pairs;
     }
@@ -139,6 +142,9 @@ private:
         std::size_t walls = 0;  // contacts across a gap with a wall between
         std::size_t open = 0;   // without one
 
+        [[nodiscard]] double Gap() const {
+            return std::sqrt(static_cast<double>(squaredGap)) / kParts;
+        }
         [[nodiscard]] bool IsNear() const {
             return touch || (open > 0 && open >= kMinOpen * walls);
         }

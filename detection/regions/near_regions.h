@@ -19,6 +19,7 @@ struct NearPair {
     bool touch = false;  ///< points of theirs lie side by side
     bool wall = false;   ///< a wall stands between: they are near, and never one
     Vector place;        ///< where they come nearest, the first of several
+    double gap = 0;      ///< metres, between their points, there
 };
 
 /// How near regions have to come.

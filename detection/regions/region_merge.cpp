@@ -21,6 +21,12 @@ constexpr double kMaxApart = 0.35;
 constexpr double kMaxSmallApart = 0.6;  // where one of them is small: it may be turned by its noise
 constexpr double kWaves = 2;      // times the waves of the rougher piece: what a wavy surface adds
 constexpr double kMaxReach = 20;  // cells: what lies farther apart is not joined
+// Of two faces of so many square metres at most, with so many points at least, a gap that is wider than
+// that share of the bridge, or than so many widths of the narrower one, parts the two.
+constexpr double kSmallFace = 1;
+constexpr double kMinOfFace = 80;
+constexpr double kSmallBridge = 0.56;
+constexpr double kMaxWidths = 2;
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
 class Merger {
@@ -81,6 +87,16 @@ public:
         }
         return false;
     }
+    // Whether two pieces that come so near are faces of their own. Fronts of drawers, steps and tops of
+    // tables lie in one plane; what hides so much of a large surface, such as a cupboard before a wall,
+    // hides a small one whole.
+    [[nodiscard]] bool AreTwoFaces(const RegionPair& pair, double gap, double bridge) const {
+        const Region& a = At(pair.first);
+        const Region& b = At(pair.second);
+        if (std::max(a.extent, b.extent) > kSmallFace) return false;
+        if (std::min(a.sum.count, b.sum.count) < kMinOfFace) return false;
+        return gap > kSmallBridge * bridge || gap > kMaxWidths * std::min(WidthOf(a), WidthOf(b));
+    }
     // How far the mean of a piece may lie from the plane of the whole.
     [[nodiscard]] double Allowed(const Region& a, const Region& b, const Region& both,
                                  bool touch) const {
@@ -130,6 +146,10 @@ private:
         Refit(both);
         return both;
     }
+    // Across a region, as if its points were spread evenly.
+    static double WidthOf(const Region& region) {
+        return std::sqrt(12 * SpreadOf(region.sum.Covariance()).middle);
+    }
     // The mean square distance of a region's points from a plane.
     static double Spread(const Region& region, const PlaneAt& plane) {
         const double away = plane.Distance(region.plane.centre);
@@ -147,7 +167,8 @@ private:
 void SortOnce(std::vector<NearPair>& pairs) {
     std::sort(pairs.begin(), pairs.end(), [](const NearPair& a, const NearPair& b) {
         if (a.pair != b.pair) return a.pair < b.pair;
-        return a.touch != b.touch ? a.touch : a.wall > b.wall;
+        if (a.touch != b.touch) return a.touch;
+        return a.wall != b.wall ? a.wall : a.gap < b.gap;
     });
     const auto samePair = [](const NearPair& a, const NearPair& b) { return a.pair == b.pair; };
     pairs.erase(std::unique(pairs.begin(), pairs.end(), samePair), pairs.end());
@@ -171,10 +192,12 @@ Expected<std::vector<NearPair>> NearPairsOf(const CellMap& map, double bridge, c
 }
 
 // Joins the best pairs, each region once; false when no pair is left that may join.
-bool JoinOnce(const std::vector<NearPair>& pairs, std::size_t regions, Merger& merger) {
+bool JoinOnce(const std::vector<NearPair>& pairs, double bridge, std::size_t regions,
+              Merger& merger) {
     std::vector<std::pair<double, RegionPair>> ranked;
     for (const NearPair& near : pairs) {
         if (near.wall) continue;
+        if (!near.touch && merger.AreTwoFaces(near.pair, near.gap, bridge)) continue;
         const double loss = merger.Loss(near.pair, near.touch, &near.place);
         if (loss < kNever) ranked.emplace_back(loss, near.pair);
     }
@@ -201,11 +224,11 @@ Expected<MergedRegions> MergeRegions(const GrowthLimits& growth, double bridge,
     auto found = NearPairsOf(map, std::min(bridge, kMaxReach * size), merger, pool);
     if (!found) return ErrorOf(found);
     std::vector<NearPair> pairs = std::move(*found);
-    while (JoinOnce(pairs, regions.size(), merger)) {
+    while (JoinOnce(pairs, bridge, regions.size(), merger)) {
         if (!pool.Proceed())
             return Fail(ErrorCode::Cancelled, "the search for planes was cancelled");
-        for (auto& [pair, touch, wall, place] : pairs)
-            pair = std::minmax(merger.Root(pair.first), merger.Root(pair.second));
+        for (NearPair& near : pairs)
+            near.pair = std::minmax(merger.Root(near.pair.first), merger.Root(near.pair.second));
         std::erase_if(pairs, [](const NearPair& m) { return m.pair.first == m.pair.second; });
         SortOnce(pairs);
     }

@@ -296,6 +296,48 @@ TEST(DrawnPlanes, ACasementIsOnePlaneThoughItsPointsLieAlongTwoLines) {
     EXPECT_EQ(search->Planes().size(), 2U);
 }
 
+// BEHAVIOUR A15
+TEST(DrawnPlanes, NoPlaneLeansThroughTheStepsOfAFrame) {
+    // Each with the planes that are found at least; of most, two or three points lie side by side.
+    const struct {
+        double wide, spacing;
+        int steps;
+        std::size_t planes;
+    } frames[] = {
+        {0.02, 0.012, 3, 8}, {0.025, 0.014, 2, 7}, {0.035, 0.014, 3, 8}, {0.03, 0.004, 3, 8}};
+    for (const auto& frame : frames) {
+        Scene scene(frame.spacing, 0.0015);
+        scene.Add({0, 0, 0}, kX * 2, kY * 2);
+        scene.Add({0, 1.8, 0}, kX * 2, kZ * 2).Add({1.8, 0, 0}, kY * 2, kZ * 2);
+        for (int step = 0; step < frame.steps; ++step) {
+            const double at = frame.wide * step;
+            scene.Add({0.53 + at, 1.03 + at, 0.2}, kX * frame.wide, kZ * 1.1);
+            scene.Add({0.53 + frame.wide + at, 1.03 + at, 0.2}, kY * frame.wide, kZ * 1.1);
+        }
+        const Searched search(scene);
+        EXPECT_GE(search->Planes().size(), frame.planes) << frame.wide;
+        for (const FoundPlane& plane : search->Planes()) {
+            const Vector& n = plane.normal;
+            EXPECT_GT(std::max({std::abs(n.x), std::abs(n.y), std::abs(n.z)}), 0.97)
+                << frame.wide << ": " << n.x << ' ' << n.y << ' ' << n.z << ", " << plane.points;
+        }
+    }
+}
+
+// BEHAVIOUR A5
+TEST(DrawnPlanes, SmallFacesInOnePlaneArePartedByANarrowerGapThanLargeOnes) {
+    Scene scene(0.012, 0.0015);
+    scene.Add({0, 0, 0}, kX * 3, kY * 3);
+    // Two fronts of 0.6 by 0.5 m, two bars of 5 cm, the two halves of a wall.
+    scene.Add({0.36, 1.03, 0.4}, kX * 0.6, kZ * 0.5).Add({1.14, 1.03, 0.4}, kX * 0.6, kZ * 0.5);
+    scene.Add({2.03, 0.445, 0.3}, kY * 0.05, kZ * 1.2).Add({2.03, 0.602, 0.3}, kY * 0.05, kZ * 1.2);
+    scene.Add({0, 2.83, 0.3}, kX * 1.4, kZ * 2.2).Add({1.56, 2.83, 0.3}, kX * 1.4, kZ * 2.2);
+    const Searched search(scene);
+    EXPECT_EQ(search.Through(kY, {1, 1.03, 0.6}, 0.003).size(), 2U);
+    EXPECT_EQ(search.Through(kX, {2.03, 0.55, 0.9}, 0.003).size(), 2U);
+    EXPECT_EQ(search.Through(kY, {1.5, 2.83, 1}, 0.003).size(), 1U);
+}
+
 TEST(DrawnPlanes, BothSidesOfADoorLeafAreFound) {
     for (const double at : {1.0, 1.085}) {
         Scene scene(0.02, 0.0015);
