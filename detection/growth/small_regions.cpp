@@ -2,10 +2,10 @@
 #include "detection/growth/small_regions.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
+#include "detection/growth/speck_groups.h"
 #include "detection/growth/speck_neighbours.h"
 #include "detection/growth/speck_shapes.h"
 #include "orvix/platform/asker.h"
@@ -18,17 +18,18 @@ constexpr double kMaxSparse = 2.5;      // and where the cell holds no more than
 constexpr double kFewPoints = 3;        // as on a facade that is far from the scanner
 constexpr std::size_t kMinSpecks = 12;  // of a region
 constexpr std::size_t kMinRimSpecks = 6;
-constexpr double kMinWidth = 0.055;        // of a cell's side: standard deviation across a region
-constexpr double kMaxLineWidth = 0.08;     // and of a line that is no region beside another one
-constexpr std::uint8_t kMaxDrops = 2;      // regions that a speck leads on in vain
-constexpr std::size_t kMinSupport = 7;     // neighbours on a region's plane: a speck that leads on
-constexpr double kMaxSureTurn = 0.1;       // radians: a normal that is surer than that may refuse
-constexpr double kMaxCosineOfOther = 0.7;  // of such a normal with the region's
-constexpr double kMaxFilled = 0.46;        // of what a region allows its specks: its rms
-constexpr double kMaxCurved = 0.4;         // share of the squares that a paraboloid explains
-constexpr double kMinKurtosis = 1.4;       // across a region: of a face, not of its two edges
-constexpr double kMinPivot = 1e-9;         // of a term that the others do not hold already
-constexpr double kScatters = 4;            // times a region's rms: how far its specks may lie
+constexpr double kMinWidth = 0.055;         // of a cell's side: standard deviation across a region
+constexpr double kMaxLineWidth = 0.08;      // and of a line that is no region beside another one
+constexpr std::uint8_t kMaxDrops = 2;       // regions that a speck leads on in vain
+constexpr std::size_t kMinSupport = 7;      // neighbours on a region's plane: a speck that leads on
+constexpr double kMaxSureTurn = 0.1;        // radians: a normal that is surer than that may refuse
+constexpr double kMaxCosineOfOther = 0.7;   // of such a normal with the region's
+constexpr double kMaxFilled = 0.46;         // of what a region allows its specks: its rms
+constexpr double kMaxCurved = 0.4;          // share of the squares that a paraboloid explains
+constexpr double kMinCosineToKnown = 0.99;  // of a region that is parallel to one around it
+constexpr double kMaxCrossed = 0.05;     // of one that leans: places where a surface passes through
+constexpr double kMinCorrelation = 0.5;  // there, of heights with places across the region
+constexpr double kScatters = 4;          // times a region's rms: how far its specks may lie
 
 constexpr std::uint32_t kSpecksPerQuestion = 2048;  // some milliseconds
 
@@ -63,11 +64,13 @@ std::vector<float> FarthestOf(std::span<const Speck> specks, const TileCells& ti
 
 class SmallGrower {
 public:
-    SmallGrower(std::span<const Speck> specks, const TileCells& tile, const GrowthLimits& limits,
+    SmallGrower(std::span<const Speck> specks, const TileCells& tile,
+                std::span<const Region> around, const GrowthLimits& limits,
                 const std::function<bool()>& proceed)
         : asker_(proceed, kSpecksPerQuestion),
           specks_(specks),
           tile_(tile),
+          around_(around),
           limits_(limits),
           means_(MeansOf(specks)),
           nearest_(PlacesOf(means_), FarthestOf(specks, tile), asker_),
@@ -117,8 +120,9 @@ private:
                    std::count_if(around.begin(), around.end(),
                                  [&](std::uint32_t other) { return Fits(other); })) >= kMinSupport;
     }
-    [[nodiscard]] double CurvedShare() const;
-    [[nodiscard]] bool IsTwoLines() const;
+    [[nodiscard]] std::vector<Vector> PlacesAboutCentre() const;
+    [[nodiscard]] bool Leans() const;
+    [[nodiscard]] double CrossedShare(const Vector& across) const;
     [[nodiscard]] bool IsWorthKeeping() const;
     [[nodiscard]] bool TouchesRim() const {
         return std::any_of(members_.begin(), members_.end(), [&](const Member& member) {
@@ -132,6 +136,7 @@ private:
     detail::Asker asker_;
     std::span<const Speck> specks_;
     const TileCells& tile_;
+    std::span<const Region> around_;
     GrowthLimits limits_;
     std::vector<Vector> means_;
     SpeckNeighbours nearest_;
@@ -238,66 +243,51 @@ void SmallGrower::Recheck() {
     if (members_.size() >= kMinRimSpecks) Fit();
 }
 
-// The share of the specks' squared distances from their plane that a paraboloid explains: little of
-// noise, most of a patch of a round thing.
-double SmallGrower::CurvedShare() const {
-    constexpr std::size_t kTerms = 6;  // 1, x, y, xx, xy, yy
-    const Vector across = std::abs(normal_.z) < 0.9 ? Vector{0, 0, 1} : Vector{1, 0, 0};
-    const Vector u = detail::Unit(detail::Cross(normal_, across)), v = detail::Cross(normal_, u);
-    const double scale = 1 / tile_.Frame().Size();
-    std::array<std::array<double, kTerms + 1>, kTerms> m{};  // normal equations
-    double squares = 0;
-    for (const Member& member : members_) {
-        const Vector at = means_[member.speck] - centre_;
-        const double x = Dot(u, at) * scale, y = Dot(v, at) * scale, z = Dot(normal_, at);
-        const std::array<double, kTerms + 1> row{1, x, y, x * x, x * y, y * y, z};
-        for (std::size_t i = 0; i < kTerms; ++i)
-            for (std::size_t j = i; j <= kTerms; ++j) m[i][j] += row[i] * row[j];
-        squares += z * z;
-    }
-    // Cholesky's steps, on the right side too: what each term explains is the square of its own.
-    double explained = 0;
-    for (std::size_t i = 0; i < kTerms; ++i) {
-        if (!(m[i][i] > kMinPivot * static_cast<double>(members_.size()))) return 0;
-        const double root = std::sqrt(m[i][i]);
-        for (std::size_t j = i; j <= kTerms; ++j) m[i][j] /= root;
-        for (std::size_t k = i + 1; k < kTerms; ++k)
-            for (std::size_t j = k; j <= kTerms; ++j) m[k][j] -= m[i][k] * m[i][j];
-        explained += m[i][kTerms] * m[i][kTerms];
-    }
-    // Three terms more explain some of any noise, the more the fewer specks there are.
-    const auto count = static_cast<double>(members_.size());
-    if (squares <= 0 || count <= kTerms) return 0;
-    return 1 - (1 - explained / squares) * (count - 3) / (count - kTerms);
+// Whether no region that grew from cells is parallel to this one, and no larger one that grew from
+// specks.
+bool SmallGrower::Leans() const {
+    const auto isParallel = [&](const Region& region) {
+        return std::abs(Dot(region.plane.normal, normal_)) > kMinCosineToKnown;
+    };
+    double own = 0;  // points
+    for (const Member& member : members_) own += specks_[member.speck].sum.count;
+    return std::none_of(around_.begin(), around_.end(), isParallel) &&
+           std::none_of(result_.regions.begin(), result_.regions.end(), [&](const Region& region) {
+               return region.sum.count > own && isParallel(region);
+           });
 }
 
-// Whether the specks lie along two edges, each too narrow for a face, with nothing between them, as
-// what is left along a frame does: their kurtosis across is 1, that of an even face 1.8. The four
-// sides of a casement lie along two lines as well, but wider ones.
-bool SmallGrower::IsTwoLines() const {
-    MomentSum sum;
-    for (const Member& member : members_) sum.Add(means_[member.speck] - centre_);
-    const Vector across = detail::DecomposeSymmetric(sum.Covariance()).vectors[1];
-    double squares = 0, fourths = 0;
-    struct Line {
-        double count = 0, sum = 0, squares = 0;
-        [[nodiscard]] double Variance() const {
-            return count > 0 ? squares / count - (sum / count) * (sum / count) : 0;
-        }
-    };
-    std::array<Line, 2> lines;
+// The share of the specks at which a surface passes from one side of the plane to the other: their
+// neighbours lie beyond what is allowed on both sides, and the higher the farther to one side. A
+// plane that leans against all others through the edges of a frame consists of such places; the
+// faces of the frame have them, too, at their edges.
+double SmallGrower::CrossedShare(const Vector& across) const {
+    std::size_t crossed = 0;
     for (const Member& member : members_) {
-        const double at = Dot(across, means_[member.speck] - centre_);
-        squares += at * at;
-        fourths += at * at * at * at;
-        Line& line = lines[at < 0 ? 0 : 1];
-        line.count += 1;
-        line.sum += at;
-        line.squares += at * at;
+        bool above = false, below = false;
+        double slopes = 0, breadths = 0, heights = 0;
+        for (const std::uint32_t other : nearest_.Of(member.speck)) {
+            const double height = Dot(normal_, means_[other] - centre_);
+            above |= height > allowed_;
+            below |= height < -allowed_;
+            const Vector by = means_[other] - means_[member.speck];
+            const double l = Dot(across, by), h = Dot(normal_, by);
+            slopes += l * h;
+            breadths += l * l;
+            heights += h * h;
+        }
+        if (above && below &&
+            slopes * slopes > kMinCorrelation * kMinCorrelation * breadths * heights)
+            ++crossed;
     }
-    if (fourths * sum.count >= kMinKurtosis * squares * squares) return false;
-    const double widest = kMaxLineWidth * tile_.Frame().Size();
-    return std::max(lines[0].Variance(), lines[1].Variance()) < widest * widest;
+    return static_cast<double>(crossed) / static_cast<double>(members_.size());
+}
+
+std::vector<Vector> SmallGrower::PlacesAboutCentre() const {
+    std::vector<Vector> places;
+    places.reserve(members_.size());
+    for (const Member& member : members_) places.push_back(means_[member.speck] - centre_);
+    return places;
 }
 
 bool SmallGrower::IsWorthKeeping() const {
@@ -306,7 +296,12 @@ bool SmallGrower::IsWorthKeeping() const {
     if (width_ < narrowest * narrowest) return false;
     // A patch of a round thing fills what is allowed, a plane does not.
     if (rms_ > kMaxFilled * allowed_) return false;
-    if (CurvedShare() > kMaxCurved || IsTwoLines()) return false;
+    const std::vector<Vector> places = PlacesAboutCentre();
+    const double size = tile_.Frame().Size();
+    if (CurvedShare(places, normal_, size) > kMaxCurved) return false;
+    const Vector across = DirectionAcross(places);
+    if (LieAlongTwoLines(places, across, kMaxLineWidth * size)) return false;
+    if (Leans() && CrossedShare(across) > kMaxCrossed) return false;
     return members_.size() >= kMinSpecks || TouchesRim();
 }
 
@@ -355,9 +350,10 @@ SmallRegions SmallGrower::Finish() {
 }  // namespace
 
 SmallRegions GrowSmallRegions(std::span<const Speck> specks, const TileCells& tile,
-                              const GrowthLimits& limits, const std::function<bool()>& proceed) {
+                              std::span<const Region> around, const GrowthLimits& limits,
+                              const std::function<bool()>& proceed) {
     if (specks.size() < kMinRimSpecks) return {};
-    return SmallGrower(specks, tile, limits, proceed).Grow();
+    return SmallGrower(specks, tile, around, limits, proceed).Grow();
 }
 
 }  // namespace orvix::detection

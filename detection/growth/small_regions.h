@@ -22,14 +22,16 @@ struct SmallRegions {
 /// Each speck has the normal of its 12 nearest ones, or of those that agree on a plane. From the
 /// flattest on, regions take in the nearest specks of their specks, as GrowRegions does with cells; a
 /// speck leads on where its normal is the region's or where most of its nearest ones lie on the plane.
-/// What is smaller than a dozen specks, or narrower than a fifth of a cell, is dropped; a speck of
-/// which two regions were dropped leads on no more, so that one is not grown again from each seed.
+/// What is smaller than a dozen specks, or narrower than a fifth of a cell, is dropped, and so is what
+/// leans against all regions of the tile, `around` and larger small ones, where surfaces pass through
+/// it from one side to the other. A speck of which two regions were dropped leads on no more, so that
+/// one is not grown again from each seed.
 ///
-/// Order   a function of the specks alone: seeds by flatness, equal ones by number.
+/// Order   a function of the specks and of the regions around: seeds by flatness, equal ones by number.
 /// Errors  none; where `proceed`, asked every few milliseconds, says no, a result to be dropped.
 /// Cost    some 2 microseconds and 250 bytes per speck.
 SmallRegions GrowSmallRegions(std::span<const Speck> specks, const TileCells& tile,
-                              const GrowthLimits& limits,
+                              std::span<const Region> around, const GrowthLimits& limits,
                               const std::function<bool()>& proceed = {});
 
 }  // namespace orvix::detection

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 namespace orvix::detection {
 namespace {
 
@@ -38,16 +39,17 @@ SpeckShape ShapeOfSum(const MomentSum& sum) {
     return shape;
 }
 
-/// The neighbours of one speck, about it. What is missing to twelve lies too far from any plane.
+/// The neighbours of one speck, about it. What is missing to twelve lies nowhere, and so on no plane: a
+/// place far away would lie on those planes through the speck that pass there, too.
 class Consensus {
 public:
     static constexpr std::size_t kMost = SpeckNeighbours::kMost;
 
     Consensus(std::span<const Vector> means, std::span<const std::uint32_t> around,
               std::uint32_t speck) {
-        x_.fill(kFar);
-        y_.fill(kFar);
-        z_.fill(kFar);
+        x_.fill(kNowhere);
+        y_.fill(kNowhere);
+        z_.fill(kNowhere);
         for (const std::uint32_t other : around) {
             const Vector at = means[other] - means[speck];
             x_[count_] = static_cast<float>(at.x);
@@ -59,6 +61,7 @@ public:
     /// The shape of the speck and those that agree on a plane; not flat where too few do.
     [[nodiscard]] SpeckShape Find(float within) const {
         Plane best;
+        if (count_ < std::size_t{kMinAgreed}) return {};
         const std::size_t tried = std::min(count_, kTried);
         for (std::size_t i = 0; i < tried; ++i)
             for (std::size_t j = i + 1; j < tried; ++j) Try(i, j, within, best);
@@ -71,7 +74,7 @@ public:
     }
 
 private:
-    static constexpr float kFar = 1e6F;
+    static constexpr float kNowhere = std::numeric_limits<float>::quiet_NaN();
 
     /// A plane through the speck, by a normal of any length.
     struct Plane {
