@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::uint32_t kCellsPerQuestion = 16384;  // some milliseconds
 constexpr double kMinPoints = 8;
-constexpr double kMaxTurn = 0.05;         // radians: of a normal that a cell has by itself
-constexpr double kMaxSliced = 2.2;        // rms of a surface to that of its half: of noise, 1.66
+constexpr double kMaxTurn = 0.05;  // radians: of a normal that a cell has by itself
+constexpr double kMaxSliced = 3;  // rms of a surface to a slice's: half of noise, 1.66; its tail, 3
 constexpr double kMaxWhole = 1.3;         // rms of such a surface to that of its surroundings
 constexpr double kMinCosine = 0.94;       // of the angle between the two
 constexpr double kMaxRatio = 0.35;        // of the least spread to the middle one

@@ -22,8 +22,6 @@ constexpr std::uint64_t kPointsPerSample = 4096;
 constexpr std::uint32_t kMinTypicalCount = 2;
 
 constexpr double kMinGain = 1.15;  // in points of flat cells: what makes a larger size better
-// BEHAVIOUR A3
-constexpr double kPlainShare = 0.45;  // of the points of flat cells: their cells hold noise alone
 
 // The heads of chunks, spread evenly; the last cells of each may be cut.
 std::vector<PointChunk> SamplesOf(const PointChunks& cut) {
@@ -43,7 +41,7 @@ std::vector<PointChunk> SamplesOf(const PointChunks& cut) {
 struct SampledCells {
     std::vector<std::uint32_t> counts;      // of every cell
     std::vector<std::uint32_t> flatCounts;  // of those with a normal
-    std::vector<float> rms;                 // of the same
+    std::vector<float> rms;                 // of the same, in an order of their own
 };
 
 Expected<SampledCells> ReadSample(CAlivePointReader& reader, const PointChunks& cut,
@@ -139,22 +137,6 @@ double FlatShare(const SampledCells& found) {
     return found.counts.empty() ? 0 : sum(found.flatCounts) / sum(found.counts);
 }
 
-// The rms that the cells of so many of the points have at most. Points count, not cells: a surface
-// that is seen at a grazing angle scatters less across itself, and fills many cells with few points.
-float PlainRms(const SampledCells& found) {
-    std::vector<std::pair<float, std::uint32_t>> cells;
-    double points = 0;
-    for (std::size_t i = 0; i < found.rms.size(); ++i) {
-        cells.emplace_back(found.rms[i], found.flatCounts[i]);
-        points += found.flatCounts[i];
-    }
-    std::sort(cells.begin(), cells.end());
-    double passed = 0;
-    for (const auto& [rms, count] : cells)
-        if ((passed += count) >= kPlainShare * points) return rms;
-    return 0;
-}
-
 // Along an axis, the metres of tiles without those that hold the first and last 2 % of the points.
 double ExtentAlong(const PointChunks& cut, std::size_t axis) {
     std::vector<std::pair<std::int32_t, std::uint64_t>> tiles;
@@ -183,10 +165,8 @@ CloudEstimate EstimateOf(SampledCells& found, const PointChunks& cut) {
     estimate.spacing = cut.frame.Size();
     if (!found.flatCounts.empty())
         estimate.spacing /= std::sqrt(std::max<double>(detail::Quantile(found.flatCounts, 0.5), 1));
-    if (!found.rms.empty()) {
-        estimate.noise = PlainRms(found);
-        estimate.noise = std::max<double>(estimate.noise, detail::Quantile(found.rms, kPlainShare));
-    }
+    // BEHAVIOUR A3
+    if (!found.rms.empty()) estimate.noise = detail::Quantile(found.rms, 0.5);
     estimate.extent = ExtentOf(cut);
     return estimate;
 }

@@ -13,8 +13,7 @@ namespace orvix::detection {
 /// Noise and point spacing of a cloud, estimated from up to 256 samples spread evenly over the
 /// point file.
 struct CloudEstimate {
-    double noise =
-        0;  ///< metres: 45 % of the flat cells, and of their points, have at most that rms
+    double noise = 0;    ///< metres: the median of the flat cells' rms
     double spacing = 0;  ///< metres between points in the median flat cell
     double extent = 0;   ///< metres across the ground that holds 96 % of the points along each axis
 };

@@ -29,6 +29,8 @@ constexpr double kMaxCurved = 0.4;          // share of the squares that a parab
 constexpr double kMinCosineToKnown = 0.99;  // of a region that is parallel to one around it
 constexpr double kMaxCrossed = 0.05;     // of one that leans: places where a surface passes through
 constexpr double kMinCorrelation = 0.5;  // there, of heights with places across the region
+constexpr double kMaxScatter = 1.7;      // times the noise: the rms that counts
+constexpr double kMinScatter = 0.0014;   // metres: and this counts in any scan
 constexpr double kScatters = 4;          // times a region's rms: how far its specks may lie
 
 constexpr std::uint32_t kSpecksPerQuestion = 2048;  // some milliseconds
@@ -107,7 +109,7 @@ private:
     void Recheck();
     void Fit();
     void Allow() {
-        const double rms = std::min(rms_, 1.5 * limits_.noise);
+        const double rms = std::min(rms_, std::max(kMaxScatter * limits_.noise, kMinScatter));
         allowed_ = limits_.fixed ? limits_.distance : std::max(limits_.distance, kScatters * rms);
     }
     [[nodiscard]] bool Fits(std::uint32_t speck) const {
