@@ -17,6 +17,7 @@ namespace {
 constexpr double kMaxTouching = 0.7;
 constexpr double kMaxSliced = 3;           // rms of halves: how far apart they lie
 constexpr double kMinCosineToFace = 0.99;  // of a surface that a face between tiles slices
+constexpr double kMaxFromFace = 3;         // rms of both: how far from the face it lies
 constexpr double kMaxApart = 0.35;
 constexpr double kMaxSmallApart = 0.6;  // where one of them is small: it may be turned by its noise
 constexpr double kWaves = 2;      // times the waves of the rougher piece: what a wavy surface adds
@@ -74,7 +75,8 @@ public:
                !IsSlicedByTiles(both);
     }
     // Whether a face between tiles slices a surface: its noise puts half of its points into the tile
-    // above, half into the one below, and the halves lie 2.7 times their rms apart.
+    // above, half into the one below, and the halves lie 2.7 times their rms apart. Of a surface that
+    // lies beside the face, a tail is cut off.
     [[nodiscard]] bool IsSlicedByTiles(const Region& both) const {
         const Vector& n = both.plane.normal;
         const Vector& c = both.plane.centre;
@@ -83,7 +85,7 @@ public:
             if (std::abs(cosines[axis]) < kMinCosineToFace) continue;
             const double side = frame_.PerTile(axis) * frame_.Size();
             const double tiles = centre[axis] / side;
-            return std::abs(tiles - std::floor(tiles + 0.5)) * side <= both.rms;
+            return std::abs(tiles - std::floor(tiles + 0.5)) * side <= kMaxFromFace * both.rms;
         }
         return false;
     }
