@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "detection/cells/point_readers.h"
+#include "detection/face_points.h"
 #include "detection/plane_groups.h"
 #include "detection/region_planes.h"
 #include "detection/search_settings.h"
@@ -93,8 +94,9 @@ struct PlaneSearch::State {
     CProjectCore& core;
     PlaneSearchSettings settings;
     CloudRegions regions;
-    std::vector<PlaneHeight> heights;   // of each region: what points are compared with
-    std::vector<std::int32_t> planeOf;  // of each region; -1: too small
+    std::vector<PlaneHeight> heights;   // of each face: what points are compared with
+    RegionFaces faces;                  // regions that are several planes
+    std::vector<std::int32_t> planeOf;  // of each face; -1: too small
     std::vector<FoundPlane> planes;
     std::uint64_t assigned = 0;
     std::uint64_t leftOut = 0;
@@ -105,9 +107,9 @@ struct PlaneSearch::State {
                        const PointsAdder& add);
     void Rank(std::vector<FoundPlane>&& fitted);
 
-    [[nodiscard]] PointAssignment Assignment() const { return {regions, heights}; }
-    [[nodiscard]] std::int32_t PlaneOfRegion(std::int32_t region) const {
-        return region < 0 ? -1 : planeOf[static_cast<std::size_t>(region)];
+    [[nodiscard]] PointAssignment Assignment() const { return {regions, heights, &faces}; }
+    [[nodiscard]] std::int32_t PlaneOfFace(std::int32_t face) const {
+        return face < 0 ? -1 : planeOf[static_cast<std::size_t>(face)];
     }
     [[nodiscard]] Expected<void> DescribeCell(const Vector& place, PlaceReport& report) const;
 };
@@ -126,7 +128,7 @@ Expected<void> PlaneSearch::State::Search(const PlaneSearchOptions& options) {
     });
 }
 
-// Only what is left: neither pass over the points.
+// Only what is left: neither pass over all points.
 Expected<void> PlaneSearch::State::Finish(const SearchStages& stages,
                                           const PlaneSearchOptions& options) {
     SearchProgress progress(options);
@@ -148,10 +150,14 @@ Expected<void> PlaneSearch::State::Finish(const SearchStages& stages,
 
 Expected<void> PlaneSearch::State::Fit(const PlaneSearchOptions& options,
                                        const parallel::Pool& pool, const PointsAdder& add) {
-    auto fitted = FitRegionPlanes(regions.grown, settings, LimitsFor(options, settings),
-                                  options.stations, pool, add);
+    auto fitted = FitRegionPlanes(
+        regions.grown, settings, LimitsFor(options, settings), options.stations, pool, add,
+        [&](const RegionFaces& found, const auto& compared, auto& points) {
+            return AddFacePoints(core, regions, found, compared, pool, points);
+        });
     if (!fitted) return ErrorOf(fitted);
     heights = std::move(fitted->heights);
+    faces = std::move(fitted->faces);
     Rank(std::move(fitted->planes));
     return ShareLines(planes, pool);
 }
@@ -198,7 +204,7 @@ PlaneSearch::~PlaneSearch() = default;
 Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Run(CProjectCore& core,
                                                         const PlaneSearchOptions& options) {
     std::unique_ptr<PlaneSearch> search(
-        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, 0, 0})));
+        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, {}, 0, 0})));
     if (core.AlivePointCount() == 0) return search;
     if (!core.CreateAlivePointReader()) return PointsNotMapped();
     if (auto done = search->state_->Search(options); !done) return ErrorOf(done);
@@ -209,7 +215,7 @@ Expected<std::unique_ptr<PlaneSearch>> PlaneSearch::Finish(CProjectCore& core,
                                                            const SearchStages& stages,
                                                            const PlaneSearchOptions& how) {
     std::unique_ptr<PlaneSearch> search(
-        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, 0, 0})));
+        new PlaneSearch(std::unique_ptr<State>(new State{core, {}, {}, {}, {}, {}, {}, 0, 0})));
     if (core.AlivePointCount() == 0) return search;
     PlaneSearchOptions options = stages.Options();
     options.threads = how.threads;
@@ -253,24 +259,24 @@ Expected<void> PlaneSearch::ReadChunk(CAlivePointReader& reader, std::size_t chu
     return state_->Assignment().ForEachBlock(
         reader, chunk,
         [&](std::span<const CCloudPoint<float>> points, std::span<std::int32_t> planes) {
-            for (std::int32_t& plane : planes) plane = state_->PlaneOfRegion(plane);
+            for (std::int32_t& plane : planes) plane = state_->PlaneOfFace(plane);
             use({record, points, planes});
             record += points.size();
         });
 }
 
 std::int32_t PlaneSearch::PlaneOf(const SimplePointT<double>& place) const {
-    return state_->PlaneOfRegion(state_->Assignment().At(place));
+    return state_->PlaneOfFace(state_->Assignment().At(place));
 }
 
 Expected<PlaceReport> PlaneSearch::Explain(const SimplePointT<double>& place) const {
     const PointAssignment assignment = state_->Assignment();
     PlaceReport report;
     std::int32_t nearest = assignment.At(place);
-    report.plane = state_->PlaneOfRegion(nearest);
+    report.plane = state_->PlaneOfFace(nearest);
     if (nearest == kNoRegion) nearest = assignment.At(place, false);
     if (nearest != kNoRegion) {
-        report.nearest = state_->PlaneOfRegion(nearest);
+        report.nearest = state_->PlaneOfFace(nearest);
         report.nearestDistance = state_->heights[static_cast<std::size_t>(nearest)].Distance(place);
     }
     if (auto done = state_->DescribeCell(place, report); !done) return ErrorOf(done);

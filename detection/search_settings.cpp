@@ -85,6 +85,7 @@ GrowthLimits LimitsFor(const PlaneSearchOptions& options, const PlaneSearchSetti
     limits.waviness = factors.waviness * kWaviness;
     limits.maxWave = factors.waviness * kMaxWave;
     limits.small = factors.small && PointsDecide(settings);
+    limits.faces = limits.small && options.bridge <= 0;  // a gap that is asked for is crossed
     const double radians = std::min(settings.angle, 90.0) * std::numbers::pi / 180;
     limits.minCosine = detail::SineCosineOf(radians).cosine;
     limits.noise = settings.noise;

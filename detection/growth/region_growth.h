@@ -16,6 +16,7 @@ struct GrowthLimits {
     double waviness = 0;   ///< of the width of a region: how far its cells may lie from its plane
     double maxWave = 0;    ///< metres: the largest such distance
     bool small = true;     ///< whether what no cell explains grows from points
+    bool faces = true;     ///< whether planes are cut where a strip across them is empty
     double minCosine = 0;  ///< of the angle between a cell's normal and the plane's
     double noise = 0;      ///< metres: standard deviation of points on a plane
     double minArea = 0;    ///< square metres that a region covers at least, by its cells

@@ -2,6 +2,7 @@
 #include "detection/outlines/plane_raster.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace orvix::detection {
@@ -11,15 +12,42 @@ constexpr std::int64_t kMargin = 3;  // pixels: closing needs an empty rim
 
 }  // namespace
 
-PlaneRaster::PlaneRaster(const Extends2DT<double>& bounds, double pixel)
+PlaneRaster::PlaneRaster(const Extends2DT<double>& bounds, double pixel, unsigned parts)
     : left_(bounds.min.x - kMargin * pixel),
       bottom_(bounds.min.y - kMargin * pixel),
-      pixel_(pixel),
-      pixelsPerMetre_(1 / pixel),
-      width_(static_cast<std::int64_t>((bounds.max.x - bounds.min.x) / pixel) + 1 + 2 * kMargin),
-      height_(static_cast<std::int64_t>((bounds.max.y - bounds.min.y) / pixel) + 1 + 2 * kMargin),
+      pixel_(pixel / parts),
+      pixelsPerMetre_(parts / pixel),
+      parts_(parts),
+      width_((static_cast<std::int64_t>((bounds.max.x - bounds.min.x) / pixel) + 1 + 2 * kMargin) *
+             parts),
+      height_((static_cast<std::int64_t>((bounds.max.y - bounds.min.y) / pixel) + 1 + 2 * kMargin) *
+              parts),
       words_(static_cast<std::size_t>((width_ + 63) / 64)),
       bits_(words_ * static_cast<std::size_t>(height_)) {}
+
+PlaneRaster PlaneRaster::Coarser() const {
+    PlaneRaster coarser;
+    coarser.left_ = left_;
+    coarser.bottom_ = bottom_;
+    coarser.pixel_ = pixel_ * parts_;
+    coarser.pixelsPerMetre_ = pixelsPerMetre_ / parts_;
+    coarser.width_ = width_ / parts_;
+    coarser.height_ = height_ / parts_;
+    coarser.words_ = static_cast<std::size_t>((coarser.width_ + 63) / 64);
+    coarser.bits_.resize(coarser.words_ * static_cast<std::size_t>(coarser.height_));
+    for (std::int64_t row = 0; row < height_; ++row) {
+        const std::size_t first = static_cast<std::size_t>(row / parts_) * coarser.words_;
+        for (std::size_t word = 0; word < words_; ++word) {
+            for (std::uint64_t bits = Word(row, word); bits != 0; bits &= bits - 1) {
+                const std::int64_t column =
+                    (static_cast<std::int64_t>(word) * 64 + std::countr_zero(bits)) / parts_;
+                coarser.bits_[first + static_cast<std::size_t>(column >> 6)] |= std::uint64_t{1}
+                                                                                << (column & 63);
+            }
+        }
+    }
+    return coarser;
+}
 
 double PlaneRaster::PixelsOf(const Extends2DT<double>& bounds, double pixel) {
     return ((bounds.max.x - bounds.min.x) / pixel + 7) *

@@ -17,13 +17,14 @@ namespace orvix::detection {
 ///
 /// Units      metres, in the plane's 2D frame.
 /// Order      the same marks give the same raster, in any order and from any thread.
-/// Boundaries a margin of three pixels surrounds the bounds; a mark outside them is left out.
+/// Boundaries a margin of three whole pixels surrounds the bounds; a mark outside them is left out.
 /// Threads    Mark may run side by side, the other calls may not.
 /// Cost       one bit per pixel.
 class PlaneRaster {
 public:
     PlaneRaster() = default;
-    PlaneRaster(const Extends2DT<double>& bounds, double pixel);
+    /// `parts`: how many narrower pixels lie along each side of a pixel; Coarser() puts them together.
+    PlaneRaster(const Extends2DT<double>& bounds, double pixel, unsigned parts = 1);
 
     /// The number of pixels that such a raster has.
     static double PixelsOf(const Extends2DT<double>& bounds, double pixel);
@@ -46,6 +47,9 @@ public:
     [[nodiscard]] std::size_t AllWords() const { return bits_.size(); }
     [[nodiscard]] std::uint64_t WordAt(std::size_t i) const { return bits_[i]; }
     void MarkWord(std::size_t i, std::uint64_t pixels) { bits_[i] |= pixels; }
+
+    /// The raster of whole pixels, each marked where one of its parts is.
+    [[nodiscard]] PlaneRaster Coarser() const;
 
     /// Fills gaps narrower than about two pixels and leaves the rims where they are.
     void CloseGaps();
@@ -76,6 +80,7 @@ private:
     double bottom_ = 0;
     double pixel_ = 1;
     double pixelsPerMetre_ = 1;
+    unsigned parts_ = 1;
     std::int64_t width_ = 0;
     std::int64_t height_ = 0;
     std::size_t words_ = 0;  // per row

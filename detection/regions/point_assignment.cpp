@@ -13,7 +13,7 @@ std::int32_t PointAssignment::At(const Vector& place, bool within) const {
     if (!home) return kNoRegion;
     std::uint32_t own = 0;
     if (const std::size_t tile = map.Find(*home, own); tile != map.Tiles())
-        return Nearest(place, regions_.choices.At(tile, own), within);
+        return NearestFace(place, regions_.choices.At(tile, own), within);
     std::vector<std::int32_t> choice;
     for (std::int32_t x = -1; x <= 1; ++x) {
         for (std::int32_t y = -1; y <= 1; ++y) {
@@ -27,7 +27,7 @@ std::int32_t PointAssignment::At(const Vector& place, bool within) const {
         }
     }
     std::sort(choice.begin(), choice.end());
-    return Nearest(place, choice, within);
+    return NearestFace(place, choice, within);
 }
 
 }  // namespace orvix::detection

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "detection/cells/cell_runs.h"
+#include "detection/faces/face_tree.h"
 #include "detection/regions/cloud_regions.h"
 
 namespace orvix::detection {
@@ -35,8 +36,10 @@ struct PlaneHeight {
 /// Threads    const calls may run side by side, with a reader each.
 class PointAssignment {
 public:
-    PointAssignment(const CloudRegions& regions, const std::vector<PlaneHeight>& planes)
-        : regions_(regions), planes_(planes) {}
+    /// `faces`: what ForEachBlock and At number by face; nothing: by region.
+    PointAssignment(const CloudRegions& regions, const std::vector<PlaneHeight>& planes,
+                    const RegionFaces* faces = nullptr)
+        : regions_(regions), planes_(planes), faces_(faces) {}
 
     /// Reads a chunk: use(points, choice) for stretches of points of one cell and the planes that
     /// each of them may belong to. Errors as of ForEachBlock.
@@ -58,7 +61,7 @@ public:
         std::vector<std::int32_t> planes;
         const auto find = [&](std::span<const CCloudPoint<float>> points, std::uint32_t cell) {
             const std::span<const std::int32_t> choice = ChoiceOf(chunk, cell);
-            for (const auto& p : points) planes.push_back(Nearest({p.x, p.y, p.z}, choice));
+            for (const auto& p : points) planes.push_back(NearestFace({p.x, p.y, p.z}, choice));
         };
         return detection::ForEachBlock(reader, regions_.cut.chunks[chunk],
                                        [&](std::span<const CCloudPoint<float>> points) {
@@ -83,6 +86,12 @@ public:
         }
         return best;
     }
+    /// The same, numbered by face.
+    [[nodiscard]] std::int32_t NearestFace(const Vector& p, std::span<const std::int32_t> choice,
+                                           bool within = true) const {
+        const std::int32_t region = Nearest(p, choice, within);
+        return faces_ != nullptr && region != kNoRegion ? faces_->NumberOf(region, p) : region;
+    }
     /// The plane of a point at a place. `within` false: the nearest one, however far.
     [[nodiscard]] std::int32_t At(const Vector& place, bool within = true) const;
 
@@ -100,6 +109,7 @@ private:
 
     const CloudRegions& regions_;
     const std::vector<PlaneHeight>& planes_;
+    const RegionFaces* faces_ = nullptr;
 };
 
 }  // namespace orvix::detection

@@ -256,7 +256,7 @@ private:
         if (!extents) return ErrorOf(extents);
         for (std::size_t i = 0; i < joined.regions.size(); ++i)
             joined.rasters.push_back(
-                RasterPlanOf((*extents)[i], joined.regions[i], task_.settings.cellSize));
+                RasterPlanOf((*extents)[i], joined.regions[i], task_.settings.cellSize, limits_));
         TaskWriter writer;
         Encode(joined, writer);
         return writer.Store(PathOf("join"), key_);
@@ -322,10 +322,8 @@ private:
         }
         std::vector<RegionPoints> points;
         for (std::size_t i = 0; i < here.size(); ++i)
-            points.push_back(
-                {grown.regions[i].plane.centre, targets.frames[i],
-                 here[i] ? PlaneRaster(rasters[i].bounds, rasters[i].pixel) : PlaneRaster(),
-                 MomentSum{}});
+            points.push_back({grown.regions[i].plane.centre, targets.frames[i],
+                              here[i] ? rasters[i].Raster() : PlaneRaster(), MomentSum{}});
         return points;
     }
 

@@ -53,6 +53,7 @@ void Exchange(Archive& archive, RasterPlan& plan) {
     archive.Value(plan.bounds.max.x);
     archive.Value(plan.bounds.max.y);
     archive.Value(plan.pixel);
+    archive.Value(plan.parts);
 }
 
 template <class Archive>
@@ -229,7 +230,7 @@ Expected<JoinedRegions> DecodeJoined(TaskReader& reader, std::size_t tiles) {
                (number >= 0 && static_cast<std::size_t>(number) < joined.regions.size());
     };
     const auto isDrawable = [](const RasterPlan& plan) {
-        return plan.pixel > 0 && PlaneRaster::PixelsOf(plan.bounds, plan.pixel) <= kMaxPixels;
+        return plan.pixel > 0 && plan.parts > 0 && plan.Pixels() <= kMaxPixels;
     };
     if (!reader.AtEnd() || joined.regionsIn.size() != tiles || numbers.size() != grown ||
         joined.rasters.size() != joined.regions.size() ||

@@ -13,7 +13,7 @@
 namespace orvix::detection {
 namespace {
 
-constexpr std::array<char, 8> kMagic{'O', 'R', 'V', 'I', 'X', 'P', 'T', '1'};
+constexpr std::array<char, 8> kMagic{'O', 'R', 'V', 'I', 'X', 'P', 'T', '2'};
 constexpr std::size_t kBlock = std::size_t{8} << 20;
 
 struct Head {

@@ -338,6 +338,48 @@ TEST(DrawnPlanes, SmallFacesInOnePlaneArePartedByANarrowerGapThanLargeOnes) {
     EXPECT_EQ(search.Through(kY, {1.5, 2.83, 1}, 0.003).size(), 1U);
 }
 
+// Two fronts of a cupboard under one drawer, so far apart, before their carcass.
+Scene Cupboard(double gap) {
+    Scene scene(0.012, 0.0015);
+    scene.Add({0, 0, 0}, kX * 3, kY * 3);
+    scene.Add({0.36, 1.03, 0.1}, kX * 0.5, kZ * 0.6);
+    scene.Add({0.86 + gap, 1.03, 0.1}, kX * 0.5, kZ * 0.6);
+    scene.Add({0.36, 1.03, 0.7 + gap}, kX * (1 + gap), kZ * 0.25);
+    scene.Add({0.36, 1.06, 0.1}, kX * (1 + gap), kZ * (0.85 + gap));
+    return scene;
+}
+
+// BEHAVIOUR A20
+TEST(DrawnPlanes, FrontsOfACupboardArePartedByGapsThatTheirPointsShow) {
+    const Vector place{1, 1.03, 0.5};
+    const Searched search(Cupboard(0.025));
+    const auto fronts = search.Through(kY, place, 0.005);
+    ASSERT_EQ(fronts.size(), 3U);
+    for (const FoundPlane& front : fronts) EXPECT_EQ(front.group, fronts[0].group);
+    EXPECT_GT(fronts[0].group, 0);
+    EXPECT_NEAR(fronts[0].area, 0.3, 0.035);
+    EXPECT_NEAR(fronts[1].area, 0.3, 0.035);
+    EXPECT_NEAR(fronts[2].area, 0.25, 0.035);
+    // Each point is told to be where it is.
+    EXPECT_NE(search->PlaneOf({0.82, 1.03, 0.5}), search->PlaneOf({0.93, 1.03, 0.5}));
+    EXPECT_EQ(search->PlaneOf({0.82, 1.03, 0.8}), search->PlaneOf({0.93, 1.03, 0.8}));
+    EXPECT_GT(search->AssignedPoints(), search->Points() * 999 / 1000);
+
+    // Not by what their points do not show, and not where a bridge is asked for.
+    EXPECT_EQ(Searched(Cupboard(0.004)).Through(kY, place, 0.005).size(), 1U);
+    PlaneSearchOptions bridged;
+    bridged.bridge = 0.2;
+    EXPECT_EQ(Searched(Cupboard(0.025), bridged).Through(kY, place, 0.005).size(), 1U);
+}
+
+// BEHAVIOUR A20
+TEST(DrawnPlanes, AWallBehindAPostStaysWhole) {
+    Scene scene(0.012, 0.0015);
+    scene.Add({0, 0, 0}, kX * 3, kY * 2);
+    scene.Add({0, 1.83, 0}, kX * 1.2, kZ * 2.5).Add({1.24, 1.83, 0}, kX * 1.3, kZ * 2.5);
+    EXPECT_EQ(Searched(scene).Through(kY, {1, 1.83, 1}, 0.005).size(), 1U);
+}
+
 TEST(DrawnPlanes, BothSidesOfADoorLeafAreFound) {
     for (const double at : {1.0, 1.085}) {
         Scene scene(0.02, 0.0015);

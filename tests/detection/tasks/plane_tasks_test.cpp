@@ -201,6 +201,34 @@ TEST_F(PlaneTasksOfABuilding, FindDamagedResults) {
     EXPECT_EQ(Finished(), Plain({}));
 }
 
+// BEHAVIOUR A19
+TEST(PlaneTasks, CutPlanesIntoTheFacesOfOneSearch) {
+    const test::ScratchFolder folder;
+    std::vector<SimplePointT<double>> points;
+    for (int x = 0; x < 400; ++x)
+        for (int y = 0; y < 70; ++y)
+            if (x % 80 >= 3) points.push_back({0.01 * x, 0.337, 0.2 + 0.01 * y});
+    const CString path = WritePoints(folder, points);
+    Opened project(path);
+    const auto plain = project.Search();
+    EXPECT_EQ(plain->Planes().size(), 5U);
+    const auto begun = PlaneTasks::Begin(path, project.Core(), {}, 3);
+    ASSERT_TRUE(begun) << begun.error().message;
+    for (;;) {
+        auto tasks = PlaneTasks::Open(path, project.Core());
+        ASSERT_TRUE(tasks) << tasks.error().message;
+        const auto ready = tasks->State().ready;
+        if (ready.empty()) break;
+        const auto done = tasks->Run(ready.front(), 1, {});
+        ASSERT_TRUE(done) << done.error().message;
+    }
+    const auto tasks = PlaneTasks::Open(path, project.Core());
+    ASSERT_TRUE(tasks) << tasks.error().message;
+    const auto finished = PlaneSearch::Finish(project.Core(), tasks->Stages(), {});
+    ASSERT_TRUE(finished) << finished.error().message;
+    EXPECT_EQ(FingerprintOf(project.Core(), **finished), FingerprintOf(project.Core(), *plain));
+}
+
 TEST(PlaneTasks, AnEmptyProjectHasNoneAndNoPlanes) {
     const test::ScratchFolder folder;
     const CString path = WritePoints(folder, {});
