@@ -125,7 +125,8 @@ def again_records(project):
 def test_a_place_is_explained(project):
     with project.planes() as found:
         place = found.explain(SEED)
-        assert place.verdict == "on-plane" and place.plane == place.nearest == 1
+        assert place.verdict == "on-plane" and place.plane == place.nearest
+        assert found[place.plane - 1].kind == "roof"
         assert found.explain((50, 50, 50)).verdict == "empty"
     with pytest.raises(ValueError, match="the planes are closed"):
         found.explain(SEED)
