@@ -13,6 +13,8 @@ namespace {
 
 using Place = SimplePoint2DT<double>;
 
+const Extends2DT<double> kBounds{{-4, -4}, {4, 4}};
+
 /// Marks of rectangles that were seen, in a frame that is turned.
 class Seen {
 public:
@@ -37,7 +39,7 @@ private:
     double cosine_, sine_;
     std::uint64_t state_ = 3;
     test::Dice dice_{state_};
-    PlaneRaster raster_{{{-4, -4}, {4, 4}}, 0.024, 8};
+    PlaneRaster raster_{kBounds, 0.024, 8};
 };
 
 TEST(FaceTree, CutsFrontsWhereverTheyAreTurned) {
