@@ -2,6 +2,7 @@
 #include "detection/region_planes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 #include <utility>
@@ -17,7 +18,9 @@ namespace {
 constexpr double kMaxPixelsPerCell = 50;  // along an axis, of a small region
 constexpr double kMaxExtentOfFaces = 6;   // square metres: of a region that may be cut into faces
 constexpr double kMinPointsOfFaces = 100;
-constexpr std::uint32_t kParts = 12;  // of its pixels: points are as far apart as six of them
+// Of the side of its pixels: points are as far apart as half of so many. The most that fit into 128 MiB.
+constexpr std::array<std::uint32_t, 5> kParts{12, 8, 6, 4, 1};
+constexpr double kMaxPixelsOfFaces = 1U << 30;
 
 Vector UnitNormalOf(const MomentSum& sum) {
     return detail::DecomposeSymmetric(sum.Covariance()).vectors[2];
@@ -50,6 +53,8 @@ RegionTargets::RegionTargets(const std::vector<Region>& regions, const GrowthLim
     }
 }
 
+namespace {
+
 // Pixels twice as wide as the points of the region's sparser cells are apart.
 RasterPlan RasterPlanOf(RegionExtent& extent, const Region& region, double cellSize,
                         const GrowthLimits& limits) {
@@ -65,9 +70,33 @@ RasterPlan RasterPlanOf(RegionExtent& extent, const Region& region, double cellS
                                 cellSize / kMaxPixelsPerCell, cellSize);
     while (plan.Pixels() > kMaxPixels) plan.pixel *= 2;
     if (limits.faces && region.extent <= kMaxExtentOfFaces && region.sum.count >= kMinPointsOfFaces)
-        plan.parts = kParts;
-    if (plan.Pixels() > kMaxPixels) plan.parts = 1;
+        plan.parts = kParts.front();
     return plan;
+}
+
+double PixelsOfFaces(const std::vector<RasterPlan>& plans) {
+    double pixels = 0;
+    for (const RasterPlan& plan : plans) pixels += plan.parts > 1 ? plan.Pixels() : 0;
+    return pixels;
+}
+
+}  // namespace
+
+std::vector<RasterPlan> RasterPlansOf(std::vector<RegionExtent>& extents,
+                                      const std::vector<Region>& regions, double cellSize,
+                                      const GrowthLimits& limits) {
+    std::vector<RasterPlan> plans;
+    for (std::size_t i = 0; i < regions.size(); ++i)
+        plans.push_back(RasterPlanOf(extents[i], regions[i], cellSize, limits));
+    // BEHAVIOUR A20
+    for (const std::uint32_t parts : kParts) {
+        for (RasterPlan& plan : plans) {
+            plan.parts = std::min(plan.parts, parts);
+            if (plan.Pixels() > kMaxPixels) plan.parts = 1;
+        }
+        if (PixelsOfFaces(plans) <= kMaxPixelsOfFaces) break;
+    }
+    return plans;
 }
 
 namespace {
@@ -119,10 +148,10 @@ Expected<RegionPlanes> FitRegionPlanes(const GrownTiles& grown, const PlaneSearc
     const std::vector<PlaneFrame>& frames = targets.frames;
     auto extents = ExtentsOf(grown.map, regions, frames, pool);
     if (!extents) return ErrorOf(extents);
-    std::vector<RasterPlan> plans;
+    const std::vector<RasterPlan> plans =
+        RasterPlansOf(*extents, regions, settings.cellSize, limits);
     std::vector<RegionPoints> points;
     for (std::size_t i = 0; i < frames.size(); ++i) {
-        plans.push_back(RasterPlanOf((*extents)[i], regions[i], settings.cellSize, limits));
         points.push_back({regions[i].plane.centre, frames[i], plans[i].Raster(), MomentSum{}});
     }
     RegionPlanes fitted;

@@ -44,9 +44,10 @@ struct RasterPlan {
     }
 };
 
-/// Orders the counts of `extent`.
-RasterPlan RasterPlanOf(RegionExtent& extent, const Region& region, double cellSize,
-                        const GrowthLimits& limits);
+/// The plan of each region. Orders the counts of `extents`.
+std::vector<RasterPlan> RasterPlansOf(std::vector<RegionExtent>& extents,
+                                      const std::vector<Region>& regions, double cellSize,
+                                      const GrowthLimits& limits);
 
 /// Sums the points of all regions, which come without any.
 using PointsAdder = std::function<Expected<void>(const std::vector<PlaneHeight>& heights,

@@ -254,9 +254,7 @@ private:
         const RegionTargets targets(joined.regions, limits_);
         auto extents = ExtentsOf(grown->map, joined.regions, targets.frames, pool);
         if (!extents) return ErrorOf(extents);
-        for (std::size_t i = 0; i < joined.regions.size(); ++i)
-            joined.rasters.push_back(
-                RasterPlanOf((*extents)[i], joined.regions[i], task_.settings.cellSize, limits_));
+        joined.rasters = RasterPlansOf(*extents, joined.regions, task_.settings.cellSize, limits_);
         TaskWriter writer;
         Encode(joined, writer);
         return writer.Store(PathOf("join"), key_);

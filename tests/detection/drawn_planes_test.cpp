@@ -360,7 +360,7 @@ TEST(DrawnPlanes, FrontsOfACupboardArePartedByGapsThatTheirPointsShow) {
     EXPECT_NEAR(fronts[0].area, 0.3, 0.035);
     EXPECT_NEAR(fronts[1].area, 0.3, 0.035);
     EXPECT_NEAR(fronts[2].area, 0.25, 0.035);
-    // Each point is told to be where it is.
+    // A point lies on its own front.
     EXPECT_NE(search->PlaneOf({0.82, 1.03, 0.5}), search->PlaneOf({0.93, 1.03, 0.5}));
     EXPECT_EQ(search->PlaneOf({0.82, 1.03, 0.8}), search->PlaneOf({0.93, 1.03, 0.8}));
     EXPECT_GT(search->AssignedPoints(), search->Points() * 999 / 1000);
