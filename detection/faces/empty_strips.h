@@ -39,7 +39,7 @@ public:
     [[nodiscard]] const detail::SineCosine& Direction() const { return direction_; }
     [[nodiscard]] double Pixel() const { return pixel_; }
     [[nodiscard]] std::size_t Steps() const { return first_.size() - 1; }
-    /// Of the place with the lowest step to `place`, in steps.
+    /// The step of one of the places; the lowest is 0.
     [[nodiscard]] std::uint32_t StepOf(const Place2D& place) const {
         const double at = direction_.cosine * place.x + direction_.sine * place.y;
         return static_cast<std::uint32_t>((at - origin_) / pixel_);
@@ -65,7 +65,8 @@ public:
     /// Borrows the counts, which are those of the places.
     StripJudge(const StepCounts& counts, std::span<const Place2D> places);
 
-    /// How surely a strip parts two faces: how many places are missing in it. None where it does not.
+    /// How surely a strip parts two faces: how many places are missing in it, times how much wider it
+    /// is than the gaps beside it. None where it does not.
     [[nodiscard]] std::optional<double> SuretyOf(const EmptyStrip& strip) const;
 
 private:

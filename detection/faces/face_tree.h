@@ -49,11 +49,11 @@ private:
 ///
 /// A strip is up to 16 cm wide, and wider than the points on both sides are apart; along it at least
 /// 15 cm hold points on both sides. What stays is 0.02 square metres and 8 cm wide at least, and a
-/// sixth of the strip's length. Planes of more than 4 square metres are walls and floors, before
+/// fifth of the strip's length. Planes of more than 4 square metres are walls and floors, before
 /// which things stand; they stay whole. Of a scanner's rows each gap is as wide as the next one: a
 /// strip counts that is twice as wide as most gaps beside it. BEHAVIOUR A20
 ///
-/// `raster`  marks of the points, a quarter as wide as these are apart at most.
+/// `raster`  marks of the points, a quarter as wide as these are apart: strips are four marks wide.
 /// Order     a function of the marks; of equal strips, the one that is met first.
 /// Cost      some 0.2 µs a mark, and ten times that where a strip is found.
 FaceTree CutIntoFaces(const PlaneRaster& raster);
@@ -62,8 +62,8 @@ FaceTree CutIntoFaces(const PlaneRaster& raster);
 /// are numbered after the last region, in the order of their regions.
 class RegionFaces {
 public:
-    /// `trees`, of each region, lie in the region's own frame.
     RegionFaces() = default;
+    /// `trees`, of each region, lie in the region's own frame.
     RegionFaces(std::vector<FaceTree> trees, std::vector<PlaneFrame> frames);
 
     [[nodiscard]] bool Empty() const { return numbers_.empty(); }
