@@ -18,7 +18,8 @@ namespace {
 constexpr std::size_t kMinSamples = 16;
 constexpr std::size_t kMaxSamples = 256;
 constexpr std::size_t kChunksPerSample = 16;
-constexpr std::uint64_t kPointsPerSample = 4096;
+constexpr std::uint64_t kPointsPerSample = 4096;  // or as many as make
+constexpr std::uint64_t kPointsOfAll = kMinSamples * kPointsPerSample;
 constexpr std::uint32_t kMinTypicalCount = 2;
 
 constexpr double kMinGain = 1.15;  // in points of flat cells: what makes a larger size better
@@ -29,9 +30,11 @@ std::vector<PointChunk> SamplesOf(const PointChunks& cut) {
         std::min(cut.chunks.size(),
                  std::clamp(cut.chunks.size() / kChunksPerSample, kMinSamples, kMaxSamples));
     std::vector<PointChunk> chosen;
+    if (samples == 0) return chosen;
+    const std::uint64_t most = std::max(kPointsPerSample, kPointsOfAll / samples);
     for (std::size_t i = 0; i < samples; ++i) {
         PointChunk chunk = cut.chunks[cut.chunks.size() * i / samples];
-        chunk.count = std::min(chunk.count, kPointsPerSample);
+        chunk.count = std::min(chunk.count, most);
         chosen.push_back(chunk);
     }
     return chosen;

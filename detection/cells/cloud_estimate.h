@@ -23,7 +23,7 @@ struct CloudEstimate {
 /// Boundaries where no cell is flat, the noise is 0 and the spacing the cell's size.
 /// Order      a function of the chunks alone.
 /// Errors     those of GatherCells; Damaged for a cell that is stored twice; Cancelled.
-/// Cost       reads 4,096 points in each of 16 to 256 samples.
+/// Cost       reads 4,096 points in each of 16 to 256 samples, or as many of fewer: of a small cloud all.
 Expected<CloudEstimate> EstimateCloud(CProjectCore& core, const PointChunks& cut,
                                       const parallel::Pool& pool);
 

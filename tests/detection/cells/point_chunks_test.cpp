@@ -104,5 +104,24 @@ TEST(CloudEstimate, OfTypicalCellsIsThatOfTheirSizeAlone) {
     }
 }
 
+TEST(CloudEstimate, OfASmallCloudIsThatOfAllItsPoints) {
+    const test::ScratchFolder folder;
+    const parallel::Pool pool(1, {}, "cancelled");
+    std::vector<SimplePointT<double>> points;
+    std::mt19937 random(6);
+    std::normal_distribution<double> noise(0, 1);
+    // A smooth board, dense and stored first, and a rough floor of four times its area.
+    for (int i = 0; i < 100; ++i)
+        for (int k = 0; k < 100; ++k)
+            points.push_back({0.01 * i, 0.01 * k, 0.35 + 0.0002 * noise(random)});
+    for (int i = 0; i < 100; ++i)
+        for (int k = 0; k < 200; ++k)
+            points.push_back({2 + 0.02 * i, 0.01 * k, 0.35 + 0.004 * noise(random)});
+    Opened project(WritePoints(folder, points));
+    const auto found = EstimateTypicalCells(project.Core(), pool);
+    ASSERT_TRUE(found);
+    EXPECT_NEAR(found->estimate.noise, 0.004, 0.0005);
+}
+
 }  // namespace
 }  // namespace orvix::detection
