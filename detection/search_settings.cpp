@@ -11,6 +11,8 @@ namespace orvix::detection {
 namespace {
 
 constexpr detail::DistanceLimit kPointDistance{.deviations = 4, .min = 0.005};  // from its plane
+constexpr double kMaxOfScanner = 0.008;  // metres: noise above that is relief as well, of which
+constexpr double kReliefs = 2.5;         // times as much lies around a plane
 
 constexpr double kWaviness = 0.005;    // of a surface's width: how far it may stray from its plane
 constexpr double kMaxWave = 0.03;      // metres, at most
@@ -35,6 +37,12 @@ DetailFactors FactorsOf(Detail detail) {
     if (detail == Detail::Fine) return {0.25, 0.5, 0.5, true};
     if (detail == Detail::Coarse) return {10, 3, 2, false};
     return {};
+}
+
+// BEHAVIOUR A2
+double DistanceFor(double noise) {
+    const double ofScanner = std::min(noise, kMaxOfScanner);
+    return kPointDistance.Of(ofScanner) + kReliefs * (noise - ofScanner);
 }
 
 // A room's planes are small, a street's large: the least area grows as the ground that is scanned.
@@ -65,7 +73,7 @@ PlaneSearchSettings SettingsFor(const PlaneSearchOptions& options, double cellSi
     settings.cellSize = cellSize;
     settings.noise = cloud.noise;
     settings.spacing = cloud.spacing;
-    settings.distance = orElse(options.distance, kPointDistance.Of(settings.noise));
+    settings.distance = orElse(options.distance, DistanceFor(settings.noise));
     settings.angle = orElse(options.angle, 20);
     const DetailFactors factors = FactorsOf(options.detail);
     settings.minArea = orElse(options.minArea, factors.minArea * MinAreaFor(cloud.extent));

@@ -38,6 +38,20 @@ TEST(SettingsFor, TakesWhatIsAskedForBeforeWhatTheDetailWouldChoose) {
 }
 
 // BEHAVIOUR A2
+TEST(SettingsFor, LetsTheDistanceFollowTheNoiseOfScannersMoreThanRelief) {
+    const auto distanceAt = [](double noise) {
+        CloudEstimate cloud;
+        cloud.noise = noise;
+        return SettingsFor({}, 0.1, cloud).distance;
+    };
+    EXPECT_DOUBLE_EQ(distanceAt(0), 0.005);
+    EXPECT_DOUBLE_EQ(distanceAt(0.001), 0.005);
+    EXPECT_DOUBLE_EQ(distanceAt(0.002), 0.008);
+    EXPECT_DOUBLE_EQ(distanceAt(0.008), 0.032);
+    EXPECT_DOUBLE_EQ(distanceAt(0.018), 0.057);
+}
+
+// BEHAVIOUR A2
 TEST(LimitsFor, HoldsEveryRegionToADistanceThatIsAskedFor) {
     PlaneSearchOptions options;
     EXPECT_FALSE(LimitsFor(options, SettingsOf(options, 8)).fixed);
