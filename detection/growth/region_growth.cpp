@@ -5,17 +5,13 @@
 #include <bit>
 #include <cmath>
 
+#include "detection/growth/speck_groups.h"
 #include "orvix/platform/asker.h"
 
 namespace orvix::detection {
 namespace {
 
 constexpr std::uint32_t kCellsPerQuestion = 8192;  // some milliseconds
-constexpr std::size_t kMinCells = 3;
-constexpr std::size_t kMinCellsBeside = 10;  // where points decide what is smaller
-constexpr double kScatters = 3;      // times a region's scatter: how far its cells may lie from it
-constexpr double kMaxScatter = 2;    // times the noise: no surface is rougher, but thin things are
-constexpr double kReach = 3;         // times the rms of a region that takes in more than scatter
 constexpr double kWaves = 3;         // times its waves: how far more the cells of a wavy region may
 constexpr double kFewPoints = 2.3;   // that the mean square of few points may exceed that of many
 constexpr double kMaxRms = 2.8;      // times the noise: of a cell that holds one surface
@@ -25,11 +21,10 @@ constexpr double kMaxStep = 3;       // standard errors of their means: what is 
 constexpr double kMaxBend = 0.02;    // radians from cell to cell: what is no step, either
 constexpr double kMaxSpread = 0.55;  // of the distance: rms of a cell's points
 constexpr double kMaxTilt = 0.01;    // of a cell's size: spread of a cell that waves
-constexpr double kLineWidth = 0.2;   // of a cell's size: of the line that a scanner leaves in it
-
-std::size_t LeastCells(const GrowthLimits& limits) {
-    return limits.small ? kMinCellsBeside : kMinCells;
-}
+constexpr double kFoldedWave = 0.6;  // times the scatter: the waves of what may be two faces
+constexpr double kFoldedShare = 0.3;  // that a paraboloid explains of them
+constexpr double kNarrower = 0.6;     // of the distance: what one face grows within
+constexpr double kLineWidth = 0.2;    // of a cell's size: of the line that a scanner leaves in it
 
 class Grower {
 public:
@@ -66,6 +61,8 @@ private:
     }
     [[nodiscard]] bool Continues(std::uint32_t from, std::uint32_t cell) const;
     [[nodiscard]] bool AreLinked(std::uint32_t a, std::uint32_t b) const;
+    [[nodiscard]] bool IsFolded() const;
+    void GrowAgain(std::uint32_t seed);
     [[nodiscard]] bool TouchesRim() const;
     void Keep();
     void Discard();
@@ -74,9 +71,10 @@ private:
     const TileCells& tile_;
     const std::vector<CellShape>& shapes_;
     GrowthLimits limits_;
-    double tight_ = 0;    // how far the mean of a cell may lie from the plane
-    double scatter_ = 0;  // of its points
-    double loose_ = 0;    // the same where the cell continues its neighbour
+    double narrower_ = 1;  // of the distance, what the region keeps to
+    double tight_ = 0;     // how far the mean of a cell may lie from the plane
+    double scatter_ = 0;   // of its points
+    double loose_ = 0;     // the same where the cell continues its neighbour
     double maxSquaredSpread_ = 0;
     Regions result_;
     Region region_;                     // about the tile's middle
@@ -181,7 +179,7 @@ void Grower::Fit() {
 
 // What the region's size and scatter allow its cells.
 void Grower::Allow() {
-    const double distance = TightDistance(region_, limits_);
+    const double distance = narrower_ * TightDistance(region_, limits_);
     scatter_ = limits_.fixed ? 0 : distance / kScatters;
     tight_ = limits_.fixed ? distance : std::max(kMeans * distance, kMinMean);
     const double size = tile_.Frame().Size();
@@ -274,6 +272,30 @@ void Grower::Recheck() {
     Fit();
 }
 
+// Whether a region took in two faces that meet at an obtuse angle: it strays from its plane by more
+// than surfaces of its size wave and noise would, and bends one way. BEHAVIOUR A21
+bool Grower::IsFolded() const {
+    if (limits_.fixed || cells_.size() < kMinCells) return false;
+    const double wave = WaveOf(region_);
+    if (wave <= MaxWave(region_.extent, limits_) ||
+        wave * wave * region_.scattered <= kFoldedWave * kFoldedWave * region_.scatter)
+        return false;
+    std::vector<Vector> places;
+    places.reserve(cells_.size());
+    for (const std::uint32_t cell : cells_)
+        places.push_back(tile_.Sum(cell).Mean() - region_.plane.centre);
+    return CurvedShare(places, region_.plane.normal, std::sqrt(region_.extent)) > kFoldedShare;
+}
+
+// From the same seed, by what one of the faces allows.
+void Grower::GrowAgain(std::uint32_t seed) {
+    for (const std::uint32_t cell : cells_) result_.ofCell[cell] = kNoRegion;
+    narrower_ = kNarrower;
+    if (Start(seed)) Spread();
+    if (cells_.size() >= kMinCells) Recheck();
+    narrower_ = 1;
+}
+
 bool Grower::TouchesRim() const {
     return std::any_of(cells_.begin(), cells_.end(),
                        [&](std::uint32_t cell) { return tile_.LiesAtRim(cell); });
@@ -300,6 +322,7 @@ Regions Grower::Grow() {
         if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !Start(seed)) continue;
         Spread();
         if (cells_.size() >= kMinCells) Recheck();
+        if (IsFolded()) GrowAgain(seed);
         // What touches the rim may go on in the next tile. A few cells there explain no points: these
         // grow together with the next tile's.
         if (IsLargeEnough(region_, limits_, tile_.Frame().Size()) ||
@@ -313,47 +336,6 @@ Regions Grower::Grow() {
 }
 
 }  // namespace
-
-void Refit(Region& region) {
-    const detail::PrincipalSpread spread = SpreadOf(region.sum.Covariance());
-    region.plane.normal = spread.normal;
-    region.plane.centre = region.origin + region.sum.Mean();
-    region.rms = std::sqrt(spread.min);
-    region.extent = 12 * std::sqrt(spread.middle * spread.max);
-}
-
-double TightDistance(const Region& region, const GrowthLimits& limits) {
-    if (limits.fixed || region.scattered <= 0) return limits.distance;
-    const double scatter = std::sqrt(region.scatter / region.scattered);
-    return std::max(limits.distance, kScatters * std::min(scatter, kMaxScatter * limits.noise));
-}
-
-double MaxWave(double extent, const GrowthLimits& limits) {
-    return limits.fixed ? 0 : std::min(limits.waviness * std::sqrt(extent), limits.maxWave);
-}
-
-double WaveOf(const Region& region) {
-    if (region.scattered <= 0) return 0;
-    return std::sqrt(std::max(region.rms * region.rms - region.scatter / region.scattered, 0.0));
-}
-
-// BEHAVIOUR A2
-double ReachOf(const Region& region, const GrowthLimits& limits) {
-    const double tight = TightDistance(region, limits);
-    if (limits.fixed) return std::max(tight, kReach * region.rms);
-    return std::max(tight, std::min(kReach * region.rms, tight + MaxWave(region.extent, limits)));
-}
-
-bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
-    if (region.small)
-        return region.sum.count >= limits.minPoints && region.extent >= limits.minArea;
-    if (region.cells < LeastCells(limits) || region.sum.count < limits.minPoints) return false;
-    const Vector& n = region.plane.normal;
-    // A plane passes through that many cells for each square of a cell's side.
-    const double cellsPerFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);
-    const double area = static_cast<double>(region.cells) * cellSize * cellSize / cellsPerFace;
-    return area >= limits.minArea;
-}
 
 Regions GrowRegions(const TileCells& tile, const std::vector<CellShape>& shapes,
                     const GrowthLimits& limits, const std::function<bool()>& proceed) {

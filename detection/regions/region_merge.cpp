@@ -21,6 +21,7 @@ constexpr double kMaxFromFace = 3;         // rms of both: how far from the face
 constexpr double kMaxApart = 0.35;
 constexpr double kMaxSmallApart = 0.6;  // where one of them is small: it may be turned by its noise
 constexpr double kWaves = 2;      // times the waves of the rougher piece: what a wavy surface adds
+constexpr double kMaxRise = 1.7;  // of distance and waves: over the width of the narrower piece
 constexpr double kMaxReach = 20;  // cells: what lies farther apart is not joined
 // Of two faces of so many square metres at most, with so many points at least, a gap that is wider than
 // that share of the bridge, or than so many widths of the narrower one, parts the two.
@@ -51,6 +52,7 @@ public:
         if (std::abs(Dot(a.plane.normal, b.plane.normal)) < growth_.minCosine) return kNever;
         const Region both = Union(a, b);
         if (place != nullptr && IsStep(a, b, both, *place)) return kNever;
+        if (AreTurned(a, b, both)) return kNever;
         const double loss =
             std::max(Spread(a, both.plane) - a.rms * a.rms, Spread(b, both.plane) - b.rms * b.rms);
         // Of a step between the two, the plane of both is so much nearer to the larger one.
@@ -73,6 +75,16 @@ public:
         const double step = a.plane.Distance(place) - b.plane.Distance(place) * (turned ? -1 : 1);
         return std::abs(step) > TightDistance(both, growth_) + WaveOfBoth(a, b) &&
                !IsSlicedByTiles(both);
+    }
+    // Whether two pieces lean against each other, as faces on both sides of an edge do: across the
+    // narrower one, the other's plane rises by more than noise and waves explain. BEHAVIOUR A21
+    [[nodiscard]] bool AreTurned(const Region& a, const Region& b, const Region& both) const {
+        if (a.small || b.small || growth_.fixed) return false;
+        const double cosine = Dot(a.plane.normal, b.plane.normal);
+        const double sine = std::sqrt(std::max(1 - cosine * cosine, 0.0));
+        const double most = kMaxRise * (TightDistance(both, growth_) + WaveOfBoth(a, b));
+        if (sine * std::sqrt(std::min(a.extent, b.extent)) <= most) return false;  // nor its width
+        return sine * std::min(WidthOf(a), WidthOf(b)) > most && !IsSlicedByTiles(both);
     }
     // Whether a face between tiles slices a surface: its noise puts half of its points into the tile
     // above, half into the one below, and the halves lie 2.7 times their rms apart. Of a surface that

@@ -25,7 +25,8 @@ struct MergedRegions {
 /// do not. Of a step between a large piece and a small one, the common plane is nearer to the large
 /// one, so less is allowed the more equal the two are.
 /// Nor does it where their own planes lie farther apart than its distance and waves, at the place where
-/// the pieces come nearest: a step, over which the plane of both leans.
+/// the pieces come nearest: a step, over which the plane of both leans; nor where one rises above the
+/// other's plane by more than 1.7 times these, across the narrower piece: an edge.
 ///   Halves of a surface that lies on a face between tiles touch, and may lie 3 times their rms apart.
 ///
 /// Order   pairs by how little their rms grows, equal ones by number, until none is left. A region

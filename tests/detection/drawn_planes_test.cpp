@@ -164,6 +164,26 @@ TEST(DrawnPlanes, APlasteredWallThatWavesStaysWhole) {
     EXPECT_GT(wall[0].tolerance, search->Settings().distance);
 }
 
+// BEHAVIOUR A21
+TEST(DrawnPlanes, FacesThatMeetAtAnObtuseAngleAreTwo) {
+    const struct {
+        double degrees, width, noise;
+    } cases[] = {{12, 0.5, 0.008}, {12, 0.8, 0.01}, {16, 0.3, 0.008}, {16, 0.5, 0.005}};
+    for (const auto& [degrees, width, noise] : cases) {
+        SCOPED_TRACE(testing::Message() << degrees << " degrees, noise " << noise);
+        const double radians = degrees * 3.14159 / 180;
+        Scene scene(0.01, noise);
+        scene.Add({0, 0, 0.31}, kX * 1.2, kY * width);
+        scene.Add({0, width, 0.31}, kX * 1.2,
+                  kY * (width * std::cos(radians)) + kZ * (width * std::sin(radians)));
+        const Searched search(scene);
+        ASSERT_EQ(search->Planes().size(), 2U);
+        for (const FoundPlane& plane : search->Planes()) EXPECT_LT(plane.rms, 1.2 * noise);
+        const auto& planes = search->Planes();
+        EXPECT_NEAR(Dot(planes[0].normal, planes[1].normal), std::cos(radians), 0.02);
+    }
+}
+
 TEST(DrawnPlanes, AFloorOnAFaceBetweenCellsAndTilesIsOnePlane) {
     const struct {
         double spacing, noise, side;
