@@ -62,6 +62,7 @@ private:
     [[nodiscard]] bool Continues(std::uint32_t from, std::uint32_t cell) const;
     [[nodiscard]] bool AreLinked(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] bool IsFolded() const;
+    bool GrowFrom(std::uint32_t seed);
     void GrowAgain(std::uint32_t seed);
     [[nodiscard]] bool TouchesRim() const;
     void Keep();
@@ -287,12 +288,18 @@ bool Grower::IsFolded() const {
     return CurvedShare(places, region_.plane.normal, std::sqrt(region_.extent)) > kFoldedShare;
 }
 
+bool Grower::GrowFrom(std::uint32_t seed) {
+    if (!Start(seed)) return false;
+    Spread();
+    if (cells_.size() >= kMinCells) Recheck();
+    return true;
+}
+
 // From the same seed, by what one of the faces allows.
 void Grower::GrowAgain(std::uint32_t seed) {
     for (const std::uint32_t cell : cells_) result_.ofCell[cell] = kNoRegion;
     narrower_ = kNarrower;
-    if (Start(seed)) Spread();
-    if (cells_.size() >= kMinCells) Recheck();
+    GrowFrom(seed);
     narrower_ = 1;
 }
 
@@ -319,9 +326,7 @@ void Grower::Discard() {
 Regions Grower::Grow() {
     for (const std::uint32_t seed : Seeds()) {
         if (!asker_.GoesOn()) break;
-        if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !Start(seed)) continue;
-        Spread();
-        if (cells_.size() >= kMinCells) Recheck();
+        if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !GrowFrom(seed)) continue;
         if (IsFolded()) GrowAgain(seed);
         // What touches the rim may go on in the next tile. A few cells there explain no points: these
         // grow together with the next tile's.

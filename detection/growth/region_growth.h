@@ -31,8 +31,8 @@ struct Regions {
 /// show, and the plane is fitted again whenever the region has grown by half. In the end, cells that
 /// the last plane no longer fits leave, and cells along the rim that it does fit join. A region that
 /// bends more than its size and scatter explain grows once more, within 0.6 of the distance: it took in
-/// two faces that meet at an obtuse angle. Regions that
-/// are too small are dropped, unless they touch the tile's rim, beyond which they may go on.
+/// two faces that meet at an obtuse angle. Regions that are too small are dropped, unless they touch the
+/// tile's rim, beyond which they may go on.
 ///
 ///     const Regions grown = GrowRegions(tile, ShapesOf(tile), limits);
 ///     const std::int32_t region = grown.ofCell[cell];       // or kNoRegion
