@@ -3,6 +3,7 @@
 
 #include <array>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 #include "orvix/platform/text.h"
@@ -72,9 +73,19 @@ PROCESS_INFORMATION Spawn(const std::vector<std::string>& arguments, HANDLE outp
     startup.hStdOutput = output;
     startup.hStdError = errors;
     PROCESS_INFORMATION child{};
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                        &child)) {
-        throw std::runtime_error("cannot run " + arguments[0]);
+    DWORD failure = ERROR_SUCCESS;
+    // Under wine one start in some ten thousand fails, of a program that starts the next time.
+    for (const DWORD pause : {0, 200, 1000, 5000}) {
+        Sleep(pause);
+        std::wstring words = line;  // the call writes into it
+        const BOOL started = CreateProcessW(nullptr, words.data(), nullptr, nullptr, TRUE, 0,
+                                            nullptr, nullptr, &startup, &child);
+        failure = started ? ERROR_SUCCESS : GetLastError();
+        if (started || failure == ERROR_FILE_NOT_FOUND || failure == ERROR_PATH_NOT_FOUND) break;
+    }
+    if (failure != ERROR_SUCCESS) {
+        throw std::runtime_error("cannot run " + arguments[0] + ": error " +
+                                 std::to_string(failure));
     }
     CloseHandle(child.hThread);
     return child;
