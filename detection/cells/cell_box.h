@@ -29,6 +29,10 @@ struct CellBox {
             high[axis] = std::max(high[axis], other.high[axis]);
         }
     }
+    [[nodiscard]] Vector Middle() const {
+        return {(double{low[0]} + high[0]) / 2, (double{low[1]} + high[1]) / 2,
+                (double{low[2]} + high[2]) / 2};
+    }
     /// Whether the points lie about a line: two sides are no wider than that.
     [[nodiscard]] bool IsLine(float width) const {
         int thin = 0;

@@ -3,6 +3,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+
 namespace orvix::detection {
 
 Vector TileCells::MiddleOf(const CellFrame& frame, const CellPlace& origin) {
@@ -46,6 +50,21 @@ Expected<void> TileCells::Check() const {
                                 at.x, at.y, at.z));
     }
     return {};
+}
+
+std::uint32_t TileCells::CellAt(const Vector& place) const {
+    const std::array<double, 3> at{place.x, place.y, place.z};
+    CellPlace cell{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::int32_t cells = frame_.PerTile(axis);
+        const double along = std::floor(at[axis] / frame_.Size() + 0.5 * cells);
+        if (!(along >= 0 && along < cells)) return Size();
+        cell[axis] = static_cast<std::int32_t>(along);
+    }
+    const TileKey key = KeyOf(cell, {});
+    const auto found = std::lower_bound(keys_.begin(), keys_.end(), key);
+    return found != keys_.end() && *found == key ? static_cast<std::uint32_t>(found - keys_.begin())
+                                                 : Size();
 }
 
 // Three places are written for each column, whether or not there is anything: branches would be guessed

@@ -64,6 +64,10 @@ public:
             if (place[axis] == 0 || place[axis] == frame_.PerTile(axis) - 1) return true;
         return false;
     }
+    /// The cell that holds a place; Size() where none does, and outside the tile.
+    ///
+    /// Cost  a search among the tile's cells, some 30 ns.
+    [[nodiscard]] std::uint32_t CellAt(const Vector& place) const;
     /// The occupied cells among the 27 around a cell, itself included, ascending.
     [[nodiscard]] std::span<const std::uint32_t> Around(std::uint32_t cell) const {
         return {around_.data() + firstAround_[cell], around_.data() + firstAround_[cell + 1]};

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 
+#include "detection/cells/wall_between.h"
 #include "detection/growth/speck_groups.h"
 #include "orvix/platform/asker.h"
 
@@ -61,6 +62,7 @@ private:
     }
     [[nodiscard]] bool Continues(std::uint32_t from, std::uint32_t cell) const;
     [[nodiscard]] bool AreLinked(std::uint32_t a, std::uint32_t b) const;
+    [[nodiscard]] bool ArePartedByWall(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] bool IsFolded() const;
     bool GrowFrom(std::uint32_t seed);
     void GrowAgain(std::uint32_t seed);
@@ -132,6 +134,22 @@ bool Grower::AreLinked(std::uint32_t a, std::uint32_t b) const {
     if (tile_.Box(a).SquaredGap(tile_.Box(b)) <= MaxSquaredGap(count) * size * size) return true;
     const auto width = static_cast<float>(kLineWidth * size);
     return tile_.Box(a).IsLine(width) && tile_.Box(b).IsLine(width);
+}
+
+// Whether a wall stands in the gap between two cells that are linked: where points are sparse, the
+// ceilings on both sides of a thin one lie no farther apart than points do.
+bool Grower::ArePartedByWall(std::uint32_t a, std::uint32_t b) const {
+    const double size = tile_.Frame().Size(), gap = kMinWalledGap * size;
+    const CellBox& one = tile_.Box(a);
+    const CellBox& other = tile_.Box(b);
+    if (size > kMaxWalledCell || one.SquaredGap(other) <= gap * gap) return false;
+    return IsWallBetween(one.Middle(), other.Middle(), region_.plane.normal, size,
+                         [&](const Vector& at, const Vector& across) {
+                             const std::uint32_t cell = tile_.CellAt(at);
+                             if (cell == tile_.Size()) return false;
+                             const CellShape& shape = shapes_[cell];
+                             return !shape.HasNormal() || StandsAcross(shape.Normal(), across);
+                         });
 }
 
 Grower::Match Grower::MatchOf(std::uint32_t cell, std::uint32_t from) const {
@@ -226,7 +244,7 @@ void Grower::Spread() {
             if (!AreLinked(cells_[front_], cell)) continue;
             const Match match = MatchOf(cell, cells_[front_]);
             // A cell that only the wrong neighbour led to may be asked again.
-            if (match == Match::None) continue;
+            if (match == Match::None || ArePartedByWall(cells_[front_], cell)) continue;
             seen_[cell] = round_;
             Join(cell);
             cells_.push_back(cell);

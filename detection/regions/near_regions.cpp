@@ -8,6 +8,8 @@
 #include <optional>
 #include <tuple>
 
+#include "detection/cells/wall_between.h"
+
 namespace orvix::detection {
 namespace {
 
@@ -27,8 +29,6 @@ struct Entry {
 };
 
 constexpr std::int64_t kParts = 256;      // of a cell's side, in which gaps are counted
-constexpr double kMinWallShare = 0.75;    // of its cells: those that hold points
-constexpr double kWallHeight = 0.5;       // metres (or five cells): what rises so far is a wall
 constexpr double kRimParts = 64;          // a cell that lies so much farther is not at the rim
 constexpr std::size_t kMaxContacts = 64;  // of two regions, across a gap, that are looked at
 constexpr std::size_t kMinOpen = 4;       // times as many contacts without a wall as with one
@@ -110,7 +110,7 @@ public:
             approach.normal = one.plane.normal;
             const bool parted = !one.small && !nearness_.regionOf(pair.second).small;
             for (std::size_t k = first; k < i && !approach.touch; ++k)
-                Approximate(patches_[contacts[k].a], patches_[contacts[k].b], approach);
+                Approximate(patches_[contacts[k].a], patches_[contacts[k].b], parted, approach);
             if (!parted && approach.squaredGap <= maxSquaredGap_) approach.open = 1;
             if (parted && !approach.touch && approach.squaredGap <= maxSquaredGap_)
                 for (std::size_t k = first; k < i; ++k)
@@ -150,8 +150,8 @@ private:
         }
     };
 
-    // How near two patches come.
-    void Approximate(const Patch& a, const Patch& b, Approach& approach) const {
+    // How near two patches come. `parted`: whether a wall may part them.
+    void Approximate(const Patch& a, const Patch& b, bool parted, Approach& approach) const {
         for (std::uint32_t i = a.first; i < a.last; ++i) {
             for (std::uint32_t j = b.first; j < b.last; ++j) {
                 const Entry& one = entries_[i];
@@ -162,6 +162,8 @@ private:
                     approach.place = (MiddleOf(one) + MiddleOf(other)) * 0.5;
                 }
                 if (!Touch(one, other, gap)) continue;
+                if (parted && MayHoldWall(gap) && ArePartedByWall(one, other, approach.normal))
+                    continue;
                 approach.touch = true;
                 return;
             }
@@ -179,7 +181,7 @@ private:
                 if (SquaredGap(one.place, one.box, other.place, other.box) > maxSquaredGap)
                     continue;
                 if (approach.walls + approach.open >= kMaxContacts) return;
-                ++(IsWallBetween(one, other, approach.normal) ? approach.walls : approach.open);
+                ++(ArePartedByWall(one, other, approach.normal) ? approach.walls : approach.open);
             }
         }
     }
@@ -190,25 +192,24 @@ private:
         const double points = std::max({a.points, b.points, 1U});
         return static_cast<double>(gap) <= MaxSquaredGap(points) * kParts * kParts;
     }
-    // Whether cells are occupied from both rims on, or one cell further into the gap, to one side of
-    // the plane, as far as a wall is high. BEHAVIOUR A5
-    [[nodiscard]] bool IsWallBetween(const Entry& a, const Entry& b, const Vector& normal) const {
-        const double size = map_.Frame().Size();
-        const int steps = static_cast<int>(std::max(kWallHeight / size, 5.0) + 1e-9);
-        const Vector atA = MiddleOf(a), atB = MiddleOf(b);
-        // The cells where the wall begins hold both surfaces, so they may belong to neither.
-        const Vector toB = detail::Unit(atB - atA) * size;
-        for (const double side : {1.0, -1.0}) {
-            int hitsAtA = 0, hitsAtB = 0;
-            for (int step = 2; step <= steps; ++step) {
-                const Vector up = normal * (side * step * size);
-                hitsAtA += IsOccupied(atA + up) || IsOccupied(atA + toB + up) ? 1 : 0;
-                hitsAtB += IsOccupied(atB + up) || IsOccupied(atB - toB + up) ? 1 : 0;
-            }
-            const double least = kMinWallShare * (steps - 1);
-            if (hitsAtA >= least && hitsAtB >= least) return true;
-        }
-        return false;
+    // Whether a gap between cells that touch is as wide as a wall.
+    [[nodiscard]] bool MayHoldWall(std::int64_t squaredGap) const {
+        const double least = kMinWalledGap * kParts;
+        return map_.Frame().Size() <= kMaxWalledCell &&
+               static_cast<double>(squaredGap) > least * least;
+    }
+    [[nodiscard]] bool ArePartedByWall(const Entry& a, const Entry& b, const Vector& normal) const {
+        return IsWallBetween(
+            MiddleOf(a), MiddleOf(b), normal, map_.Frame().Size(),
+            [&](const Vector& at, const Vector& across) {
+                const std::optional<CellPlace> place = map_.Frame().PlaceOf(at);
+                std::uint32_t cell = 0;
+                const std::size_t tile = place ? map_.Find(*place, cell) : map_.Tiles();
+                if (tile == map_.Tiles()) return false;
+                const std::int32_t region = map_.RegionOf(tile, cell);
+                return region == kNoRegion ||
+                       StandsAcross(nearness_.regionOf(region).plane.normal, across);
+            });
     }
     [[nodiscard]] Vector MiddleOf(const Entry& entry) const {
         std::array<double, 3> at{};
@@ -217,10 +218,6 @@ private:
                         (entry.box.low[axis] + entry.box.high[axis] + 1) / (2.0 * kParts)) *
                        map_.Frame().Size();
         return {at[0], at[1], at[2]};
-    }
-    [[nodiscard]] bool IsOccupied(const Vector& at) const {
-        const std::optional<CellPlace> place = map_.Frame().PlaceOf(at);
-        return place && map_.IsOccupied(*place);
     }
 
     const CellMap& map_;

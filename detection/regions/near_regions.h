@@ -35,15 +35,14 @@ struct Nearness {
 ///
 /// Two regions are near where the points of a cell of one lie within `bridge` of those of a cell of
 /// the other, as far as the cells' bounds show, and no wall stands between; one of the two cells may
-/// lie in a tile beside this one. A wall stands between where cells are occupied from both rims of
-/// the gap, or from one cell further into it, up to half a metre (or five cells) to the same side of
-/// the plane: a room's ceiling ends there, and the next room's begins. What hides less, such as a
-/// beam, is no wall, and neither is one that fewer than a fifth of the contacts across the gap meet.
+/// lie in a tile beside this one. A wall stands between where IsWallBetween finds one: a room's
+/// ceiling ends there, and the next room's begins. What hides less, such as a beam, is no wall, and
+/// neither is one that fewer than a fifth of the contacts across the gap meet.
 /// No wall parts small regions from others. Pairs that a wall parts are found, too, and marked; those
 /// that `mayJoin` refuses are left out without a look at their cells.
 ///
 /// Boundaries `bridge` is at most 20 cells. Cells that touch are near with any bridge, if the gap
-///            between their points is no wider than their points are apart.
+///            between their points is no wider than their points are apart, and no wall stands there.
 /// Order      by pair, each once.
 /// Cost       some 50 ns per cell for a bridge of a few cells. It grows with the fourth power of the
 ///            bridge where regions that may join lie side by side without touching.

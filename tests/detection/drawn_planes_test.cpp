@@ -120,6 +120,27 @@ TEST(DrawnPlanes, TheCeilingsOnBothSidesOfAWallAreTwoPlanesOfOneGroup) {
     }
 }
 
+// Points 6 cm apart: cells on both sides of the wall touch, and their points lie no farther apart than
+// points do.
+Scene TwoSparseRooms(double wallAt, bool wall) {
+    Scene scene(0.06, 0.0015);
+    scene.Add({0, 0, 2.53}, kX * wallAt, kY * 2);
+    scene.Add({wallAt + 0.12, 0, 2.53}, kX * 2, kY * 2);
+    if (wall) scene.Add({wallAt, 0, 1.5}, kY * 2, kZ * 1.03);
+    if (wall) scene.Add({wallAt + 0.12, 0, 1.5}, kY * 2, kZ * 1.03);
+    return scene;
+}
+
+// BEHAVIOUR A5
+TEST(DrawnPlanes, NorDoSparsePointsLeadThroughAWall) {
+    for (const double wallAt : {1.92, 1.95, 1.97, 4.94, 4.97}) {  // 5: a face between tiles
+        const Searched parted(TwoSparseRooms(wallAt, true));
+        EXPECT_EQ(parted.Through(kZ, {wallAt, 1, 2.53}, 0.01).size(), 2U) << wallAt;
+        const Searched whole(TwoSparseRooms(wallAt, false));
+        EXPECT_EQ(whole.Through(kZ, {wallAt, 1, 2.53}, 0.01).size(), 1U) << wallAt;
+    }
+}
+
 // BEHAVIOUR A5
 TEST(DrawnPlanes, WithoutTheWallAGapOfThatWidthPartsNothing) {
     const Searched search(TwoRooms(1.93, false));
