@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace orvix::detection {
 
@@ -52,19 +51,26 @@ Expected<void> TileCells::Check() const {
     return {};
 }
 
+std::size_t TileCells::PlaceIn(const CellPlace& cell) const {
+    const auto at = [&](std::size_t axis) { return static_cast<std::size_t>(cell[axis]); };
+    const auto across = [&](std::size_t axis) {
+        return static_cast<std::size_t>(frame_.PerTile(axis));
+    };
+    return (at(0) * across(1) + at(1)) * across(2) + at(2);
+}
+
 std::uint32_t TileCells::CellAt(const Vector& place) const {
     const std::array<double, 3> at{place.x, place.y, place.z};
     CellPlace cell{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::int32_t cells = frame_.PerTile(axis);
-        const double along = std::floor(at[axis] / frame_.Size() + 0.5 * cells);
+        const double along = at[axis] / frame_.Size() + 0.5 * cells;
         if (!(along >= 0 && along < cells)) return Size();
         cell[axis] = static_cast<std::int32_t>(along);
     }
-    const TileKey key = KeyOf(cell, {});
-    const auto found = std::lower_bound(keys_.begin(), keys_.end(), key);
-    return found != keys_.end() && *found == key ? static_cast<std::uint32_t>(found - keys_.begin())
-                                                 : Size();
+    if (!occupied_[PlaceIn(cell)]) return Size();
+    return static_cast<std::uint32_t>(
+        std::lower_bound(keys_.begin(), keys_.end(), KeyOf(cell, {})) - keys_.begin());
 }
 
 // Three places are written for each column, whether or not there is anything: branches would be guessed
@@ -89,6 +95,8 @@ void TileCells::Link() {
     }
     firstAround_.push_back(static_cast<std::uint32_t>(end));
     around_.resize(end);
+    occupied_.resize(PlaceIn({frame_.PerTile(0), 0, 0}));
+    for (const TileKey key : keys_) occupied_[PlaceIn(PlaceOf(key, {}))] = true;
 }
 
 }  // namespace orvix::detection

@@ -39,7 +39,7 @@ public:
 
     /// Damaged where a cell is stored in two places.
     [[nodiscard]] Expected<void> Check() const;
-    /// Finds the cells beside each cell: Around needs it. Precondition: Check found nothing.
+    /// Finds the cells beside each cell: Around and CellAt need it. Precondition: Check found nothing.
     void Link();
 
     [[nodiscard]] const CellFrame& Frame() const { return frame_; }
@@ -66,7 +66,7 @@ public:
     }
     /// The cell that holds a place; Size() where none does, and outside the tile.
     ///
-    /// Cost  a search among the tile's cells, some 30 ns.
+    /// Cost  some 3 ns where no cell is, else a search among the tile's cells.
     [[nodiscard]] std::uint32_t CellAt(const Vector& place) const;
     /// The occupied cells among the 27 around a cell, itself included, ascending.
     [[nodiscard]] std::span<const std::uint32_t> Around(std::uint32_t cell) const {
@@ -79,6 +79,8 @@ public:
     static Vector MiddleOf(const CellFrame& frame, const CellPlace& origin);
 
 private:
+    [[nodiscard]] std::size_t PlaceIn(const CellPlace& cell) const;
+
     CellFrame frame_;
     CellPlace origin_;
     Vector middle_;
@@ -88,6 +90,7 @@ private:
     std::vector<std::uint32_t> numbers_;
     std::vector<std::uint32_t> firstAround_;
     std::vector<std::uint32_t> around_;
+    std::vector<bool> occupied_;  // of the tile's places: which have a cell
 };
 
 }  // namespace orvix::detection

@@ -51,7 +51,7 @@ inline bool StandsAcross(const Vector& normal, const Vector& direction) {
 
 /// Sides of cells that touch: a gap between their points that may hold a wall is wider.
 inline constexpr double kMinWalledGap = 0.5;
-/// Metres: larger cells hold a thin wall and what lies on both sides of it.
+/// Metres: larger cells hold a thin wall and what lies on both sides of it, and mostly several surfaces.
 inline constexpr double kMaxWalledCell = 0.2;
 
 }  // namespace orvix::detection

@@ -207,7 +207,7 @@ private:
                 const std::size_t tile = place ? map_.Find(*place, cell) : map_.Tiles();
                 if (tile == map_.Tiles()) return false;
                 const std::int32_t region = map_.RegionOf(tile, cell);
-                return region == kNoRegion ||
+                return region == kNoRegion || map_.Frame().Size() > kMaxWalledCell ||
                        StandsAcross(nearness_.regionOf(region).plane.normal, across);
             });
     }
