@@ -94,8 +94,8 @@ private:
 constexpr Vector kX{1, 0, 0}, kY{0, 1, 0}, kZ{0, 0, 1};
 
 // The ceilings of two rooms, 12 cm apart, and the upper part of the wall between them.
-Scene TwoRooms(double wallAt, bool wall) {
-    Scene scene(0.025, 0.0015);
+Scene TwoRooms(double wallAt, bool wall, double spacing = 0.025) {
+    Scene scene(spacing, 0.0015);
     scene.Add({0, 0, 2.53}, kX * wallAt, kY * 2);
     scene.Add({wallAt + 0.12, 0, 2.53}, kX * 2, kY * 2);
     if (wall) scene.Add({wallAt, 0, 1.5}, kY * 2, kZ * 1.03);
@@ -121,22 +121,12 @@ TEST(DrawnPlanes, TheCeilingsOnBothSidesOfAWallAreTwoPlanesOfOneGroup) {
 }
 
 // Points 6 cm apart: cells on both sides of the wall touch, and their points lie no farther apart than
-// points do.
-Scene TwoSparseRooms(double wallAt, bool wall) {
-    Scene scene(0.06, 0.0015);
-    scene.Add({0, 0, 2.53}, kX * wallAt, kY * 2);
-    scene.Add({wallAt + 0.12, 0, 2.53}, kX * 2, kY * 2);
-    if (wall) scene.Add({wallAt, 0, 1.5}, kY * 2, kZ * 1.03);
-    if (wall) scene.Add({wallAt + 0.12, 0, 1.5}, kY * 2, kZ * 1.03);
-    return scene;
-}
-
-// BEHAVIOUR A5
+// points do. BEHAVIOUR A5
 TEST(DrawnPlanes, NorDoSparsePointsLeadThroughAWall) {
     for (const double wallAt : {1.92, 1.95, 1.97, 4.94, 4.97}) {  // 5: a face between tiles
-        const Searched parted(TwoSparseRooms(wallAt, true));
+        const Searched parted(TwoRooms(wallAt, true, 0.06));
         EXPECT_EQ(parted.Through(kZ, {wallAt, 1, 2.53}, 0.01).size(), 2U) << wallAt;
-        const Searched whole(TwoSparseRooms(wallAt, false));
+        const Searched whole(TwoRooms(wallAt, false, 0.06));
         EXPECT_EQ(whole.Through(kZ, {wallAt, 1, 2.53}, 0.01).size(), 1U) << wallAt;
     }
 }
