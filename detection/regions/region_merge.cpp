@@ -18,6 +18,7 @@ constexpr double kMaxTouching = 0.7;
 constexpr double kMaxSliced = 3;           // rms of halves: how far apart they lie
 constexpr double kMinCosineToFace = 0.99;  // of a surface that a face between tiles slices
 constexpr double kMaxFromFace = 3;         // rms of both: how far from the face it lies
+constexpr double kMaxTail = 0.7;           // times its surface's rms: what a cell's face cuts off
 constexpr double kMaxApart = 0.35;
 constexpr double kMaxSmallApart = 0.6;  // where one of them is small: it may be turned by its noise
 constexpr double kWaves = 2;      // times the waves of the rougher piece: what a wavy surface adds
@@ -101,6 +102,22 @@ public:
         }
         return false;
     }
+    // Whether a face between cells cuts a piece off the noise of a larger one: it lies beyond that face,
+    // and is thinner than a surface of its own would be. BEHAVIOUR A23
+    [[nodiscard]] bool IsTailOf(const Region& large, const Region& tail) const {
+        if (large.small || tail.small || tail.sum.count > large.sum.count) return false;
+        if (tail.rms > kMaxTail * large.rms) return false;
+        const Vector& n = large.plane.normal;
+        const Vector& c = tail.plane.centre;
+        const std::array<double, 3> cosines{n.x, n.y, n.z}, centre{c.x, c.y, c.z};
+        const double away = large.plane.Distance(c);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if (std::abs(cosines[axis]) < kMinCosineToFace) continue;
+            const double foot = (centre[axis] - away / cosines[axis]) / frame_.Size();
+            return std::floor(foot) != std::floor(centre[axis] / frame_.Size());
+        }
+        return false;
+    }
     // Whether two pieces that come so near are faces of their own. Fronts of drawers, steps and tops of
     // tables lie in one plane; what hides so much of a large surface, such as a cupboard before a wall,
     // hides a small one whole.
@@ -117,7 +134,8 @@ public:
         const double tight = TightDistance(both, growth_);
         if (!touch) return (a.small || b.small ? kMaxSmallApart : kMaxApart) * tight;
         const double most = kMaxTouching * (tight + WaveOfBoth(a, b));
-        return IsSlicedByTiles(both) ? std::max(most, kMaxSliced * std::max(a.rms, b.rms)) : most;
+        const bool sliced = IsSlicedByTiles(both) || IsTailOf(a, b) || IsTailOf(b, a);
+        return sliced ? std::max(most, kMaxSliced * std::max(a.rms, b.rms)) : most;
     }
     void Join(const RegionPair& pair) {
         Region& into = regions_[static_cast<std::size_t>(pair.first)];
