@@ -164,7 +164,7 @@ private:
             const auto specks = ReadLoosePoints(reader, cut_, {tile, grown_.firstNumber, numbers},
                                                 shaped->cells, grown, limits_, proceed);
             if (!specks) return ErrorOf(specks);
-            small = GrowSmallRegions(*specks, shaped->cells, grown.regions, limits_, proceed);
+            small = GrowSmallRegions(*specks, shaped->cells, grown, limits_, proceed);
         }
         if (!proceed()) return Patience::Cancelled();
         const auto first = static_cast<std::int32_t>(grown.regions.size());

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 #include "detection/growth/speck_groups.h"
@@ -27,6 +28,9 @@ constexpr double kMaxCosineOfOther = 0.7;   // of such a normal with the region'
 constexpr double kMaxFilled = 0.46;         // of what a region allows its specks: its rms
 constexpr double kMaxCurved = 0.4;          // share of the squares that a paraboloid explains
 constexpr double kMinCosineToKnown = 0.99;  // of a region that is parallel to one around it
+constexpr double kMaxCosineUpright = 0.14;  // of one that stands upright on another
+constexpr double kTimesLarger = 2;          // points of a region beside that say whether one leans
+constexpr double kMaxThickness = 0.2;       // of one that leans on these: rms, of its spread across
 constexpr double kMaxCrossed = 0.05;     // of one that leans: places where a surface passes through
 constexpr double kMinCorrelation = 0.5;  // there, of heights with places across the region
 constexpr double kMaxScatter = 1.7;      // times the noise: the rms that counts
@@ -66,9 +70,8 @@ std::vector<float> FarthestOf(std::span<const Speck> specks, const TileCells& ti
 
 class SmallGrower {
 public:
-    SmallGrower(std::span<const Speck> specks, const TileCells& tile,
-                std::span<const Region> around, const GrowthLimits& limits,
-                const std::function<bool()>& proceed)
+    SmallGrower(std::span<const Speck> specks, const TileCells& tile, const Regions& around,
+                const GrowthLimits& limits, const std::function<bool()>& proceed)
         : asker_(proceed, kSpecksPerQuestion),
           specks_(specks),
           tile_(tile),
@@ -123,7 +126,10 @@ private:
                                  [&](std::uint32_t other) { return Fits(other); })) >= kMinSupport;
     }
     [[nodiscard]] std::vector<Vector> PlacesAboutCentre() const;
+    [[nodiscard]] MomentSum Points() const;
     [[nodiscard]] bool Leans() const;
+    [[nodiscard]] bool LeansOnNeighbours() const;
+    [[nodiscard]] bool IsThick() const;
     [[nodiscard]] double CrossedShare(const Vector& across) const;
     [[nodiscard]] bool IsWorthKeeping() const;
     [[nodiscard]] bool TouchesRim() const {
@@ -138,7 +144,7 @@ private:
     detail::Asker asker_;
     std::span<const Speck> specks_;
     const TileCells& tile_;
-    std::span<const Region> around_;
+    const Regions& around_;
     GrowthLimits limits_;
     std::vector<Vector> means_;
     SpeckNeighbours nearest_;
@@ -167,7 +173,6 @@ std::vector<std::uint32_t> SmallGrower::Seeds() const {
             ranked.emplace_back(shapes_[i].rms + shapes_[i].turn * size / 5, i);
     std::sort(ranked.begin(), ranked.end());
     std::vector<std::uint32_t> seeds;
-    seeds.reserve(ranked.size());
     for (const auto& [flatness, seed] : ranked) seeds.push_back(seed);
     return seeds;
 }
@@ -245,18 +250,51 @@ void SmallGrower::Recheck() {
     if (members_.size() >= kMinRimSpecks) Fit();
 }
 
+MomentSum SmallGrower::Points() const {
+    MomentSum points;
+    for (const Member& member : members_) points.Add(specks_[member.speck].sum);
+    return points;
+}
+
 // Whether no region that grew from cells is parallel to this one, and no larger one that grew from
 // specks.
 bool SmallGrower::Leans() const {
     const auto isParallel = [&](const Region& region) {
         return std::abs(Dot(region.plane.normal, normal_)) > kMinCosineToKnown;
     };
-    double own = 0;  // points
-    for (const Member& member : members_) own += specks_[member.speck].sum.count;
-    return std::none_of(around_.begin(), around_.end(), isParallel) &&
+    const double own = Points().count;
+    return std::none_of(around_.regions.begin(), around_.regions.end(), isParallel) &&
            std::none_of(result_.regions.begin(), result_.regions.end(), [&](const Region& region) {
                return region.sum.count > own && isParallel(region);
            });
+}
+
+// Whether noise is so large a share of how wide the region is that it turns the region as it likes.
+bool SmallGrower::IsThick() const {
+    const detail::PrincipalSpread spread = SpreadOf(Points().Covariance());
+    return spread.min > kMaxThickness * kMaxThickness * spread.middle;
+}
+
+// Whether larger regions lie beside this one, none parallel to it and not all of them upright on it.
+bool SmallGrower::LeansOnNeighbours() const {
+    const double points = Points().count;
+    double nearest = 0;  // cosine
+    const auto compare = [&](const Region& other) {
+        if (other.sum.count > kTimesLarger * points)
+            nearest = std::max(nearest, std::abs(Dot(other.plane.normal, normal_)));
+    };
+    for (const Member& member : members_) {
+        for (const std::uint32_t cell : tile_.Around(specks_[member.speck].cell)) {
+            const std::int32_t region = around_.ofCell[cell];
+            if (region != kNoRegion) compare(around_.regions[static_cast<std::size_t>(region)]);
+        }
+        for (const std::uint32_t speck : nearest_.Of(member.speck)) {
+            const std::int32_t region = regionOf_[speck];
+            if (region != kNoRegion && region != number_)
+                compare(result_.regions[static_cast<std::size_t>(region)]);
+        }
+    }
+    return nearest > kMaxCosineUpright && nearest <= kMinCosineToKnown;
 }
 
 // The share of the specks at which a surface passes from one side of the plane to the other: their
@@ -287,7 +325,6 @@ double SmallGrower::CrossedShare(const Vector& across) const {
 
 std::vector<Vector> SmallGrower::PlacesAboutCentre() const {
     std::vector<Vector> places;
-    places.reserve(members_.size());
     for (const Member& member : members_) places.push_back(means_[member.speck] - centre_);
     return places;
 }
@@ -304,6 +341,7 @@ bool SmallGrower::IsWorthKeeping() const {
     const Vector across = DirectionAcross(places);
     if (LieAlongTwoLines(places, across, kMaxLineWidth * size)) return false;
     if (Leans() && CrossedShare(across) > kMaxCrossed) return false;
+    if (IsThick() && LeansOnNeighbours()) return false;  // BEHAVIOUR A22
     return members_.size() >= kMinSpecks || TouchesRim();
 }
 
@@ -344,7 +382,7 @@ void SmallGrower::Discard() {
 SmallRegions SmallGrower::Finish() {
     std::sort(result_.parts.begin(), result_.parts.end(),
               [](const SmallPart& a, const SmallPart& b) {
-                  return a.cell != b.cell ? a.cell < b.cell : a.region < b.region;
+                  return std::tie(a.cell, a.region) < std::tie(b.cell, b.region);
               });
     return std::move(result_);
 }
@@ -352,7 +390,7 @@ SmallRegions SmallGrower::Finish() {
 }  // namespace
 
 SmallRegions GrowSmallRegions(std::span<const Speck> specks, const TileCells& tile,
-                              std::span<const Region> around, const GrowthLimits& limits,
+                              const Regions& around, const GrowthLimits& limits,
                               const std::function<bool()>& proceed) {
     if (specks.size() < kMinRimSpecks) return {};
     return SmallGrower(specks, tile, around, limits, proceed).Grow();

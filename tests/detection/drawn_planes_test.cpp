@@ -227,6 +227,20 @@ TEST(DrawnPlanes, SoIsOneThatScattersMoreThanTheRestOfTheCloud) {
     }
 }
 
+// BEHAVIOUR A23
+TEST(DrawnPlanes, NorDoesAFaceBetweenCellsCutTheTailOffItsNoise) {
+    for (const double below : {0.006, 0.008, 0.01, 0.012, 0.014}) {
+        Scene scene(0.015, 0.0025), floor(0.008, 0.008);
+        scene.Add({-1, 1.05, 0.2}, kX * 2, kZ * 2.5).Add({-1.05, -1, 0.2}, kY * 2, kZ * 2.5);
+        scene.Add({1.05, -1, 0.2}, kY * 2, kZ * 2.5);
+        floor.Add({-1, -1, 0.1 - below}, kX * 2, kY * 2);
+        scene.Add(floor);
+        const Searched search(scene);
+        EXPECT_EQ(search->Planes().size(), 4U) << below;
+        EXPECT_EQ(search.Through(kZ, {0, 0, 0.1 - below}, 0.002).size(), 1U) << below;
+    }
+}
+
 // A wall with a window, whose reveals are 12 cm deep.
 Scene WallWithReveals() {
     Scene scene(0.02, 0.0015);
@@ -351,6 +365,30 @@ TEST(DrawnPlanes, NoPlaneLeansThroughTheStepsOfAFrame) {
             const Vector& n = plane.normal;
             EXPECT_GT(std::max({std::abs(n.x), std::abs(n.y), std::abs(n.z)}), 0.94)
                 << frame.wide << ": " << n.x << ' ' << n.y << ' ' << n.z << ", " << plane.points;
+        }
+    }
+}
+
+// BEHAVIOUR A22
+TEST(DrawnPlanes, NorDoesOneWhereTheyAreHardlyWiderThanTheirNoise) {
+    const double wide = 0.03;
+    for (const double noise : {0.0045, 0.005, 0.0055}) {
+        Scene scene(0.012, 0.0025), frame(0.008, noise);
+        scene.Add({0, 0, 0}, kX * 2, kY * 2);
+        frame.Add({0, 1.03, 0.1}, kX * 0.53, kZ * 1.4);
+        for (int step = 1; step <= 3; ++step) {
+            const double x = 0.53 + wide * (step - 1), y = 1.03 + wide * (step - 1);
+            frame.Add({x, y, 0.1}, kY * wide, kZ * 1.4);
+            frame.Add({x, y + wide, 0.1}, kX * wide, kZ * 1.4);
+        }
+        frame.Add({0.53 + 3 * wide, 1.03 + 3 * wide, 0.1}, kX * 0.53, kZ * 1.4);
+        scene.Add(frame);
+        const Searched search(scene);
+        EXPECT_GE(search->Planes().size(), 3U) << noise;
+        for (const FoundPlane& plane : search->Planes()) {
+            const Vector& n = plane.normal;
+            EXPECT_GT(std::max({std::abs(n.x), std::abs(n.y), std::abs(n.z)}), 0.94)
+                << noise << ": " << n.x << ' ' << n.y << ' ' << n.z << ", " << plane.points;
         }
     }
 }
