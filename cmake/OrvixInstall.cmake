@@ -137,7 +137,7 @@ endif()
 include(OrvixSbom)
 install(FILES ${ORVIX_SBOM} DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT runtime)
 # The command's own: the letters of its pictures.
-install(FILES output/picture/font/LICENSE.txt RENAME dejavu-sans.txt
+install(FILES output/drawing/font/LICENSE.txt RENAME dejavu-sans.txt
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences COMPONENT command)
 
 if(MINGW)

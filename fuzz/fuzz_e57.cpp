@@ -4,7 +4,7 @@
 #include "fuzz/fuzz_reader.h"
 #include "importer/formats/byte_order.h"
 #include "importer/formats/e57/e57.h"
-#include "support/e57_writer.h"
+#include "support/scans/e57_writer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using orvix::importer::Load;

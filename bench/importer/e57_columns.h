@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "support/e57_writer.h"
+#include "support/scans/e57_writer.h"
 
 namespace orvix::bench {
 

@@ -10,7 +10,7 @@
 #include "bench/importer/e57_columns.h"
 #include "importer/formats/open_scan.h"
 #include "orvix/platform/file.h"
-#include "support/e57_writer.h"
+#include "support/scans/e57_writer.h"
 #include "support/scratch_folder.h"
 
 namespace {

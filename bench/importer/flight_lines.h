@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "support/laz_writer.h"
+#include "support/scans/laz_writer.h"
 
 namespace orvix::bench {
 

@@ -14,7 +14,7 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/record_hash.h"
-#include "support/las_writer.h"
+#include "support/scans/las_writer.h"
 #include "support/scratch_folder.h"
 
 namespace {

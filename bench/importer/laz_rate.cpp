@@ -8,7 +8,7 @@
 #include "bench/bench_support.h"
 #include "bench/importer/flight_lines.h"
 #include "importer/formats/open_scan.h"
-#include "support/laz_writer.h"
+#include "support/scans/laz_writer.h"
 #include "support/scratch_folder.h"
 
 namespace {

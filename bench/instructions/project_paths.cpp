@@ -6,8 +6,8 @@
 #include "detection/plane_search.h"
 #include "importer/import.h"
 #include "orvix/project/open_project.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 
 namespace orvix::bench {
 

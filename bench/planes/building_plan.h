@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "support/synthetic_building.h"
+#include "support/scenes/synthetic_building.h"
 
 namespace orvix::bench {
 

@@ -21,8 +21,8 @@
 #include "output/mesh/planes_mesh.h"
 #include "reports/deviation/triangle_tree.h"
 #include "reports/planes_report.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "orvix/geometry/vector.h"
-#include "support/true_plane.h"
+#include "support/scenes/true_plane.h"
 
 namespace orvix::bench {
 

@@ -32,9 +32,9 @@
 #include "orvix/project/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "reports/station_list.h"
-#include "support/room_arguments.h"
+#include "support/scenes/room_arguments.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "detection/cells/moments.h"
-#include "support/synthetic_building.h"
+#include "support/scenes/synthetic_building.h"
 
 namespace orvix::bench {
 

@@ -5,7 +5,7 @@
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/attributes.h"
 #include "orvix/project/project_core.h"
-#include "support/synthetic_room.h"
+#include "support/scenes/synthetic_room.h"
 
 namespace orvix::bench {
 namespace {

@@ -3,14 +3,14 @@
 
 #include <memory>
 
+#include "cli/results/deviation_elements.h"
+#include "cli/results/deviation_result.h"
 #include "cli/verbs.h"
-#include "cli/verbs/deviation_elements.h"
-#include "cli/verbs/deviation_result.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "output/drawing/png_writer.h"
 #include "output/picture/deviation_picture.h"
 #include "output/picture/picture_of_deviation.h"
-#include "output/picture/png_writer.h"
 
 namespace orvix::cli {
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "cli/options/import_arguments.h"
 #include "cli/verbs.h"
-#include "cli/verbs/import_arguments.h"
 #include "importer/import.h"
 
 namespace orvix::cli {

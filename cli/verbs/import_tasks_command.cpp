@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "cli/options/import_arguments.h"
 #include "cli/verbs.h"
-#include "cli/verbs/import_arguments.h"
 #include "importer/import_tasks.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/text.h"

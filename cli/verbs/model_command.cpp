@@ -6,13 +6,13 @@
 #include <optional>
 
 #include "building/saved_building.h"
+#include "cli/results/model_result.h"
 #include "cli/verbs.h"
-#include "cli/verbs/model_result.h"
 #include "orvix/project/project_gate.h"
 #include "orvix/project/project_lock.h"
 #include "output/building/building_file.h"
-#include "output/picture/png_writer.h"
-#include "output/plans/building_picture.h"
+#include "output/drawing/png_writer.h"
+#include "output/sheets/building_picture.h"
 #include "reports/world_project.h"
 
 namespace orvix::cli {

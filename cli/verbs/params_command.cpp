@@ -6,8 +6,8 @@
 #include <memory>
 #include <utility>
 
+#include "cli/options/preview_search.h"
 #include "cli/verbs.h"
-#include "cli/verbs/preview_search.h"
 #include "localization/text_ids.h"
 #include "orvix/planes/dialog/plane_params.h"
 #include "orvix/planes/unsaved_settings.h"

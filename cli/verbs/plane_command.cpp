@@ -11,10 +11,10 @@
 #include "orvix/planes/unsaved_settings.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "output/drawing/png_writer.h"
 #include "output/mesh/mesh_writer.h"
 #include "output/mesh/plane_mesh.h"
 #include "output/picture/picture_of_plane.h"
-#include "output/picture/png_writer.h"
 
 namespace orvix::cli {
 

@@ -5,19 +5,19 @@
 #include <memory>
 #include <optional>
 
+#include "cli/options/search_options.h"
+#include "cli/results/planes_result.h"
 #include "cli/verbs.h"
-#include "cli/verbs/planes_result.h"
-#include "cli/verbs/search_options.h"
 #include "detection/tasks/plane_tasks.h"
 #include "edits/plane_numbers.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
 #include "orvix/project/project_lock.h"
+#include "output/drawing/png_writer.h"
 #include "output/export/planes_points.h"
 #include "output/mesh/planes_mesh.h"
 #include "output/outlines/outline_writer.h"
 #include "output/picture/picture_of_planes.h"
-#include "output/picture/png_writer.h"
 
 namespace orvix::cli {
 

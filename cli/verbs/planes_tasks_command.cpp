@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/options/search_options.h"
 #include "cli/verbs.h"
-#include "cli/verbs/search_options.h"
 #include "detection/tasks/plane_tasks.h"
 #include "orvix/platform/text.h"
 #include "orvix/project/open_project.h"

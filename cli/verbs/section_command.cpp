@@ -12,10 +12,10 @@
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "output/drawing/png_writer.h"
 #include "output/export/project_export.h"
 #include "output/output_file.h"
 #include "output/picture/picture_of_section.h"
-#include "output/picture/png_writer.h"
 
 namespace orvix::cli {
 

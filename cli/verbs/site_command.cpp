@@ -9,10 +9,10 @@
 #include <utility>
 
 #include "cli/message.h"
+#include "cli/options/search_options.h"
 #include "cli/site/site_runner.h"
 #include "cli/site/slurm_script.h"
 #include "cli/verbs.h"
-#include "cli/verbs/search_options.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/child_process.h"
 #include "orvix/platform/path.h"

@@ -9,13 +9,13 @@
 
 #include "cli/json_parts.h"
 #include "cli/printable.h"
+#include "cli/results/consistency_result.h"
 #include "cli/verbs.h"
-#include "cli/verbs/consistency_result.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/project/project_gate.h"
+#include "output/drawing/png_writer.h"
 #include "output/picture/picture_of_consistency.h"
 #include "output/picture/picture_of_stations.h"
-#include "output/picture/png_writer.h"
 #include "reports/station_list.h"
 
 namespace orvix::cli {

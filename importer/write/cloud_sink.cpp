@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "importer/write/cloud_sink.h"
 
-#include "importer/write/block_thinner.h"
+#include "importer/skeleton/block_thinner.h"
 
 namespace orvix::importer {
 

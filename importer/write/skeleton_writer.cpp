@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "importer/write/cloud_thinner.h"
+#include "importer/skeleton/cloud_thinner.h"
 #include "orvix/geometry/bounds.h"
 #include "orvix/points/attributes.h"
 #include "parallel/run_in_order.h"

@@ -8,10 +8,10 @@
 #include "importer/files/synced_file.h"
 #include "importer/import_options.h"
 #include "importer/import_pool.h"
+#include "importer/skeleton/histograms.h"
+#include "importer/skeleton/surface_density.h"
+#include "importer/skeleton/thinned_points.h"
 #include "importer/write/grid_writer.h"
-#include "importer/write/histograms.h"
-#include "importer/write/surface_density.h"
-#include "importer/write/thinned_points.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/view_records.h"
 

@@ -10,7 +10,7 @@
 #include "output/building/building_json.h"
 #include "output/file_ending.h"
 #include "output/mesh/mesh_writer.h"
-#include "output/plans/write_plans.h"
+#include "output/sheets/write_plans.h"
 #include "output/text_file.h"
 
 namespace orvix::output {

@@ -7,8 +7,8 @@
 #include <array>
 #include <cmath>
 
-#include "output/picture/panel.h"
-#include "output/picture/splat_layer.h"
+#include "output/drawing/panel.h"
+#include "output/drawing/splat_layer.h"
 
 namespace orvix::output {
 

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "orvix/geometry/plane_frame.h"
-#include "output/picture/panel.h"
-#include "output/picture/splat_layer.h"
+#include "output/drawing/panel.h"
+#include "output/drawing/splat_layer.h"
 
 namespace orvix::output {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "orvix/geometry/vector.h"
-#include "output/picture/canvas.h"
+#include "output/drawing/canvas.h"
 
 namespace orvix::output {
 

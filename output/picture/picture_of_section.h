@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include "output/picture/picture_view.h"
+#include "output/drawing/picture_view.h"
 #include "reports/project_section.h"
 
 namespace orvix::output {

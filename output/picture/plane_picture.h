@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "orvix/points/records.h"
-#include "output/picture/canvas.h"
+#include "output/drawing/canvas.h"
 
 namespace orvix::output {
 

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <utility>
 
-#include "output/picture/panel.h"
-#include "output/picture/splat_layer.h"
+#include "output/drawing/panel.h"
+#include "output/drawing/splat_layer.h"
 
 namespace orvix::output {
 

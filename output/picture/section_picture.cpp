@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "orvix/geometry/quantile.h"
-#include "output/picture/panel.h"
+#include "output/drawing/panel.h"
 
 namespace orvix::output {
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "output/picture/picture_view.h"
-#include "output/picture/splat_layer.h"
+#include "output/drawing/picture_view.h"
+#include "output/drawing/splat_layer.h"
 
 namespace orvix::output {
 

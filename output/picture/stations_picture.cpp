@@ -7,8 +7,8 @@
 #include <iterator>
 
 #include "orvix/geometry/vector.h"
-#include "output/picture/panel.h"
-#include "output/picture/splat_layer.h"
+#include "output/drawing/panel.h"
+#include "output/drawing/splat_layer.h"
 
 namespace orvix::output {
 

@@ -9,7 +9,7 @@
 #include <numbers>
 
 #include "orvix/geometry/sine_cosine.h"
-#include "output/picture/picture_view.h"
+#include "output/drawing/picture_view.h"
 #include "output/plans/opening_symbols.h"
 #include "output/plans/plan_dimensions.h"
 #include "output/plans/roof_lines.h"

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "output/picture/canvas.h"
+#include "output/drawing/canvas.h"
 
 namespace orvix::output {
 

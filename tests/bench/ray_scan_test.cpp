@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/ray_scan.h"
+#include "support/scenes/ray_scan.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/synthetic_room.h"
+#include "support/scenes/synthetic_room.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 #include <map>
 
 #include "orvix/geometry/vector.h"
-#include "support/sample_building.h"
+#include "support/scenes/sample_building.h"
 
 namespace orvix::building {
 namespace {

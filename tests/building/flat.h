@@ -4,7 +4,7 @@
 #include <cmath>
 #include <vector>
 
-#include "support/house_scene.h"
+#include "support/scenes/house_scene.h"
 
 namespace orvix::building {
 

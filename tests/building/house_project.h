@@ -10,7 +10,7 @@
 #include "detection/plane_search.h"
 #include "detection/plane_set.h"
 #include "orvix/project/open_project.h"
-#include "support/house_scene.h"
+#include "support/scenes/house_scene.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::building {

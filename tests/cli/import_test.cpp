@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "orvix/platform/path.h"
-#include "support/las_writer.h"
+#include "support/scans/las_writer.h"
 #include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
 #include "tests/support/read_only_file.h"

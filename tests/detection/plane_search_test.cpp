@@ -10,8 +10,8 @@
 
 #include "detection/growth/cell_map.h"
 #include "orvix/geometry/vector.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 #include "tests/detection/opened_project.h"
 #include "tests/detection/searched_building.h"
 #include "tests/support/tiny_project.h"

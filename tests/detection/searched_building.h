@@ -8,8 +8,8 @@
 #include "detection/plane_search.h"
 #include "importer/import.h"
 #include "orvix/project/project_core.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 
 namespace orvix::detection {
 

@@ -5,7 +5,7 @@
 
 #include "orvix/platform/text.h"
 #include "output/building/building_file.h"
-#include "support/sample_building.h"
+#include "support/scenes/sample_building.h"
 
 int main(int count, char** arguments) {
     // Far from zero and turned by the angle of 3, 4 and 5.

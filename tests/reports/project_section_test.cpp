@@ -13,7 +13,7 @@
 #include "output/export/project_export.h"
 #include "output/picture/picture_of_section.h"
 #include "output/picture/section_picture.h"
-#include "support/las_writer.h"
+#include "support/scans/las_writer.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::test {

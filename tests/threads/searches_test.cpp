@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "importer/import.h"
-#include "support/synthetic_building.h"
+#include "support/scenes/synthetic_building.h"
 #include "tests/c/planes_project.h"
 #include "tests/detection/opened_project.h"
 #include "tests/threads/side_by_side.h"

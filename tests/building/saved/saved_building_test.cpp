@@ -18,9 +18,9 @@
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/saved/model_file.h"
-#include "support/sample_building.h"
+#include "support/scenes/sample_building.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 #include "tests/support/shown_bytes.h"
 
 namespace orvix::building {

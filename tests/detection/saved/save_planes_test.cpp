@@ -12,8 +12,8 @@
 #include "orvix/platform/path.h"
 #include "orvix/project/open_project.h"
 #include "orvix/project/project_paths.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 #include "tests/support/process.h"
 
 namespace orvix::detection {

@@ -9,8 +9,8 @@
 
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
-#include "support/synthetic_building.h"
 #include "tests/detection/opened_project.h"
 #include "tests/detection/searched_building.h"
 

@@ -6,7 +6,7 @@
 
 #include "importer/formats/e57/xml_tree.h"
 #include "orvix/platform/path.h"
-#include "support/e57_writer.h"
+#include "support/scans/e57_writer.h"
 #include "tests/importer/formats/read_all.h"
 
 namespace orvix::test {

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "orvix/platform/file.h"
-#include "support/las_writer.h"
+#include "support/scans/las_writer.h"
 #include "tests/importer/formats/read_all.h"
 
 namespace orvix::test {

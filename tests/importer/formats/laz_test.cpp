@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "importer/formats/laz/laz_layout.h"
-#include "support/laz_writer.h"
+#include "support/scans/laz_writer.h"
 #include "tests/importer/formats/read_all.h"
 
 namespace orvix::test {

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "orvix/platform/path.h"
-#include "support/las_writer.h"
+#include "support/scans/las_writer.h"
 #include "tests/importer/formats/read_all.h"
 
 namespace orvix::test {

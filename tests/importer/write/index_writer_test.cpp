@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "importer/memory_plan.h"
-#include "importer/write/surface_density.h"
+#include "importer/skeleton/surface_density.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::importer::test {

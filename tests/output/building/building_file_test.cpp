@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "output/building/building_json.h"
-#include "support/sample_building.h"
+#include "support/scenes/sample_building.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::output {

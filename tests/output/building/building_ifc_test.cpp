@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "output/ifc/ifc_file.h"
-#include "support/sample_building.h"
+#include "support/scenes/sample_building.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::output {

@@ -14,7 +14,7 @@
 #include "orvix/platform/path.h"
 #include "orvix/project/transform_file.h"
 #include "output/export/cloud_writer.h"
-#include "support/las_writer.h"
+#include "support/scans/las_writer.h"
 #include "support/scratch_folder.h"
 #include "tests/importer/formats/read_all.h"
 

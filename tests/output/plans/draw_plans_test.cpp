@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "output/plans/plan_formats.h"
 #include "output/plans/plan_regions.h"
 #include "output/plans/room_labels.h"
 #include "output/plans/turned_building.h"
-#include "support/sample_building.h"
+#include "output/sheets/plan_formats.h"
+#include "support/scenes/sample_building.h"
 
 namespace orvix::output {
 namespace {

@@ -8,7 +8,7 @@
 #include <numbers>
 
 #include "importer/import.h"
-#include "support/ray_scan.h"
+#include "support/scenes/ray_scan.h"
 #include "support/scratch_folder.h"
 
 namespace orvix::test {
