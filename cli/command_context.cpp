@@ -11,7 +11,7 @@
 #include "cli/printable.h"
 #include "orvix/platform/lost_pages.h"
 #include "orvix/platform/text.h"
-#include "orvix/project/project_stamp.h"
+#include "orvix/project/access/project_stamp.h"
 
 namespace orvix::cli {
 

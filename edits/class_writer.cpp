@@ -16,7 +16,7 @@
 #include "orvix/platform/text.h"
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/attributes.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/point_editor.h"
 
 namespace orvix::edits {

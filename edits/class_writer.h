@@ -6,8 +6,8 @@
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/access/project_stamp.h"
 #include "orvix/project/manifest/block_sums.h"
-#include "orvix/project/project_stamp.h"
 #include "reports/classification.h"
 #include "reports/field_histogram.h"
 

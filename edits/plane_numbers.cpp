@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "edits/edited_sums.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/point_editor.h"
 
 namespace orvix::edits {

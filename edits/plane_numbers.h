@@ -5,7 +5,7 @@
 
 #include "detection/plane_set.h"
 #include "orvix/platform/error.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 
 namespace orvix::edits {
 

@@ -14,9 +14,9 @@
 #include "importer/import.h"
 #include "orvix/platform/crc32c.h"
 #include "orvix/platform/error_channel.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/check/project_check.h"
 #include "orvix/project/covered_files.h"
-#include "orvix/project/open_project.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/station_files.h"
 

@@ -15,7 +15,7 @@
 #include "orvix/points/alive_point_reader.h"
 #include "orvix/points/index_reader.h"
 #include "orvix/points/record_hash.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "parallel/pool.h"
 
 namespace orvix::reports {

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "orvix/platform/error.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/transform_file.h"
 
 namespace orvix::reports {

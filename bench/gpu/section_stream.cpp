@@ -12,7 +12,7 @@
 #include "orvix/gpu/revit_amp.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "support/scratch_folder.h"
 
 namespace {

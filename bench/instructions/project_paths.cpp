@@ -5,7 +5,7 @@
 #include "bench/instructions/hot_paths.h"
 #include "detection/plane_search.h"
 #include "importer/import.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"
 

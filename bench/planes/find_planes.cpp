@@ -29,7 +29,7 @@
 #include "detection/plane_search.h"
 #include "importer/import.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "reports/station_list.h"
 #include "support/scenes/room_arguments.h"

@@ -7,8 +7,8 @@
 #include "building/saved/building_records.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
+#include "orvix/project/access/project_gate.h"
 #include "orvix/project/check/project_check.h"
-#include "orvix/project/project_gate.h"
 #include "parallel/pool.h"
 
 namespace orvix::cli {

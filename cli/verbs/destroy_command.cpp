@@ -7,13 +7,13 @@
 #include "cli/verbs.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/access/open_project.h"
+#include "orvix/project/access/project_gate.h"
+#include "orvix/project/access/project_lock.h"
+#include "orvix/project/access/settings_update.h"
 #include "orvix/project/covered_files.h"
 #include "orvix/project/destroy_project.h"
-#include "orvix/project/open_project.h"
-#include "orvix/project/project_gate.h"
-#include "orvix/project/project_lock.h"
 #include "orvix/project/project_paths.h"
-#include "orvix/project/settings_update.h"
 
 namespace orvix::cli {
 

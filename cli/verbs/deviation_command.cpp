@@ -7,7 +7,7 @@
 #include "cli/results/deviation_result.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "output/drawing/png_writer.h"
 #include "output/picture/deviation_picture.h"
 #include "output/picture/picture_of_deviation.h"

@@ -7,7 +7,7 @@
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "output/export/project_export.h"
 
 namespace orvix::cli {

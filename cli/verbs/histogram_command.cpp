@@ -8,7 +8,7 @@
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "output/picture/picture_of_histogram.h"
 #include "reports/histogram_columns.h"
 

@@ -10,7 +10,7 @@
 #include "cli/printable.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "orvix/project/project_summary.h"
 
 namespace orvix::cli {

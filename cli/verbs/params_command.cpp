@@ -15,8 +15,8 @@
 #include "orvix/platform/io_utility.h"
 #include "orvix/platform/text.h"
 #include "orvix/platform/utility_lib.h"
-#include "orvix/project/open_project.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/open_project.h"
+#include "orvix/project/access/project_gate.h"
 
 namespace orvix::cli {
 

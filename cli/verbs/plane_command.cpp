@@ -10,7 +10,7 @@
 #include "cli/verbs.h"
 #include "orvix/planes/unsaved_settings.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "output/drawing/png_writer.h"
 #include "output/mesh/mesh_writer.h"
 #include "output/mesh/plane_mesh.h"

@@ -10,8 +10,8 @@
 #include "cli/verbs.h"
 #include "detection/tasks/plane_tasks.h"
 #include "orvix/platform/text.h"
-#include "orvix/project/open_project.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/open_project.h"
+#include "orvix/project/access/project_gate.h"
 
 namespace orvix::cli {
 

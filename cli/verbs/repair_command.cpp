@@ -11,7 +11,7 @@
 #include "importer/repair/repair.h"
 #include "orvix/platform/amounts.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/project_lock.h"
+#include "orvix/project/access/project_lock.h"
 
 namespace orvix::cli {
 

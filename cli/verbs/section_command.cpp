@@ -11,7 +11,7 @@
 #include "cli/json_parts.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "output/drawing/png_writer.h"
 #include "output/export/project_export.h"
 #include "output/output_file.h"

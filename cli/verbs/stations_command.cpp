@@ -12,7 +12,7 @@
 #include "cli/results/consistency_result.h"
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "output/drawing/png_writer.h"
 #include "output/picture/picture_of_consistency.h"
 #include "output/picture/picture_of_stations.h"

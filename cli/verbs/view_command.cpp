@@ -7,7 +7,7 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/desktop.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "view/serve_project.h"
 
 namespace orvix::cli {

@@ -6,7 +6,7 @@
 
 #include "cli/verbs.h"
 #include "orvix/platform/amounts.h"
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 #include "reports/project_walk.h"
 
 namespace orvix::cli {

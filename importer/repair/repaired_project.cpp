@@ -9,7 +9,7 @@
 
 #include "orvix/platform/file.h"
 #include "orvix/points/records.h"
-#include "orvix/project/import_marks.h"
+#include "orvix/project/access/import_marks.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 

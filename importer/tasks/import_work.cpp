@@ -18,8 +18,8 @@
 #include "orvix/geometry/bounds.h"
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
+#include "orvix/project/access/import_marks.h"
 #include "orvix/project/covered_files.h"
-#include "orvix/project/import_marks.h"
 
 namespace orvix::importer {
 namespace {

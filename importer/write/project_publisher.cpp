@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "importer/files/whole_file.h"
+#include "orvix/project/access/settings_update.h"
 #include "orvix/project/covered_files.h"
 #include "orvix/project/project_paths.h"
-#include "orvix/project/settings_update.h"
 
 namespace orvix::importer {
 namespace {

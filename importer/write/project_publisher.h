@@ -11,7 +11,7 @@
 #include "orvix/platform/error.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
-#include "orvix/project/project_lock.h"
+#include "orvix/project/access/project_lock.h"
 #include "orvix/project/project_manager.h"
 
 namespace orvix::importer {
@@ -21,7 +21,7 @@ namespace orvix::importer {
 /// For the target scan.prj, work happens in scan.importing.prj and
 /// scan.importing_Project_Files, under the lock scan.importing.lock. A note, scan.importing.note,
 /// stands beside them from before the first until after the last, and a file `importing` of the same
-/// text marks the new folder (orvix/project/import_marks.h). Publishing renames the folder, then the
+/// text marks the new folder (orvix/project/access/import_marks.h). Publishing renames the folder, then the
 /// project file; an existing project is exchanged for the new one in the same way and removed
 /// afterwards (where folders cannot be exchanged, it is renamed to scan.importing_Replaced_Files in
 /// between).

@@ -5,7 +5,7 @@
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
-#include "orvix/project/import_marks.h"
+#include "orvix/project/access/import_marks.h"
 
 namespace orvix::importer {
 

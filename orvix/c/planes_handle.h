@@ -7,7 +7,7 @@
 #include "detection/plane_search.h"
 #include "detection/plane_set.h"
 #include "orvix/c/boundary.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "reports/planes_report.h"
 

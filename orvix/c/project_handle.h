@@ -10,8 +10,8 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/mapping.h"
 #include "orvix/points/records.h"
-#include "orvix/project/edited_blocks.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/edited_blocks.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/project_summary.h"
 
 /// What stands behind the C interface's project handle: the open project, its summary, and its

@@ -10,7 +10,7 @@
 
 #include "orvix/c/boundary.h"
 #include "orvix/gpu/revit_amp.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/transform_file.h"
 
 /// What stands behind the C interface's section handle: the class, and what it borrows.

@@ -11,9 +11,9 @@
 #include "orvix/platform/cache.h"
 #include "orvix/platform/settings_store.h"
 #include "orvix/platform/truncate.h"
-#include "orvix/project/project_lock.h"
+#include "orvix/project/access/project_lock.h"
+#include "orvix/project/access/settings_update.h"
 #include "orvix/project/project_settings_file.h"
-#include "orvix/project/settings_update.h"
 
 namespace orvix {
 namespace {

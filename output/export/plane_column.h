@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "detection/saved/stored_planes.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 
 namespace orvix::output {
 

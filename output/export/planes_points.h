@@ -2,7 +2,7 @@
 #pragma once
 
 #include "detection/plane_set.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/transform_file.h"
 
 namespace orvix::output {

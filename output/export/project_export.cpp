@@ -19,7 +19,7 @@
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
 #include "orvix/points/view_window.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "output/export/cloud_writer.h"
 #include "output/export/plane_column.h"
 #include "output/export/point_decoder.h"

@@ -9,7 +9,7 @@
 #include "building/find_building.h"
 #include "detection/plane_search.h"
 #include "detection/plane_set.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "support/scenes/house_scene.h"
 #include "support/scratch_folder.h"
 

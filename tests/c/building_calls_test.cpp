@@ -6,7 +6,7 @@
 
 #include "building/element_meshes.h"
 #include "building/saved_building.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "support/scenes/sample_building.h"
 #include "tests/c/planes_project.h"
 #include "tests/c/short_memory.h"

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "orvix/platform/path.h"
-#include "orvix/project/project_lock.h"
+#include "orvix/project/access/project_lock.h"
 #include "support/scratch_folder.h"
 #include "tests/cli/command_runner.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "detection/plane_search.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/transform_file.h"
 #include "support/scratch_folder.h"
 #include "tests/support/tiny_project.h"

@@ -9,7 +9,7 @@
 #include "orvix/gpu/revit_amp.h"
 #include "orvix/gpu/section_loop.h"
 #include "orvix/platform/file.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "support/dice.h"
 #include "support/scratch_folder.h"
 #include "tests/gpu/plain_section.h"

@@ -10,7 +10,7 @@
 
 #include "orvix/planes/plane_worm_settings.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/settings_update.h"
+#include "orvix/project/access/settings_update.h"
 #include "support/scratch_folder.h"
 #include "tests/support/process.h"
 #include "tests/support/tiny_project.h"

@@ -6,11 +6,11 @@
 #include <optional>
 
 #include "orvix/platform/path.h"
-#include "orvix/project/open_project.h"
-#include "orvix/project/project_lock.h"
+#include "orvix/project/access/open_project.h"
+#include "orvix/project/access/project_lock.h"
+#include "orvix/project/access/project_stamp.h"
+#include "orvix/project/access/settings_update.h"
 #include "orvix/project/project_settings_file.h"
-#include "orvix/project/project_stamp.h"
-#include "orvix/project/settings_update.h"
 #include "support/scratch_folder.h"
 #include "tests/support/process.h"
 #include "tests/support/tiny_project.h"

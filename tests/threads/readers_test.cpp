@@ -13,7 +13,7 @@
 #include "orvix/points/index_hash_reader.h"
 #include "orvix/points/index_reader.h"
 #include "orvix/points/nearest_neighbour.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/surfaces/point_cloud_geometrics.h"
 #include "support/scratch_folder.h"
 #include "tests/support/tiny_project.h"

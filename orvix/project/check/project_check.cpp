@@ -11,13 +11,13 @@
 #include <vector>
 
 #include "orvix/platform/file.h"
+#include "orvix/project/access/import_marks.h"
 #include "orvix/project/check/check_cell_list.h"
 #include "orvix/project/check/check_saved_model.h"
 #include "orvix/project/check/check_saved_planes.h"
 #include "orvix/project/check/check_skeleton.h"
 #include "orvix/project/check/check_sums.h"
 #include "orvix/project/histogram_file.h"
-#include "orvix/project/import_marks.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 #include "orvix/project/station_files.h"

@@ -10,7 +10,7 @@
 #include "detection/saved_planes.h"
 #include "importer/import.h"
 #include "orvix/platform/path.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "orvix/project/project_paths.h"
 #include "support/scenes/synthetic_building.h"
 #include "support/scratch_folder.h"

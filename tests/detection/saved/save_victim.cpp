@@ -6,7 +6,7 @@
 
 #include "detection/saved_planes.h"
 #include "orvix/platform/program.h"
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 #include "tests/support/process.h"
 
 int main(int argc, char** argv) {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/project_gate.h"
+#include "orvix/project/access/project_gate.h"
 
 #include <fmt/format.h>
 
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/access/import_marks.h"
 #include "orvix/project/destroy_project.h"
-#include "orvix/project/import_marks.h"
 #include "orvix/project/project_manager.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"

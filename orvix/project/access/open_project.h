@@ -5,9 +5,9 @@
 
 #include "orvix/platform/error.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/access/project_stamp.h"
 #include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
-#include "orvix/project/project_stamp.h"
 
 namespace orvix::detail {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/open_project.h"
+#include "orvix/project/access/open_project.h"
 
 #include <cstring>
 #include <string>
@@ -8,9 +8,9 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/text.h"
+#include "orvix/project/access/settings_update.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/required_files.h"
-#include "orvix/project/settings_update.h"
 
 namespace orvix::detail {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/import_marks.h"
+#include "orvix/project/access/import_marks.h"
 
 #include <fmt/format.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/settings_update.h"
+#include "orvix/project/access/settings_update.h"
 
 #include <array>
 #include <cstdint>
@@ -9,9 +9,9 @@
 #include "orvix/platform/file.h"
 #include "orvix/platform/path.h"
 #include "orvix/platform/unfinished_file.h"
+#include "orvix/project/access/project_lock.h"
 #include "orvix/project/covered_files.h"
 #include "orvix/project/manifest/manifest.h"
-#include "orvix/project/project_lock.h"
 #include "orvix/project/project_paths.h"
 #include "orvix/project/project_settings_file.h"
 

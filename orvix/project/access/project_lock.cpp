@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/project_lock.h"
+#include "orvix/project/access/project_lock.h"
 
 #include <fmt/format.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/edited_blocks.h"
+#include "orvix/project/access/edited_blocks.h"
 
 #include <gtest/gtest.h>
 

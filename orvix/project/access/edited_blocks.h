@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "orvix/platform/error.h"
+#include "orvix/project/access/project_stamp.h"
 #include "orvix/project/project_core.h"
 #include "orvix/project/project_manager.h"
-#include "orvix/project/project_stamp.h"
 
 namespace orvix::detail {
 

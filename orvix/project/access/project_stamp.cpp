@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "orvix/project/project_stamp.h"
+#include "orvix/project/access/project_stamp.h"
 
 #include <system_error>
 
