@@ -8,7 +8,9 @@ namespace orvix::detection {
 namespace {
 
 constexpr std::size_t kMinCellsBeside = 10;  // where points decide what is smaller
-constexpr double kMaxScatter = 2;  // times the noise: no surface is rougher, but thin things are
+constexpr std::size_t kMinRoughCells = 100;
+constexpr double kMaxScatter = 2;  // times the noise: few surfaces are rougher, but thin things are
+constexpr double kMaxRough = 12;   // the same of one that is
 constexpr double kReach = 3;       // times the rms of a region that takes in more than scatter
 
 }  // namespace
@@ -21,10 +23,14 @@ void Refit(Region& region) {
     region.extent = 12 * std::sqrt(spread.middle * spread.max);
 }
 
+double MaxScatter(const Region& region, const GrowthLimits& limits) {
+    return (region.rough ? kMaxRough : kMaxScatter) * limits.noise;
+}
+
 double TightDistance(const Region& region, const GrowthLimits& limits) {
     if (limits.fixed || region.scattered <= 0) return limits.distance;
     const double scatter = std::sqrt(region.scatter / region.scattered);
-    return std::max(limits.distance, kScatters * std::min(scatter, kMaxScatter * limits.noise));
+    return std::max(limits.distance, kScatters * std::min(scatter, MaxScatter(region, limits)));
 }
 
 double MaxWave(double extent, const GrowthLimits& limits) {
@@ -43,14 +49,16 @@ double ReachOf(const Region& region, const GrowthLimits& limits) {
     return std::max(tight, std::min(kReach * region.rms, tight + MaxWave(region.extent, limits)));
 }
 
-std::size_t LeastCells(const GrowthLimits& limits) {
+std::size_t LeastCells(const Region& region, const GrowthLimits& limits) {
+    if (region.rough) return kMinRoughCells;
     return limits.small ? kMinCellsBeside : kMinCells;
 }
 
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize) {
     if (region.small)
         return region.sum.count >= limits.minPoints && region.extent >= limits.minArea;
-    if (region.cells < LeastCells(limits) || region.sum.count < limits.minPoints) return false;
+    if (region.cells < LeastCells(region, limits) || region.sum.count < limits.minPoints)
+        return false;
     const Vector& n = region.plane.normal;
     // A plane passes through that many cells for each square of a cell's side.
     const double cellsPerFace = std::abs(n.x) + std::abs(n.y) + std::abs(n.z);

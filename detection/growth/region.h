@@ -40,6 +40,7 @@ struct Region {
     double scattered = 0;     ///< how many points these are
     double extent = 0;        ///< square metres of a rectangle that spreads as its points do
     bool small = false;       ///< whether it grew from points, and cells say nothing about its size
+    bool rough = false;       ///< whether it scatters more than the cloud's noise explains
     std::uint64_t cells = 0;  ///< how many
 };
 
@@ -48,6 +49,8 @@ void Refit(Region& region);
 
 /// Times the scatter of a region's points about their cells' own planes: how far they may lie from it.
 inline constexpr double kScatters = 3;
+/// Times the noise: how far points of any surface scatter, and of a rough one. BEHAVIOUR A24
+double MaxScatter(const Region& region, const GrowthLimits& limits);
 /// That distance.
 double TightDistance(const Region& region, const GrowthLimits& limits);
 
@@ -61,8 +64,8 @@ double ReachOf(const Region& region, const GrowthLimits& limits);
 
 /// The fewest cells of a region of any kind.
 inline constexpr std::size_t kMinCells = 3;
-/// The fewest cells of one that is kept: more where points decide what is smaller.
-std::size_t LeastCells(const GrowthLimits& limits);
+/// The fewest cells of one that is kept: more where points decide what is smaller, most of a rough one.
+std::size_t LeastCells(const Region& region, const GrowthLimits& limits);
 /// Whether a region is large enough to be kept.
 bool IsLargeEnough(const Region& region, const GrowthLimits& limits, double cellSize);
 

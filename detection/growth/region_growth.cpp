@@ -16,13 +16,18 @@ constexpr std::uint32_t kCellsPerQuestion = 8192;  // some milliseconds
 constexpr double kWaves = 3;         // times its waves: how far more the cells of a wavy region may
 constexpr double kFewPoints = 2.3;   // that the mean square of few points may exceed that of many
 constexpr double kMaxRms = 2.8;      // times the noise: of a cell that holds one surface
-constexpr double kMeans = 0.5;       // of that: the same for the mean of a cell
-constexpr double kMinMean = 0.0035;  // metres: but no less
-constexpr double kMaxStep = 3;       // standard errors of their means: what is no step
-constexpr double kMaxBend = 0.02;    // radians from cell to cell: what is no step, either
-constexpr double kMaxSpread = 0.55;  // of the distance: rms of a cell's points
-constexpr double kMaxTilt = 0.01;    // of a cell's size: spread of a cell that waves
-constexpr double kFoldedWave = 0.6;  // times the scatter: the waves of what may be two faces
+constexpr double kMaxRoughRms = 17;  // the same where surfaces may be rough
+constexpr double kMinRoughPoints = 20;  // of a cell that a rough one grows from
+constexpr double kRoughShare = 0.8;  // of its cells: those that are as rough as it is, and along it
+constexpr double kAsRough = 0.5;     // times its rms
+constexpr double kRoughCosine = 0.97;
+constexpr double kMeans = 0.5;        // of that: the same for the mean of a cell
+constexpr double kMinMean = 0.0035;   // metres: but no less
+constexpr double kMaxStep = 3;        // standard errors of their means: what is no step
+constexpr double kMaxBend = 0.02;     // radians from cell to cell: what is no step, either
+constexpr double kMaxSpread = 0.55;   // of the distance: rms of a cell's points
+constexpr double kMaxTilt = 0.01;     // of a cell's size: spread of a cell that waves
+constexpr double kFoldedWave = 0.6;   // times the scatter: the waves of what may be two faces
 constexpr double kFoldedShare = 0.3;  // that a paraboloid explains of them
 constexpr double kNarrower = 0.6;     // of the distance: what one face grows within
 constexpr double kLineWidth = 0.2;    // of a cell's size: of the line that a scanner leaves in it
@@ -58,12 +63,20 @@ private:
     // lies around it may be another one.
     [[nodiscard]] bool IsSurface(const CellShape& shape) const {
         if (!shape.HasNormal() || limits_.fixed || !shape.own) return shape.HasNormal();
-        return shape.rms <= std::max(kMaxRms * limits_.noise, limits_.distance / 2);
+        return shape.rms <=
+               std::max((rough_ ? kMaxRoughRms : kMaxRms) * limits_.noise, limits_.distance / 2);
+    }
+    [[nodiscard]] bool MaySeed(std::uint32_t cell) const {
+        if (!IsSurface(shapes_[cell]) || result_.ofCell[cell] != kNoRegion) return false;
+        return !rough_ || (shapes_[cell].own && tile_.Sum(cell).count >= kMinRoughPoints);
     }
     [[nodiscard]] bool Continues(std::uint32_t from, std::uint32_t cell) const;
     [[nodiscard]] bool AreLinked(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] bool ArePartedByWall(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] bool IsFolded() const;
+    [[nodiscard]] bool IsRoughThroughout() const;
+    [[nodiscard]] bool IsWorthKeeping() const;
+    void GrowAll();
     bool GrowFrom(std::uint32_t seed);
     void GrowAgain(std::uint32_t seed);
     [[nodiscard]] bool TouchesRim() const;
@@ -74,6 +87,7 @@ private:
     const TileCells& tile_;
     const std::vector<CellShape>& shapes_;
     GrowthLimits limits_;
+    bool rough_ = false;   // whether surfaces may be rough
     double narrower_ = 1;  // of the distance, what the region keeps to
     double tight_ = 0;     // how far the mean of a cell may lie from the plane
     double scatter_ = 0;   // of its points
@@ -101,12 +115,12 @@ std::vector<std::uint32_t> Grower::Seeds() const {
         return std::min<std::size_t>(bits, kSteps - 1);
     };
     std::vector<std::uint32_t> starts(kSteps + 1, 0);
-    for (const CellShape& shape : shapes_)
-        if (IsSurface(shape)) ++starts[stepOf(shape) + 1];
+    for (std::uint32_t i = 0; i < tile_.Size(); ++i)
+        if (MaySeed(i)) ++starts[stepOf(shapes_[i]) + 1];
     for (std::size_t i = 1; i <= kSteps; ++i) starts[i] += starts[i - 1];
     std::vector<std::uint32_t> seeds(starts[kSteps]);
     for (std::uint32_t i = 0; i < tile_.Size(); ++i)
-        if (IsSurface(shapes_[i])) seeds[starts[stepOf(shapes_[i])]++] = i;
+        if (MaySeed(i)) seeds[starts[stepOf(shapes_[i])]++] = i;
     return seeds;
 }
 
@@ -212,6 +226,7 @@ void Grower::Allow() {
 bool Grower::Start(std::uint32_t seed) {
     ++round_;
     region_ = {};
+    region_.rough = rough_;
     cells_.clear();
     region_.plane = {shapes_[seed].Normal(), SumOfSurface(tile_, seed, shapes_[seed]).Mean()};
     height_ = Dot(region_.plane.normal, region_.plane.centre);
@@ -334,27 +349,52 @@ void Grower::Keep() {
 }
 
 void Grower::Discard() {
-    if (!limits_.small && cells_.size() >= kMinCells) ++result_.leftOut;
+    if (!rough_ && !limits_.small && cells_.size() >= kMinCells) ++result_.leftOut;
     for (const std::uint32_t cell : cells_) {
         result_.ofCell[cell] = kNoRegion;
         discarded_[cell] = true;
     }
 }
 
-Regions Grower::Grow() {
+// Whether most cells of a region are as rough as the whole and lie along it: of what waves, or of two
+// surfaces that a wide distance joins, each is smoother or turned.
+bool Grower::IsRoughThroughout() const {
+    const auto isSo = [&](std::uint32_t cell) {
+        const CellShape& shape = shapes_[cell];
+        return shape.own && IsSurface(shape) && shape.rms > kAsRough * region_.rms &&
+               std::abs(Dot(shape.Normal(), region_.plane.normal)) > kRoughCosine;
+    };
+    const auto so = static_cast<double>(std::count_if(cells_.begin(), cells_.end(), isSo));
+    return so >= kRoughShare * static_cast<double>(cells_.size());
+}
+
+bool Grower::IsWorthKeeping() const {
+    const bool large = IsLargeEnough(region_, limits_, tile_.Frame().Size());
+    if (rough_) return large && !IsFolded() && IsRoughThroughout();
+    // What touches the rim may go on in the next tile. A few cells there explain no points: these
+    // grow together with the next tile's.
+    return large || (cells_.size() >= LeastCells(region_, limits_) && TouchesRim());
+}
+
+void Grower::GrowAll() {
     for (const std::uint32_t seed : Seeds()) {
         if (!asker_.GoesOn()) break;
         if (result_.ofCell[seed] != kNoRegion || discarded_[seed] || !GrowFrom(seed)) continue;
-        if (IsFolded()) GrowAgain(seed);
-        // What touches the rim may go on in the next tile. A few cells there explain no points: these
-        // grow together with the next tile's.
-        if (IsLargeEnough(region_, limits_, tile_.Frame().Size()) ||
-            (cells_.size() >= LeastCells(limits_) && TouchesRim())) {
+        if (!rough_ && IsFolded()) GrowAgain(seed);
+        if (IsWorthKeeping()) {
             Keep();
         } else {
             Discard();
         }
     }
+}
+
+Regions Grower::Grow() {
+    GrowAll();
+    if (limits_.fixed) return std::move(result_);
+    rough_ = true;  // BEHAVIOUR A24
+    discarded_.assign(tile_.Size(), false);
+    GrowAll();
     return std::move(result_);
 }
 

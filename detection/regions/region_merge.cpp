@@ -175,6 +175,7 @@ private:
         both.scatter += b.scatter;
         both.scattered += b.scattered;
         both.small = a.small && b.small;
+        both.rough = a.rough || b.rough;
         Refit(both);
         return both;
     }

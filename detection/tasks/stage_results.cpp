@@ -40,9 +40,10 @@ void Exchange(Archive& archive, Region& region) {
     archive.Value(region.scatter);
     archive.Value(region.scattered);
     archive.Value(region.extent);
-    std::uint8_t small = region.small ? 1 : 0;
-    archive.Value(small);
-    region.small = small != 0;
+    std::uint8_t kind = static_cast<std::uint8_t>((region.small ? 1 : 0) | (region.rough ? 2 : 0));
+    archive.Value(kind);
+    region.small = (kind & 1) != 0;
+    region.rough = (kind & 2) != 0;
     archive.Value(region.cells);
 }
 

@@ -241,6 +241,23 @@ TEST(DrawnPlanes, NorDoesAFaceBetweenCellsCutTheTailOffItsNoise) {
     }
 }
 
+// BEHAVIOUR A24
+TEST(DrawnPlanes, ACarpetAmongSmoothWallsIsFoundWhole) {
+    for (const double rough : {0.003, 0.005, 0.007}) {
+        Scene scene(0.015, 0.0007), carpet(0.01, rough);
+        scene.Add({-1, 1.05, 0.2}, kX * 2, kZ * 2.5).Add({-1.05, -1, 0.2}, kY * 2, kZ * 2.5);
+        scene.Add({1.05, -1, 0.2}, kY * 2, kZ * 2.5);
+        carpet.Add({-1, -1, 0.06}, kX * 2, kY * 2);
+        scene.Add(carpet);
+        const Searched search(scene);
+        EXPECT_EQ(search->Planes().size(), 4U) << rough;
+        const auto found = search.Through(kZ, {0, 0, 0.06}, 0.001);
+        ASSERT_EQ(found.size(), 1U) << rough;
+        EXPECT_GT(found[0].points, carpet.Points().size() / 100 * 99);
+        EXPECT_NEAR(found[0].rms, rough, rough / 20);
+    }
+}
+
 // A wall with a window, whose reveals are 12 cm deep.
 Scene WallWithReveals() {
     Scene scene(0.02, 0.0015);
