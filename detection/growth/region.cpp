@@ -13,6 +13,11 @@ constexpr double kMaxScatter = 2;  // times the noise: few surfaces are rougher,
 constexpr double kMaxRough = 12;   // the same of one that is
 constexpr double kReach = 3;       // times the rms of a region that takes in more than scatter
 
+// How far points scatter at most. BEHAVIOUR A24
+double MaxScatter(const Region& region, const GrowthLimits& limits) {
+    return (region.rough ? kMaxRough : kMaxScatter) * limits.noise;
+}
+
 }  // namespace
 
 void Refit(Region& region) {
@@ -21,10 +26,6 @@ void Refit(Region& region) {
     region.plane.centre = region.origin + region.sum.Mean();
     region.rms = std::sqrt(spread.min);
     region.extent = 12 * std::sqrt(spread.middle * spread.max);
-}
-
-double MaxScatter(const Region& region, const GrowthLimits& limits) {
-    return (region.rough ? kMaxRough : kMaxScatter) * limits.noise;
 }
 
 double TightDistance(const Region& region, const GrowthLimits& limits) {

@@ -49,8 +49,6 @@ void Refit(Region& region);
 
 /// Times the scatter of a region's points about their cells' own planes: how far they may lie from it.
 inline constexpr double kScatters = 3;
-/// Times the noise: how far points of any surface scatter, and of a rough one. BEHAVIOUR A24
-double MaxScatter(const Region& region, const GrowthLimits& limits);
 /// That distance.
 double TightDistance(const Region& region, const GrowthLimits& limits);
 

@@ -68,6 +68,12 @@ std::vector<float> FarthestOf(std::span<const Speck> specks, const TileCells& ti
     return farthest;
 }
 
+// Whether noise is so large a share of how wide a region is that it turns the region as it likes.
+bool IsThick(const MomentSum& points) {
+    const detail::PrincipalSpread spread = SpreadOf(points.Covariance());
+    return spread.min > kMaxThickness * kMaxThickness * spread.middle;
+}
+
 class SmallGrower {
 public:
     SmallGrower(std::span<const Speck> specks, const TileCells& tile, const Regions& around,
@@ -127,9 +133,8 @@ private:
     }
     [[nodiscard]] std::vector<Vector> PlacesAboutCentre() const;
     [[nodiscard]] MomentSum Points() const;
-    [[nodiscard]] bool Leans() const;
-    [[nodiscard]] bool LeansOnNeighbours() const;
-    [[nodiscard]] bool IsThick() const;
+    [[nodiscard]] bool Leans(double points) const;
+    [[nodiscard]] bool LeansOnNeighbours(double points) const;
     [[nodiscard]] double CrossedShare(const Vector& across) const;
     [[nodiscard]] bool IsWorthKeeping() const;
     [[nodiscard]] bool TouchesRim() const {
@@ -257,27 +262,19 @@ MomentSum SmallGrower::Points() const {
 }
 
 // Whether no region that grew from cells is parallel to this one, and no larger one that grew from
-// specks.
-bool SmallGrower::Leans() const {
+// specks. `points`: of this one.
+bool SmallGrower::Leans(double points) const {
     const auto isParallel = [&](const Region& region) {
         return std::abs(Dot(region.plane.normal, normal_)) > kMinCosineToKnown;
     };
-    const double own = Points().count;
     return std::none_of(around_.regions.begin(), around_.regions.end(), isParallel) &&
            std::none_of(result_.regions.begin(), result_.regions.end(), [&](const Region& region) {
-               return region.sum.count > own && isParallel(region);
+               return region.sum.count > points && isParallel(region);
            });
 }
 
-// Whether noise is so large a share of how wide the region is that it turns the region as it likes.
-bool SmallGrower::IsThick() const {
-    const detail::PrincipalSpread spread = SpreadOf(Points().Covariance());
-    return spread.min > kMaxThickness * kMaxThickness * spread.middle;
-}
-
 // Whether larger regions lie beside this one, none parallel to it and not all of them upright on it.
-bool SmallGrower::LeansOnNeighbours() const {
-    const double points = Points().count;
+bool SmallGrower::LeansOnNeighbours(double points) const {
     double nearest = 0;  // cosine
     const auto compare = [&](const Region& other) {
         if (other.sum.count > kTimesLarger * points)
@@ -340,8 +337,9 @@ bool SmallGrower::IsWorthKeeping() const {
     if (CurvedShare(places, normal_, size) > kMaxCurved) return false;
     const Vector across = DirectionAcross(places);
     if (LieAlongTwoLines(places, across, kMaxLineWidth * size)) return false;
-    if (Leans() && CrossedShare(across) > kMaxCrossed) return false;
-    if (IsThick() && LeansOnNeighbours()) return false;  // BEHAVIOUR A22
+    const MomentSum points = Points();
+    if (Leans(points.count) && CrossedShare(across) > kMaxCrossed) return false;
+    if (IsThick(points) && LeansOnNeighbours(points.count)) return false;  // BEHAVIOUR A22
     return members_.size() >= kMinSpecks || TouchesRim();
 }
 

@@ -27,7 +27,8 @@ struct MergedRegions {
 /// Nor does it where their own planes lie farther apart than its distance and waves, at the place where
 /// the pieces come nearest: a step, over which the plane of both leans; nor where one rises above the
 /// other's plane by more than 1.7 times these, across the narrower piece: an edge.
-///   Halves of a surface that lies on a face between tiles touch, and may lie 3 times their rms apart.
+///   Halves of a surface that lies on a face between tiles touch, and may lie 3 times their rms apart;
+/// so may a surface and the tail of its noise that a face between cells cuts off.
 ///
 /// Order   pairs by how little their rms grows, equal ones by number, until none is left. A region
 ///         is numbered by its first piece, without gaps; the map gets the same numbers.
