@@ -21,7 +21,11 @@ constexpr double kMinRoughPoints = 20;  // of a cell that a rough one grows from
 constexpr double kRoughShare = 0.8;  // of its cells: those that are as rough as it is, and along it
 constexpr double kAsRough = 0.5;     // times its rms
 constexpr double kRoughCosine = 0.97;
-constexpr double kMeans = 0.5;        // of that: the same for the mean of a cell
+// Of a rough one: the variance of its cells' mean squares, of their mean squared; and what few points of a
+// cell add, twice what chance does.
+constexpr double kMaxUneven = 0.15;
+constexpr double kUnevenByFew = 4;
+constexpr double kMeans = 0.5;        // of the distance: the same for the mean of a cell
 constexpr double kMinMean = 0.0035;   // metres: but no less
 constexpr double kMaxStep = 3;        // standard errors of their means: what is no step
 constexpr double kMaxBend = 0.02;     // radians from cell to cell: what is no step, either
@@ -75,6 +79,7 @@ private:
     [[nodiscard]] bool ArePartedByWall(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] bool IsFolded() const;
     [[nodiscard]] bool IsRoughThroughout() const;
+    [[nodiscard]] bool IsEvenlyRough() const;
     [[nodiscard]] bool IsWorthKeeping() const;
     void GrowAll();
     bool GrowFrom(std::uint32_t seed);
@@ -365,7 +370,24 @@ bool Grower::IsRoughThroughout() const {
                std::abs(Dot(shape.Normal(), region_.plane.normal)) > kRoughCosine;
     };
     const auto so = static_cast<double>(std::count_if(cells_.begin(), cells_.end(), isSo));
-    return so >= kRoughShare * static_cast<double>(cells_.size());
+    return so >= kRoughShare * static_cast<double>(cells_.size()) && IsEvenlyRough();
+}
+
+// Whether cells are about as rough as each other. A smooth face with a few points of another one far
+// behind it in the same cells is as rough on the whole, but each cell has more or fewer of those.
+bool Grower::IsEvenlyRough() const {
+    double points = 0, squares = 0, fourths = 0, cells = 0;
+    for (const std::uint32_t cell : cells_) {
+        if (!shapes_[cell].own) continue;
+        const double count = tile_.Sum(cell).count, square = shapes_[cell].rms * shapes_[cell].rms;
+        points += count;
+        squares += count * square;
+        fourths += count * square * square;
+        ++cells;
+    }
+    const double mean = squares / points;
+    const double most = kMaxUneven + kUnevenByFew * cells / points;
+    return fourths / points - mean * mean <= most * mean * mean;
 }
 
 bool Grower::IsWorthKeeping() const {

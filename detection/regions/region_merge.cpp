@@ -74,8 +74,10 @@ public:
         if (a.small || b.small || growth_.fixed) return false;
         const bool turned = Dot(a.plane.normal, b.plane.normal) < 0;
         const double step = a.plane.Distance(place) - b.plane.Distance(place) * (turned ? -1 : 1);
-        return std::abs(step) > TightDistance(both, growth_) + WaveOfBoth(a, b) &&
-               !IsSlicedByTiles(both);
+        // What a smooth piece explains is the most that a rough one beside it may be away.
+        const Region& smooth = a.rough ? b : a;
+        const double tight = TightDistance(a.rough == b.rough ? both : smooth, growth_);
+        return std::abs(step) > tight + WaveOfBoth(a, b) && !IsSlicedByTiles(both);
     }
     // Whether two pieces lean against each other, as faces on both sides of an edge do: across the
     // narrower one, the other's plane rises by more than noise and waves explain. BEHAVIOUR A21
